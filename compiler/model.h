@@ -1,0 +1,201 @@
+// The model of a description: what the reader builds, the resolver completes and the emitters print.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace l3c {
+
+struct Pos {
+   int file = 0; // index into Model::files
+   int line = 0;
+   int column = 0;
+};
+
+// Bounds as written: `a..b`, `a..`, `..b`; a missing end is open.
+struct Bounds {
+   std::optional<uint64_t> low, high;
+   bool empty() const { return !low && !high; }
+};
+
+struct Type;
+struct Field;
+
+// Expressions of `by`, `when`, `x(…)`, `octets …`.
+struct Expr {
+   enum class Op { Number, Name, Rest, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And, Or, Not };
+   Op op = Op::Number;
+   Pos pos;
+   uint64_t number = 0;
+   std::string name;                  // Name: dotted path as written
+   std::vector<const Field*> path;    // Name, resolved: the fields from the outermost record inwards
+   std::unique_ptr<Expr> left, right; // Not uses left alone
+};
+
+struct TypeRef {
+   Pos pos;
+   std::string name;           // as written, with or without module
+   const Type* type = nullptr; // resolved
+};
+
+// How many octets or entries a field can store, and where.
+struct Storage {
+   bool heap = false;
+   uint64_t capacity = 0; // octets, bits or entries; 0 with heap
+};
+
+struct Arm {
+   Pos pos;
+   struct Range {
+      uint64_t low, high;
+   };
+   std::vector<Range> values; // empty: `else`
+   bool isElse = false;
+   std::unique_ptr<Field> field; // its name is the arm's name; kind Null for an arm without contents
+};
+
+enum class Kind {
+   Flag,    // one bit
+   Uint,    // `bits` bits
+   Octets,  // fixed: `count` octets
+   Bits,    // fixed bit string: `count` bits
+   Named,   // `type`; `argument` for digit types; `valueOnly` for `value(e)`
+   Counted, // lv, lv-e: own count of `bits` 8 or 16, `bounds`, `storage`
+   Sized,   // octets e: `argument` octets
+   Fill,    // all that is left in the container
+   Tail,    // the same as an open tail
+   BitTail, // open tail in bits
+   Group,   // { … }: a record of its own; `fields`
+   Each,    // repetition of `type`, or of `bits`-bit integers if type is not set; `argument` counts it if set
+   Choice,  // `arms`; `argument` steers it if set
+   Null,    // nothing on the wire
+   Const,   // `bits` bits of value `number`, no field in the record
+   Messages, // data messages: selector and union of pointers from the PDU's tables
+   // Wire groups: no record of their own, `fields` belong to the enclosing record.
+   Frame, // `name` of `bits` bits holds the octets that `fields` take
+   Bare,  // the same without a field
+   Chain, // octets led by ext bits
+   Since, // presence group of a release
+   Swap,  // two fields coded in the other order
+};
+
+enum class Lead { None, Bit, LH };               // optional field led by a bit of its own
+enum class Selector { Field, Record, Bits, LH }; // steered by a field, by `t` alone, `t` - 1 in bits, L/H
+
+struct Field {
+   Pos pos;
+   std::string name; // empty: part of the enclosing record
+   std::string doc;
+   Kind kind = Kind::Flag;
+   bool optional = false;
+   Lead lead = Lead::None;
+   std::unique_ptr<Expr> when; // decoder's presence test
+   unsigned bits = 0;          // Uint, Frame, Bare, Counted, Const, Each of integers, Selector::Bits
+   uint64_t count = 0;         // Octets, Bits
+   uint64_t number = 0;        // Const; Since: release; Null: unused
+   uint64_t needs = 0;         // Since: bits that must be left
+   Bounds bounds;
+   Storage storage;
+   TypeRef type;                   // Named, Each
+   std::unique_ptr<Expr> argument; // Sized, Each x(e), digit octets, Choice by
+   Selector selector = Selector::Field;
+   bool aside = false;     // in the record, not on the wire
+   bool valueOnly = false; // contents of an LV type without its length octet
+   bool freeCount = false; // Each x(e) free
+   bool skip = false;      // Chain: skip unknown octets
+   bool hexIei = false;    // message element with an IEI
+   bool present = false;   // message element of type T: the IEI alone
+   unsigned iei = 0;       // 8-bit IEI, or 4-bit if ieiBits is 4
+   unsigned ieiBits = 0;   // 0: mandatory
+   int group = 0;          // message element: 0 first run, k the k-th group; since: its group number
+   std::vector<std::unique_ptr<Field>> fields;
+   std::vector<Arm> arms;
+
+   bool onlyOnWire() const {
+      return kind == Kind::Frame || kind == Kind::Bare || kind == Kind::Chain || kind == Kind::Since ||
+             kind == Kind::Swap;
+   }
+};
+
+enum class TypeKind { Enum, Number, Octets, Digits, Record, List, Alias, Message, OneElement, Empty, Pdu };
+enum class Class { V, LV, LVE, L4 };
+
+struct EnumRow {
+   Pos pos;
+   std::string name;
+   uint64_t value = 0;
+};
+
+struct TableRow {
+   Pos pos;
+   uint64_t disc = 0, msgType = 0, selector = 0;
+   std::string member; // obj_…
+   TypeRef record;     // name empty: header alone
+   bool inlineValue = false;
+};
+
+struct Type {
+   Pos pos;
+   std::string name; // without module
+   std::string doc;
+   TypeKind kind = TypeKind::Record;
+   Class cls = Class::V;
+   bool bare = false;      // the length is on the wire only
+   Bounds bounds;          // of the length, of a count, of a number
+   unsigned bits = 0;      // Enum, Number: width
+   uint64_t count = 0;     // Octets of fixed size; Digits: characters
+   Storage storage;        // Octets, Digits
+   bool unchecked = false; // Enum: no legal set
+   bool checked = false;   // Enum: all legal, the encoder tests
+   bool tailstop = false;  // Message
+   bool shifts = false;    // Message
+   bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
+   std::vector<EnumRow> rows; // Enum; Number: named values
+   TypeRef base;              // Alias, OneElement, List
+   std::vector<std::unique_ptr<Field>> fields;
+   std::vector<TableRow> table; // Pdu
+   struct Module* module = nullptr;
+   bool nested = false; // its name is another type's name, an underscore and a field
+};
+
+struct TestVector {
+   Pos pos;
+   TypeRef type;
+   std::vector<uint8_t> octets;
+};
+
+struct Module {
+   Pos pos;
+   std::string name; // TS24301IE
+   std::string file; // TS24301IES
+   std::string doc;
+   std::vector<std::string> uses;
+   std::vector<std::unique_ptr<Type>> types; // declaration order
+   std::vector<TestVector> tests;
+   const Type* find(const std::string& name) const {
+      auto hit = byName.find(name);
+      return hit == byName.end() ? nullptr : hit->second;
+   }
+   std::map<std::string, const Type*> byName;
+};
+
+struct SourceFile {
+   std::string path;
+   std::vector<std::string> lines;
+};
+
+struct Model {
+   std::vector<SourceFile> files;
+   std::vector<std::unique_ptr<Module>> modules; // in the order given, used ones first
+   Module* find(const std::string& name) const {
+      for (auto& module : modules)
+         if (module->name == name) return module.get();
+      return nullptr;
+   }
+};
+
+} // namespace l3c
