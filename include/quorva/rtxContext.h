@@ -7,6 +7,7 @@
 
 #include "quorva/rtxCommon.h"
 #include "quorva/rtxDList.h"
+#include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStack.h"
 #include "quorva/rtxStatus.h"
 
@@ -79,6 +80,217 @@ struct RtxContext {
    uint16_t indent;                /**< Print indent in blanks. */
    uint16_t protocolRelease;       /**< 3GPP release that gates trailing fields; 0 is the newest. */
 };
+
+/* Life of a context. */
+
+/** Zeroes the record and makes it a valid context that has no heap and no buffer yet. Returns 0. */
+QUORVA_API int rtxPreInitContext(RtxContext* pctxt);
+
+/** Initialises a context with a heap of its own. Returns 0 or RTX_E_NOMEM. */
+QUORVA_API int rtxInitContext(RtxContext* pctxt);
+
+/** As rtxInitContext; the heap works on the given system functions (`reallocFn` may be null). */
+QUORVA_API int rtxInitContextExt(RtxContext* pctxt, RtxMallocFunc mallocFn, RtxReallocFunc reallocFn,
+                                 RtxFreeFunc freeFn);
+
+/**
+ * Initialises a context for the message codecs; rtInitContext is the usual entry. End the context with
+ * rtFreeContext. Returns 0 or RTX_E_NOMEM, with nothing left to free.
+ */
+QUORVA_API int rtInitASN1Context(RtxContext* pctxt);
+QUORVA_API int rtInitContext(RtxContext* pctxt);
+
+/** Allocates and initialises a context, to be ended by rtFreeContext. Null when memory is exhausted. */
+QUORVA_API RtxContext* rtNewContext(void);
+
+/**
+ * Ends a context and everything that its heap owns; frees the record if rtNewContext made it. A record that
+ * is no valid context, or null, is left alone.
+ */
+QUORVA_API void rtFreeContext(RtxContext* pctxt);
+
+/** Initialises a context that shares the heap of `parent` and has no buffer. Returns 0 or RTX_E_NOMEM. */
+QUORVA_API int rtInitSubContext(RtxContext* pctxt, RtxContext* parent);
+
+/** Initialises a context for another thread: a heap of its own, `threadShared` of `source`. Returns 0. */
+QUORVA_API int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* source);
+
+/** Ends a context, but not its record. Returns 0, or the result of `freeHook`. */
+QUORVA_API int rtxFreeContext(RtxContext* pctxt);
+
+/** Returns 0 for a valid context and RTX_E_NOT_INIT for any other record. */
+QUORVA_API int rtxCheckContext(const RtxContext* pctxt);
+
+/** Makes `dest` work on the buffer, cursor, flags and stream of `source`; nothing is duplicated. */
+QUORVA_API void rtxCopyContext(RtxContext* dest, const RtxContext* source);
+
+/**
+ * Makes the context share the heap of `other`. Its old heap is released, and errors, names and containers,
+ * which lived there, are dropped. Nothing happens if both share a heap already or one pointer is null.
+ */
+QUORVA_API void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other);
+
+/** Sets or clears RTX_CTXT_... bits. */
+QUORVA_API void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask);
+QUORVA_API void rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
+
+/** Sets or clears RTX_CTXT_FAST_COPY. */
+QUORVA_API void rtSetFastCopy(RtxContext* pctxt, int value);
+
+/**
+ * The ASN.1 record of a context: made by the first (0 or RTX_E_NOMEM), emptied by the other two, of which
+ * rtxFreeContext calls rtCtxtFreeASN1Info before it frees the record.
+ */
+QUORVA_API int rtCtxtInitASN1Info(RtxContext* pctxt);
+QUORVA_API void rtCtxtFreeASN1Info(RtxContext* pctxt);
+QUORVA_API void rtCtxtResetASN1Info(RtxContext* pctxt);
+
+/** Version as a number: 780 is 7.8.0. */
+QUORVA_API int rtxGetLibVersion(void);
+
+/** Name and version as a text. */
+QUORVA_API const char* rtxGetLibInfo(void);
+
+/** Empties the cache of compiled patterns. */
+QUORVA_API void rtxFreeRegexpCache(RtxContext* pctxt);
+
+/* Buffer. All sizes are octets. */
+
+/**
+ * Gives the context a buffer and puts the cursor at its start.
+ * @param data  The caller's octets, which must outlive their use. Null: a new buffer that may grow.
+ * @param size  Number of octets; of a new buffer 0 stands for 1024.
+ * @return 0, RTX_E_NOT_INIT for an invalid context, or RTX_E_NOMEM.
+ */
+QUORVA_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size);
+
+/**
+ * As rtxInitContextBuffer, and bits go to and from this buffer even if a stream is attached. The usual way
+ * in: decoders get the message and its length.
+ */
+QUORVA_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size);
+
+/** Makes room for `numocts` octets at the cursor; writes out or grows what can be. RTX_E_BUFFER_FULL if not.
+ */
+QUORVA_API int rtxCheckBuffer(RtxContext* pctxt, size_t numocts);
+
+/** The same for the bit and octet writers: one octet more is wanted when the cursor is inside an octet. */
+QUORVA_API int rtxCheckOutputBuffer(RtxContext* pctxt, size_t numocts);
+
+/**
+ * Gets room for `numocts` octets by writing the buffer to the active stream or by growing it.
+ * @return 0, RTX_E_BUFFER_FULL if the buffer may not grow, RTX_E_NOMEM (buffer and size stay), or what the
+ *         stream failed with.
+ */
+QUORVA_API int rtxExpandOutputBuffer(RtxContext* pctxt, size_t numocts);
+
+/** True if the buffer's content may go to the active stream to make room. */
+QUORVA_API int rtxIsOutputBufferFlushable(const RtxContext* pctxt);
+
+/** Writes the complete octets of the buffer to the stream; an incomplete one moves to the start. */
+QUORVA_API int rtxFlushOutputBuffer(RtxContext* pctxt);
+
+/**
+ * Sees to it that `numocts` octets lie at the cursor.
+ * @return 0, RTX_E_END_OF_DATA, or RTX_E_END_OF_STREAM if a stream was asked for them.
+ */
+QUORVA_API int rtxCheckInputBuffer(RtxContext* pctxt, size_t numocts);
+
+/* Cursor. */
+
+/** Bit offset of the cursor in the buffer; with an active stream in the whole stream. */
+QUORVA_API size_t rtxCtxtGetBitOffset(const RtxContext* pctxt);
+
+/**
+ * Moves the cursor to a bit offset. No bounds are checked; the next read or write does that.
+ * @return 0, or RTX_E_UNSUPPORTED on an active stream.
+ */
+QUORVA_API int rtxCtxtSetBitOffset(RtxContext* pctxt, size_t offset);
+
+/** Stores the bit offset; RTX_E_OVERFLOW, not recorded, and 0 stored if it does not fit a size. */
+QUORVA_API int rtxCtxtMarkBitPos(RtxContext* pctxt, size_t* ppos);
+
+/** Back to a position of rtxCtxtMarkBitPos. */
+QUORVA_API int rtxCtxtResetToBitPos(RtxContext* pctxt, size_t pos);
+
+/**
+ * Marks an octet position, on streams too, and goes back to it. The position inside the octet is neither
+ * saved nor restored.
+ * @return 0, RTX_E_UNSUPPORTED if the stream has no positions, RTX_E_BAD_ARGUMENT for a reset without a mark.
+ */
+QUORVA_API int rtxMarkPos(RtxContext* pctxt, size_t* ppos);
+QUORVA_API int rtxResetToPos(RtxContext* pctxt, size_t pos);
+
+/** Octets moved through the attached stream; with none the index of the current octet. */
+QUORVA_API size_t rtxCtxtGetIOByteCount(RtxContext* pctxt);
+
+/* Name stack. A name outlives its entry; literals are the normal case. */
+
+/** Pushes a name. Returns 0, or RTX_E_NOMEM, which is not recorded. */
+QUORVA_API int rtxCtxtPushElemName(RtxContext* pctxt, const char* name);
+
+/** Removes the top and returns its name; null if there is none. */
+QUORVA_API const char* rtxCtxtPopElemName(RtxContext* pctxt);
+
+/** Pushes "name[index]", built on the heap. Returns 0 or RTX_E_NOMEM. */
+QUORVA_API int rtxCtxtPushArrayElemName(RtxContext* pctxt, const char* name, size_t index);
+
+/** Removes and frees what rtxCtxtPushArrayElemName pushed. True if there was an entry. */
+QUORVA_API int rtxCtxtPopArrayElemName(RtxContext* pctxt);
+
+/** Pushes and pops a copy of a name on the heap; `level` stays. RTX_E_NOMEM is not recorded. */
+QUORVA_API int rtxCtxtPushElemNameCopy(RtxContext* pctxt, const char* name);
+QUORVA_API void rtxCtxtPopElemNameCopy(RtxContext* pctxt);
+
+/** Pushes a name if the stack is empty, so that only the outermost type stands in the path. */
+QUORVA_API int rtxCtxtPushTypeName(RtxContext* pctxt, const char* name);
+
+/** Removes an entry if it is the only one. Returns its name or null. */
+QUORVA_API const char* rtxCtxtPopTypeName(RtxContext* pctxt);
+
+/* Container stack: where length-delimited elements end. It limits no read by itself. */
+
+/** Opens a container that ends `numocts` octets, or `nbits` bits, behind the cursor. 0 or RTX_E_NOMEM. */
+QUORVA_API int rtxCtxtPushContainerBytes(RtxContext* pctxt, size_t numocts);
+QUORVA_API int rtxCtxtPushContainerBits(RtxContext* pctxt, size_t nbits);
+
+/** Closes the innermost container, or all of them. An empty stack is no error. */
+QUORVA_API void rtxCtxtPopContainer(RtxContext* pctxt);
+QUORVA_API void rtxCtxtPopAllContainers(RtxContext* pctxt);
+
+/** Does the cursor stand before the end? Without a container only whole octets of the buffer count. */
+QUORVA_API int rtxCtxtContainerHasRemBits(const RtxContext* pctxt);
+
+/** Does the cursor stand exactly at the end? */
+QUORVA_API int rtxCtxtContainerEnd(const RtxContext* pctxt);
+
+/** Bits up to the end; negative when the cursor has passed it. */
+QUORVA_API int64_t rtxCtxtGetContainerRemBits(const RtxContext* pctxt);
+
+/* Memory of the context. */
+
+/** Option of rtxMemAllocArray2: zero-filled. */
+#define RTX_MEM_ZERO 0x80u
+/** Option of rtxMemAllocArray2: system memory instead of heap memory. */
+#define RTX_MEM_SYSTEM 0x100u
+
+/**
+ * Allocates an array.
+ * @param count    Number of elements.
+ * @param elemSize Octets of one.
+ * @param options  RTX_MEM_... bits.
+ * @return Null with RTX_E_OVERFLOW on record if the product does not fit a size, or with RTX_E_NOMEM.
+ */
+QUORVA_API void* rtxMemAllocArray2(RtxContext* pctxt, size_t count, size_t elemSize, uint32_t options);
+
+/** Forgets everything on the heap and gives its memory back to the system. */
+QUORVA_API void rtxMemFree(RtxContext* pctxt);
+
+/** Forgets everything on the heap but keeps its blocks; the step between two messages. */
+QUORVA_API void rtxMemReset(RtxContext* pctxt);
+
+/** Frees a list of RtxDynOctStr records on the heap, with nodes, records and octets. */
+QUORVA_API void rtxMemFreeOpenSeqExt(RtxContext* pctxt, RtxDList* elements);
 
 QUORVA_END_DECLS
 
