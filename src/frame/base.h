@@ -1,0 +1,136 @@
+// What encoder and decoder share: names, trace, the way a failure goes out.
+#pragma once
+
+#include "quorva/rtxBits.h"
+#include "quorva/rtxContext.h"
+#include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
+#include "quorva/rtxMemHeap.h"
+#include "runtime/core/rtxInline.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#define L3_INLINE [[gnu::always_inline]] inline
+#define L3_COLD [[gnu::cold, gnu::noinline]]
+#define L3_INLINE_LAMBDA __attribute__((always_inline))
+
+// Hands a failure on as it is. Whoever detected it has logged it, or left that to the caller on purpose.
+#define L3_TRY(call)                                                                                         \
+   do {                                                                                                      \
+      if (const int status_ = (call); status_ < 0) [[unlikely]]                                              \
+         return status_;                                                                                     \
+   } while (0)
+
+namespace quorva::frame {
+
+// The place of a failure, for the error record.
+struct Site {
+   const char* file;
+   int line;
+};
+
+// Records a status and gives what the codec returns: the overall status of the context, negative in any case
+// (with no memory left for a record the overall status can be 0).
+L3_COLD int fail(RtxContext* ctxt, int status, Site site);
+
+// The logged form of a bound failure: element path, value, -16.
+L3_COLD int failBound(RtxContext* ctxt, uint64_t value, Site site);
+
+// Names of array elements, "elem[0]" and on.
+struct IndexName {
+   char text[16];
+};
+struct IndexNames {
+   IndexName all[256];
+   constexpr IndexNames();
+};
+extern const IndexNames kIndexNames;
+
+// No trace list and no stream: the short forms below leave nothing out that anybody could see.
+L3_INLINE bool isPlain(const RtxContext* ctxt) {
+   return (reinterpret_cast<uintptr_t>(ctxt->bitFields) | reinterpret_cast<uintptr_t>(ctxt->stream)) == 0;
+}
+
+L3_INLINE size_t cursorBits(const RtxContext* ctxt) {
+   return ctxt->bufByteIndex * 8 + 8 - static_cast<size_t>(ctxt->bufBitsLeft);
+}
+
+L3_INLINE void advanceBits(RtxContext* ctxt, size_t nbits) {
+   const size_t used = 8 - static_cast<size_t>(ctxt->bufBitsLeft) + nbits;
+   ctxt->bufByteIndex += used >> 3;
+   ctxt->bufBitsLeft = static_cast<int16_t>(8 - (used & 7));
+}
+
+// True if the cursor stands on an octet boundary and `nocts` octets are there (or have room) behind it.
+L3_INLINE bool hasOctets(const RtxContext* ctxt, size_t nocts) {
+   return ctxt->bufBitsLeft == 8 && ctxt->bufByteIndex <= ctxt->bufSize &&
+          ctxt->bufSize - ctxt->bufByteIndex >= nocts;
+}
+
+// Octets of a word in wire order.
+L3_INLINE uint64_t toBigEndian(uint64_t word) {
+   if constexpr (std::endian::native == std::endian::little) return __builtin_bswap64(word);
+   return word;
+}
+
+// What encoders and decoders have in common. `file` is the word for the source in error records.
+class Codec {
+public:
+   Codec(RtxContext* ctxt, const char* file) : ctxt_(ctxt), file_(file) {}
+
+   RtxContext* ctxt() const { return ctxt_; }
+   Site site(int line) const { return {file_, line}; }
+
+   L3_INLINE int begin(const char* typeName) { return hot::pushTypeName(ctxt_, typeName); }
+   L3_INLINE int done(int status = 0) {
+      hot::popTypeName(ctxt_);
+      return status;
+   }
+
+   L3_INLINE int push(const char* name) { return hot::pushElemName(ctxt_, name); }
+   L3_INLINE void pop() { hot::popElemName(ctxt_); }
+
+   // Bracket of the element number `index` of a repetition.
+   L3_INLINE int pushIndex(size_t index) {
+      if (index < 256) [[likely]]
+         return hot::pushElemName(ctxt_, kIndexNames.all[index].text);
+      return rtxCtxtPushArrayElemName(ctxt_, "elem", static_cast<uint32_t>(index));
+   }
+   L3_INLINE void popIndex(size_t index) {
+      if (index < 256) [[likely]] {
+         hot::popElemName(ctxt_);
+      } else {
+         rtxCtxtPopArrayElemName(ctxt_);
+      }
+   }
+
+   int failed(int status, int line = __builtin_LINE()) { return fail(ctxt_, status, site(line)); }
+   int badChoice(int line = __builtin_LINE()) { return fail(ctxt_, RTX_E_BAD_CHOICE, site(line)); }
+
+   // A nested codec under its element name.
+   template <class Function, class... Arguments>
+   L3_INLINE int nested(int line, const char* name, Function function, Arguments... arguments) {
+      L3_TRY(push(name));
+      if (const int status = function(ctxt_, arguments...); status < 0) [[unlikely]]
+         return fail(ctxt_, status, site(line));
+      pop();
+      return 0;
+   }
+
+protected:
+   RtxContext* ctxt_;
+   const char* file_;
+};
+
+// Legal values of an enumeration of up to 8 bits.
+struct LegalSet {
+   uint64_t words[4];
+   constexpr bool has(uint32_t value) const {
+      return value < 256 && (words[value >> 6] >> (value & 63) & 1) != 0;
+   }
+};
+
+} // namespace quorva::frame

@@ -1,0 +1,323 @@
+// The words of decoders.
+#pragma once
+
+#include "src/frame/fields.h"
+
+namespace quorva::frame {
+
+// The container of a length-delimited element, or of a frame in the middle of a record.
+struct Length {
+   size_t end; // bit offset
+};
+
+// Full forms, out of line.
+L3_COLD int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value,
+                       uint64_t low, uint64_t high, bool push, Length& length);
+L3_COLD int closeInFull(RtxContext* ctxt, Site site, const Length& length);
+L3_COLD int decOctets(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t numocts);
+L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits);
+
+// Octets with an own count of `countOctets`. -16 for a count above `capacity` before anything is stored, and
+// for one outside the bounds afterwards.
+int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
+               size_t capacity, uint64_t low, uint64_t high, uint32_t* count);
+int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint64_t low,
+                   uint64_t high, RtxDynOctStr* value);
+
+// `numocts` octets, or with kRest all that the container has left. No trace field and no store for none.
+constexpr size_t kRest = ~size_t{0};
+int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
+             uint64_t low, uint64_t high, uint32_t* count);
+int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value);
+int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* value);
+
+// One bit ahead of a field: "ext bit", "optional bit", "choice selector".
+int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit);
+int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector);
+int skipExtensions(RtxContext* ctxt, Site site);
+
+// Storage of a repetition without an upper bound: grows with what has been decoded.
+int growArray(RtxContext* ctxt, Site site, void** elem, size_t used, size_t* capacity, size_t size);
+
+class Decoder : public Codec {
+public:
+   using Codec::Codec;
+
+   // Fields of fixed width, one behind the other.
+   template <class... Parts>
+   L3_INLINE int fields(const Parts&... parts) {
+      uint64_t word;
+      if (peek<totalBits<Parts...>()>(word, std::numeric_limits<size_t>::max()) && takeAll(word, parts...))
+            [[likely]] {
+         advanceBits(ctxt_, totalBits<Parts...>());
+         return 0;
+      }
+      return fieldsInFull(nullptr, parts...);
+   }
+
+   // The same among the contents of a length: the offset is compared with its end behind each.
+   template <class... Parts>
+   L3_INLINE int fieldsIn(const Length& length, const Parts&... parts) {
+      uint64_t word;
+      if (peek<totalBits<Parts...>()>(word, length.end) && takeAll(word, parts...)) [[likely]] {
+         advanceBits(ctxt_, totalBits<Parts...>());
+         return 0;
+      }
+      return fieldsInFull(&length, parts...);
+   }
+
+   // Has the cursor passed the end? Then -66.
+   L3_INLINE int within(const Length& length, int line = __builtin_LINE()) {
+      if (hot::bitOffset(ctxt_) > length.end) [[unlikely]]
+         return fail(ctxt_, RTX_E_LENGTH_OVERRUN, site(line));
+      return 0;
+   }
+
+   // Does the container have something left?
+   L3_INLINE bool more() const { return hot::containerHasRemBits(ctxt_); }
+   int64_t restBits() const { return hot::containerRemBits(ctxt_); }
+   size_t restOctets() const {
+      const int64_t bits = hot::containerRemBits(ctxt_);
+      return bits > 0 ? static_cast<size_t>(bits) >> 3 : 0;
+   }
+
+   // Length of Bits bits, its bounds, and the container behind it. A failed bound returns directly, with the
+   // trace field open and the name pushed: deliberate.
+   template <unsigned Bits, class T>
+   L3_INLINE int open(const char* name, T& value, uint64_t low, uint64_t high, Length& length,
+                      int line = __builtin_LINE()) {
+      static_assert(Bits == 8 || Bits == 16);
+      if (isPlain(ctxt_) && hasOctets(ctxt_, Bits / 8)) [[likely]] {
+         const uint8_t* at = ctxt_->bufData + ctxt_->bufByteIndex;
+         uint32_t count = at[0];
+         if constexpr (Bits == 16) count = count << 8 | at[1];
+         if (count >= low && count <= high) [[likely]] {
+            value = static_cast<T>(count);
+            ctxt_->bufByteIndex += Bits / 8;
+            length.end = cursorBits(ctxt_) + size_t{8} * count;
+            if (const int status = hot::pushContainerBytes(ctxt_, count); status < 0) [[unlikely]] {
+               push(name);
+               return fail(ctxt_, status, site(line));
+            }
+            return 0;
+         }
+      }
+      uint32_t count = 0;
+      const int status = openInFull(ctxt_, site(line), name, Bits, &count, low, high, true, length);
+      value = static_cast<T>(count);
+      return status;
+   }
+
+   // A length whose container begins behind a further field, see pushContainer.
+   template <class T>
+   int openNibble(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      const int status = openInFull(ctxt_, site(line), name, 4, &count, 0, 15, false, length);
+      value = static_cast<T>(count);
+      return status;
+   }
+   int pushContainer(size_t numocts, Length& length, int line = __builtin_LINE()) {
+      length.end = hot::bitOffset(ctxt_) + 8 * numocts;
+      if (const int status = hot::pushContainerBytes(ctxt_, numocts); status < 0)
+         return fail(ctxt_, status, site(line));
+      return 0;
+   }
+
+   // What was not read is skipped without a word.
+   L3_INLINE int close(const Length& length, int line = __builtin_LINE()) {
+      if (isPlain(ctxt_)) [[likely]] {
+         if (cursorBits(ctxt_) > length.end) [[unlikely]]
+            return fail(ctxt_, RTX_E_LENGTH_OVERRUN, site(line));
+         ctxt_->bufByteIndex = length.end / 8;
+         ctxt_->bufBitsLeft = static_cast<int16_t>(8 - length.end % 8);
+         hot::popContainer(ctxt_);
+         return 0;
+      }
+      return closeInFull(ctxt_, site(line), length);
+   }
+
+   // A nested codec under its element name.
+   template <class Function, class... Arguments>
+   L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
+      return nested(0, name, function, arguments...);
+   }
+
+   // Fixed octet string. Its result is not looked at where something follows: deliberate.
+   template <size_t N>
+   L3_INLINE int octets(const char* name, uint8_t* data, int line = __builtin_LINE()) {
+      if (isPlain(ctxt_) && hasOctets(ctxt_, N)) [[likely]] {
+         std::memcpy(data, ctxt_->bufData + ctxt_->bufByteIndex, N);
+         ctxt_->bufByteIndex += N;
+         return 0;
+      }
+      return decOctets(ctxt_, site(line), name, data, N);
+   }
+   template <size_t N>
+   int bits(const char* name, uint8_t* data) {
+      return decBitString(ctxt_, name, data, (N + 7) / 8, N);
+   }
+
+   template <unsigned CountOctets, class T>
+   int counted(const char* name, T& value, uint64_t low, uint64_t high, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      const int status = decCounted(ctxt_, site(line), name, CountOctets, value.data, sizeof value.data, low,
+                                    high, &count);
+      value.numocts = static_cast<decltype(value.numocts)>(count);
+      return status;
+   }
+   template <unsigned CountOctets>
+   int counted(const char* name, RtxDynOctStr& value, uint64_t low, uint64_t high,
+               int line = __builtin_LINE()) {
+      return decCountedHeap(ctxt_, site(line), name, CountOctets, low, high, &value);
+   }
+
+   // `numocts` octets, inline or on the heap; kRest for all that is left.
+   template <class T>
+   int sized(const char* name, size_t numocts, T& value, uint64_t low, uint64_t high,
+             int line = __builtin_LINE()) {
+      uint32_t count = value.numocts;
+      const int status =
+            decSized(ctxt_, site(line), name, numocts, value.data, sizeof value.data, low, high, &count);
+      value.numocts = static_cast<decltype(value.numocts)>(count);
+      return status;
+   }
+   int sized(const char* name, size_t numocts, RtxDynOctStr& value, uint64_t, uint64_t,
+             int line = __builtin_LINE()) {
+      return decSizedHeap(ctxt_, site(line), name, numocts, &value);
+   }
+   int restOfBits(const char* name, RtxDynBitStr& value, int line = __builtin_LINE()) {
+      return decRestBits(ctxt_, site(line), name, &value);
+   }
+
+   int leadBit(const char* kind, uint8_t& bit, int line = __builtin_LINE()) {
+      return decLeadBit(ctxt_, site(line), kind, &bit);
+   }
+   int selector(unsigned bits, uint32_t& t, int line = __builtin_LINE()) {
+      return decSelector(ctxt_, site(line), bits, &t);
+   }
+   int skipExtensions(int line = __builtin_LINE()) { return frame::skipExtensions(ctxt_, site(line)); }
+
+   // Repetition to the end of the container into an inline array. -16 ahead of the store when the array is
+   // full, and behind the loop when the count is out of bounds.
+   template <class N, class T, size_t Capacity, class Function>
+   L3_INLINE int repeat(const char* name, N& n, T (&elem)[Capacity], size_t low, size_t high,
+                        Function decode) {
+      L3_TRY(push(name));
+      size_t count = 0;
+      while (more()) {
+         if (count == Capacity) return RTX_E_CONSTRAINT;
+         const size_t before = hot::bitOffset(ctxt_);
+         L3_TRY(element(count, decode, elem[count]));
+         ++count;
+         if (hot::bitOffset(ctxt_) == before) return RTX_E_CONSTRAINT; // an element that takes nothing
+      }
+      n = static_cast<N>(count);
+      if (count < low || count > high) return RTX_E_CONSTRAINT;
+      pop();
+      return 0;
+   }
+
+   // The same onto the heap.
+   template <class N, class T, class Function>
+   int repeat(const char* name, N& n, T*& elem, size_t low, size_t high, Function decode,
+              int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      void* array = nullptr;
+      size_t count = 0, capacity = 0;
+      while (more()) {
+         if (count == std::numeric_limits<N>::max()) return RTX_E_CONSTRAINT;
+         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         const size_t before = hot::bitOffset(ctxt_);
+         L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
+         ++count;
+         if (hot::bitOffset(ctxt_) == before) return RTX_E_CONSTRAINT;
+      }
+      n = static_cast<N>(count);
+      elem = static_cast<T*>(array);
+      if (count < low || count > high) return RTX_E_CONSTRAINT;
+      pop();
+      return 0;
+   }
+
+   // Repetition `times` times; the bounds are tested behind the loop.
+   template <class N, class T, size_t Capacity, class Function>
+   L3_INLINE int repeatTimes(const char* name, size_t times, N& n, T (&elem)[Capacity], size_t low,
+                             size_t high, Function decode) {
+      L3_TRY(push(name));
+      for (size_t i = 0; i < times; ++i) {
+         if (i == Capacity) return RTX_E_CONSTRAINT;
+         L3_TRY(element(i, decode, elem[i]));
+      }
+      n = static_cast<N>(times);
+      if (times < low || times > high) return RTX_E_CONSTRAINT;
+      pop();
+      return 0;
+   }
+   template <class N, class T, class Function>
+   int repeatTimes(const char* name, size_t times, N& n, T*& elem, size_t low, size_t high, Function decode,
+                   int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      void* array = nullptr;
+      size_t capacity = 0;
+      for (size_t i = 0; i < times; ++i) {
+         if (i == capacity) L3_TRY(growArray(ctxt_, site(line), &array, i, &capacity, sizeof(T)));
+         L3_TRY(element(i, decode, static_cast<T*>(array)[i]));
+      }
+      n = static_cast<N>(times);
+      elem = static_cast<T*>(array);
+      if (times < low || times > high) return RTX_E_CONSTRAINT;
+      pop();
+      return 0;
+   }
+
+private:
+   template <class Function, class T>
+   L3_INLINE int element(size_t index, Function decode, T& target, int line = __builtin_LINE()) {
+      L3_TRY(pushIndex(index));
+      if (const int status = decode(*this, target); status < 0) [[unlikely]]
+         return fail(ctxt_, status, site(line));
+      popIndex(index);
+      return 0;
+   }
+
+   // The next N bits, right aligned, if they are there and end before `end`. The cursor stays.
+   template <unsigned N>
+   L3_INLINE bool peek(uint64_t& word, size_t end) const {
+      static_assert(N > 0 && N <= 56);
+      if (!isPlain(ctxt_)) [[unlikely]]
+         return false;
+      const size_t index = ctxt_->bufByteIndex;
+      const unsigned skip = 8 - static_cast<unsigned>(ctxt_->bufBitsLeft);
+      const size_t room = index < ctxt_->bufSize ? ctxt_->bufSize - index : 0;
+      if (skip + N > room * 8 || index * 8 + skip + N > end) [[unlikely]]
+         return false;
+      const uint8_t* at = ctxt_->bufData + index;
+      if constexpr (N == 8) {
+         if (skip == 0) [[likely]] {
+            word = *at;
+            return true;
+         }
+      }
+      uint64_t octets;
+      if (room >= 8) [[likely]] {
+         std::memcpy(&octets, at, 8);
+         octets = toBigEndian(octets);
+      } else {
+         octets = 0;
+         for (size_t i = 0; i < (skip + N + 7) / 8; ++i) octets |= uint64_t{at[i]} << (56 - 8 * i);
+      }
+      word = octets << skip >> (64 - N);
+      return true;
+   }
+
+   template <class... Parts>
+   [[gnu::noinline, gnu::cold]] int fieldsInFull(const Length* length, Parts... parts) {
+      int status = 0;
+      ((status = parts.decode(ctxt_, file_),
+        status >= 0 && (status = length != nullptr ? within(*length, parts.line) : 0) >= 0) &&
+       ...);
+      return status;
+   }
+};
+
+} // namespace quorva::frame

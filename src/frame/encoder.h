@@ -1,0 +1,234 @@
+// The words of encoders.
+#pragma once
+
+#include "src/frame/fields.h"
+
+namespace quorva::frame {
+
+// An open length field: where its contents begin, as a bit offset.
+struct OpenLength {
+   size_t start;
+};
+
+// Full forms, out of line.
+L3_COLD int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length);
+L3_COLD int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
+                           uint32_t* count);
+L3_COLD int encOctets(RtxContext* ctxt, Site site, const char* name, const uint8_t* data, size_t numocts);
+int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits);
+int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
+               size_t numocts, size_t capacity);
+int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail);
+int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit);
+int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector);
+int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei);
+
+class Encoder : public Codec {
+public:
+   using Codec::Codec;
+
+   // Fields of fixed width, one behind the other.
+   template <class... Parts>
+   L3_INLINE int fields(const Parts&... parts) {
+      uint64_t word;
+      if (giveAll(word, parts...) && put<totalBits<Parts...>()>(word)) [[likely]]
+         return 0;
+      return fieldsInFull(parts...);
+   }
+
+   // A placeholder of Bits bits; close() writes the octets of what stands behind it.
+   template <unsigned Bits>
+   L3_INLINE int open(const char* name, OpenLength& length, int line = __builtin_LINE()) {
+      if constexpr (Bits == 8 || Bits == 16) {
+         if (isPlain(ctxt_) && hasOctets(ctxt_, Bits / 8)) [[likely]] {
+            ctxt_->bufData[ctxt_->bufByteIndex] = 0;
+            if constexpr (Bits == 16) ctxt_->bufData[ctxt_->bufByteIndex + 1] = 0;
+            ctxt_->bufByteIndex += Bits / 8;
+            length.start = cursorBits(ctxt_);
+            return 0;
+         }
+      }
+      return encOpenInFull(ctxt_, site(line), name, Bits, length);
+   }
+
+   // Closing step: no padding behind an open tail, which must have ended on an octet boundary; else padding
+   // to the next octet. The bound is tested with the octets written.
+   template <unsigned Bits, class T>
+   L3_INLINE int close(const OpenLength& length, T& value, uint64_t low, uint64_t high,
+                       int line = __builtin_LINE()) {
+      uint32_t count;
+      if ((Bits == 8 || Bits == 16) && isPlain(ctxt_) && ctxt_->bufBitsLeft == 8 && length.start % 8 == 0 &&
+          ctxt_->bufByteIndex <= ctxt_->bufSize) [[likely]] {
+         ctxt_->flags &= ~RTX_CTXT_RAW_TAIL;
+         const size_t start = length.start / 8;
+         count = static_cast<uint32_t>(ctxt_->bufByteIndex - start);
+         if constexpr (Bits == 16) ctxt_->bufData[start - 2] = static_cast<uint8_t>(count >> 8);
+         ctxt_->bufData[start - 1] = static_cast<uint8_t>(count);
+      } else {
+         L3_TRY(encCloseInFull(ctxt_, site(line), Bits, length, &count));
+      }
+      value = static_cast<T>(count);
+      if (count < low || count > high) return RTX_E_CONSTRAINT;
+      return 0;
+   }
+
+   // A nested codec under its element name.
+   template <class Function, class... Arguments>
+   L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
+      return nested(0, name, function, arguments...);
+   }
+
+   // Optional element of a message: IEI of Bits bits, then the element.
+   template <unsigned Bits, class Function, class... Arguments>
+   L3_INLINE int optional(const char* name, uint32_t iei, Function function, Arguments... arguments) {
+      L3_TRY(push(name));
+      L3_TRY(putIei<Bits>(iei));
+      if (const int status = function(ctxt_, arguments...); status < 0) [[unlikely]]
+         return fail(ctxt_, status, site(0));
+      pop();
+      return 0;
+   }
+   // An element that is its IEI alone.
+   template <unsigned Bits>
+   int optional(const char* name, uint32_t iei) {
+      L3_TRY(push(name));
+      L3_TRY(putIei<Bits>(iei));
+      pop();
+      return 0;
+   }
+
+   template <size_t N>
+   L3_INLINE int octets(const char* name, const uint8_t* data, int line = __builtin_LINE()) {
+      if (isPlain(ctxt_) && hasOctets(ctxt_, N)) [[likely]] {
+         std::memcpy(ctxt_->bufData + ctxt_->bufByteIndex, data, N);
+         ctxt_->bufByteIndex += N;
+         return 0;
+      }
+      return encOctets(ctxt_, site(line), name, data, N);
+   }
+   template <size_t N>
+   int bits(const char* name, const uint8_t* data) {
+      return encBitString(ctxt_, name, data, N);
+   }
+
+   template <unsigned CountOctets, class T>
+   int counted(const char* name, const T& value, int line = __builtin_LINE()) {
+      return encCounted(ctxt_, site(line), name, CountOctets, value.data, value.numocts, sizeof value.data);
+   }
+   template <unsigned CountOctets>
+   int counted(const char* name, const RtxDynOctStr& value, int line = __builtin_LINE()) {
+      return encCounted(ctxt_, site(line), name, CountOctets, value.data, value.numocts, kNoCapacity);
+   }
+
+   // Octets without a count on the wire; their number must be the one that other fields give.
+   template <class T>
+   int sized(const char* name, size_t numocts, const T& value) {
+      if (value.numocts != numocts || value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
+      return encSized(ctxt_, name, value.data, numocts, false);
+   }
+   template <class T>
+   int fill(const char* name, const T& value) {
+      if (value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
+      return encSized(ctxt_, name, value.data, value.numocts, false);
+   }
+   // The same as an open tail: sets RTX_CTXT_RAW_TAIL.
+   template <class T>
+   int tail(const char* name, const T& value) {
+      if (value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
+      return encSized(ctxt_, name, value.data, value.numocts, true);
+   }
+   int tailOfBits(const char* name, const RtxDynBitStr& value) {
+      const int status = encBitString(ctxt_, name, value.data, value.numbits);
+      rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
+      return status;
+   }
+
+   int leadBit(const char* kind, bool bit, int line = __builtin_LINE()) {
+      return encLeadBit(ctxt_, site(line), kind, bit);
+   }
+   int selector(unsigned bits, uint32_t t, int line = __builtin_LINE()) {
+      return encSelector(ctxt_, site(line), bits, t);
+   }
+
+   // May no further optional element be added? Messages whose elements can leave the flag set ask this.
+   bool tailOpen() const { return (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0; }
+
+   // Repetition: the count is tested before anything is written.
+   template <class N, class T, class Function>
+   L3_INLINE int repeat(const char* name, N n, T* elem, size_t low, size_t high, Function encode,
+                        int line = __builtin_LINE()) {
+      return repeatTimes(name, n, n, elem, low, high, encode, line);
+   }
+   template <class N, class T, class Function>
+   L3_INLINE int repeatTimes(const char* name, size_t times, N n, T* elem, size_t low, size_t high,
+                             Function encode, int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      if (times < low || times > high || times > n) return RTX_E_CONSTRAINT;
+      if (times != 0 && elem == nullptr) return fail(ctxt_, RTX_E_NULL, site(line));
+      for (size_t i = 0; i < times; ++i) {
+         L3_TRY(pushIndex(i));
+         if (const int status = encode(*this, elem[i]); status < 0) [[unlikely]]
+            return fail(ctxt_, status, site(line));
+         popIndex(i);
+      }
+      pop();
+      return 0;
+   }
+
+private:
+   static constexpr size_t kNoCapacity = ~size_t{0};
+   template <class T>
+   static constexpr size_t capacity(const T& value) {
+      return sizeof value.data;
+   }
+   static constexpr size_t capacity(const RtxDynOctStr&) { return kNoCapacity; }
+
+   template <unsigned Bits>
+   L3_INLINE int putIei(uint32_t iei, int line = __builtin_LINE()) {
+      if (put<Bits>(iei)) [[likely]]
+         return 0;
+      return encIei(ctxt_, site(line), Bits, iei);
+   }
+
+   // N bits, if there is room. The rest of the last octet is cleared, as rtxEncBits does.
+   template <unsigned N>
+   L3_INLINE bool put(uint64_t value) {
+      static_assert(N > 0 && N <= 56);
+      if (!isPlain(ctxt_)) [[unlikely]]
+         return false;
+      const size_t index = ctxt_->bufByteIndex;
+      const unsigned used = 8 - static_cast<unsigned>(ctxt_->bufBitsLeft);
+      const size_t room = index < ctxt_->bufSize ? ctxt_->bufSize - index : 0;
+      if (used + N > room * 8) [[unlikely]]
+         return false;
+      uint8_t* at = ctxt_->bufData + index;
+      if constexpr (N == 8) {
+         if (used == 0) [[likely]] {
+            *at = static_cast<uint8_t>(value);
+            ctxt_->bufByteIndex = index + 1;
+            return true;
+         }
+      }
+      if (used == 0) {
+         constexpr unsigned octets = (N + 7) / 8;
+         const uint64_t word = toBigEndian(value << (64 - N));
+         std::memcpy(at, &word, octets);
+      } else {
+         uint64_t word = value << (64 - N) >> used;
+         word |= static_cast<uint64_t>(*at & (0xFF00u >> used)) << 56;
+         const unsigned octets = (used + N + 7) / 8;
+         for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+      }
+      advanceBits(ctxt_, N);
+      return true;
+   }
+
+   template <class... Parts>
+   [[gnu::noinline, gnu::cold]] int fieldsInFull(Parts... parts) {
+      int status = 0;
+      (((status = parts.encode(ctxt_, file_)) >= 0) && ...);
+      return status;
+   }
+};
+
+} // namespace quorva::frame

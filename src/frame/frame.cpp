@@ -1,0 +1,492 @@
+// The full forms of the frame's words: names, trace and logging, out of line.
+
+#include "src/frame/decoder.h"
+#include "src/frame/encoder.h"
+#include "src/frame/scan.h"
+
+#include <algorithm>
+
+namespace quorva::frame {
+
+namespace {
+
+constexpr IndexName makeIndexName(unsigned index) {
+   IndexName name{};
+   const char prefix[] = "elem[";
+   size_t at = 0;
+   for (; prefix[at] != 0; ++at) name.text[at] = prefix[at];
+   char digits[4]{};
+   int n = 0;
+   do {
+      digits[n++] = static_cast<char>('0' + index % 10);
+      index /= 10;
+   } while (index != 0);
+   while (n > 0) name.text[at++] = digits[--n];
+   name.text[at] = ']';
+   return name;
+}
+
+void openTrace(RtxContext* ctxt, const char* kind) {
+   rtxDiagNewBitField(ctxt->bitFields, kind);
+}
+void closeTrace(RtxContext* ctxt) {
+   rtxDiagSetBitFldCount(ctxt->bitFields);
+}
+
+// The integer of a field in the record, whatever its size.
+void store(void* field, unsigned bytes, uint32_t value) {
+   switch (bytes) {
+   case 1: *static_cast<uint8_t*>(field) = static_cast<uint8_t>(value); break;
+   case 2: *static_cast<uint16_t*>(field) = static_cast<uint16_t>(value); break;
+   default: *static_cast<uint32_t*>(field) = value; break;
+   }
+}
+
+int readInteger(RtxContext* ctxt, unsigned bits, uint32_t* value) {
+   if (bits <= 8) {
+      uint8_t octet = 0;
+      const int status = rtxDecBitsToByte(ctxt, &octet, static_cast<uint8_t>(bits));
+      *value = octet;
+      return status;
+   }
+   if (bits == 16) {
+      uint16_t word = 0;
+      const int status = rtxDecUInt16(ctxt, &word, 2);
+      *value = word;
+      return status;
+   }
+   if (bits % 8 == 0) return rtxDecUInt32(ctxt, value, bits / 8);
+   return rtxDecBits(ctxt, value, bits);
+}
+
+int writeInteger(RtxContext* ctxt, unsigned bits, uint32_t value) {
+   if (bits == 24) { // the high octet is lost
+      const uint8_t octets[3] = {static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
+                                 static_cast<uint8_t>(value)};
+      return rtxEncBitsFromByteArray(ctxt, octets, 24);
+   }
+   return bits % 8 == 0 ? rtxEncUInt32(ctxt, value, bits / 8) : rtxEncBits(ctxt, value, bits);
+}
+
+} // namespace
+
+constexpr IndexNames::IndexNames() : all() {
+   for (unsigned i = 0; i < 256; ++i) all[i] = makeIndexName(i);
+}
+constinit const IndexNames kIndexNames;
+
+int fail(RtxContext* ctxt, int status, Site site) {
+   const int overall = rtxErrSetData(ctxt, status, site.file, site.line);
+   return overall < 0 ? overall : status;
+}
+
+int failBound(RtxContext* ctxt, uint64_t value, Site site) {
+   rtxErrAddElemNameParm(ctxt);
+   rtxErrAddUIntParm(ctxt, static_cast<uint32_t>(value));
+   return fail(ctxt, RTX_E_CONSTRAINT, site);
+}
+
+int encFlag(RtxContext* ctxt, Site site, const char* name, uint8_t value) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "BOOLEAN");
+   if (const int status = rtxEncBit(ctxt, value); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decFlag(RtxContext* ctxt, Site site, const char* name, uint8_t* value) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "BOOLEAN");
+   if (const int status = rtxDecBit(ctxt, value); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int encInteger(RtxContext* ctxt, Site site, const char* name, uint32_t value, const IntegerRule& rule) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   if (value < rule.low || value > rule.high)
+      return rule.logged ? failBound(ctxt, value, site) : RTX_E_CONSTRAINT;
+   openTrace(ctxt, "INTEGER");
+   if (const int status = writeInteger(ctxt, rule.bits, value); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const IntegerRule& rule) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "INTEGER");
+   uint32_t read = 0;
+   if (const int status = readInteger(ctxt, rule.bits, &read); status < 0) return fail(ctxt, status, site);
+   store(value, rule.bytes, read);
+   closeTrace(ctxt);
+   if (read < rule.low || read > rule.high)
+      return rule.logged ? failBound(ctxt, read, site) : RTX_E_CONSTRAINT;
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value, uint64_t low,
+               uint64_t high, bool push, Length& length) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "INTEGER");
+   if (const int status = readInteger(ctxt, bits, value); status != 0) return fail(ctxt, status, site);
+   const size_t start = hot::bitOffset(ctxt);
+   if (*value < low || *value > high) return RTX_E_CONSTRAINT;
+   if (push) {
+      if (const int status = hot::pushContainerBytes(ctxt, *value); status < 0)
+         return fail(ctxt, status, site);
+   }
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   length.end = start + size_t{8} * *value;
+   return 0;
+}
+
+int closeInFull(RtxContext* ctxt, Site site, const Length& length) {
+   const size_t offset = hot::bitOffset(ctxt);
+   if (offset > length.end) return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
+   // A stream can't seek; it need not where the element has been read to its end.
+   if (offset != length.end) {
+      if (const int status = hot::setBitOffset(ctxt, length.end); status < 0) return fail(ctxt, status, site);
+   }
+   hot::popContainer(ctxt);
+   return 0;
+}
+
+int decOctets(RtxContext* ctxt, Site, const char* name, uint8_t* data, size_t numocts) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return status;
+}
+
+int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "BIT STRING");
+   const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return status;
+}
+
+namespace {
+
+int readOctets(RtxContext* ctxt, Site site, uint8_t* data, size_t numocts) {
+   if (numocts == 0) return 0;
+   if (const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8); status < 0)
+      return fail(ctxt, status, site);
+   return 0;
+}
+
+// Memory for octets of the input: never more than what is there, so that a count can't ask for much.
+int readOctetsToHeap(RtxContext* ctxt, Site site, size_t numocts, const uint8_t** data) {
+   if (!hot::streamActive(ctxt) &&
+       (ctxt->bufByteIndex > ctxt->bufSize || numocts > ctxt->bufSize - ctxt->bufByteIndex))
+      return fail(ctxt, RTX_E_END_OF_DATA, site);
+   auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
+   if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
+   L3_TRY(readOctets(ctxt, site, octets, numocts));
+   *data = octets;
+   return 0;
+}
+
+int readCount(RtxContext* ctxt, Site site, unsigned countOctets, uint32_t* count) {
+   if (const int status = readInteger(ctxt, countOctets * 8, count); status < 0)
+      return fail(ctxt, status, site);
+   return 0;
+}
+
+} // namespace
+
+int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
+               size_t capacity, uint64_t low, uint64_t high, uint32_t* count) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   L3_TRY(readCount(ctxt, site, countOctets, count));
+   if (*count > capacity) {
+      *count = 0; // nothing is stored
+      return RTX_E_CONSTRAINT;
+   }
+   L3_TRY(readOctets(ctxt, site, data, *count));
+   closeTrace(ctxt);
+   if (*count < low || *count > high) return RTX_E_CONSTRAINT;
+   if (name != nullptr) hot::popElemName(ctxt);
+   return 0;
+}
+
+int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint64_t low,
+                   uint64_t high, RtxDynOctStr* value) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   uint32_t count = 0;
+   L3_TRY(readCount(ctxt, site, countOctets, &count));
+   const uint8_t* octets = nullptr;
+   L3_TRY(readOctetsToHeap(ctxt, site, count, &octets));
+   value->numocts = count;
+   value->data = octets;
+   closeTrace(ctxt);
+   if (count < low || count > high) return RTX_E_CONSTRAINT;
+   if (name != nullptr) hot::popElemName(ctxt);
+   return 0;
+}
+
+namespace {
+
+size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
+   if (numocts != kRest) return numocts;
+   const int64_t bits = hot::containerRemBits(ctxt);
+   return bits > 0 ? static_cast<size_t>(bits) >> 3 : 0;
+}
+
+} // namespace
+
+int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
+             uint64_t low, uint64_t high, uint32_t* count) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   numocts = octetsLeft(ctxt, numocts);
+   *count = 0;
+   if (numocts > capacity) return RTX_E_CONSTRAINT;
+   *count = static_cast<uint32_t>(numocts);
+   if (numocts != 0) {
+      openTrace(ctxt, "OCTET STRING");
+      L3_TRY(readOctets(ctxt, site, data, numocts));
+      closeTrace(ctxt);
+   }
+   if (numocts < low || numocts > high) return RTX_E_CONSTRAINT;
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   numocts = octetsLeft(ctxt, numocts);
+   value->numocts = static_cast<uint32_t>(numocts);
+   if (numocts != 0) {
+      openTrace(ctxt, "OCTET STRING");
+      L3_TRY(readOctetsToHeap(ctxt, site, numocts, &value->data));
+      closeTrace(ctxt);
+   }
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* value) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   const int64_t left = hot::containerRemBits(ctxt);
+   const size_t numbits = left > 0 ? static_cast<size_t>(left) : 0;
+   value->numbits = static_cast<uint32_t>(numbits);
+   if (numbits != 0) {
+      openTrace(ctxt, "BIT STRING");
+      const size_t numocts = (numbits >> 3) + 1;
+      if (!hot::streamActive(ctxt) && cursorBits(ctxt) + numbits > ctxt->bufSize * 8)
+         return fail(ctxt, RTX_E_END_OF_DATA, site);
+      auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
+      if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
+      if (const int status = rtxDecBitsToByteArray(ctxt, octets, numocts, numbits); status < 0)
+         return fail(ctxt, status, site);
+      value->data = octets;
+      closeTrace(ctxt);
+   }
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit) {
+   openTrace(ctxt, kind);
+   if (const int status = rtxDecBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   return 0;
+}
+
+int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector) {
+   openTrace(ctxt, "choice selector");
+   uint32_t value = 0;
+   if (const int status = rtxDecBits(ctxt, &value, bits); status < 0) return fail(ctxt, status, site);
+   *selector = value + 1;
+   closeTrace(ctxt);
+   return 0;
+}
+
+int skipExtensions(RtxContext* ctxt, Site site) {
+   uint8_t octet = 0;
+   do {
+      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status, site);
+   } while ((octet & 0x80) == 0);
+   return 0;
+}
+
+int growArray(RtxContext* ctxt, Site site, void** elem, size_t used, size_t* capacity, size_t size) {
+   const size_t grown = std::max<size_t>(4, 2 * used);
+   void* array = rtxMemHeapAlloc(ctxt, grown * size);
+   if (array == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
+   if (used != 0) {
+      std::memcpy(array, *elem, used * size);
+      rtxMemHeapFreePtr(ctxt, *elem);
+   }
+   *elem = array;
+   *capacity = grown;
+   return 0;
+}
+
+int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "INTEGER");
+   if (const int status = rtxEncBits(ctxt, 0, bits); status < 0) return fail(ctxt, status, site);
+   length.start = hot::bitOffset(ctxt);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count) {
+   if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
+      if (!hot::octetAligned(ctxt)) {
+         const int overall = rtxErrSetNewData(ctxt, RTX_E_NOT_OCTET_END, site.file, site.line);
+         return overall < 0 ? overall : RTX_E_NOT_OCTET_END;
+      }
+      rtxCtxtClearFlag(ctxt, RTX_CTXT_RAW_TAIL);
+   } else if (ctxt->bufBitsLeft != 8) {
+      ++ctxt->bufByteIndex;
+      ctxt->bufBitsLeft = 8;
+   }
+   const size_t end = hot::bitOffset(ctxt);
+   *count = static_cast<uint32_t>((end - length.start) / 8);
+   if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0)
+      return fail(ctxt, status, site);
+   if (const int status = rtxMergeBits(ctxt, *count, static_cast<int>(bits)); status < 0)
+      return fail(ctxt, status, site);
+   return hot::setBitOffset(ctxt, end);
+}
+
+int encOctets(RtxContext* ctxt, Site, const char* name, const uint8_t* data, size_t numocts) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return status;
+}
+
+int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "BIT STRING");
+   const int status = rtxEncBitsFromByteArray(ctxt, data, numbits);
+   closeTrace(ctxt);
+   hot::popElemName(ctxt);
+   return status;
+}
+
+int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
+               size_t numocts, size_t capacity) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   if (numocts > capacity) return RTX_E_CONSTRAINT;
+   openTrace(ctxt, "OCTET STRING");
+   if (const int status = rtxEncUInt32(ctxt, static_cast<uint32_t>(numocts), countOctets); status < 0)
+      return fail(ctxt, status, site);
+   if (const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8); status < 0)
+      return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
+   return 0;
+}
+
+int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
+   closeTrace(ctxt);
+   if (tail) rtxCtxtSetFlag(ctxt, RTX_CTXT_RAW_TAIL);
+   hot::popElemName(ctxt);
+   return status;
+}
+
+int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit) {
+   openTrace(ctxt, kind);
+   if (const int status = rtxEncBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   return 0;
+}
+
+int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector) {
+   openTrace(ctxt, "choice selector");
+   if (const int status = rtxEncBits(ctxt, selector - 1, bits); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   return 0;
+}
+
+int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
+   if (const int status = rtxEncBits(ctxt, iei, bits); status < 0) return fail(ctxt, status, site);
+   return 0;
+}
+
+bool Scan::nextInFull() {
+   RtxContext* ctxt = decoder_.ctxt();
+   if (!decoder_.more()) return end(messageStatus(ctxt));
+   // An IEI that is not there ends the message without a failure, so it is looked for before it is read.
+   if (!hot::streamActive(ctxt) && cursorBits(ctxt) + 8 > ctxt->bufSize * 8) return end(messageStatus(ctxt));
+   uint8_t octet = 0;
+   openTrace(ctxt, "IEI");
+   int status = rtxDecBitsToByte(ctxt, &octet, 8);
+   if (status == RTX_E_END_OF_DATA) return end(messageStatus(ctxt));
+   if (status != 0) return end(fail(ctxt, status, decoder_.site(__LINE__)));
+   closeTrace(ctxt);
+   if ((halfOctets_ >> (octet >> 4) & 1) != 0) {
+      --ctxt->bufByteIndex;
+      status = rtxDecBitsToByte(ctxt, &octet, 4);
+      if (status < 0) return end(fail(ctxt, status, decoder_.site(__LINE__)));
+      closeTrace(ctxt);
+   }
+   iei_ = octet;
+   return true;
+}
+
+int Scan::drop(Format format, size_t valueOctets, int line) {
+   RtxContext* ctxt = decoder_.ctxt();
+   previous_ = iei_;
+   size_t length = 0;
+   if (format == Format::TLV) {
+      uint8_t octet = 0;
+      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0)
+         return fail(ctxt, status, decoder_.site(line));
+      length = octet;
+   } else if (format == Format::TV) {
+      length = valueOctets;
+   }
+   if (length != 0) {
+      if (const int status = rtxSkipBytes(ctxt, length); status < 0)
+         return fail(ctxt, status, decoder_.site(line));
+   }
+   return 0;
+}
+
+int Scan::unknown(int line) {
+   RtxContext* ctxt = decoder_.ctxt();
+   const unsigned last = previous_;
+   previous_ = iei_;
+   if ((iei_ & 0x80) != 0) return 0; // one octet
+   uint8_t length = 0;
+   if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0)
+      return fail(ctxt, status, decoder_.site(line));
+   if (length != 0) {
+      if (const int status = rtxSkipBytes(ctxt, length); status < 0)
+         return fail(ctxt, status, decoder_.site(line));
+   }
+   // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated: deliberate.
+   if ((iei_ & 0x0F) == 0 && iei_ != last) {
+      rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
+      const Site where = decoder_.site(line);
+      rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);
+   }
+   return 0;
+}
+
+int messageStatus(RtxContext* ctxt) {
+   return ctxt->errList.count == 0 ? 0 : rtxErrGetStatus(ctxt);
+}
+
+} // namespace quorva::frame
