@@ -5,7 +5,7 @@
  *
  * Algorithm numbers are 0 (null) and 2 (AES). The order of use is rtx3gppSecInitialize,
  * rtx3gppAssignAlgorithmKeys, then for each message `count`, `bearer` and `direction` stored into
- * `ctx->nasSec` ahead of the PDU coder.
+ * `pctxt->nasSec` ahead of the PDU coder.
  */
 #ifndef QUORVA_RT3GPPNASSEC_H
 #define QUORVA_RT3GPPNASSEC_H
@@ -36,7 +36,7 @@ struct RtxNasSecContext {
  * the context has already is neither looked at nor released.
  * @return 0, or -10 (recorded) when there is no memory.
  */
-QUORVA_API int rtx3gppSecInitialize(RtxContext* ctx);
+QUORVA_API int rtx3gppSecInitialize(RtxContext* pctxt);
 
 /**
  * Sets algorithms and keys. May be called again at any time. Key material that the new algorithms don't need
@@ -47,8 +47,8 @@ QUORVA_API int rtx3gppSecInitialize(RtxContext* ctx);
  * the parameters "integrity algorithm" or "cipher algorithm" and the number, the numbers in force staying the
  * old ones; -47 for a null key that is needed; -10.
  */
-QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* ctx, const uint8_t* integKey, const uint8_t* cipherKey,
-                                          int32_t integAlg, int32_t cipherAlg);
+QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey,
+                                          const uint8_t* cipherKey, int32_t integAlg, int32_t cipherAlg);
 
 /**
  * Enciphers or deciphers (the same operation) `length` octets in place (TS 33.401, B.1.3).
@@ -56,7 +56,7 @@ QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* ctx, const uint8_t* integK
  * keys away; -60 with "encryption algorithm" and the number if the record holds a number other than 0 and 2;
  * -47 for null data.
  */
-QUORVA_API int rtx3gppCipher(RtxContext* ctx, uint8_t* data, size_t length);
+QUORVA_API int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length);
 
 /**
  * Computes the message authentication code of `length` octets (TS 33.401, B.2.3); 0 with the null algorithm.
@@ -66,13 +66,13 @@ QUORVA_API int rtx3gppCipher(RtxContext* ctx, uint8_t* data, size_t length);
  * ones of `data`, and the code then covers `length` + 8 modulo the range of a size; this is deliberate.
  * @return 0; recorded: -71 and -60 ("integrity algorithm") as for rtx3gppCipher, -47, -10.
  */
-QUORVA_API int rtx3gppComputeMAC(RtxContext* ctx, uint8_t* data, size_t length, uint32_t* mac);
+QUORVA_API int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac);
 
 /**
- * Zeroes and releases schedules, subkeys and the record, and clears `ctx->nasSec`. Without a record it
+ * Zeroes and releases schedules, subkeys and the record, and clears `pctxt->nasSec`. Without a record it
  * records -71.
  */
-QUORVA_API void rtx3gppSecFree(RtxContext* ctx);
+QUORVA_API void rtx3gppSecFree(RtxContext* pctxt);
 
 /**
  * Expands an AES-128 key of 16 octets (FIPS 197, 5.2) into 44 words in host order, each formed big-endian

@@ -3,6 +3,7 @@
 #include "quorva/rt3gppNasSec.h"
 
 #include <atomic>
+#include <initializer_list>
 
 namespace quorva {
 
