@@ -1,0 +1,51 @@
+/**
+ * @file rtxSList.h
+ * Singly linked list of untyped pointers, on the heap of a context or in system memory.
+ */
+#ifndef QUORVA_RTXSLIST_H
+#define QUORVA_RTXSLIST_H
+
+#include "quorva/rtxCommon.h"
+
+QUORVA_BEGIN_DECLS
+
+typedef struct RtxSListNode {
+   void* data;
+   struct RtxSListNode* next;
+} RtxSListNode;
+
+typedef struct RtxSList {
+   size_t count;
+   RtxSListNode* head;
+   RtxSListNode* tail;
+   RtxContext* pctxt; /**< Context whose heap serves the nodes; null: malloc and free do. */
+} RtxSList;
+
+/** Makes an empty list with nodes in system memory. */
+QUORVA_API void rtxSListInit(RtxSList* list);
+
+/** Makes an empty list with nodes on the heap; a null context as rtxSListInit. */
+QUORVA_API void rtxSListInitEx(RtxContext* pctxt, RtxSList* list);
+
+/** As the two before, with a new record of the same kind of memory; null if memory fails. */
+QUORVA_API RtxSList* rtxSListCreate(void);
+QUORVA_API RtxSList* rtxSListCreateEx(RtxContext* pctxt);
+
+/** New node at the tail; null if memory fails. */
+QUORVA_API RtxSListNode* rtxSListAppend(RtxSList* list, void* data);
+
+/** First node with this data pointer, or null. */
+QUORVA_API RtxSListNode* rtxSListFind(const RtxSList* list, const void* data);
+
+/** Frees the first node with this data pointer, if there is one; not the data. */
+QUORVA_API void rtxSListRemove(RtxSList* list, const void* data);
+
+/** Frees the nodes; the list is empty then and can be used again. */
+QUORVA_API void rtxSListFree(RtxSList* list);
+
+/** As rtxSListFree, with the data, which has the memory of the nodes. */
+QUORVA_API void rtxSListFreeAll(RtxSList* list);
+
+QUORVA_END_DECLS
+
+#endif

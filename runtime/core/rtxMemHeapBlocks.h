@@ -1,0 +1,129 @@
+/**
+ * @file rtxMemHeapBlocks.h
+ * Addresses inside heap blocks, and the steps that the heap's source files share.
+ */
+#ifndef QUORVA_RUNTIME_CORE_RTXMEMHEAPBLOCKS_H
+#define QUORVA_RUNTIME_CORE_RTXMEMHEAPBLOCKS_H
+
+#include "quorva/rtxMemHeapLayout.h"
+
+#include <cstring>
+
+namespace quorva::heap {
+
+constexpr size_t kUnit = 8;
+constexpr size_t kSentinelAt = 24;     ///< Octets of a block in front of index 0.
+constexpr size_t kBlkOverhead = 32;    ///< A block has size / 8 - 4 units.
+constexpr size_t kMaxBlkSize = 524312; ///< Its end border has index 65535.
+constexpr unsigned kMaxUnits = 65533;  ///< Largest element.
+constexpr size_t kMaxElemData = (kMaxUnits - 1) * kUnit;
+constexpr uint16_t kUnknown = 65535; ///< `maxFreeElem` that promises nothing.
+constexpr unsigned kFirst = 2;       ///< Index of the first element.
+
+static_assert(sizeof(RtxMemElem) == kUnit && sizeof(RtxMemLink) == kUnit);
+static_assert(offsetof(RtxMemBlk, sentinel) == kSentinelAt && sizeof(RtxMemBlk) == 40);
+static_assert(sizeof(RtxRawMemBlk) == 32 && offsetof(RtxRawMemBlk, code) == 24);
+
+inline RtxMemHeap* heapOf(void* handle) {
+   return handle == nullptr ? nullptr : *static_cast<RtxMemHeap**>(handle);
+}
+
+inline uint8_t* unitAt(RtxMemBlk* blk, size_t index) {
+   return reinterpret_cast<uint8_t*>(blk) + kSentinelAt + index * kUnit;
+}
+
+inline RtxMemLink* linkAt(RtxMemBlk* blk, size_t index) {
+   return reinterpret_cast<RtxMemLink*>(unitAt(blk, index));
+}
+
+inline RtxMemElem* elemAt(RtxMemBlk* blk, size_t index) {
+   return reinterpret_cast<RtxMemElem*>(unitAt(blk, index));
+}
+
+inline RtxMemElem* elemOfData(void* ptr) {
+   return static_cast<RtxMemElem*>(ptr) - 1;
+}
+
+inline const RtxMemElem* elemOfData(const void* ptr) {
+   return static_cast<const RtxMemElem*>(ptr) - 1;
+}
+
+inline RtxMemElem* nextElem(RtxMemElem* elem) {
+   return elem + elem->nunits;
+}
+
+inline RtxMemBlk* blockOf(RtxMemElem* elem) {
+   return reinterpret_cast<RtxMemBlk*>(reinterpret_cast<uint8_t*>(elem) - elem->beginOff * kUnit -
+                                       kSentinelAt);
+}
+
+inline RtxRawMemBlk* rawOf(RtxMemElem* elem) {
+   return reinterpret_cast<RtxRawMemBlk*>(reinterpret_cast<uint8_t*>(elem) - kSentinelAt);
+}
+
+/** Units of the free element that ends at index `link`; 0 for the sentinel. */
+inline unsigned freeSize(RtxMemBlk* blk, size_t link) {
+   return elemAt(blk, link + 1)->prevOff;
+}
+
+inline size_t blkSize(const RtxMemBlk* blk) {
+   return blk->nunits * kUnit + kBlkOverhead;
+}
+
+inline bool wholeBlkFree(RtxMemBlk* blk) {
+   const RtxMemElem* first = elemAt(blk, kFirst);
+   return (first->flags & RTX_ME_FREE) != 0 && first->nunits == blk->nunits - 2u;
+}
+
+inline uint16_t u16(size_t value) {
+   return static_cast<uint16_t>(value);
+}
+
+/** Takes a link out of the free ring. */
+inline void unlinkFree(RtxMemBlk* blk, size_t index) {
+   const RtxMemLink link = *linkAt(blk, index);
+   linkAt(blk, link.prevFree)->nextFree = link.nextFree;
+   linkAt(blk, link.nextFree)->prevFree = link.prevFree;
+   if (blk->freeHead == index) blk->freeHead = link.nextFree;
+}
+
+/** Puts a link behind the one at which searches begin. */
+inline void insertFree(RtxMemBlk* blk, size_t index) {
+   RtxMemLink* head = linkAt(blk, blk->freeHead);
+   RtxMemLink* link = linkAt(blk, index);
+   link->nextFree = head->nextFree;
+   link->prevFree = blk->freeHead;
+   linkAt(blk, head->nextFree)->prevFree = u16(index);
+   head->nextFree = u16(index);
+}
+
+/** A member of the ring of raw blocks: one of them, or the heap record, which heads the ring. */
+struct [[gnu::may_alias]] RawRing {
+   RawRing* next;
+   RawRing* prev;
+};
+
+inline RawRing* rawRing(RtxMemHeap* heap) {
+   return reinterpret_cast<RawRing*>(heap);
+}
+
+inline RtxRawMemBlk* rawBlk(RawRing* member) {
+   return reinterpret_cast<RtxRawMemBlk*>(member);
+}
+
+inline bool isStatic(const RtxMemHeap* heap) {
+   return (heap->flags & RTX_MH_STATIC) != 0;
+}
+
+/** Could the pointer be one of this heap? Range, alignment and code guard. */
+bool knownPtr(const RtxMemHeap* heap, const void* ptr);
+
+/** Unlinks a raw block and gives it back to the system. */
+void releaseRaw(RtxMemHeap* heap, RtxRawMemBlk* raw);
+
+/** Takes a block out of the heap and gives it back to the system. */
+void releaseBlk(RtxMemHeap* heap, RtxMemBlk* blk);
+
+} // namespace quorva::heap
+
+#endif

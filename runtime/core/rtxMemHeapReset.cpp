@@ -1,0 +1,202 @@
+/** Heap: ends of everything at once, shared ownership, and the question whether anything is left. */
+#include "quorva/rtxError.h"
+#include "quorva/rtxMemHeap.h"
+#include "runtime/core/rtxInline.h"
+#include "runtime/core/rtxMemHeapBlocks.h"
+
+namespace quorva::heap {
+namespace {
+
+void forgetSpares(RtxMemHeap* heap) {
+   heap->spareNames = nullptr;
+   heap->spareContainers = nullptr;
+}
+
+/** Does the entry of a spare container node have an allocation of its own? */
+bool ownEntry(const RtxDListNode* node) {
+   return node->data != nullptr && node->data != node + 1;
+}
+
+/** Gives spare nodes back while the heap lives on. */
+void freeSpares(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   RtxDListNode* lists[] = {heap->spareNames, heap->spareContainers};
+   forgetSpares(heap);
+   for (int i = 0; i < 2; ++i) {
+      for (RtxDListNode *node = lists[i], *next; node != nullptr; node = next) {
+         next = node->next;
+         if (i == 1 && ownEntry(node)) rtxMemHeapFreePtr(handle, node->data);
+         rtxMemHeapFreePtr(handle, node);
+      }
+   }
+}
+
+/** Allocations that the spare nodes take. */
+size_t countSpares(const RtxMemHeap* heap) {
+   size_t count = 0;
+   for (const RtxDListNode* node = heap->spareNames; node != nullptr; node = node->next) ++count;
+   for (const RtxDListNode* node = heap->spareContainers; node != nullptr; node = node->next)
+      count += ownEntry(node) ? 2 : 1;
+   return count;
+}
+
+size_t staticSpareOctets(const RtxMemHeap* heap) {
+   size_t octets = 0;
+   for (const RtxDListNode* node = heap->spareNames; node != nullptr; node = node->next)
+      octets += sizeof(RtxDListNode);
+   for (const RtxDListNode* node = heap->spareContainers; node != nullptr; node = node->next)
+      octets += sizeof(RtxDListNode) + sizeof(hot::RtxContainer);
+   return octets;
+}
+
+/** Are there more than `limit` live allocations? */
+bool liveBeyond(RtxMemHeap* heap, size_t limit) {
+   size_t live = 0;
+   for (RawRing* raw = rawRing(heap)->next; raw != rawRing(heap); raw = raw->next)
+      if (++live > limit) return true;
+   auto* const first = static_cast<RtxMemBlk*>(heap->curBlock);
+   RtxMemBlk* blk = first;
+   if (blk == nullptr) return false;
+   do {
+      if (!wholeBlkFree(blk)) {
+         const RtxMemElem* end = elemAt(blk, blk->nunits);
+         for (RtxMemElem* elem = elemAt(blk, kFirst); elem < end; elem = nextElem(elem))
+            if ((elem->flags & RTX_ME_FREE) == 0 && ++live > limit) return true;
+      }
+      blk = blk->next;
+   } while (blk != first);
+   return false;
+}
+
+/** Makes a block one free element again. */
+void renewBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
+   const auto size = u16(blk->nunits - 2u);
+   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) std::memset(elemAt(blk, kFirst), 0, size * kUnit);
+   RtxMemElem* elem = elemAt(blk, kFirst);
+   *elem = {size, 1, 0, RTX_ME_FREE, 0};
+   RtxMemLink* link = rtxMemHeapGetFreeLink(elem);
+   if (link == nullptr) {
+      rtxErrAssertionFailed("pFreeLink != 0", 145, "rtxMemHeapReset");
+   }
+   const auto index = u16(blk->nunits - 1u);
+   link->nextFree = link->prevFree = 0;
+   elemAt(blk, blk->nunits)->prevOff = size;
+   blk->maxFreeElem = size;
+   blk->freeHead = blk->sentinel.nextFree = blk->sentinel.prevFree = index;
+}
+
+/** Makes the elements from `begin` up to `end`, indices both, one free element at the front of the ring. */
+void makeFreeRun(RtxMemHeap* heap, RtxMemBlk* blk, size_t begin, size_t end) {
+   const size_t size = end - begin;
+   RtxMemElem* elem = elemAt(blk, begin);
+   const uint16_t prevOff = elem->prevOff;
+   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) std::memset(elem, 0, size * kUnit);
+   *elem = {u16(size), prevOff, 0, RTX_ME_FREE, 0};
+   elemAt(blk, end)->prevOff = u16(size);
+   RtxMemLink* link = linkAt(blk, end - 1);
+   link->nextFree = blk->sentinel.nextFree;
+   link->prevFree = 0;
+   linkAt(blk, blk->sentinel.nextFree)->prevFree = u16(end - 1);
+   blk->sentinel.nextFree = u16(end - 1);
+   if (blk->maxFreeElem < size) blk->maxFreeElem = u16(size);
+}
+
+/** Frees all but the saved elements of a block. */
+void rebuildBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
+   blk->sentinel.nextFree = blk->sentinel.prevFree = 0;
+   blk->maxFreeElem = 0;
+   unsigned saved = blk->nsaved;
+   size_t begin = kFirst;
+   for (size_t index = kFirst; saved > 0 && index < blk->nunits;) {
+      const RtxMemElem* elem = elemAt(blk, index);
+      const size_t next = index + elem->nunits;
+      if ((elem->flags & RTX_ME_SAVED) != 0) {
+         if (begin < index) makeFreeRun(heap, blk, begin, index);
+         begin = next;
+         --saved;
+      }
+      index = next;
+   }
+   if (begin < blk->nunits) makeFreeRun(heap, blk, begin, blk->nunits);
+   blk->freeHead = blk->sentinel.nextFree;
+}
+
+void resetBlks(RtxMemHeap* heap) {
+   auto* blk = static_cast<RtxMemBlk*>(heap->curBlock);
+   if (blk == nullptr) return;
+   const RtxMemBlk* last = blk->prev;
+   for (bool more = true; more;) {
+      RtxMemBlk* next = blk->next;
+      more = blk != last;
+      if (blk->nsaved != 0) [[unlikely]]
+         rebuildBlk(heap, blk);
+      else if ((heap->flags & RTX_MH_FREE_EMPTY_BLOCK) != 0)
+         releaseBlk(heap, blk);
+      else
+         renewBlk(heap, blk);
+      blk = next;
+   }
+}
+
+} // namespace
+} // namespace quorva::heap
+
+using namespace quorva::heap;
+
+void rtxMemHeapAddRef(void* handle) {
+   if (RtxMemHeap* heap = heapOf(handle)) ++heap->refCount;
+}
+
+void rtxMemHeapRelease(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   if (heap == nullptr) return;
+   if (heap->refCount > 1) {
+      freeSpares(handle);
+      --heap->refCount;
+      return;
+   }
+   rtxMemHeapFreeAll(handle);
+   if ((heap->flags & RTX_MH_OWN_RECORD) != 0) heap->recordFreeFn(heap);
+   *static_cast<RtxMemHeap**>(handle) = nullptr;
+}
+
+void rtxMemHeapFreeAll(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   if (heap == nullptr) return;
+   if (isStatic(heap)) {
+      forgetSpares(heap);
+      heap->staticUsed = 0;
+      return;
+   }
+   if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapFree", 463);
+   forgetSpares(heap);
+   while (rawRing(heap)->next != rawRing(heap)) releaseRaw(heap, rawBlk(rawRing(heap)->next));
+   while (heap->curBlock != nullptr) releaseBlk(heap, static_cast<RtxMemBlk*>(heap->curBlock));
+   heap->minAddr = heap->maxAddr = nullptr;
+}
+
+void rtxMemHeapReset(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   if (heap == nullptr) return;
+   if (isStatic(heap)) {
+      forgetSpares(heap);
+      heap->staticUsed = 0;
+      return;
+   }
+   if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapReset", 50);
+   forgetSpares(heap);
+   for (RawRing *raw = rawRing(heap)->next, *next; raw != rawRing(heap); raw = next) {
+      next = raw->next;
+      if ((rawBlk(raw)->flags & RTX_ME_SAVED) == 0) releaseRaw(heap, rawBlk(raw));
+   }
+   resetBlks(heap);
+}
+
+int rtxMemHeapIsEmpty(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   if (heap == nullptr) return 1;
+   if (isStatic(heap)) return heap->staticUsed == staticSpareOctets(heap);
+   if (!liveBeyond(heap, 0)) return 1;
+   const size_t spares = countSpares(heap);
+   return spares != 0 && !liveBeyond(heap, spares);
+}
