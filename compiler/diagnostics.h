@@ -8,6 +8,67 @@
 
 namespace l3c {
 
+// The numbers; a message shows its own as L3C<number>.
+enum DiagnosticNumber : int {
+   // Reading
+   BadCharacter = 1,
+   UnclosedText,
+   NumberTooLarge,
+   Unexpected,    // something else was expected here
+   NoModule,      // the file doesn't begin with its module line
+   NoDeclaration, // a line at the top level begins with an unknown word
+   Unclosed,      // a bracket without its partner
+   TooDeep,       // brackets or expressions nested beyond reason
+   BadIei,        // an optional element without an IEI
+   BadOctets,     // a vector that is not whole octets in hex
+   // Names
+   UnknownModule = 20,
+   UsesCycle,
+   DuplicateModule,
+   UnknownType,
+   ModuleNotUsed, // a type's module is not among those of `uses`
+   DuplicateType,
+   DuplicateField,
+   UnknownPdu,
+   UnknownName,   // an expression's name is no field
+   LaterField,    // an expression's name is a field that comes later
+   NoFieldWithin, // a dotted name goes into a field that has no fields
+   // Values
+   DuplicateRow = 40,
+   DuplicateValue,
+   ValueTooWide,
+   BadWidth,
+   BoundsReversed,
+   BoundsTooWide,
+   EmptyChoice,
+   DuplicateArm,
+   ArmTooWide,
+   ArmWithoutValue,
+   // Shape
+   AfterTail = 60,
+   NoCapacity,
+   ContainsItself,
+   OddBits,     // contents of a length that are no whole half octets
+   NoEntryBits, // a repetition whose entries take no bits
+   ArgumentMissing,
+   ArgumentUnused,
+   ValueOfNoLength, // `value` of a type without a length
+   NoNextField,     // `aside` with nothing behind
+   WhenMandatory,
+   SwapNotTwo,
+   EmptyFrame,
+   EmptyVector,
+   // Messages
+   DuplicateIei = 80,
+   HalfOctetRange,
+   HalfOctetWidth,
+   DuplicateSelector,
+   DuplicateMessageType,
+   NoUnion,       // a table fills a PDU without `data messages`
+   NotInTable,    // `data messages` without a table
+   MisplacedWord, // a word that this declaration doesn't take
+};
+
 struct Diagnostic {
    int number; // L3C<number>; each has a refused description among the tests
    Pos pos;

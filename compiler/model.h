@@ -16,9 +16,10 @@ struct Pos {
    int column = 0;
 };
 
-// Bounds as written: `a..b`, `a..`, `..b`; a missing end is open.
+// Bounds as written: `a..b`, `a..`, `..b`; a missing end is open. `1|5|9` besides: these values alone.
 struct Bounds {
    std::optional<uint64_t> low, high;
+   std::vector<uint64_t> values; // of a list, ascending; low and high are then its ends
    bool empty() const { return !low && !high; }
 };
 
@@ -103,15 +104,20 @@ struct Field {
    TypeRef type;                   // Named, Each
    std::unique_ptr<Expr> argument; // Sized, Each x(e), digit octets, Choice by
    Selector selector = Selector::Field;
-   bool aside = false;     // in the record, not on the wire
-   bool valueOnly = false; // contents of an LV type without its length octet
-   bool freeCount = false; // Each x(e) free
-   bool skip = false;      // Chain: skip unknown octets
-   bool hexIei = false;    // message element with an IEI
-   bool present = false;   // message element of type T: the IEI alone
-   unsigned iei = 0;       // 8-bit IEI, or 4-bit if ieiBits is 4
-   unsigned ieiBits = 0;   // 0: mandatory
-   int group = 0;          // message element: 0 first run, k the k-th group; since: its group number
+   bool aside = false;             // in the record, not on the wire
+   bool valueOnly = false;         // contents of an LV type without its length octet
+   bool freeCount = false;         // Each x(e) free
+   bool skip = false;              // Chain: skip unknown octets
+   bool guarded = false;           // mandatory, yet the decoder reads it only if the container has bits
+   bool open = false;              // Frame, Bare: leaves the open tail's flag as it is
+   std::string counts;             // Uint: the encoder takes it from the octet count of this later field
+   const Field* counted = nullptr; // that field, resolved
+   std::optional<uint64_t> init;   // value that the initialiser gives
+   bool hexIei = false;            // message element with an IEI
+   bool present = false;           // message element of type T: the IEI alone
+   unsigned iei = 0;               // 8-bit IEI, or 4-bit if ieiBits is 4
+   unsigned ieiBits = 0;           // 0: mandatory
+   int group = 0;                  // message element: 0 first run, k the k-th group; since: its group number
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<Arm> arms;
 
@@ -127,6 +133,7 @@ enum class Class { V, LV, LVE, L4 };
 struct EnumRow {
    Pos pos;
    std::string name;
+   std::string doc;
    uint64_t value = 0;
 };
 
@@ -134,7 +141,8 @@ struct TableRow {
    Pos pos;
    uint64_t disc = 0, msgType = 0, selector = 0;
    std::string member; // obj_…
-   TypeRef record;     // name empty: header alone
+   std::string doc;
+   TypeRef record; // name empty: header alone
    bool inlineValue = false;
 };
 
@@ -151,6 +159,7 @@ struct Type {
    Storage storage;        // Octets, Digits
    bool unchecked = false; // Enum: no legal set
    bool checked = false;   // Enum: all legal, the encoder tests
+   bool twins = false;     // Message: an IEI may stand twice
    bool tailstop = false;  // Message
    bool shifts = false;    // Message
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;

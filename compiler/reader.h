@@ -1,0 +1,128 @@
+// The reader's parts: one class over the tokens of a file, shared by the two sources that hold its rules.
+#pragma once
+
+#include "compiler/lexer.h"
+#include "compiler/model.h"
+
+namespace l3c {
+
+// Leaves a field, row or declaration; its loop goes on at the next one.
+struct SyntaxError {};
+
+class Reader {
+public:
+   Reader(Model& model, Diagnostics& diagnostics, TokenStream stream)
+         : model_(model), diagnostics_(diagnostics), stream_(std::move(stream)) {}
+   void run(); // declarations.cpp: the module line and its declarations
+
+private:
+   using Item = TokenStream::Item;
+   enum class Place { Record, Message, Optional, Arm };
+   struct Table {
+      Pos pos;
+      std::string pdu;
+      std::vector<TableRow> rows;
+   };
+
+   // Tokens
+   const Item& peek(size_t ahead = 0) const;
+   Item take();
+   bool atSign(const char* sign, size_t ahead = 0) const;
+   bool atWord(const char* word, size_t ahead = 0) const;
+   bool atSeparator(size_t ahead = 0) const;
+   bool acceptSign(const char* sign);
+   bool acceptWord(const char* word);
+   void expectSign(const char* sign);
+   std::string expectWord(const char* what);
+   uint64_t expectNumber(const char* what);
+   uint64_t expectHex(const char* what);
+   unsigned expectWidth(const char* what);
+   bool atNumber(size_t ahead = 0) const;
+   [[noreturn]] void unexpected(const std::string& wanted);
+   void skipSeparators();
+   void skipItem(); // behind an error: to the end of the field or row
+   bool closes(const char* closer, const Pos& opened);
+   void endOfItem(const char* closer);
+   std::string docAtStart();
+   std::string docAtEnd(std::string doc);
+
+   // Declarations
+   void moduleLine();
+   void declaration();
+   void enumeration(Type& type);
+   void number(Type& type);
+   void octets(Type& type);
+   void digits(Type& type);
+   void element(Type& type);
+   void list(Type& type);
+   void alias(Type& type);
+   void message(Type& type);
+   void pdu(Type& type);
+   void table();
+   void test();
+   void typeWords(Type& type);
+   void enumRows(Type& type);
+   TableRow tableRow();
+   bool classWord(Class& cls);
+   void fillTables();
+
+   // Fields
+   void fields(std::vector<std::unique_ptr<Field>>& out, const char* closer, Place place);
+   bool presenceLine(Place& place, int& group);
+   std::unique_ptr<Field> field(Place place, int group);
+   bool namelessLead() const;
+   void iei(Field& field);
+   void kind(Field& field, Place place);
+   bool atBehind() const;
+   void kindByNumber(Field& field);
+   void kindByWord(Field& field);
+   void counted(Field& field, unsigned bits);
+   void each(Field& field);
+   void choice(Field& field);
+   void arms(Field& field);
+   void armValues(Arm& arm);
+   void chain(Field& field);
+   void since(Field& field);
+   void named(Field& field);
+   void behind(Field& field);
+   void wireGroup(Field& field);
+   bool storage(Storage& storage, const Bounds& bounds);
+   Bounds bounds();
+   Bounds bracketBounds();
+   TypeRef typeRef();
+
+   // Expressions
+   using ExprPtr = std::unique_ptr<Expr>;
+   ExprPtr expression(); // lowest: or
+   ExprPtr conjunction();
+   ExprPtr negation();
+   ExprPtr comparison();
+   ExprPtr sum();
+   ExprPtr product();
+   ExprPtr primary();
+   ExprPtr bracketed();
+   ExprPtr binary(Expr::Op op, Pos pos, ExprPtr left, ExprPtr right);
+
+   Model& model_;
+   Diagnostics& diagnostics_;
+   TokenStream stream_;
+   size_t at_ = 0;
+   int depth_ = 0;
+   int operators_ = 0;     // of the present field
+   bool unclosed_ = false; // told once a file
+   int lastLine_ = 0;      // of the last token taken
+   Module* module_ = nullptr;
+   std::vector<Table> tables_;
+
+   // Guards the recursion against hostile depth.
+   class Deeper {
+   public:
+      explicit Deeper(Reader& reader);
+      ~Deeper() { --reader_.depth_; }
+
+   private:
+      Reader& reader_;
+   };
+};
+
+} // namespace l3c

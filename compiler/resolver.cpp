@@ -1,0 +1,300 @@
+// Names to types, expressions to fields, storage, group numbers, nested names.
+#include "compiler/walk.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace l3c {
+namespace {
+
+// What an expression may name: the fields of a record that came before, then those of the records around it.
+struct Scope {
+   std::vector<const Field*> prefix; // the way to this record from the outermost
+   const std::vector<std::unique_ptr<Field>>* all = nullptr;
+   const Scope* outer = nullptr;
+   std::vector<const Field*> seen;
+};
+
+class Resolver {
+public:
+   Resolver(Model& model, Diagnostics& diagnostics) : model_(model), diagnostics_(diagnostics) {}
+
+   void run() {
+      orderModules();
+      eachType([this](Type& type) { typeNames(type); });
+      for (auto& module : model_.modules)
+         for (TestVector& test : module->tests) name(test.type, *module);
+      eachType([this](Type& type) {
+         int groups = 0;
+         numberGroups(type.fields, groups);
+         typeStorage(type);
+         fieldStorage(type.fields);
+         type.nested = isNested(type);
+      });
+      eachType([this](Type& type) {
+         Scope scope;
+         scope.all = &type.fields;
+         expressions(type.fields, scope);
+      });
+      eachType([this](Type& type) { countedFields(type.fields); });
+   }
+
+private:
+   template <class Visit>
+   void eachType(Visit visit) {
+      for (auto& module : model_.modules)
+         for (auto& type : module->types) visit(*type);
+   }
+
+   // Used modules first; the order given otherwise.
+   void orderModules() {
+      std::map<std::string, size_t> places;
+      for (size_t i = 0; i < model_.modules.size(); ++i) {
+         Module& module = *model_.modules[i];
+         if (!module.name.empty() && !places.emplace(module.name, i).second)
+            diagnostics_.error(DuplicateModule, module.pos,
+                               "A module `" + module.name + "` is already there.");
+      }
+      std::vector<int> state(model_.modules.size(), 0); // 1 entered, 2 done
+      std::vector<size_t> order;
+      auto visit = [&](auto& self, size_t at) -> void {
+         Module& module = *model_.modules[at];
+         state[at] = 1;
+         for (const std::string& used : module.uses) {
+            auto place = places.find(used);
+            if (place == places.end())
+               diagnostics_.error(UnknownModule, module.pos,
+                                  "The module `" + used + "` is not among the files.");
+            else if (state[place->second] == 1)
+               diagnostics_.error(UsesCycle, module.pos,
+                                  "`" + module.name + "` uses `" + used + "`, which in turn uses it.");
+            else if (state[place->second] == 0)
+               self(self, place->second);
+         }
+         state[at] = 2;
+         order.push_back(at);
+      };
+      for (size_t i = 0; i < state.size(); ++i)
+         if (state[i] == 0) visit(visit, i);
+      std::vector<std::unique_ptr<Module>> sorted;
+      for (size_t at : order) sorted.push_back(std::move(model_.modules[at]));
+      model_.modules = std::move(sorted);
+   }
+
+   // Own module, those of `uses` in order, then the longest module name that leads the type's.
+   void name(TypeRef& ref, const Module& module) {
+      if (ref.name.empty()) return;
+      if ((ref.type = module.find(ref.name))) return;
+      for (const std::string& used : module.uses)
+         if (Module* other = model_.find(used))
+            if ((ref.type = other->find(ref.name))) return;
+      const Module* best = nullptr;
+      for (auto& other : model_.modules)
+         if (ref.name.size() > other->name.size() + 1 && ref.name.starts_with(other->name + '_') &&
+             (!best || other->name.size() > best->name.size()))
+            best = other.get();
+      if (best) ref.type = best->find(ref.name.substr(best->name.size() + 1));
+      if (!ref.type) {
+         diagnostics_.error(UnknownType, ref.pos, "There is no type `" + ref.name + "`.");
+      } else if (best != &module &&
+                 std::find(module.uses.begin(), module.uses.end(), best->name) == module.uses.end()) {
+         diagnostics_.error(ModuleNotUsed, ref.pos,
+                            "`" + best->name + "` is not among the modules that `" + module.name + "` uses.");
+      }
+   }
+
+   void typeNames(Type& type) {
+      const Module& module = *type.module;
+      name(type.base, module);
+      for (TableRow& row : type.table) name(row.record, module);
+      eachField(type.fields, [&](Field& field) { name(field.type, module); });
+   }
+
+   static bool isNested(const Type& type) {
+      for (size_t at = type.name.rfind('_'); at != std::string::npos && at > 0;
+           at = type.name.rfind('_', at - 1))
+         if (type.module->find(type.name.substr(0, at))) return true;
+      return false;
+   }
+
+   // The groups of a message carry their numbers already; those of releases follow in order.
+   static void numberGroups(const std::vector<std::unique_ptr<Field>>& fields, int& groups) {
+      for (auto& field : fields) {
+         groups = std::max(groups, field->group);
+         if (field->kind == Kind::Since) field->group = ++groups;
+         int own = 0;
+         if (field->onlyOnWire())
+            numberGroups(field->fields, groups);
+         else
+            numberGroups(field->fields, own);
+         for (Arm& arm : field->arms) {
+            own = 0;
+            if (arm.field) numberGroups(arm.field->fields, own);
+         }
+      }
+   }
+
+   static bool given(const Storage& storage) { return storage.heap || storage.capacity; }
+
+   static void typeStorage(Type& type) {
+      if (given(type.storage)) return;
+      if (type.kind == TypeKind::Octets && type.cls == Class::LVE) type.storage = {true, 0};
+      if (type.kind == TypeKind::Octets && type.cls != Class::LVE)
+         type.storage.capacity = type.bounds.high.value_or(255);
+      if (type.kind == TypeKind::List) type.storage = {!type.bounds.high, type.bounds.high.value_or(0)};
+   }
+
+   static void fieldStorage(const std::vector<std::unique_ptr<Field>>& fields) {
+      eachField(fields, [](Field& field) {
+         if (given(field.storage)) return;
+         const Bounds& bounds = field.bounds;
+         if (field.kind == Kind::Each) field.storage = {!bounds.high, bounds.high.value_or(0)};
+         if (field.kind == Kind::Tail || field.kind == Kind::BitTail) field.storage = {true, 0};
+         if (field.kind == Kind::Counted && field.bits == 16) field.storage = {true, 0};
+         if (field.kind == Kind::Counted && field.bits != 16)
+            field.storage.capacity = bounds.high.value_or(255);
+      });
+   }
+
+   void expressions(const std::vector<std::unique_ptr<Field>>& fields, Scope& scope, bool backwards = false) {
+      for (size_t i = 0; i < fields.size(); ++i)
+         expressions(*fields[backwards ? fields.size() - 1 - i : i], scope);
+   }
+
+   void expressions(Field& field, Scope& scope) {
+      if (field.argument) resolve(*field.argument, scope);
+      if (field.when) resolve(*field.when, scope);
+      if (field.kind == Kind::Frame) scope.seen.push_back(&field);
+      if (field.onlyOnWire()) expressions(field.fields, scope, field.kind == Kind::Swap);
+      if (field.kind == Kind::Group) inner(field, scope, {&field});
+      for (Arm& arm : field.arms) {
+         if (!arm.field) continue;
+         if (arm.field->kind == Kind::Group) {
+            if (arm.field->when) resolve(*arm.field->when, scope);
+            inner(*arm.field, scope, {&field, arm.field.get()});
+         } else {
+            Scope ofArm;
+            ofArm.prefix = scope.prefix;
+            ofArm.prefix.push_back(&field);
+            ofArm.outer = &scope;
+            expressions(*arm.field, ofArm);
+         }
+      }
+      if (field.kind != Kind::Frame) scope.seen.push_back(&field);
+   }
+
+   // `counts` names a field that comes later in the same record.
+   void countedFields(const std::vector<std::unique_ptr<Field>>& fields) {
+      std::vector<Field*> flat;
+      auto collect = [&](auto& self, const std::vector<std::unique_ptr<Field>>& level) -> void {
+         for (auto& field : level) {
+            flat.push_back(field.get());
+            if (field->onlyOnWire())
+               self(self, field->fields);
+            else
+               countedFields(field->fields);
+            for (Arm& arm : field->arms)
+               if (arm.field) countedFields(arm.field->fields);
+         }
+      };
+      collect(collect, fields);
+      for (size_t i = 0; i < flat.size(); ++i) {
+         if (flat[i]->counts.empty()) continue;
+         for (size_t k = i + 1; k < flat.size() && !flat[i]->counted; ++k)
+            if (flat[k]->name == flat[i]->counts) flat[i]->counted = flat[k];
+         if (!flat[i]->counted)
+            diagnostics_.error(UnknownName, flat[i]->pos,
+                               "No later field of this record is called `" + flat[i]->counts + "`.");
+      }
+   }
+
+   void inner(Field& group, const Scope& scope, std::vector<const Field*> way) {
+      Scope within;
+      within.prefix = scope.prefix;
+      within.prefix.insert(within.prefix.end(), way.begin(), way.end());
+      within.outer = &scope;
+      within.all = &group.fields;
+      expressions(group.fields, within);
+   }
+
+   void resolve(Expr& expr, const Scope& scope) {
+      if (expr.left) resolve(*expr.left, scope);
+      if (expr.right) resolve(*expr.right, scope);
+      if (expr.op != Expr::Op::Name) return;
+      std::vector<std::string> parts(1);
+      for (char c : expr.name) {
+         if (c == '.')
+            parts.emplace_back();
+         else
+            parts.back() += c;
+      }
+      for (const Scope* at = &scope; at; at = at->outer)
+         for (size_t i = at->seen.size(); i-- > 0;) {
+            std::vector<const Field*> way = at->prefix;
+            if (!enter(*at->seen[i], parts[0], way)) continue;
+            return descend(expr, parts, std::move(way));
+         }
+      std::vector<const Field*> later;
+      for (const Scope* at = &scope; at; at = at->outer)
+         if (at->all && find(*at->all, parts[0], later)) {
+            diagnostics_.error(LaterField, expr.pos, "`" + parts[0] + "` comes later than this expression.");
+            return;
+         }
+      diagnostics_.error(UnknownName, expr.pos, "No field here is called `" + parts[0] + "`.");
+   }
+
+   // The field itself, or an arm of a choice that has no name.
+   static bool enter(const Field& field, const std::string& name, std::vector<const Field*>& way) {
+      if (!field.name.empty()) {
+         if (field.name != name) return false;
+         way.push_back(&field);
+         return true;
+      }
+      for (const Arm& arm : field.arms)
+         if (arm.field && arm.field->name == name) {
+            way.push_back(&field);
+            way.push_back(arm.field.get());
+            return true;
+         }
+      return false;
+   }
+
+   static bool find(const std::vector<std::unique_ptr<Field>>& fields, const std::string& name,
+                    std::vector<const Field*>& way) {
+      for (auto& field : fields)
+         if (enter(*field, name, way) || (field->onlyOnWire() && find(field->fields, name, way))) return true;
+      return false;
+   }
+
+   void descend(Expr& expr, const std::vector<std::string>& parts, std::vector<const Field*> way) {
+      for (size_t i = 1; i < parts.size(); ++i) {
+         const Field& from = *way.back();
+         const Type* record = from.kind == Kind::Named ? withoutAliases(from.type.type) : nullptr;
+         bool found = record ? find(record->fields, parts[i], way) : find(from.fields, parts[i], way);
+         for (size_t k = 0; !found && k < from.arms.size(); ++k) {
+            const Field* arm = from.arms[k].field.get();
+            if (!arm || arm->name != parts[i]) continue;
+            way.push_back(arm);
+            found = true;
+         }
+         if (!found) {
+            diagnostics_.error(NoFieldWithin, expr.pos,
+                               "`" + parts[i - 1] + "` has no field `" + parts[i] + "`.");
+            return;
+         }
+      }
+      expr.path = std::move(way);
+   }
+
+   Model& model_;
+   Diagnostics& diagnostics_;
+};
+
+} // namespace
+
+void resolve(Model& model, Diagnostics& diagnostics) {
+   Resolver(model, diagnostics).run();
+}
+
+} // namespace l3c

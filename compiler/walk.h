@@ -1,0 +1,32 @@
+// Ways through a model that several passes take.
+#pragma once
+
+#include "compiler/diagnostics.h"
+#include "compiler/model.h"
+
+namespace l3c {
+
+// All fields below, arms and nested records too, each ahead of what it holds.
+template <class Visit>
+void eachField(Field& field, Visit& visit) {
+   visit(field);
+   for (auto& inner : field.fields) eachField(*inner, visit);
+   for (Arm& arm : field.arms)
+      if (arm.field) eachField(*arm.field, visit);
+}
+
+template <class Visit>
+void eachField(const std::vector<std::unique_ptr<Field>>& fields, Visit&& visit) {
+   for (auto& field : fields) eachField(*field, visit);
+}
+
+// The type whose record or value an alias or a one-element message has; null in a circle or if unresolved.
+inline const Type* withoutAliases(const Type* type) {
+   for (int steps = 0; type && steps < 32; ++steps) {
+      if (type->kind != TypeKind::Alias && type->kind != TypeKind::OneElement) return type;
+      type = type->base.type;
+   }
+   return nullptr;
+}
+
+} // namespace l3c

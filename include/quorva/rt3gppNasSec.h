@@ -1,0 +1,88 @@
+/**
+ * @file rt3gppNasSec.h
+ * Integrity protection and ciphering of NAS messages with AES-128: 128-EIA2 and 128-EEA2 of TS 33.401, annex
+ * B, which are 128-NIA2 and 128-NEA2 of TS 33.501, and the null algorithms.
+ *
+ * Algorithm numbers are 0 (null) and 2 (AES). The order of use is rtx3gppSecInitialize,
+ * rtx3gppAssignAlgorithmKeys, then for each message `count`, `bearer` and `direction` stored into
+ * `pctxt->nasSec` ahead of the PDU coder.
+ */
+#ifndef QUORVA_RT3GPPNASSEC_H
+#define QUORVA_RT3GPPNASSEC_H
+
+#include "quorva/rtxCommon.h"
+
+QUORVA_BEGIN_DECLS
+
+/** NAS security state of a context. The first three fields are the application's, the others the library's.
+ */
+struct RtxNasSecContext {
+   uint32_t count;           /**< NAS COUNT of the message to be protected. */
+   uint8_t bearer;           /**< BEARER, 5 bits. */
+   uint8_t direction;        /**< DIRECTION: 0 uplink, 1 downlink. */
+   const uint8_t* integKey;  /**< Integrity key, 16 octets of the caller's, or null. */
+   const uint8_t* cipherKey; /**< Ciphering key, 16 octets of the caller's, or null. */
+   int32_t integAlg;         /**< Integrity algorithm in force. */
+   int32_t cipherAlg;        /**< Ciphering algorithm in force. */
+   uint8_t* cmacSubkeys;     /**< Heap: the CMAC subkeys K1 and K2, 32 octets, or null. */
+   uint32_t* aesSchedules;   /**< Heap: key schedules, 44 words for integrity, 44 for ciphering, or null. */
+};
+
+/**
+ * Hangs a new, zeroed security record on the context.
+ *
+ * The record lives in the context's heap and ends with it: after rtxMemReset or rtxMemFree initialise again,
+ * and call rtx3gppSecFree ahead of either, so that no key schedule stays in the heap's memory. A record that
+ * the context has already is neither looked at nor released.
+ * @return 0, or -10 (recorded) when there is no memory.
+ */
+QUORVA_API int rtx3gppSecInitialize(RtxContext* pctxt);
+
+/**
+ * Sets algorithms and keys. May be called again at any time. Key material that the new algorithms don't need
+ * is zeroed and released.
+ * @param integKey  integrity key, 16 octets, which must outlive the record; read if `integAlg` is 2.
+ * @param cipherKey ciphering key, likewise; read if `cipherAlg` is 2.
+ * @return 0; recorded: -71 without a security record; -60 for an algorithm number other than 0 and 2, with
+ * the parameters "integrity algorithm" or "cipher algorithm" and the number, the numbers in force staying the
+ * old ones; -47 for a null key that is needed; -10.
+ */
+QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey,
+                                          const uint8_t* cipherKey, int32_t integAlg, int32_t cipherAlg);
+
+/**
+ * Enciphers or deciphers (the same operation) `length` octets in place (TS 33.401, B.1.3).
+ * @return 0; recorded: -71 without a security record, or if a refused rtx3gppAssignAlgorithmKeys took the
+ * keys away; -60 with "encryption algorithm" and the number if the record holds a number other than 0 and 2;
+ * -47 for null data.
+ */
+QUORVA_API int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length);
+
+/**
+ * Computes the message authentication code of `length` octets (TS 33.401, B.2.3); 0 with the null algorithm.
+ *
+ * The octets are copied behind the 8 octets that go ahead of them, into memory of the heap released before
+ * the return. Only if `length` + 8 is beyond what a size can hold are those 8 octets written over the first
+ * ones of `data`, and the code then covers `length` + 8 modulo the range of a size; this is deliberate.
+ * @return 0; recorded: -71 and -60 ("integrity algorithm") as for rtx3gppCipher, -47, -10.
+ */
+QUORVA_API int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac);
+
+/**
+ * Zeroes and releases schedules, subkeys and the record, and clears `pctxt->nasSec`. Without a record it
+ * records -71.
+ */
+QUORVA_API void rtx3gppSecFree(RtxContext* pctxt);
+
+/**
+ * Expands an AES-128 key of 16 octets (FIPS 197, 5.2) into 44 words in host order, each formed big-endian
+ * from its octets. The caller owns and clears the schedule.
+ */
+QUORVA_API void rtxCryptAES128KeyExpansion(uint32_t* schedule, const uint8_t* key);
+
+/** ShiftRows (FIPS 197, 5.1.2) on a state of 16 octets, octet 4c + r being row r of column c. */
+QUORVA_API void rtxCryptAESShiftRows(uint8_t* state);
+
+QUORVA_END_DECLS
+
+#endif
