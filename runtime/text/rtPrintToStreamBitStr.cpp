@@ -1,0 +1,240 @@
+// Printers of bit strings.
+#include <cstdlib>
+#include <cstring>
+
+#include "quorva/rtPrintToStream.h"
+#include "quorva/rtxCharStr.h"
+#include "quorva/rtxHexDump.h"
+#include "quorva/rtxMemHeap.h"
+#include "quorva/rtxStatus.h"
+#include "quorva/rtxUTF8.h"
+#include "runtime/text/textSteps.h"
+
+namespace {
+
+using quorva::bitAt;
+using quorva::partialOctetText;
+
+constexpr uint32_t octetsPerLine = 16;
+// 16 octets with blanks between take 47 characters; 8 of a partial octet may follow.
+constexpr size_t lineSize = 81;
+// From here on a value takes lines of its own.
+constexpr uint32_t firstLongBits = 64;
+
+// The lines of a bit string; they go with the object.
+class BitLines {
+public:
+   explicit BitLines(RtxContext* pctxt) { rtxSListInitEx(pctxt, &list_); }
+   ~BitLines() { rtxSListFreeAll(&list_); }
+   BitLines(const BitLines&) = delete;
+   BitLines& operator=(const BitLines&) = delete;
+
+   RtxSList* list() { return &list_; }
+   const char* first() const { return list_.head ? static_cast<const char*>(list_.head->data) : ""; }
+
+   template <typename Print>
+   int forEach(Print print) const {
+      for (const RtxSListNode* node = list_.head; node; node = node->next)
+         QUORVA_PRINT_STEP(print(static_cast<const char*>(node->data)));
+      return 0;
+   }
+
+private:
+   RtxSList list_;
+};
+
+// Bits of a string that are stored when `dataSize` octets of it are.
+uint32_t storedBits(uint32_t numbits, size_t dataSize) {
+   return dataSize >= (numbits + size_t{7}) / 8 ? numbits : static_cast<uint32_t>(dataSize * 8);
+}
+
+// Collects items, closes lines.
+class LineWriter {
+public:
+   LineWriter(RtxContext* pctxt, RtxSList* list) : pctxt_(pctxt), list_(list) { line_[0] = '\0'; }
+
+   void add(const char* item) {
+      if (line_[0]) rtxStrcat(line_, sizeof(line_), " ");
+      rtxStrcat(line_, sizeof(line_), item);
+   }
+
+   int close() {
+      auto* copy = static_cast<char*>(rtxMemHeapAlloc(pctxt_, lineSize));
+      if (!copy) return RTX_E_NOMEM;
+      memcpy(copy, line_, sizeof(line_));
+      if (!rtxSListAppend(list_, copy)) {
+         rtxMemHeapFreePtr(pctxt_, copy);
+         return RTX_E_NOMEM;
+      }
+      line_[0] = '\0';
+      return RTX_OK;
+   }
+
+private:
+   RtxContext* pctxt_;
+   RtxSList* list_;
+   char line_[lineSize];
+};
+
+int printBraceText(RtxContext* pctxt, const char* name, uint32_t numbits, uint32_t stored,
+                   const uint8_t* data, const uint8_t* extData) {
+   if (numbits == 0) return rtxPrintToStream(pctxt, "%s = { 0 }\n", name);
+   BitLines lines(pctxt);
+   const int status = rtBitStringDumpToList(pctxt, stored, data, lines.list());
+   if (numbits < firstLongBits) {
+      if (status != RTX_OK) return status;
+      return extData ? rtxPrintToStream(pctxt, "%s = { %u, %s, 0x%x }\n", name, numbits, lines.first(),
+                                        *extData)
+                     : rtxPrintToStream(pctxt, "%s = { %u, %s }\n", name, numbits, lines.first());
+   }
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s = { %u,\n", name, numbits));
+   if (status != RTX_OK) return status;
+   QUORVA_PRINT_STEP(lines.forEach([&](const char* line) {
+      QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
+      return rtxPrintToStream(pctxt, "   %s\n", line);
+   }));
+   if (extData) {
+      QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
+      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "   0x%x\n", *extData));
+   }
+   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
+   return rtxPrintToStream(pctxt, "}\n");
+}
+
+int printDotText(RtxContext* pctxt, const char* name, uint32_t numbits, uint32_t stored, const uint8_t* data,
+                 const char* conn) {
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%snumbits = %u\n", name, conn, numbits));
+   if (numbits == 0) return rtxPrintToStream(pctxt, "%s%sdata = NULL\n", name, conn);
+   BitLines lines(pctxt);
+   QUORVA_PRINT_STEP(rtBitStringDumpToList(pctxt, stored, data, lines.list()));
+   if (numbits < firstLongBits) return rtxPrintToStream(pctxt, "%s%sdata = %s\n", name, conn, lines.first());
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%sdata =\n", name, conn));
+   return lines.forEach([&](const char* line) { return rtxPrintToStream(pctxt, "%s\n", line); });
+}
+
+int printNamedHead(RtxContext* pctxt, const char* name, uint32_t numbits, const char* conn) {
+   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
+   QUORVA_PRINT_STEP(
+         rtxPrintToStream(pctxt, "%s%snumbits = %lu\n", name, conn, static_cast<unsigned long>(numbits)));
+   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
+   return rtxPrintToStream(pctxt, "%s%sdata = ", name, conn);
+}
+
+// What follows the named bits of a string whose end is stored apart.
+int printRemainingBits(RtxContext* pctxt, uint32_t numbits, const uint8_t* data) {
+   const uint32_t whole = numbits / 8;
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, numbits > 71 ? " \n" : " "));
+   for (uint32_t i = 0; i < whole; ++i) {
+      if (i > 0) QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, i % octetsPerLine == 0 ? "\n" : " "));
+      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "0x%02X", data[i]));
+   }
+   if (numbits % 8 != 0) {
+      char bits[9];
+      partialOctetText(data[whole], numbits % 8, bits);
+      const char* fmt = whole % octetsPerLine == 15 ? "\n%.8s" : whole == 0 ? "%.8s" : " %.8s";
+      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, fmt, bits));
+   }
+   return 0;
+}
+
+} // namespace
+
+int rtBitStringDumpToList(RtxContext* pctxt, uint32_t numbits, const uint8_t* data, RtxSList* list) {
+   if (numbits == 0 || !data) return RTX_OK;
+   const uint32_t whole = numbits / 8;
+   LineWriter line(pctxt, list);
+   for (uint32_t i = 0; i < whole; ++i) {
+      char digits[3];
+      rtxByteToHexChar(data[i], digits, sizeof(digits));
+      line.add(digits);
+      if ((i + 1) % octetsPerLine == 0 && i + 1 < whole) QUORVA_PRINT_STEP(line.close());
+   }
+   if (numbits % 8 != 0) {
+      char bits[9];
+      partialOctetText(data[whole], numbits % 8, bits);
+      // Deliberately, a full line takes the partial octet as a 17th item, but one of 15 octets does not.
+      if (whole % octetsPerLine == 15) QUORVA_PRINT_STEP(line.close());
+      line.add(bits);
+   }
+   return line.close();
+}
+
+int rtBitStringDumpNamed(RtxContext* pctxt, uint32_t numbits, const uint8_t* data, size_t nameCount,
+                         const uint32_t* bitNumbers, const char* const* bitNames) {
+   if (!data) numbits = 0;
+   size_t size = size_t{5} * numbits + sizeof("()");
+   for (size_t i = 0; i < nameCount; ++i) size += rtxUTF8LenBytes(bitNames[i]);
+   char* text = static_cast<char*>(malloc(size));
+   if (!text) return 0;
+   char* end = text;
+   *end++ = '(';
+   for (uint32_t bit = 0; bit < numbits; ++bit) {
+      for (size_t i = 0; i < nameCount; ++i) {
+         if (bitNumbers[i] != bit) continue;
+         const size_t len = rtxUTF8LenBytes(bitNames[i]);
+         if (len > 0) memcpy(end, bitNames[i], len);
+         end += len;
+         break;
+      }
+      *end++ = '(';
+      *end++ = bitAt(data, bit) ? '1' : '0';
+      *end++ = ')';
+      if (bit + 1 < numbits) {
+         *end++ = ',';
+         *end++ = ' ';
+      }
+   }
+   *end++ = ')';
+   *end = '\0';
+   const int status = rtxPrintToStream(pctxt, "%s", text);
+   free(text);
+   return status;
+}
+
+int rtPrintToStreamBitStr(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
+                          const char* conn) {
+   return printDotText(pctxt, name, numbits, numbits, data, conn);
+}
+
+int rtPrintToStreamBitStrExt(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
+                             size_t dataSize, const uint8_t* extData, const char* conn) {
+   QUORVA_PRINT_STEP(printDotText(pctxt, name, numbits, storedBits(numbits, dataSize), data, conn));
+   return extData ? rtxPrintToStream(pctxt, "%s%sextdata = 0x%x\n", name, conn, *extData) : 0;
+}
+
+int rtPrintToStreamBitStrBraceText(RtxContext* pctxt, const char* name, uint32_t numbits,
+                                   const uint8_t* data) {
+   return printBraceText(pctxt, name, numbits, numbits, data, nullptr);
+}
+
+int rtPrintToStreamBitStrBraceTextExt(RtxContext* pctxt, const char* name, uint32_t numbits,
+                                      const uint8_t* data, size_t dataSize, const uint8_t* extData) {
+   return printBraceText(pctxt, name, numbits, storedBits(numbits, dataSize), data, extData);
+}
+
+int rtPrintToStreamBitStrBin(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
+                             const char* conn) {
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%snumbits = %u\n", name, conn, numbits));
+   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%sdata = ", name, conn));
+   for (uint32_t i = 0; data && i < numbits; ++i)
+      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, bitAt(data, i) ? "1" : "0"));
+   return rtxPrintToStream(pctxt, "\n");
+}
+
+int rtPrintToStreamBitStrNamed(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
+                               const char* conn, size_t nameCount, const uint32_t* bitNumbers,
+                               const char* const* bitNames) {
+   QUORVA_PRINT_STEP(printNamedHead(pctxt, name, numbits, conn));
+   QUORVA_PRINT_STEP(rtBitStringDumpNamed(pctxt, numbits, data, nameCount, bitNumbers, bitNames));
+   return rtxPrintToStream(pctxt, "\n");
+}
+
+int rtPrintToStreamBitStrNamedExt(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
+                                  size_t dataSize, const uint8_t* extData, const char* conn, size_t nameCount,
+                                  const uint32_t* bitNumbers, const char* const* bitNames) {
+   const uint32_t stored = storedBits(numbits, dataSize);
+   QUORVA_PRINT_STEP(printNamedHead(pctxt, name, numbits, conn));
+   QUORVA_PRINT_STEP(rtBitStringDumpNamed(pctxt, stored, data, nameCount, bitNumbers, bitNames));
+   if (stored < numbits && extData) QUORVA_PRINT_STEP(printRemainingBits(pctxt, numbits - stored, extData));
+   return rtxPrintToStream(pctxt, "\n");
+}

@@ -1,0 +1,60 @@
+/**
+ * @file textSteps.h
+ * Small things that the print families share.
+ */
+#ifndef QUORVA_RUNTIME_TEXT_TEXTSTEPS_H
+#define QUORVA_RUNTIME_TEXT_TEXTSTEPS_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "quorva/rtxPrintToStream.h"
+
+/** Runs one printing step and hands a status other than 0 on at once. */
+#define QUORVA_PRINT_STEP(call)                                                                              \
+   do {                                                                                                      \
+      const int stepStatus = (call);                                                                         \
+      if (stepStatus != 0) return stepStatus;                                                                \
+   } while (0)
+
+namespace quorva {
+
+/** Does a unit of a text show as a character of its own? */
+inline bool isPrintable(uint32_t unit) {
+   return unit >= 0x20 && unit <= 0x7E;
+}
+
+/** Bit of an octet string, counted from the most significant bit of the first octet. */
+inline bool bitAt(const uint8_t* data, size_t index) {
+   return (data[index / 8] >> (7 - index % 8) & 1) != 0;
+}
+
+/** Writes the `nbits` most significant bits of an octet as 1 and 0, then x up to 8 characters, and a NUL. */
+inline void partialOctetText(uint8_t octet, unsigned nbits, char dest[9]) {
+   for (unsigned i = 0; i < 8; ++i) dest[i] = i >= nbits ? 'x' : bitAt(&octet, i) ? '1' : '0';
+   dest[8] = '\0';
+}
+
+/** Prints the units of a text; what is not printable shows as 0x and all its digits. */
+template <typename Unit>
+int printUnits(RtxContext* pctxt, const Unit* data, size_t nunits) {
+   for (size_t i = 0; data && i < nunits; ++i) {
+      const uint32_t unit = data[i];
+      if (isPrintable(unit))
+         QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%c", static_cast<char>(unit)));
+      else
+         QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "0x%0*x", static_cast<int>(2 * sizeof(Unit)), unit));
+   }
+   return 0;
+}
+
+/** Text of a digit of a telephony BCD string; the filler is empty. */
+inline const char* tbcdDigitText(unsigned digit) {
+   static constexpr char texts[16][2] = {"0", "1", "2", "3", "4", "5", "6", "7",
+                                         "8", "9", "*", "#", "a", "b", "c", ""};
+   return texts[digit & 15];
+}
+
+} // namespace quorva
+
+#endif
