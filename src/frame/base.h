@@ -110,6 +110,22 @@ public:
    int failed(int status, int line = __builtin_LINE()) { return fail(ctxt_, status, site(line)); }
    int badChoice(int line = __builtin_LINE()) { return fail(ctxt_, RTX_E_BAD_CHOICE, site(line)); }
 
+   size_t offset() const { return hot::bitOffset(ctxt_); }
+
+   // An element without contents.
+   L3_INLINE int nothing(const char* name) {
+      L3_TRY(push(name));
+      pop();
+      return 0;
+   }
+
+   // The codec that this one is another name of.
+   template <class Function, class... Arguments>
+   int same(Function function, Arguments... arguments) {
+      if (const int status = function(ctxt_, arguments...); status < 0) return fail(ctxt_, status, site(0));
+      return 0;
+   }
+
    // A nested codec under its element name.
    template <class Function, class... Arguments>
    L3_INLINE int nested(int line, const char* name, Function function, Arguments... arguments) {

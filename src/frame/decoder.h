@@ -1,6 +1,7 @@
 // The words of decoders.
 #pragma once
 
+#include "quorva/rtx3GPP.h"
 #include "src/frame/fields.h"
 
 namespace quorva::frame {
@@ -108,6 +109,25 @@ public:
       return status;
    }
 
+   template <class Type>
+   L3_INLINE int enumeration(uint32_t& value, int line = __builtin_LINE()) {
+      uint64_t word;
+      if (peek<Type::bits>(word, std::numeric_limits<size_t>::max())) [[likely]] {
+         advanceBits(ctxt_, Type::bits);
+         value = static_cast<uint32_t>(word);
+      } else {
+         L3_TRY(decEnumeration(ctxt_, site(line), &value, Type::bits));
+      }
+      return Type::legalOnWire(value) ? 0 : RTX_E_BAD_ENUM;
+   }
+
+   // Bits of a fixed value that the record doesn't keep; what they hold is not looked at.
+   template <unsigned Bits>
+   int constant(const char* name, uint32_t, int line = __builtin_LINE()) {
+      uint32_t value = 0;
+      return fields(integer<Bits>(name, value, line));
+   }
+
    // A length whose container begins behind a further field, see pushContainer.
    template <class T>
    int openNibble(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
@@ -195,6 +215,50 @@ public:
    int selector(unsigned bits, uint32_t& t, int line = __builtin_LINE()) {
       return decSelector(ctxt_, site(line), bits, &t);
    }
+   // The bit ahead of an octet of a chain, under the octet's name.
+   int extBit(const char* name, uint8_t& bit, int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      L3_TRY(decLeadBit(ctxt_, site(line), "ext bit", &bit));
+      pop();
+      return 0;
+   }
+
+   // Entries that each have an ext bit, up to and with the first one where it is 1. A bit that is not there
+   // ends the list without a failure.
+   template <class N, class T, class Function>
+   int repeatExt(const char* name, N& n, T*& elem, uint8_t& ext, Function decode,
+                 int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      void* array = nullptr;
+      size_t count = 0, capacity = 0;
+      do {
+         if (!hot::streamActive(ctxt_) && ctxt_->bufByteIndex >= ctxt_->bufSize) break;
+         L3_TRY(decLeadBit(ctxt_, site(line), "ext bit", &ext));
+         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
+         ++count;
+      } while (ext == 0);
+      n = static_cast<N>(count);
+      elem = static_cast<T*>(array);
+      pop();
+      return 0;
+   }
+
+   // Is the group of this release there: bits left, a context release that knows it, `needs` bits?
+   bool since(unsigned release, const Length& length, size_t needs) {
+      // 0 means newest: the difference is taken in 16 bits.
+      return more() && static_cast<uint16_t>(ctxt_->protocolRelease - 1) > release &&
+             (needs == 0 || hot::bitOffset(ctxt_) + needs <= length.end);
+   }
+
+   // What follows the mandatory part of a message without optional elements.
+   int nonImperative(int shifts, int line = __builtin_LINE()) {
+      if (!more()) return 0;
+      if (const int status = rtx3GPPDecL3NonImperative(ctxt_, shifts); status < 0)
+         return fail(ctxt_, status, site(line));
+      return 0;
+   }
+
    int skipExtensions(int line = __builtin_LINE()) { return frame::skipExtensions(ctxt_, site(line)); }
 
    // Repetition to the end of the container into an inline array. -16 ahead of the store when the array is

@@ -72,6 +72,18 @@ public:
       return 0;
    }
 
+   template <class Type>
+   L3_INLINE int enumeration(uint32_t value, int line = __builtin_LINE()) {
+      if (!Type::legalInRecord(value)) return RTX_E_BAD_ENUM;
+      if (put<Type::bits>(value)) [[likely]]
+         return 0;
+      return encEnumeration(ctxt_, site(line), value, Type::bits);
+   }
+   template <unsigned Bits>
+   int constant(const char* name, uint32_t value, int line = __builtin_LINE()) {
+      return fields(integer<Bits>(name, value, line));
+   }
+
    // A nested codec under its element name.
    template <class Function, class... Arguments>
    L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
@@ -95,6 +107,13 @@ public:
       L3_TRY(putIei<Bits>(iei));
       pop();
       return 0;
+   }
+
+   // IEI of an element that is coded in place; its name stays pushed.
+   template <unsigned Bits>
+   int iei(const char* name, uint32_t iei) {
+      L3_TRY(push(name));
+      return putIei<Bits>(iei);
    }
 
    template <size_t N>
@@ -146,6 +165,27 @@ public:
    int leadBit(const char* kind, bool bit, int line = __builtin_LINE()) {
       return encLeadBit(ctxt_, site(line), kind, bit);
    }
+   // The bit ahead of an octet of a chain, under the octet's name: 1 ends the chain.
+   int extBit(const char* name, bool last, int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      L3_TRY(encLeadBit(ctxt_, site(line), "ext bit", last));
+      pop();
+      return 0;
+   }
+   template <class N, class T, class Function>
+   int repeatExt(const char* name, N n, T* elem, Function encode, int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      if (n != 0 && elem == nullptr) return fail(ctxt_, RTX_E_NULL, site(line));
+      for (size_t i = 0; i < n; ++i) {
+         L3_TRY(pushIndex(i));
+         L3_TRY(encLeadBit(ctxt_, site(line), "ext bit", i + 1 == n));
+         if (const int status = encode(*this, elem[i]); status < 0) return fail(ctxt_, status, site(line));
+         popIndex(i);
+      }
+      pop();
+      return 0;
+   }
+
    int selector(unsigned bits, uint32_t t, int line = __builtin_LINE()) {
       return encSelector(ctxt_, site(line), bits, t);
    }

@@ -12,6 +12,11 @@ namespace quorva::frame {
 L3_COLD int encFlag(RtxContext* ctxt, Site site, const char* name, uint8_t value);
 L3_COLD int decFlag(RtxContext* ctxt, Site site, const char* name, uint8_t* value);
 
+// An enumeration, by itself: the encoder tests before it writes, the decoder when it has read and stored. The
+// test returns directly, -4.
+L3_COLD int encEnumeration(RtxContext* ctxt, Site site, uint32_t value, unsigned bits);
+L3_COLD int decEnumeration(RtxContext* ctxt, Site site, uint32_t* value, unsigned bits);
+
 // Bounds of an integer field; `logged` is the form that arms of a choice use.
 struct IntegerRule {
    uint8_t bits;

@@ -104,19 +104,36 @@ int decFlag(RtxContext* ctxt, Site site, const char* name, uint8_t* value) {
    return 0;
 }
 
+int encEnumeration(RtxContext* ctxt, Site site, uint32_t value, unsigned bits) {
+   openTrace(ctxt, "ENUMERATED");
+   if (const int status = rtxEncBits(ctxt, value, bits); status < 0) return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   return 0;
+}
+
+int decEnumeration(RtxContext* ctxt, Site site, uint32_t* value, unsigned bits) {
+   openTrace(ctxt, "ENUMERATED");
+   uint8_t octet = 0;
+   if (const int status = rtxDecBitsToByte(ctxt, &octet, static_cast<uint8_t>(bits)); status < 0)
+      return fail(ctxt, status, site);
+   *value = octet;
+   closeTrace(ctxt);
+   return 0;
+}
+
 int encInteger(RtxContext* ctxt, Site site, const char* name, uint32_t value, const IntegerRule& rule) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    if (value < rule.low || value > rule.high)
       return rule.logged ? failBound(ctxt, value, site) : RTX_E_CONSTRAINT;
    openTrace(ctxt, "INTEGER");
    if (const int status = writeInteger(ctxt, rule.bits, value); status < 0) return fail(ctxt, status, site);
    closeTrace(ctxt);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
 int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const IntegerRule& rule) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
    uint32_t read = 0;
    if (const int status = readInteger(ctxt, rule.bits, &read); status < 0) return fail(ctxt, status, site);
@@ -124,7 +141,7 @@ int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const
    closeTrace(ctxt);
    if (read < rule.low || read > rule.high)
       return rule.logged ? failBound(ctxt, read, site) : RTX_E_CONSTRAINT;
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
@@ -157,20 +174,20 @@ int closeInFull(RtxContext* ctxt, Site site, const Length& length) {
 }
 
 int decOctets(RtxContext* ctxt, Site, const char* name, uint8_t* data, size_t numocts) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8);
    closeTrace(ctxt);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return status;
 }
 
 int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "BIT STRING");
    const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits);
    closeTrace(ctxt);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return status;
 }
 
@@ -364,20 +381,20 @@ int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength&
 }
 
 int encOctets(RtxContext* ctxt, Site, const char* name, const uint8_t* data, size_t numocts) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
    closeTrace(ctxt);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return status;
 }
 
 int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "BIT STRING");
    const int status = rtxEncBitsFromByteArray(ctxt, data, numbits);
    closeTrace(ctxt);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return status;
 }
 

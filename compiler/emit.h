@@ -1,0 +1,26 @@
+// What the compiler writes for one module, and for all of them together.
+#pragma once
+
+#include "compiler/model.h"
+
+#include <map>
+#include <string>
+
+namespace l3c {
+
+// File name below the output folder to contents.
+using Outputs = std::map<std::string, std::string>;
+
+void emitHeader(const Model& model, const Module& module, Outputs& out); // include/quorva/<Module>.h
+void emitTypes(const Model& model, const Module& module, Outputs& out);  // src/<File>Types.h: inline forms
+void emitCodecs(const Model& model, const Module& module,
+                Outputs& out); // src/<File>Enc*.cpp, src/<File>Dec*.cpp
+void emitEnums(const Model& model, const Module& module, Outputs& out); // src/<File>Enum.cpp
+void emitInits(const Model& model, const Module& module, Outputs& out); // src/<File>Init.cpp
+void emitWalk(const Model& model, const Module& module,
+              Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
+void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers
+
+void emitModule(const Model& model, const Module& module, Outputs& out);
+
+} // namespace l3c

@@ -1,0 +1,225 @@
+#include "compiler/layout.h"
+
+#include "compiler/naming.h"
+
+#include <cstdio>
+
+namespace l3c {
+
+const Type& baseType(const Type& type) {
+   const Type* at = &type;
+   while ((at->kind == TypeKind::Alias || at->kind == TypeKind::OneElement) && at->base.type != nullptr)
+      at = at->base.type;
+   return *at;
+}
+
+Passing passing(const Type& type) {
+   const Type& base = baseType(type);
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return Passing::Value;
+   case TypeKind::Octets: return base.count != 0 ? Passing::Array : Passing::Pointer;
+   case TypeKind::Digits: return base.storage.heap ? Passing::TextPointer : Passing::Text;
+   case TypeKind::Empty: return Passing::Nothing;
+   default: return Passing::Pointer;
+   }
+}
+
+bool hasRecord(const Type& type) {
+   return type.kind != TypeKind::Empty;
+}
+
+bool hasEncoder(const Type& type) {
+   return !type.noEncoder;
+}
+bool hasDecoder(const Type& type) {
+   return !type.noDecoder;
+}
+
+std::string uintType(uint64_t bits) {
+   return bits <= 8 ? "uint8_t" : bits <= 16 ? "uint16_t" : bits <= 32 ? "uint32_t" : "uint64_t";
+}
+
+std::string countType(const Storage& storage) {
+   if (storage.heap) return "uint32_t";
+   return storage.capacity <= 255 ? "uint8_t" : storage.capacity <= 65535 ? "uint16_t" : "uint32_t";
+}
+
+std::string encodeArgument(const Type& type, const std::string& place) {
+   return passing(type) == Passing::Pointer ? "&" + place : place;
+}
+
+std::string pointerArgument(const Type& type, const std::string& place) {
+   const Passing how = passing(type);
+   return how == Passing::Array || how == Passing::Text ? place : "&" + place;
+}
+
+std::string encodeParameters(const Type& type) {
+   switch (passing(type)) {
+   case Passing::Value: return ", " + recordName(type) + " value";
+   case Passing::Array: return ", const uint8_t* value";
+   case Passing::Text:
+   case Passing::TextPointer: return ", const char* value";
+   case Passing::Nothing: return "";
+   case Passing::Pointer: break;
+   }
+   return ", " + recordName(type) + "* pvalue";
+}
+
+std::string decodeParameters(const Type& type) {
+   switch (passing(type)) {
+   case Passing::Array: return ", uint8_t* value";
+   case Passing::Text: return ", char* value, uint32_t numocts";
+   case Passing::TextPointer: return ", const char** pvalue, uint32_t numocts";
+   case Passing::Nothing: return "";
+   default: return ", " + recordName(type) + "* pvalue";
+   }
+}
+
+std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {
+   std::vector<const Field*> all;
+   for (auto& field : fields) {
+      if (field->onlyOnWire()) {
+         if (field->kind == Kind::Frame) all.push_back(field.get());
+         for (auto* inner : recordFields(field->fields)) all.push_back(inner);
+      } else {
+         all.push_back(field.get());
+      }
+   }
+   return all;
+}
+
+std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>& fields) {
+   std::vector<PresenceBit> bits;
+   int group = 0;
+   for (auto& field : fields) {
+      if (field->ieiBits != 0 && field->group != group) {
+         group = field->group;
+         bits.push_back({groupName(group), nullptr, group});
+      }
+      if (field->kind == Kind::Since) bits.push_back({groupName(field->group), nullptr, field->group});
+      if (field->optional || field->ieiBits != 0)
+         bits.push_back({presenceName(*field), field.get(), field->group});
+      if (field->onlyOnWire()) {
+         for (auto& inner : presenceBits(field->fields)) bits.push_back(inner);
+      }
+   }
+   return bits;
+}
+
+bool hasMember(const Field& field) {
+   return field.kind != Kind::Null && field.kind != Kind::Const && !field.present &&
+          !(field.kind == Kind::Choice && field.name.empty()) &&
+          (!field.onlyOnWire() || field.kind == Kind::Frame);
+}
+
+unsigned fixedBits(const Type& type) {
+   if (type.custom || type.bare) return 0;
+   const Type& base = baseType(type);
+   if (base.custom || base.bare) return 0;
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return base.bits;
+   case TypeKind::Record: {
+      if (base.cls != Class::V || base.fields.empty()) return 0;
+      unsigned sum = 0;
+      for (auto& field : base.fields) {
+         const unsigned bits = fixedBits(*field);
+         if (bits == 0) return 0;
+         sum += bits;
+      }
+      return sum;
+   }
+   default: return 0;
+   }
+}
+
+unsigned fixedBits(const Field& field) {
+   if (field.optional || field.ieiBits != 0 || field.aside || field.valueOnly || field.lead != Lead::None)
+      return 0;
+   switch (field.kind) {
+   case Kind::Flag: return 1;
+   case Kind::Uint: return field.bits <= 32 ? field.bits : 0;
+   case Kind::Named: return field.argument || field.type.type == nullptr ? 0 : fixedBits(*field.type.type);
+   default: return 0;
+   }
+}
+
+bool isRunType(const Type& type) {
+   const unsigned bits = fixedBits(type);
+   return bits != 0 && bits <= kMaxRunBits;
+}
+
+bool isRunField(const Field& field) {
+   const unsigned bits = fixedBits(field);
+   return bits != 0 && bits <= kMaxRunBits && !field.name.empty();
+}
+
+namespace {
+bool fieldInits(const Field& field);
+}
+
+bool hasInit(const Type& type) {
+   const Type& base = baseType(type);
+   if (&base != &type) return hasInit(base);
+   switch (base.kind) {
+   case TypeKind::Pdu: return true;
+   case TypeKind::Octets: return base.count == 0;
+   case TypeKind::List: return true;
+   case TypeKind::Record:
+   case TypeKind::Message:
+      if (!presenceBits(base.fields).empty()) return true;
+      for (auto* field : recordFields(base.fields))
+         if (fieldInits(*field)) return true;
+      return false;
+   default: return false;
+   }
+}
+
+namespace {
+bool fieldInits(const Field& field) {
+   switch (field.kind) {
+   case Kind::Named: return field.type.type != nullptr && hasInit(*field.type.type);
+   case Kind::Counted:
+   case Kind::Sized:
+   case Kind::Fill:
+   case Kind::Tail:
+   case Kind::BitTail:
+   case Kind::Each:
+   case Kind::Choice:
+   case Kind::Messages: return true;
+   case Kind::Group:
+      if (!presenceBits(field.fields).empty()) return true;
+      for (auto* inner : recordFields(field.fields))
+         if (fieldInits(*inner)) return true;
+      return false;
+   default: return false;
+   }
+}
+} // namespace
+
+unsigned valueOctets(const Type& type) {
+   const Type& base = baseType(type);
+   if (base.kind == TypeKind::Octets) return static_cast<unsigned>(base.count);
+   if (const unsigned bits = fixedBits(type); bits != 0) return bits / 8;
+   unsigned sum = 0;
+   for (auto& field : base.fields) {
+      if (field->kind == Kind::Octets) {
+         sum += static_cast<unsigned>(field->count) * 8;
+      } else if (field->kind == Kind::Named && field->type.type != nullptr) {
+         sum += valueOctets(*field->type.type) * 8;
+      } else {
+         sum += fixedBits(*field);
+      }
+   }
+   if (base.custom && sum == 0 && base.cls == Class::V) return 3; // MCC and MNC
+   return sum / 8;
+}
+
+std::string hex(uint64_t value, int digits) {
+   char text[32];
+   std::snprintf(text, sizeof text, "0x%0*lX", digits, static_cast<unsigned long>(value));
+   return text;
+}
+
+} // namespace l3c

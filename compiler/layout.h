@@ -1,0 +1,89 @@
+// How types and fields look in C: the record of a type, the calls of its codec.
+#pragma once
+
+#include "compiler/model.h"
+
+#include <string>
+
+namespace l3c {
+
+// Text with indentation.
+class Writer {
+public:
+   void line(const std::string& text = "") {
+      if (!text.empty()) text_.append(static_cast<size_t>(depth_) * 3, ' ').append(text);
+      text_ += '\n';
+   }
+   void open(const std::string& text) {
+      line(text);
+      ++depth_;
+   }
+   void close(const std::string& text = "}") {
+      --depth_;
+      line(text);
+   }
+   void raw(const std::string& text) { text_ += text; }
+   const std::string& text() const { return text_; }
+   std::string& text() { return text_; }
+
+private:
+   std::string text_;
+   int depth_ = 0;
+};
+
+// The type behind aliases and one-element messages.
+const Type& baseType(const Type& type);
+
+// How a value of the type is handed to functions.
+enum class Passing { Value, Array, Text, TextPointer, Pointer, Nothing };
+Passing passing(const Type& type);
+
+bool hasRecord(const Type& type); // a C type exists
+bool hasInit(const Type& type);   // asn1Init_ exists
+bool hasEncoder(const Type& type);
+bool hasDecoder(const Type& type);
+
+// C type of an unsigned integer of that many bits.
+std::string uintType(uint64_t bits);
+// C type of the count of an array with that capacity (0: heap).
+std::string countType(const Storage& storage);
+
+// Argument that hands `place`, an lvalue of the type, to a codec, printer or initialiser.
+std::string encodeArgument(const Type& type, const std::string& place);
+std::string pointerArgument(const Type& type, const std::string& place);
+
+// Parameter lists of the exported functions, behind the context.
+std::string encodeParameters(const Type& type);
+std::string decodeParameters(const Type& type);
+
+std::string printParameters(const Type& type);
+std::string sampleDeclaration(const Type& type);
+
+// Fields of a record in order, wire groups dissolved.
+std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields);
+
+// Presence bits of a record, in order: names of the members of `m`.
+struct PresenceBit {
+   std::string name;
+   const Field* field; // null for a group bit
+   int group;
+};
+std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>& fields);
+
+// Member of the record that holds the field; empty if the field leaves none.
+bool hasMember(const Field& field);
+
+// Width on the wire if it is fixed, and no choice, option or repetition is inside; 0 otherwise.
+unsigned fixedBits(const Field& field);
+unsigned fixedBits(const Type& type);
+// Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
+bool isRunType(const Type& type);
+bool isRunField(const Field& field);
+constexpr unsigned kMaxRunBits = 56;
+
+// Number of octets of a TV element's value.
+unsigned valueOctets(const Type& type);
+
+std::string hex(uint64_t value, int digits = 0);
+
+} // namespace l3c
