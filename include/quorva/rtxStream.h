@@ -92,6 +92,15 @@ QUORVA_API int rtxStreamSkip(RtxContext* pctxt, size_t numocts);
 QUORVA_API int rtxStreamGetIOBytes(RtxContext* pctxt, size_t* pcount);
 
 /**
+ * Keeps a copy of all octets moved from here on, the caller's buffer; null ends that. What a memory stream
+ * holds already is appended at once. Does nothing without a stream.
+ */
+QUORVA_API void rtxStreamSetCapture(RtxContext* pctxt, RtxMemBuf* capture);
+
+/** The buffer of rtxStreamSetCapture, or null. */
+QUORVA_API RtxMemBuf* rtxStreamGetCapture(RtxContext* pctxt);
+
+/**
  * Gives the attached stream a context buffer of 1024 octets.
  * @return 0, RTX_E_CANNOT_DO if the context has a buffer, RTX_E_UNSUPPORTED for a kind that has one of its
  *         own, RTX_E_NOT_INIT without a stream.
