@@ -28,7 +28,7 @@ struct Place {
 
 class CodecEmitter {
 public:
-   CodecEmitter(const Module& module, bool encode) : module_(module), enc_(encode) {}
+   explicit CodecEmitter(bool encode) : enc_(encode) {}
 
    std::string type(const Type& type) {
       w_ = Writer();
@@ -90,7 +90,7 @@ private:
 
    void number(const Type& type) {
       bare(type, [&] {
-         w_.line("L3_TRY(" + c() + ".fields(" + integer(type.bits, type.bounds, false) + "(nullptr, " +
+         w_.line("L3_TRY(" + c() + ".fields(" + integerWord(type.bits, type.bounds, false) + "(nullptr, " +
                  (enc_ ? "value" : "*pvalue") + ")));");
       });
       finish();
@@ -213,26 +213,8 @@ private:
       return std::to_string(bound.low.value_or(0)) + ", " + upper(bound.high, "SIZE_MAX");
    }
 
-   std::string integer(unsigned bits, const Bounds& bound, bool arm) const {
-      std::string text = (arm ? "armInteger<" : "integer<") + std::to_string(bits);
-      if (!bound.empty())
-         text += ", " + std::to_string(bound.low.value_or(0)) + ", " +
-                 std::to_string(bound.high.value_or((uint64_t{1} << bits) - 1));
-      return text + ">";
-   }
-
    std::string part(const Field& field, const Place& place) const {
-      const std::string lvalue = place.record + cName(field.name);
-      switch (field.kind) {
-      case Kind::Flag: return "flag(" + quoted(field.name) + ", " + lvalue + ")";
-      case Kind::Uint:
-         return integer(field.bits, field.bounds, place.arm) + "(" + quoted(field.name) + ", " + lvalue + ")";
-      default: {
-         const Type& type = *field.type.type;
-         return (passing(type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
-                recordName(baseType(type)) + ">(" + quoted(field.name) + ", " + lvalue + ")";
-      }
-      }
+      return runPart(field, place.record, place.arm);
    }
 
    // Fields one behind the other; runs of fixed width go together. `last`: nothing follows in the codec.
@@ -767,15 +749,11 @@ private:
       return text;
    }
 
-   const Module& module_;
    bool enc_;
    bool extDeclared_ = false;
    int nextVariable_ = 0;
    std::string result_;
    Writer w_;
-
-public:
-   void reset() { extDeclared_ = false; }
 };
 
 std::string prologue(const Module& module, bool encode) {
@@ -792,29 +770,20 @@ std::string prologue(const Module& module, bool encode) {
    return w.text();
 }
 
-// So many types go into one translation unit.
-constexpr size_t kTypesPerUnit = 60;
-
 void emitDirection(const Module& module, bool encode, Outputs& out) {
-   std::string text;
-   size_t count = 0;
-   int unit = 1;
-   auto flush = [&] {
-      if (text.empty()) return;
-      out["src/" + module.file + (encode ? "Enc" : "Dec") + (unit == 1 ? "" : std::to_string(unit)) +
-          ".cpp"] = prologue(module, encode) + text;
-      text.clear();
-      count = 0;
-      ++unit;
-   };
+   std::vector<std::string> codecs;
    for (auto& type : module.types) {
-      if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits) continue;
+      if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits || type->kind == TypeKind::Text)
+         continue;
       if (encode ? !hasEncoder(*type) : !hasDecoder(*type)) continue;
-      CodecEmitter emitter(module, encode);
-      text += emitter.type(*type) + "\n";
-      if (++count == kTypesPerUnit) flush();
+      codecs.push_back(CodecEmitter(encode).type(*type) + "\n");
    }
-   flush();
+   for (unsigned unit = 0; unit < module.units; ++unit) {
+      std::string text = prologue(module, encode);
+      for (size_t i = codecs.size() * unit / module.units; i < codecs.size() * (unit + 1) / module.units; ++i)
+         text += codecs[i];
+      out["src/" + module.file + (encode ? "Enc" : "Dec") + (unit == 0 ? "" : std::to_string(unit + 1)) + ".cpp"] = text;
+   }
 }
 
 } // namespace

@@ -151,8 +151,30 @@ bool isRunType(const Type& type) {
 }
 
 bool isRunField(const Field& field) {
+   if (!field.bounds.values.empty()) return false;
    const unsigned bits = fixedBits(field);
    return bits != 0 && bits <= kMaxRunBits && !field.name.empty();
+}
+
+std::string integerWord(unsigned bits, const Bounds& bounds, bool arm) {
+   std::string text = (arm ? "armInteger<" : "integer<") + std::to_string(bits);
+   if (!bounds.empty())
+      text += ", " + std::to_string(bounds.low.value_or(0)) + ", " +
+              std::to_string(bounds.high.value_or((uint64_t{1} << bits) - 1));
+   return text + ">";
+}
+
+std::string runPart(const Field& field, const std::string& place, bool arm) {
+   const std::string arguments = "(\"" + field.name + "\", " + place + cName(field.name) + ")";
+   switch (field.kind) {
+   case Kind::Flag: return "flag" + arguments;
+   case Kind::Uint: return integerWord(field.bits, field.bounds, arm) + arguments;
+   default: {
+      const Type& type = *field.type.type;
+      return (passing(type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
+             recordName(baseType(type)) + ">" + arguments;
+   }
+   }
 }
 
 namespace {

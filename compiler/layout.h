@@ -79,6 +79,9 @@ unsigned fixedBits(const Type& type);
 // Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
 bool isRunType(const Type& type);
 bool isRunField(const Field& field);
+// The field as a part of a run, in the frame's words; `arm`: bound failures are logged.
+std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);
+std::string runPart(const Field& field, const std::string& place, bool arm);
 constexpr unsigned kMaxRunBits = 56;
 
 // Number of octets of a TV element's value.

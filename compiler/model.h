@@ -185,6 +185,7 @@ struct Module {
    std::vector<std::string> uses;
    std::vector<std::unique_ptr<Type>> types; // declaration order
    std::vector<TestVector> tests;
+   unsigned units = 1; // translation units that its encoders and its decoders are split into
    const Type* find(const std::string& name) const {
       auto hit = byName.find(name);
       return hit == byName.end() ? nullptr : hit->second;

@@ -141,6 +141,16 @@ protected:
    const char* file_;
 };
 
+// Bounds of a length or count; with a mask only the values whose bit is set (all below 64).
+struct Limits {
+   uint64_t low = 0;
+   uint64_t high = std::numeric_limits<uint64_t>::max();
+   uint64_t mask = 0;
+   constexpr bool allow(uint64_t value) const {
+      return value >= low && value <= high && (mask == 0 || (value < 64 && (mask >> value & 1) != 0));
+   }
+};
+
 // Legal values of an enumeration of up to 8 bits.
 struct LegalSet {
    uint64_t words[4];

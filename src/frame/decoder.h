@@ -13,7 +13,7 @@ struct Length {
 
 // Full forms, out of line.
 L3_COLD int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value,
-                       uint64_t low, uint64_t high, bool push, Length& length);
+                       const Limits& limits, bool push, Length& length);
 L3_COLD int closeInFull(RtxContext* ctxt, Site site, const Length& length);
 L3_COLD int decOctets(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t numocts);
 L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits);
@@ -21,16 +21,18 @@ L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size
 // Octets with an own count of `countOctets`. -16 for a count above `capacity` before anything is stored, and
 // for one outside the bounds afterwards.
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
-               size_t capacity, uint64_t low, uint64_t high, uint32_t* count);
-int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint64_t low,
-                   uint64_t high, RtxDynOctStr* value);
+               size_t capacity, const Limits& limits, uint32_t* count);
+int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,
+                   RtxDynOctStr* value);
 
 // `numocts` octets, or with kRest all that the container has left. No trace field and no store for none.
 constexpr size_t kRest = ~size_t{0};
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
-             uint64_t low, uint64_t high, uint32_t* count);
+             const Limits& limits, uint32_t* count);
 int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value);
 int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* value);
+int decRestBitsInline(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t capacity,
+                      uint32_t* numbits);
 
 // One bit ahead of a field: "ext bit", "optional bit", "choice selector".
 int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit);
@@ -85,14 +87,14 @@ public:
    // Length of Bits bits, its bounds, and the container behind it. A failed bound returns directly, with the
    // trace field open and the name pushed: deliberate.
    template <unsigned Bits, class T>
-   L3_INLINE int open(const char* name, T& value, uint64_t low, uint64_t high, Length& length,
+   L3_INLINE int open(const char* name, T& value, const Limits& limits, Length& length,
                       int line = __builtin_LINE()) {
       static_assert(Bits == 8 || Bits == 16);
       if (isPlain(ctxt_) && hasOctets(ctxt_, Bits / 8)) [[likely]] {
          const uint8_t* at = ctxt_->bufData + ctxt_->bufByteIndex;
          uint32_t count = at[0];
          if constexpr (Bits == 16) count = count << 8 | at[1];
-         if (count >= low && count <= high) [[likely]] {
+         if (limits.allow(count)) [[likely]] {
             value = static_cast<T>(count);
             ctxt_->bufByteIndex += Bits / 8;
             length.end = cursorBits(ctxt_) + size_t{8} * count;
@@ -104,7 +106,7 @@ public:
          }
       }
       uint32_t count = 0;
-      const int status = openInFull(ctxt_, site(line), name, Bits, &count, low, high, true, length);
+      const int status = openInFull(ctxt_, site(line), name, Bits, &count, limits, true, length);
       value = static_cast<T>(count);
       return status;
    }
@@ -132,7 +134,7 @@ public:
    template <class T>
    int openNibble(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
       uint32_t count = 0;
-      const int status = openInFull(ctxt_, site(line), name, 4, &count, 0, 15, false, length);
+      const int status = openInFull(ctxt_, site(line), name, 4, &count, Limits{}, false, length);
       value = static_cast<T>(count);
       return status;
    }
@@ -141,6 +143,31 @@ public:
       if (const int status = hot::pushContainerBytes(ctxt_, numocts); status < 0)
          return fail(ctxt_, status, site(line));
       return 0;
+   }
+
+   // Length of Bits bits that counts bits.
+   template <unsigned Bits, class T>
+   int openBits(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      L3_TRY(openInFull(ctxt_, site(line), name, Bits, &count, Limits{}, false, length));
+      value = static_cast<T>(count);
+      length.end = hot::bitOffset(ctxt_) + count;
+      if (const int status = hot::pushContainerBits(ctxt_, count); status < 0)
+         return fail(ctxt_, status, site(line));
+      return 0;
+   }
+   // Such an element ends where it ends: nothing is skipped.
+   int closeBits(const Length& length, int line = __builtin_LINE()) {
+      L3_TRY(within(length, line));
+      hot::popContainer(ctxt_);
+      return 0;
+   }
+   // On to the next octet, if the cursor is inside one.
+   void align() {
+      if (ctxt_->bufBitsLeft != 8) {
+         ++ctxt_->bufByteIndex;
+         ctxt_->bufBitsLeft = 8;
+      }
    }
 
    // What was not read is skipped without a word.
@@ -178,35 +205,40 @@ public:
    }
 
    template <unsigned CountOctets, class T>
-   int counted(const char* name, T& value, uint64_t low, uint64_t high, int line = __builtin_LINE()) {
+   int counted(const char* name, T& value, const Limits& limits, int line = __builtin_LINE()) {
       uint32_t count = 0;
-      const int status = decCounted(ctxt_, site(line), name, CountOctets, value.data, sizeof value.data, low,
-                                    high, &count);
+      const int status =
+            decCounted(ctxt_, site(line), name, CountOctets, value.data, sizeof value.data, limits, &count);
       value.numocts = static_cast<decltype(value.numocts)>(count);
       return status;
    }
    template <unsigned CountOctets>
-   int counted(const char* name, RtxDynOctStr& value, uint64_t low, uint64_t high,
-               int line = __builtin_LINE()) {
-      return decCountedHeap(ctxt_, site(line), name, CountOctets, low, high, &value);
+   int counted(const char* name, RtxDynOctStr& value, const Limits& limits, int line = __builtin_LINE()) {
+      return decCountedHeap(ctxt_, site(line), name, CountOctets, limits, &value);
    }
 
    // `numocts` octets, inline or on the heap; kRest for all that is left.
    template <class T>
-   int sized(const char* name, size_t numocts, T& value, uint64_t low, uint64_t high,
-             int line = __builtin_LINE()) {
+   int sized(const char* name, size_t numocts, T& value, const Limits& limits, int line = __builtin_LINE()) {
       uint32_t count = value.numocts;
       const int status =
-            decSized(ctxt_, site(line), name, numocts, value.data, sizeof value.data, low, high, &count);
+            decSized(ctxt_, site(line), name, numocts, value.data, sizeof value.data, limits, &count);
       value.numocts = static_cast<decltype(value.numocts)>(count);
       return status;
    }
-   int sized(const char* name, size_t numocts, RtxDynOctStr& value, uint64_t, uint64_t,
+   int sized(const char* name, size_t numocts, RtxDynOctStr& value, const Limits&,
              int line = __builtin_LINE()) {
       return decSizedHeap(ctxt_, site(line), name, numocts, &value);
    }
    int restOfBits(const char* name, RtxDynBitStr& value, int line = __builtin_LINE()) {
       return decRestBits(ctxt_, site(line), name, &value);
+   }
+   template <class T>
+   int restOfBits(const char* name, T& value, int line = __builtin_LINE()) {
+      uint32_t numbits = 0;
+      const int status = decRestBitsInline(ctxt_, site(line), name, value.data, sizeof value.data, &numbits);
+      value.numbits = static_cast<decltype(value.numbits)>(numbits);
+      return status;
    }
 
    int leadBit(const char* kind, uint8_t& bit, int line = __builtin_LINE()) {
@@ -240,15 +272,36 @@ public:
       } while (ext == 0);
       n = static_cast<N>(count);
       elem = static_cast<T*>(array);
-      pop();
+      if (name != nullptr) pop();
       return 0;
    }
 
-   // Is the group of this release there: bits left, a context release that knows it, `needs` bits?
-   bool since(unsigned release, const Length& length, size_t needs) {
-      // 0 means newest: the difference is taken in 16 bits.
-      return more() && static_cast<uint16_t>(ctxt_->protocolRelease - 1) > release &&
-             (needs == 0 || hot::bitOffset(ctxt_) + needs <= length.end);
+   // Does the context's release know the groups of `release`? 0 is the newest: the difference is in 16 bits.
+   bool knows(unsigned release) const {
+      return static_cast<uint16_t>(ctxt_->protocolRelease - 1) > release - 2;
+   }
+   // Are so many bits left ahead of the end?
+   bool fits(const Length& length, size_t nbits) const { return hot::bitOffset(ctxt_) + nbits <= length.end; }
+
+   // Entries each led by a 1, with a 0 behind the last. The end of the data ends the list as a 0 does.
+   template <class N, class T, class Function>
+   int repeatFlags(const char* name, N& n, T*& elem, Function decode, int line = __builtin_LINE()) {
+      if (name != nullptr) L3_TRY(push(name));
+      void* array = nullptr;
+      size_t count = 0, capacity = 0;
+      for (;;) {
+         if (!hot::streamActive(ctxt_) && ctxt_->bufByteIndex >= ctxt_->bufSize) break;
+         uint8_t flag = 0;
+         L3_TRY(decLeadBit(ctxt_, site(line), "eol bit", &flag));
+         if (flag == 0) break;
+         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
+         ++count;
+      }
+      n = static_cast<N>(count);
+      elem = static_cast<T*>(array);
+      if (name != nullptr) pop();
+      return 0;
    }
 
    // What follows the mandatory part of a message without optional elements.
@@ -264,9 +317,8 @@ public:
    // Repetition to the end of the container into an inline array. -16 ahead of the store when the array is
    // full, and behind the loop when the count is out of bounds.
    template <class N, class T, size_t Capacity, class Function>
-   L3_INLINE int repeat(const char* name, N& n, T (&elem)[Capacity], size_t low, size_t high,
-                        Function decode) {
-      L3_TRY(push(name));
+   L3_INLINE int repeat(const char* name, N& n, T (&elem)[Capacity], const Limits& limits, Function decode) {
+      if (name != nullptr) L3_TRY(push(name));
       size_t count = 0;
       while (more()) {
          if (count == Capacity) return RTX_E_CONSTRAINT;
@@ -276,16 +328,16 @@ public:
          if (hot::bitOffset(ctxt_) == before) return RTX_E_CONSTRAINT; // an element that takes nothing
       }
       n = static_cast<N>(count);
-      if (count < low || count > high) return RTX_E_CONSTRAINT;
-      pop();
+      if (!limits.allow(count)) return RTX_E_CONSTRAINT;
+      if (name != nullptr) pop();
       return 0;
    }
 
    // The same onto the heap.
    template <class N, class T, class Function>
-   int repeat(const char* name, N& n, T*& elem, size_t low, size_t high, Function decode,
+   int repeat(const char* name, N& n, T*& elem, const Limits& limits, Function decode,
               int line = __builtin_LINE()) {
-      L3_TRY(push(name));
+      if (name != nullptr) L3_TRY(push(name));
       void* array = nullptr;
       size_t count = 0, capacity = 0;
       while (more()) {
@@ -298,29 +350,29 @@ public:
       }
       n = static_cast<N>(count);
       elem = static_cast<T*>(array);
-      if (count < low || count > high) return RTX_E_CONSTRAINT;
-      pop();
+      if (!limits.allow(count)) return RTX_E_CONSTRAINT;
+      if (name != nullptr) pop();
       return 0;
    }
 
    // Repetition `times` times; the bounds are tested behind the loop.
    template <class N, class T, size_t Capacity, class Function>
-   L3_INLINE int repeatTimes(const char* name, size_t times, N& n, T (&elem)[Capacity], size_t low,
-                             size_t high, Function decode) {
-      L3_TRY(push(name));
+   L3_INLINE int repeatTimes(const char* name, size_t times, N& n, T (&elem)[Capacity], const Limits& limits,
+                             Function decode) {
+      if (name != nullptr) L3_TRY(push(name));
       for (size_t i = 0; i < times; ++i) {
          if (i == Capacity) return RTX_E_CONSTRAINT;
          L3_TRY(element(i, decode, elem[i]));
       }
       n = static_cast<N>(times);
-      if (times < low || times > high) return RTX_E_CONSTRAINT;
-      pop();
+      if (!limits.allow(times)) return RTX_E_CONSTRAINT;
+      if (name != nullptr) pop();
       return 0;
    }
    template <class N, class T, class Function>
-   int repeatTimes(const char* name, size_t times, N& n, T*& elem, size_t low, size_t high, Function decode,
+   int repeatTimes(const char* name, size_t times, N& n, T*& elem, const Limits& limits, Function decode,
                    int line = __builtin_LINE()) {
-      L3_TRY(push(name));
+      if (name != nullptr) L3_TRY(push(name));
       void* array = nullptr;
       size_t capacity = 0;
       for (size_t i = 0; i < times; ++i) {
@@ -329,8 +381,8 @@ public:
       }
       n = static_cast<N>(times);
       elem = static_cast<T*>(array);
-      if (times < low || times > high) return RTX_E_CONSTRAINT;
-      pop();
+      if (!limits.allow(times)) return RTX_E_CONSTRAINT;
+      if (name != nullptr) pop();
       return 0;
    }
 

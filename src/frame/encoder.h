@@ -13,12 +13,14 @@ struct OpenLength {
 // Full forms, out of line.
 L3_COLD int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length);
 L3_COLD int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
-                           uint32_t* count);
+                           uint32_t* count, bool keepTail);
 L3_COLD int encOctets(RtxContext* ctxt, Site site, const char* name, const uint8_t* data, size_t numocts);
 int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits);
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity);
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail);
+L3_COLD int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
+                         uint32_t* count);
 int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit);
 int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector);
 int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei);
@@ -53,22 +55,22 @@ public:
 
    // Closing step: no padding behind an open tail, which must have ended on an octet boundary; else padding
    // to the next octet. The bound is tested with the octets written.
-   template <unsigned Bits, class T>
-   L3_INLINE int close(const OpenLength& length, T& value, uint64_t low, uint64_t high,
+   template <unsigned Bits, bool KeepTail = false, class T>
+   L3_INLINE int close(const OpenLength& length, T& value, const Limits& limits,
                        int line = __builtin_LINE()) {
       uint32_t count;
       if ((Bits == 8 || Bits == 16) && isPlain(ctxt_) && ctxt_->bufBitsLeft == 8 && length.start % 8 == 0 &&
           ctxt_->bufByteIndex <= ctxt_->bufSize) [[likely]] {
-         ctxt_->flags &= ~RTX_CTXT_RAW_TAIL;
+         if constexpr (!KeepTail) ctxt_->flags &= ~RTX_CTXT_RAW_TAIL;
          const size_t start = length.start / 8;
          count = static_cast<uint32_t>(ctxt_->bufByteIndex - start);
          if constexpr (Bits == 16) ctxt_->bufData[start - 2] = static_cast<uint8_t>(count >> 8);
          ctxt_->bufData[start - 1] = static_cast<uint8_t>(count);
       } else {
-         L3_TRY(encCloseInFull(ctxt_, site(line), Bits, length, &count));
+         L3_TRY(encCloseInFull(ctxt_, site(line), Bits, length, &count, KeepTail));
       }
       value = static_cast<T>(count);
-      if (count < low || count > high) return RTX_E_CONSTRAINT;
+      if (!limits.allow(count)) return RTX_E_CONSTRAINT;
       return 0;
    }
 
@@ -82,6 +84,22 @@ public:
    template <unsigned Bits>
    int constant(const char* name, uint32_t value, int line = __builtin_LINE()) {
       return fields(integer<Bits>(name, value, line));
+   }
+
+   // A length of Bits bits that counts the bits behind it.
+   template <unsigned Bits, class T>
+   int closeBits(const OpenLength& length, T& value, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      L3_TRY(encCloseBits(ctxt_, site(line), Bits, length, &count));
+      value = static_cast<T>(count);
+      return count < (1u << Bits) ? 0 : RTX_E_CONSTRAINT;
+   }
+   // On to the next octet, if the cursor is inside one.
+   void align() {
+      if (ctxt_->bufBitsLeft != 8) {
+         ++ctxt_->bufByteIndex;
+         ctxt_->bufBitsLeft = 8;
+      }
    }
 
    // A nested codec under its element name.
@@ -156,7 +174,15 @@ public:
       if (value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
       return encSized(ctxt_, name, value.data, value.numocts, true);
    }
-   int tailOfBits(const char* name, const RtxDynBitStr& value) {
+   // Bits at the end; `tailOfBits` leaves the rest of the octet to whoever closes the element.
+   template <class T>
+   int restOfBits(const char* name, const T& value) {
+      if (value.numbits > bitCapacity(value)) return RTX_E_CONSTRAINT;
+      return encBitString(ctxt_, name, value.data, value.numbits);
+   }
+   template <class T>
+   int tailOfBits(const char* name, const T& value) {
+      if (value.numbits > bitCapacity(value)) return RTX_E_CONSTRAINT;
       const int status = encBitString(ctxt_, name, value.data, value.numbits);
       rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
       return status;
@@ -174,7 +200,7 @@ public:
    }
    template <class N, class T, class Function>
    int repeatExt(const char* name, N n, T* elem, Function encode, int line = __builtin_LINE()) {
-      L3_TRY(push(name));
+      if (name != nullptr) L3_TRY(push(name));
       if (n != 0 && elem == nullptr) return fail(ctxt_, RTX_E_NULL, site(line));
       for (size_t i = 0; i < n; ++i) {
          L3_TRY(pushIndex(i));
@@ -182,7 +208,23 @@ public:
          if (const int status = encode(*this, elem[i]); status < 0) return fail(ctxt_, status, site(line));
          popIndex(i);
       }
-      pop();
+      if (name != nullptr) pop();
+      return 0;
+   }
+
+   // Entries each led by a 1, and a 0 behind the last.
+   template <class N, class T, class Function>
+   int repeatFlags(const char* name, N n, T* elem, Function encode, int line = __builtin_LINE()) {
+      if (name != nullptr) L3_TRY(push(name));
+      if (n != 0 && elem == nullptr) return fail(ctxt_, RTX_E_NULL, site(line));
+      for (size_t i = 0; i < n; ++i) {
+         L3_TRY(pushIndex(i));
+         L3_TRY(encLeadBit(ctxt_, site(line), "eol bit", true));
+         if (const int status = encode(*this, elem[i]); status < 0) return fail(ctxt_, status, site(line));
+         popIndex(i);
+      }
+      L3_TRY(encLeadBit(ctxt_, site(line), "eol bit", false));
+      if (name != nullptr) pop();
       return 0;
    }
 
@@ -195,15 +237,15 @@ public:
 
    // Repetition: the count is tested before anything is written.
    template <class N, class T, class Function>
-   L3_INLINE int repeat(const char* name, N n, T* elem, size_t low, size_t high, Function encode,
+   L3_INLINE int repeat(const char* name, N n, T* elem, const Limits& limits, Function encode,
                         int line = __builtin_LINE()) {
-      return repeatTimes(name, n, n, elem, low, high, encode, line);
+      return repeatTimes(name, n, n, elem, limits, encode, line);
    }
    template <class N, class T, class Function>
-   L3_INLINE int repeatTimes(const char* name, size_t times, N n, T* elem, size_t low, size_t high,
+   L3_INLINE int repeatTimes(const char* name, size_t times, N n, T* elem, const Limits& limits,
                              Function encode, int line = __builtin_LINE()) {
-      L3_TRY(push(name));
-      if (times < low || times > high || times > n) return RTX_E_CONSTRAINT;
+      if (name != nullptr) L3_TRY(push(name));
+      if (!limits.allow(times) || times > n) return RTX_E_CONSTRAINT;
       if (times != 0 && elem == nullptr) return fail(ctxt_, RTX_E_NULL, site(line));
       for (size_t i = 0; i < times; ++i) {
          L3_TRY(pushIndex(i));
@@ -211,7 +253,7 @@ public:
             return fail(ctxt_, status, site(line));
          popIndex(i);
       }
-      pop();
+      if (name != nullptr) pop();
       return 0;
    }
 
@@ -222,6 +264,11 @@ private:
       return sizeof value.data;
    }
    static constexpr size_t capacity(const RtxDynOctStr&) { return kNoCapacity; }
+   template <class T>
+   static constexpr size_t bitCapacity(const T& value) {
+      return 8 * sizeof value.data;
+   }
+   static constexpr size_t bitCapacity(const RtxDynBitStr&) { return kNoCapacity; }
 
    template <unsigned Bits>
    L3_INLINE int putIei(uint32_t iei, int line = __builtin_LINE()) {

@@ -145,13 +145,13 @@ int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const
    return 0;
 }
 
-int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value, uint64_t low,
-               uint64_t high, bool push, Length& length) {
+int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value,
+               const Limits& limits, bool push, Length& length) {
    L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
    if (const int status = readInteger(ctxt, bits, value); status != 0) return fail(ctxt, status, site);
    const size_t start = hot::bitOffset(ctxt);
-   if (*value < low || *value > high) return RTX_E_CONSTRAINT;
+   if (!limits.allow(*value)) return RTX_E_CONSTRAINT;
    if (push) {
       if (const int status = hot::pushContainerBytes(ctxt, *value); status < 0)
          return fail(ctxt, status, site);
@@ -221,7 +221,7 @@ int readCount(RtxContext* ctxt, Site site, unsigned countOctets, uint32_t* count
 } // namespace
 
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
-               size_t capacity, uint64_t low, uint64_t high, uint32_t* count) {
+               size_t capacity, const Limits& limits, uint32_t* count) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    L3_TRY(readCount(ctxt, site, countOctets, count));
@@ -231,13 +231,13 @@ int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
    }
    L3_TRY(readOctets(ctxt, site, data, *count));
    closeTrace(ctxt);
-   if (*count < low || *count > high) return RTX_E_CONSTRAINT;
+   if (!limits.allow(*count)) return RTX_E_CONSTRAINT;
    if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
-int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint64_t low,
-                   uint64_t high, RtxDynOctStr* value) {
+int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,
+                   RtxDynOctStr* value) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    uint32_t count = 0;
@@ -247,7 +247,7 @@ int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned count
    value->numocts = count;
    value->data = octets;
    closeTrace(ctxt);
-   if (count < low || count > high) return RTX_E_CONSTRAINT;
+   if (!limits.allow(count)) return RTX_E_CONSTRAINT;
    if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
@@ -263,7 +263,7 @@ size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
 } // namespace
 
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
-             uint64_t low, uint64_t high, uint32_t* count) {
+             const Limits& limits, uint32_t* count) {
    L3_TRY(hot::pushElemName(ctxt, name));
    numocts = octetsLeft(ctxt, numocts);
    *count = 0;
@@ -274,7 +274,7 @@ int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint
       L3_TRY(readOctets(ctxt, site, data, numocts));
       closeTrace(ctxt);
    }
-   if (numocts < low || numocts > high) return RTX_E_CONSTRAINT;
+   if (!limits.allow(numocts)) return RTX_E_CONSTRAINT;
    hot::popElemName(ctxt);
    return 0;
 }
@@ -292,23 +292,49 @@ int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, 
    return 0;
 }
 
+namespace {
+
+size_t bitsLeft(const RtxContext* ctxt) {
+   const int64_t left = hot::containerRemBits(ctxt);
+   return left > 0 ? static_cast<size_t>(left) : 0;
+}
+
+int readBits(RtxContext* ctxt, Site site, uint8_t* data, size_t capacity, size_t numbits) {
+   openTrace(ctxt, "BIT STRING");
+   if (const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits); status < 0)
+      return fail(ctxt, status, site);
+   closeTrace(ctxt);
+   return 0;
+}
+
+} // namespace
+
 int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* value) {
    L3_TRY(hot::pushElemName(ctxt, name));
-   const int64_t left = hot::containerRemBits(ctxt);
-   const size_t numbits = left > 0 ? static_cast<size_t>(left) : 0;
-   value->numbits = static_cast<uint32_t>(numbits);
+   const size_t numbits = bitsLeft(ctxt);
+   value->numbits = 0;
    if (numbits != 0) {
-      openTrace(ctxt, "BIT STRING");
       const size_t numocts = (numbits >> 3) + 1;
       if (!hot::streamActive(ctxt) && cursorBits(ctxt) + numbits > ctxt->bufSize * 8)
          return fail(ctxt, RTX_E_END_OF_DATA, site);
       auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
       if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
-      if (const int status = rtxDecBitsToByteArray(ctxt, octets, numocts, numbits); status < 0)
-         return fail(ctxt, status, site);
+      L3_TRY(readBits(ctxt, site, octets, numocts, numbits));
+      value->numbits = static_cast<uint32_t>(numbits);
       value->data = octets;
-      closeTrace(ctxt);
    }
+   hot::popElemName(ctxt);
+   return 0;
+}
+
+int decRestBitsInline(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t capacity,
+                      uint32_t* numbits) {
+   L3_TRY(hot::pushElemName(ctxt, name));
+   const size_t left = bitsLeft(ctxt);
+   *numbits = 0;
+   if (left > capacity * 8) return RTX_E_CONSTRAINT;
+   if (left != 0) L3_TRY(readBits(ctxt, site, data, capacity, left));
+   *numbits = static_cast<uint32_t>(left);
    hot::popElemName(ctxt);
    return 0;
 }
@@ -360,8 +386,11 @@ int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, 
    return 0;
 }
 
-int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count) {
-   if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
+int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count,
+                   bool keepTail) {
+   if (keepTail) {
+      // Whoever encloses this closes the tail.
+   } else if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
       if (!hot::octetAligned(ctxt)) {
          const int overall = rtxErrSetNewData(ctxt, RTX_E_NOT_OCTET_END, site.file, site.line);
          return overall < 0 ? overall : RTX_E_NOT_OCTET_END;
@@ -373,6 +402,16 @@ int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength&
    }
    const size_t end = hot::bitOffset(ctxt);
    *count = static_cast<uint32_t>((end - length.start) / 8);
+   if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0)
+      return fail(ctxt, status, site);
+   if (const int status = rtxMergeBits(ctxt, *count, static_cast<int>(bits)); status < 0)
+      return fail(ctxt, status, site);
+   return hot::setBitOffset(ctxt, end);
+}
+
+int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count) {
+   const size_t end = hot::bitOffset(ctxt);
+   *count = static_cast<uint32_t>(end - length.start);
    if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0)
       return fail(ctxt, status, site);
    if (const int status = rtxMergeBits(ctxt, *count, static_cast<int>(bits)); status < 0)

@@ -1,0 +1,56 @@
+// All outputs of a set of descriptions.
+
+#include "compiler/generate.h"
+
+#include "compiler/emit.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace l3c {
+
+namespace {
+
+bool sameContents(const std::filesystem::path& path, const std::string& text) {
+   std::ifstream in(path, std::ios::binary);
+   if (!in) return false;
+   std::ostringstream there;
+   there << in.rdbuf();
+   return there.str() == text;
+}
+
+} // namespace
+
+void emitModule(const Model& model, const Module& module, Outputs& out) {
+   emitHeader(model, module, out);
+   emitTypes(model, module, out);
+   emitCodecs(model, module, out);
+   emitEnums(model, module, out);
+   emitInits(model, module, out);
+   emitWalk(model, module, out);
+}
+
+Outputs generate(const Model& model) {
+   Outputs out;
+   for (auto& module : model.modules) emitModule(model, *module, out);
+   emitRegistry(model, out);
+   return out;
+}
+
+std::string writeOutputs(const Outputs& outputs, const std::string& folder) {
+   namespace fs = std::filesystem;
+   for (auto& [name, text] : outputs) {
+      const fs::path path = fs::path(folder) / name;
+      // A file that is the same keeps its time, so that nothing is compiled again for it.
+      if (sameContents(path, text)) continue;
+      std::error_code error;
+      fs::create_directories(path.parent_path(), error);
+      std::ofstream out(path, std::ios::binary);
+      out << text;
+      if (!out.flush()) return "can't write " + path.string();
+   }
+   return "";
+}
+
+} // namespace l3c
