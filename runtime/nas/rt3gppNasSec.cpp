@@ -1,0 +1,171 @@
+// NAS security: keys and algorithms of a context, ciphering and integrity protection of its messages.
+#include "quorva/rt3gppNasSec.h"
+
+#include "quorva/rtxContext.h"
+#include "quorva/rtxError.h"
+#include "quorva/rtxMemHeap.h"
+#include "runtime/core/rtxInline.h"
+#include "runtime/nas/aes128.h"
+
+#include <cstring>
+
+using namespace quorva;
+
+namespace {
+
+constexpr int32_t algNull = 0;
+constexpr int32_t algAes = 2;
+constexpr size_t subkeysSize = 2 * aesBlockSize;
+constexpr size_t scheduleSize = aesScheduleWords * sizeof(uint32_t);
+/** COUNT, BEARER and DIRECTION with their padding: ahead of the message in the MAC, start of the counter
+ * block. */
+constexpr size_t prefixSize = 8;
+
+void releaseSecret(RtxContext* pctxt, void* secret, size_t size) {
+   if (secret == nullptr) return;
+   secureClear(secret, size);
+   rtxMemHeapFreePtr(pctxt, secret);
+}
+
+void releaseSubkeys(RtxContext* pctxt, RtxNasSecContext& sec) {
+   releaseSecret(pctxt, sec.cmacSubkeys, subkeysSize);
+   sec.cmacSubkeys = nullptr;
+}
+
+void releaseSchedules(RtxContext* pctxt, RtxNasSecContext& sec) {
+   releaseSecret(pctxt, sec.aesSchedules, 2 * scheduleSize);
+   sec.aesSchedules = nullptr;
+}
+
+bool haveSchedules(RtxContext* pctxt, RtxNasSecContext& sec) {
+   if (sec.aesSchedules == nullptr)
+      sec.aesSchedules = static_cast<uint32_t*>(rtxMemHeapAlloc(pctxt, 2 * scheduleSize));
+   return sec.aesSchedules != nullptr;
+}
+
+bool haveSubkeys(RtxContext* pctxt, RtxNasSecContext& sec) {
+   if (sec.cmacSubkeys == nullptr)
+      sec.cmacSubkeys = static_cast<uint8_t*>(rtxMemHeapAlloc(pctxt, subkeysSize));
+   return sec.cmacSubkeys != nullptr;
+}
+
+uint32_t* integSchedule(const RtxNasSecContext& sec) {
+   return sec.aesSchedules;
+}
+uint32_t* cipherSchedule(const RtxNasSecContext& sec) {
+   return sec.aesSchedules + aesScheduleWords;
+}
+
+int refuseAlgorithm(RtxContext* pctxt, const char* what, int32_t algorithm) {
+   rtxErrAddStrParm(pctxt, what);
+   rtxErrAddIntParm(pctxt, algorithm);
+   return recordNewFailure(pctxt, RTX_E_UNSUPPORTED);
+}
+
+void putPrefix(uint8_t* octets, const RtxNasSecContext& sec) {
+   octets[0] = static_cast<uint8_t>(sec.count >> 24);
+   octets[1] = static_cast<uint8_t>(sec.count >> 16);
+   octets[2] = static_cast<uint8_t>(sec.count >> 8);
+   octets[3] = static_cast<uint8_t>(sec.count);
+   octets[4] = static_cast<uint8_t>(sec.bearer * 8 | sec.direction * 4);
+   octets[5] = octets[6] = octets[7] = 0;
+}
+
+uint32_t macOver(const RtxNasSecContext& sec, const uint8_t* octets, size_t length) {
+   uint8_t tag[aesBlockSize];
+   aesForm().cmac(integSchedule(sec), sec.cmacSubkeys, octets, length, tag);
+   return uint32_t{tag[0]} << 24 | uint32_t{tag[1]} << 16 | uint32_t{tag[2]} << 8 | tag[3];
+}
+
+} // namespace
+
+int rtx3gppSecInitialize(RtxContext* pctxt) {
+   // The record of before, if any, may have gone with a reset of the heap: it is not touched.
+   auto* sec = static_cast<RtxNasSecContext*>(rtxMemHeapAllocZ(pctxt, sizeof(RtxNasSecContext)));
+   if (sec == nullptr) return recordNoMemory(pctxt);
+   pctxt->nasSec = sec;
+   return RTX_OK;
+}
+
+int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const uint8_t* cipherKey,
+                               int32_t integAlg, int32_t cipherAlg) {
+   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   RtxNasSecContext& sec = *pctxt->nasSec;
+
+   if (integAlg != algAes) {
+      // Deliberately ahead of the refusal: an unknown number takes the old keys away and leaves the old
+      // numbers.
+      releaseSubkeys(pctxt, sec);
+      if (cipherAlg != algAes) releaseSchedules(pctxt, sec);
+      if (integAlg != algNull) return refuseAlgorithm(pctxt, "integrity algorithm", integAlg);
+   } else {
+      if (integKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+      if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
+      const AesForm& form = aesForm();
+      form.expandKey(integSchedule(sec), integKey);
+      if (!haveSubkeys(pctxt, sec)) return recordNoMemory(pctxt);
+      cmacSubkeys(form, integSchedule(sec), sec.cmacSubkeys);
+   }
+
+   if (cipherAlg == algAes) {
+      if (cipherKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+      if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
+      rtxCryptAES128KeyExpansion(cipherSchedule(sec), cipherKey);
+   } else if (cipherAlg != algNull) {
+      // Deliberately behind the expansion of the integrity key, which stays in force.
+      return refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg);
+   }
+
+   sec.cipherAlg = cipherAlg;
+   sec.integAlg = integAlg;
+   sec.integKey = integKey;
+   sec.cipherKey = cipherKey;
+   return RTX_OK;
+}
+
+int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
+   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   const RtxNasSecContext& sec = *pctxt->nasSec;
+   if (length == 0 || sec.cipherAlg == algNull) return RTX_OK;
+   if (sec.cipherAlg != algAes) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
+   if (sec.aesSchedules == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   if (data == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+   uint8_t prefix[prefixSize];
+   putPrefix(prefix, sec);
+   aesForm().counterMode(cipherSchedule(sec), prefix, data, length);
+   return RTX_OK;
+}
+
+int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac) {
+   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   const RtxNasSecContext& sec = *pctxt->nasSec;
+   if (mac == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+   if (sec.integAlg == algNull) {
+      *mac = 0;
+      return RTX_OK;
+   }
+   if (sec.integAlg != algAes) return refuseAlgorithm(pctxt, "integrity algorithm", sec.integAlg);
+   if (sec.aesSchedules == nullptr || sec.cmacSubkeys == nullptr)
+      return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   if (data == nullptr && length != 0) return recordNewFailure(pctxt, RTX_E_NULL);
+
+   const size_t total = length + prefixSize;
+   if (total < prefixSize) { // wrapped around: deliberately in the caller's own octets
+      putPrefix(data, sec);
+      *mac = macOver(sec, data, total);
+      return RTX_OK;
+   }
+   auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(pctxt, total));
+   if (octets == nullptr) return recordNoMemory(pctxt);
+   putPrefix(octets, sec);
+   if (length != 0) std::memcpy(octets + prefixSize, data, length);
+   *mac = macOver(sec, octets, total);
+   rtxMemHeapFreePtr(pctxt, octets);
+   return RTX_OK;
+}
+
+void rtx3gppSecFree(RtxContext* pctxt) {
+   if (rtx3gppAssignAlgorithmKeys(pctxt, nullptr, nullptr, algNull, algNull) != RTX_OK) return;
+   rtxMemHeapFreePtr(pctxt, pctxt->nasSec);
+   pctxt->nasSec = nullptr;
+}
