@@ -21,6 +21,7 @@ enum DiagnosticNumber : int {
    TooDeep,       // brackets or expressions nested beyond reason
    BadIei,        // an optional element without an IEI
    BadOctets,     // a vector that is not whole octets in hex
+   MisplacedWord, // a word that this declaration or field doesn't take
    // Names
    UnknownModule = 20,
    UsesCycle,
@@ -32,41 +33,36 @@ enum DiagnosticNumber : int {
    UnknownPdu,
    UnknownName,   // an expression's name is no field
    LaterField,    // an expression's name is a field that comes later
-   NoFieldWithin, // a dotted name goes into a field that has no fields
+   NoFieldWithin, // a dotted name goes into a field that has no such field
    // Values
    DuplicateRow = 40,
-   DuplicateValue,
+   NoRows,
    ValueTooWide,
    BadWidth,
    BoundsReversed,
    BoundsTooWide,
    EmptyChoice,
    DuplicateArm,
-   ArmTooWide,
-   ArmWithoutValue,
    // Shape
    AfterTail = 60,
    NoCapacity,
    ContainsItself,
-   OddBits,     // contents of a length that are no whole half octets
-   NoEntryBits, // a repetition whose entries take no bits
-   ArgumentMissing,
+   OddBits,         // contents of a length that are no whole half octets
+   NoEntryBits,     // a repetition whose entries take no bits
+   ArgumentMissing, // a digit type without its number of octets
    ArgumentUnused,
    ValueOfNoLength, // `value` of a type without a length
    NoNextField,     // `aside` with nothing behind
-   WhenMandatory,
    SwapNotTwo,
-   EmptyFrame,
-   EmptyVector,
+   NoFields,
    // Messages
    DuplicateIei = 80,
    HalfOctetRange,
    HalfOctetWidth,
+   HiddenIei, // an octet that the scan takes for a half-octet element
    DuplicateSelector,
-   DuplicateMessageType,
-   NoUnion,       // a table fills a PDU without `data messages`
-   NotInTable,    // `data messages` without a table
-   MisplacedWord, // a word that this declaration doesn't take
+   NoUnion,    // a table fills a PDU without `data messages`
+   NotInTable, // `data messages` without a table
 };
 
 struct Diagnostic {

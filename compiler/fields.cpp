@@ -142,7 +142,8 @@ void Reader::iei(Field& field) {
 
 bool Reader::atBehind() const {
    return atWord("bit") || atWord("lh") || atWord("when") || atWord("const") || atWord("aside") ||
-          atWord("guarded") || atWord("open") || atWord("counts") || atWord("init");
+          atWord("guarded") || atWord("leavetail") || atWord("counts") || atWord("init") ||
+          atWord("beside") || atWord("ahead");
 }
 
 void Reader::kind(Field& field, Place place) {
@@ -206,8 +207,12 @@ void Reader::kindByWord(Field& field) {
       if (!given) storage(field.storage, field.bounds);
    } else if (acceptWord("null")) {
       field.kind = Kind::Null;
-   } else if (atWord("messages")) {
+   } else if (atWord("ucs2") && (atWord("heap", 1) || atWord("inline", 1))) {
       take();
+      field.kind = Kind::Fill;
+      field.bits = 16;
+      storage(field.storage, field.bounds);
+   } else if (acceptWord("messages")) {
       field.kind = Kind::Messages;
    } else if (acceptWord("bare")) {
       field.kind = Kind::Bare;
@@ -224,7 +229,7 @@ void Reader::kindByWord(Field& field) {
 void Reader::named(Field& field) {
    field.kind = Kind::Named;
    field.type = typeRef();
-   if (atSign("(")) field.argument = bracketed();
+   if (atSign("(")) arguments(field);
    if (atWord("value") && atSign("(", 1)) {
       take();
       field.valueOnly = true;
@@ -243,6 +248,8 @@ void Reader::each(Field& field) {
    field.kind = Kind::Each;
    if (atNumber())
       field.bits = expectWidth("the width of an entry");
+   else if (atWord("fill") || atWord("octets"))
+      entry(field);
    else
       field.type = typeRef();
    for (bool more = true; more;) {
@@ -252,6 +259,10 @@ void Reader::each(Field& field) {
          field.argument = bracketed();
       } else if (atSign("[")) {
          field.bounds = bracketBounds();
+      } else if (acceptWord("tail")) {
+         field.tail = true;
+      } else if (acceptWord("flags")) {
+         field.entries = Entries::Flags;
       } else if (atWord("free") && field.argument) {
          take();
          field.freeCount = true;
@@ -259,6 +270,17 @@ void Reader::each(Field& field) {
          more = storage(field.storage, field.bounds);
       }
    }
+}
+
+// Entries that are octets without a count: `octets e inline N` or `fill inline N`.
+void Reader::entry(Field& field) {
+   field.entry = std::make_unique<Field>();
+   Field& entry = *field.entry;
+   entry.pos = peek().pos;
+   entry.kind = atWord("fill") ? Kind::Fill : Kind::Sized;
+   take();
+   if (entry.kind == Kind::Sized) entry.argument = expression();
+   if (!storage(entry.storage, entry.bounds)) unexpected("`inline` with a capacity, or `heap`");
 }
 
 void Reader::choice(Field& field) {
@@ -331,6 +353,7 @@ void Reader::since(Field& field) {
    field.kind = Kind::Since;
    field.number = expectNumber("the release");
    if (acceptWord("needs")) field.needs = expectNumber("the number of bits");
+   field.quits = acceptWord("quits");
    expectSign("(");
    fields(field.fields, ")", Place::Record);
 }
@@ -354,14 +377,28 @@ void Reader::behind(Field& field) {
          field.number = expectNumber("the constant");
       } else if (acceptWord("aside")) {
          field.aside = true;
+         if (field.kind == Kind::Uint && atSign("(")) {
+            field.kind = Kind::Frame;
+            wireGroup(field);
+         }
       } else if (acceptWord("guarded")) {
          field.guarded = true;
-      } else if (acceptWord("open")) {
-         field.open = true;
+      } else if (acceptWord("leavetail")) {
+         field.leaveTail = true;
+      } else if (atWord("as") && field.ieiBits) {
+         take();
+         if (!classWord(field.cls)) unexpected("`V`, `LV` or `LV-E`");
+      } else if (acceptWord("beside")) {
+         field.beside = true;
+      } else if (acceptWord("ahead")) {
+         field.ahead = expectWidth("the place of the bit");
+      } else if (acceptWord("bare")) {
+         field.bareBits = expectWidth("the width of the length");
       } else if (acceptWord("init")) {
          field.init = expectNumber("the initial value");
       } else if (acceptWord("counts")) {
          field.counts = expectWord("the field that is counted");
+         if (acceptSign("+")) field.countsPlus = expectNumber("a number");
       } else {
          return;
       }
@@ -452,6 +489,13 @@ Reader::ExprPtr Reader::primary() {
       while (acceptSign(".")) result->name += "." + expectWord("a field's name");
    }
    return result;
+}
+
+void Reader::arguments(Field& field) {
+   expectSign("(");
+   field.argument = expression();
+   if (acceptSign(",")) field.second = expression();
+   expectSign(")");
 }
 
 Reader::ExprPtr Reader::bracketed() {

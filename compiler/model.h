@@ -33,6 +33,7 @@ struct Expr {
    Pos pos;
    uint64_t number = 0;
    std::string name;                  // Name: dotted path as written
+   bool parameter = false;            // Name: a parameter of the type; `path` is empty
    std::vector<const Field*> path;    // Name, resolved: the fields from the outermost record inwards
    std::unique_ptr<Expr> left, right; // Not uses left alone
 };
@@ -67,7 +68,7 @@ enum class Kind {
    Named,   // `type`; `argument` for digit types; `valueOnly` for `value(e)`
    Counted, // lv, lv-e: own count of `bits` 8 or 16, `bounds`, `storage`
    Sized,   // octets e: `argument` octets
-   Fill,    // all that is left in the container
+   Fill,    // all that is left in the container; `bits` 16: as 16-bit characters
    Tail,    // the same as an open tail
    BitTail, // open tail in bits
    Group,   // { … }: a record of its own; `fields`
@@ -84,6 +85,10 @@ enum class Kind {
    Swap,  // two fields coded in the other order
 };
 
+// How a repetition tells whether another entry comes: by what is left, by ext bits, by a 1 ahead of each and
+// a 0.
+enum class Entries { Rest, Ext, Flags };
+enum class Class { V, LV, LVE, L4, LB };         // LB: the length counts bits
 enum class Lead { None, Bit, LH };               // optional field led by a bit of its own
 enum class Selector { Field, Record, Bits, LH }; // steered by a field, by `t` alone, `t` - 1 in bits, L/H
 
@@ -103,21 +108,33 @@ struct Field {
    Storage storage;
    TypeRef type;                   // Named, Each
    std::unique_ptr<Expr> argument; // Sized, Each x(e), digit octets, Choice by
+   std::unique_ptr<Expr> second;   // of a text type with two parameters
    Selector selector = Selector::Field;
-   bool aside = false;             // in the record, not on the wire
-   bool valueOnly = false;         // contents of an LV type without its length octet
-   bool freeCount = false;         // Each x(e) free
-   bool skip = false;              // Chain: skip unknown octets
-   bool guarded = false;           // mandatory, yet the decoder reads it only if the container has bits
-   bool open = false;              // Frame, Bare: leaves the open tail's flag as it is
-   std::string counts;             // Uint: the encoder takes it from the octet count of this later field
+   bool aside = false;     // in the record, not on the wire; a Frame besides: its octets in the record alone
+   bool valueOnly = false; // contents of an LV type without its length octet
+   bool freeCount = false; // Each x(e) free
+   Entries entries = Entries::Rest; // Each
+   bool skip = false;               // Chain: skip unknown octets
+   bool quits = false;     // Since: a decoder that ends the element here returns at once, as it stands
+   bool guarded = false;   // mandatory, yet the decoder reads it only if the container has bits
+   bool leaveTail = false; // Frame, Bare: closing leaves the open tail's flag as it is
+   std::string counts;     // Uint: the encoder takes it from the octet count of this later field
    const Field* counted = nullptr; // that field, resolved
-   std::optional<uint64_t> init;   // value that the initialiser gives
-   bool hexIei = false;            // message element with an IEI
-   bool present = false;           // message element of type T: the IEI alone
-   unsigned iei = 0;               // 8-bit IEI, or 4-bit if ieiBits is 4
-   unsigned ieiBits = 0;           // 0: mandatory
-   int group = 0;                  // message element: 0 first run, k the k-th group; since: its group number
+   uint64_t countsPlus = 0;        // and adds so many
+   std::unique_ptr<Field>
+         entry;           // Each of octets: the kind of an entry, Sized or Fill; no type and no bits then
+   bool tail = false;     // Each: sets the open tail's flag
+   bool beside = false;   // stands in the octet of an L4 length, outside of its container
+   unsigned ahead = 0;    // the decoder takes the selector of the choice in `type` from the n-th bit ahead
+   Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
+   unsigned bareBits = 0; // width of a bare length around this field alone
+
+   std::optional<uint64_t> init; // value that the initialiser gives
+   bool hexIei = false;          // message element with an IEI
+   bool present = false;         // message element of type T: the IEI alone
+   unsigned iei = 0;             // 8-bit IEI, or 4-bit if ieiBits is 4
+   unsigned ieiBits = 0;         // 0: mandatory
+   int group = 0;                // message element: 0 first run, k the k-th group; since: its group number
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<Arm> arms;
 
@@ -127,8 +144,20 @@ struct Field {
    }
 };
 
-enum class TypeKind { Enum, Number, Octets, Digits, Record, List, Alias, Message, OneElement, Empty, Pdu };
-enum class Class { V, LV, LVE, L4 };
+enum class TypeKind {
+   Enum,
+   Number,
+   Octets,
+   Digits,
+   Record,
+   List,
+   Alias,
+   Message,
+   OneElement,
+   Empty,
+   Pdu,
+   Text
+};
 
 struct EnumRow {
    Pos pos;
@@ -154,7 +183,7 @@ struct Type {
    Class cls = Class::V;
    bool bare = false;      // the length is on the wire only
    Bounds bounds;          // of the length, of a count, of a number
-   unsigned bits = 0;      // Enum, Number: width
+   unsigned bits = 0;      // Enum, Number: width; List of integers: of an entry; class LB: of the length
    uint64_t count = 0;     // Octets of fixed size; Digits: characters
    Storage storage;        // Octets, Digits
    bool unchecked = false; // Enum: no legal set
@@ -162,6 +191,15 @@ struct Type {
    bool twins = false;     // Message: an IEI may stand twice
    bool tailstop = false;  // Message
    bool shifts = false;    // Message
+   bool aligned = false;   // Record: goes on to the octet's end ahead of the closing steps
+   Entries entries = Entries::Rest;     // List
+   std::vector<std::string> parameters; // what the decoder's caller hands over; Digits: octets
+   std::unique_ptr<Expr> times;         // List: number of entries
+   bool freeCount = false;              // List: as with Each
+   bool fill = false;                   // Octets: all that is left in the container
+   bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
+   bool padded = false;                 // Record: the contents end within an octet, on purpose
+
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    TypeRef base;              // Alias, OneElement, List

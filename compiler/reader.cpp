@@ -195,6 +195,7 @@ void Reader::declaration() {
          {"alias", {TypeKind::Alias, &Reader::alias}},
          {"message", {TypeKind::Message, &Reader::message}},
          {"pdu", {TypeKind::Pdu, &Reader::pdu}},
+         {"text", {TypeKind::Text, &Reader::characters}},
    };
    if (atWord("table")) return table();
    if (atWord("test")) return test();
@@ -212,6 +213,7 @@ void Reader::declaration() {
       type.doc = doc;
       type.module = module_;
       module_->byName.emplace(name, &type);
+      if (atSign("(")) parameters(type);
       (this->*head.second)(type);
       type.doc = docAtEnd(type.doc);
       return;
@@ -219,7 +221,7 @@ void Reader::declaration() {
    diagnostics_.error(NoDeclaration, peek().pos,
                       "`" + peek().text +
                             "` doesn't begin a declaration (enum, number, octets, digits, element, "
-                            "list, alias, message, pdu, table, test).");
+                            "text, list, alias, message, pdu, table, test).");
    throw SyntaxError{};
 }
 
@@ -229,7 +231,8 @@ void Reader::typeWords(Type& type) {
          {"custom", &Type::custom},     {"noencoder", &Type::noEncoder}, {"nodecoder", &Type::noDecoder},
          {"nosample", &Type::noSample}, {"noprinter", &Type::noPrinter}, {"unchecked", &Type::unchecked},
          {"checked", &Type::checked},   {"twins", &Type::twins},         {"tailstop", &Type::tailstop},
-         {"shifts", &Type::shifts},
+         {"shifts", &Type::shifts},     {"leavetail", &Type::leaveTail}, {"padded", &Type::padded},
+         {"aligned", &Type::aligned},
    };
    for (bool more = true; more;) {
       more = false;
@@ -296,7 +299,22 @@ void Reader::number(Type& type) {
    enumRows(type);
 }
 
+// What the caller of the type's decoder hands over.
+void Reader::parameters(Type& type) {
+   expectSign("(");
+   do type.parameters.push_back(expectWord("a parameter's name"));
+   while (acceptSign(","));
+   expectSign(")");
+}
+
 void Reader::octets(Type& type) {
+   if (acceptWord("fill")) {
+      Pos pos = peek().pos;
+      type.fill = true;
+      if (!storage(type.storage, type.bounds))
+         diagnostics_.error(NoCapacity, pos, "`fill` needs `inline` with a capacity, or `heap`.");
+      return typeWords(type);
+   }
    type.bare = acceptWord("bare");
    bool lengthed = classWord(type.cls);
    if (!lengthed || type.bare) {
@@ -309,28 +327,61 @@ void Reader::octets(Type& type) {
 }
 
 void Reader::digits(Type& type) {
+   type.parameters = {"octets"};
+   capacity(type);
+}
+
+void Reader::capacity(Type& type) {
    if (atNumber()) type.count = type.storage.capacity = expectNumber("the number of digits");
    if (acceptWord("heap"))
       type.storage = {true, 0};
    else if (!type.count)
-      unexpected("the number of digits or `heap`");
+      unexpected("the number of characters or `heap`");
    typeWords(type);
 }
 
 void Reader::element(Type& type) {
    type.bare = acceptWord("bare");
-   if (!classWord(type.cls)) unexpected("`V`, `LV`, `LV-E` or `L4`");
+   uint64_t width;
+   if (peek().kind == Tok::Word && peek().text.starts_with("LB") &&
+       parseNumber(peek().text.substr(2), width) && width >= 1 && width <= 16) {
+      take();
+      type.cls = Class::LB;
+      type.bits = static_cast<unsigned>(width);
+   } else if (!classWord(type.cls)) {
+      unexpected("`V`, `LV`, `LV-E`, `L4` or `LB7`");
+   }
    type.bounds = atSign("[") ? bracketBounds() : bounds();
    typeWords(type);
    expectSign("{");
    fields(type.fields, "}", Place::Record);
 }
 
+// A text, its codec by hand: its capacity, and what the caller of the decoder hands over.
+void Reader::characters(Type& type) {
+   type.bare = acceptWord("bare");
+   if (type.bare && !classWord(type.cls)) unexpected("`LV`");
+   capacity(type);
+   if (atSign("(")) parameters(type);
+   typeWords(type);
+}
+
 void Reader::list(Type& type) {
+   type.bare = acceptWord("bare");
+   if (type.bare && !classWord(type.cls)) unexpected("`LV`");
    if (atNumber())
       type.bits = expectWidth("the width of an entry");
    else
       type.base = typeRef();
+   if (acceptWord("chain"))
+      type.entries = Entries::Ext;
+   else if (acceptWord("flags"))
+      type.entries = Entries::Flags;
+   if (atWord("x") && atSign("(", 1)) {
+      take();
+      type.times = bracketed();
+      type.freeCount = acceptWord("free");
+   }
    if (atSign("[")) type.bounds = bracketBounds();
    typeWords(type);
 }

@@ -54,6 +54,10 @@ private:
    void octets(Type& type);
    void digits(Type& type);
    void element(Type& type);
+   void capacity(Type& type);
+   void characters(Type& type);
+   void parameters(Type& type);
+   void entry(Field& field);
    void list(Type& type);
    void alias(Type& type);
    void message(Type& type);
@@ -101,6 +105,7 @@ private:
    ExprPtr product();
    ExprPtr primary();
    ExprPtr bracketed();
+   void arguments(Field& field);
    ExprPtr binary(Expr::Op op, Pos pos, ExprPtr left, ExprPtr right);
 
    Model& model_;

@@ -10,7 +10,8 @@ namespace {
 
 // What an expression may name: the fields of a record that came before, then those of the records around it.
 struct Scope {
-   std::vector<const Field*> prefix; // the way to this record from the outermost
+   const std::vector<std::string>* parameters = nullptr; // of the type, at its own level
+   std::vector<const Field*> prefix;                     // the way to this record from the outermost
    const std::vector<std::unique_ptr<Field>>* all = nullptr;
    const Scope* outer = nullptr;
    std::vector<const Field*> seen;
@@ -35,6 +36,8 @@ public:
       eachType([this](Type& type) {
          Scope scope;
          scope.all = &type.fields;
+         scope.parameters = &type.parameters;
+         if (type.times) resolve(*type.times, scope);
          expressions(type.fields, scope);
       });
       eachType([this](Type& type) { countedFields(type.fields); });
@@ -164,6 +167,8 @@ private:
 
    void expressions(Field& field, Scope& scope) {
       if (field.argument) resolve(*field.argument, scope);
+      if (field.entry && field.entry->argument) resolve(*field.entry->argument, scope);
+      if (field.second) resolve(*field.second, scope);
       if (field.when) resolve(*field.when, scope);
       if (field.kind == Kind::Frame) scope.seen.push_back(&field);
       if (field.onlyOnWire()) expressions(field.fields, scope, field.kind == Kind::Swap);
@@ -234,6 +239,12 @@ private:
             std::vector<const Field*> way = at->prefix;
             if (!enter(*at->seen[i], parts[0], way)) continue;
             return descend(expr, parts, std::move(way));
+         }
+      for (const Scope* at = &scope; at; at = at->outer)
+         if (at->parameters &&
+             std::find(at->parameters->begin(), at->parameters->end(), expr.name) != at->parameters->end()) {
+            expr.parameter = true;
+            return;
          }
       std::vector<const Field*> later;
       for (const Scope* at = &scope; at; at = at->outer)

@@ -29,4 +29,21 @@ inline const Type* withoutAliases(const Type* type) {
    return nullptr;
 }
 
+// Bits on the wire: at least `low`; at most `high` unless open.
+struct Width {
+   uint64_t low = 0, high = 0;
+   bool open = false;
+   bool fixed() const { return !open && low == high; }
+};
+Width widthOf(const Field& field);
+Width widthOf(const Type& type);
+Width widthOf(const std::vector<std::unique_ptr<Field>>& fields);
+
+unsigned lengthBits(const Type& type); // of the length field; 0 for class V
+
+// The largest value of so many bits.
+inline uint64_t maxOf(unsigned bits) {
+   return bits >= 64 ? UINT64_MAX : (uint64_t{1} << bits) - 1;
+}
+
 } // namespace l3c

@@ -1,0 +1,393 @@
+// What a description must keep to, told in plain sentences.
+#include "compiler/naming.h"
+#include "compiler/walk.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace l3c {
+namespace {
+
+using Fields = std::vector<std::unique_ptr<Field>>;
+
+std::string quoted(const std::string& name) {
+   return "`" + name + "`";
+}
+std::string text(uint64_t value) {
+   return std::to_string(value);
+}
+
+class Checker {
+public:
+   Checker(const Model& model, Diagnostics& diagnostics) : model_(model), diagnostics_(diagnostics) {}
+
+   void run() {
+      for (auto& module : model_.modules) {
+         std::set<std::string> names;
+         for (auto& one : module->types) {
+            if (!names.insert(printName(one->name)).second)
+               error(DuplicateType, one->pos, "A type " + quoted(one->name) + " is already in this module.");
+            type(*one);
+         }
+      }
+   }
+
+private:
+   void error(int number, Pos pos, std::string sentence) {
+      diagnostics_.error(number, pos, std::move(sentence));
+   }
+
+   void type(const Type& type) {
+      bounds(type.bounds, type.pos);
+      switch (type.kind) {
+      case TypeKind::Enum:
+      case TypeKind::Number: values(type); break;
+      case TypeKind::Octets:
+         if (!type.fill && !type.storage.heap && !type.storage.capacity)
+            error(NoCapacity, type.pos, quoted(type.name) + " can hold no octets.");
+         boundsFit(type.bounds, lengthBits(type), type.pos, "a length");
+         break;
+      case TypeKind::Record:
+      case TypeKind::Message:
+      case TypeKind::Pdu: record(type); break;
+      case TypeKind::List: entries(type.bits, type.base, type.pos); break;
+      case TypeKind::Digits:
+      case TypeKind::Text:
+      case TypeKind::Alias:
+      case TypeKind::OneElement:
+      case TypeKind::Empty: break;
+      }
+      std::vector<const Type*> way;
+      if (holds(type, type, way))
+         error(ContainsItself, type.pos, quoted(type.name) + " contains itself, with no pointer between.");
+   }
+
+   // Bounds
+
+   void bounds(const Bounds& bounds, Pos pos) {
+      if (bounds.low && bounds.high && *bounds.low > *bounds.high)
+         error(BoundsReversed, pos,
+               "The lower bound " + text(*bounds.low) + " is above " + text(*bounds.high) + ".");
+   }
+
+   void boundsFit(const Bounds& bounds, unsigned bits, Pos pos, const char* what) {
+      uint64_t top = std::max(bounds.low.value_or(0), bounds.high.value_or(0));
+      if (bits && top > maxOf(bits))
+         error(BoundsTooWide, pos,
+               "The bound " + text(top) + " is beyond " + what + " of " + text(bits) + " bits.");
+   }
+
+   void values(const Type& type) {
+      if (type.bits > 32) error(BadWidth, type.pos, "An enum or number has at most 32 bits.");
+      boundsFit(type.bounds, type.bits, type.pos, "a number");
+      std::set<std::string> names;
+      std::set<uint64_t> seen;
+      for (const EnumRow& row : type.rows) {
+         if (!names.insert(printName(row.name)).second)
+            error(DuplicateRow, row.pos, "A value " + quoted(row.name) + " is already there.");
+         if (!seen.insert(row.value).second)
+            error(DuplicateRow, row.pos, "The value " + text(row.value) + " has a name already.");
+         if (row.value > maxOf(type.bits))
+            error(ValueTooWide, row.pos,
+                  "The value " + text(row.value) + " is beyond " + text(type.bits) + " bits.");
+      }
+      if (type.kind == TypeKind::Enum && type.rows.empty() && !type.unchecked && !type.checked)
+         error(NoRows, type.pos, quoted(type.name) + " has no legal value.");
+   }
+
+   // Records
+
+   void record(const Type& type) {
+      boundsFit(type.bounds, lengthBits(type), type.pos, "a length");
+      if (type.fields.empty())
+         error(NoFields, type.pos,
+               quoted(type.name) + " has no fields" +
+                     (type.kind == TypeKind::Message ? "; such a message is `empty`." : "."));
+      bool lengthField = type.cls != Class::V && !type.bare;
+      fieldNames(type.fields, lengthField ? "length" : "");
+      if (!type.custom) container(type.fields);
+      eachField(type.fields, [&](const Field& field) { this->field(field, type); });
+      asides(type.fields);
+      if (type.cls == Class::LV || type.cls == Class::LVE) {
+         Width width = widthOf(type.fields);
+         if (width.fixed() && width.low % 4 != 0 && !type.padded)
+            error(OddBits, type.pos,
+                  "The contents take " + text(width.low) + " bits, no whole number of half octets.");
+      }
+      if (type.kind == TypeKind::Message) elements(type);
+      if (type.kind == TypeKind::Pdu) table(type);
+   }
+
+   void fieldNames(const Fields& fields, const char* taken) {
+      std::set<std::string> names;
+      if (*taken) names.insert(taken);
+      bool presence = false;
+      fieldNames(fields, names, presence);
+      if (presence && names.count("m"))
+         error(DuplicateField, fields.front()->pos, "`m` is the name of the presence bits.");
+   }
+
+   void fieldNames(const Fields& fields, std::set<std::string>& names, bool& presence) {
+      auto claim = [&](const Field& field, const std::string& name) {
+         if (!names.insert(name).second)
+            error(DuplicateField, field.pos, "The record has a field " + quoted(name) + " already.");
+      };
+      for (auto& field : fields) {
+         presence |= field->optional || field->kind == Kind::Since;
+         if (!field->name.empty() && field->kind != Kind::Const) claim(*field, printName(field->name));
+         if (field->kind == Kind::Choice && field->name.empty()) {
+            claim(*field, "u");
+            if (field->selector != Selector::Field) claim(*field, "t");
+         }
+         if (field->onlyOnWire())
+            fieldNames(field->fields, names, presence);
+         else if (field->kind == Kind::Group)
+            fieldNames(field->fields, "");
+         std::set<std::string> arms;
+         for (const Arm& arm : field->arms) {
+            if (!arm.field) continue;
+            if (!arm.field->name.empty() && !arms.insert(printName(arm.field->name)).second)
+               error(DuplicateField, arm.pos,
+                     "The choice has an arm " + quoted(arm.field->name) + " already.");
+            fieldNames(arm.field->fields, "");
+         }
+      }
+   }
+
+   // Nothing may stand behind what takes all the rest of a container.
+   void container(const Fields& fields) {
+      const Field* taker = nullptr;
+      container(fields, taker);
+   }
+
+   void container(const Fields& fields, const Field*& taker) {
+      for (auto& field : fields) {
+         if (field->aside && field->kind == Kind::Uint) continue;
+         if (taker && (taker->kind != Kind::Each || !(field->optional || field->guarded))) {
+            error(AfterTail, field->pos,
+                  quoted(taker->name) + " takes all that is left, so that nothing may follow it.");
+            taker = nullptr;
+         }
+         bool own = field->kind == Kind::Frame || field->kind == Kind::Bare;
+         if (own)
+            container(field->fields);
+         else if (field->kind == Kind::Group || field->kind == Kind::Since || field->kind == Kind::Swap)
+            container(field->fields, taker);
+         for (const Arm& arm : field->arms)
+            if (arm.field) container(arm.field->fields);
+         bool takes = field->kind == Kind::Tail || field->kind == Kind::BitTail ||
+                      field->kind == Kind::Fill ||
+                      (field->kind == Kind::Each && !field->argument && field->entries == Entries::Rest);
+         if (takes && !field->when && field->lead == Lead::None) taker = field.get();
+      }
+   }
+
+   void asides(const Fields& fields) {
+      for (size_t i = 0; i < fields.size(); ++i) {
+         if (fields[i]->aside && fields[i]->kind == Kind::Uint && i + 1 == fields.size())
+            error(NoNextField, fields[i]->pos,
+                  "`aside` tells the octets of the next field, and there is none.");
+         asides(fields[i]->fields);
+         for (const Arm& arm : fields[i]->arms)
+            if (arm.field) asides(arm.field->fields);
+      }
+   }
+
+   void field(const Field& field, const Type& type) {
+      bounds(field.bounds, field.pos);
+      words(field, type);
+      switch (field.kind) {
+      case Kind::Uint:
+      case Kind::Frame:
+      case Kind::Bare:
+      case Kind::Counted:
+         if (field.bits > 32 && field.kind != Kind::Uint)
+            error(BadWidth, field.pos, "A length has at most 32 bits.");
+         boundsFit(field.bounds, field.bits, field.pos, field.kind == Kind::Uint ? "an integer" : "a length");
+         break;
+      case Kind::Const:
+         if (field.number > maxOf(field.bits))
+            error(ValueTooWide, field.pos,
+                  "The constant " + text(field.number) + " is beyond " + text(field.bits) + " bits.");
+         break;
+      case Kind::Octets:
+      case Kind::Bits:
+      case Kind::Sized:
+      case Kind::Fill:
+         if (!field.storage.heap && !field.storage.capacity)
+            error(NoCapacity, field.pos, quoted(field.name) + " needs `inline` with a capacity, or `heap`.");
+         break;
+      case Kind::Named: named(field, type); break;
+      case Kind::Each:
+         entries(field.bits, field.type, field.pos);
+         if (field.entry) bounds(field.entry->bounds, field.entry->pos);
+         break;
+      case Kind::Choice: choice(field); break;
+      case Kind::Messages:
+         if (type.kind != TypeKind::Pdu)
+            error(MisplacedWord, field.pos, "`messages` stands in a pdu alone.");
+         else if (type.table.empty())
+            error(NotInTable, field.pos, "No table says which messages there are.");
+         break;
+      case Kind::Swap:
+         if (field.fields.size() != 2) error(SwapNotTwo, field.pos, "`swap` takes two fields.");
+         break;
+      default: break;
+      }
+      bool bracket = field.onlyOnWire() || field.kind == Kind::Group;
+      if (bracket && field.fields.empty()) error(NoFields, field.pos, "There are no fields in the bracket.");
+      if (field.init && field.bits && *field.init > maxOf(field.bits))
+         error(ValueTooWide, field.pos,
+               "The value " + text(*field.init) + " is beyond " + text(field.bits) + " bits.");
+   }
+
+   // Words that go with some kinds only.
+   void words(const Field& field, const Type& type) {
+      auto refuse = [&](bool given, bool fits, const char* sentence) {
+         if (given && !fits) error(MisplacedWord, field.pos, sentence);
+      };
+      bool frame = field.kind == Kind::Frame || field.kind == Kind::Bare;
+      refuse(field.lead != Lead::None, field.optional, "`bit` and `lh` lead an optional field.");
+      refuse(field.when != nullptr, field.optional, "`when` goes with an optional field.");
+      refuse(field.guarded, !field.optional, "`guarded` goes with a mandatory field.");
+      refuse(field.aside, field.kind == Kind::Uint || field.kind == Kind::Frame,
+             "`aside` goes with an integer.");
+      refuse(!field.counts.empty(), field.kind == Kind::Uint, "`counts` goes with an integer.");
+      refuse(field.init.has_value(), field.kind == Kind::Uint || field.kind == Kind::Flag,
+             "`init` goes with an integer.");
+      refuse(field.leaveTail, frame || field.bareBits, "`leavetail` goes with a frame.");
+      refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
+             "`beside` goes with the first field behind a length of 4 bits.");
+      bool nameless = field.kind == Kind::Bare || field.kind == Kind::Chain || field.kind == Kind::Since ||
+                      field.kind == Kind::Swap;
+      refuse(nameless && !field.name.empty(), false, "This bracket takes no name.");
+      refuse(field.ieiBits != 0, type.kind == TypeKind::Message, "An IEI stands in a message alone.");
+   }
+
+   void named(const Field& field, const Type& owner) {
+      const Type* type = withoutAliases(field.type.type);
+      if (!type) return;
+      if (!type->parameters.empty() && !field.argument && !owner.custom)
+         error(ArgumentMissing, field.type.pos,
+               quoted(field.type.name) + " needs " + quoted(type->parameters.front()) + " in brackets.");
+      if (type->parameters.empty() && !field.valueOnly && field.argument)
+         error(ArgumentUnused, field.type.pos, quoted(field.type.name) + " takes nothing in brackets.");
+      bool lengthed = type->cls != Class::V;
+      if (field.valueOnly && !lengthed)
+         error(ValueOfNoLength, field.type.pos,
+               quoted(field.type.name) + " has no length that could be left out.");
+   }
+
+   void entries(unsigned bits, const TypeRef& ref, Pos pos) {
+      if (bits || !ref.type) return;
+      Width width = widthOf(*ref.type);
+      if (!width.open && width.high == 0)
+         error(NoEntryBits, pos, quoted(ref.name) + " takes no bits, so that the repetition has no end.");
+   }
+
+   // The largest value that the choice can meet; 0 if unknown.
+   static uint64_t topOf(const Field& choice) {
+      if (choice.selector == Selector::Bits || choice.selector == Selector::LH) return maxOf(choice.bits) + 1;
+      if (choice.selector == Selector::Record || !choice.argument) return 0;
+      const Expr& by = *choice.argument;
+      if (by.op != Expr::Op::Name || by.path.empty()) return 0;
+      const Field& field = *by.path.back();
+      if (field.kind == Kind::Flag || field.kind == Kind::Uint) return maxOf(field.bits);
+      const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+      return type && type->bits ? maxOf(type->bits) : 0;
+   }
+
+   void choice(const Field& field) {
+      if (field.arms.empty()) error(EmptyChoice, field.pos, "The choice has no arms.");
+      uint64_t top = topOf(field);
+      std::vector<Arm::Range> seen;
+      bool otherwise = false;
+      for (const Arm& arm : field.arms) {
+         if (arm.isElse && otherwise) error(DuplicateArm, arm.pos, "The choice has an `else` already.");
+         otherwise |= arm.isElse;
+         for (const Arm::Range& range : arm.values) {
+            if (range.low > range.high)
+               error(BoundsReversed, arm.pos,
+                     "The range " + text(range.low) + ".." + text(range.high) + " is empty.");
+            if (top && range.high > top)
+               error(ValueTooWide, arm.pos, "The selector cannot have the value " + text(range.high) + ".");
+            for (const Arm::Range& other : seen)
+               if (range.low <= other.high && other.low <= range.high) {
+                  error(DuplicateArm, arm.pos,
+                        "The value " + text(std::max(range.low, other.low)) + " has an arm already.");
+                  break;
+               }
+            seen.push_back(range);
+         }
+      }
+   }
+
+   // Messages
+
+   void elements(const Type& message) {
+      std::map<unsigned, const Field*> seen;
+      unsigned halves = 0; // bit per half-octet IEI
+      eachField(message.fields, [&](const Field& field) {
+         if (field.ieiBits == 4) halves |= 1u << field.iei;
+      });
+      eachField(message.fields, [&](const Field& field) {
+         if (!field.ieiBits) return;
+         // The scan looks up by value alone, so that 8- and 08 are one.
+         if (!seen.emplace(field.iei, &field).second && !message.twins)
+            error(DuplicateIei, field.pos, "An element of this message has that IEI already.");
+         if (field.ieiBits == 4 && field.iei < 8)
+            error(HalfOctetRange, field.pos, "A half-octet IEI is 8 to F.");
+         Width width =
+               field.kind == Kind::Named && field.type.type ? widthOf(*field.type.type) : widthOf(field);
+         bool four = width.fixed() && width.low == 4;
+         if (field.kind != Kind::Named) four = !width.open && width.high == 4;
+         if (field.ieiBits == 4 && !field.present && !four)
+            error(HalfOctetWidth, field.pos,
+                  "Behind a half-octet IEI stand 4 bits, and this element is none of 4 bits.");
+         if (field.ieiBits == 8 && (halves >> (field.iei >> 4) & 1))
+            error(HiddenIei, field.pos, "The scan takes this octet for a half-octet element of the message.");
+      });
+   }
+
+   void table(const Type& pdu) {
+      bool unioned = false;
+      eachField(pdu.fields, [&](const Field& field) { unioned |= field.kind == Kind::Messages; });
+      if (!unioned && !pdu.table.empty())
+         error(NoUnion, pdu.table.front().pos,
+               quoted(pdu.name) + " has no field of `messages` for the table.");
+      std::map<uint64_t, const TableRow*> selectors;
+      for (const TableRow& row : pdu.table) {
+         auto [hit, fresh] = selectors.emplace(row.selector, &row);
+         if (!fresh && hit->second->member != row.member)
+            error(DuplicateSelector, row.pos,
+                  "The selector " + text(row.selector) + " is that of " + quoted(hit->second->member) +
+                        " already.");
+      }
+   }
+
+   // Does `at` hold `goal` inline?
+   bool holds(const Type& at, const Type& goal, std::vector<const Type*>& way) {
+      if (std::find(way.begin(), way.end(), &at) != way.end()) return false;
+      way.push_back(&at);
+      auto into = [&](const Type* inner) { return inner && (inner == &goal || holds(*inner, goal, way)); };
+      bool found = at.kind != TypeKind::List || !at.storage.heap ? into(at.base.type) : false;
+      for (const TableRow& row : at.table) found = found || (row.inlineValue && into(row.record.type));
+      eachField(at.fields, [&](const Field& field) {
+         bool inlined = field.kind == Kind::Named || (field.kind == Kind::Each && !field.storage.heap);
+         found = found || (inlined && into(field.type.type));
+      });
+      return found;
+   }
+
+   const Model& model_;
+   Diagnostics& diagnostics_;
+};
+
+} // namespace
+
+void check(const Model& model, Diagnostics& diagnostics) {
+   Checker(model, diagnostics).run();
+}
+
+} // namespace l3c
