@@ -5,6 +5,7 @@
 #include "compiler/naming.h"
 
 #include <algorithm>
+#include <set>
 
 namespace l3c {
 
@@ -12,10 +13,6 @@ namespace {
 
 std::string quoted(const std::string& name) {
    return "\"" + name + "\"";
-}
-
-std::string upper(const std::optional<uint64_t>& high, const std::string& none) {
-   return high ? std::to_string(*high) + "u" : none;
 }
 
 // Where the fields at hand lie.
@@ -33,6 +30,9 @@ public:
    std::string type(const Type& type) {
       w_ = Writer();
       nextVariable_ = 0;
+      extDeclared_ = inBits_ = groups_ = false;
+      isMessage_ = type.kind == TypeKind::Message || type.kind == TypeKind::OneElement ||
+                   type.kind == TypeKind::Empty;
       result_.clear();
       const std::string function = enc_ ? encoderName(type) : decoderName(type);
       w_.open("int " + function + "(RtxContext* pctxt" +
@@ -61,7 +61,7 @@ private:
       return n == 0 ? stem : stem + std::to_string(n + 1);
    }
 
-   void finish() { w_.line("return " + c() + ".done(" + result_ + ");"); }
+   void finish() { w_.line("return " + c() + (isMessage_ && !enc_ ? ".ended(" : ".done(") + result_ + ");"); }
 
    void contents(const Type& type) {
       switch (type.kind) {
@@ -109,10 +109,13 @@ private:
          });
       } else {
          const std::string count = type.cls == Class::LVE ? "2" : "1";
-         if (enc_) {
+         if (type.fill) {
+            w_.line(enc_ ? "L3_TRY(e.fill(nullptr, *pvalue));"
+                         : "L3_TRY(d.sized(nullptr, kRest, *pvalue, " + limits(type.bounds) + "));");
+         } else if (enc_) {
             w_.line("L3_TRY(e.counted<" + count + ">(nullptr, *pvalue));");
          } else {
-            w_.line("L3_TRY(d.counted<" + count + ">(nullptr, *pvalue, " + bounds(type.bounds) + "));");
+            w_.line("L3_TRY(d.counted<" + count + ">(nullptr, *pvalue, " + limits(type.bounds) + "));");
          }
       }
       finish();
@@ -124,14 +127,17 @@ private:
       if (!type.bare) return body();
       openLength(type.cls == Class::LVE ? 16 : 8, "length", "", type.bounds, "length");
       body();
-      closeLength(type.cls == Class::LVE ? 16 : 8, "", Bounds{}, "length");
+      closeLength(type.cls == Class::LVE ? 16 : 8, "", Bounds{}, "length", false);
    }
 
    void list(const Type& type) {
-      Field field;
-      field.kind = Kind::Each;
-      repetition("nullptr", "pvalue->n", "pvalue->elem", type.base.type, 0, type.bounds, "",
-                 type.storage.heap);
+      bare(type, [&] {
+         const Place place{"pvalue->", "", false};
+         Repetition r{"nullptr",   "pvalue->n", "pvalue->elem",    type.base.type, type.bits,
+                      type.bounds, "",          type.storage.heap, type.entries,   nullptr};
+         if (type.times && !(enc_ && type.freeCount)) r.times = expression(*type.times, place);
+         repetition(r, place);
+      });
       finish();
    }
 
@@ -162,14 +168,60 @@ private:
    void record(const Type& type) {
       clearPresence(type.fields, "pvalue->");
       Place place{"pvalue->", "", false};
-      const unsigned bits = type.cls == Class::LVE ? 16 : type.cls == Class::L4 ? 4 : 8;
-      if (type.cls != Class::V) {
-         openLength(bits, "length", type.bare ? "" : "pvalue->length", type.bounds, "length");
-         place.length = "length";
+      inBits_ = type.cls == Class::LB;
+      const std::string member = type.bare ? "" : "pvalue->length";
+      const Bounds atEnd = type.bare ? Bounds{} : type.bounds; // the encoder doesn't test a bare length
+      const unsigned bits = type.cls == Class::LVE  ? 16
+                            : type.cls == Class::LB ? type.bits
+                            : type.cls == Class::L4 ? 4
+                                                    : 8;
+      if (type.cls == Class::V) {
+         sequence(type.fields, place, true);
+         return finish();
       }
-      sequence(type.fields, place, type.cls == Class::V);
-      if (type.cls != Class::V)
-         closeLength(bits, type.bare ? "" : "pvalue->length", type.bare ? Bounds{} : type.bounds, "length");
+      place.length = "length";
+      if (inBits_) {
+         const std::string open = std::to_string(bits) + ">(\"length\", ";
+         if (enc_) {
+            w_.line("OpenLength length;");
+            w_.line("L3_TRY(e.open<" + open + "length));");
+         } else {
+            w_.line("Length length;");
+            w_.line("L3_TRY(d.openBits<" + open + member + ", length));");
+         }
+         sequence(type.fields, place, false);
+         w_.line(enc_ ? "L3_TRY(e.closeBits<" + std::to_string(bits) + ">(length, " + member + "));"
+                      : "L3_TRY(d.closeBits(length));");
+         return finish();
+      }
+      if (type.cls == Class::L4) return nibbleLength(type, place);
+      openLength(bits, "length", member, type.bounds, "length");
+      sequence(type.fields, place, false);
+      if (type.aligned) w_.line(c() + ".align();");
+      closeLength(bits, member, atEnd, "length", type.leaveTail);
+      if (type.aligned) w_.line(c() + ".align();");
+      finish();
+   }
+
+   // A length of 4 bits. What stands beside it in its octet is outside of the container and not counted.
+   void nibbleLength(const Type& type, const Place& place) {
+      std::vector<const Field*> beside;
+      for (auto& field : type.fields)
+         if (field->beside) beside.push_back(field.get());
+      if (enc_) {
+         w_.line("OpenLength length;");
+         w_.line("L3_TRY(e.open<4>(\"length\", length));");
+      } else {
+         w_.line("Length length;");
+         w_.line("L3_TRY(d.openNibble(\"length\", pvalue->length, " + limits(type.bounds) + "));");
+      }
+      for (auto* field : beside) one(*field, Place{"pvalue->", "", false}, false);
+      if (!enc_) w_.line("L3_TRY(d.pushContainer(pvalue->length, length));");
+      skipBeside_ = true;
+      sequence(type.fields, place, false);
+      skipBeside_ = false;
+      w_.line(enc_ ? "L3_TRY(e.closeNibble(length, pvalue->length, " + limits(type.bounds) + "));"
+                   : "L3_TRY(d.close(length));");
       finish();
    }
 
@@ -188,10 +240,11 @@ private:
       }
       w_.line("Length " + var + ";");
       w_.line("L3_TRY(d.open<" + std::to_string(bits) + ">(" + quoted(name) + ", " + place + ", " +
-              lengthBounds(bits, bound) + ", " + var + "));");
+              limits(bound) + ", " + var + "));");
    }
 
-   void closeLength(unsigned bits, const std::string& member, const Bounds& bound, const std::string& var) {
+   void closeLength(unsigned bits, const std::string& member, const Bounds& bound, const std::string& var,
+                    bool keepTail) {
       if (!enc_) {
          w_.line("L3_TRY(d.close(" + var + "));");
          return;
@@ -201,16 +254,22 @@ private:
          place = var + "Octets";
          w_.line(std::string(bits == 16 ? "uint16_t " : "uint8_t ") + place + ";");
       }
-      w_.line("L3_TRY(e.close<" + std::to_string(bits) + ">(" + var + ", " + place + ", " +
-              lengthBounds(bits, bound) + "));");
+      w_.line("L3_TRY(e.close<" + std::to_string(bits) + (keepTail ? ", true" : "") + ">(" + var + ", " +
+              place + ", " + limits(bound) + "));");
    }
 
-   static std::string lengthBounds(unsigned bits, const Bounds& bound) {
-      return std::to_string(bound.low.value_or(0)) + ", " +
-             std::to_string(bound.high.value_or((uint64_t{1} << bits) - 1));
-   }
-   static std::string bounds(const Bounds& bound) {
-      return std::to_string(bound.low.value_or(0)) + ", " + upper(bound.high, "SIZE_MAX");
+   // `Limits{…}` for the bounds of a length or count.
+   static std::string limits(const Bounds& bound) {
+      if (!bound.values.empty()) {
+         uint64_t mask = 0;
+         for (uint64_t value : bound.values) mask |= uint64_t{1} << (value & 63);
+         return "Limits{" + std::to_string(*bound.low) + ", " + std::to_string(*bound.high) + ", " +
+                hex(mask) + "}";
+      }
+      if (bound.empty()) return "Limits{}";
+      std::string text = "Limits{" + std::to_string(bound.low.value_or(0));
+      if (bound.high) text += ", " + std::to_string(*bound.high);
+      return text + "}";
    }
 
    std::string part(const Field& field, const Place& place) const {
@@ -219,9 +278,15 @@ private:
 
    // Fields one behind the other; runs of fixed width go together. `last`: nothing follows in the codec.
    void sequence(const std::vector<std::unique_ptr<Field>>& fields, const Place& place, bool last) {
+      for (auto& field : fields)
+         if (field->counted != nullptr) counted_.insert(field->counted);
       for (size_t i = 0; i < fields.size();) {
          const Field& field = *fields[i];
          if (field.ieiBits != 0) break;
+         if (field.beside && skipBeside_) {
+            ++i;
+            continue;
+         }
          if (isRunField(field)) {
             std::vector<std::string> parts;
             unsigned bits = 0;
@@ -235,7 +300,7 @@ private:
             continue;
          }
          const bool isLast = last && i + 1 == fields.size();
-         if (field.aside && i + 1 < fields.size()) {
+         if (field.aside && field.kind != Kind::Frame && i + 1 < fields.size()) {
             const std::string start = variable("start");
             w_.line("const size_t " + start + " = " + c() + ".offset();");
             one(*fields[i + 1], place, false);
@@ -267,7 +332,35 @@ private:
 
    // One field with its option.
    void one(const Field& field, const Place& place, bool last) {
+      if (enc_ && field.counted != nullptr) {
+         const Field& string = *field.counted;
+         const std::string counted = place.record + cName(string.name);
+         std::string octets = counted + ".numocts";
+         if (string.optional)
+            octets = "(" + place.record + "m." + presenceName(string) + " ? " + octets + " : 0)";
+         if (!string.storage.heap)
+            w_.line("if (" + octets + " > sizeof " + counted + ".data) return RTX_E_CONSTRAINT;");
+         if (field.countsPlus != 0) octets += " + " + std::to_string(field.countsPlus);
+         w_.line(place.record + cName(field.name) + " = static_cast<" + uintType(field.bits) + ">(" + octets +
+                 ");");
+      }
       if (!field.optional || field.kind == Kind::Chain) {
+         if (field.guarded && !enc_) {
+            Place inner = place;
+            inner.length.clear();
+            w_.open("if (d.more()) {");
+            plain(field, inner, false);
+            within(place);
+            const bool text = field.kind == Kind::Named && passing(*field.type.type) == Passing::TextPointer;
+            if (text) {
+               w_.close("} else {");
+               w_.line("   " + place.record + cName(field.name) + " = \"\";");
+               w_.line("}");
+            } else {
+               w_.close();
+            }
+            return;
+         }
          plain(field, place, last);
          if (!groupsOnly(field) && !field.onlyOnWire()) within(place);
          return;
@@ -317,8 +410,18 @@ private:
    static bool groupsOnly(const Field& field) { return field.kind == Kind::Null; }
 
    void plain(const Field& field, const Place& place, bool last) {
+      if (field.bareBits == 0)
+         return kind(field, place, last, field.name.empty() ? "nullptr" : quoted(field.name));
+      const std::string var = variable("bare");
+      w_.line("L3_TRY(" + c() + ".push(" + quoted(field.name) + "));");
+      openLength(field.bareBits, "length", "", Bounds{}, var);
+      kind(field, place, false, "nullptr");
+      closeLength(field.bareBits, "", Bounds{}, var, field.leaveTail);
+      w_.line(c() + ".pop();");
+   }
+
+   void kind(const Field& field, const Place& place, bool last, const std::string& name) {
       const std::string lvalue = place.record + cName(field.name);
-      const std::string name = field.name.empty() ? "nullptr" : quoted(field.name);
       switch (field.kind) {
       case Kind::Flag:
       case Kind::Uint: run({part(field, place)}, Place{place.record, "", place.arm, place.root}); return;
@@ -344,16 +447,18 @@ private:
          if (enc_) {
             attempt("counted<" + count + ">(" + name + ", " + lvalue + ")");
          } else {
-            attempt("counted<" + count + ">(" + name + ", " + lvalue + ", " + bounds(field.bounds) + ")");
+            attempt("counted<" + count + ">(" + name + ", " + lvalue + ", " + limits(field.bounds) + ")");
          }
          return;
       }
       case Kind::Sized:
-         if (enc_) {
+         if (enc_ && isCounted(field)) {
+            attempt("fill(" + name + ", " + lvalue + ")");
+         } else if (enc_) {
             attempt("sized(" + name + ", " + expression(*field.argument, place) + ", " + lvalue + ")");
          } else {
             attempt("sized(" + name + ", " + expression(*field.argument, place) + ", " + lvalue + ", " +
-                    bounds(field.bounds) + ")");
+                    limits(field.bounds) + ")");
          }
          return;
       case Kind::Fill:
@@ -361,11 +466,11 @@ private:
          if (enc_) {
             attempt(std::string(field.kind == Kind::Fill ? "fill(" : "tail(") + name + ", " + lvalue + ")");
          } else {
-            attempt("sized(" + name + ", kRest, " + lvalue + ", " + bounds(field.bounds) + ")");
+            attempt("sized(" + name + ", kRest, " + lvalue + ", " + limits(field.bounds) + ")");
          }
          return;
       case Kind::BitTail:
-         attempt(std::string(enc_ ? "tailOfBits(" : "restOfBits(") + name + ", " + lvalue + ")");
+         attempt(std::string(enc_ && !inBits_ ? "tailOfBits(" : "restOfBits(") + name + ", " + lvalue + ")");
          return;
       case Kind::Group: {
          w_.line("L3_TRY(" + c() + ".push(" + name + "));");
@@ -375,23 +480,32 @@ private:
          return;
       }
       case Kind::Each: {
-         std::string times;
-         if (field.argument) times = expression(*field.argument, place);
-         if (enc_ && field.freeCount) times.clear();
-         repetition(name, lvalue + ".n", lvalue + ".elem", field.type.type, field.bits, field.bounds, times,
-                    field.storage.heap);
+         Repetition r{name, lvalue + ".n",      lvalue + ".elem", field.type.type,  field.bits, field.bounds,
+                      "",   field.storage.heap, field.entries,    field.entry.get()};
+         if (field.argument && !(enc_ && field.freeCount)) r.times = expression(*field.argument, place);
+         repetition(r, place);
+         if (enc_ && field.tail) w_.line("e.setTail();");
          return;
       }
       case Kind::Choice: return choice(field, place, lvalue, name);
       case Kind::Null: w_.line("L3_TRY(" + c() + ".nothing(" + name + "));"); return;
       case Kind::Frame:
       case Kind::Bare: {
+         if (field.aside) {
+            const std::string start = variable("start");
+            w_.line("const size_t " + start + " = " + c() + ".offset();");
+            sequence(field.fields, place, false);
+            w_.line(lvalue + " = static_cast<" + uintType(field.bits) + ">((" + c() + ".offset() - " + start +
+                    ") / 8);");
+            return;
+         }
          const std::string var = variable("frame");
          const std::string member = field.kind == Kind::Frame ? lvalue : "";
          const std::string title = field.name.empty() ? "length" : field.name;
          openLength(field.bits, title, member, field.bounds, var);
          sequence(field.fields, Place{place.record, var, place.arm, place.root}, false);
-         closeLength(field.bits, member, field.kind == Kind::Frame ? field.bounds : Bounds{}, var);
+         closeLength(field.bits, member, field.kind == Kind::Frame ? field.bounds : Bounds{}, var,
+                     field.leaveTail);
          within(place);
          return;
       }
@@ -403,6 +517,9 @@ private:
       case Kind::Messages: return;
       }
    }
+
+   // Does an earlier integer take its value from this string's count?
+   bool isCounted(const Field& field) const { return counted_.count(&field) != 0; }
 
    void named(const Field& field, const Place& place, const std::string& lvalue, const std::string& name) {
       const Type& type = *field.type.type;
@@ -427,38 +544,77 @@ private:
          w_.line(c() + ".pop();");
          return;
       }
+      if (field.ahead != 0) {
+         const Field& choice = *baseType(type).fields.front();
+         w_.line("L3_TRY(" + c() + ".push(" + name + "));");
+         if (!enc_) w_.line(lvalue + ".t = 1 + d.bitAhead(" + std::to_string(field.ahead) + ");");
+         arms(choice, lvalue + ".t", Place{lvalue + ".", "", place.arm, lvalue + "."}, lvalue + ".");
+         w_.line(c() + ".pop();");
+         return;
+      }
       if (enc_) {
          attempt("item(" + name + ", " + encoderName(type) + ", " + encodeArgument(type, lvalue) + ")");
          return;
       }
       std::string argument = pointerArgument(type, lvalue);
       if (field.argument) argument += ", static_cast<uint32_t>(" + expression(*field.argument, place) + ")";
-      attempt("item(" + name + ", " + decoderName(type) + ", " + argument + ")");
+      if (field.second) argument += ", " + expression(*field.second, place);
+      const TypeKind kind = baseType(type).kind;
+      const bool message = kind == TypeKind::Pdu || kind == TypeKind::Message;
+      attempt((message ? "message(" : "item(") + name + ", " + decoderName(type) + ", " + argument + ")");
    }
 
-   void repetition(const std::string& name, const std::string& n, const std::string& elem, const Type* type,
-                   unsigned bits, const Bounds& bound, const std::string& times, bool heap) {
-      std::string body;
-      if (type == nullptr) {
-         body = "return " + c() + ".fields(integer<" + std::to_string(bits) + ">(nullptr, x));";
+   // A repetition of a type, of `bits`-bit integers or of octet strings (`entry`).
+   struct Repetition {
+      std::string name, n, elem;
+      const Type* type;
+      unsigned bits;
+      const Bounds& bounds;
+      std::string times;
+      bool heap;
+      Entries entries;
+      const Field* entry;
+   };
+
+   void repetition(const Repetition& r, const Place& place) {
+      std::string body, capture;
+      if (r.entry != nullptr) {
+         if (r.entry->kind == Kind::Fill) {
+            body = enc_ ? "return e.fill(nullptr, x);" : "return d.sized(nullptr, kRest, x, Limits{});";
+         } else {
+            body = "return " + c() + ".sized(nullptr, " + expression(*r.entry->argument, place) + ", x" +
+                   (enc_ ? ");" : ", Limits{});");
+            capture = "&";
+         }
+      } else if (r.type == nullptr) {
+         body = "return " + c() + ".fields(integer<" + std::to_string(r.bits) + ">(nullptr, x));";
       } else if (enc_) {
-         body = "return " + encoderName(*type) + "(e.ctxt(), " + encodeArgument(*type, "x") + ");";
+         body = "return " + encoderName(*r.type) + "(e.ctxt(), " + encodeArgument(*r.type, "x") + ");";
       } else {
-         if (heap && hasInit(*type)) body = initName(*type) + "(&x); ";
-         body += "return " + decoderName(*type) + "(d.ctxt(), " + pointerArgument(*type, "x") + ");";
+         if (r.heap && hasInit(*r.type)) body = initName(*r.type) + "(&x); ";
+         body += "return " + decoderName(*r.type) + "(d.ctxt(), " + pointerArgument(*r.type, "x") + ");";
       }
-      const std::string lambda = "[](auto& " + c() + ", auto& x) { " + body + " }";
-      std::string call =
-            times.empty() ? "repeat(" + name + ", " : "repeatTimes(" + name + ", " + times + ", ";
-      call += n + ", " + elem + ", " + bounds(bound) + ",";
-      w_.line("L3_TRY(" + c() + "." + call);
+      const std::string lambda = "[" + capture + "](auto& " + c() + ", auto& x) { " + body + " }";
+      if (r.entries != Entries::Rest) {
+         const bool ext = r.entries == Entries::Ext;
+         if (ext && !enc_ && !extDeclared_) {
+            w_.line("uint8_t ext = 1;");
+            extDeclared_ = true;
+         }
+         w_.line("L3_TRY(" + c() + (ext ? ".repeatExt(" : ".repeatFlags(") + r.name + ", " + r.n + ", " +
+                 r.elem + (ext && !enc_ ? ", ext," : ","));
+      } else {
+         w_.line("L3_TRY(" + c() + (r.times.empty() ? ".repeat(" : ".repeatTimes(") + r.name + ", " +
+                 (r.times.empty() ? "" : r.times + ", ") + r.n + ", " + r.elem + ", " + limits(r.bounds) +
+                 ",");
+      }
       w_.line("      " + lambda + "));");
    }
 
    void choice(const Field& field, const Place& place, const std::string& lvalue, const std::string& name) {
       const std::string prefix = field.name.empty() ? place.record : lvalue + ".";
       const std::string t = prefix + "t";
-      if (!field.name.empty()) w_.line("L3_TRY(" + c() + ".push(" + name + "));");
+      if (!field.name.empty() && name != "nullptr") w_.line("L3_TRY(" + c() + ".push(" + name + "));");
       std::string on;
       switch (field.selector) {
       case Selector::Field: on = expression(*field.argument, place); break;
@@ -476,29 +632,34 @@ private:
                  t + "));");
          break;
       }
+      arms(field, on, place, prefix);
+      if (!field.name.empty() && name != "nullptr") w_.line(c() + ".pop();");
+   }
+
+   void arms(const Field& field, const std::string& on, const Place& place, const std::string& prefix) {
       w_.open("switch (" + on + ") {");
       bool hasElse = false;
       for (auto& arm : field.arms) {
-         std::string labels;
          for (auto& range : arm.values) {
-            labels += "case " + std::to_string(range.low);
-            if (range.high != range.low) labels += " ... " + std::to_string(range.high);
-            labels += ": ";
+            std::string label = "case " + std::to_string(range.low);
+            if (range.high != range.low) label += " ... " + std::to_string(range.high);
+            w_.line(label + ":");
          }
          if (arm.isElse) {
-            labels = "default: ";
+            w_.line("default:");
             hasElse = true;
          }
-         w_.open(labels + "{");
+         w_.open("{");
          one(*arm.field, Place{prefix + "u.", "", true, place.root}, false);
          w_.line("break;");
          w_.close();
       }
       if (!hasElse) w_.line("default: return " + c() + ".badChoice();");
       w_.close();
-      if (!field.name.empty()) w_.line(c() + ".pop();");
    }
 
+   // A group of fields that only releases from a certain one on know; its bit is set when all of it has been
+   // read.
    void since(const Field& field, const Place& place) {
       const std::string bit = place.record + "m." + groupName(field.group);
       if (enc_) {
@@ -507,12 +668,23 @@ private:
          w_.close();
          return;
       }
-      w_.open("if (d.since(" + std::to_string(field.number) + ", " +
-              (place.length.empty() ? "Length{}" : place.length) + ", " + std::to_string(field.needs) +
-              ")) {");
+      std::string condition = "d.more() && d.knows(" + std::to_string(field.number) + ")";
+      if (field.needs != 0) {
+         // With fewer bits left, all later groups are given up too.
+         const std::string fits = "d.fits(" + place.length + ", " + std::to_string(field.needs) + ")";
+         if (!groups_) w_.line("bool groups = true;");
+         groups_ = true;
+         w_.line("if (groups && " + condition + ") groups = " + fits + ";");
+         condition = "groups && " + condition;
+      }
+      w_.open("if (" + condition + ") {");
       sequence(field.fields, place, false);
       w_.line(bit + " = 1;");
       within(place);
+      if (field.quits) {
+         w_.line("// The early way out leaves the container and the names pushed: deliberate.");
+         w_.line("if (d.offset() == " + place.length + ".end) return 0;");
+      }
       w_.close();
    }
 
@@ -526,8 +698,12 @@ private:
    }
 
    // Condition that the next octet of the chain follows, from the record.
+   static bool isList(const Field& field) {
+      return field.kind == Kind::Each ||
+             (field.kind == Kind::Named && baseType(*field.type.type).kind == TypeKind::List);
+   }
    std::string follows(const Field& next, const Place& place) const {
-      if (next.kind == Kind::Each) return place.record + cName(next.name) + ".n != 0";
+      if (isList(next)) return place.record + cName(next.name) + ".n != 0";
       return place.record + "m." + presenceName(next) + " != 0";
    }
 
@@ -536,13 +712,17 @@ private:
       if (i >= fields.size()) return;
       const Field& field = *fields[i];
       const bool more = i + 1 < fields.size();
-      const bool conditional = field.optional && field.kind != Kind::Each;
+      const bool conditional = field.optional && !isList(field);
       if (conditional) w_.open("if (" + place.record + "m." + presenceName(field) + ") {");
       if (field.kind == Kind::Each) {
          const std::string lvalue = place.record + cName(field.name);
          w_.line("L3_TRY(e.repeatExt(" + quoted(field.name) + ", " + lvalue + ".n, " + lvalue + ".elem,");
          w_.line("      [](auto& e, auto& x) { return " + encoderName(*field.type.type) + "(e.ctxt(), " +
                  encodeArgument(*field.type.type, "x") + "); }));");
+      } else if (isList(field)) {
+         w_.open("if (" + follows(field, place) + ") {");
+         plain(field, place, false);
+         w_.close();
       } else {
          const std::string ext = more ? "!(" + follows(*fields[i + 1], place) + ")" : "true";
          w_.line("L3_TRY(e.extBit(" + quoted(field.name) + ", " + ext + "));");
@@ -581,6 +761,8 @@ private:
                  ".elem, ext,");
          w_.line("      [](auto& d, auto& x) { return " + decoderName(*field.type.type) + "(d.ctxt(), " +
                  pointerArgument(*field.type.type, "x") + "); }));");
+      } else if (isList(field)) {
+         plain(field, place, false);
       } else {
          w_.line("L3_TRY(d.extBit(" + quoted(field.name) + ", ext));");
          plain(field, place, false);
@@ -628,7 +810,7 @@ private:
          } else { // a choice
             w_.open(condition + " {");
             w_.line("L3_TRY(e.iei<" + bits + ">(" + quoted(field->name) + ", " + hex(field->iei, 2) + "));");
-            plainInside(*field, Place{"pvalue->", "", false});
+            kind(*field, Place{"pvalue->", "", false}, false, "nullptr");
             w_.line("e.pop();");
             w_.close();
          }
@@ -637,34 +819,11 @@ private:
       finish();
    }
 
-   // The field without its own bracket.
-   void plainInside(const Field& field, const Place& place) {
-      if (field.kind == Kind::Choice) {
-         const std::string lvalue = place.record + cName(field.name);
-         Field const& f = field;
-         w_.open("switch (" + expression(*f.argument, place) + ") {");
-         bool hasElse = false;
-         for (auto& arm : f.arms) {
-            std::string labels;
-            for (auto& range : arm.values) labels += "case " + std::to_string(range.low) + ": ";
-            if (arm.isElse) {
-               labels = "default: ";
-               hasElse = true;
-            }
-            w_.open(labels + "{");
-            one(*arm.field, Place{lvalue + ".u.", "", true, place.root}, false);
-            w_.line("break;");
-            w_.close();
-         }
-         if (!hasElse) w_.line("default: return " + c() + ".badChoice();");
-         w_.close();
-      }
-   }
-
    static std::string format(const Field& field) {
       if (field.present) return "T, 0";
       if (field.ieiBits == 4) return "HalfOctet, 0";
-      if (field.kind != Kind::Named) return "TLVE, 0";
+      if (field.kind != Kind::Named)
+         return field.cls == Class::LVE ? "TLVE, 0" : field.cls == Class::LV ? "TLV, 0" : "TV, 0";
       const Type& own = *field.type.type;
       const Type& type = baseType(own);
       Class cls = type.cls;
@@ -710,7 +869,7 @@ private:
       w_.line("default: L3_TRY(scan.unknown()); break;");
       w_.close();
       w_.close();
-      w_.line("return d.done(scan.status());");
+      w_.line("return scan.finish();");
       (void)type;
    }
 
@@ -738,21 +897,29 @@ private:
       return "0";
    }
 
-   // Paths begin at the record of the type.
+   // Paths begin at the record of the type. An optional field that is absent counts as 0.
    std::string path(const Expr& e, const Place& place) const {
-      std::string text = place.root;
+      if (e.parameter) return cName(e.name);
+      std::string text = place.root, present;
       for (size_t i = 0; i < e.path.size(); ++i) {
          const Field& field = *e.path[i];
-         if (!field.name.empty()) text += (i != 0 ? "." : "") + cName(field.name);
+         if (i != 0 && text.back() != '>' && text.back() != '.') text += '.';
+         if (field.optional) present = text + "m." + presenceName(field);
+         if (!field.name.empty()) text += cName(field.name);
          if (field.kind == Kind::Choice) text += field.name.empty() ? "u" : ".u";
       }
-      return text;
+      return present.empty() ? text : "(" + present + " ? " + text + " : 0)";
    }
 
    bool enc_;
    bool extDeclared_ = false;
+   bool isMessage_ = false;
+   bool skipBeside_ = false;
+   bool inBits_ = false; // the element's length counts bits
+   bool groups_ = false; // the decoder's flag of the release groups is declared
    int nextVariable_ = 0;
    std::string result_;
+   std::set<const Field*> counted_;
    Writer w_;
 };
 
@@ -773,7 +940,8 @@ std::string prologue(const Module& module, bool encode) {
 void emitDirection(const Module& module, bool encode, Outputs& out) {
    std::vector<std::string> codecs;
    for (auto& type : module.types) {
-      if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits || type->kind == TypeKind::Text)
+      if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits ||
+          type->kind == TypeKind::Text)
          continue;
       if (encode ? !hasEncoder(*type) : !hasDecoder(*type)) continue;
       codecs.push_back(CodecEmitter(encode).type(*type) + "\n");
@@ -782,8 +950,48 @@ void emitDirection(const Module& module, bool encode, Outputs& out) {
       std::string text = prologue(module, encode);
       for (size_t i = codecs.size() * unit / module.units; i < codecs.size() * (unit + 1) / module.units; ++i)
          text += codecs[i];
-      out["src/" + module.file + (encode ? "Enc" : "Dec") + (unit == 0 ? "" : std::to_string(unit + 1)) + ".cpp"] = text;
+      out["src/" + module.file + (encode ? "Enc" : "Dec") + (unit == 0 ? "" : std::to_string(unit + 1)) +
+          ".cpp"] = text;
    }
+}
+
+// The tables by which PDU codecs find a message.
+void emitMessages(const Module& module, Outputs& out) {
+   Writer w;
+   w.line("// Messages of the PDUs of module " + module.name + ". Generated by l3c from " + module.file +
+          ".l3d.");
+   w.line();
+   w.line("#include \"src/" + module.file + "Types.h\"");
+   w.line("#include \"src/frame/pdu.h\"");
+   for (auto& type : module.types) {
+      if (type->table.empty()) continue;
+      w.line();
+      w.open("static const quorva::frame::MessageRow k" + recordName(*type) + "Rows[] = {");
+      for (auto& row : type->table) {
+         std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
+                            std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
+         if (row.record.type == nullptr) {
+            w.line(text + "0, \"" + row.member + "\", nullptr, nullptr, nullptr},");
+            continue;
+         }
+         const Type& message = *row.record.type;
+         const std::string record = recordName(message);
+         const bool value = passing(message) == Passing::Value;
+         w.line(text + "sizeof(" + record + "), \"" + row.member + "\",");
+         w.line(hasInit(message) ? "   [](void* r) { return " + initName(message) + "(static_cast<" + record +
+                                         "*>(r)); },"
+                                 : std::string("   nullptr,"));
+         w.line("   [](RtxContext* c, void* r) { return " + decoderName(message) + "(c, static_cast<" +
+                record + "*>(r)); },");
+         w.line("   [](RtxContext* c, void* r) { return " + encoderName(message) + "(c, " +
+                (value ? "*" : "") + "static_cast<" + record + "*>(r)); }},");
+      }
+      w.close("};");
+      w.line("extern const quorva::frame::MessageTable k" + recordName(*type) + "Messages;");
+      w.line("const quorva::frame::MessageTable k" + recordName(*type) + "Messages = {k" + recordName(*type) +
+             "Rows, " + std::to_string(type->table.size()) + "};");
+   }
+   out["src/" + module.file + "Messages.cpp"] = w.text();
 }
 
 } // namespace
@@ -791,6 +999,7 @@ void emitDirection(const Module& module, bool encode, Outputs& out) {
 void emitCodecs(const Model&, const Module& module, Outputs& out) {
    emitDirection(module, true, out);
    emitDirection(module, false, out);
+   emitMessages(module, out);
 }
 
 } // namespace l3c

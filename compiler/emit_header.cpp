@@ -99,6 +99,7 @@ private:
          w_.line();
          break;
       case TypeKind::Digits:
+      case TypeKind::Text:
          comment(type);
          w_.line(type.storage.heap
                        ? "typedef const char* " + name + ";"
@@ -171,7 +172,12 @@ private:
       case Kind::Sized:
       case Kind::Fill:
       case Kind::Tail:
-         if (field.storage.heap) {
+         if (field.kind == Kind::Fill && field.bits == 16) {
+            w_.open("struct {");
+            w_.line("uint32_t nchars;");
+            w_.line("uint16_t* data;");
+            w_.close("} " + name + ";" + doc);
+         } else if (field.storage.heap) {
             w_.line("RtxDynOctStr " + name + ";" + doc);
          } else {
             w_.open("struct {");
@@ -180,7 +186,16 @@ private:
             w_.close("} " + name + ";" + doc);
          }
          return true;
-      case Kind::BitTail: w_.line("RtxDynBitStr " + name + ";" + doc); return true;
+      case Kind::BitTail:
+         if (field.storage.heap || field.storage.capacity == 0) {
+            w_.line("RtxDynBitStr " + name + ";" + doc);
+         } else {
+            w_.open("struct {");
+            w_.line(countType(Storage{false, field.storage.capacity * 8}) + " numbits;");
+            w_.line("uint8_t data[" + std::to_string(field.storage.capacity) + "];");
+            w_.close("} " + name + ";" + doc);
+         }
+         return true;
       case Kind::Group:
          w_.open("struct {");
          body(field.fields, Class::V, nullptr);
@@ -191,6 +206,15 @@ private:
                field.type.type != nullptr ? recordName(*field.type.type) : uintType(field.bits);
          w_.open("struct {");
          w_.line(countType(field.storage) + " n;");
+         if (field.entry != nullptr) {
+            w_.open("struct {");
+            w_.line(countType(field.entry->storage) + " numocts;");
+            w_.line("uint8_t data[" + std::to_string(field.entry->storage.capacity) + "];");
+            w_.close(field.storage.heap ? "}* elem;"
+                                        : "} elem[" + std::to_string(field.storage.capacity) + "];");
+            w_.close("} " + name + ";" + doc);
+            return true;
+         }
          w_.line(element +
                  (field.storage.heap ? "* elem;" : " elem[" + std::to_string(field.storage.capacity) + "];"));
          w_.close("} " + name + ";" + doc);

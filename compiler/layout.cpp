@@ -19,7 +19,8 @@ Passing passing(const Type& type) {
    case TypeKind::Enum:
    case TypeKind::Number: return Passing::Value;
    case TypeKind::Octets: return base.count != 0 ? Passing::Array : Passing::Pointer;
-   case TypeKind::Digits: return base.storage.heap ? Passing::TextPointer : Passing::Text;
+   case TypeKind::Digits:
+   case TypeKind::Text: return base.storage.heap ? Passing::TextPointer : Passing::Text;
    case TypeKind::Empty: return Passing::Nothing;
    default: return Passing::Pointer;
    }
@@ -66,13 +67,25 @@ std::string encodeParameters(const Type& type) {
    return ", " + recordName(type) + "* pvalue";
 }
 
+namespace {
+
+// What the caller of a decoder hands over beside the target.
+std::string parameters(const Type& type) {
+   if (type.kind == TypeKind::Digits) return ", uint32_t numocts";
+   std::string text;
+   for (auto& parameter : type.parameters) text += ", uint32_t " + cName(parameter);
+   return text;
+}
+
+} // namespace
+
 std::string decodeParameters(const Type& type) {
    switch (passing(type)) {
-   case Passing::Array: return ", uint8_t* value";
-   case Passing::Text: return ", char* value, uint32_t numocts";
-   case Passing::TextPointer: return ", const char** pvalue, uint32_t numocts";
+   case Passing::Array: return ", uint8_t* value" + parameters(baseType(type));
+   case Passing::Text: return ", char* value" + parameters(baseType(type));
+   case Passing::TextPointer: return ", const char** pvalue" + parameters(baseType(type));
    case Passing::Nothing: return "";
-   default: return ", " + recordName(type) + "* pvalue";
+   default: return ", " + recordName(type) + "* pvalue" + parameters(baseType(type));
    }
 }
 

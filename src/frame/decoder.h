@@ -6,6 +6,9 @@
 
 namespace quorva::frame {
 
+// Context flag, set while a decoder waits for a message inside it. Not one of the caller's flags.
+constexpr uint32_t kMessageOpen = 0x00000001;
+
 // The container of a length-delimited element, or of a frame in the middle of a record.
 struct Length {
    size_t end; // bit offset
@@ -130,13 +133,22 @@ public:
       return fields(integer<Bits>(name, value, line));
    }
 
-   // A length whose container begins behind a further field, see pushContainer.
+   // A length of 4 bits, whose container begins behind it or behind a further field: see pushContainer. A
+   // bound failure is logged.
    template <class T>
-   int openNibble(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
+   int openNibble(const char* name, T& value, const Limits& limits, int line = __builtin_LINE()) {
       uint32_t count = 0;
-      const int status = openInFull(ctxt_, site(line), name, 4, &count, Limits{}, false, length);
+      Length unused;
+      L3_TRY(openInFull(ctxt_, site(line), name, 4, &count, Limits{}, false, unused));
       value = static_cast<T>(count);
-      return status;
+      if (limits.allow(count)) return 0;
+      L3_TRY(push(name));
+      return failBound(ctxt_, count, site(line));
+   }
+   // The n-th bit behind the cursor, which stays; 0 if it is not there.
+   uint32_t bitAhead(unsigned n) const {
+      const size_t at = cursorBits(ctxt_) + n - 1;
+      return at / 8 < ctxt_->bufSize ? ctxt_->bufData[at / 8] >> (7 - at % 8) & 1u : 0;
    }
    int pushContainer(size_t numocts, Length& length, int line = __builtin_LINE()) {
       length.end = hot::bitOffset(ctxt_) + 8 * numocts;
@@ -187,6 +199,31 @@ public:
    template <class Function, class... Arguments>
    L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
       return nested(0, name, function, arguments...);
+   }
+
+   // A message that stands inside something else. What it merely reports (a wrong MAC, an unknown element, an
+   // error from before) is no failure here: the outermost decoder reports it again. It is one if the decoding
+   // stopped, that is if the message did not come to ended().
+   template <class Function, class T>
+   int inner(int line, Function function, T* record) {
+      const uint32_t outer = ctxt_->flags & kMessageOpen;
+      ctxt_->flags |= kMessageOpen;
+      const int status = function(ctxt_, record);
+      const bool stopped = (ctxt_->flags & kMessageOpen) != 0;
+      ctxt_->flags = (ctxt_->flags & ~kMessageOpen) | outer;
+      return stopped && status < 0 ? fail(ctxt_, status, site(line)) : 0;
+   }
+   template <class Function, class T>
+   int message(const char* name, Function function, T* record, int line = __builtin_LINE()) {
+      L3_TRY(push(name));
+      L3_TRY(inner(line, function, record));
+      pop();
+      return 0;
+   }
+   // The regular end of a message.
+   L3_INLINE int ended(int status = 0) {
+      ctxt_->flags &= ~kMessageOpen;
+      return done(status);
    }
 
    // Fixed octet string. Its result is not looked at where something follows: deliberate.

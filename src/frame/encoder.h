@@ -86,6 +86,16 @@ public:
       return fields(integer<Bits>(name, value, line));
    }
 
+   // A length of 4 bits: a half octet behind it drops out of the count. A bound failure is logged.
+   template <class T>
+   int closeNibble(const OpenLength& length, T& value, const Limits& limits, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      L3_TRY(encCloseInFull(ctxt_, site(line), 4, length, &count, false));
+      value = static_cast<T>(count);
+      return limits.allow(count) ? 0 : failBound(ctxt_, count, site(line));
+   }
+   void setTail() { rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL); }
+
    // A length of Bits bits that counts the bits behind it.
    template <unsigned Bits, class T>
    int closeBits(const OpenLength& length, T& value, int line = __builtin_LINE()) {

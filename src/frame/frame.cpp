@@ -264,7 +264,7 @@ size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
 
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
              const Limits& limits, uint32_t* count) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    numocts = octetsLeft(ctxt, numocts);
    *count = 0;
    if (numocts > capacity) return RTX_E_CONSTRAINT;
@@ -275,12 +275,12 @@ int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint
       closeTrace(ctxt);
    }
    if (!limits.allow(numocts)) return RTX_E_CONSTRAINT;
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
 int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    numocts = octetsLeft(ctxt, numocts);
    value->numocts = static_cast<uint32_t>(numocts);
    if (numocts != 0) {
@@ -288,7 +288,7 @@ int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, 
       L3_TRY(readOctetsToHeap(ctxt, site, numocts, &value->data));
       closeTrace(ctxt);
    }
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
@@ -388,14 +388,12 @@ int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, 
 
 int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count,
                    bool keepTail) {
-   if (keepTail) {
-      // Whoever encloses this closes the tail.
-   } else if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
+   if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
       if (!hot::octetAligned(ctxt)) {
          const int overall = rtxErrSetNewData(ctxt, RTX_E_NOT_OCTET_END, site.file, site.line);
          return overall < 0 ? overall : RTX_E_NOT_OCTET_END;
       }
-      rtxCtxtClearFlag(ctxt, RTX_CTXT_RAW_TAIL);
+      if (!keepTail) rtxCtxtClearFlag(ctxt, RTX_CTXT_RAW_TAIL);
    } else if (ctxt->bufBitsLeft != 8) {
       ++ctxt->bufByteIndex;
       ctxt->bufBitsLeft = 8;
@@ -452,12 +450,12 @@ int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
 }
 
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
    closeTrace(ctxt);
    if (tail) rtxCtxtSetFlag(ctxt, RTX_CTXT_RAW_TAIL);
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return status;
 }
 
@@ -489,12 +487,12 @@ bool Scan::nextInFull() {
    openTrace(ctxt, "IEI");
    int status = rtxDecBitsToByte(ctxt, &octet, 8);
    if (status == RTX_E_END_OF_DATA) return end(messageStatus(ctxt));
-   if (status != 0) return end(fail(ctxt, status, decoder_.site(__LINE__)));
+   if (status != 0) return stop(fail(ctxt, status, decoder_.site(__LINE__)));
    closeTrace(ctxt);
    if ((halfOctets_ >> (octet >> 4) & 1) != 0) {
       --ctxt->bufByteIndex;
       status = rtxDecBitsToByte(ctxt, &octet, 4);
-      if (status < 0) return end(fail(ctxt, status, decoder_.site(__LINE__)));
+      if (status < 0) return stop(fail(ctxt, status, decoder_.site(__LINE__)));
       closeTrace(ctxt);
    }
    iei_ = octet;

@@ -13,7 +13,7 @@ public:
    // Bit n of `halfOctets`: the message has an element with the half-octet IEI n.
    Scan(Decoder& decoder, unsigned halfOctets) : decoder_(decoder), halfOctets_(halfOctets) {}
 
-   // Reads the next IEI; false at the end, or on a failure: then status() is the message's result.
+   // Reads the next IEI; false at the end, or on a failure: then finish() gives the message's result.
    L3_INLINE bool next() {
       RtxContext* ctxt = decoder_.ctxt();
       if (isPlain(ctxt) && hasOctets(ctxt, 1) && decoder_.more()) [[likely]] {
@@ -45,13 +45,18 @@ public:
    // An IEI that the message doesn't have.
    int unknown(int line = __builtin_LINE());
 
-   int status() const { return status_; }
+   // The message's result: pops the type's name unless the scan failed.
+   int finish() { return failed_ ? status_ : decoder_.ended(status_); }
 
 private:
    bool nextInFull();
    bool end(int status) {
       status_ = status;
       return false;
+   }
+   bool stop(int status) {
+      failed_ = true;
+      return end(status);
    }
 
    Decoder& decoder_;
@@ -60,6 +65,7 @@ private:
    unsigned previous_ = 0;
    unsigned order_ = 0;
    int status_ = 0;
+   bool failed_ = false;
 };
 
 // Result of a message decoder behind its last octet: what has been recorded on the way, old errors included.

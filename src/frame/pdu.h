@@ -1,0 +1,50 @@
+// Messages of a PDU: which codec goes with which type, and a message inside a message.
+#pragma once
+
+#include "src/frame/decoder.h"
+#include "src/frame/encoder.h"
+
+namespace quorva::frame {
+
+// One message of a PDU. A message of its header alone has no size and no functions.
+struct MessageRow {
+   uint8_t disc;
+   uint8_t type;
+   uint16_t selector;
+   bool isInline; // the value lies in the union itself
+   uint32_t size;
+   const char* member;
+   int (*init)(void* record); // may be null
+   int (*decode)(RtxContext* ctxt, void* record);
+   int (*encode)(RtxContext* ctxt, void* record);
+};
+
+// The messages of one PDU, by discriminator and type and by selector.
+struct MessageTable {
+   const MessageRow* rows;
+   size_t count;
+
+   const MessageRow* find(unsigned disc, unsigned type) const {
+      for (size_t i = 0; i < count; ++i)
+         if (rows[i].disc == disc && rows[i].type == type) return &rows[i];
+      return nullptr;
+   }
+   const MessageRow* select(uint32_t selector) const {
+      for (size_t i = 0; i < count; ++i)
+         if (rows[i].selector == selector) return &rows[i];
+      return nullptr;
+   }
+};
+
+// Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
+// union of the PDU's record. -10 if there is no memory for the record, directly.
+int decodeMessage(Decoder& d, const MessageRow& row, void* data, int line = __builtin_LINE());
+
+// Encodes the message that the selector names; -9 for a selector without a message.
+int encodeMessage(Encoder& e, const MessageTable& table, uint32_t selector, void* data,
+                  int line = __builtin_LINE());
+
+// An unknown message type: -9, with the type among the parameters of the error.
+L3_COLD int unknownMessage(Decoder& d, unsigned type, int line = __builtin_LINE());
+
+} // namespace quorva::frame
