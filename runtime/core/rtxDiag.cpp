@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "quorva/rtxBits.h"
 #include "quorva/rtxHexDump.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxInline.h"
-#include "runtime/text/textSteps.h"
 
 uint8_t g_DiagEnabled = 0;
 
@@ -113,7 +113,8 @@ void rtxDiagStreamPrintBits(RtxContext* pctxt, const char* descr, const uint8_t*
       return;
    }
    if (len > 0) memcpy(text, descr, len);
-   for (size_t i = 0; i < nbits; ++i) text[len + i] = quorva::bitAt(data, startBit + i) ? '1' : '0';
+   for (size_t i = 0; i < nbits; ++i)
+      text[len + i] = rtxTestBit(data, startBit + nbits, startBit + i) ? '1' : '0';
    text[len + nbits] = '\0';
    rtxPrintToStream(pctxt, "%s", text);
    rtxMemHeapFreePtr(pctxt, text);

@@ -12,7 +12,6 @@
 
 namespace {
 
-using quorva::bitAt;
 using quorva::partialOctetText;
 
 constexpr uint32_t octetsPerLine = 16;
@@ -177,7 +176,7 @@ int rtBitStringDumpNamed(RtxContext* pctxt, uint32_t numbits, const uint8_t* dat
          break;
       }
       *end++ = '(';
-      *end++ = bitAt(data, bit) ? '1' : '0';
+      *end++ = rtxTestBit(data, numbits, bit) ? '1' : '0';
       *end++ = ')';
       if (bit + 1 < numbits) {
          *end++ = ',';
@@ -217,7 +216,7 @@ int rtPrintToStreamBitStrBin(RtxContext* pctxt, const char* name, uint32_t numbi
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%snumbits = %u\n", name, conn, numbits));
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%sdata = ", name, conn));
    for (uint32_t i = 0; data && i < numbits; ++i)
-      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, bitAt(data, i) ? "1" : "0"));
+      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, rtxTestBit(data, numbits, i) ? "1" : "0"));
    return rtxPrintToStream(pctxt, "\n");
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "quorva/rtxBits.h"
 #include "quorva/rtxPrintToStream.h"
 
 /** Runs one printing step and hands a status other than 0 on at once. */
@@ -24,14 +25,9 @@ inline bool isPrintable(uint32_t unit) {
    return unit >= 0x20 && unit <= 0x7E;
 }
 
-/** Bit of an octet string, counted from the most significant bit of the first octet. */
-inline bool bitAt(const uint8_t* data, size_t index) {
-   return (data[index / 8] >> (7 - index % 8) & 1) != 0;
-}
-
 /** Writes the `nbits` most significant bits of an octet as 1 and 0, then x up to 8 characters, and a NUL. */
 inline void partialOctetText(uint8_t octet, unsigned nbits, char dest[9]) {
-   for (unsigned i = 0; i < 8; ++i) dest[i] = i >= nbits ? 'x' : bitAt(&octet, i) ? '1' : '0';
+   for (unsigned i = 0; i < 8; ++i) dest[i] = i >= nbits ? 'x' : rtxTestBit(&octet, nbits, i) ? '1' : '0';
    dest[8] = '\0';
 }
 
