@@ -32,7 +32,7 @@ public:
    RtxDiagBitField* read(const char* name, const char* kind, size_t nbits) {
       if (name) rtxCtxtPushElemName(&ctxt, name);
       RtxDiagBitField* field = rtxDiagNewBitField(ctxt.bitFields, kind);
-      if (nbits > 0) EXPECT_EQ(0, rtxSkipBits(&ctxt, static_cast<uint32_t>(nbits)));
+      EXPECT_EQ(0, rtxSkipBits(&ctxt, static_cast<uint32_t>(nbits)));
       rtxDiagSetBitFldCount(ctxt.bitFields);
       if (name) rtxCtxtPopElemName(&ctxt);
       return field;
