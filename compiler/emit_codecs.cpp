@@ -317,13 +317,23 @@ private:
    void run(const std::vector<std::string>& parts, const Place& place) {
       std::string head = "L3_TRY(" + c() + ".";
       head += !enc_ && !place.length.empty() ? "fieldsIn(" + place.length + "," : "fields(";
-      if (parts.size() == 1) {
+      if (parts.size() == 1 && parts[0].size() < 80) {
          w_.line(head + (head.back() == ',' ? " " : "") + parts[0] + "));");
          return;
       }
       w_.line(head);
       for (size_t i = 0; i < parts.size(); ++i)
-         w_.line("      " + parts[i] + (i + 1 < parts.size() ? "," : "));"));
+         w_.line("      " + broken(parts[i]) + (i + 1 < parts.size() ? "," : "));"));
+   }
+
+   // One line a field inside a group too.
+   static std::string broken(std::string part) {
+      if (!part.starts_with("group(")) return part;
+      for (size_t at = part.find("), "); at != std::string::npos; at = part.find("), ", at + 3))
+         part.replace(at, 3, "),\n            ");
+      const size_t first = part.find(", ");
+      part.replace(first, 2, ",\n            ");
+      return part;
    }
 
    void within(const Place& place) {
@@ -410,6 +420,8 @@ private:
    static bool groupsOnly(const Field& field) { return field.kind == Kind::Null; }
 
    void plain(const Field& field, const Place& place, bool last) {
+      if (isRunContent(field))
+         return run({part(field, place)}, Place{place.record, "", place.arm, place.root});
       if (field.bareBits == 0)
          return kind(field, place, last, field.name.empty() ? "nullptr" : quoted(field.name));
       const std::string var = variable("bare");
@@ -637,7 +649,7 @@ private:
    }
 
    void arms(const Field& field, const std::string& on, const Place& place, const std::string& prefix) {
-      w_.open("switch (" + on + ") {");
+      w_.open("switch (static_cast<uint32_t>(" + on + ")) {");
       bool hasElse = false;
       for (auto& arm : field.arms) {
          for (auto& range : arm.values) {
@@ -856,8 +868,10 @@ private:
             decode = "d.nothing(" + quoted(field.name) + ")";
          } else if (field.kind == Kind::Named) {
             const Type& element = *field.type.type;
-            decode = "d.item(" + quoted(field.name) + ", " + decoderName(element) + ", " +
-                     pointerArgument(element, "pvalue->" + cName(field.name)) + ")";
+            decode = isRunContent(field)
+                           ? "d.fields(" + runPart(field, "pvalue->", false) + ")"
+                           : "d.item(" + quoted(field.name) + ", " + decoderName(element) + ", " +
+                                   pointerArgument(element, "pvalue->" + cName(field.name)) + ")";
          } else {
             decode = cName(field.name) + "()";
          }
@@ -943,7 +957,6 @@ void emitDirection(const Module& module, bool encode, Outputs& out) {
       if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits ||
           type->kind == TypeKind::Text)
          continue;
-      if (encode ? !hasEncoder(*type) : !hasDecoder(*type)) continue;
       codecs.push_back(CodecEmitter(encode).type(*type) + "\n");
    }
    for (unsigned unit = 0; unit < module.units; ++unit) {

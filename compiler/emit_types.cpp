@@ -26,6 +26,15 @@ public:
       w_.line("#include \"src/frame/scan.h\"");
       for (auto& file : usedFiles_) w_.line("#include \"src/" + file + "Types.h\"");
       w_.line();
+      // Parts of other types, used here alone.
+      for (auto& type : module_.types) {
+         if (!hasEncoder(*type))
+            w_.line("extern \"C\" int " + encoderName(*type) + "(RtxContext* pctxt" +
+                    encodeParameters(*type) + ");");
+         if (!hasDecoder(*type))
+            w_.line("extern \"C\" int " + decoderName(*type) + "(RtxContext* pctxt" +
+                    decodeParameters(*type) + ");");
+      }
       w_.line("namespace quorva::type {");
       for (auto& type : module_.types) emit(*type);
       w_.line();
@@ -60,8 +69,8 @@ private:
       w_.line("using Record = ::" + recordName(type) + ";");
    }
    void tail(const Type& type) {
-      if (hasEncoder(type)) w_.line("static constexpr auto encode = &::" + encoderName(type) + ";");
-      if (hasDecoder(type)) w_.line("static constexpr auto decode = &::" + decoderName(type) + ";");
+      w_.line("static constexpr auto encode = &::" + encoderName(type) + ";");
+      w_.line("static constexpr auto decode = &::" + decoderName(type) + ";");
       w_.close("};");
    }
 

@@ -148,12 +148,26 @@ unsigned fixedBits(const Type& type) {
 }
 
 unsigned fixedBits(const Field& field) {
-   if (field.optional || field.ieiBits != 0 || field.aside || field.valueOnly || field.lead != Lead::None)
+   return field.optional || field.ieiBits != 0 ? 0 : contentBits(field);
+}
+
+unsigned contentBits(const Field& field) {
+   if (field.aside || field.valueOnly || field.guarded || field.counted != nullptr || field.ahead != 0 ||
+       field.bareBits != 0 || !field.bounds.values.empty())
       return 0;
    switch (field.kind) {
    case Kind::Flag: return 1;
    case Kind::Uint: return field.bits <= 32 ? field.bits : 0;
    case Kind::Named: return field.argument || field.type.type == nullptr ? 0 : fixedBits(*field.type.type);
+   case Kind::Group: {
+      unsigned sum = 0;
+      for (auto& inner : field.fields) {
+         const unsigned bits = inner->onlyOnWire() || inner->name.empty() ? 0 : fixedBits(*inner);
+         if (bits == 0) return 0;
+         sum += bits;
+      }
+      return sum;
+   }
    default: return 0;
    }
 }
@@ -164,8 +178,11 @@ bool isRunType(const Type& type) {
 }
 
 bool isRunField(const Field& field) {
-   if (!field.bounds.values.empty()) return false;
-   const unsigned bits = fixedBits(field);
+   return fixedBits(field) != 0 && isRunContent(field);
+}
+
+bool isRunContent(const Field& field) {
+   const unsigned bits = contentBits(field);
    return bits != 0 && bits <= kMaxRunBits && !field.name.empty();
 }
 
@@ -180,6 +197,11 @@ std::string integerWord(unsigned bits, const Bounds& bounds, bool arm) {
 std::string runPart(const Field& field, const std::string& place, bool arm) {
    const std::string arguments = "(\"" + field.name + "\", " + place + cName(field.name) + ")";
    switch (field.kind) {
+   case Kind::Group: {
+      std::string text = "group(\"" + field.name + "\"";
+      for (auto& inner : field.fields) text += ", " + runPart(*inner, place + cName(field.name) + ".", arm);
+      return text + ")";
+   }
    case Kind::Flag: return "flag" + arguments;
    case Kind::Uint: return integerWord(field.bits, field.bounds, arm) + arguments;
    default: {

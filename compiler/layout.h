@@ -75,10 +75,12 @@ bool hasMember(const Field& field);
 
 // Width on the wire if it is fixed, and no choice, option or repetition is inside; 0 otherwise.
 unsigned fixedBits(const Field& field);
+unsigned contentBits(const Field& field); // of the field when it is there
 unsigned fixedBits(const Type& type);
 // Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
 bool isRunType(const Type& type);
 bool isRunField(const Field& field);
+bool isRunContent(const Field& field); // would be one if it were not optional
 // The field as a part of a run, in the frame's words; `arm`: bound failures are logged.
 std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);
 std::string runPart(const Field& field, const std::string& place, bool arm);

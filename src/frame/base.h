@@ -13,14 +13,14 @@
 #include <cstring>
 #include <limits>
 
-#define L3_INLINE [[gnu::always_inline]] inline
+#define L3_INLINE __attribute__((always_inline)) inline
 #define L3_COLD [[gnu::cold, gnu::noinline]]
 #define L3_INLINE_LAMBDA __attribute__((always_inline))
 
 // Hands a failure on as it is. Whoever detected it has logged it, or left that to the caller on purpose.
-#define L3_TRY(call)                                                                                         \
+#define L3_TRY(...)                                                                                          \
    do {                                                                                                      \
-      if (const int status_ = (call); status_ < 0) [[unlikely]]                                              \
+      if (const int status_ = (__VA_ARGS__); status_ < 0) [[unlikely]]                                       \
          return status_;                                                                                     \
    } while (0)
 

@@ -323,7 +323,7 @@ private:
    template <class... Parts>
    [[gnu::noinline, gnu::cold]] int fieldsInFull(Parts... parts) {
       int status = 0;
-      (((status = parts.encode(ctxt_, file_)) >= 0) && ...);
+      (void)(((status = parts.encode(ctxt_, file_)) >= 0) && ...);
       return status;
    }
 };

@@ -4,6 +4,7 @@
 
 #include "src/frame/base.h"
 
+#include <tuple>
 #include <type_traits>
 
 namespace quorva::frame {
@@ -113,7 +114,9 @@ constexpr unsigned totalBits() {
 template <class... Parts>
 L3_INLINE bool takeAll(uint64_t word, const Parts&... parts) {
    unsigned shift = totalBits<Parts...>();
-   return (true & ... & (shift -= Parts::bits, parts.take((word >> shift) & lowBits(Parts::bits))));
+   bool legal = true;
+   ((shift -= Parts::bits, legal &= parts.take((word >> shift) & lowBits(Parts::bits))), ...);
+   return legal;
 }
 
 template <class... Parts>
@@ -149,7 +152,45 @@ struct Record {
    }
 };
 
+// Fields in a record of their own under one name, without a codec of its own.
+template <class... Parts>
+struct Group {
+   static constexpr unsigned bits = totalBits<Parts...>();
+   const char* name;
+   int line;
+   std::tuple<Parts...> parts;
+
+   L3_INLINE bool take(uint64_t word) const {
+      return std::apply([word](const auto&... part) L3_INLINE_LAMBDA { return takeAll(word, part...); },
+                        parts);
+   }
+   L3_INLINE bool give(uint64_t& word) const {
+      return std::apply([&word](const auto&... part) L3_INLINE_LAMBDA { return giveAll(word, part...); },
+                        parts);
+   }
+   int decode(RtxContext* ctxt, const char* file) const {
+      return each(ctxt, [&](const auto& part) { return part.decode(ctxt, file); });
+   }
+   int encode(RtxContext* ctxt, const char* file) const {
+      return each(ctxt, [&](const auto& part) { return part.encode(ctxt, file); });
+   }
+
+private:
+   template <class Function>
+   int each(RtxContext* ctxt, Function function) const {
+      L3_TRY(hot::pushElemName(ctxt, name));
+      int status = 0;
+      std::apply([&](const auto&... part) { (void)(((status = function(part)) >= 0) && ...); }, parts);
+      if (status >= 0) hot::popElemName(ctxt);
+      return status;
+   }
+};
+
 // The words of generated code.
+template <class... Parts>
+L3_INLINE Group<Parts...> group(const char* name, const Parts&... parts) {
+   return {name, 0, {parts...}};
+}
 template <class T>
 L3_INLINE Flag<T> flag(const char* name, T& value, int line = __builtin_LINE()) {
    return {name, &value, line};

@@ -74,11 +74,11 @@ int messageStatus(RtxContext* ctxt);
 } // namespace quorva::frame
 
 // One optional element of a message: its decoder, then its presence bits.
-#define L3_OPTIONAL(IEI, K, FORMAT, OCTETS, DECODE, MARK)                                                    \
+#define L3_OPTIONAL(IEI, K, FORMAT, OCTETS, DECODE, ...)                                                     \
    case IEI:                                                                                                 \
       if (scan.expects(K)) {                                                                                 \
          L3_TRY(DECODE);                                                                                     \
-         MARK;                                                                                               \
+         __VA_ARGS__;                                                                                        \
          scan.took(K);                                                                                       \
       } else {                                                                                               \
          L3_TRY(scan.drop(quorva::frame::Format::FORMAT, OCTETS));                                           \
