@@ -216,6 +216,15 @@ namespace {
 bool fieldInits(const Field& field);
 }
 
+bool clearsField(const Field& field) {
+   return field.init || (field.kind == Kind::Uint && field.optional && field.name.starts_with("spare"));
+}
+
+std::string countMember(const Field& field) {
+   if (field.kind == Kind::BitTail) return "numbits";
+   return field.kind == Kind::Fill && field.bits == 16 ? "nchars" : "numocts";
+}
+
 bool hasInit(const Type& type) {
    const Type& base = baseType(type);
    if (&base != &type) return hasInit(base);
@@ -236,7 +245,13 @@ bool hasInit(const Type& type) {
 namespace {
 bool fieldInits(const Field& field) {
    switch (field.kind) {
-   case Kind::Named: return field.type.type != nullptr && hasInit(*field.type.type);
+   case Kind::Named: {
+      if (field.type.type == nullptr) return false;
+      const Passing how = passing(*field.type.type);
+      return hasInit(*field.type.type) || field.init || how == Passing::Text || how == Passing::TextPointer;
+   }
+   case Kind::Flag:
+   case Kind::Uint: return clearsField(field);
    case Kind::Counted:
    case Kind::Sized:
    case Kind::Fill:

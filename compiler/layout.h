@@ -40,6 +40,9 @@ Passing passing(const Type& type);
 
 bool hasRecord(const Type& type); // a C type exists
 bool hasInit(const Type& type);   // asn1Init_ exists
+// An initialiser stores a value in this number: the one that the description gives, or 0 in the spare field
+// of a trailing octet.
+bool clearsField(const Field& field);
 bool hasEncoder(const Type& type);
 bool hasDecoder(const Type& type);
 
@@ -61,6 +64,9 @@ std::string sampleDeclaration(const Type& type);
 
 // Fields of a record in order, wire groups dissolved.
 std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields);
+
+// Member that counts the octets, bits or characters of a string field.
+std::string countMember(const Field& field);
 
 // Presence bits of a record, in order: names of the members of `m`.
 struct PresenceBit {
