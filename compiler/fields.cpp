@@ -143,7 +143,7 @@ void Reader::iei(Field& field) {
 bool Reader::atBehind() const {
    return atWord("bit") || atWord("lh") || atWord("when") || atWord("const") || atWord("aside") ||
           atWord("guarded") || atWord("leavetail") || atWord("counts") || atWord("init") ||
-          atWord("beside") || atWord("ahead");
+          atWord("sample") || atWord("beside") || atWord("ahead");
 }
 
 void Reader::kind(Field& field, Place place) {
@@ -396,6 +396,8 @@ void Reader::behind(Field& field) {
          field.bareBits = expectWidth("the width of the length");
       } else if (acceptWord("init")) {
          field.init = expectNumber("the initial value");
+      } else if (acceptWord("sample")) {
+         field.sample = expectNumber("the value in samples");
       } else if (acceptWord("counts")) {
          field.counts = expectWord("the field that is counted");
          if (acceptSign("+")) field.countsPlus = expectNumber("a number");

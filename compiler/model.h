@@ -129,12 +129,13 @@ struct Field {
    Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
    unsigned bareBits = 0; // width of a bare length around this field alone
 
-   std::optional<uint64_t> init; // value that the initialiser gives
-   bool hexIei = false;          // message element with an IEI
-   bool present = false;         // message element of type T: the IEI alone
-   unsigned iei = 0;             // 8-bit IEI, or 4-bit if ieiBits is 4
-   unsigned ieiBits = 0;         // 0: mandatory
-   int group = 0;                // message element: 0 first run, k the k-th group; since: its group number
+   std::optional<uint64_t> init;   // value that the initialiser gives
+   std::optional<uint64_t> sample; // value in samples, where not any value makes one; Messages: the selector
+   bool hexIei = false;            // message element with an IEI
+   bool present = false;           // message element of type T: the IEI alone
+   unsigned iei = 0;               // 8-bit IEI, or 4-bit if ieiBits is 4
+   unsigned ieiBits = 0;           // 0: mandatory
+   int group = 0;                  // message element: 0 first run, k the k-th group; since: its group number
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<Arm> arms;
 
