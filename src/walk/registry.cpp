@@ -1,0 +1,44 @@
+#include "src/walk/registry.h"
+
+#include "quorva/rtxMemHeap.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace quorva::walk {
+
+uint32_t octetsLeft(const RtxContext* pctxt) {
+   const int64_t bits = rtxCtxtGetContainerRemBits(pctxt);
+   return bits > 0 ? static_cast<uint32_t>(bits / 8) : 0;
+}
+
+void* textValue(RtxContext* pctxt, const char* text) {
+   auto** value = static_cast<const char**>(rtxMemHeapAlloc(pctxt, sizeof(const char*)));
+   if (value != nullptr) *value = text;
+   return value;
+}
+
+} // namespace quorva::walk
+
+using quorva::walk::registry;
+using quorva::walk::registrySize;
+
+const QuorvaType* quorvaTypes(size_t* count) {
+   if (count != nullptr) *count = registrySize;
+   return registry;
+}
+
+const QuorvaType* quorvaFindType(const char* name) {
+   if (name == nullptr) return nullptr;
+   const QuorvaType* end = registry + registrySize;
+   const QuorvaType* at =
+         std::lower_bound(registry, end, name, [](const QuorvaType& type, const char* wanted) {
+            return std::strcmp(type.name, wanted) < 0;
+         });
+   return at != end && std::strcmp(at->name, name) == 0 ? at : nullptr;
+}
+
+const char* quorvaExplain(const char* name) {
+   const QuorvaType* type = quorvaFindType(name);
+   return type != nullptr ? type->explanation : nullptr;
+}
