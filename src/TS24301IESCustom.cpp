@@ -1,0 +1,160 @@
+// Codecs of EPS elements that no description says well.
+
+#include "quorva/rtxTBCD.h"
+#include "src/frame/digits.h"
+#include "src/TS24301IESTypes.h"
+
+using namespace quorva::frame;
+
+static const char kEncSource[] = "TS24301IESEnc";
+static const char kDecSource[] = "TS24301IESDec";
+
+// EPS mobile identity, TS 24.301, 9.9.3.12. The first nibble is the first digit of an IMSI or IMEI, and a
+// filler ahead of a GUTI.
+int NASEnc_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIdentity* pvalue) {
+   Encoder e(pctxt, kEncSource);
+   L3_TRY(e.begin("EPSMobileIdentity"));
+   OpenLength length;
+   L3_TRY(e.open<8>("length", length));
+   const char* digits = nullptr;
+   const char* firstName = "filler";
+   uint8_t first = 15;
+   switch (pvalue->typeOfIdent) {
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
+      digits = pvalue->content.u.imsi;
+      firstName = "imsi[0]";
+      break;
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
+      digits = pvalue->content.u.imei;
+      firstName = "imei[0]";
+      break;
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_guti: break;
+   default: return e.badChoice();
+   }
+   if (digits != nullptr) {
+      L3_TRY(e.push(firstName));
+      if (const int status = rtxTBCDCharToBin(digits[0], &first); status < 0) return e.failed(status);
+      e.pop();
+      if (digits[0] != 0) ++digits;
+   }
+   L3_TRY(e.fields(
+         integer<4>(firstName, first), flag("oddEvenInd", pvalue->oddEvenInd),
+         value<quorva::type::TS24301IE_EPSMobileIdentity_typeOfIdent>("typeOfIdent", pvalue->typeOfIdent)));
+   L3_TRY(e.push("content"));
+   switch (pvalue->typeOfIdent) {
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
+      L3_TRY(e.item("imsi", NASEnc_TS24008IE_IMSI, digits));
+      break;
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
+      L3_TRY(e.item("imei", NASEnc_TS24008IE_IMEI, digits));
+      break;
+   default: L3_TRY(e.item("guti", NASEnc_TS24301IE_EPSMobileIdentity_GUTI, &pvalue->content.u.guti)); break;
+   }
+   e.pop();
+   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+   return e.done();
+}
+
+int NASDec_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIdentity* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("EPSMobileIdentity"));
+   Length length;
+   L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
+   if (d.more()) L3_TRY(d.fieldsIn(length, integer<4>("filler", pvalue->filler)));
+   L3_TRY(d.fieldsIn(
+         length, flag("oddEvenInd", pvalue->oddEvenInd),
+         value<quorva::type::TS24301IE_EPSMobileIdentity_typeOfIdent>("typeOfIdent", pvalue->typeOfIdent)));
+   L3_TRY(d.push("content"));
+   switch (pvalue->typeOfIdent) {
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
+      L3_TRY(decodeDigits(d, "imsi", pvalue->filler, pvalue->length, pvalue->content.u.imsi));
+      break;
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
+      L3_TRY(decodeDigits(d, "imei", pvalue->filler, pvalue->length, pvalue->content.u.imei));
+      break;
+   case TS24301IE_EPSMobileIdentity_typeOfIdent_guti:
+      L3_TRY(d.item("guti", NASDec_TS24301IE_EPSMobileIdentity_GUTI, &pvalue->content.u.guti));
+      break;
+   default: return d.badChoice();
+   }
+   d.pop();
+   L3_TRY(d.close(length));
+   return d.done();
+}
+
+// Octets of the address by its type: an IPv4 address or an IPv6 prefix, with a port behind the first.
+static size_t remoteAddressOctets(uint32_t type) {
+   return type == TS24301IE_RemoteUEAddrType_remUEIpv4   ? 6
+          : type == TS24301IE_RemoteUEAddrType_remUEIpv6 ? 8
+                                                         : 0;
+}
+
+// Remote UE context, TS 24.301, 9.9.4.20. Two bits between spare and addrType tell, ahead of the address,
+// whether the port ranges follow it.
+int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
+   Encoder e(pctxt, kEncSource);
+   L3_TRY(e.begin("RemoteUECtxt"));
+   OpenLength length;
+   L3_TRY(e.open<8>("length", length));
+   L3_TRY(e.fields(integer<8>("numUserIdents", pvalue->numUserIdents)));
+   if (pvalue->m.userIdentsPresent)
+      L3_TRY(e.repeatTimes("userIdents", pvalue->numUserIdents, pvalue->userIdents.n, pvalue->userIdents.elem,
+                           Limits{}, [](Encoder& in, TS24301IE_UserIdentity& x) {
+                              return NASEnc_TS24301IE_UserIdentity(in.ctxt(), &x);
+                           }));
+   L3_TRY(e.fields(integer<3>("spare", pvalue->spare)));
+   L3_TRY(e.push("upri4"));
+   L3_TRY(e.leadBit("optional bit", pvalue->m.udpPortRangePresent));
+   e.pop();
+   L3_TRY(e.push("tpri4"));
+   L3_TRY(e.leadBit("optional bit", pvalue->m.tcpPortRangePresent));
+   e.pop();
+   L3_TRY(e.fields(value<quorva::type::TS24301IE_RemoteUEAddrType>("addrType", pvalue->addrType)));
+   L3_TRY(e.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo));
+   if (pvalue->m.udpPortRangePresent) (void)e.octets<4>("udpPortRange", pvalue->udpPortRange);
+   if (pvalue->m.tcpPortRangePresent) (void)e.octets<4>("tcpPortRange", pvalue->tcpPortRange);
+   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+   return e.done();
+}
+
+int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("RemoteUECtxt"));
+   pvalue->m = {};
+   Length length;
+   L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
+   L3_TRY(d.fieldsIn(length, integer<8>("numUserIdents", pvalue->numUserIdents)));
+   pvalue->userIdents.n = 0;
+   if (d.more()) {
+      L3_TRY(d.repeatTimes("userIdents", pvalue->numUserIdents, pvalue->userIdents.n, pvalue->userIdents.elem,
+                           Limits{}, [](Decoder& in, TS24301IE_UserIdentity& x) {
+                              asn1Init_TS24301IE_UserIdentity(&x);
+                              return NASDec_TS24301IE_UserIdentity(in.ctxt(), &x);
+                           }));
+      pvalue->m.userIdentsPresent = 1;
+      L3_TRY(d.within(length));
+   }
+   L3_TRY(d.fieldsIn(length, integer<3>("spare", pvalue->spare)));
+   uint8_t udp = 0, tcp = 0;
+   L3_TRY(d.push("upri4"));
+   L3_TRY(d.leadBit("optional bit", udp));
+   d.pop();
+   L3_TRY(d.push("tpri4"));
+   L3_TRY(d.leadBit("optional bit", tcp));
+   d.pop();
+   L3_TRY(d.fieldsIn(length, value<quorva::type::TS24301IE_RemoteUEAddrType>("addrType", pvalue->addrType)));
+   L3_TRY(d.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo, Limits{}));
+   L3_TRY(d.within(length));
+   if (udp != 0) {
+      (void)d.octets<4>("udpPortRange", pvalue->udpPortRange);
+      pvalue->m.udpPortRangePresent = 1;
+      L3_TRY(d.within(length));
+   }
+   if (tcp != 0) {
+      (void)d.octets<4>("tcpPortRange", pvalue->tcpPortRange);
+      pvalue->m.tcpPortRangePresent = 1;
+      L3_TRY(d.within(length));
+   }
+   L3_TRY(d.close(length));
+   return d.done();
+}

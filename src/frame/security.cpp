@@ -1,0 +1,63 @@
+#include "src/frame/security.h"
+
+#include "quorva/rt3gppNasSec.h"
+
+namespace quorva::frame {
+
+void macMismatch(Decoder& d, uint32_t received, uint32_t computed, int line) {
+   RtxContext* ctxt = d.ctxt();
+   rtxErrAddUIntParm(ctxt, received);
+   rtxErrAddUIntParm(ctxt, computed);
+   const Site where = d.site(line);
+   rtxErrSetNewData(ctxt, RTX_E_MAC_MISMATCH, where.file, where.line);
+}
+
+void checkMac(Decoder& d, size_t from, uint32_t received, int line) {
+   RtxContext* ctxt = d.ctxt();
+   if (from > ctxt->bufSize) return; // the header has been read: can't be
+   uint32_t computed = 0;
+   const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + from, ctxt->bufSize - from, &computed);
+   if (status < 0) {
+      const Site where = d.site(line);
+      rtxErrSetData(ctxt, status, where.file, where.line);
+   } else if (computed != received) {
+      macMismatch(d, received, computed, line);
+   }
+}
+
+int decipherRest(Decoder& d, size_t from, int line) {
+   RtxContext* ctxt = d.ctxt();
+   if (from > ctxt->bufSize) return d.failed(RTX_E_END_OF_DATA, line);
+   if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + from, ctxt->bufSize - from); status < 0)
+      return d.failed(status, line);
+   return 0;
+}
+
+int protect(Encoder& e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac,
+            int line) {
+   RtxContext* ctxt = e.ctxt();
+   const size_t end = ctxt->bufByteIndex;
+   const int16_t bits = ctxt->bufBitsLeft;
+   const uint32_t flags = ctxt->flags;
+   if (cipher) {
+      if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + cipherFrom, end - cipherFrom); status < 0)
+         return e.failed(status, line);
+   }
+   if (const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + macFrom, end - macFrom, &mac); status < 0)
+      return e.failed(status, line);
+   ctxt->bufByteIndex = macAt;
+   ctxt->bufBitsLeft = 8;
+   if (const int status = rtxEncBits(ctxt, mac, 32); status < 0) return e.failed(status, line);
+   ctxt->bufByteIndex = end;
+   ctxt->bufBitsLeft = bits;
+   ctxt->flags = flags;
+   return 0;
+}
+
+int newBadChoice(Decoder& d, int line) {
+   const Site where = d.site(line);
+   const int overall = rtxErrSetNewData(d.ctxt(), RTX_E_BAD_CHOICE, where.file, where.line);
+   return overall < 0 ? overall : RTX_E_BAD_CHOICE;
+}
+
+} // namespace quorva::frame
