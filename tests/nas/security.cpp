@@ -1,0 +1,362 @@
+// NAS security of a context, in each form of AES.
+#include "quorva/rt3gppNasSec.h"
+
+#include "quorva/rtxMemHeap.h"
+#include "runtime/nas/aes128.h"
+#include "tests/support/context.h"
+#include "tests/support/vectors.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+using namespace quorva;
+using namespace quorva::test;
+
+namespace {
+
+using Parms = std::vector<std::string>;
+
+const Octets keyA = octetsFromHex("2b7e151628aed2a6abf7158809cf4f3c");
+const Octets keyB = octetsFromHex("d3c5d592327fb11c4035c6680af8c6d1");
+const Octets someData = octetsFromHex("981ba6824c1bfb1ab485472029b71d808ce33e2c");
+
+class Security : public testing::TestWithParam<bool> {
+protected:
+   void SetUp() override {
+      if (!GetParam() && aesHardware() == nullptr) GTEST_SKIP() << "the processor has no AES instructions";
+      aesForcePortable(GetParam());
+      ASSERT_EQ(rtx3gppSecInitialize(ctx), 0);
+   }
+   void TearDown() override {
+      aesForcePortable(false);
+      if (ctx->nasSec != nullptr) rtx3gppSecFree(ctx);
+   }
+
+   int assign(const Octets& integKey, const Octets& cipherKey, int integAlg, int cipherAlg) {
+      return rtx3gppAssignAlgorithmKeys(ctx, integKey.data(), cipherKey.data(), integAlg, cipherAlg);
+   }
+   void situation(uint32_t count, uint8_t bearer, uint8_t direction) {
+      ctx->nasSec->count = count;
+      ctx->nasSec->bearer = bearer;
+      ctx->nasSec->direction = direction;
+   }
+   void situation(const Vector& vector) {
+      situation(static_cast<uint32_t>(vector.number("count")), static_cast<uint8_t>(vector.number("bearer")),
+                static_cast<uint8_t>(vector.number("direction")));
+   }
+   uint32_t mac(Octets data) {
+      uint32_t value = 0xDEADBEEF;
+      EXPECT_EQ(rtx3gppComputeMAC(ctx, data.data(), data.size(), &value), 0);
+      return value;
+   }
+   Octets ciphered(Octets data) {
+      EXPECT_EQ(rtx3gppCipher(ctx, data.data(), data.size()), 0);
+      return data;
+   }
+
+   TestContext ctx;
+};
+
+INSTANTIATE_TEST_SUITE_P(Forms, Security, testing::Bool(),
+                         [](const auto& suite) { return suite.param ? "Portable" : "Hardware"; });
+
+std::string hexOfMac(uint32_t mac) {
+   char text[9];
+   std::snprintf(text, sizeof text, "%08x", mac);
+   return text;
+}
+
+std::vector<Vector> nasVectors() {
+   return loadVectors(QUORVA_TEST_DATA "/vectors/nas-security.txt");
+}
+
+TEST_P(Security, SetsOfTs33401) {
+   size_t cipherSets = 0, macSets = 0;
+   for (const Vector& vector : nasVectors()) {
+      if (!vector.has("key")) continue;
+      SCOPED_TRACE(vector.name);
+      const Octets key = vector.hex("key");
+      ASSERT_EQ(assign(key, key, 2, 2), 0);
+      situation(vector);
+      if (vector.has("mac")) {
+         EXPECT_EQ(hexOfMac(mac(vector.octets)), vector.fact("mac"));
+         ++macSets;
+         continue;
+      }
+      // The sets end inside an octet: the bits behind are not compared.
+      Octets out = ciphered(vector.octets), expected = vector.hex("result");
+      ASSERT_EQ(out.size(), expected.size());
+      const auto mask = static_cast<uint8_t>(0xFF << (8 * out.size() - vector.number("length-bits")));
+      out.back() &= mask;
+      expected.back() &= mask;
+      EXPECT_EQ(hexFromOctets(out), hexFromOctets(expected));
+      ++cipherSets;
+   }
+   EXPECT_EQ(cipherSets, 3u);
+   EXPECT_EQ(macSets, 4u);
+}
+
+TEST_P(Security, ProtectedMessages) {
+   size_t messages = 0, enciphered = 0;
+   for (const Vector& vector : nasVectors()) {
+      if (!vector.has("family")) continue;
+      SCOPED_TRACE(vector.name);
+      const Octets integKey = vector.hex("integrity-key"), cipherKey = vector.hex("cipher-key");
+      const int cipherAlg = static_cast<int>(vector.number("cipher-algorithm"));
+      ASSERT_EQ(
+            assign(integKey, cipherKey, static_cast<int>(vector.number("integrity-algorithm")), cipherAlg),
+            0);
+      situation(vector);
+      ++messages;
+      const Octets& octets = vector.octets;
+      if (!vector.has("plain")) { // SERVICE REQUEST: the MAC ends the message, cut to 16 bits
+         EXPECT_EQ(hexOfMac(mac(Octets(octets.begin(), octets.begin() + 2))).substr(4), vector.fact("mac"));
+         continue;
+      }
+      // The sequence number follows the MAC; what is ciphered follows that.
+      const long sequence = vector.fact("family") == "eps" ? 5 : 6;
+      EXPECT_EQ(hexOfMac(mac(Octets(octets.begin() + sequence, octets.end()))), vector.fact("mac"));
+      const Octets contents(octets.begin() + sequence + 1, octets.end());
+      const Octets plain = ciphered(contents);
+      EXPECT_EQ(hexFromOctets(plain), vector.fact("plain"));
+      EXPECT_EQ(plain != contents, cipherAlg == 2);
+      enciphered += cipherAlg == 2;
+   }
+   EXPECT_EQ(messages, 39u);
+   EXPECT_GT(enciphered, 10u);
+}
+
+TEST_P(Security, NullAlgorithmsAndEmptyData) {
+   ASSERT_EQ(assign({}, {}, 0, 0), 0);
+   EXPECT_EQ(ctx->nasSec->aesSchedules, nullptr);
+   EXPECT_EQ(ctx->nasSec->cmacSubkeys, nullptr);
+   EXPECT_EQ(ciphered(someData), someData);
+   EXPECT_EQ(mac(someData), 0u);
+   ctx->nasSec->cipherAlg = 9; // no length, no refusal
+   EXPECT_EQ(rtx3gppCipher(ctx, nullptr, 0), 0);
+
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   uint32_t value = 0;
+   EXPECT_EQ(rtx3gppComputeMAC(ctx, nullptr, 0, &value), 0); // over the prefix alone
+   EXPECT_EQ(value, mac({}));
+   EXPECT_NE(value, 0u);
+}
+
+TEST_P(Security, AnyLengthIsRestoredAndOnlyTheDataChanges) {
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   situation(0xFFFFFFFF, 31, 1);
+   for (const size_t length : {1u, 15u, 16u, 17u, 81u, 127u, 128u, 129u, 65535u, 65536u}) {
+      Octets data(length + 16, 0x5A);
+      ASSERT_EQ(rtx3gppCipher(ctx, data.data() + 8, length), 0);
+      EXPECT_EQ(std::count(data.begin(), data.begin() + 8, 0x5A), 8);
+      EXPECT_EQ(std::count(data.end() - 8, data.end(), 0x5A), 8);
+      const Octets enciphered = data;
+      uint32_t value;
+      ASSERT_EQ(rtx3gppComputeMAC(ctx, data.data() + 8, length, &value), 0);
+      EXPECT_EQ(data, enciphered) << "the MAC's prefix was written over octets of the caller";
+      ASSERT_EQ(rtx3gppCipher(ctx, data.data() + 8, length), 0);
+      EXPECT_EQ(data, Octets(length + 16, 0x5A));
+   }
+}
+
+// A length to which 8 can't be added deliberately works on the caller's octets.
+TEST_P(Security, WrappedLengthWritesThePrefixOverTheData) {
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   situation(0x11223344, 5, 1);
+   for (size_t covered = 0; covered < 8; ++covered) {
+      Octets octets(8, 0xEE);
+      uint32_t value = 0;
+      ASSERT_EQ(rtx3gppComputeMAC(ctx, octets.data(), SIZE_MAX - 7 + covered, &value), 0);
+      EXPECT_EQ(hexFromOctets(octets), "112233442c000000");
+      uint8_t tag[16];
+      aesForm().cmac(ctx->nasSec->aesSchedules, ctx->nasSec->cmacSubkeys, octets.data(), covered, tag);
+      EXPECT_EQ(hexOfMac(value), hexFromOctets(tag, 4));
+   }
+}
+
+TEST_P(Security, KeysReplaceEachOther) {
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   const uint32_t* schedules = ctx->nasSec->aesSchedules;
+   const uint32_t macA = mac(someData);
+   const Octets cipherB = ciphered(someData);
+   EXPECT_EQ(ctx->nasSec->integKey, keyA.data());
+   EXPECT_EQ(ctx->nasSec->cipherKey, keyB.data());
+
+   ASSERT_EQ(assign(keyB, keyA, 2, 2), 0);
+   EXPECT_EQ(ctx->nasSec->aesSchedules, schedules) << "memory is used again";
+   EXPECT_NE(mac(someData), macA);
+   EXPECT_NE(ciphered(someData), cipherB);
+
+   ASSERT_EQ(assign({}, keyB, 0, 2), 0); // the schedules stay for ciphering
+   EXPECT_EQ(ctx->nasSec->cmacSubkeys, nullptr);
+   EXPECT_EQ(mac(someData), 0u);
+   EXPECT_EQ(ciphered(someData), cipherB);
+
+   ASSERT_EQ(assign(keyA, {}, 2, 0), 0);
+   EXPECT_EQ(mac(someData), macA);
+   EXPECT_EQ(ciphered(someData), someData);
+}
+
+TEST_P(Security, RefusalOfTheIntegrityAlgorithmTakesTheKeysAwayFirst) {
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   EXPECT_EQ(assign(keyB, keyA, 1, 0), RTX_E_UNSUPPORTED);
+   EXPECT_EQ(ctx.parms(), (Parms{"integrity algorithm", "1"}));
+   EXPECT_EQ(ctx->nasSec->aesSchedules, nullptr);
+   EXPECT_EQ(ctx->nasSec->cmacSubkeys, nullptr);
+   EXPECT_EQ(ctx->nasSec->integAlg, 2); // the old numbers and pointers remain
+   EXPECT_EQ(ctx->nasSec->cipherAlg, 2);
+   EXPECT_EQ(ctx->nasSec->integKey, keyA.data());
+
+   // Without keys nothing is computed.
+   rtxErrReset(ctx);
+   Octets data = someData;
+   uint32_t value;
+   EXPECT_EQ(rtx3gppCipher(ctx, data.data(), data.size()), RTX_E_NO_SECURITY);
+   rtxErrReset(ctx);
+   EXPECT_EQ(rtx3gppComputeMAC(ctx, data.data(), data.size(), &value), RTX_E_NO_SECURITY);
+   EXPECT_EQ(data, someData);
+
+   // With ciphering asked for, its key of before stays.
+   rtxErrReset(ctx);
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   const Octets cipherB = ciphered(someData);
+   EXPECT_EQ(assign(keyB, keyA, 3, 2), RTX_E_UNSUPPORTED);
+   EXPECT_EQ(ctx->nasSec->cmacSubkeys, nullptr);
+   EXPECT_EQ(ciphered(someData), cipherB);
+}
+
+TEST_P(Security, RefusalOfTheCipherAlgorithmComesBehindTheIntegrityKey) {
+   ASSERT_EQ(assign(keyB, keyB, 2, 2), 0);
+   const uint32_t macB = mac(someData);
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   const Octets cipherB = ciphered(someData);
+   EXPECT_EQ(assign(keyB, keyA, 2, 1), RTX_E_UNSUPPORTED);
+   EXPECT_EQ(ctx.parms(), (Parms{"cipher algorithm", "1"}));
+   EXPECT_EQ(ctx->nasSec->integKey, keyA.data());
+   EXPECT_EQ(ctx->nasSec->cipherAlg, 2);
+   EXPECT_EQ(mac(someData), macB) << "the new integrity key is expanded by then";
+   EXPECT_EQ(ciphered(someData), cipherB);
+}
+
+TEST_P(Security, OtherRefusals) {
+   Octets data = someData;
+   uint32_t value = 0;
+   const auto refused = [&](int status, int expected, const Parms& parms = {}) {
+      EXPECT_EQ(status, expected);
+      EXPECT_EQ(rtxErrGetLastError(ctx), expected);
+      EXPECT_EQ(ctx.parms(), parms);
+      rtxErrReset(ctx);
+   };
+   ctx->nasSec->cipherAlg = 1;
+   refused(rtx3gppCipher(ctx, data.data(), 1), RTX_E_UNSUPPORTED, {"encryption algorithm", "1"});
+   ctx->nasSec->integAlg = -3;
+   refused(rtx3gppComputeMAC(ctx, data.data(), 1, &value), RTX_E_UNSUPPORTED, {"integrity algorithm", "-3"});
+   refused(rtx3gppAssignAlgorithmKeys(ctx, nullptr, keyB.data(), 2, 2), RTX_E_NULL);
+   refused(rtx3gppAssignAlgorithmKeys(ctx, keyA.data(), nullptr, 2, 2), RTX_E_NULL);
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   refused(rtx3gppCipher(ctx, nullptr, 1), RTX_E_NULL);
+   refused(rtx3gppComputeMAC(ctx, nullptr, 1, &value), RTX_E_NULL);
+   EXPECT_EQ(data, someData);
+
+   rtx3gppSecFree(ctx);
+   EXPECT_EQ(ctx->nasSec, nullptr);
+   refused(rtx3gppCipher(ctx, data.data(), 0), RTX_E_NO_SECURITY);
+   refused(rtx3gppComputeMAC(ctx, data.data(), 1, &value), RTX_E_NO_SECURITY);
+   refused(assign(keyA, keyB, 2, 2), RTX_E_NO_SECURITY);
+   rtx3gppSecFree(ctx);
+   refused(rtxErrGetStatus(ctx), RTX_E_NO_SECURITY);
+}
+
+// System memory that may run out and stays readable when freed, to look for secrets.
+bool exhausted = false;
+std::vector<void*> released;
+
+void* limitedMalloc(size_t size) {
+   return exhausted ? nullptr : std::malloc(size);
+}
+void* limitedRealloc(void* ptr, size_t size) {
+   return exhausted ? nullptr : std::realloc(ptr, size);
+}
+void keepReleased(void* ptr) {
+   released.push_back(ptr);
+}
+
+class SecurityMemory : public testing::Test {
+protected:
+   void SetUp() override {
+      ASSERT_EQ(rtxInitContextExt(&ctx, limitedMalloc, limitedRealloc, keepReleased), 0);
+   }
+   void TearDown() override {
+      exhausted = false;
+      rtxFreeContext(&ctx);
+      for (void* ptr : released) std::free(ptr);
+      released.clear();
+   }
+   /** Leaves no room in the heap for anything. */
+   void exhaust() {
+      exhausted = true;
+      for (size_t size = 65536; size != 0; size /= 2)
+         while (rtxMemHeapAlloc(&ctx, size) != nullptr) {}
+   }
+
+   RtxContext ctx;
+};
+
+TEST_F(SecurityMemory, EndsWithoutMemory) {
+   const auto failed = [&](int status) {
+      EXPECT_EQ(status, RTX_E_NOMEM);
+      EXPECT_EQ(rtxErrGetFirstError(&ctx), RTX_E_NOMEM);
+      rtxErrReset(&ctx);
+   };
+   exhausted = true;
+   failed(rtx3gppSecInitialize(&ctx));
+   EXPECT_EQ(ctx.nasSec, nullptr);
+
+   exhausted = false;
+   ASSERT_EQ(rtx3gppSecInitialize(&ctx), 0);
+   exhaust();
+   failed(rtx3gppAssignAlgorithmKeys(&ctx, keyA.data(), keyB.data(), 2, 2));
+   failed(rtx3gppAssignAlgorithmKeys(&ctx, nullptr, keyB.data(), 0, 2));
+   EXPECT_EQ(ctx.nasSec->integAlg, 0);
+   EXPECT_EQ(ctx.nasSec->cipherAlg, 0);
+
+   exhausted = false;
+   ASSERT_EQ(rtx3gppAssignAlgorithmKeys(&ctx, keyA.data(), keyB.data(), 2, 2), 0);
+   exhausted = true;
+   Octets data(1 << 20, 0x11);
+   uint32_t value;
+   failed(rtx3gppComputeMAC(&ctx, data.data(), data.size(), &value));
+}
+
+TEST_F(SecurityMemory, NoSecretStaysInMemory) {
+   struct Case {
+      const char* name;
+      int integAlg, cipherAlg;
+      bool subkeysGo, schedulesGo;
+   };
+   for (const Case& c : {Case{"null", 0, 0, true, true}, Case{"ciphering only", 0, 2, true, false},
+                         Case{"refused", 7, 1, true, true}, Case{"integrity only", 2, 0, false, false}}) {
+      SCOPED_TRACE(c.name);
+      ASSERT_EQ(rtx3gppSecInitialize(&ctx), 0);
+      ASSERT_EQ(rtx3gppAssignAlgorithmKeys(&ctx, keyA.data(), keyB.data(), 2, 2), 0);
+      const auto* subkeys = reinterpret_cast<const uint32_t*>(ctx.nasSec->cmacSubkeys);
+      const uint32_t* schedules = ctx.nasSec->aesSchedules;
+      const std::vector<uint32_t> oldSubkeys(subkeys, subkeys + 8), oldSchedules(schedules, schedules + 88);
+      // The heap may write links of its own over the first words of what it got back.
+      const auto kept = [](const uint32_t* now, const std::vector<uint32_t>& before) {
+         size_t count = 0;
+         for (size_t i = 4; i < before.size(); ++i) count += now[i] == before[i];
+         return count;
+      };
+      rtx3gppAssignAlgorithmKeys(&ctx, keyA.data(), keyB.data(), c.integAlg, c.cipherAlg);
+      EXPECT_EQ(kept(subkeys, oldSubkeys), c.subkeysGo ? 0u : 4u);
+      EXPECT_EQ(kept(schedules, oldSchedules), c.schedulesGo ? 0u : 84u);
+      rtx3gppSecFree(&ctx);
+      EXPECT_EQ(kept(subkeys, oldSubkeys), 0u);
+      EXPECT_EQ(kept(schedules, oldSchedules), 0u);
+      rtxErrReset(&ctx);
+   }
+}
+
+} // namespace
