@@ -21,8 +21,9 @@ const AesForm& aesForm() {
 }
 
 void shiftLeft(const uint8_t* in, uint8_t* out) {
-   for (size_t i = 0; i + 1 < aesBlockSize; ++i) out[i] = static_cast<uint8_t>(in[i] << 1 | in[i + 1] >> 7);
-   out[aesBlockSize - 1] = static_cast<uint8_t>(in[aesBlockSize - 1] << 1);
+   const uint64_t high = bigEndian(loadWord<uint64_t>(in)), low = bigEndian(loadWord<uint64_t>(in + 8));
+   storeWord(out, bigEndian(high << 1 | low >> 63));
+   storeWord(out + 8, bigEndian(low << 1));
 }
 
 void cmacSubkeys(const AesForm& form, const uint32_t* schedule, uint8_t* subkeys) {

@@ -51,6 +51,23 @@ void shiftLeft(const uint8_t* in, uint8_t* out);
 /** K1 and K2 of CMAC (NIST SP 800-38B, 6.1) into 32 octets. */
 void cmacSubkeys(const AesForm& form, const uint32_t* schedule, uint8_t* subkeys);
 
+/** Octets of memory as an integer of the host, and back; no alignment is needed. */
+template <class Word>
+inline Word loadWord(const uint8_t* octets) {
+   Word word;
+   std::memcpy(&word, octets, sizeof word);
+   return word;
+}
+template <class Word>
+inline void storeWord(uint8_t* octets, Word word) {
+   std::memcpy(octets, &word, sizeof word);
+}
+
+/** A big-endian word of memory as a number, or a number as such a word. */
+constexpr uint64_t bigEndian(uint64_t word) {
+   return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? word : __builtin_bswap64(word);
+}
+
 /** Zeroes memory that held a secret, in a way that no optimiser drops. */
 inline void secureClear(void* ptr, size_t size) {
    std::memset(ptr, 0, size);

@@ -38,6 +38,10 @@ struct ArmUnit {
    static QUORVA_AES_TARGET inline void store(uint8_t* octets, Block block) { vst1q_u8(octets, block); }
    static QUORVA_AES_TARGET inline Block exclusiveOr(Block a, Block b) { return veorq_u8(a, b); }
 
+   static QUORVA_AES_TARGET inline Block join(uint64_t low, uint64_t high) {
+      return vcombine_u8(vcreate_u8(low), vcreate_u8(high));
+   }
+
    /** All round keys; with eight blocks they still fit the 32 registers. */
    struct ChainKeys {
       uint8x16_t key[rounds + 1];

@@ -4,7 +4,8 @@
  * functions have internal linkage, since each form compiles them with instructions of its own.
  *
  * Such a source defines QUORVA_AES_TARGET, the attribute of its functions, and hands in a `Unit` with
- * - `Block`, 16 octets, and `load`, `store`, `exclusiveOr` for it;
+ * - `Block`, 16 octets, and `load`, `store`, `exclusiveOr` for it, and `join` of two words whose least
+ * significant octets come first;
  * - `ChainKeys`, made from a schedule, and `encrypt(keys, a, b)`, which enciphers a XOR b;
  * - `StreamKeys`, made from a schedule, and `keyStream<N>(keys, counter, stream)`, which enciphers the next N
  * counter blocks (at most `lanes`) and steps the counter; `Counter` is made from the nonce.
@@ -34,13 +35,16 @@ QUORVA_AES_TARGET inline void xorBlock(uint8_t* data, typename Unit::Block strea
 
 template <class Word>
 QUORVA_AES_TARGET inline void xorWord(uint8_t*& data, const uint8_t*& stream) {
-   Word a, b;
-   std::memcpy(&a, data, sizeof a);
-   std::memcpy(&b, stream, sizeof b);
-   a = static_cast<Word>(a ^ b);
-   std::memcpy(data, &a, sizeof a);
-   data += sizeof a;
-   stream += sizeof a;
+   storeWord(data, static_cast<Word>(loadWord<Word>(data) ^ loadWord<Word>(stream)));
+   data += sizeof(Word);
+   stream += sizeof(Word);
+}
+
+/** Octets of memory as a number, the first the least significant. */
+template <class Word>
+QUORVA_AES_TARGET inline uint64_t loadLittle(const uint8_t* octets) {
+   const uint64_t word = loadWord<Word>(octets);
+   return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : bigEndian(word) >> (64 - 8 * sizeof(Word));
 }
 
 /** XORs the last block of the data, which may have fewer than 16 octets. */
@@ -93,30 +97,50 @@ QUORVA_AES_TARGET void counterMode(const uint32_t* schedule, const uint8_t* nonc
                       keys, counter, data, length);
 }
 
+/**
+ * A block of fewer than 16 octets with the padding of CMAC. It is put together in registers, from the pieces
+ * in which copyInPieces() writes: read back from memory it would wait for the whole chain before it.
+ */
+template <class Unit>
+QUORVA_AES_TARGET inline typename Unit::Block paddedBlock(const uint8_t* data, size_t length) {
+   const uint8_t* next = data + (length & 8);
+   uint64_t rest = 0;
+   unsigned bits = 0;
+   if (length & 4) {
+      rest = loadLittle<uint32_t>(next);
+      bits = 32;
+      next += 4;
+   }
+   if (length & 2) {
+      rest |= loadLittle<uint16_t>(next) << bits;
+      bits += 16;
+      next += 2;
+   }
+   if (length & 1) {
+      rest |= uint64_t{*next} << bits;
+      bits += 8;
+   }
+   rest |= uint64_t{0x80} << bits;
+   return length & 8 ? Unit::join(loadLittle<uint64_t>(data), rest) : Unit::join(rest, 0);
+}
+
 template <class Unit>
 QUORVA_AES_TARGET void cmac(const uint32_t* schedule, const uint8_t* subkeys, const uint8_t* data,
                             size_t length, uint8_t* tag) {
    const typename Unit::ChainKeys keys(schedule);
-   uint8_t octets[aesBlockSize] = {};
-   typename Unit::Block chain = Unit::load(octets);
+   typename Unit::Block chain = Unit::join(0, 0);
    for (; length > aesBlockSize; data += aesBlockSize, length -= aesBlockSize)
       chain = Unit::encrypt(keys, chain, Unit::load(data));
-   typename Unit::Block last;
-   if (length == aesBlockSize) {
-      last = Unit::exclusiveOr(Unit::load(data), Unit::load(subkeys));
-   } else {
-      if (length != 0) std::memcpy(octets, data, length);
-      octets[length] = 0x80;
-      last = Unit::exclusiveOr(Unit::load(octets), Unit::load(subkeys + aesBlockSize));
-   }
-   Unit::store(tag, Unit::encrypt(keys, chain, last));
+   const bool whole = length == aesBlockSize;
+   const typename Unit::Block last = whole ? Unit::load(data) : paddedBlock<Unit>(data, length);
+   const typename Unit::Block subkey = Unit::load(whole ? subkeys : subkeys + aesBlockSize);
+   Unit::store(tag, Unit::encrypt(keys, chain, Unit::exclusiveOr(last, subkey)));
 }
 
 template <class Unit>
 QUORVA_AES_TARGET void encryptBlock(const uint32_t* schedule, const uint8_t* in, uint8_t* out) {
    const typename Unit::ChainKeys keys(schedule);
-   const uint8_t zeros[aesBlockSize] = {};
-   Unit::store(out, Unit::encrypt(keys, Unit::load(in), Unit::load(zeros)));
+   Unit::store(out, Unit::encrypt(keys, Unit::load(in), Unit::join(0, 0)));
 }
 
 } // namespace

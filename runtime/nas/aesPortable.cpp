@@ -218,6 +218,10 @@ struct PortableUnit {
       for (int c = 0; c < 4; ++c) a.word[c] ^= b.word[c];
       return a;
    }
+   static inline Block join(uint64_t low, uint64_t high) {
+      return {{static_cast<uint32_t>(low), static_cast<uint32_t>(low >> 32), static_cast<uint32_t>(high),
+               static_cast<uint32_t>(high >> 32)}};
+   }
    static inline Block encrypt(const SlicedKeys& keys, const Block& chain, const Block& message) {
       Block block = exclusiveOr(chain, message);
       encryptBlocks<1>(keys, &block);

@@ -33,6 +33,10 @@ struct X86Unit {
    }
    static QUORVA_AES_TARGET inline Block exclusiveOr(Block a, Block b) { return _mm_xor_si128(a, b); }
 
+   static QUORVA_AES_TARGET inline Block join(uint64_t low, uint64_t high) {
+      return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+   }
+
    /** All round keys, to be held in registers along a chain. */
    struct ChainKeys {
       __m128i key[rounds + 1];

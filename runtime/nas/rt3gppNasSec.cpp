@@ -7,8 +7,6 @@
 #include "runtime/core/rtxInline.h"
 #include "runtime/nas/aes128.h"
 
-#include <cstring>
-
 using namespace quorva;
 
 namespace {
@@ -62,19 +60,47 @@ int refuseAlgorithm(RtxContext* pctxt, const char* what, int32_t algorithm) {
    return recordNewFailure(pctxt, RTX_E_UNSUPPORTED);
 }
 
-void putPrefix(uint8_t* octets, const RtxNasSecContext& sec) {
-   octets[0] = static_cast<uint8_t>(sec.count >> 24);
-   octets[1] = static_cast<uint8_t>(sec.count >> 16);
-   octets[2] = static_cast<uint8_t>(sec.count >> 8);
-   octets[3] = static_cast<uint8_t>(sec.count);
-   octets[4] = static_cast<uint8_t>(sec.bearer * 8 | sec.direction * 4);
-   octets[5] = octets[6] = octets[7] = 0;
+/** The octets of the prefix, as a word of memory. */
+uint64_t prefixOf(const RtxNasSecContext& sec) {
+   const auto octet4 = static_cast<uint8_t>(sec.bearer * 8 | sec.direction * 4);
+   return bigEndian(uint64_t{sec.count} << 32 | uint64_t{octet4} << 24);
+}
+
+using BlockWords __attribute__((vector_size(aesBlockSize))) = uint64_t;
+
+template <class Piece>
+void movePiece(uint8_t*& out, const uint8_t*& data) {
+   storeWord(out, loadWord<Piece>(data));
+   out += sizeof(Piece);
+   data += sizeof(Piece);
+}
+
+/**
+ * Copies the message behind the prefix, in the very pieces in which the MAC reads the copy: whole blocks,
+ * then 8, 4, 2 and 1 octets. A load that takes from two stores would wait until both have reached the cache,
+ * and so would the MAC.
+ */
+void copyInPieces(uint8_t* out, uint64_t prefix, const uint8_t* data, size_t length) {
+   if (length < prefixSize) {
+      storeWord(out, prefix);
+      out += prefixSize;
+   } else {
+      storeWord(out, BlockWords{prefix, loadWord<uint64_t>(data)});
+      out += aesBlockSize;
+      data += aesBlockSize - prefixSize;
+      length -= aesBlockSize - prefixSize;
+      for (; length >= aesBlockSize; length -= aesBlockSize) movePiece<BlockWords>(out, data);
+      if (length & 8) movePiece<uint64_t>(out, data);
+   }
+   if (length & 4) movePiece<uint32_t>(out, data);
+   if (length & 2) movePiece<uint16_t>(out, data);
+   if (length & 1) movePiece<uint8_t>(out, data);
 }
 
 uint32_t macOver(const RtxNasSecContext& sec, const uint8_t* octets, size_t length) {
    uint8_t tag[aesBlockSize];
    aesForm().cmac(integSchedule(sec), sec.cmacSubkeys, octets, length, tag);
-   return uint32_t{tag[0]} << 24 | uint32_t{tag[1]} << 16 | uint32_t{tag[2]} << 8 | tag[3];
+   return static_cast<uint32_t>(bigEndian(loadWord<uint64_t>(tag)) >> 32);
 }
 
 } // namespace
@@ -130,9 +156,9 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
    if (sec.cipherAlg != algAes) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
    if (sec.aesSchedules == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
-   uint8_t prefix[prefixSize];
-   putPrefix(prefix, sec);
-   aesForm().counterMode(cipherSchedule(sec), prefix, data, length);
+   uint8_t nonce[prefixSize];
+   storeWord(nonce, prefixOf(sec));
+   aesForm().counterMode(cipherSchedule(sec), nonce, data, length);
    return RTX_OK;
 }
 
@@ -151,14 +177,13 @@ int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t*
 
    const size_t total = length + prefixSize;
    if (total < prefixSize) { // wrapped around: deliberately in the caller's own octets
-      putPrefix(data, sec);
+      storeWord(data, prefixOf(sec));
       *mac = macOver(sec, data, total);
       return RTX_OK;
    }
    auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(pctxt, total));
    if (octets == nullptr) return recordNoMemory(pctxt);
-   putPrefix(octets, sec);
-   if (length != 0) std::memcpy(octets + prefixSize, data, length);
+   copyInPieces(octets, prefixOf(sec), data, length);
    *mac = macOver(sec, octets, total);
    rtxMemHeapFreePtr(pctxt, octets);
    return RTX_OK;

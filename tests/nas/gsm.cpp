@@ -36,10 +36,10 @@ TEST(GsmAlphabet, IsThatOfTheStandard) {
 
 std::string decoded(const Octets& octets, size_t septets, int expected = 0, size_t room = 200) {
    TestContext ctx;
-   std::vector<char> text(room, '!');
+   std::string text(room, '\1');
    EXPECT_EQ(rtx3GPPDecGSMCharStr(ctx.decode(octets), text.data(), text.size(), septets), expected);
    EXPECT_EQ(rtxErrGetLastError(ctx), expected);
-   return std::string(text.data(), room).substr(0, std::string(text.data(), room).find_last_not_of('!') + 1);
+   return text.substr(0, text.find_last_not_of('\1') + 1);
 }
 
 /** Septets packed one by one, least significant bit first. */

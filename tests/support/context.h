@@ -9,6 +9,9 @@
 #include "quorva/rtxError.h"
 #include "tests/support/vectors.h"
 
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,25 +29,23 @@ public:
    operator RtxContext*() { return &context_; }
    RtxContext* operator->() { return &context_; }
 
-   /** Gives the octets as input. They are kept in a block of their own size, for the sanitizers. */
+   /** Gives the octets as input. They stand in a block of their own size, for the sanitizers. */
    TestContext& decode(const Octets& octets) {
-      input_.assign(octets.begin(), octets.end());
-      input_.shrink_to_fit();
-      rtxCtxtSetBufPtr(&context_, input_.data(), input_.size());
+      give(octets.size());
+      std::copy(octets.begin(), octets.end(), buffer_.get());
       return *this;
    }
 
    /** Gives an output that holds `capacity` octets and does not grow. */
    TestContext& encode(size_t capacity = 512) {
-      input_.assign(capacity, 0xEE);
-      input_.shrink_to_fit();
-      rtxCtxtSetBufPtr(&context_, input_.data(), input_.size());
+      give(capacity);
+      std::fill_n(buffer_.get(), capacity, uint8_t{0xEE});
       return *this;
    }
 
    /** What has been written, the octet under the cursor included if bits of it are. */
    std::string written() const {
-      return hexFromOctets(input_.data(), context_.bufByteIndex + (context_.bufBitsLeft == 8 ? 0 : 1));
+      return hexFromOctets(buffer_.get(), context_.bufByteIndex + (context_.bufBitsLeft == 8 ? 0 : 1));
    }
 
    /** Octets passed by the cursor. */
@@ -57,8 +58,13 @@ public:
    }
 
 private:
+   void give(size_t size) {
+      buffer_.reset(new uint8_t[size]);
+      rtxCtxtSetBufPtr(&context_, buffer_.get(), size);
+   }
+
    RtxContext context_;
-   Octets input_;
+   std::unique_ptr<uint8_t[]> buffer_;
 };
 
 } // namespace quorva::test
