@@ -245,8 +245,15 @@ int rtxWriteBytes(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
 
 int rtxEncUInt32(RtxContext* pctxt, uint32_t value, size_t numocts) {
    if (numocts != 1 && numocts != 2 && numocts != 4) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
-   uint8_t octets[4];
+   const bool direct = pctxt->stream == nullptr && hot::octetAligned(pctxt) && fitsBuffer(pctxt, numocts);
+   uint8_t local[4];
+   uint8_t* octets = direct ? pctxt->bufData + pctxt->bufByteIndex : local;
    for (size_t i = 0; i < numocts; ++i) octets[i] = static_cast<uint8_t>(value >> 8 * (numocts - 1 - i));
+   if (direct) {
+      pctxt->bufByteIndex += numocts;
+      pctxt->lastChar = static_cast<uint8_t>(value);
+      return RTX_OK;
+   }
    return hot::octetAligned(pctxt) ? rtxWriteBytes(pctxt, octets, numocts)
                                    : rtxEncBitsFromByteArray(pctxt, octets, numocts * 8);
 }

@@ -3,7 +3,7 @@
 
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
-extern "C" __attribute__((weak)) int rtxMemBufAppend(RtxMemBuf*, const uint8_t*, size_t);
+#include "quorva/rtxMemBuf.h"
 #include "quorva/rtxMemHeap.h"
 #include "runtime/core/rtxBuffer.h"
 #include "runtime/core/rtxInline.h"

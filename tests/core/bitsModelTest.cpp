@@ -184,7 +184,9 @@ public:
                break;
             }
          EXPECT_EQ(target.back(), 0xEE);
-         if (nbits != 0) EXPECT_EQ(rtxCheckUnusedBitsZero(target.data(), nbits), 0);
+         if (nbits != 0) {
+            EXPECT_EQ(rtxCheckUnusedBitsZero(target.data(), nbits), 0);
+         }
          break;
       }
       default: EXPECT_EQ(rtxMoveBitCursor(c, static_cast<int32_t>(nbits)), 0);
@@ -196,7 +198,9 @@ private:
    template <typename T>
    void check(int status, bool kept, const T& value, uint64_t expected) {
       EXPECT_EQ(status, 0);
-      if (kept) EXPECT_EQ(value, expected);
+      if (kept) {
+         EXPECT_EQ(value, expected);
+      }
    }
    std::mt19937_64 random;
 };
@@ -218,10 +222,14 @@ TEST(BitsModel, ReadsFromBufferAndStreams) {
       }
       for (size_t pos = 0; pos < octets.size() * 8 && !HasFailure();) {
          reader.step(&c, octets, pos);
-         if (pos <= octets.size() * 8) ASSERT_EQ(rtxCtxtGetBitOffset(&c), pos) << seed;
+         if (pos <= octets.size() * 8) {
+            ASSERT_EQ(rtxCtxtGetBitOffset(&c), pos) << seed;
+         }
       }
       ASSERT_FALSE(HasFailure()) << seed;
-      if (seed % 2 == 1) EXPECT_LE(c.stream->ctxtBufSize, 2048u) << seed; // nothing inflates the buffer
+      if (seed % 2 == 1) { // nothing inflates the buffer
+         EXPECT_LE(c.stream->ctxtBufSize, 2048u) << seed;
+      }
    }
 }
 

@@ -424,7 +424,9 @@ TEST(BitTools, SizesOfNumbers) {
       EXPECT_EQ(rtxUInt64BitLen(uint64_t{top} << 32), bits + 32);
       EXPECT_EQ(rtxLog2Floor(top), bits - 1);
       EXPECT_EQ(rtxLog2Ceil(top), std::max(1u, bits - 1));
-      if (bits > 1) EXPECT_EQ(rtxLog2Ceil(size_t{top} + 1), bits);
+      if (bits > 1) {
+         EXPECT_EQ(rtxLog2Ceil(size_t{top} + 1), bits);
+      }
    }
    EXPECT_EQ(rtxUInt32BitLen(0), 0u);
    EXPECT_EQ(rtxUInt64BitLen(0), 0u);
