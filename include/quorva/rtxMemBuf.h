@@ -39,7 +39,7 @@ QUORVA_API void rtxMemBufReset(RtxMemBuf* buf);
 /** Forgets the contents and frees the buffer's own memory. */
 QUORVA_API void rtxMemBufFree(RtxMemBuf* buf);
 
-/** Makes room for `nbytes` more octets. 0 or RTX_E_NOMEM, recorded. */
+/** Makes room for `nbytes` more octets. 0, or RTX_E_NOMEM recorded and the overall status returned. */
 QUORVA_API int rtxMemBufPreAllocate(RtxMemBuf* buf, size_t nbytes);
 
 /** Appends octets, which may be the buffer's own; null octets only make room. Status as PreAllocate. */

@@ -6,6 +6,7 @@
 #include "runtime/core/rtxMemHeapStatic.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <functional>
 
@@ -14,10 +15,6 @@ namespace {
 
 /** Flags with which allocation takes the long way. */
 constexpr uint32_t kSlowFlags = RTX_MH_STATIC | RTX_MH_CHECK_HEAP | RTX_MH_RAW_ONLY;
-
-bool aligned(const void* ptr) {
-   return reinterpret_cast<uintptr_t>(ptr) % kUnit == 0;
-}
 
 /** System memory for the heap's own records, which need their alignment. */
 void* systemAlloc(RtxMallocFunc mallocFn, RtxFreeFunc freeFn, size_t nbytes) {
@@ -52,19 +49,51 @@ void* allocRaw(RtxMemHeap* heap, size_t nbytes) {
    return raw + 1;
 }
 
-/** Cuts the allocation off the front of a free element that ends at index `link` and has `size` units. */
-inline void* takeElem(RtxMemBlk* blk, size_t link, unsigned size, unsigned units) {
-   const size_t index = link + 1 - size;
-   RtxMemElem* elem = elemAt(blk, index);
-   const unsigned rest = size - units;
-   if (rest > 1) [[likely]] { // the link stays where it is and serves the rest
-      *elemAt(blk, index + units) = {u16(rest), u16(units), 0, RTX_ME_FREE, 0};
-      elemAt(blk, link + 1)->prevOff = u16(rest);
-      size = units;
+/** Stores 8 octets of an element's header at once; fields stored one by one are what costs in a split. */
+inline void storeHeader(RtxMemElem* elem, size_t nunits, size_t prevOff, unsigned flags) {
+   if constexpr (std::endian::native == std::endian::little) {
+      const uint64_t header = nunits | prevOff << 16 | uint64_t{flags} << 48;
+      std::memcpy(static_cast<void*>(elem), &header, sizeof header);
    } else {
-      unlinkFree(blk, link);
+      *elem = {u16(nunits), u16(prevOff), 0, static_cast<uint8_t>(flags), 0};
    }
-   *elem = {u16(size), elem->prevOff, u16(index), 0, 1};
+}
+
+/** Marks an element as allocated, with one owner. */
+inline void markUsed(RtxMemElem* elem, size_t index) {
+   if constexpr (std::endian::native == std::endian::little) {
+      const auto half = static_cast<uint32_t>(index | 1u << 24);
+      std::memcpy(&elem->beginOff, &half, sizeof half);
+   } else {
+      elem->beginOff = u16(index);
+      elem->flags = 0;
+      elem->refCnt = 1;
+   }
+}
+
+/**
+ * Cuts an allocation off the front of a free element of `size` units; at least two must be left. The link
+ * stays where it is, at the end, and serves the rest.
+ * @param behind  The element that follows the free one.
+ * @param index   Its index.
+ */
+inline void* splitElem(RtxMemElem* behind, size_t index, size_t size, size_t units) {
+   const size_t rest = size - units;
+   RtxMemElem* elem = behind - size;
+   storeHeader(elem + units, rest, units, RTX_ME_FREE);
+   behind->prevOff = u16(rest);
+   elem->nunits = u16(units);
+   markUsed(elem, index - size);
+   return elem + 1;
+}
+
+/** Allocates from a free element that ends at index `link` and has `size` units. */
+inline void* takeElem(RtxMemBlk* blk, size_t link, unsigned size, unsigned units) {
+   RtxMemElem* behind = elemAt(blk, link + 1);
+   if (size - units > 1) return splitElem(behind, link + 1, size, units);
+   unlinkFree(blk, link);
+   RtxMemElem* elem = behind - size;
+   markUsed(elem, link + 1 - size);
    return elem + 1;
 }
 
@@ -180,18 +209,18 @@ void* allocStatic(RtxMemHeap* heap, size_t nbytes) {
 /** The usual case: the free element at which the search begins is much larger than what is wanted. */
 inline void* alloc(void* handle, size_t nbytes) {
    RtxMemHeap* heap = heapOf(handle);
-   if (heap == nullptr || (heap->flags & kSlowFlags) != 0 || heap->curBlock == nullptr ||
-       nbytes > kMaxElemData) [[unlikely]]
+   if (heap == nullptr || (heap->flags & kSlowFlags) != 0 || heap->curBlock == nullptr) [[unlikely]]
       return allocSlow(handle, nbytes);
    auto* blk = static_cast<RtxMemBlk*>(heap->curBlock);
-   const unsigned units = unitsOf(nbytes);
-   const uint16_t link = blk->freeHead;
-   const unsigned size = freeSize(blk, link);
+   const size_t units = ((nbytes - 1) / kUnit) + 2; // larger than any element for 0 octets
+   const size_t link = blk->freeHead;
+   RtxMemElem* behind = elemAt(blk, link + 1);
+   const size_t size = behind->prevOff;
    // A second free element takes the long way, which compares the two.
-   if (size <= units + 1 || linkAt(blk, link)->nextFree != 0) [[unlikely]]
+   if (units + 1 >= size || linkAt(blk, link)->nextFree != 0) [[unlikely]]
       return allocSlow(handle, nbytes);
    blk->maxFreeElem = kUnknown;
-   return takeElem(blk, link, size, units);
+   return splitElem(behind, link + 1, size, units);
 }
 
 /** Carries the saved flag of a reallocated piece to its new place. */
@@ -214,7 +243,7 @@ void* reallocByCopy(void* handle, RtxMemElem* elem, size_t nbytes) {
    else if (raw)
       releaseRaw(heap, rawOf(elem));
    else
-      _rtxMemHeapFreeElem(handle, elem);
+      freeElem(heap, elem);
    return fresh;
 }
 
@@ -281,6 +310,30 @@ void* reallocElem(void* handle, RtxMemElem* elem, size_t nbytes) {
    return reallocByCopy(handle, elem, nbytes);
 }
 
+/** Checks that the flags of the heap ask for before a pointer is freed. */
+[[gnu::noinline]] void checkFree(void* handle, const RtxMemHeap* heap, const void* ptr) {
+   if (isStatic(heap)) return;
+   if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapFree", 295);
+   if ((heap->flags & RTX_MH_CHECK_PTR) != 0 && rtxMemHeapCheckPtr(handle, ptr) == 0)
+      rtxMemHeapInvalidPtrHook(handle, ptr);
+}
+
+/** Gives up a reference to an allocation; the references left, or RTX_E_NOMEM for an unknown pointer. */
+inline int unref(void* handle, RtxMemHeap* heap, void* ptr) {
+   if ((heap->flags & (RTX_MH_CHECK_HEAP | RTX_MH_CHECK_PTR)) != 0) [[unlikely]]
+      checkFree(handle, heap, ptr);
+   if (!knownPtr(heap, ptr)) return RTX_E_NOMEM;
+   RtxMemElem* elem = elemOfData(ptr);
+   if (elem->refCnt == 0 || (elem->flags & RTX_ME_FREE) != 0) return 0;
+   if (elem->refCnt > 1) return --elem->refCnt;
+   elem->refCnt = 0;
+   if ((elem->flags & RTX_ME_RAW) != 0)
+      releaseRaw(heap, rawOf(elem));
+   else
+      freeElem(heap, elem);
+   return 0;
+}
+
 int createHeap(void* handle, RtxMallocFunc mallocFn, RtxReallocFunc reallocFn, RtxFreeFunc freeFn,
                uint32_t flags) {
    if (handle == nullptr) return RTX_E_BAD_ARGUMENT;
@@ -307,10 +360,6 @@ void makeStatic(RtxMemHeap* heap, void* buffer, size_t size) {
 
 } // namespace
 
-bool knownPtr(const RtxMemHeap* heap, const void* ptr) {
-   return aligned(ptr) && rtxMemInvalidPtr(heap, ptr) == 0 && rtxMemHeapCheckCode(heap, elemOfData(ptr)) != 0;
-}
-
 void releaseRaw(RtxMemHeap* heap, RtxRawMemBlk* raw) {
    auto* member = reinterpret_cast<RawRing*>(raw);
    member->prev->next = member->next;
@@ -331,6 +380,44 @@ void releaseBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
    }
    if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) _rtxMemHeapZeroMemBlk(blk);
    heap->freeFn(blk);
+}
+
+void freeElem(RtxMemHeap* heap, RtxMemElem* elem) {
+   RtxMemBlk* blk = blockOf(elem);
+   const size_t index = elem->beginOff;
+   size_t size = elem->nunits;
+   RtxMemElem* next = nextElem(elem);
+   const bool nextFree = (next->flags & RTX_ME_FREE) != 0;
+   RtxMemElem* prev = elem - elem->prevOff;
+   const bool prevFree = (prev->flags & RTX_ME_FREE) != 0;
+
+   if ((elem->flags & RTX_ME_SAVED) != 0) --blk->nsaved;
+   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) _rtxMemHeapZeroElem(elem); // before its end gets a link
+   elem->flags = RTX_ME_FREE;
+   elem->refCnt = 0;
+
+   const size_t oldLink = index - 1; // of the previous element, if that is free
+   const size_t newLink = index + size - 1;
+   if (prevFree && nextFree) {
+      unlinkFree(blk, oldLink);
+   } else if (prevFree) { // the link moves to the new end
+      const RtxMemLink link = *linkAt(blk, oldLink);
+      *linkAt(blk, newLink) = {0, link.nextFree, link.prevFree};
+      linkAt(blk, link.prevFree)->nextFree = u16(newLink);
+      linkAt(blk, link.nextFree)->prevFree = u16(newLink);
+      if (blk->freeHead == oldLink) blk->freeHead = u16(newLink);
+   } else if (!nextFree) {
+      insertFree(blk, newLink);
+   }
+   if (nextFree) size += next->nunits;
+   if (prevFree) {
+      size += prev->nunits;
+      elem = prev;
+   }
+   elem->nunits = u16(size);
+   nextElem(elem)->prevOff = u16(size);
+   if (blk->maxFreeElem < size) blk->maxFreeElem = u16(size);
+   if (size == blk->nunits - 2u && (heap->flags & RTX_MH_FREE_EMPTY_BLOCK) != 0) releaseBlk(heap, blk);
 }
 
 } // namespace quorva::heap
@@ -443,8 +530,7 @@ void* rtxMemHeapReallocStatic(void* handle, void* ptr, size_t oldSize, size_t ne
 
 void rtxMemHeapFreePtr(void* handle, void* ptr) {
    RtxMemHeap* heap = heapOf(handle);
-   if (heap == nullptr || isStatic(heap)) return;
-   rtxMemHeapAutoPtrUnref(handle, ptr);
+   if (heap != nullptr && !isStatic(heap) && ptr != nullptr) unref(handle, heap, ptr);
 }
 
 void* rtxMemHeapAutoPtrRef(void* handle, void* ptr) {
@@ -458,22 +544,7 @@ void* rtxMemHeapAutoPtrRef(void* handle, void* ptr) {
 
 int rtxMemHeapAutoPtrUnref(void* handle, void* ptr) {
    RtxMemHeap* heap = heapOf(handle);
-   if (heap == nullptr || ptr == nullptr) return RTX_E_NULL;
-   if ((heap->flags & (RTX_MH_CHECK_HEAP | RTX_MH_CHECK_PTR)) != 0 && !isStatic(heap)) [[unlikely]] {
-      if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapFree", 295);
-      if ((heap->flags & RTX_MH_CHECK_PTR) != 0 && rtxMemHeapCheckPtr(handle, ptr) == 0)
-         rtxMemHeapInvalidPtrHook(handle, ptr);
-   }
-   if (!knownPtr(heap, ptr)) return RTX_E_NOMEM;
-   RtxMemElem* elem = elemOfData(ptr);
-   if (elem->refCnt == 0 || (elem->flags & RTX_ME_FREE) != 0) return 0;
-   if (elem->refCnt > 1) return --elem->refCnt;
-   elem->refCnt = 0;
-   if ((elem->flags & RTX_ME_RAW) != 0)
-      releaseRaw(heap, rawOf(elem));
-   else
-      _rtxMemHeapFreeElem(handle, elem);
-   return 0;
+   return heap == nullptr || ptr == nullptr ? RTX_E_NULL : unref(handle, heap, ptr);
 }
 
 int rtxMemHeapAutoPtrGetRefCount(void* handle, void* ptr) {
@@ -483,42 +554,7 @@ int rtxMemHeapAutoPtrGetRefCount(void* handle, void* ptr) {
 }
 
 void _rtxMemHeapFreeElem(void* handle, RtxMemElem* elem) {
-   RtxMemHeap* heap = heapOf(handle);
-   RtxMemBlk* blk = blockOf(elem);
-   const size_t index = elem->beginOff;
-   size_t size = elem->nunits;
-   RtxMemElem* next = nextElem(elem);
-   const bool nextFree = (next->flags & RTX_ME_FREE) != 0;
-   RtxMemElem* prev = elem - elem->prevOff;
-   const bool prevFree = (prev->flags & RTX_ME_FREE) != 0;
-
-   if ((elem->flags & RTX_ME_SAVED) != 0) --blk->nsaved;
-   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) _rtxMemHeapZeroElem(elem); // before its end gets a link
-   elem->flags = RTX_ME_FREE;
-   elem->refCnt = 0;
-
-   const size_t oldLink = index - 1; // of the previous element, if that is free
-   const size_t newLink = index + size - 1;
-   if (prevFree && nextFree) {
-      unlinkFree(blk, oldLink);
-   } else if (prevFree) { // the link moves to the new end
-      const RtxMemLink link = *linkAt(blk, oldLink);
-      *linkAt(blk, newLink) = {0, link.nextFree, link.prevFree};
-      linkAt(blk, link.prevFree)->nextFree = u16(newLink);
-      linkAt(blk, link.nextFree)->prevFree = u16(newLink);
-      if (blk->freeHead == oldLink) blk->freeHead = u16(newLink);
-   } else if (!nextFree) {
-      insertFree(blk, newLink);
-   }
-   if (nextFree) size += next->nunits;
-   if (prevFree) {
-      size += prev->nunits;
-      elem = prev;
-   }
-   elem->nunits = u16(size);
-   nextElem(elem)->prevOff = u16(size);
-   if (blk->maxFreeElem < size) blk->maxFreeElem = u16(size);
-   if (size == blk->nunits - 2u && (heap->flags & RTX_MH_FREE_EMPTY_BLOCK) != 0) releaseBlk(heap, blk);
+   freeElem(heapOf(handle), elem);
 }
 
 void* rtxMemHeapSysAlloc(void* handle, size_t nbytes) {

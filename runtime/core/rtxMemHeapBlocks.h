@@ -8,6 +8,7 @@
 #include "quorva/rtxMemHeapLayout.h"
 
 #include <cstring>
+#include <functional>
 
 namespace quorva::heap {
 
@@ -115,8 +116,41 @@ inline bool isStatic(const RtxMemHeap* heap) {
    return (heap->flags & RTX_MH_STATIC) != 0;
 }
 
-/** Could the pointer be one of this heap? Range, alignment and code guard. */
-bool knownPtr(const RtxMemHeap* heap, const void* ptr);
+/** Link of an element; null if its size is 0. */
+inline RtxMemLink* linkOf(RtxMemElem* elem) {
+   return elem->nunits == 0 ? nullptr : reinterpret_cast<RtxMemLink*>(elem + elem->nunits - 1);
+}
+
+/** Is the pointer outside all that the heap ever handed out? */
+inline bool outOfRange(const RtxMemHeap* heap, const void* ptr) {
+   return std::less<>()(ptr, static_cast<const void*>(heap->minAddr)) ||
+          std::less<>()(static_cast<const void*>(heap->maxAddr), ptr);
+}
+
+/** Does the code guard of an element show that it is this heap's? */
+inline bool codeMatches(const RtxMemHeap* heap, const void* elem) {
+   // A header that no heap wrote must not lead the test itself out of the heap.
+   const auto address = reinterpret_cast<uintptr_t>(elem);
+   const auto lowest = reinterpret_cast<uintptr_t>(heap->minAddr) + kSentinelAt;
+   if (lowest == kSentinelAt || address < lowest) return false;
+   const size_t back = static_cast<const RtxMemElem*>(elem)->beginOff * kUnit;
+   if (address - lowest < back) return false;
+   uint32_t code;
+   std::memcpy(&code, static_cast<const uint8_t*>(elem) - back, sizeof code);
+   return code == heap->code;
+}
+
+inline bool aligned(const void* ptr) {
+   return reinterpret_cast<uintptr_t>(ptr) % kUnit == 0;
+}
+
+/** Could the pointer be one of this heap? */
+inline bool knownPtr(const RtxMemHeap* heap, const void* ptr) {
+   return aligned(ptr) && !outOfRange(heap, ptr) && codeMatches(heap, elemOfData(ptr));
+}
+
+/** Frees an element and joins it to its free neighbours. */
+void freeElem(RtxMemHeap* heap, RtxMemElem* elem);
 
 /** Unlinks a raw block and gives it back to the system. */
 void releaseRaw(RtxMemHeap* heap, RtxRawMemBlk* raw);

@@ -246,7 +246,7 @@ RtxMemElem* rtxMemHeapGetFreeElem(RtxMemLink* link) {
 }
 
 RtxMemLink* rtxMemHeapGetFreeLink(RtxMemElem* elem) {
-   return elem->nunits == 0 ? nullptr : reinterpret_cast<RtxMemLink*>(elem + elem->nunits - 1);
+   return linkOf(elem);
 }
 
 RtxMemBlk* rtxMemHeapGetMemBlk(RtxMemElem* elem) {
@@ -286,19 +286,11 @@ void _rtxMemHeapZeroRawBlk(RtxRawMemBlk* raw) {
 }
 
 int rtxMemInvalidPtr(const RtxMemHeap* heap, const void* ptr) {
-   return std::less<>()(ptr, heap->minAddr) || std::less<>()(heap->maxAddr, ptr);
+   return outOfRange(heap, ptr);
 }
 
 int rtxMemHeapCheckCode(const RtxMemHeap* heap, const void* elem) {
-   // A header that no heap wrote must not lead the test itself out of the heap.
-   const auto address = reinterpret_cast<uintptr_t>(elem);
-   const auto lowest = reinterpret_cast<uintptr_t>(heap->minAddr);
-   if (lowest == 0 || address < lowest + kSentinelAt) return 0;
-   const size_t back = static_cast<const RtxMemElem*>(elem)->beginOff * kUnit;
-   if (address - lowest - kSentinelAt < back) return 0;
-   uint32_t code;
-   std::memcpy(&code, static_cast<const uint8_t*>(elem) - back, sizeof code);
-   return code == heap->code;
+   return codeMatches(heap, elem);
 }
 
 int rtxMemHeapCheckPtr(void* handle, const void* ptr) {

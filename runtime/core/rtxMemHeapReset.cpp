@@ -74,7 +74,7 @@ void renewBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
    if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) std::memset(elemAt(blk, kFirst), 0, size * kUnit);
    RtxMemElem* elem = elemAt(blk, kFirst);
    *elem = {size, 1, 0, RTX_ME_FREE, 0};
-   RtxMemLink* link = rtxMemHeapGetFreeLink(elem);
+   RtxMemLink* link = linkOf(elem);
    if (link == nullptr) {
       rtxErrAssertionFailed("pFreeLink != 0", 145, "rtxMemHeapReset");
    }

@@ -1,6 +1,6 @@
 /** Random operations on a heap, against a model of what is allocated and what it contains. */
 #include "quorva/rtxMemHeapLayout.h"
-#include "SystemMemory.h"
+#include "support/systemMemory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 /**
- * @file SystemMemory.h
- * System functions for heaps under test: they count what is out, and can be told to fail.
+ * @file systemMemory.h
+ * System functions for contexts and heaps under test: they count what is out, and can be told to fail.
  */
-#ifndef QUORVA_TESTS_HEAP_SYSTEMMEMORY_H
-#define QUORVA_TESTS_HEAP_SYSTEMMEMORY_H
+#ifndef QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
+#define QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
 
 #include <cstddef>
 #include <cstdlib>

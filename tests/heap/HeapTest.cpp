@@ -1,0 +1,633 @@
+/** Heap: layout, placing, flags, ownership, reset, static heaps, system failures. */
+#include "quorva/rtxContext.h"
+#include "quorva/rtxMemHeapLayout.h"
+#include "support/systemMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+RtxMemElem* elemOf(void* ptr) {
+   return static_cast<RtxMemElem*>(ptr) - 1;
+}
+
+RtxMemBlk* blkOf(void* ptr) {
+   return rtxMemHeapGetMemBlk(elemOf(ptr));
+}
+
+/** A heap on counted system memory; at the end nothing may be left. */
+class Heap : public testing::Test {
+protected:
+   Heap() {
+      system_memory::reset();
+      EXPECT_EQ(0, rtxMemHeapCreateExt(&heap_, system_memory::alloc, system_memory::realloc,
+                                       system_memory::free));
+   }
+
+   ~Heap() override {
+      check();
+      rtxMemHeapRelease(&heap_);
+      EXPECT_EQ(system_memory::live, 0u);
+   }
+
+   void* alloc(size_t nbytes) { return rtxMemHeapAlloc(&heap_, nbytes); }
+   void free(void* ptr) { rtxMemHeapFreePtr(&heap_, ptr); }
+   void check() { rtxMemHeapCheck(&heap_, __FILE__, __LINE__); }
+
+   /** Data sizes in octets of a block's free elements, in the order of the ring from its head. */
+   std::vector<size_t> freeRing(RtxMemBlk* blk) {
+      check();
+      std::vector<size_t> sizes;
+      RtxMemLink* const first = &blk->sentinel + blk->freeHead;
+      RtxMemLink* link = first;
+      do {
+         EXPECT_EQ(rtxMemHeapGetPrevFree(blk, rtxMemHeapGetNextFree(blk, link)), link);
+         if (RtxMemElem* elem = rtxMemHeapGetFreeElem(link)) {
+            EXPECT_EQ(rtxMemHeapGetFreeLink(elem), link);
+            sizes.push_back((elem->nunits - 1u) * 8);
+         }
+         link = rtxMemHeapGetNextFree(blk, link);
+      } while (link != first);
+      return sizes;
+   }
+
+   RtxMemHeap* heap_ = nullptr;
+};
+
+using Sizes = std::vector<size_t>;
+
+TEST_F(Heap, FirstAllocationMakesABlock) {
+   void* ptr = alloc(100);
+   auto* blk = static_cast<RtxMemBlk*>(heap_->curBlock);
+   EXPECT_EQ(system_memory::lastSize, 4096u);
+   EXPECT_EQ(static_cast<char*>(ptr) - reinterpret_cast<char*>(blk), 48);
+   EXPECT_EQ(blk, blkOf(ptr));
+   EXPECT_EQ(blk->nunits, 508);
+   EXPECT_EQ(elemOf(ptr)->nunits, 14);
+   EXPECT_EQ(blk->maxFreeElem, 492);
+   EXPECT_EQ(freeRing(blk), Sizes{491 * 8});
+   RtxMemElem* next = rtxMemHeapGetNextElem(elemOf(ptr));
+   EXPECT_EQ(next->nunits, 492);
+   EXPECT_EQ(rtxMemHeapGetPrevElem(next), elemOf(ptr));
+   EXPECT_TRUE(rtxMemHeapCheckCode(heap_, elemOf(ptr)));
+   EXPECT_FALSE(rtxMemInvalidPtr(heap_, ptr));
+}
+
+TEST_F(Heap, SizesAtTheEdgeOfABlock) {
+   struct {
+      size_t nbytes;
+      unsigned units; ///< 0: raw.
+      size_t system;
+   } const cases[] = {
+         {4096 - 56, 506, 4096}, {4096 - 55, 507, 8192}, {524256, 65533, 524312}, {524257, 0, 524289}};
+   for (const auto& c : cases) {
+      rtxMemHeapFreeAll(&heap_);
+      void* ptr = alloc(c.nbytes);
+      ASSERT_NE(ptr, nullptr);
+      std::memset(ptr, 0xA5, c.nbytes);
+      EXPECT_EQ(system_memory::lastSize, c.system) << c.nbytes;
+      EXPECT_EQ((elemOf(ptr)->flags & RTX_ME_RAW) != 0, c.units == 0);
+      EXPECT_TRUE(c.units == 0 || elemOf(ptr)->nunits == c.units);
+      check();
+   }
+   EXPECT_EQ(alloc(SIZE_MAX - 31), nullptr);
+   EXPECT_EQ(alloc(SIZE_MAX), nullptr);
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, alloc(600000), SIZE_MAX - 34), nullptr);
+}
+
+TEST_F(Heap, NoOctetsGiveRoomForEight) {
+   void* ptr = alloc(0);
+   EXPECT_EQ(elemOf(ptr)->nunits, 2);
+   EXPECT_EQ(elemOf(alloc(0))->nunits, 2);
+   EXPECT_EQ(elemOf(alloc(8))->nunits, 2);
+   EXPECT_EQ(elemOf(alloc(9))->nunits, 3);
+   std::memset(ptr, 0xFF, 8);
+}
+
+TEST_F(Heap, FreedNeighboursJoin) {
+   // the order in which the three pieces are freed, and what the ring shows after each step
+   struct {
+      int order[3];
+      Sizes rings[3];
+   } const cases[] = {{{0, 2, 1}, {{16, 3920}, {16, 32, 3920}, {96, 3920}}},
+                      {{0, 1, 2}, {{16, 3920}, {56, 3920}, {96, 3920}}},
+                      {{2, 1, 0}, {{32, 3920}, {72, 3920}, {96, 3920}}}};
+   for (const auto& c : cases) {
+      rtxMemHeapReset(&heap_);
+      void* pieces[3] = {alloc(16), alloc(32), alloc(32)};
+      void* end = alloc(8);
+      for (int i = 0; i < 3; ++i) {
+         free(pieces[c.order[i]]);
+         Sizes sizes = freeRing(blkOf(end));
+         std::sort(sizes.begin(), sizes.end());
+         EXPECT_EQ(sizes, c.rings[i]) << i;
+      }
+      free(end);
+      EXPECT_EQ(freeRing(static_cast<RtxMemBlk*>(heap_->curBlock)), Sizes{505 * 8});
+      EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
+   }
+}
+
+TEST_F(Heap, SearchLooksOneFreeElementAhead) {
+   void* large = alloc(200);
+   alloc(8);
+   void* small = alloc(100);
+   alloc(8);
+   void* tiny = alloc(50);
+   alloc(8);
+   RtxMemBlk* blk = blkOf(large);
+   // each is put behind the head of the ring, which is the rest of the block
+   free(tiny);
+   free(small);
+   free(large);
+   const Sizes ring = freeRing(blk);
+   ASSERT_EQ(ring.size(), 4u);
+   EXPECT_EQ((Sizes{ring.begin() + 1, ring.end()}), (Sizes{200, 104, 56}));
+   EXPECT_EQ(alloc(150), large); // the head fits, but the next one is smaller
+   EXPECT_EQ(freeRing(blk)[0], ring[0]);
+   EXPECT_EQ(blk->maxFreeElem, 65535);
+   EXPECT_EQ(alloc(40), static_cast<char*>(large) + 160); // the rest of it serves exactly
+   EXPECT_EQ(alloc(96), small);                           // a rest of one unit stays inside
+   EXPECT_EQ(elemOf(small)->nunits, 14);
+}
+
+TEST_F(Heap, FullBlocksArePassedByTheirBound) {
+   void* first = alloc(4000); // 5 units are left
+   RtxMemBlk* blk = blkOf(first);
+   EXPECT_EQ(blk->maxFreeElem, 5);
+   void* second = alloc(4000);
+   EXPECT_NE(blkOf(second), blk);
+   EXPECT_EQ(system_memory::live, 3u);
+   EXPECT_EQ(blkOf(alloc(32)), blkOf(second));
+   EXPECT_EQ(heap_->curBlock, blkOf(second));
+   EXPECT_EQ(blkOf(alloc(32)), blk);
+   EXPECT_EQ(heap_->curBlock, blk); // the next search begins where this one ended
+   alloc(16);
+   EXPECT_EQ(blk->maxFreeElem, 0);
+}
+
+TEST_F(Heap, ResetKeepsBlocksAndFreesRawOnes) {
+   RtxMemBlk* first = blkOf(alloc(4000));
+   RtxMemBlk* second = blkOf(alloc(4000));
+   alloc(600000);
+   EXPECT_EQ(system_memory::live, 4u);
+   rtxMemHeapReset(&heap_);
+   EXPECT_EQ(system_memory::live, 3u);
+   EXPECT_EQ(freeRing(first), Sizes{505 * 8});
+   EXPECT_EQ(freeRing(second), Sizes{505 * 8});
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
+   const size_t calls = system_memory::calls;
+   alloc(4000);
+   alloc(4000);
+   EXPECT_EQ(system_memory::calls, calls);
+   rtxMemHeapFreeAll(&heap_);
+   EXPECT_EQ(system_memory::live, 1u);
+   EXPECT_EQ(heap_->curBlock, nullptr);
+   EXPECT_EQ(heap_->minAddr, nullptr);
+}
+
+TEST_F(Heap, EmptyBlocksGoBackWhenAskedFor) {
+   void* first = alloc(4000);
+   void* second = alloc(4000);
+   free(first);
+   EXPECT_EQ(system_memory::live, 3u);
+   first = alloc(4000);
+   rtxMemHeapSetFlags(&heap_, RTX_MH_FREE_EMPTY_BLOCK);
+   free(second);
+   EXPECT_EQ(system_memory::live, 2u);
+   EXPECT_EQ(heap_->curBlock, blkOf(first));
+   void* raw = alloc(600000);
+   free(first);
+   EXPECT_EQ(heap_->curBlock, nullptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, raw), 0); // the range still holds it
+   EXPECT_EQ(system_memory::live, 1u);
+   alloc(10);
+   alloc(4000);
+   rtxMemHeapReset(&heap_);
+   EXPECT_EQ(system_memory::live, 1u);
+   EXPECT_EQ(heap_->curBlock, nullptr);
+   EXPECT_EQ(heap_->maxAddr, nullptr);
+}
+
+TEST_F(Heap, ZeroOnFreeClearsWhatWasThere) {
+   std::memset(alloc(4040), 0, 4040);
+   rtxMemHeapReset(&heap_);
+   rtxMemHeapSetFlags(&heap_, RTX_MH_ZERO_ON_FREE);
+   const auto secret = [&](size_t nbytes) {
+      void* ptr = alloc(nbytes);
+      std::memset(ptr, 0x5A, nbytes);
+      return ptr;
+   };
+   const auto count = [&](RtxMemBlk* blk) { // octets of the secret in a block
+      const std::string octets(reinterpret_cast<char*>(blk), 4096);
+      return std::count(octets.begin(), octets.end(), 0x5A);
+   };
+   void *a = secret(64), *b = secret(64), *c = secret(64);
+   RtxMemBlk* blk = blkOf(a);
+   free(a);
+   free(c);
+   EXPECT_EQ(count(blk), 64);
+   free(b);
+   EXPECT_EQ(count(blk), 0);
+   secret(1000);
+   rtxMemHeapReset(&heap_);
+   EXPECT_EQ(count(blk), 0);
+}
+
+TEST_F(Heap, ReallocStaysInPlaceWhenItCan) {
+   void* ptr = alloc(100);
+   RtxMemBlk* blk = blkOf(ptr);
+   const RtxMemLink* link = &blk->sentinel + blk->freeHead;
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 104), ptr); // same units
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 50), ptr);  // the free neighbour begins earlier, its link stays
+   EXPECT_EQ(link, &blk->sentinel + blk->freeHead);
+   EXPECT_EQ(freeRing(blk), Sizes{(506 - 8 - 1) * 8});
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4000), ptr);
+   EXPECT_EQ(freeRing(blk), Sizes{4 * 8});
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4040), ptr); // all of the block
+   EXPECT_EQ(freeRing(blk), Sizes{});
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4033), ptr); // still all
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4032), ptr); // one unit can't stand alone
+   EXPECT_EQ(elemOf(ptr)->nunits, 506);
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4024), ptr); // two can
+   EXPECT_EQ(freeRing(blk), Sizes{8});
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4032), ptr); // a rest of one is taken along
+   EXPECT_EQ(elemOf(ptr)->nunits, 506);
+   std::memset(ptr, 7, 4032);
+   auto* moved = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5000));
+   EXPECT_NE(moved, ptr);
+   EXPECT_EQ(moved[4031], 7);
+   EXPECT_EQ(freeRing(blk), Sizes{505 * 8});
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, moved, 0), nullptr);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
+   EXPECT_NE(rtxMemHeapRealloc(&heap_, nullptr, 5), nullptr);
+}
+
+TEST_F(Heap, RawBlocksMoveInTheirRing) {
+   void* pieces[] = {alloc(600000), alloc(600000), alloc(600000)};
+   auto* ptr = static_cast<uint8_t*>(pieces[1]);
+   ptr[599999] = 9;
+   ptr = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5000000));
+   EXPECT_EQ(system_memory::lastSize, 5000032u);
+   EXPECT_EQ(ptr[599999], 9);
+   ptr[4999999] = 1;
+   check();
+   // The size in the header deliberately remains the first one, so a copy keeps no more than that.
+   EXPECT_EQ(rtxMemHeapGetRawMemBlk(elemOf(ptr))->size, 600000u);
+   ptr = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 100000));
+   EXPECT_EQ(rtxMemHeapGetRawMemBlk(elemOf(ptr))->size, 600000u);
+   ptr[599999] = 3; // and never exceeds the memory that is there
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
+   auto* copy = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 700000));
+   EXPECT_EQ(copy[599999], 3);
+   check();
+   EXPECT_TRUE(rtxMemHeapCheckPtr(&heap_, copy));
+   free(ptr);
+   EXPECT_FALSE(rtxMemHeapCheckPtr(&heap_, ptr));
+   EXPECT_EQ(system_memory::live, 4u);
+}
+
+TEST_F(Heap, References) {
+   auto* ptr = static_cast<uint8_t*>(alloc(10));
+   *ptr = 77;
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
+   free(ptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 2);
+   auto* copy = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5)); // one owner goes its own way
+   EXPECT_NE(copy, ptr);
+   EXPECT_EQ(*copy, 77);
+   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 1);
+   while (rtxMemHeapAutoPtrGetRefCount(&heap_, ptr) < 255) ASSERT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), nullptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 255);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, ptr), 254);
+   free(copy);
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, copy), nullptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, copy), 0);
+}
+
+TEST_F(Heap, StrangePointersAreIgnored) {
+   RtxMemHeap* none = nullptr;
+   void* ptr = alloc(64);
+   auto* inside = static_cast<char*>(ptr) + 16;
+   std::memset(ptr, 0xEE, 64);
+   alignas(8) char outside[32] = {};
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, outside + 8), RTX_E_NOMEM);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, inside), RTX_E_NOMEM); // the guard is wrong
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, inside + 1), RTX_E_NOMEM);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, heap_->minAddr), RTX_E_NOMEM);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, nullptr), RTX_E_NULL);
+   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&none, ptr), RTX_E_NULL);
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(nullptr, ptr), nullptr);
+   EXPECT_FALSE(rtxMemHeapCheckPtr(&heap_, inside));
+   EXPECT_FALSE(rtxMemHeapCheckPtr(&none, ptr));
+   EXPECT_TRUE(rtxMemHeapCheckPtr(&heap_, ptr));
+   rtxMemHeapFreePtr(&none, ptr);
+   rtxMemHeapFreePtr(nullptr, ptr);
+   rtxMemHeapReset(&none);
+   rtxMemHeapFreeAll(nullptr);
+   EXPECT_EQ(rtxMemHeapAlloc(nullptr, 8), nullptr);
+   EXPECT_EQ(rtxMemHeapRealloc(&none, nullptr, 8), nullptr);
+   EXPECT_EQ(rtxMemHeapGetDefBlkSize(&none), rtxMemGetDefBlkSize());
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&none));
+   EXPECT_FALSE(rtxMemHeapIsEmpty(&heap_));
+}
+
+TEST_F(Heap, SavedElementsSurviveAReset) {
+   void* pieces[12];
+   for (void*& ptr : pieces) ptr = alloc(40);
+   RtxMemBlk* blk = blkOf(pieces[0]);
+   for (int i : {0, 3, 4, 8}) {
+      elemOf(pieces[i])->flags |= RTX_ME_SAVED;
+      ++blk->nsaved;
+      std::memset(pieces[i], i + 1, 40);
+   }
+   free(pieces[6]);
+   void* raw = alloc(600000);
+   elemOf(raw)->flags |= RTX_ME_SAVED;
+   rtxMemHeapReset(&heap_);
+   EXPECT_EQ(freeRing(blk), (Sizes{(506 - 9 * 6 - 1) * 8, 3 * 48 - 8, 2 * 48 - 8}));
+   for (int i : {0, 3, 4, 8}) EXPECT_EQ(*static_cast<char*>(pieces[i]), i + 1);
+   EXPECT_TRUE(rtxMemHeapCheckPtr(&heap_, raw));
+
+   void* moved = rtxMemHeapRealloc(&heap_, pieces[3], 2000); // takes the flag along
+   EXPECT_NE(moved, pieces[3]);
+   EXPECT_EQ(elemOf(moved)->flags, RTX_ME_SAVED);
+   EXPECT_EQ(blk->nsaved, 4);
+   free(pieces[4]);
+   EXPECT_EQ(blk->nsaved, 3);
+   check();
+   rtxMemHeapFreeAll(&heap_); // they die too
+   EXPECT_EQ(system_memory::live, 1u);
+}
+
+TEST_F(Heap, PropertiesAndOwners) {
+   uint32_t value = RTX_MH_RAW_ONLY;
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_SET_FLAGS, &value);
+   EXPECT_EQ(elemOf(alloc(8))->flags, RTX_ME_RAW);
+   EXPECT_EQ(system_memory::lastSize, 40u);
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_CLEAR_FLAGS, &value);
+   value = 500;
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_DEF_BLK_SIZE, &value);
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_VALUE, &value);
+   rtxMemHeapSetProperty(&heap_, 9, &value);
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_VALUE, nullptr);
+   value = 0; // would divide by zero
+   rtxMemHeapSetProperty(&heap_, RTX_MHP_DEF_BLK_SIZE, &value);
+   EXPECT_EQ(rtxMemHeapGetDefBlkSize(&heap_), 500u);
+   EXPECT_EQ(heap_->propertyValue, 500u);
+   alloc(8);
+   EXPECT_EQ(system_memory::lastSize, 500u);
+   alloc(600);
+   EXPECT_EQ(system_memory::lastSize, 1000u);
+   EXPECT_EQ(rtxMemSetDefBlkSize(0), RTX_E_BAD_ARGUMENT);
+   EXPECT_EQ(rtxMemGetDefBlkSize(), 4096u);
+
+   char buffer[64];
+   RtxMemHeap* shared = heap_;
+   rtxMemHeapAddRef(&shared);
+   EXPECT_EQ(rtxMemHeapConvertStatic(&heap_, buffer, sizeof buffer), RTX_E_BAD_ARGUMENT);
+   rtxMemHeapRelease(&shared);
+   EXPECT_EQ(shared, heap_);
+   EXPECT_FALSE(rtxMemHeapIsEmpty(&heap_));
+   rtxMemHeapRelease(&shared);
+   EXPECT_EQ(shared, nullptr);
+   EXPECT_EQ(system_memory::live, 0u);
+   heap_ = nullptr;
+}
+
+TEST_F(Heap, ConvertedToStaticItsRecordStillGoesWhereItCameFrom) {
+   alignas(8) uint8_t buffer[64];
+   alloc(100);
+   alloc(600000);
+   EXPECT_EQ(rtxMemHeapConvertStatic(&heap_, buffer, sizeof buffer), 0);
+   EXPECT_EQ(system_memory::live, 1u);
+   EXPECT_EQ(heap_->mallocFn, g_malloc_func);
+   EXPECT_EQ(alloc(60), buffer);
+   EXPECT_EQ(alloc(5), nullptr);
+}
+
+TEST(HeapCreation, CodeGuards) {
+   RtxMemHeap* heap = nullptr;
+   srand(1);
+   const auto code = static_cast<uint32_t>(rand());
+   srand(1);
+   ASSERT_EQ(rtxMemHeapCreate(&heap), 0);
+   EXPECT_EQ(heap->code, code);
+   EXPECT_EQ(heap->refCount, 1u);
+   EXPECT_EQ(heap->flags, RTX_MH_OWN_RECORD);
+   void* ptr = rtxMemHeapAlloc(&heap, 8);
+   EXPECT_EQ(rtxMemHeapGetMemBlk(elemOf(ptr))->sentinel.code, code);
+   rtxMemHeapRelease(&heap);
+   ASSERT_EQ(rtxMemHeapCreateExt(&heap, malloc, nullptr, free), 0);
+   EXPECT_EQ(heap->code, 0u); // deliberately not from rand
+   rtxMemHeapRelease(&heap);
+   EXPECT_EQ(rtxMemHeapCreate(nullptr), RTX_E_BAD_ARGUMENT);
+   EXPECT_EQ(rtxMemHeapCreateExt(&heap, malloc, nullptr, nullptr), RTX_E_BAD_ARGUMENT);
+   EXPECT_EQ(rtxMemStaticHeapCreate(&heap, nullptr, 8), RTX_E_BAD_ARGUMENT);
+}
+
+TEST(HeapCreation, SystemMemoryPassesThrough) {
+   RtxMemHeap* heap = nullptr;
+   auto* ptr = static_cast<uint8_t*>(rtxMemHeapSysAllocZ(&heap, 100));
+   ASSERT_NE(heap, nullptr);
+   EXPECT_TRUE(rtxMemIsZero(ptr, 100));
+   ptr[99] = 1;
+   EXPECT_FALSE(rtxMemIsZero(ptr, 100));
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&heap));
+   ptr = static_cast<uint8_t*>(rtxMemHeapSysRealloc(&heap, ptr, 20000));
+   EXPECT_EQ(ptr[99], 1);
+   rtxMemHeapSysFreePtr(&heap, ptr);
+   rtxMemHeapRelease(&heap);
+}
+
+TEST(StaticHeap, HandsOutItsBufferFromFrontToBack) {
+   alignas(8) uint8_t buffer[100];
+   RtxMemHeap* heap = nullptr;
+   ASSERT_EQ(rtxMemStaticHeapCreate(&heap, buffer, sizeof buffer), 0);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&heap));
+   void* first = rtxMemHeapAlloc(&heap, 3);
+   EXPECT_EQ(first, buffer);
+   void* second = rtxMemHeapAllocZ(&heap, 10);
+   EXPECT_EQ(second, buffer + 3); // no rounding
+   EXPECT_FALSE(rtxMemHeapIsEmpty(&heap));
+   rtxMemHeapFreePtr(&heap, second);
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap, second), nullptr);
+   EXPECT_FALSE(rtxMemHeapCheckPtr(&heap, second));
+   EXPECT_EQ(rtxMemHeapRealloc(&heap, second, 20), nullptr);
+   struct {
+      void* ptr;
+      size_t oldSize, newSize;
+      void* result;
+      size_t used;
+   } const cases[] = {
+         {first, 3, 5, nullptr, 13},     {second, 10, 20, second, 23}, {second, 20, 20, nullptr, 23},
+         {second, 20, 4, second, 7},     {second, 4, 97, second, 100}, {second, 97, 98, nullptr, 100},
+         {second, 200, 1, nullptr, 100}, {second, 97, 1, second, 4},   {nullptr, 0, 6, buffer + 4, 10}};
+   for (const auto& c : cases) {
+      EXPECT_EQ(rtxMemHeapReallocStatic(&heap, c.ptr, c.oldSize, c.newSize), c.result);
+      EXPECT_EQ(heap->staticUsed, c.used);
+   }
+   EXPECT_EQ(rtxMemHeapAlloc(&heap, 91), nullptr);
+   rtxMemHeapSetFlags(&heap, RTX_MH_CHECK_HEAP | RTX_MH_CHECK_PTR); // nothing to check here
+   rtxMemHeapFreePtr(&heap, second);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap, second), RTX_E_NOMEM);
+   rtxMemHeapClearFlags(&heap, ~0u);
+   EXPECT_NE(heap->flags & RTX_MH_STATIC, 0u);
+   rtxMemHeapReset(&heap);
+   EXPECT_EQ(rtxMemHeapAlloc(&heap, 100), buffer);
+   rtxMemHeapSetFlags(&heap, RTX_MH_OWN_RECORD);
+   rtxMemHeapRelease(&heap);
+   EXPECT_EQ(heap, nullptr);
+}
+
+TEST(StaticSystemMemory, ServesWholeHeaps) {
+   alignas(8) static uint8_t buffer[3000];
+   rtxMemSetStaticAlloc(buffer + 1, sizeof buffer - 1);
+   EXPECT_EQ(rtxMemStaticAlloc_Alloc(3), buffer + 1);
+   EXPECT_EQ(rtxMemStaticAlloc_Alloc(2), buffer + 4); // no alignment
+   buffer[4] = 1;
+   EXPECT_EQ(rtxMemStaticAlloc_Realloc(buffer + 4, 2), buffer + 6);
+   EXPECT_EQ(buffer[6], 0); // deliberately no copy
+   rtxMemStaticAlloc_Free(buffer + 6);
+   EXPECT_EQ(rtxMemStaticAlloc_Alloc(sizeof buffer), nullptr);
+   rtxMemFreeStatic();
+   EXPECT_EQ(rtxMemStaticAlloc_Alloc(1), buffer + 1);
+
+   // The heap's own records need their alignment all the same.
+   RtxMemHeap* heap = nullptr;
+   ASSERT_EQ(rtxMemHeapCreate(&heap), 0);
+   rtxMemHeapSetFlags(&heap, RTX_MH_RAW_ONLY);
+   void* raw = rtxMemHeapAlloc(&heap, 33);
+   rtxMemHeapClearFlags(&heap, RTX_MH_RAW_ONLY);
+   const uint32_t blkSize = 301;
+   rtxMemHeapSetProperty(&heap, RTX_MHP_DEF_BLK_SIZE, &blkSize);
+   void* ptr = rtxMemHeapAlloc(&heap, 20);
+   EXPECT_EQ(reinterpret_cast<uintptr_t>(ptr) % 8, 0u);
+   void* moved = rtxMemHeapRealloc(&heap, raw, 50);
+   EXPECT_NE(moved, nullptr);
+   EXPECT_NE(moved, raw);
+   EXPECT_EQ(reinterpret_cast<uintptr_t>(moved) % 8, 0u);
+   rtxMemHeapCheck(&heap, __FILE__, __LINE__);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap, moved), 0);
+   EXPECT_EQ(rtxMemHeapAlloc(&heap, 2500), nullptr);
+   rtxMemHeapRelease(&heap);
+   rtxMemSetAllocFuncs(nullptr, nullptr, nullptr);
+   EXPECT_EQ(g_malloc_func, &malloc);
+}
+
+/** Every operation that can ask the system for memory, with the n-th request failing, alone and with all
+ * after it. */
+TEST(SystemFailure, LeavesTheHeapWhole) {
+   const auto script = [](RtxMemHeap** handle) {
+      bool complete = true;
+      const auto got = [&](void* ptr) {
+         complete &= ptr != nullptr;
+         rtxMemHeapCheck(handle, __FILE__, __LINE__);
+         return ptr;
+      };
+      void* a = got(rtxMemHeapAlloc(handle, 4000));
+      void* b = got(rtxMemHeapAllocZ(handle, 600000));
+      void* c = got(rtxMemHeapAlloc(handle, 3000));
+      if (void* fresh = got(rtxMemHeapRealloc(handle, a, 9000))) a = fresh;
+      if (void* fresh = got(rtxMemHeapRealloc(handle, b, 5000000))) b = fresh;
+      if (rtxMemHeapAutoPtrRef(handle, c) != nullptr) {
+         void* fresh = got(rtxMemHeapRealloc(handle, c, 4000));
+         EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(handle, c), fresh != nullptr ? 1 : 2);
+      }
+      got(rtxMemHeapRealloc(handle, a, 700000));
+      return complete;
+   };
+   for (bool onward : {false, true}) {
+      for (size_t n = 1;; ++n) {
+         system_memory::reset();
+         system_memory::failAt = n;
+         system_memory::failFromThere = onward;
+         RtxMemHeap* heap = nullptr;
+         const int status =
+               rtxMemHeapCreateExt(&heap, system_memory::alloc, system_memory::realloc, system_memory::free);
+         EXPECT_EQ(status, n == 1 ? RTX_E_NOMEM : 0);
+         const bool complete = status == 0 && script(&heap);
+         EXPECT_EQ(complete, system_memory::failures == 0) << n;
+         rtxMemHeapRelease(&heap);
+         EXPECT_EQ(system_memory::live, 0u);
+         if (complete) {
+            EXPECT_GT(n, 7u);
+            break;
+         }
+      }
+   }
+}
+
+TEST(SpareNodes, BelongToTheHeapAndDontCount) {
+   RtxContext context;
+   system_memory::reset();
+   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
+             0);
+   const auto nest = [&] {
+      for (int i = 0; i < 5; ++i) {
+         ASSERT_EQ(rtxCtxtPushElemName(&context, "name"), 0);
+         ASSERT_EQ(rtxCtxtPushContainerBytes(&context, 1), 0);
+      }
+      for (int i = 0; i < 5; ++i) {
+         EXPECT_STREQ(rtxCtxtPopElemName(&context), "name");
+         rtxCtxtPopContainer(&context);
+      }
+   };
+   nest();
+   EXPECT_NE(context.memHeap->spareNames, nullptr);
+   EXPECT_NE(context.memHeap->spareContainers, nullptr);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+   void* ptr = rtxMemHeapAlloc(&context, 4);
+   EXPECT_FALSE(rtxMemHeapIsEmpty(&context));
+   rtxMemHeapFreePtr(&context, ptr);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+
+   // Whatever ends the nodes' memory forgets them; with another owner about they are given back.
+   RtxMemHeap* other = context.memHeap;
+   rtxMemHeapAddRef(&other);
+   rtxMemHeapRelease(&other);
+   EXPECT_EQ(context.memHeap->spareNames, nullptr);
+   rtxMemHeapCheck(&context, __FILE__, __LINE__);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+   nest();
+   rtxMemHeapReset(&context);
+   EXPECT_EQ(context.memHeap->spareNames, nullptr);
+   nest();
+   rtxMemHeapFreeAll(&context);
+   EXPECT_EQ(context.memHeap->spareContainers, nullptr);
+   nest();
+   alignas(8) static uint8_t buffer[1000];
+   ASSERT_EQ(rtxMemHeapConvertStatic(&context, buffer, sizeof buffer), 0);
+   nest();
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+   const size_t used = context.memHeap->staticUsed;
+   nest();
+   EXPECT_EQ(context.memHeap->staticUsed, used);
+   rtxFreeContext(&context);
+   EXPECT_EQ(system_memory::live, 0u);
+}
+
+TEST(SteadyState, NeedsNoSystemMemory) {
+   RtxContext context;
+   system_memory::reset();
+   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
+             0);
+   size_t calls = 0;
+   for (int message = 0; message < 50; ++message) {
+      for (size_t piece = 0; piece < 400; ++piece)
+         ASSERT_NE(rtxMemHeapAlloc(&context, piece * 7 % 300), nullptr);
+      rtxMemHeapReset(&context);
+      if (message == 0) calls = system_memory::calls;
+      EXPECT_GT(calls, 10u);
+      EXPECT_EQ(system_memory::calls, calls);
+   }
+   rtxFreeContext(&context);
+}
+
+} // namespace
