@@ -14,12 +14,6 @@ bool allDigits(const std::string& text) {
    return text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-std::string trimmed(const std::string& text) {
-   size_t low = text.find_first_not_of(" \t\r");
-   if (low == std::string::npos) return {};
-   return text.substr(low, text.find_last_not_of(" \t\r") - low + 1);
-}
-
 class Lexer {
 public:
    Lexer(const std::string& text, int file, Diagnostics& diagnostics)
@@ -70,7 +64,10 @@ private:
 
    void remark(Tok kind, size_t lead) {
       size_t end = lineEnd();
-      put(kind, trimmed(text_.substr(at_ + lead, end - at_ - lead)), at_);
+      std::string text = text_.substr(at_ + lead, end - at_ - lead);
+      text.erase(text.find_last_not_of(" \t\r") + 1);
+      if (kind == Tok::Doc) text.erase(0, text.find_first_not_of(" \t"));
+      put(kind, std::move(text), at_);
       at_ = end;
    }
 

@@ -13,7 +13,7 @@ enum class Tok { Word, Number, Text, Sign, Doc, Comment, LineEnd, End };
 
 struct Token {
    Tok kind = Tok::End;
-   std::string text; // Text: without the quotes; Doc, Comment: without the lead and the blanks around
+   std::string text; // Text: without the quotes; Doc, Comment: without the lead
    Pos pos;
    bool first = false; // first of its line
 };

@@ -13,13 +13,15 @@
 namespace {
 
 const char usage[] = "usage: l3c --out DIR [--units FILE=N]… FILE.l3d…   write the sources of all modules\n"
-                     "       l3c --check FILE.l3d…                       read and check\n";
+                     "       l3c --check FILE.l3d…                       read and check\n"
+                     "       l3c --format FILE.l3d…                      rewrite in the canonical layout\n"
+                     "       l3c --explain TYPE FILE.l3d…                draw a type as the standards do\n";
 
-enum class Job { Check, Out };
+enum class Job { Check, Out, Format, Explain };
 
 struct Command {
    Job job = Job::Check;
-   std::string target;                    // folder of Out
+   std::string target;                    // folder of Out, type of Explain
    std::map<std::string, unsigned> units; // translation units by the name of the generated files
    std::vector<std::string> paths;
 };
@@ -39,6 +41,11 @@ bool parseCommand(const std::vector<std::string>& words, Command& command) {
       const bool more = i + 1 < words.size();
       if (word == "--check") {
          command.job = Job::Check;
+      } else if (word == "--format") {
+         command.job = Job::Format;
+      } else if (word == "--explain" && more) {
+         command.job = Job::Explain;
+         command.target = words[++i];
       } else if (word == "--out" && more) {
          command.job = Job::Out;
          command.target = words[++i];
@@ -67,6 +74,32 @@ bool slurp(const std::string& path, std::string& text) {
    return !in.bad();
 }
 
+// By the plain name or with the module.
+const l3c::Type* findType(const l3c::Model& model, const std::string& name) {
+   for (auto& module : model.modules) {
+      if (const l3c::Type* type = module->find(name)) return type;
+      if (name.starts_with(module->name + '_'))
+         if (const l3c::Type* type = module->find(name.substr(module->name.size() + 1))) return type;
+   }
+   return nullptr;
+}
+
+int formatAll(const l3c::Model& model) {
+   for (size_t i = 0; i < model.files.size(); ++i) {
+      std::ofstream out(model.files[i].path, std::ios::binary);
+      out << l3c::format(model, static_cast<int>(i));
+      if (!out.flush()) return fail("can't write " + model.files[i].path);
+   }
+   return 0;
+}
+
+int explainOne(const l3c::Model& model, const std::string& name) {
+   const l3c::Type* type = findType(model, name);
+   if (!type) return fail("there is no type " + name);
+   std::cout << l3c::explain(*type);
+   return 0;
+}
+
 int run(const Command& command) {
    l3c::Model model;
    l3c::Diagnostics diagnostics(model);
@@ -75,7 +108,8 @@ int run(const Command& command) {
       if (!slurp(path, text)) return fail("can't read " + path);
       l3c::readDescription(model, path, text, diagnostics);
    }
-   if (!diagnostics.failed()) {
+   // A layout needs no other modules.
+   if (!diagnostics.failed() && command.job != Job::Format) {
       l3c::resolve(model, diagnostics);
       l3c::check(model, diagnostics);
    }
@@ -83,6 +117,8 @@ int run(const Command& command) {
       std::cerr << diagnostics.render();
       return 1;
    }
+   if (command.job == Job::Format) return formatAll(model);
+   if (command.job == Job::Explain) return explainOne(model, command.target);
    if (command.job == Job::Out) {
       for (auto& module : model.modules) {
          auto units = command.units.find(module->file);
