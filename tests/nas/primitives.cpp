@@ -167,7 +167,8 @@ TEST(NonImperative, PassesOverOrRefuses) {
          {"95090100090100", 1, 0, 7},                 // locked
          {"9d090100090100", 1, RTX_E_UNSUPPORTED, 6}, // for one element
          {"9592090100", 1, 0, 5},                     // a locking shift only goes upwards
-         {"9598090100", 1, RTX_E_UNSUPPORTED, 4},     // to codeset 0 for one element
+         {"9590290100090100", 1, 0, 8},
+         {"9598090100", 1, RTX_E_UNSUPPORTED, 4}, // to codeset 0 for one element
          {"959880090100", 1, 0, 6},
          {"95", 1, 0, 1},
          {"9595", 1, 0, 2},
