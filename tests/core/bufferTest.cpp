@@ -168,6 +168,8 @@ TEST(Output, UnbufferedAndMemoryStreams) {
    EXPECT_EQ(stream->ioBytes, 4u);
    EXPECT_EQ(rtxWriteBytes(&c, octets, 3), 0);
    EXPECT_EQ(stream->ioBytes, 7u);
+   EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets, 20), 0);
+   EXPECT_EQ(stream->ioBytes, 9u);
    EXPECT_EQ(transport.data.size(), 3u);
    rtxMemHeapFreePtr(&c, c.bufData);
    c.bufData = nullptr;

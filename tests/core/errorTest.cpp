@@ -66,6 +66,10 @@ TEST(Errors, OverflowTakesTheElementPath) {
    EXPECT_EQ(c.elemNames.count, 0u);
    EXPECT_EQ(c.errFixed.parmCount, 0);
    EXPECT_TRUE(rtxMemHeapIsEmpty(&c));
+   // The first record of all is made by way of rtxErrSetNewData, and the path is added on both ways.
+   rtxCtxtPushElemName(&c, "x");
+   record(c, RTX_E_OVERFLOW);
+   EXPECT_EQ(c.parms(), (std::vector<std::string>{"x", "x"}));
 }
 
 TEST(Errors, LastOnesCanBeDropped) {
