@@ -119,6 +119,15 @@ public:
       return 0;
    }
 
+   // A primitive under a trace field of its own kind, without an element name.
+   template <class Primitive>
+   int traced(const char* kind, Primitive primitive, int line = __builtin_LINE()) {
+      rtxDiagNewBitField(ctxt_->bitFields, kind);
+      if (const int status = primitive(); status < 0) return failed(status, line);
+      rtxDiagSetBitFldCount(ctxt_->bitFields);
+      return 0;
+   }
+
    // The codec that this one is another name of.
    template <class Function, class... Arguments>
    int same(Function function, Arguments... arguments) {

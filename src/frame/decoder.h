@@ -466,9 +466,12 @@ private:
    template <class... Parts>
    [[gnu::noinline, gnu::cold]] int fieldsInFull(const Length* length, Parts... parts) {
       int status = 0;
-      ((status = parts.decode(ctxt_, file_),
-        status >= 0 && (status = length != nullptr ? within(*length, parts.line) : 0) >= 0) &&
-       ...);
+      const auto one = [&](const auto& part) {
+         status = part.decode(ctxt_, file_);
+         if (status >= 0 && length != nullptr) status = within(*length, part.line);
+         return status >= 0;
+      };
+      (void)(one(parts) && ...);
       return status;
    }
 };

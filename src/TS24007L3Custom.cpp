@@ -1,0 +1,38 @@
+// The half octet ahead of the protocol discriminator: who reads it does not know yet what it holds.
+#include "src/TS24007L3Types.h"
+
+using namespace quorva::frame;
+
+int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
+   Encoder e(pctxt, "TS24007L3Enc");
+   L3_TRY(e.begin("L3HdrOptions"));
+   switch (pvalue->t) {
+   case 1: L3_TRY(e.fields(armInteger<4>("skipInd", pvalue->u.skipInd))); break;
+   case 2: {
+      L3_TRY(e.push("transId"));
+      // A greater value becomes 7 without a word: deliberate.
+      const uint32_t value = pvalue->u.transId.value > 7 ? 7 : pvalue->u.transId.value;
+      L3_TRY(e.fields(flag("flag", pvalue->u.transId.flag)));
+      L3_TRY(e.constant<3>("value", value));
+      e.pop();
+      break;
+   }
+   case 3:
+      L3_TRY(e.fields(
+            value<quorva::type::TS24007L3_EPSBearerIdentity>("epsBearerIdent", pvalue->u.epsBearerIdent)));
+      break;
+   case 4: L3_TRY(e.fields(armInteger<4>("secHdr", pvalue->u.secHdr))); break;
+   default: return e.badChoice();
+   }
+   return e.done();
+}
+
+// Always the first alternative, whatever was encoded: deliberate. The owner of the discriminator
+// re-interprets it.
+int NASDec_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
+   Decoder d(pctxt, "TS24007L3Dec");
+   L3_TRY(d.begin("L3HdrOptions"));
+   pvalue->t = 1;
+   L3_TRY(d.fields(armInteger<4>("skipInd", pvalue->u.skipInd)));
+   return d.done();
+}

@@ -1,0 +1,430 @@
+// Elements of TS 24.008 that no description says well: texts, packed lists and the traffic flow template.
+#include "src/TS24008IESTypes.h"
+
+#include <cstring>
+
+using namespace quorva::frame;
+
+namespace {
+
+const char kEncoder[] = "TS24008IESEnc";
+const char kDecoder[] = "TS24008IESDec";
+
+// Asked ahead of a read whose failure would be none.
+bool octetAtHand(const RtxContext* pctxt) {
+   return quorva::hot::streamActive(pctxt) || pctxt->bufByteIndex < pctxt->bufSize;
+}
+
+} // namespace
+
+int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("GSMString"));
+   L3_TRY(e.traced("GSMString", [&] { return rtx3GPPEncGSMCharStr(pctxt, value); }));
+   return e.done();
+}
+
+int NASDec_TS24008IE_GSMString(RtxContext* pctxt, const char** pvalue, uint32_t octets, uint32_t spareBits) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("GSMString"));
+   // The septets are taken out of the buffer itself; a count beyond the data asks for no memory.
+   if (const int status = rtxCheckInputBuffer(pctxt, octets); status < 0) return d.failed(status);
+   const size_t septets = size_t{octets} * 8 / 7;
+   // Cleared, since escapes make the text shorter.
+   auto* text = static_cast<char*>(rtxMemHeapAllocZ(pctxt, septets + 1));
+   if (text == nullptr) return d.failed(RTX_E_NOMEM);
+   L3_TRY(d.traced("GSMString", [&] { return rtx3GPPDecGSMCharStr(pctxt, text, septets, septets); }));
+   text[septets] = 0;
+   if (spareBits == 7 && septets > 0) text[septets - 1] = 0; // a whole septet of padding
+   *pvalue = text;
+   return d.done();
+}
+
+// Access point name, TS 24.008, 10.5.6.1 and TS 23.003, 9.1: labels on the wire, dotted text in the record.
+namespace {
+
+constexpr uint8_t kMaxNameOctets =
+      sizeof(TS24008IE_AccessPointName); // a text of 99 and the first label's length
+
+} // namespace
+
+int NASEnc_TS24008IE_AccessPointName(RtxContext* pctxt, const char* value) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("AccessPointName"));
+   if (value == nullptr) return e.failed(RTX_E_NULL);
+   const auto count = static_cast<uint8_t>(std::strlen(value) + 1); // 8 bits of it: deliberate
+   if (count > kMaxNameOctets) {
+      rtxErrAddStrParm(pctxt, "AccessPointName.length");
+      rtxErrAddIntParm(pctxt, count);
+      return e.failed(RTX_E_CONSTRAINT);
+   }
+   L3_TRY(e.fields(integer<8>("length", count)));
+   // A dot at the start and two dots together give a label without octets: deliberate.
+   for (const char* label = value;;) {
+      const size_t size = std::strcspn(label, ".");
+      const auto sizeOctet = static_cast<uint8_t>(size);
+      L3_TRY(e.traced("segment length", [&] { return rtxWriteBytes(pctxt, &sizeOctet, 1); }));
+      if (size != 0)
+         L3_TRY(e.traced("IA5String", [&] {
+            return rtxWriteBytes(pctxt, reinterpret_cast<const uint8_t*>(label), size);
+         }));
+      if (label[size] == 0) break;
+      label += size + 1;
+   }
+   return e.done();
+}
+
+int NASDec_TS24008IE_AccessPointName(RtxContext* pctxt, char* value) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("AccessPointName"));
+   uint8_t count = 0;
+   L3_TRY(d.fields(integer<8>("length", count)));
+   size_t sum = 0; // octets of the labels, their lengths included
+   value[0] = 0;
+   while (sum < count && octetAtHand(pctxt)) {
+      uint8_t size = 0;
+      L3_TRY(d.traced("segment length", [&] { return rtxReadBytes(pctxt, &size, 1); }));
+      char* label = value + sum;
+      sum += size + 1u;
+      if (sum > count) return d.failed(RTX_E_LENGTH_OVERRUN);
+      if (sum > kMaxNameOctets) return RTX_E_CONSTRAINT;
+      if (size != 0)
+         L3_TRY(d.traced("IA5String",
+                         [&] { return rtxReadBytes(pctxt, reinterpret_cast<uint8_t*>(label), size); }));
+      if (label != value) label[-1] = '.';
+      label[size] = 0;
+   }
+   if (count > kMaxNameOctets) return RTX_E_CONSTRAINT;
+   return d.done();
+}
+
+// Network name, TS 24.008, 10.5.3.5a.
+namespace {
+
+template <class Units>
+int encodeUnits(Encoder& e, const Units& ucs2) {
+   L3_TRY(e.push("ucs2"));
+   if (ucs2.nchars != 0 && ucs2.data == nullptr) return e.failed(RTX_E_NULL);
+   L3_TRY(e.traced("OCTET STRING", [&] {
+      int status = 0;
+      for (size_t i = 0; status >= 0 && i < ucs2.nchars; ++i) {
+         // The high octet of a unit is lost, unlike the decoder: deliberate.
+         const uint8_t octets[2] = {0, static_cast<uint8_t>(ucs2.data[i])};
+         status = rtxWriteBytes(e.ctxt(), octets, 2);
+      }
+      return status;
+   }));
+   e.pop();
+   return 0;
+}
+
+template <class Units>
+int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
+   RtxContext* ctxt = d.ctxt();
+   L3_TRY(d.push("ucs2"));
+   // An offset in bits less an index in octets: deliberate. The units go on behind the element, which ends in
+   // -66 or at the end of the data, unless the count happens to fit.
+   const size_t count = length.end > ctxt->bufByteIndex ? (length.end - ctxt->bufByteIndex) >> 1 : 0;
+   if (!quorva::hot::streamActive(ctxt) && !hasOctets(ctxt, 2 * count)) return d.failed(RTX_E_END_OF_DATA);
+   auto* units = static_cast<uint16_t*>(rtxMemHeapAlloc(ctxt, count * sizeof(uint16_t)));
+   if (units == nullptr && count != 0) return d.failed(RTX_E_NOMEM);
+   L3_TRY(d.traced("OCTET STRING", [&] {
+      int status = 0;
+      for (size_t i = 0; status >= 0 && i < count; ++i) status = rtxDecUInt16(ctxt, &units[i], 2);
+      return status;
+   }));
+   ucs2.nchars = static_cast<uint32_t>(count);
+   ucs2.data = units;
+   d.pop();
+   return 0;
+}
+
+} // namespace
+
+int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("NetworkName"));
+   OpenLength length;
+   L3_TRY(e.open<8>("length", length));
+   L3_TRY(e.fields(
+         flag("ext", pvalue->ext),
+         value<quorva::type::TS24008IE_NetworkName_codingScheme>("codingScheme", pvalue->codingScheme),
+         flag("addCI", pvalue->addCI), integer<3>("numSpareBitsInLastOct", pvalue->numSpareBitsInLastOct)));
+   L3_TRY(e.push("textString"));
+   auto& u = pvalue->textString.u;
+   switch (pvalue->codingScheme) {
+   case TS24008IE_NetworkName_codingScheme_callBcastData:
+      L3_TRY(e.item("callBcastData", NASEnc_TS24008IE_GSMString, u.callBcastData));
+      break;
+   case TS24008IE_NetworkName_codingScheme_ucs2: L3_TRY(encodeUnits(e, u.ucs2)); break;
+   default: return e.badChoice();
+   }
+   e.pop();
+   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+   return e.done();
+}
+
+int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("NetworkName"));
+   Length length;
+   L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
+   if (d.more()) L3_TRY(d.fieldsIn(length, flag("ext", pvalue->ext)));
+   L3_TRY(d.fieldsIn(
+         length,
+         value<quorva::type::TS24008IE_NetworkName_codingScheme>("codingScheme", pvalue->codingScheme),
+         flag("addCI", pvalue->addCI), integer<3>("numSpareBitsInLastOct", pvalue->numSpareBitsInLastOct)));
+   L3_TRY(d.push("textString"));
+   auto& u = pvalue->textString.u;
+   switch (pvalue->codingScheme) {
+   case TS24008IE_NetworkName_codingScheme_callBcastData:
+      L3_TRY(d.item("callBcastData", NASDec_TS24008IE_GSMString, &u.callBcastData,
+                    static_cast<uint32_t>(d.restOctets()), uint32_t{pvalue->numSpareBitsInLastOct}));
+      break;
+   case TS24008IE_NetworkName_codingScheme_ucs2: L3_TRY(decodeUnits(d, u.ucs2, length)); break;
+   default: return d.badChoice();
+   }
+   d.pop();
+   L3_TRY(d.close(length));
+   return d.done();
+}
+
+int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("NotificationIndicator"));
+   L3_TRY(e.fields(flag("ext", pvalue->ext),
+                   value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
+   return e.done();
+}
+
+int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("NotificationIndicator"));
+   L3_TRY(d.fields(flag("ext", pvalue->ext),
+                   value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
+   L3_TRY(d.nonImperative(1)); // this element alone takes the rest of the message: deliberate
+   return d.done();
+}
+
+// Receive N-PDU numbers list, TS 24.008, 10.5.5.11: entries of twelve bits; a half octet of 0 fills the last
+// octet.
+int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("ReceiveNPDUNumberList"));
+   OpenLength length;
+   L3_TRY(e.open<8>("length", length));
+   L3_TRY(e.repeat(
+         "contents", pvalue->contents.n, pvalue->contents.elem, Limits{1},
+         [](Encoder& each, auto& x) { return NASEnc_TS24008IE_ReceiveNPDUNumber(each.ctxt(), &x); }));
+   L3_TRY(e.close<8>(length, pvalue->length, Limits{2}));
+   return e.done();
+}
+
+int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("ReceiveNPDUNumberList"));
+   Length length;
+   L3_TRY(d.open<8>("length", pvalue->length, Limits{2}, length));
+   L3_TRY(d.push("contents"));
+   void* array = nullptr;
+   size_t count = 0, capacity = 0;
+   while (d.more()) {
+      uint8_t nsapi = 0;
+      if (const int status = rtxDecBitsToByte(pctxt, &nsapi, 4); status < 0) return d.failed(status);
+      if (nsapi == 0) break;
+      if (const int status = rtxMoveBitCursor(pctxt, -4); status < 0) return d.failed(status);
+      if (count == capacity)
+         L3_TRY(growArray(pctxt, d.site(__LINE__), &array, count, &capacity,
+                          sizeof(TS24008IE_ReceiveNPDUNumber)));
+      L3_TRY(d.pushIndex(count));
+      const int status = NASDec_TS24008IE_ReceiveNPDUNumber(
+            pctxt, static_cast<TS24008IE_ReceiveNPDUNumber*>(array) + count);
+      if (status < 0) return d.failed(status);
+      d.popIndex(count);
+      ++count;
+   }
+   pvalue->contents.n = static_cast<uint32_t>(count);
+   pvalue->contents.elem = static_cast<TS24008IE_ReceiveNPDUNumber*>(array);
+   d.pop();
+   L3_TRY(d.close(length));
+   d.align();
+   return d.done();
+}
+
+// Linked TI, TS 24.008, 10.5.6.7: a TI value above 6 stands in an octet of its own.
+namespace {
+
+constexpr uint8_t kExtendedTi = 7;
+
+} // namespace
+
+int NASEnc_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("LinkedTI"));
+   const bool extended = pvalue->value >= kExtendedTi;
+   pvalue->length = extended ? 2 : 1;
+   const uint8_t shortValue = extended ? kExtendedTi : pvalue->value;
+   L3_TRY(e.fields(integer<8>("length", pvalue->length), flag("flag", pvalue->flag),
+                   integer<3>("value", shortValue)));
+   L3_TRY(e.constant<4>("spare", 0));
+   if (extended) {
+      L3_TRY(e.extBit("ext", true));
+      L3_TRY(e.fields(armInteger<7>("value", pvalue->value)));
+   }
+   return e.done();
+}
+
+int NASDec_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("LinkedTI"));
+   L3_TRY(d.fields(integer<8>("length", pvalue->length)));
+   if (pvalue->length != 1 && pvalue->length != 2) return RTX_E_BAD_VALUE;
+   Length length;
+   L3_TRY(d.pushContainer(pvalue->length, length));
+   L3_TRY(d.fieldsIn(length, flag("flag", pvalue->flag), integer<3>("value", pvalue->value)));
+   if (pvalue->length == 2 && pvalue->value != kExtendedTi) return RTX_E_BAD_VALUE;
+   L3_TRY(d.push("spare"));
+   if (const int status = rtxSkipBits(pctxt, 4); status < 0) return d.failed(status);
+   d.pop();
+   if (pvalue->length == 2) {
+      uint8_t ext = 0;
+      L3_TRY(d.extBit("ext", ext));
+      if (ext == 0) return RTX_E_BAD_VALUE;
+      L3_TRY(d.fieldsIn(length, integer<7>("value", pvalue->value)));
+   }
+   L3_TRY(d.close(length));
+   return d.done();
+}
+
+// Traffic flow template, TS 24.008, 10.5.6.12. Its length is kept in octets of the buffer, without a
+// container, so that the lists go by their own counts, even behind the end: deliberate.
+namespace {
+
+int encodeFilterList(Encoder& e, TS24008IE_TFT& tft) {
+   const uint8_t count = tft.octet1.numPacketFilters;
+   L3_TRY(e.push("packetFilterList"));
+   if (tft.octet1.tftOperationCode == TS24008IE_TFTOctet1_tftOperationCode_delPktFilters) {
+      auto& identifiers = tft.packetFilterList.u.identifiers;
+      L3_TRY(e.push("identifiers"));
+      identifiers.numocts = count; // as for the filters
+      if (count != 0 && identifiers.data == nullptr) return e.failed(RTX_E_NULL);
+      L3_TRY(e.traced("OCTET STRING", [&] { return rtxWriteBytes(e.ctxt(), identifiers.data, count); }));
+   } else {
+      auto& items = tft.packetFilterList.u.filterItems;
+      L3_TRY(e.push("filterItems"));
+      items.n = count; // the first octet's number, not the caller's: deliberate
+      if (count != 0 && items.elem == nullptr) {
+         L3_TRY(e.push("elem"));
+         rtxErrAddElemNameParm(e.ctxt());
+         return e.failed(RTX_E_NULL);
+      }
+      L3_TRY(e.repeat(nullptr, items.n, items.elem, Limits{}, [](Encoder& each, auto& x) {
+         return NASEnc_TS24008IE_TFTPacketFilterItem(each.ctxt(), &x);
+      }));
+   }
+   e.pop();
+   e.pop();
+   return 0;
+}
+
+int decodeFilterItems(Decoder& d, TS24008IE_TFT& tft) {
+   const size_t count = tft.octet1.numPacketFilters;
+   auto& items = tft.packetFilterList.u.filterItems;
+   L3_TRY(d.push("filterItems"));
+   items.n = 0;
+   items.elem = nullptr;
+   if (count != 0) {
+      items.elem = static_cast<TS24008IE_TFTPacketFilterItem*>(
+            rtxMemHeapAlloc(d.ctxt(), count * sizeof(TS24008IE_TFTPacketFilterItem)));
+      if (items.elem == nullptr) return d.failed(RTX_E_NOMEM);
+   }
+   for (size_t i = 0; i < count; ++i) {
+      L3_TRY(d.pushIndex(i));
+      asn1Init_TS24008IE_TFTPacketFilterItem(&items.elem[i]);
+      ++items.n;
+      if (const int status = NASDec_TS24008IE_TFTPacketFilterItem(d.ctxt(), &items.elem[i]); status < 0)
+         return d.failed(status);
+      d.popIndex(i);
+   }
+   d.pop();
+   return 0;
+}
+
+int decodeFilterList(Decoder& d, TS24008IE_TFT& tft) {
+   switch (tft.octet1.tftOperationCode) {
+   case TS24008IE_TFTOctet1_tftOperationCode_createTFT:
+   case TS24008IE_TFTOctet1_tftOperationCode_addPktFilters:
+   case TS24008IE_TFTOctet1_tftOperationCode_replPktFilters:
+      L3_TRY(d.push("packetFilterList"));
+      L3_TRY(decodeFilterItems(d, tft));
+      break;
+   case TS24008IE_TFTOctet1_tftOperationCode_delPktFilters:
+      L3_TRY(d.push("packetFilterList"));
+      L3_TRY(d.sized("identifiers", tft.octet1.numPacketFilters, tft.packetFilterList.u.identifiers,
+                     Limits{}));
+      break;
+   default: return 0;
+   }
+   d.pop();
+   return 0;
+}
+
+int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
+   L3_TRY(d.push("paramList"));
+   void* array = nullptr;
+   size_t count = 0, capacity = 0;
+   while (d.ctxt()->bufByteIndex < end) {
+      if (count == capacity)
+         L3_TRY(growArray(d.ctxt(), d.site(__LINE__), &array, count, &capacity, sizeof(TS24008IE_TFTParam)));
+      auto* param = static_cast<TS24008IE_TFTParam*>(array) + count;
+      L3_TRY(d.pushIndex(count));
+      asn1Init_TS24008IE_TFTParam(param);
+      if (const int status = NASDec_TS24008IE_TFTParam(d.ctxt(), param); status < 0) return d.failed(status);
+      d.popIndex(count);
+      ++count;
+   }
+   tft.paramList.n = static_cast<uint32_t>(count);
+   tft.paramList.elem = static_cast<TS24008IE_TFTParam*>(array);
+   d.pop();
+   return 0;
+}
+
+} // namespace
+
+int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
+   Encoder e(pctxt, kEncoder);
+   L3_TRY(e.begin("TFT"));
+   L3_TRY(e.constant<8>("length", 0));
+   const size_t start = pctxt->bufByteIndex;
+   L3_TRY(e.item("octet1", NASEnc_TS24008IE_TFTOctet1, &pvalue->octet1));
+   L3_TRY(encodeFilterList(e, *pvalue));
+   L3_TRY(e.repeat("paramList", pvalue->paramList.n, pvalue->paramList.elem, Limits{},
+                   [](Encoder& each, auto& x) { return NASEnc_TS24008IE_TFTParam(each.ctxt(), &x); }));
+   // What has gone to a stream can't be changed any more.
+   if (quorva::hot::streamActive(pctxt)) return e.failed(RTX_E_UNSUPPORTED);
+   const size_t numocts = pctxt->bufByteIndex - start;
+   pvalue->length = static_cast<uint8_t>(numocts);
+   pctxt->bufData[start - 1] = pvalue->length;
+   if (numocts == 0 || numocts > UINT8_MAX) return failBound(pctxt, numocts, e.site(__LINE__));
+   return e.done();
+}
+
+int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
+   Decoder d(pctxt, kDecoder);
+   L3_TRY(d.begin("TFT"));
+   L3_TRY(d.push("length"));
+   L3_TRY(d.traced("INTEGER", [&] { return rtxReadBytes(pctxt, &pvalue->length, 1); }));
+   d.pop();
+   const size_t end = pctxt->bufByteIndex + pvalue->length;
+   if (pctxt->bufByteIndex >= end) return d.done();
+   L3_TRY(d.item("octet1", NASDec_TS24008IE_TFTOctet1, &pvalue->octet1));
+   if (pctxt->bufByteIndex >= end) return d.done();
+   L3_TRY(decodeFilterList(d, *pvalue));
+   pvalue->paramList.n = 0;
+   if (pvalue->octet1.eBit == 0) {
+      pctxt->bufByteIndex = end;
+      return d.done();
+   }
+   L3_TRY(decodeParams(d, *pvalue, end)); // the cursor stays where the last one ended: deliberate
+   return d.done();
+}

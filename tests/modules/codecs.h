@@ -1,0 +1,57 @@
+/**
+ * @file codecs.h
+ * Short forms for tests that call one codec with a few octets.
+ */
+#ifndef QUORVA_TESTS_MODULES_CODECS_H
+#define QUORVA_TESTS_MODULES_CODECS_H
+
+#include "tests/support/context.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace quorva::test {
+
+/** Octets of hex with blanks. */
+inline Octets octets(std::string hex) {
+   hex.erase(std::remove(hex.begin(), hex.end(), ' '), hex.end());
+   return octetsFromHex(hex);
+}
+
+inline std::string spaced(const Octets& octets) {
+   std::string text;
+   for (const uint8_t octet : octets) text += (text.empty() ? "" : " ") + hexFromOctets(&octet, 1);
+   return text;
+}
+
+/** Status of a decoder on these octets. */
+template <class Decode, class... Arguments>
+int decode(TestContext& context, const std::string& hex, Decode function, Arguments... arguments) {
+   rtxErrReset(context);
+   context.decode(octets(hex));
+   return function(context, arguments...);
+}
+
+/** What an encoder writes, or "status <n>". */
+template <class Encode, class... Arguments>
+std::string encode(TestContext& context, Encode function, Arguments... arguments) {
+   rtxErrReset(context);
+   context.encode(1024);
+   const int status = function(context, arguments...);
+   return status < 0 ? "status " + std::to_string(status) : spaced(octetsFromHex(context.written()));
+}
+
+/** Decodes and encodes again. */
+template <class Record>
+std::string recode(const std::string& hex, int (*decodeRecord)(RtxContext*, Record*),
+                   int (*encodeRecord)(RtxContext*, Record*), Record& record) {
+   TestContext context;
+   if (const int status = decode(context, hex, decodeRecord, &record); status < 0)
+      return "status " + std::to_string(status);
+   return encode(context, encodeRecord, &record);
+}
+
+} // namespace quorva::test
+
+#endif
