@@ -35,6 +35,7 @@ Outputs generate(const Model& model) {
    Outputs out;
    for (auto& module : model.modules) emitModule(model, *module, out);
    emitRegistry(model, out);
+   emitVectors(model, out);
    return out;
 }
 

@@ -53,7 +53,8 @@ std::string decoderName(const Type& type) {
    return "NASDec_" + recordName(type);
 }
 std::string printerName(const Type& type) {
-   return "asn1PrtToStrm_" + recordName(type);
+   // A type with nothing in it bears a trailing underscore there.
+   return "asn1PrtToStrm_" + recordName(type) + (type.kind == TypeKind::Empty ? "_" : "");
 }
 std::string initName(const Type& type) {
    return "asn1Init_" + recordName(type);
