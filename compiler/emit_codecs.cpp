@@ -918,7 +918,9 @@ private:
       for (size_t i = 0; i < e.path.size(); ++i) {
          const Field& field = *e.path[i];
          if (i != 0 && text.back() != '>' && text.back() != '.') text += '.';
-         if (field.optional) present = text + "m." + presenceName(field);
+         // What the fields at hand lie in is there; its bit is not set before it is decoded.
+         if (field.optional && !place.record.starts_with(text + cName(field.name) + "."))
+            present = text + "m." + presenceName(field);
          if (!field.name.empty()) text += cName(field.name);
          if (field.kind == Kind::Choice) text += field.name.empty() ? "u" : ".u";
       }

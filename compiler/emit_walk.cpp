@@ -302,13 +302,13 @@ private:
       if (auto hit = bits.fields.find(&field); hit != bits.fields.end()) row.presence = hit->second;
       if (absent || sample_->absent(field)) row.flags.push_back("kNoSample");
       block.push_back(row);
-      for (auto& set : sample_->overridesBehind(field)) block.push_back(store(set));
+      for (auto& set : sample_->overridesBehind(field)) block.push_back(store(set, place));
    }
 
-   RowText store(const Sample::Override& set) const {
+   RowText store(const Sample::Override& set, const std::string& place) const {
       RowText row;
       row.kind = "Store";
-      row.offset = offset(pathMember(set.path));
+      row.offset = offset(set.path.size() == 1 ? place + cName(set.path[0]->name) : pathMember(set.path));
       row.width = widthOfNumber(*set.path.back());
       row.sample = set.value;
       return row;
@@ -426,7 +426,9 @@ private:
          row.flags.push_back("kOwnSelector");
          row.count = offset(inner + "t");
          row.width = 4;
-      } else if (field.argument->op == Expr::Op::Name && !field.argument->parameter) {
+      } else if (field.argument->op == Expr::Op::Name && !field.argument->parameter &&
+                 std::none_of(field.argument->path.begin(), field.argument->path.end(),
+                              [](const Field* f) { return f->optional; })) {
          row.count = offset(pathMember(field.argument->path));
          row.width = widthOfNumber(*field.argument->path.back());
       } else {
@@ -472,14 +474,27 @@ private:
       row.rows = places.size();
    }
 
+   // The number at a path; 0 if an optional field on the way is absent, as for the codecs.
+   std::string path(const std::vector<const Field*>& fields) const {
+      const std::string record = "static_cast<const " + record_ + "*>(record)->";
+      std::string conditions;
+      std::vector<const Field*> way;
+      for (auto* field : fields) {
+         const std::string owner = way.empty() ? "" : pathMember(way) + ".";
+         if (field->optional) conditions += record + owner + "m." + presenceName(*field) + " == 0 ? 0 : ";
+         way.push_back(field);
+      }
+      const std::string number = "uint64_t{" + record + pathMember(fields) + "}";
+      return conditions.empty() ? number : "(" + conditions + number + ")";
+   }
+
    std::string expression(const Expr& e) const {
       const auto binary = [&](const char* op) {
          return "(" + expression(*e.left) + " " + op + " " + expression(*e.right) + ")";
       };
       switch (e.op) {
       case Expr::Op::Number: return "uint64_t{" + number(e.number) + "}";
-      case Expr::Op::Name:
-         return "uint64_t{static_cast<const " + record_ + "*>(record)->" + pathMember(e.path) + "}";
+      case Expr::Op::Name: return path(e.path);
       case Expr::Op::Rest: return "uint64_t{0}"; // nothing is left of a record that is there
       case Expr::Op::Add: return binary("+");
       case Expr::Op::Sub: return binary("-");

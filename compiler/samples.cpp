@@ -151,7 +151,7 @@ uint64_t Sample::typeCount(const Type& type) {
 
 uint64_t Sample::plainNumber(const Field& field) {
    if (field.sample) return *field.sample;
-   if (field.init) return *field.init;
+   if (field.init.value_or(0) != 0) return *field.init;
    if (const Type* type = valueType(field)) return typeNumber(*type);
    return anyNumber(field.name, field.kind == Kind::Flag ? 1 : field.bits, field.bounds);
 }
@@ -314,6 +314,7 @@ uint64_t Sample::count(const Field& field) const {
    switch (field.kind) {
    case Kind::Each:
       if (field.argument) return evaluate(*field.argument);
+      if (field.entry && field.entry->kind == Kind::Fill) return 1; // it takes all that is left
       return within(field.sample.value_or(kFewEntries), field.bounds, most);
    case Kind::Sized: return evaluate(*field.argument);
    case Kind::BitTail: {
