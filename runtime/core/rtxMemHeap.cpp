@@ -34,6 +34,7 @@ void widenRange(RtxMemHeap* heap, void* begin, size_t nbytes) {
 }
 
 void* allocRaw(RtxMemHeap* heap, size_t nbytes) {
+   if (nbytes == 0) nbytes = kUnit; // as an element would give
    if (nbytes > SIZE_MAX - sizeof(RtxRawMemBlk)) return nullptr;
    const size_t size = nbytes + sizeof(RtxRawMemBlk);
    auto* raw = static_cast<RtxRawMemBlk*>(systemAlloc(heap->mallocFn, heap->freeFn, size));

@@ -127,12 +127,16 @@ inline bool outOfRange(const RtxMemHeap* heap, const void* ptr) {
           std::less<>()(static_cast<const void*>(heap->maxAddr), ptr);
 }
 
+inline bool aligned(const void* ptr) {
+   return reinterpret_cast<uintptr_t>(ptr) % kUnit == 0;
+}
+
 /** Does the code guard of an element show that it is this heap's? */
 inline bool codeMatches(const RtxMemHeap* heap, const void* elem) {
    // A header that no heap wrote must not lead the test itself out of the heap.
    const auto address = reinterpret_cast<uintptr_t>(elem);
    const auto lowest = reinterpret_cast<uintptr_t>(heap->minAddr) + kSentinelAt;
-   if (lowest == kSentinelAt || address < lowest) return false;
+   if (lowest == kSentinelAt || address < lowest || !aligned(elem)) return false;
    const size_t back = static_cast<const RtxMemElem*>(elem)->beginOff * kUnit;
    if (address - lowest < back) return false;
    uint32_t code;
@@ -140,13 +144,9 @@ inline bool codeMatches(const RtxMemHeap* heap, const void* elem) {
    return code == heap->code;
 }
 
-inline bool aligned(const void* ptr) {
-   return reinterpret_cast<uintptr_t>(ptr) % kUnit == 0;
-}
-
 /** Could the pointer be one of this heap? */
 inline bool knownPtr(const RtxMemHeap* heap, const void* ptr) {
-   return aligned(ptr) && !outOfRange(heap, ptr) && codeMatches(heap, elemOfData(ptr));
+   return !outOfRange(heap, ptr) && codeMatches(heap, elemOfData(ptr));
 }
 
 /** Frees an element and joins it to its free neighbours. */

@@ -155,6 +155,20 @@ TEST_F(Heap, SearchLooksOneFreeElementAhead) {
    EXPECT_EQ(elemOf(small)->nunits, 14);
 }
 
+TEST_F(Heap, SearchGoesOnWhereItEnded) {
+   void* pieces[8];
+   for (void*& ptr : pieces) ptr = alloc(80);
+   alloc(506 * 8 - 8 * 88 - 8); // the rest of the block
+   for (int i : {4, 2, 0}) free(pieces[i]);
+   RtxMemBlk* blk = blkOf(pieces[1]);
+   ASSERT_EQ(freeRing(blk), (Sizes{80, 80, 80}));
+   void* first = alloc(10);
+   EXPECT_EQ(first, pieces[0]); // a next one of the same size is no better
+   ASSERT_EQ(freeRing(blk)[0], 56u);
+   EXPECT_EQ(alloc(60), pieces[2]); // the head is too small
+   EXPECT_EQ(freeRing(blk), (Sizes{8, 80, 56}));
+}
+
 TEST_F(Heap, FullBlocksArePassedByTheirBound) {
    void* first = alloc(4000); // 5 units are left
    RtxMemBlk* blk = blkOf(first);
@@ -261,6 +275,7 @@ TEST_F(Heap, ReallocStaysInPlaceWhenItCan) {
    auto* moved = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5000));
    EXPECT_NE(moved, ptr);
    EXPECT_EQ(moved[4031], 7);
+   EXPECT_EQ(elemOf(ptr)->refCnt, 0);
    EXPECT_EQ(freeRing(blk), Sizes{505 * 8});
    EXPECT_EQ(rtxMemHeapRealloc(&heap_, moved, 0), nullptr);
    EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
@@ -348,6 +363,7 @@ TEST_F(Heap, SavedElementsSurviveAReset) {
       std::memset(pieces[i], i + 1, 40);
    }
    free(pieces[6]);
+   alloc((506 - 12 * 6 - 1) * 8); // the ring's head goes elsewhere
    void* raw = alloc(600000);
    elemOf(raw)->flags |= RTX_ME_SAVED;
    rtxMemHeapReset(&heap_);
@@ -369,8 +385,9 @@ TEST_F(Heap, SavedElementsSurviveAReset) {
 TEST_F(Heap, PropertiesAndOwners) {
    uint32_t value = RTX_MH_RAW_ONLY;
    rtxMemHeapSetProperty(&heap_, RTX_MHP_SET_FLAGS, &value);
-   EXPECT_EQ(elemOf(alloc(8))->flags, RTX_ME_RAW);
-   EXPECT_EQ(system_memory::lastSize, 40u);
+   EXPECT_EQ(elemOf(alloc(9))->flags, RTX_ME_RAW);
+   EXPECT_EQ(system_memory::lastSize, 41u);
+   std::memset(alloc(0), 0, 8);
    rtxMemHeapSetProperty(&heap_, RTX_MHP_CLEAR_FLAGS, &value);
    value = 500;
    rtxMemHeapSetProperty(&heap_, RTX_MHP_DEF_BLK_SIZE, &value);

@@ -41,7 +41,9 @@ inline void* alloc(size_t nbytes) {
 }
 
 inline void* realloc(void* ptr, size_t nbytes) {
-   return fails(nbytes) ? nullptr : std::realloc(ptr, nbytes);
+   if (fails(nbytes)) return nullptr;
+   live += ptr == nullptr;
+   return std::realloc(ptr, nbytes);
 }
 
 inline void free(void* ptr) {
