@@ -149,16 +149,16 @@ private:
                                                                                                  : "pvalue";
       if (!enc_ && (passing(base) == Passing::Text || passing(base) == Passing::TextPointer))
          argument += ", numocts";
+      if (!enc_ && baseType(base).kind == TypeKind::Message) {
+         // What that message reports is no failure: it comes out at the end.
+         w_.line("L3_TRY(d.inner(__LINE__, " + decoderName(base) + ", " + argument + "));");
+         result_ = "messageStatus(pctxt)";
+         return finish();
+      }
       w_.line("L3_TRY(" + c() + ".same(" + (enc_ ? encoderName(base) : decoderName(base)) + ", " + argument +
               "));");
-      if (!enc_ && scan && !hasScan(base)) w_.line("L3_TRY(d.nonImperative(0));");
+      if (!enc_ && scan) w_.line("L3_TRY(d.nonImperative(0));");
       finish();
-   }
-
-   static bool hasScan(const Type& type) {
-      const Type& base = baseType(type);
-      return base.kind == TypeKind::Message &&
-             std::any_of(base.fields.begin(), base.fields.end(), [](auto& f) { return f->ieiBits != 0; });
    }
 
    void clearPresence(const std::vector<std::unique_ptr<Field>>& fields, const std::string& prefix) {
@@ -791,7 +791,7 @@ private:
       for (auto& field : type.fields)
          if (field->ieiBits != 0) optional.push_back(field.get());
       if (optional.empty()) {
-         if (!enc_) w_.line("L3_TRY(d.nonImperative(0));");
+         if (!enc_) w_.line(std::string("L3_TRY(d.nonImperative(") + (type.shifts ? "1" : "0") + "));");
          return finish();
       }
       enc_ ? encodeOptional(type, optional) : scan(type, optional);
@@ -856,35 +856,49 @@ private:
          w_.line("return 0;");
          w_.close("};");
       }
-      w_.line("Scan scan(d, " + hex(nibbles, 4) + ");");
+      w_.line((type.shifts ? "ShiftScan" : "Scan") + std::string(" scan(d, ") + hex(nibbles, 4) + ");");
       w_.open("while (scan.next()) {");
       w_.open("switch (scan.iei()) {");
+      std::set<unsigned> done;
       for (size_t k = 0; k < optional.size(); ++k) {
          const Field& field = *optional[k];
-         std::string mark = "pvalue->m." + presenceName(field) + " = 1";
-         if (field.group != 0) mark = "pvalue->m." + groupName(field.group) + " = 1, " + mark;
-         std::string decode;
-         if (field.present) {
-            decode = "d.nothing(" + quoted(field.name) + ")";
-         } else if (field.kind == Kind::Named) {
-            const Type& element = *field.type.type;
-            decode = isRunContent(field)
-                           ? "d.fields(" + runPart(field, "pvalue->", false) + ")"
-                           : "d.item(" + quoted(field.name) + ", " + decoderName(element) + ", " +
-                                   pointerArgument(element, "pvalue->" + cName(field.name)) + ")";
-         } else {
-            decode = cName(field.name) + "()";
+         std::vector<size_t> twins;
+         for (size_t other = k; other < optional.size(); ++other)
+            if (optional[other]->iei == field.iei) twins.push_back(other);
+         if (!done.insert(field.iei).second) continue;
+         const std::string iei = hex(field.iei, 2);
+         if (twins.size() == 1) {
+            w_.line("L3_OPTIONAL(" + iei + ", " + std::to_string(k) + ", " + format(field) + ", " +
+                    decodeElement(field) + ",");
+            w_.line("            " + presenceMark(field) + ")");
+            continue;
          }
-         const std::string head =
-               "L3_OPTIONAL(" + hex(field.iei, 2) + ", " + std::to_string(k) + ", " + format(field) + ", ";
-         w_.line(head + decode + ",");
-         w_.line("            " + mark + ")");
+         w_.line("case " + iei + ":");
+         for (size_t twin : twins) {
+            w_.line("   L3_TWIN(" + std::to_string(twin) + ", " + decodeElement(*optional[twin]) + ",");
+            w_.line("           " + presenceMark(*optional[twin]) + ")");
+         }
+         w_.line("   L3_TRY(scan.drop(quorva::frame::Format::" + format(field) + "));");
+         w_.line("   break;");
       }
       w_.line("default: L3_TRY(scan.unknown()); break;");
       w_.close();
       w_.close();
       w_.line("return scan.finish();");
-      (void)type;
+   }
+
+   static std::string decodeElement(const Field& field) {
+      if (field.present) return "d.nothing(" + quoted(field.name) + ")";
+      if (field.kind != Kind::Named) return cName(field.name) + "()";
+      if (isRunContent(field)) return "d.fields(" + runPart(field, "pvalue->", false) + ")";
+      const Type& element = *field.type.type;
+      return "d.item(" + quoted(field.name) + ", " + decoderName(element) + ", " +
+             pointerArgument(element, "pvalue->" + cName(field.name)) + ")";
+   }
+
+   static std::string presenceMark(const Field& field) {
+      const std::string mark = "pvalue->m." + presenceName(field) + " = 1";
+      return field.group == 0 ? mark : "pvalue->m." + groupName(field.group) + " = 1, " + mark;
    }
 
    std::string expression(const Expr& e, const Place& place) const {

@@ -37,6 +37,9 @@ public:
          Scope scope;
          scope.all = &type.fields;
          scope.parameters = &type.parameters;
+         // The codec of a PDU is written by hand, so that what it says may hang on a later field.
+         if (type.kind == TypeKind::Pdu)
+            for (auto& field : type.fields) scope.seen.push_back(field.get());
          if (type.times) resolve(*type.times, scope);
          expressions(type.fields, scope);
       });

@@ -203,15 +203,17 @@ public:
 
    // A message that stands inside something else. What it merely reports (a wrong MAC, an unknown element, an
    // error from before) is no failure here: the outermost decoder reports it again. It is one if the decoding
-   // stopped, that is if the message did not come to ended().
+   // stopped, that is if the message did not come to ended(). `reported` takes the status of one that did not.
    template <class Function, class T>
-   int inner(int line, Function function, T* record) {
+   int inner(int line, Function function, T* record, int* reported = nullptr) {
       const uint32_t outer = ctxt_->flags & kMessageOpen;
       ctxt_->flags |= kMessageOpen;
       const int status = function(ctxt_, record);
       const bool stopped = (ctxt_->flags & kMessageOpen) != 0;
       ctxt_->flags = (ctxt_->flags & ~kMessageOpen) | outer;
-      return stopped && status < 0 ? fail(ctxt_, status, site(line)) : 0;
+      if (stopped && status < 0) return fail(ctxt_, status, site(line));
+      if (reported != nullptr) *reported = status;
+      return 0;
    }
    template <class Function, class T>
    int message(const char* name, Function function, T* record, int line = __builtin_LINE()) {

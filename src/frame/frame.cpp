@@ -530,8 +530,9 @@ int Scan::unknown(int line) {
       if (const int status = rtxSkipBytes(ctxt, length); status < 0)
          return fail(ctxt, status, decoder_.site(line));
    }
-   // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated: deliberate.
-   if ((iei_ & 0x0F) == 0 && iei_ != last) {
+   // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated: deliberate. In a
+   // shifted codeset nothing is reported.
+   if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       const Site where = decoder_.site(line);
       rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);

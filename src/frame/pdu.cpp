@@ -2,7 +2,7 @@
 
 namespace quorva::frame {
 
-int decodeMessage(Decoder& d, const MessageRow& row, void* data, int line) {
+int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, int line) {
    RtxContext* ctxt = d.ctxt();
    L3_TRY(d.push(row.member));
    if (row.decode != nullptr) {
@@ -13,7 +13,7 @@ int decodeMessage(Decoder& d, const MessageRow& row, void* data, int line) {
          std::memcpy(data, &record, sizeof record);
       }
       if (row.init != nullptr) row.init(record);
-      L3_TRY(d.inner(line, row.decode, record));
+      L3_TRY(d.inner(line, row.decode, record, reported));
    }
    d.pop();
    return 0;

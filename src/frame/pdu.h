@@ -37,8 +37,10 @@ struct MessageTable {
 };
 
 // Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
-// union of the PDU's record. -10 if there is no memory for the record, directly.
-int decodeMessage(Decoder& d, const MessageRow& row, void* data, int line = __builtin_LINE());
+// union of the PDU's record, `reported` takes the status that the message's decoder gave at its end. -10 if
+// there is no memory for the record, directly.
+int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported = nullptr,
+                  int line = __builtin_LINE());
 
 // Encodes the message that the selector names; -9 for a selector without a message.
 int encodeMessage(Encoder& e, const MessageTable& table, uint32_t selector, void* data,

@@ -48,6 +48,10 @@ public:
    // The message's result: pops the type's name unless the scan failed.
    int finish() { return failed_ ? status_ : decoder_.ended(status_); }
 
+protected:
+   unsigned iei_ = 0;
+   unsigned codeset_ = 0;
+
 private:
    bool nextInFull();
    bool end(int status) {
@@ -61,11 +65,32 @@ private:
 
    Decoder& decoder_;
    unsigned halfOctets_;
-   unsigned iei_ = 0;
    unsigned previous_ = 0;
    unsigned order_ = 0;
    int status_ = 0;
    bool failed_ = false;
+};
+
+// The scan of call control and session management, with codeset shifts, TS 24.007, 11.2.1.1.3: an octet with the
+// high nibble 9, unless a half-octet element of the message has that IEI.
+class ShiftScan : public Scan {
+public:
+   using Scan::Scan;
+
+   L3_INLINE bool next() {
+      while (Scan::next()) {
+         if (iei_ >> 4 != 9) [[likely]]
+            return true;
+         // A non-locking shift, or one to a lower codeset, changes nothing: deliberate.
+         if ((iei_ & 8) == 0 && (iei_ & 7) > codeset_) codeset_ = iei_ & 7;
+      }
+      return false;
+   }
+   // In a codeset other than 0 the message has no elements.
+   unsigned iei() const { return codeset_ == 0 ? iei_ : kNone; }
+
+private:
+   static constexpr unsigned kNone = 0x100;
 };
 
 // Result of a message decoder behind its last octet: what has been recorded on the way, old errors included.
@@ -84,3 +109,12 @@ int messageStatus(RtxContext* ctxt);
          L3_TRY(scan.drop(quorva::frame::Format::FORMAT, OCTETS));                                           \
       }                                                                                                      \
       break;
+
+// Elements that share an IEI: what arrives goes to the first of them that is still to come.
+#define L3_TWIN(K, DECODE, ...)                                                                              \
+   if (scan.expects(K)) {                                                                                    \
+      L3_TRY(DECODE);                                                                                        \
+      __VA_ARGS__;                                                                                           \
+      scan.took(K);                                                                                          \
+      break;                                                                                                 \
+   }
