@@ -254,8 +254,10 @@ private:
       refuse(field.aside, field.kind == Kind::Uint || field.kind == Kind::Frame,
              "`aside` goes with an integer.");
       refuse(!field.counts.empty(), field.kind == Kind::Uint, "`counts` goes with an integer.");
-      refuse(field.init.has_value(), field.kind == Kind::Uint || field.kind == Kind::Flag,
-             "`init` goes with an integer.");
+      const bool number = field.kind == Kind::Uint || field.kind == Kind::Flag ||
+                          (field.kind == Kind::Named && field.type.type != nullptr &&
+                           (field.type.type->kind == TypeKind::Enum || field.type.type->kind == TypeKind::Number));
+      refuse(field.init.has_value(), number, "`init` goes with an integer or an enumeration.");
       refuse(field.leaveTail, frame || field.bareBits, "`leavetail` goes with a frame.");
       refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
              "`beside` goes with the first field behind a length of 4 bits.");
