@@ -1000,13 +1000,13 @@ void emitMessages(const Module& module, Outputs& out) {
          std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
                             std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
          if (row.record.type == nullptr) {
-            w.line(text + "0, \"" + row.member + "\", nullptr, nullptr, nullptr},");
+            w.line(text + "0, \"u." + row.member + "\", nullptr, nullptr, nullptr},");
             continue;
          }
          const Type& message = *row.record.type;
          const std::string record = recordName(message);
          const bool value = passing(message) == Passing::Value;
-         w.line(text + "sizeof(" + record + "), \"" + row.member + "\",");
+         w.line(text + "sizeof(" + record + "), \"u." + row.member + "\",");
          w.line(hasInit(message) ? "   [](void* r) { return " + initName(message) + "(static_cast<" + record +
                                          "*>(r)); },"
                                  : std::string("   nullptr,"));

@@ -89,31 +89,12 @@ static int decodeHeader(Decoder& d, Pdu* pvalue) {
    return d.fields(integer<8>("msgType", pvalue->msgType));
 }
 
-template <class Pdu>
-static int decodeData(Decoder& d, Pdu* pvalue, const MessageTable& table, unsigned discriminator) {
-   L3_TRY(d.push("data"));
-   const MessageRow* row = table.find(discriminator, pvalue->msgType);
-   if (row == nullptr) return unknownMessage(d, pvalue->msgType);
-   pvalue->data.t = row->selector;
-   L3_TRY(decodeMessage(d, *row, &pvalue->data.u));
-   d.pop();
-   return 0;
-}
-
-template <class Pdu>
-static int encodeData(Encoder& e, Pdu* pvalue, const MessageTable& table) {
-   L3_TRY(e.push("data"));
-   L3_TRY(encodeMessage(e, table, pvalue->data.t, &pvalue->data.u));
-   e.pop();
-   return 0;
-}
-
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
 int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(encodeHeader(e, pvalue));
-   L3_TRY(encodeData(e, pvalue, kTS24301Msg_PDU_SMMessages));
+   L3_TRY(encodeData(e, pvalue->data, kTS24301Msg_PDU_SMMessages));
    return e.done();
 }
 
@@ -122,7 +103,8 @@ int NASDec_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
    L3_TRY(d.begin("PDU-SM"));
    L3_TRY(decodeHeader(d, pvalue));
    // By the type alone, whatever the discriminator.
-   L3_TRY(decodeData(d, pvalue, kTS24301Msg_PDU_SMMessages, TS24007L3_ProtoDiscr_epsSessMgmt));
+   L3_TRY(decodeData(d, pvalue->data, kTS24301Msg_PDU_SMMessages, TS24007L3_ProtoDiscr_epsSessMgmt,
+                     pvalue->msgType));
    return d.ended(messageStatus(pctxt));
 }
 
@@ -169,37 +151,30 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    pvalue->m = {};
    // The look ahead leaves no trace.
    rtxDiagSetBitFldDisabled(pctxt->bitFields, 1);
-   const size_t start = pctxt->bufByteIndex;
-   const int16_t bits = pctxt->bufBitsLeft;
-   const uint32_t flags = pctxt->flags;
-   const auto restore = [&] {
-      pctxt->bufByteIndex = start;
-      pctxt->bufBitsLeft = bits;
-      pctxt->flags = flags;
-   };
+   const Mark start(pctxt);
    uint8_t first = 0, discriminator = 0;
    if (const int status = quorva::hot::decBitsToByte(pctxt, &first, 4); status < 0) return d.failed(status);
    if (first >= 12) {
-      restore();
-      return decodeServiceRequest(d, pvalue, start);
+      start.restore(pctxt);
+      return decodeServiceRequest(d, pvalue, start.index);
    }
    if (const int status = quorva::hot::decBitsToByte(pctxt, &discriminator, 4); status < 0)
       return d.failed(status);
-   restore();
+   start.restore(pctxt);
    rtxDiagSetBitFldDisabled(pctxt->bitFields, 0);
 
    if (first != 0 && discriminator == TS24007L3_ProtoDiscr_epsMobMgmt) {
       L3_TRY(d.item("secHdr", NASDec_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));
       pvalue->m.secHdrPresent = 1;
       const uint32_t type = pvalue->secHdr.secHdrType;
-      if (type >= 1 && type <= 4) checkMac(d, start + kMacStart, pvalue->secHdr.msgAuthCode);
-      if (type == 2 || type == 4) L3_TRY(decipherRest(d, start + kCipherStart));
+      if (type >= 1 && type <= 4) checkMac(d, start.index + kMacStart, pvalue->secHdr.msgAuthCode);
+      if (type == 2 || type == 4) L3_TRY(decipherRest(d, start.index + kCipherStart));
    }
    L3_TRY(decodeHeader(d, pvalue));
    switch (pvalue->protoDiscr) {
    case TS24007L3_ProtoDiscr_epsSessMgmt:
    case TS24007L3_ProtoDiscr_epsMobMgmt:
-      L3_TRY(decodeData(d, pvalue, kTS24301Msg_PDUMessages, pvalue->protoDiscr));
+      L3_TRY(decodeData(d, pvalue->data, kTS24301Msg_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
       break;
    default: L3_TRY(d.push("data")); return newBadChoice(d);
    }
@@ -231,7 +206,7 @@ int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    // The code in the header is a placeholder yet.
    if (isProtected) L3_TRY(e.item("secHdr", NASEnc_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));
    L3_TRY(encodeHeader(e, pvalue));
-   L3_TRY(encodeData(e, pvalue, kTS24301Msg_PDUMessages));
+   L3_TRY(encodeData(e, pvalue->data, kTS24301Msg_PDUMessages));
    if (isProtected)
       L3_TRY(protect(e, start + kMacStart, start + kCipherStart, start + kMacPosition, type == 2 || type == 4,
                      pvalue->secHdr.msgAuthCode));

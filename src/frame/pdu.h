@@ -1,10 +1,27 @@
-// Messages of a PDU: which codec goes with which type, and a message inside a message.
+// Messages of a PDU: which codec goes with which type, a message inside a message, the look ahead.
 #pragma once
 
 #include "src/frame/decoder.h"
 #include "src/frame/encoder.h"
 
 namespace quorva::frame {
+
+// A place in the buffer to come back to, with the flags that belong to it.
+class Mark {
+public:
+   explicit Mark(const RtxContext* ctxt)
+         : index(ctxt->bufByteIndex), bits(ctxt->bufBitsLeft), flags(ctxt->flags) {}
+
+   void restore(RtxContext* ctxt) const {
+      ctxt->bufByteIndex = index;
+      ctxt->bufBitsLeft = bits;
+      ctxt->flags = flags;
+   }
+
+   const size_t index;
+   const int16_t bits;
+   const uint32_t flags;
+};
 
 // One message of a PDU. A message of its header alone has no size and no functions.
 struct MessageRow {
@@ -13,7 +30,7 @@ struct MessageRow {
    uint16_t selector;
    bool isInline; // the value lies in the union itself
    uint32_t size;
-   const char* member;
+   const char* member;        // element name, with the union: "u.obj_..."
    int (*init)(void* record); // may be null
    int (*decode)(RtxContext* ctxt, void* record);
    int (*encode)(RtxContext* ctxt, void* record);
@@ -48,5 +65,25 @@ int encodeMessage(Encoder& e, const MessageTable& table, uint32_t selector, void
 
 // An unknown message type: -9, with the type among the parameters of the error.
 L3_COLD int unknownMessage(Decoder& d, unsigned type, int line = __builtin_LINE());
+
+// The choice "data" of a PDU: selector and union.
+template <class Data>
+int decodeData(Decoder& d, Data& data, const MessageTable& table, unsigned discriminator, unsigned type) {
+   L3_TRY(d.push("data"));
+   const MessageRow* row = table.find(discriminator, type);
+   if (row == nullptr) return unknownMessage(d, type);
+   data.t = row->selector;
+   L3_TRY(decodeMessage(d, *row, &data.u));
+   d.pop();
+   return 0;
+}
+
+template <class Data>
+int encodeData(Encoder& e, Data& data, const MessageTable& table) {
+   L3_TRY(e.push("data"));
+   L3_TRY(encodeMessage(e, table, data.t, &data.u));
+   e.pop();
+   return 0;
+}
 
 } // namespace quorva::frame

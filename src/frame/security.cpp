@@ -1,6 +1,7 @@
 #include "src/frame/security.h"
 
 #include "quorva/rt3gppNasSec.h"
+#include "src/frame/pdu.h"
 
 namespace quorva::frame {
 
@@ -36,21 +37,19 @@ int decipherRest(Decoder& d, size_t from, int line) {
 int protect(Encoder& e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac,
             int line) {
    RtxContext* ctxt = e.ctxt();
-   const size_t end = ctxt->bufByteIndex;
-   const int16_t bits = ctxt->bufBitsLeft;
-   const uint32_t flags = ctxt->flags;
+   const Mark end(ctxt);
    if (cipher) {
-      if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + cipherFrom, end - cipherFrom); status < 0)
+      if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + cipherFrom, end.index - cipherFrom);
+          status < 0)
          return e.failed(status, line);
    }
-   if (const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + macFrom, end - macFrom, &mac); status < 0)
+   if (const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + macFrom, end.index - macFrom, &mac);
+       status < 0)
       return e.failed(status, line);
    ctxt->bufByteIndex = macAt;
    ctxt->bufBitsLeft = 8;
    if (const int status = rtxEncBits(ctxt, mac, 32); status < 0) return e.failed(status, line);
-   ctxt->bufByteIndex = end;
-   ctxt->bufBitsLeft = bits;
-   ctxt->flags = flags;
+   end.restore(ctxt);
    return 0;
 }
 

@@ -1,0 +1,223 @@
+// Codecs of 5GS elements that no description says well.
+
+#include "quorva/rtx3GPP.h"
+#include "src/TS24501IESTypes.h"
+
+using namespace quorva::frame;
+
+static const char kEncSource[] = "TS24501IESEnc";
+static const char kDecSource[] = "TS24501IESDec";
+
+// 5GS mobile identity, TS 24.501, 9.11.3.4. The first octet of the contents carries digits, flags or filler
+// together with the type; the selector is the type and 1.
+namespace {
+
+using Identity = TS24501IE_MobileIdentity;
+enum Selector : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, kMac, kEui64 };
+
+// The octet ahead of the contents, and the length as far as it is known ahead of them.
+struct Lead {
+   uint8_t octet;
+   uint16_t length;
+};
+
+Lead leadOf(const Identity& identity) {
+   switch (identity.t) {
+   case kSuci: return {static_cast<uint8_t>(identity.u.suci.t == 2 ? 17 : 1), identity.length};
+   case kGuti: return {242, 11};
+   case kStmsi: return {244, 7};
+   case kMac: return {static_cast<uint8_t>(identity.u.macaddr.mauri ? 14 : 6), identity.length};
+   case kEui64: return {7, 9};
+   default: return {0, identity.length};
+   }
+}
+
+int encodeSuci(Encoder& e, Identity& identity) {
+   L3_TRY(e.push("suci"));
+   auto& suci = identity.u.suci;
+   switch (suci.t) {
+   case 1: L3_TRY(e.item("supiImsi", NASEnc_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi)); break;
+   case 2:
+      L3_TRY(e.item("supiNetSpecificId", NASEnc_TS24501IE_MobileIdentity_SUCI_NetId,
+                    &suci.u.supiNetSpecificId));
+      break;
+   default: return e.badChoice();
+   }
+   e.pop();
+   return 0;
+}
+
+int decodeSuci(Decoder& d, Identity& identity, unsigned format) {
+   L3_TRY(d.push("suci"));
+   auto& suci = identity.u.suci;
+   suci.t = format + 1;
+   switch (format) {
+   case 0: L3_TRY(d.item("supiImsi", NASDec_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi)); break;
+   case 1:
+      L3_TRY(d.item("supiNetSpecificId", NASDec_TS24501IE_MobileIdentity_SUCI_NetId,
+                    &suci.u.supiNetSpecificId));
+      break;
+   default: return d.badChoice();
+   }
+   d.pop();
+   return 0;
+}
+
+int encodeDigits(Encoder& e, const char* name, uint32_t type, const char* digits) {
+   // The helper writes the second octet of the length and the octet ahead of the contents.
+   L3_TRY(e.traced("length-1st-octet", [&] { return rtxEncBits(e.ctxt(), 0, 8); }));
+   return e.item(name, rtx3GPPEncMobileIdentityType1, type, digits);
+}
+
+template <size_t N>
+int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, unsigned first,
+                 char (&text)[N]) {
+   L3_TRY(d.push(name));
+   if (length > 255) {
+      rtxErrAddElemNameParm(d.ctxt());
+      rtxErrAddStrParm(d.ctxt(), "length");
+      rtxErrAddIntParm(d.ctxt(), length);
+      return d.failed(RTX_E_CONSTRAINT);
+   }
+   if (const int status = rtx3GPPDecMobileIdentityType1(d.ctxt(), length, static_cast<uint8_t>(odd),
+                                                        static_cast<uint8_t>(first), text, N);
+       status < 0)
+      return d.failed(status);
+   d.pop();
+   return 0;
+}
+
+// The bits ahead of the type of a temporary identity: all ones but the last, which is not looked at.
+int checkLeadingBits(Decoder& d, const char* what, uint8_t bits, int line = __builtin_LINE()) {
+   if (bits >= 30) return 0;
+   rtxErrAddStrParm(d.ctxt(), what);
+   rtxErrAddUIntParm(d.ctxt(), bits);
+   return d.failed(RTX_E_CONSTRAINT, line);
+}
+
+} // namespace
+
+int NASEnc_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity* pvalue) {
+   Encoder e(pctxt, kEncSource);
+   L3_TRY(e.begin("MobileIdentity"));
+   if (pvalue->t < kNone || pvalue->t > kEui64) return e.badChoice();
+   const OpenLength length{e.offset() + 16};
+   if (pvalue->t != kImei && pvalue->t != kImeisv) {
+      Lead lead = leadOf(*pvalue);
+      L3_TRY(e.fields(integer<16>("length", lead.length), integer<8>("bits+type", lead.octet)));
+   }
+   switch (pvalue->t) {
+   case kSuci: L3_TRY(encodeSuci(e, *pvalue)); break;
+   case kGuti: L3_TRY(e.item("guti", NASEnc_TS24501IE_MobileIdentity_GUTI, &pvalue->u.guti)); break;
+   case kImei: L3_TRY(encodeDigits(e, "imei", 3, pvalue->u.imei)); break;
+   case kStmsi: L3_TRY(e.item("stmsi", NASEnc_TS24501IE_MobileIdentity_STMSI, &pvalue->u.stmsi)); break;
+   case kImeisv: L3_TRY(encodeDigits(e, "imeisv", 5, pvalue->u.imeisv)); break;
+   case kMac: (void)e.octets<6>("macaddr", pvalue->u.macaddr.macaddr); break;
+   case kEui64: (void)e.octets<8>("eui-64", pvalue->u.eui_64); break;
+   default: break;
+   }
+   L3_TRY(e.close<16>(length, pvalue->length, Limits{}));
+   return e.done();
+}
+
+int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("MobileIdentity"));
+   Length length;
+   L3_TRY(d.open<16>("length", pvalue->length, Limits{}, length));
+   uint8_t leading = 0;
+   uint32_t type = 0;
+   L3_TRY(d.fields(integer<5>("leading bits", leading),
+                   value<quorva::type::TS24501IE_TypeOfIdentity>("typeOfIdent", type)));
+   pvalue->t = type + 1;
+   switch (pvalue->t) {
+   case kNone: break;
+   case kSuci: L3_TRY(decodeSuci(d, *pvalue, leading >> 1 & 7u)); break;
+   case kGuti:
+      L3_TRY(checkLeadingBits(d, "MobileIdentity leading bits for GUTI", leading));
+      L3_TRY(d.item("guti", NASDec_TS24501IE_MobileIdentity_GUTI, &pvalue->u.guti));
+      break;
+   case kImei:
+      // The odd indication is taken from the first digit, unlike that of an IMEISV: deliberate.
+      L3_TRY(decodeDigits(d, "imei", pvalue->length, leading >> 1 & 1u, leading >> 1, pvalue->u.imei));
+      break;
+   case kStmsi:
+      L3_TRY(checkLeadingBits(d, "MobileIdentity leading bits for 5G-S-TMSI", leading));
+      L3_TRY(d.item("stmsi", NASDec_TS24501IE_MobileIdentity_STMSI, &pvalue->u.stmsi));
+      break;
+   case kImeisv:
+      L3_TRY(decodeDigits(d, "imeisv", pvalue->length, leading & 1u, leading >> 1, pvalue->u.imeisv));
+      break;
+   case kMac:
+      pvalue->u.macaddr.mauri = leading & 1;
+      // "mac" here, "macaddr" in the encoder: deliberate.
+      (void)d.octets<6>("mac", pvalue->u.macaddr.macaddr);
+      break;
+   case kEui64: (void)d.octets<8>("eui-64", pvalue->u.eui_64); break;
+   default: return d.badChoice();
+   }
+   L3_TRY(d.close(length));
+   return d.done();
+}
+
+// Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
+// tells if lci is set, else they take all that is left of the entry.
+int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
+   Encoder e(pctxt, kEncSource);
+   L3_TRY(e.begin("ExtCAGEntry"));
+   OpenLength length;
+   L3_TRY(e.open<16>("length", length));
+   L3_TRY(e.item("mcc-mnc", NASEnc_TS24008IE_MCCMNCPair, &pvalue->mcc_mnc));
+   L3_TRY(e.fields(integer<4>("spare1", pvalue->spare1), integer<1>("caili", pvalue->caili),
+                   flag("lci", pvalue->lci), flag("spare2", pvalue->spare2),
+                   flag("cagOnly", pvalue->cagOnly)));
+   const uint32_t numocts = pvalue->m.cagIdPresent ? pvalue->cagId.numocts : 0;
+   if (pvalue->m.cagIdIndLenPresent) {
+      if (numocts > 0xFFFF) return RTX_E_CONSTRAINT;
+      pvalue->cagIdIndLen = static_cast<uint16_t>(numocts);
+      L3_TRY(e.fields(integer<16>("cagIdIndLen", pvalue->cagIdIndLen)));
+   }
+   if (pvalue->m.cagIdPresent) L3_TRY(e.fill("cagId", pvalue->cagId));
+   L3_TRY(e.push("cagIdAddlInfoList"));
+   if (pvalue->caili == 1) {
+      L3_TRY(e.item("present", NASEnc_TS24501IE_CAGIdAddlInfoList, &pvalue->cagIdAddlInfoList.u.present));
+   } else {
+      L3_TRY(e.nothing("absent"));
+   }
+   e.pop();
+   L3_TRY(e.close<16>(length, pvalue->length, Limits{}));
+   return e.done();
+}
+
+int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("ExtCAGEntry"));
+   pvalue->m = {};
+   Length length;
+   L3_TRY(d.open<16>("length", pvalue->length, Limits{}, length));
+   L3_TRY(d.item("mcc-mnc", NASDec_TS24008IE_MCCMNCPair, &pvalue->mcc_mnc));
+   L3_TRY(d.within(length));
+   L3_TRY(d.fieldsIn(length, integer<4>("spare1", pvalue->spare1), integer<1>("caili", pvalue->caili),
+                     flag("lci", pvalue->lci), flag("spare2", pvalue->spare2),
+                     flag("cagOnly", pvalue->cagOnly)));
+   size_t numocts = kRest;
+   if (pvalue->lci) {
+      L3_TRY(d.fieldsIn(length, integer<16>("cagIdIndLen", pvalue->cagIdIndLen)));
+      pvalue->m.cagIdIndLenPresent = 1;
+      numocts = pvalue->cagIdIndLen;
+   }
+   if (numocts != 0 && d.more()) {
+      L3_TRY(d.sized("cagId", numocts, pvalue->cagId, Limits{}));
+      pvalue->m.cagIdPresent = 1;
+      L3_TRY(d.within(length));
+   }
+   L3_TRY(d.push("cagIdAddlInfoList"));
+   if (pvalue->caili == 1) {
+      L3_TRY(d.item("present", NASDec_TS24501IE_CAGIdAddlInfoList, &pvalue->cagIdAddlInfoList.u.present));
+   } else {
+      L3_TRY(d.nothing("absent"));
+   }
+   d.pop();
+   L3_TRY(d.close(length));
+   return d.done();
+}
