@@ -59,7 +59,7 @@ bool Reader::storage(Storage& storage, const Bounds& bounds) {
 
 void Reader::fields(std::vector<std::unique_ptr<Field>>& out, const char* closer, Place place) {
    Deeper deeper(*this);
-   Pos opened = peek().pos;
+   const Pos opened = stream_.items[at_ - 1].pos; // the bracket is taken
    int group = 0;
    while (!closes(closer, opened)) {
       if (presenceLine(place, group)) continue;

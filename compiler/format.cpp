@@ -114,6 +114,7 @@ private:
          if (around->body == Body::Table) line.number = 2;
       }
       line.cells = {""};
+      const size_t known = brackets_;
       size_t item = 0; // where the present field or row began
       for (size_t i = 0; i < tokens.size(); ++i) {
          for (size_t cut : cuts)
@@ -132,6 +133,9 @@ private:
             item = i + 1;
          }
       }
+      if (!stack_.empty() && stack_.back().body == Body::Rows && !opens(tokens.back()) &&
+          stack_.back().number > known)
+         stack_.back().flows = true; // rows behind the bracket on its own line
       if (stack_.empty()) declaration_.clear();
    }
 

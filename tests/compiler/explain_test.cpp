@@ -1,0 +1,131 @@
+// Octet figures and message tables of a few types.
+#include "tests/compiler/described.h"
+
+#include <gtest/gtest.h>
+
+namespace l3c {
+namespace {
+
+std::string explained(const std::string& text, const char* name = "X") {
+   Described all({"module M\n" + text + '\n'});
+   EXPECT_FALSE(all.diagnostics.failed()) << all.diagnostics.render();
+   return '\n' + explain(*all.type(name));
+}
+
+TEST(Explain, ElementWithLengthAndOptionalOctets) {
+   EXPECT_EQ(explained("element A V { a0, a1-long-name, rest 6 }\n"
+                       "element X LV 2..5 { first A, octet4? { spare 3, kind 5 }, number 16, tail? tail }"),
+             R"(
+    8       7       6       5       4       3       2       1
++---------------------------------------------------------------+
+|                              IEI                              | octet 1
++---------------------------------------------------------------+
+|                        length (2 to 5)                        | octet 2
++-------+-------+-----------------------------------------------+
+|  a0   |  a1-  |                     rest                      |
+|       | long- |                                               | octet 3
+|       | name  |                                               |
++-------+-------+-------+---------------------------------------+
+|         spare         |                 kind                  | octet 4*
++-----------------------+---------------------------------------+
+|                            number                             | octets 5 to 6
++---------------------------------------------------------------+
+|                             tail                              | octets 7 to n*
++---------------------------------------------------------------+
+)");
+}
+
+TEST(Explain, HalfOctet) {
+   EXPECT_EQ(explained("element X V { spare, value 3 }"), R"(
+    8       7       6       5       4       3       2       1
++-------------------------------+-------+-----------------------+
+|              IEI              | spare |         value         | octet 1
++-------------------------------+-------+-----------------------+
+)");
+}
+
+TEST(Explain, ChainRepetitionAndChoice) {
+   EXPECT_EQ(explained("element S V { kind 7 }\n"
+                       "element X V {\n chain ( octet1 S, octet1a? S )\n n 4, spans 8, spare 4\n"
+                       " list each S x(n) [0..3]\n by choice by n { 0 none, 1|2 some 8 }\n last 8\n}"),
+             R"(
+    8       7       6       5       4       3       2       1
++-------+-------------------------------------------------------+
+|  ext  |                         kind                          | octet 1
++-------+-------------------------------------------------------+
+|  ext  |                         kind                          | octet 1a*
++-------+-----------------------+-------------------------------+
+|               n               |             spans             | octet 2
++-------------------------------+-------------------------------+
+|         spans (cont.)         |             spare             | octet 3
++-------------------------------+-------------------------------+
+|                   list: S, n times (0 to 3)                   | octets 4 to n
++---------------------------------------------------------------+
+|                            by by n                            |
+|                            0 none                             | octets n + 1 to m
+|                       1|2 some: 8 bits                        |
++---------------------------------------------------------------+
+|                             last                              | octet m + 1
++---------------------------------------------------------------+
+)");
+}
+
+TEST(Explain, BitsWithoutPlaces) {
+   EXPECT_EQ(explained("element X V { one 2, more? 5 bit, since 9 ( young ) }"), R"(
+    8       7       6       5       4       3       2       1
++---------------+-----------------------------------------------+
+|      one      |                                               | octet 1
++---------------+-----------------------------------------------+
+|                     more follows: 1, or 0                     | 1 bit
+|                             more                              | 5 bits*
+|                        since release 9                        |
+|                             young                             | 1 bit*
++---------------------------------------------------------------+
+)");
+}
+
+TEST(Explain, Message) {
+   EXPECT_EQ(explained("enum E 4 { a 1 }\nelement L LV 1..4 { a 8 }\nelement H LV-E { a tail }\nnumber N 8\n"
+                       "message X {\n spare 4\n kind E\n long H\n optional\n half A- E\n one 41 L\n group\n"
+                       " big 7B H\n mark B1 T\n fixed 5C N\n}"
+                       "\nmessage Y is L"),
+             R"(
+IEI  Element  Type  Presence  Format  Length
+     spare          M         V       1/2
+     kind     E     M         V       1/2
+     long     H     M         LV-E    2-n
+A-   half     E     O         TV      1
+41   one      L     O         TLV     3-6
+7B   big      H     O         TLV-E   3-n
+B1   mark           O         T       1
+5C   fixed    N     O         TV      2
+)");
+}
+
+TEST(Explain, ValuesAndPdu) {
+   EXPECT_EQ(explained("enum X 3 { no 0, yes 5 }"), R"(
+    8       7       6       5       4       3       2       1
++-----------------------+---------------------------------------+
+|           X           |                                       | octet 1
++-----------------------+---------------------------------------+
+Value  Name
+0      no
+5      yes
+)");
+   EXPECT_EQ(explained("message A empty\npdu X { type 8, data messages }\ntable X { 9 0A 3 obj_A A, 9 0B 4 "
+                       "obj_B - }"),
+             R"(
+    8       7       6       5       4       3       2       1
++---------------------------------------------------------------+
+|                             type                              | octet 1
++---------------------------------------------------------------+
+|                             data                              | octets 2 to n
++---------------------------------------------------------------+
+Discriminator  Type  Selector  Member  Record
+9              0A    3         obj_A   A
+9              0B    4         obj_B   -
+)");
+}
+
+} // namespace
+} // namespace l3c
