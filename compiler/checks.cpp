@@ -237,9 +237,11 @@ private:
       }
       bool bracket = field.onlyOnWire() || field.kind == Kind::Group;
       if (bracket && field.fields.empty()) error(NoFields, field.pos, "There are no fields in the bracket.");
-      if (field.init && field.bits && *field.init > maxOf(field.bits))
+      const Type* own = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+      const unsigned bits = own ? own->bits : field.bits;
+      if (field.init && bits && *field.init > maxOf(bits))
          error(ValueTooWide, field.pos,
-               "The value " + text(*field.init) + " is beyond " + text(field.bits) + " bits.");
+               "The value " + text(*field.init) + " is beyond " + text(bits) + " bits.");
    }
 
    // Words that go with some kinds only.
@@ -254,10 +256,10 @@ private:
       refuse(field.aside, field.kind == Kind::Uint || field.kind == Kind::Frame,
              "`aside` goes with an integer.");
       refuse(!field.counts.empty(), field.kind == Kind::Uint, "`counts` goes with an integer.");
-      const bool number = field.kind == Kind::Uint || field.kind == Kind::Flag ||
-                          (field.kind == Kind::Named && field.type.type != nullptr &&
-                           (field.type.type->kind == TypeKind::Enum || field.type.type->kind == TypeKind::Number));
-      refuse(field.init.has_value(), number, "`init` goes with an integer or an enumeration.");
+      const Type* own = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+      const bool valued = own && (own->kind == TypeKind::Enum || own->kind == TypeKind::Number);
+      refuse(field.init.has_value(), field.kind == Kind::Uint || field.kind == Kind::Flag || valued,
+             "`init` goes with an integer or an enumeration.");
       refuse(field.leaveTail, frame || field.bareBits, "`leavetail` goes with a frame.");
       refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
              "`beside` goes with the first field behind a length of 4 bits.");

@@ -26,7 +26,7 @@ public:
       eachType([this](Type& type) { typeNames(type); });
       for (auto& module : model_.modules)
          for (TestVector& test : module->tests) name(test.type, *module);
-      eachType([this](Type& type) {
+      eachType([](Type& type) {
          int groups = 0;
          numberGroups(type.fields, groups);
          typeStorage(type);
