@@ -21,7 +21,10 @@ inline Octets octets(std::string hex) {
 
 inline std::string spaced(const Octets& octets) {
    std::string text;
-   for (const uint8_t octet : octets) text += (text.empty() ? "" : " ") + hexFromOctets(&octet, 1);
+   for (const uint8_t octet : octets) {
+      if (!text.empty()) text += ' ';
+      text += hexFromOctets(&octet, 1);
+   }
    return text;
 }
 
