@@ -85,8 +85,7 @@ enum class Kind {
    Swap,  // two fields coded in the other order
 };
 
-// How a repetition tells whether another entry comes: by what is left, by ext bits, by a 1 ahead of each and
-// a 0.
+// What tells that another entry comes: bits left in the container, an ext bit, a 1 ahead of each entry.
 enum class Entries { Rest, Ext, Flags };
 enum class Class { V, LV, LVE, L4, LB };         // LB: the length counts bits
 enum class Lead { None, Bit, LH };               // optional field led by a bit of its own
@@ -121,14 +120,12 @@ struct Field {
    std::string counts;     // Uint: the encoder takes it from the octet count of this later field
    const Field* counted = nullptr; // that field, resolved
    uint64_t countsPlus = 0;        // and adds so many
-   std::unique_ptr<Field>
-         entry;           // Each of octets: the kind of an entry, Sized or Fill; no type and no bits then
-   bool tail = false;     // Each: sets the open tail's flag
-   bool beside = false;   // stands in the octet of an L4 length, outside of its container
+   std::unique_ptr<Field> entry;   // Each of octets: an entry, Sized or Fill; no type and no bits then
+   bool tail = false;              // Each: sets the open tail's flag
+   bool beside = false;            // stands in the octet of an L4 length, outside of its container
    unsigned ahead = 0;    // the decoder takes the selector of the choice in `type` from the n-th bit ahead
    Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
    unsigned bareBits = 0; // width of a bare length around this field alone
-
    std::optional<uint64_t> init;   // value that the initialiser gives
    std::optional<uint64_t> sample; // value in samples, where not any value makes one; Messages: the selector
    bool hexIei = false;            // message element with an IEI
@@ -200,7 +197,6 @@ struct Type {
    bool fill = false;                   // Octets: all that is left in the container
    bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
    bool padded = false;                 // Record: the contents end within an octet, on purpose
-
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    TypeRef base;              // Alias, OneElement, List

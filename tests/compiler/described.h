@@ -3,6 +3,8 @@
 
 #include "compiler/diagnostics.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -63,10 +65,13 @@ private:
 
 // The descriptions of this system.
 inline std::vector<std::string> ownDescriptions() {
+   std::vector<std::filesystem::path> paths;
+   for (auto& entry : std::filesystem::directory_iterator(std::string(QUORVA_TEST_DATA) + "/../src"))
+      if (entry.path().extension() == ".l3d") paths.push_back(entry.path());
+   std::sort(paths.begin(), paths.end());
    std::vector<std::string> texts;
-   for (const char* file : {"TS24007L3", "TS24008IES", "TS24011IES", "TS24011Msgs", "TS24301IES",
-                            "TS24301Msgs", "TS24501IES", "TS24501Msgs"}) {
-      std::ifstream in(std::string(QUORVA_TEST_DATA) + "/../src/" + file + ".l3d", std::ios::binary);
+   for (auto& path : paths) {
+      std::ifstream in(path, std::ios::binary);
       std::ostringstream all;
       all << in.rdbuf();
       texts.push_back(all.str());
