@@ -1,0 +1,115 @@
+// Over all types: what a sample encodes to decodes to the same text and the same octets.
+
+#include "modules/records.h"
+#include "support/systemMemory.h"
+
+#include <map>
+
+using namespace quorva::test;
+using quorva_test::Capture;
+
+namespace {
+
+// Types that do not decode on their own what they encode on their own.
+const std::map<std::string, std::string> kNotAlone = {
+      // They begin within an octet of the record around them; alone, their contents lie across octets.
+      {"TS24501IE_CipherDataSet_eutraPosSIB", "half an octet ahead of its contents"},
+      {"TS24501IE_CipherDataSet_nrPosSIB", "half an octet ahead of its contents"},
+      {"TS24501IE_UEParamUpdateContainer_updateOrAck", "a bit ahead of octets with lengths"},
+};
+
+bool standsAlone(const QuorvaType& type) {
+   return type.sample && type.encode && type.decode && type.print && kNotAlone.count(type.name) == 0;
+}
+
+TEST(RoundTrip, SampleEncodesDecodesAndPrintsAlike) {
+   size_t tried = 0;
+   for (auto* type : allTypes()) {
+      if (!standsAlone(*type)) continue;
+      SCOPED_TRACE(type->name);
+      ++tried;
+      Capture there(kTextRoom), back(kTextRoom);
+      void* sample = type->sample(&there.ctxt);
+      ASSERT_NE(sample, nullptr);
+      Coded coded = encode(there.ctxt, *type, sample);
+      EXPECT_GE(coded.status, 0);
+      if (coded.status < 0) continue;
+      const std::string text = textOf(there, *type, sample);
+      // What the decoder leaves unset must not show.
+      for (int fill : {0x00, 0xFF}) {
+         Place place(*type, fill);
+         EXPECT_GE(decode(back.ctxt, *type, coded.octets, place.get()), 0);
+         EXPECT_EQ(rtxCtxtGetBitOffset(&back.ctxt), coded.bits);
+         EXPECT_EQ(textOf(back, *type, place.get()), text);
+         EXPECT_EQ(encode(back.ctxt, *type, place.get()).octets, coded.octets);
+      }
+   }
+   EXPECT_GT(tried, 800u);
+}
+
+TEST(RoundTrip, EveryTruncationStaysWithinItsMemory) {
+   for (auto* type : allTypes()) {
+      if (!standsAlone(*type)) continue;
+      SCOPED_TRACE(type->name);
+      Capture capture(kTextRoom);
+      void* sample = type->sample(&capture.ctxt);
+      const Coded coded = encode(capture.ctxt, *type, sample);
+      for (size_t length = 1; length < coded.octets.size(); ++length) {
+         // A block of its own size, for the sanitizers.
+         std::vector<uint8_t> octets(coded.octets.begin(), coded.octets.begin() + static_cast<long>(length));
+         octets.shrink_to_fit();
+         Place place(*type, 0xA5);
+         (void)decode(capture.ctxt, *type, octets, place.get());
+         rtxMemReset(&capture.ctxt);
+         rtxCtxtPopAllContainers(&capture.ctxt);
+      }
+   }
+}
+
+TEST(Sample, TwiceTheSame) {
+   for (auto* type : allTypes()) {
+      if (!type->sample || !type->print) continue;
+      Capture capture(kTextRoom);
+      void* first = type->sample(&capture.ctxt);
+      void* second = type->sample(&capture.ctxt);
+      EXPECT_NE(first, second) << type->name;
+      EXPECT_EQ(textOf(capture, *type, first), textOf(capture, *type, second)) << type->name;
+   }
+}
+
+TEST(Sample, FailsCleanlyWithoutMemory) {
+   for (auto* type : allTypes()) {
+      if (!type->sample) continue;
+      SCOPED_TRACE(type->name);
+      for (size_t failAt = 1;; ++failAt) {
+         system_memory::reset();
+         RtxContext ctxt;
+         ASSERT_EQ(
+               rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free),
+               0);
+         // Each allocation is one of the system's own.
+         rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
+         system_memory::failAt = system_memory::calls + failAt;
+         void* sample = type->sample(&ctxt);
+         const bool failed = system_memory::failures != 0;
+         EXPECT_EQ(sample == nullptr, failed);
+         rtFreeContext(&ctxt);
+         EXPECT_EQ(system_memory::live, 0u);
+         if (!failed) break;
+      }
+   }
+}
+
+TEST(Init, EmptyRecordsPrint) {
+   for (auto* type : allTypes()) {
+      if (!type->init || !type->print) continue;
+      Capture capture(kTextRoom);
+      for (int fill : {0x00, 0xFF}) {
+         Place place(*type, fill);
+         EXPECT_EQ(type->init(place.get()), 0) << type->name;
+         (void)textOf(capture, *type, place.get());
+      }
+   }
+}
+
+} // namespace
