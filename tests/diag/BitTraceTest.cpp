@@ -3,7 +3,7 @@
 #include <string>
 
 #include "diag/TracedMessage.h"
-#include "heap/SystemMemory.h"
+#include "support/systemMemory.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxStream.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "heap/SystemMemory.h"
+#include "support/systemMemory.h"
 #include "quorva/rtxDiag.h"
 #include "quorva/rtxError.h"
 #include "support/capture.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "heap/SystemMemory.h"
+#include "support/systemMemory.h"
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtxMemHeap.h"
 #include "support/capture.h"

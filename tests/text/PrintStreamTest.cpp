@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "heap/SystemMemory.h"
+#include "support/systemMemory.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxPrintToStream.h"
 #include "support/capture.h"

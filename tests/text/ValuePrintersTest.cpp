@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "heap/SystemMemory.h"
+#include "support/systemMemory.h"
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtxPrintToStream.h"
 #include "support/capture.h"
