@@ -1,0 +1,298 @@
+// Octet chains, quality of service, protocol options and addresses.
+#include "quorva/TS24008IE.h"
+#include "tests/modules/codecs.h"
+
+#include <cstring>
+
+using namespace quorva::test;
+
+namespace {
+
+unsigned presence(const TS24008IE_BearerCapability& r) {
+   uint8_t bits[2];
+   std::memcpy(bits, &r.m, 2);
+   return bits[0] | unsigned{bits[1]} << 8;
+}
+
+TEST(BearerCapability, ChainsOnTheWire) {
+   struct Case {
+      const char* what;
+      const char* hex;
+      int status;
+      unsigned presence;
+   };
+   const Case cases[] = {
+         {"octet 3 alone", "01 A0", 0, 0},
+         {"3a", "02 20 84", 0, 1},
+         {"3a and two of 3b", "04 20 04 02 85", 0, 3},
+         {"4", "02 A0 88", 0, 4},
+         {"octet 4 in the place of 3a", "02 A0 81", 0, 4},
+         {"5b behind the end", "04 A0 88 21 15 00", RTX_E_LENGTH_OVERRUN, 0},
+         {"5, 5a, 5b", "05 A0 88 21 15 80", 0, 4 + 8 + 16 + 32},
+         {"5, 6 to 6g", "0B A0 88 A1 21 15 02 03 04 05 06 81", 0, 4 + 8 + 64 + 0x3F80},
+         {"6 to 6a, then 7", "06 A0 88 A1 21 95 C6", 0, 4 + 8 + 64 + 128 + 0x4000},
+         {"an unknown octet behind 4, then 5", "05 A0 08 01 81 A1", 0, 4 + 8},
+         {"an unknown octet behind 7", "07 A0 88 A1 A1 46 01 81", 0, 4 + 8 + 64 + 0x4000},
+         // The list goes on behind the end of the element.
+         {"3b behind the end", "02 20 04 85", RTX_E_LENGTH_OVERRUN, 3},
+         {"unknown octets behind the end", "02 A0 08 01 81", RTX_E_LENGTH_OVERRUN, 4},
+         {"a length of 0", "00 A0", RTX_E_LENGTH_OVERRUN, 0},
+         {"3b behind the data", "02 20 04", 0, 3}, // the flag that isn't there ends the list
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_BearerCapability record;
+      std::memset(&record, 0, sizeof record);
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_BearerCapability, &record), c.status) << c.what;
+      if (c.status == 0) {
+         EXPECT_EQ(presence(record), c.presence) << c.what;
+         EXPECT_EQ(rtxErrGetErrorCnt(context), 0u) << c.what;
+      }
+   }
+}
+
+TEST(BearerCapability, RoundTrips) {
+   for (const char* hex : {"01 A0", "02 20 84", "04 20 04 02 85", "05 A0 88 21 15 80",
+                           "0C A0 88 A1 21 15 02 03 04 05 06 87 81", "07 A1 B8 89 21 15 63 80"}) {
+      TS24008IE_BearerCapability record{};
+      std::string again =
+            recode(hex, NASDec_TS24008IE_BearerCapability, NASEnc_TS24008IE_BearerCapability, record);
+      if (again != spaced(octets(hex))) {
+         ADD_FAILURE() << hex << " came out as " << again;
+      }
+   }
+}
+
+TEST(BearerCapability, EncoderStopsAChainAtItsFirstClearBit) {
+   TestContext context;
+   TS24008IE_BearerCapOctet3b list[2] = {};
+   list[1].speechVersion = 5;
+   struct Case {
+      const char* what;
+      void (*fill)(TS24008IE_BearerCapability&);
+      const char* written;
+   };
+   const Case cases[] = {
+         {"6b without 6a", [](auto& r) { r.m.octet6Present = 1, r.m.octet6bPresent = 1; }, "02 80 80"},
+         {"6b with 6a",
+          [](auto& r) { r.m.octet6Present = 1, r.m.octet6aPresent = 1, r.m.octet6bPresent = 1; },
+          "04 80 00 00 80"},
+         {"5b without 5a", [](auto& r) { r.m.octet5Present = 1, r.m.octet5bPresent = 1; }, "02 80 80"},
+         {"5a without 5", [](auto& r) { r.m.octet5aPresent = 1; }, "01 80"},
+         {"3b without 3a", [](auto& r) { r.m.octet3bPresent = 1; }, "01 80"},
+         // The count of the list decides, not its presence bit.
+         {"3a, and entries of 3b", [](auto& r) { r.m.octet3aPresent = 1; }, "04 00 00 00 85"},
+   };
+   for (const Case& c : cases) {
+      TS24008IE_BearerCapability record{};
+      record.octet3b = {2, list};
+      c.fill(record);
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_BearerCapability, &record), c.written) << c.what;
+   }
+}
+
+TEST(BackupBearerCapability, HasNoOctets3aAnd5b) {
+   TestContext context;
+   TS24008IE_BackupBearerCapability record{};
+   // Behind octet 3 unknown octets are skipped; behind 5a too.
+   ASSERT_EQ(decode(context, "08 21 01 81 88 21 15 80 E1", NASDec_TS24008IE_BackupBearerCapability, &record),
+             0);
+   EXPECT_TRUE(record.m.octet4Present && record.m.octet5Present && record.m.octet5aPresent);
+   EXPECT_TRUE(record.m.octet6Present);
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_BackupBearerCapability, &record), "05 a1 88 21 95 e1");
+}
+
+TEST(QualityOfService, LengthAgainstItsFields) {
+   struct Case {
+      unsigned length;
+      int status;
+      unsigned extended;
+   };
+   const Case cases[] = {{3, RTX_E_CONSTRAINT, 0},
+                         {4, RTX_E_LENGTH_OVERRUN, 0},
+                         {11, RTX_E_LENGTH_OVERRUN, 0},
+                         {12, 0, 0},
+                         {13, 0, 1},
+                         {20, 0, 8},
+                         {21, RTX_E_CONSTRAINT, 0}};
+   for (const Case& c : cases) {
+      TestContext context;
+      struct {
+         TS24008IE_QualityOfService qos;
+         char guard[4];
+      } record;
+      std::memset(&record, 0x77, sizeof record);
+      Octets input(30, 0x5A);
+      input[0] = static_cast<uint8_t>(c.length);
+      EXPECT_EQ(NASDec_TS24008IE_QualityOfService(context.decode(input), &record.qos), c.status) << c.length;
+      EXPECT_EQ(record.guard[0], 0x77);
+      if (c.status != 0) continue;
+      EXPECT_EQ(record.qos.extBitRate.n, c.extended);
+      input.resize(c.length + 1);
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record.qos), spaced(input));
+   }
+   TestContext context;
+   TS24008IE_QualityOfService record{};
+   record.extBitRate.n = 9;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16");
+   record.extBitRate.n = 0;
+   record.delayClass = 8;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16");
+}
+
+TEST(ProtocolConfigOptions, UnitsToTheEnd) {
+   struct Case {
+      const char* hex;
+      int status;
+      size_t units;
+      const char* again;
+   };
+   const Case cases[] = {
+         {"01 80", 0, 0, "01 80"},
+         {"07 80 00 0D 00 00 10 00", 0, 2, "07 80 00 0d 00 00 10 00"},
+         {"06 80 80 21 02 01 00", 0, 1, "06 80 80 21 02 01 00"},
+         {"06 00 7F 80 00 0D 00", 0, 1, "04 80 00 0d 00"}, // unknown octets behind an ext bit of 0
+         {"00 80", RTX_E_CONSTRAINT, 0, ""},
+         {"FE 80", RTX_E_CONSTRAINT, 0, ""},
+         {"05 80 00 0D 02 01 00", RTX_E_LENGTH_OVERRUN, 0, ""}, // the unit ends behind the element
+         {"05 80 00 0D 02 01", RTX_E_END_OF_DATA, 0, ""},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_ProtocolConfigOptions record{};
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_ProtocolConfigOptions, &record), c.status) << c.hex;
+      if (c.status != 0) continue;
+      EXPECT_EQ(record.pcoUnits.n, c.units) << c.hex;
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_ProtocolConfigOptions, &record), c.again) << c.hex;
+   }
+}
+
+TEST(ProtocolConfigOptions, EncodersTestTheLengthAtTheEnd) {
+   TestContext context;
+   const uint8_t data[250] = {};
+   TS24008IE_PCOUnit units[400] = {};
+   units[0].contents = {250, data};
+   TS24008IE_ProtocolConfigOptions record{};
+   record.pcoUnits = {1, units};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ProtocolConfigOptions, &record), "status -16");
+   EXPECT_EQ(context.used(), 255u) << "the octets stand";
+   units[0].contents.numocts = 249;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ProtocolConfigOptions, &record).substr(0, 2), "fd");
+
+   TS24008IE_ExtProtoConfigOptions extended{};
+   extended.pcoUnits = {2, units};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ExtProtoConfigOptions, &extended).substr(0, 8), "01 00 80");
+   for (TS24008IE_PCOUnit& unit : units) unit.contents = {250, data};
+   extended.pcoUnits.n = 259; // 65,528 octets
+   context.encode(80000);
+   EXPECT_EQ(NASEnc_TS24008IE_ExtProtoConfigOptions(context, &extended), 0);
+   units[0].contents.numocts = 255;
+   context.encode(80000);
+   uint8_t longer[255] = {};
+   units[0].contents = {255, longer};
+   EXPECT_EQ(NASEnc_TS24008IE_ExtProtoConfigOptions(context, &extended), RTX_E_CONSTRAINT);
+}
+
+TEST(PacketDataProtoAddr, AddressOfTwentyOctetsAtMost) {
+   for (unsigned length = 0; length < 30; ++length) {
+      TestContext context;
+      struct {
+         TS24008IE_PacketDataProtoAddr address;
+         char guard[16];
+      } record;
+      std::memset(&record, 0x77, sizeof record);
+      Octets input(40, 0x01);
+      input[0] = static_cast<uint8_t>(length);
+      const int status = NASDec_TS24008IE_PacketDataProtoAddr(context.decode(input), &record.address);
+      EXPECT_EQ(status, length < 2 || length > 22 ? RTX_E_CONSTRAINT : 0) << length;
+      EXPECT_EQ(record.guard[0], 0x77);
+      if (status == 0) {
+         EXPECT_EQ(record.address.addressInfo.numocts, length - 2);
+         input.resize(length + 1);
+         EXPECT_EQ(encode(context, NASEnc_TS24008IE_PacketDataProtoAddr, &record.address), spaced(input));
+      }
+   }
+   TestContext context;
+   TS24008IE_PacketDataProtoAddr record{};
+   record.addressInfo.numocts = 21;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_PacketDataProtoAddr, &record), "status -16");
+}
+
+TEST(TFTPacketFilterComponent, ArmsByTheirIdentifier) {
+   const char* const cases[] = {
+         "10 C0 A8 00 00 FF FF 00 00",
+         "11 C0 A8 00 00 FF FF 00 00",
+         "20 20 01 0D B8 00 00 00 00 00 00 00 00 00 00 00 01 FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00",
+         "21 20 01 0D B8 00 00 00 00 00 00 00 00 00 00 00 01 40",
+         "23 20 01 0D B8 00 00 00 00 00 00 00 00 00 00 00 01 40",
+         "30 11",
+         "40 01 BB",
+         "41 00 50 01 BB",
+         "50 01 BB",
+         "51 00 50 01 BB",
+         "60 01 02 03 04",
+         "70 AA FF",
+         "80 51 23 45",
+   };
+   for (const char* hex : cases) {
+      TS24008IE_TFTPacketFilterComponent record{};
+      EXPECT_EQ(recode(hex, NASDec_TS24008IE_TFTPacketFilterComponent,
+                       NASEnc_TS24008IE_TFTPacketFilterComponent, record),
+                spaced(octets(hex)));
+   }
+   TestContext context;
+   TS24008IE_TFTPacketFilterComponent record{};
+   EXPECT_EQ(decode(context, "22 00", NASDec_TS24008IE_TFTPacketFilterComponent, &record), RTX_E_BAD_CHOICE);
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFTPacketFilterComponent, &record), "status -9");
+   record.id = TS24008IE_TFTPacketFilterComponentType_flowLabel;
+   record.value.u.flowLabel.label = 0x100000;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFTPacketFilterComponent, &record), "status -16");
+   EXPECT_EQ(context.parms().back(), "1048576");
+}
+
+TEST(TFTParam, EachStringHasACountOfItsOwn) {
+   for (const char* hex : {"01 03 02 AA BB", "02 04 00 01 00 02", "03 02 01 05", "09 01 00"}) {
+      TS24008IE_TFTParam record{};
+      EXPECT_EQ(recode(hex, NASDec_TS24008IE_TFTParam, NASEnc_TS24008IE_TFTParam, record),
+                spaced(octets(hex)));
+   }
+   TestContext context;
+   TS24008IE_TFTParam record{};
+   EXPECT_EQ(decode(context, "01 02 02 AA BB", NASDec_TS24008IE_TFTParam, &record), RTX_E_LENGTH_OVERRUN);
+   ASSERT_EQ(decode(context, "01 04 01 AA 00 00", NASDec_TS24008IE_TFTParam, &record), 0)
+         << "surplus skipped";
+   EXPECT_EQ(context.used(), 6u);
+}
+
+// Elements of general use with an end of their own.
+TEST(Elements, EndsAndBounds) {
+   TestContext context;
+   TS24008IE_TMGI tmgi{};
+   ASSERT_EQ(decode(context, "03 01 02 03 FF", NASDec_TS24008IE_TMGI, &tmgi), 0);
+   EXPECT_FALSE(tmgi.m.mcc_mncPresent);
+   EXPECT_EQ(decode(context, "04 01 02 03 62 F2 20", NASDec_TS24008IE_TMGI, &tmgi), RTX_E_LENGTH_OVERRUN);
+   EXPECT_EQ(decode(context, "07 01 02 03 62 F2 20 00", NASDec_TS24008IE_TMGI, &tmgi), RTX_E_CONSTRAINT);
+
+   TS24008IE_Cause cause{};
+   ASSERT_EQ(decode(context, "03 60 80 90", NASDec_TS24008IE_Cause, &cause), 0);
+   EXPECT_TRUE(cause.m.recommendationPresent);
+   EXPECT_EQ(cause.causeValue, 16);
+   ASSERT_EQ(decode(context, "02 E0 90", NASDec_TS24008IE_Cause, &cause), 0);
+   EXPECT_FALSE(cause.m.recommendationPresent || cause.m.diagnosticsPresent);
+   Octets diagnostics = octets("22 E0 90");
+   diagnostics.resize(40);
+   EXPECT_EQ(NASDec_TS24008IE_Cause(context.decode(diagnostics), &cause), 0);
+   EXPECT_EQ(cause.diagnostics.numocts, 32);
+   diagnostics[0] = 0x23;
+   EXPECT_EQ(NASDec_TS24008IE_Cause(context.decode(diagnostics), &cause), RTX_E_CONSTRAINT);
+
+   TS24008IE_CallingPartyBCDNumber calling{};
+   ASSERT_EQ(decode(context, "06 21 00 01 80 21 F3", NASDec_TS24008IE_CallingPartyBCDNumber, &calling), 0);
+   EXPECT_STREQ(calling.number, "123") << "unknown octets behind octet 3a are skipped";
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_CallingPartyBCDNumber, &calling), "04 21 80 21 f3");
+
+   TS24008IE_EmergencyNumber number{};
+   EXPECT_EQ(decode(context, "00 01 11", NASDec_TS24008IE_EmergencyNumber, &number), RTX_E_LENGTH_OVERRUN);
+}
+
+} // namespace

@@ -1,0 +1,388 @@
+// Capabilities of the mobile: releases, what lies behind the last known field, and elements that end early.
+#include "quorva/TS24008IE.h"
+#include "tests/modules/codecs.h"
+
+#include <cstring>
+
+using namespace quorva::test;
+
+namespace {
+
+// Bits one behind the other, as octets with zeros at the end.
+class Bits {
+public:
+   Bits& add(uint64_t value, unsigned width) {
+      while (width-- > 0) text_ += (value >> width & 1) != 0 ? '1' : '0';
+      return *this;
+   }
+   Bits& add(const std::string& bits) {
+      text_ += bits;
+      return *this;
+   }
+   size_t size() const { return text_.size(); }
+   Octets octets() const {
+      Octets all((text_.size() + 7) / 8);
+      for (size_t i = 0; i < text_.size(); ++i)
+         if (text_[i] == '1') all[i / 8] = static_cast<uint8_t>(all[i / 8] | 0x80 >> i % 8);
+      return all;
+   }
+
+private:
+   std::string text_;
+};
+
+std::string bitsOf(const RtxDynBitStr& value) {
+   std::string bits;
+   for (uint32_t i = 0; i < value.numbits; ++i)
+      bits += (value.data[i / 8] >> (7 - i % 8) & 1) != 0 ? '1' : '0';
+   return bits;
+}
+
+// A classmark 3 with no optional field is 50 bits to its first group.
+constexpr char kGroups[] = "101"
+                           "101"
+                           "011011"
+                           "10101";
+
+Octets classmark3(const std::string& behind) {
+   Bits bits;
+   bits.add(0, 8).add(0, 50).add(behind);
+   Octets all = bits.octets();
+   all[0] = static_cast<uint8_t>(all.size() - 1);
+   return all;
+}
+
+unsigned groupsOf(const TS24008IE_MobileStationClassmark3& r) {
+   return r.m.group1Present + 2u * r.m.group2Present + 4u * r.m.group3Present + 8u * r.m.group4Present;
+}
+
+TEST(MobileStationClassmark3, ReleaseDecidesWhichGroupsAreRead) {
+   struct Case {
+      uint16_t release;
+      unsigned groups;
+      size_t spareBits;
+   };
+   const Case cases[] = {{0, 15, 5},  {99, 15, 5}, {12, 15, 5}, {11, 7, 10},
+                         {10, 3, 16}, {9, 1, 19},  {8, 0, 22},  {1, 0, 22}};
+   const Octets input = classmark3(kGroups);
+   for (const Case& c : cases) {
+      TestContext context;
+      context->protocolRelease = c.release;
+      TS24008IE_MobileStationClassmark3 record{};
+      ASSERT_EQ(NASDec_TS24008IE_MobileStationClassmark3(context.decode(input), &record), 0) << c.release;
+      EXPECT_EQ(groupsOf(record), c.groups) << c.release;
+      const std::string hidden = std::string(kGroups) + "00000";
+      EXPECT_EQ(bitsOf(record.spareBits), hidden.substr(hidden.size() - c.spareBits)) << c.release;
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record), spaced(input));
+      EXPECT_FALSE(context->flags & RTX_CTXT_RAW_TAIL);
+   }
+   TestContext context;
+   TS24008IE_MobileStationClassmark3 record{};
+   ASSERT_EQ(NASDec_TS24008IE_MobileStationClassmark3(context.decode(input), &record), 0);
+   EXPECT_EQ(record.uTRA_CSG_Cells_Reporting, 1);
+   EXPECT_EQ(record.vAMOS_Level, 1);
+   EXPECT_EQ(record.tighterCapability, 2);
+   EXPECT_EQ(record.selCiphOf_DL_SACCH, 1);
+   EXPECT_EQ(record.csToPsFromGeranToEUtra, 2);
+   EXPECT_EQ(record.eutraWideRsrqSupport, 1);
+   EXPECT_EQ(record.erBandSupport, 1);
+   EXPECT_EQ(record.extEarfcnValRange, 1);
+}
+
+TEST(MobileStationClassmark3, GroupsStopWhereTheirBitsAreMissing) {
+   struct Case {
+      const char* what;
+      void (*fill)(TS24008IE_MobileStationClassmark3&);
+      uint8_t length;
+      unsigned groups;
+      size_t spareBits;
+   };
+   const Case cases[] = {
+         {"two bits left", [](auto& r) { r.m.singleBandSupportPresent = 1; }, 7, 0, 2},
+         {"one bit behind the first group", [](auto& r) { r.m.highMultislotCapPresent = 1; }, 7, 1, 1},
+         {"two groups to the bit", [](auto&) {}, 7, 3, 0},
+         // Five bits: not enough for the third group; the fourth would fit, but is given up with it.
+         {"the fourth would fit", [](auto& r) { r.m.rSupportPresent = 1; }, 8, 3, 5},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_MobileStationClassmark3 record{};
+      c.fill(record);
+      const Octets zeros(4);
+      context.encode();
+      ASSERT_EQ(NASEnc_TS24008IE_MobileStationClassmark3(context, &record), 0);
+      Octets input = octetsFromHex(context.written());
+      input.resize(c.length + 1u);
+      input[0] = c.length;
+      TS24008IE_MobileStationClassmark3 decoded{};
+      ASSERT_EQ(NASDec_TS24008IE_MobileStationClassmark3(context.decode(input), &decoded), 0) << c.what;
+      EXPECT_EQ(groupsOf(decoded), c.groups) << c.what;
+      EXPECT_EQ(decoded.spareBits.numbits, c.spareBits) << c.what;
+      EXPECT_EQ(context.used(), input.size()) << c.what;
+   }
+}
+
+TEST(MobileStationClassmark3, EncoderDoesNotAskForTheGroupsAhead) {
+   TestContext context;
+   TS24008IE_MobileStationClassmark3 record{};
+   record.m.group2Present = 1;
+   record.tighterCapability = 2;
+   record.selCiphOf_DL_SACCH = 1;
+   context.encode();
+   ASSERT_EQ(NASEnc_TS24008IE_MobileStationClassmark3(context, &record), 0);
+   TS24008IE_MobileStationClassmark3 decoded{};
+   ASSERT_EQ(
+         NASDec_TS24008IE_MobileStationClassmark3(context.decode(octetsFromHex(context.written())), &decoded),
+         0);
+   EXPECT_TRUE(decoded.m.group1Present) << "the same bits are the first group to the decoder";
+   EXPECT_EQ(decoded.uTRA_CSG_Cells_Reporting, 1);
+   EXPECT_EQ(decoded.vAMOS_Level, 1);
+}
+
+TEST(MobileStationClassmark3, LengthsAndPlainFieldsBehindTheEnd) {
+   struct Case {
+      const char* what;
+      std::string hex;
+      int status;
+   };
+   const std::string zeros(2 * 40, '0');
+   const Case cases[] = {
+         {"two octets, behind which the first plain field lies", "02 60 14 00 00 00", RTX_E_LENGTH_OVERRUN},
+         {"no octets", "00" + zeros, RTX_E_LENGTH_OVERRUN},
+         {"six octets", "06" + zeros, RTX_E_LENGTH_OVERRUN},
+         {"32 octets", "20" + zeros, 0},
+         {"33 octets", "21" + zeros, RTX_E_CONSTRAINT},
+         {"cut", "07 00 00 00", RTX_E_END_OF_DATA},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_MobileStationClassmark3 record{};
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_MobileStationClassmark3, &record), c.status)
+            << c.what;
+   }
+   TestContext context;
+   TS24008IE_MobileStationClassmark3 record{};
+   const uint8_t tail[32] = {};
+   record.spareBits = {8 * 32 - 50, tail};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record).substr(0, 2), "20");
+   record.spareBits.numbits += 1;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record), "status -16");
+   EXPECT_EQ(context.used(), 34u) << "the octets stand";
+}
+
+// Access capabilities with no optional field: 15 bits, then groups of these sizes.
+constexpr unsigned kGroupBits[] = {4, 6, 7, 10, 5, 6, 4, 4, 5, 2, 2, 2};
+
+Octets accessCapability(size_t contents, const std::string& behind = "") {
+   Bits bits;
+   bits.add(contents, 7)
+         .add("101"
+              "0"
+              "1000"
+              "0"
+              "0"
+              "10100");
+   for (size_t i = 15; i < contents; ++i) bits.add("0");
+   return bits.add(behind).octets();
+}
+
+unsigned groupsOf(const TS24008IE_AccessCapability& r) {
+   const unsigned bits[] = {r.m.group1Present, r.m.group2Present,  r.m.group3Present,  r.m.group4Present,
+                            r.m.group5Present, r.m.group6Present,  r.m.group7Present,  r.m.group8Present,
+                            r.m.group9Present, r.m.group10Present, r.m.group11Present, r.m.group12Present};
+   unsigned count = 0;
+   while (count < 12 && bits[count] != 0) ++count;
+   for (unsigned i = count; i < 12; ++i) EXPECT_EQ(bits[i], 0u) << "a group behind one that is missing";
+   return count;
+}
+
+TEST(AccessCapability, ReleaseDecidesWhichGroupsAreRead) {
+   constexpr size_t kContents = 75; // all groups and three bits
+   const Octets input = accessCapability(kContents);
+   for (uint16_t release = 0; release < 20; ++release) {
+      TestContext context;
+      context->protocolRelease = release;
+      TS24008IE_AccessCapability record{};
+      ASSERT_EQ(NASDec_TS24008IE_AccessCapability(context.decode(input), &record), 0) << release;
+      const unsigned expected = release == 0 || release > 15 ? 12 : release < 4 ? 0 : release - 3u;
+      EXPECT_EQ(groupsOf(record), expected) << release;
+      size_t known = 15;
+      for (unsigned i = 0; i < expected; ++i) known += kGroupBits[i];
+      EXPECT_EQ(record.spareBits.numbits, kContents - known) << release;
+      EXPECT_EQ(context->containers.dlist.count, 0u);
+      EXPECT_EQ(record.rfPowerCap, 5);
+      EXPECT_EQ(record.esInd, 1);
+      EXPECT_EQ(record.compactIMC, 1);
+      context.encode();
+      ASSERT_EQ(NASEnc_TS24008IE_AccessCapability(context, &record), 0);
+      EXPECT_EQ(context.written(), hexFromOctets(input)) << release;
+   }
+}
+
+TEST(AccessCapability, EndsOnAGroupWithItsContainerLeftOpen) {
+   struct Case {
+      size_t contents;
+      uint16_t release;
+      int status;
+      unsigned groups;
+      size_t containers;
+   };
+   const Case cases[] = {
+         {0, 0, RTX_E_LENGTH_OVERRUN, 0, 1},
+         {14, 0, RTX_E_LENGTH_OVERRUN, 0, 1},
+         {15, 0, 0, 0, 0},
+         {18, 0, RTX_E_LENGTH_OVERRUN, 0, 1}, // a group cut in the middle
+         {19, 0, 0, 1, 1},                    // the early way out
+         {25, 0, 0, 2, 1},
+         {20, 0, RTX_E_LENGTH_OVERRUN, 1, 1},
+         {20, 4, 0, 1, 0}, // the release hides the second group, so that its bit is a spare one
+         {25, 4, 0, 1, 0},
+         {72, 0, 0, 12, 1},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      context->protocolRelease = c.release;
+      TS24008IE_AccessCapability record{};
+      const uint8_t untouched = 0;
+      record.spareBits = {77, &untouched};
+      EXPECT_EQ(NASDec_TS24008IE_AccessCapability(
+                      context.decode(accessCapability(c.contents, "000000000000000")), &record),
+                c.status)
+            << c.contents;
+      EXPECT_EQ(context->containers.dlist.count, c.containers) << c.contents;
+      if (c.status != 0) continue;
+      EXPECT_EQ(groupsOf(record), c.groups) << c.contents;
+      EXPECT_EQ(rtxCtxtGetBitOffset(context), 7 + c.contents) << "not aligned";
+      if (c.containers == 1) {
+         EXPECT_EQ(record.spareBits.numbits, 77u) << c.contents;
+      }
+   }
+}
+
+TEST(AccessCapability, LengthIsSevenBits) {
+   TestContext context;
+   TS24008IE_AccessCapability record{};
+   const uint8_t tail[16] = {};
+   record.spareBits = {127 - 15, tail};
+   context.encode();
+   ASSERT_EQ(NASEnc_TS24008IE_AccessCapability(context, &record), 0);
+   EXPECT_EQ(record.length, 127);
+   record.spareBits.numbits += 1;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessCapability, &record), "status -16");
+}
+
+// A radio access capability of one record with `contents` bits, and bits behind it in the element.
+Octets radioAccess(size_t contents, const std::string& behind) {
+   Bits bits;
+   bits.add(0, 8).add(1, 4).add(contents, 7).add(0, static_cast<unsigned>(contents)).add(behind);
+   Octets all = bits.octets();
+   all[0] = static_cast<uint8_t>(all.size() - 1);
+   return all;
+}
+
+TEST(MSRadioAccessCapability, LeavesAContainerWhereItsRecordsEndOnAGroup) {
+   TestContext context;
+   TS24008IE_MSRadioAccessCapability record{};
+   // The first record ends on a group, so that the flag and the end of the element close its container, not
+   // the element's. What follows in a message is then taken for nothing.
+   Octets input = radioAccess(19, "0");
+   input.push_back(0x5A);
+   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
+   EXPECT_EQ(context->containers.dlist.count, 1u);
+   EXPECT_EQ(context.used(), input.size() - 1);
+   EXPECT_FALSE(rtxCtxtContainerHasRemBits(context));
+
+   rtxErrReset(context);
+   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(radioAccess(15, "0")), &record), 0);
+   EXPECT_EQ(context->containers.dlist.count, 0u);
+}
+
+TEST(MSRadioAccessCapability, FlagsLeadTheRecords) {
+   TestContext context;
+   TS24008IE_MSRadioAccessCapability record{};
+   // Six groups fill eight octets to the bit: the data end where the flag should be.
+   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(radioAccess(53, "")), &record), 0);
+   EXPECT_EQ(record.additionalRecs.n, 0u);
+   EXPECT_EQ(rtxErrGetErrorCnt(context), 0u);
+
+   // Two more records, one of them with additional technologies and spare bits of its own.
+   rtxErrReset(context);
+   Bits more;
+   more.add("1").add(15, 4).add(24, 7).add("1").add(3, 4).add(5, 3).add(2, 2).add("0").add(0x1234, 13);
+   more.add("1").add(4, 4).add(15, 7).add(0, 15).add("0");
+   std::string bits;
+   for (size_t i = 0; i < more.size(); ++i)
+      bits += (more.octets()[i / 8] >> (7 - i % 8) & 1) != 0 ? '1' : '0';
+   const Octets input = radioAccess(15, bits);
+   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
+   ASSERT_EQ(record.additionalRecs.n, 2u);
+   const auto& additional = record.additionalRecs.elem[0].accessCapOrTech.u.additionalAccessTech;
+   EXPECT_EQ(additional.length, 24);
+   ASSERT_EQ(additional.content.n, 1u);
+   EXPECT_EQ(additional.content.elem[0].accessTechType, 3);
+   EXPECT_EQ(additional.content.elem[0].powerClass_GMSK, 5);
+   EXPECT_EQ(additional.content.elem[0].powerClass_8PSK, 2);
+   EXPECT_EQ(additional.spareBits.numbits, 13u);
+   EXPECT_EQ(record.additionalRecs.elem[1].accessTechType, 4);
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record), spaced(input));
+}
+
+TEST(MSRadioAccessCapability, AtMostFiftyOctets) {
+   TestContext context;
+   TS24008IE_MSRadioAccessCapability record{};
+   Octets input = radioAccess(15, "0");
+   input.resize(60);
+   input[0] = 50;
+   EXPECT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
+   EXPECT_EQ(context.used(), 51u);
+   input[0] = 51;
+   EXPECT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), RTX_E_CONSTRAINT);
+
+   TS24008IE_MSRACapValuePartStruct parts[20] = {};
+   record.additionalRecs = {13, parts}; // 14 records of 26 bits, 13 flags and a last one
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record).substr(0, 2), "30");
+   record.additionalRecs.n = 14;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record), "status -16");
+}
+
+TEST(MSNetworkCapability, OctetsByLength) {
+   struct Case {
+      const char* hex;
+      unsigned octets;
+      size_t spareBits;
+   };
+   const Case cases[] = {
+         {"00", 0, 0},
+         {"01 E5", 1, 0},
+         {"02 E5 E0", 3, 0},
+         {"04 E5 E0 34 01", 15, 0},
+         {"06 E5 E0 34 01 12 34", 15, 16},
+         {"08 E5 E0 34 01 12 34 56 78", 15, 32},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_MSNetworkCapability record;
+      std::memset(&record, 0xFF, sizeof record);
+      ASSERT_EQ(decode(context, std::string(c.hex) + "AA", NASDec_TS24008IE_MSNetworkCapability, &record), 0)
+            << c.hex;
+      EXPECT_EQ(record.m.octet1Present + 2u * record.m.octet2Present + 4u * record.m.octet3Present +
+                      8u * record.m.octet4Present,
+                c.octets)
+            << c.hex;
+      EXPECT_EQ(record.spareBits.numbits, c.spareBits) << c.hex;
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSNetworkCapability, &record), spaced(octets(c.hex)));
+      EXPECT_FALSE(context->flags & RTX_CTXT_RAW_TAIL);
+   }
+   TestContext context;
+   TS24008IE_MSNetworkCapability record{};
+   EXPECT_EQ(decode(context, "09 00 00 00 00 00 00 00 00 00", NASDec_TS24008IE_MSNetworkCapability, &record),
+             RTX_E_CONSTRAINT);
+   const uint8_t tail[9] = {};
+   record.spareBits = {65, tail};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSNetworkCapability, &record), "status -16");
+   // A tail that ends inside an octet is padded, and no failure.
+   record.spareBits = {3, tail};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSNetworkCapability, &record), "01 00");
+}
+
+} // namespace

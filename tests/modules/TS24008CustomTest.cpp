@@ -1,0 +1,527 @@
+// Hand-written codecs of texts, packed lists, linked TI and the traffic flow template.
+#include "quorva/rtxDiag.h"
+#include "quorva/TS24008IE.h"
+#include "tests/modules/codecs.h"
+
+#include <cstdlib>
+#include <cstring>
+
+using namespace quorva::test;
+
+namespace {
+
+using Parms = std::vector<std::string>;
+
+// Heap memory that is handed out next holds rubbish.
+void soilHeap(RtxContext* context) {
+   void* block = rtxMemHeapAlloc(context, 256);
+   std::memset(block, 'x', 256);
+   rtxMemHeapFreePtr(context, block);
+}
+
+TEST(AccessPointName, LabelsAndDots) {
+   struct Case {
+      std::string text, hex;
+   };
+   const Case cases[] = {
+         {"internet", "09 08 69 6e 74 65 72 6e 65 74"},
+         {"foo.bar", "08 03 66 6f 6f 03 62 61 72"},
+         {"", "01 00"},
+         {".a", "03 00 01 61"},
+         {"a..b", "05 01 61 00 01 62"},
+         {"a.", "03 01 61 00"},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessPointName, c.text.c_str()), c.hex) << c.text;
+      TS24008IE_AccessPointName name;
+      ASSERT_EQ(decode(context, c.hex + "61", NASDec_TS24008IE_AccessPointName, name), 0) << c.text;
+      EXPECT_EQ(name, c.text);
+      EXPECT_EQ(context.used(), octets(c.hex).size()) << "the octet behind stays";
+   }
+}
+
+TEST(AccessPointName, EncoderTakesEightBitsOfTheCount) {
+   TestContext context;
+   const std::string fits(99, 'a'), tooLong(100, 'a'), wraps(255, 'a');
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessPointName, fits.c_str()).substr(0, 5), "64 63");
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessPointName, wraps.c_str()).substr(0, 8), "00 ff 61");
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessPointName, tooLong.c_str()), "status -16");
+   EXPECT_EQ(context.parms(), (Parms{"AccessPointName.length", "101"}));
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessPointName, static_cast<const char*>(nullptr)),
+             "status -47");
+}
+
+TEST(AccessPointName, DecoderKeepsWithinCountDataAndText) {
+   struct Case {
+      std::string hex;
+      int status;
+      std::string text;
+   };
+   const auto label = [](const char* head, size_t size) {
+      std::string hex = head;
+      for (size_t i = 0; i < size; ++i) hex += "61";
+      return hex;
+   };
+   const Case cases[] = {
+         {"03 03 61 62 63", RTX_E_LENGTH_OVERRUN, ""}, // labels of 4 octets in a count of 3
+         {"04 01 61 05 61 62 63 64 65", RTX_E_LENGTH_OVERRUN, "a"},
+         {"09 03 66 6F 6F", 0, "foo"}, // the data may end between labels
+         {"04 03 66", RTX_E_END_OF_DATA, ""},
+         {label("64 63", 99), 0, std::string(99, 'a')},
+         {label("65 64", 100), RTX_E_CONSTRAINT, ""},
+         {label("FF FE", 254), RTX_E_CONSTRAINT, ""},
+         {label(("FF 3F" + label("", 63) + "3F").c_str(), 63), RTX_E_CONSTRAINT, std::string(63, 'a')},
+         {"00 01", 0, ""},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      struct {
+         TS24008IE_AccessPointName name;
+         char guard[4];
+      } record;
+      std::memset(&record, 0x77, sizeof record);
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_AccessPointName, record.name), c.status) << c.hex;
+      EXPECT_EQ(record.name, c.text) << c.hex;
+      EXPECT_EQ(record.guard[0], 0x77);
+   }
+}
+
+TEST(GSMString, SeptetsGoByTheOctets) {
+   struct Case {
+      const char* hex;
+      uint32_t spareBits;
+      const char* text;
+   };
+   const Case cases[] = {
+         {"31 D9 8C 56 B3 DD 00", 7, "1234567"},
+         {"31 D9 8C 56 B3 DD 70", 0, "12345678"},
+         {"1B 1E", 2, "["}, // an escape makes the text shorter than its septets
+         {"", 7, ""},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      soilHeap(context);
+      const char* text = nullptr;
+      const auto count = static_cast<uint32_t>(octets(c.hex).size());
+      ASSERT_EQ(decode(context, c.hex, NASDec_TS24008IE_GSMString, &text, count, c.spareBits), 0) << c.hex;
+      EXPECT_STREQ(text, c.text) << c.hex;
+   }
+   TestContext context;
+   const char* text = nullptr;
+   EXPECT_EQ(decode(context, "31 D9", NASDec_TS24008IE_GSMString, &text, 0x40000000u, 0u), RTX_E_END_OF_DATA);
+   EXPECT_EQ(text, nullptr);
+}
+
+TEST(NetworkName, SeptetsRoundTrip) {
+   TestContext context;
+   TS24008IE_NetworkName record{};
+   soilHeap(context);
+   ASSERT_EQ(decode(context, "08 8F 31 D9 8C 56 B3 DD 00", NASDec_TS24008IE_NetworkName, &record), 0);
+   EXPECT_EQ(record.ext, 1);
+   EXPECT_EQ(record.addCI, 1);
+   EXPECT_EQ(record.numSpareBitsInLastOct, 7);
+   EXPECT_STREQ(record.textString.u.callBcastData, "1234567");
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "08 8f 31 d9 8c 56 b3 dd 00");
+   EXPECT_EQ(record.length, 8);
+}
+
+TEST(NetworkName, UnitsLoseTheirHighOctet) {
+   TestContext context;
+   uint16_t units[] = {0x0141, 0x0042};
+   TS24008IE_NetworkName record{};
+   record.codingScheme = TS24008IE_NetworkName_codingScheme_ucs2;
+   record.textString.u.ucs2 = {2, units};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "05 10 00 41 00 42");
+   record.textString.u.ucs2 = {1, nullptr};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "status -47");
+}
+
+TEST(NetworkName, FailuresOfTheDecoder) {
+   struct Case {
+      const char* what;
+      std::string hex;
+      size_t padding;
+      int status;
+   };
+   const Case cases[] = {
+         // The count of units is (88 - 2) / 2 = 43, where the element holds 4.
+         {"units, ample data", "0A 90 00 41 00 42", 100, RTX_E_LENGTH_OVERRUN},
+         {"units, 40 octets", "0A 90 00 41 00 42", 34, RTX_E_END_OF_DATA},
+         {"a scheme without a text", "03 F0 41 42", 0, RTX_E_BAD_CHOICE},
+         {"no scheme", "03 A0 41 42", 0, RTX_E_BAD_ENUM},
+         {"no octet", "00 00", 4, RTX_E_LENGTH_OVERRUN},
+         {"no octet, and so no ext ahead of a scheme of 4", "00 80", 4, RTX_E_BAD_ENUM},
+         {"cut", "04 83 56", 0, RTX_E_END_OF_DATA},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_NetworkName record{};
+      std::string hex = c.hex;
+      for (size_t i = 0; i < c.padding; ++i) hex += "00";
+      EXPECT_EQ(decode(context, hex, NASDec_TS24008IE_NetworkName, &record), c.status) << c.what;
+   }
+}
+
+TEST(NotificationIndicator, TakesTheRestOfTheMessage) {
+   struct Case {
+      const char* hex;
+      int status;
+      size_t used;
+   };
+   const Case cases[] = {
+         {"81", 0, 1},
+         {"81 29 01 00", 0, 4},
+         {"81 09 01 00", RTX_E_UNSUPPORTED, 3},
+         {"81 99 09 01 00", 0, 5}, // a shift takes the next element out of codeset 0
+         {"83", RTX_E_BAD_ENUM, 1},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_NotificationIndicator record{};
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_NotificationIndicator, &record), c.status) << c.hex;
+      EXPECT_EQ(context.used(), c.used) << c.hex;
+      if (c.status == 0) {
+         EXPECT_EQ(encode(context, NASEnc_TS24008IE_NotificationIndicator, &record), "81");
+      }
+   }
+}
+
+TEST(ReceiveNPDUNumberList, EntriesOfTwelveBits) {
+   struct Case {
+      const char* hex;
+      int status;
+      std::vector<int> numbers; // NSAPI * 256 + number
+   };
+   const Case cases[] = {
+         {"02 51 20 FF", 0, {0x512}},
+         {"03 51 26 34 FF", 0, {0x512, 0x634}},
+         {"05 51 26 34 78 90 FF", 0, {0x512, 0x634, 0x789}},
+         {"02 01 20 FF", 0, {}}, // a half octet of 0 ends the list
+         {"04 51 20 51 20 FF", 0, {0x512}},
+         {"02 51 26 34", RTX_E_LENGTH_OVERRUN, {}}, // the second entry begins inside
+         {"02 51 26", RTX_E_END_OF_DATA, {}},
+         {"01 51 20", RTX_E_CONSTRAINT, {}},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_ReceiveNPDUNumberList record{};
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_ReceiveNPDUNumberList, &record), c.status) << c.hex;
+      if (c.status != 0) continue;
+      EXPECT_EQ(context.used(), octets(c.hex).size() - 1) << c.hex;
+      ASSERT_EQ(record.contents.n, c.numbers.size()) << c.hex;
+      for (size_t i = 0; i < c.numbers.size(); ++i)
+         EXPECT_EQ(record.contents.elem[i].nsapi * 256 + record.contents.elem[i].numberValue, c.numbers[i]);
+   }
+   TestContext context;
+   TS24008IE_ReceiveNPDUNumber entries[] = {{5, 0x12}, {6, 0x34}, {7, 0x89}};
+   TS24008IE_ReceiveNPDUNumberList record{};
+   record.contents = {3, entries};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ReceiveNPDUNumberList, &record), "05 51 26 34 78 90");
+   record.contents = {0, entries};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ReceiveNPDUNumberList, &record), "status -16");
+}
+
+TEST(LinkedTI, ValueAboveSixStandsInAnOctetOfItsOwn) {
+   struct Case {
+      uint8_t flag, value;
+      const char* written;
+   };
+   const Case cases[] = {
+         {1, 6, "01 e0"}, {0, 0, "01 00"}, {0, 7, "02 70 87"}, {1, 127, "02 f0 ff"}, {0, 128, "status -16"}};
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_LinkedTI record{99, c.flag, c.value};
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_LinkedTI, &record), c.written) << int{c.value};
+      if (c.value == 128) {
+         EXPECT_EQ(context.parms().back(), "128");
+         continue;
+      }
+      TS24008IE_LinkedTI decoded{};
+      ASSERT_EQ(decode(context, c.written, NASDec_TS24008IE_LinkedTI, &decoded), 0) << c.written;
+      EXPECT_EQ(decoded.length, record.length);
+      EXPECT_EQ(decoded.flag, c.flag);
+      EXPECT_EQ(decoded.value, c.value);
+   }
+}
+
+TEST(LinkedTI, BadValues) {
+   struct Case {
+      const char* hex;
+      int status;
+      uint8_t value;
+   };
+   const Case cases[] = {
+         {"01 7F", 0, 7}, // a short 7 passes, spare bits are not looked at
+         {"00 70 87", RTX_E_BAD_VALUE, 99},
+         {"03 70 87 00", RTX_E_BAD_VALUE, 99},
+         {"02 60 87", RTX_E_BAD_VALUE, 6},
+         {"02 70 07", RTX_E_BAD_VALUE, 7},
+         {"02 70", RTX_E_END_OF_DATA, 7},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_LinkedTI record{0, 0, 99};
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_LinkedTI, &record), c.status) << c.hex;
+      EXPECT_EQ(record.value, c.value) << c.hex;
+      if (c.status == RTX_E_BAD_VALUE) {
+         EXPECT_EQ(rtxErrGetErrorCnt(context), 0u) << "returned directly";
+      }
+   }
+}
+
+// Filter and parameter of the templates below.
+constexpr char kFilter[] = "31 0A 05 30 11 50 00 50";
+
+TEST(TFT, RoundTrips) {
+   const std::string filter = kFilter;
+   const std::string cases[] = {
+         "01 40",
+         "02 A1 01",
+         "03 A2 01 02",
+         "09 21 " + filter,
+         "11 62 " + filter + filter,
+         "0F 31 " + filter + "02 04 00 01 00 02",
+         "0B B1 01 03 03 02 AA BB 01 02 01 CC",
+   };
+   for (const std::string& hex : cases) {
+      TS24008IE_TFT record{};
+      EXPECT_EQ(recode(hex, NASDec_TS24008IE_TFT, NASEnc_TS24008IE_TFT, record), spaced(octets(hex))) << hex;
+      EXPECT_EQ(record.length, octets(hex).size() - 1);
+   }
+}
+
+TEST(TFT, LengthIsKeptWithoutAContainer) {
+   const std::string filter = kFilter;
+   struct Case {
+      const char* what;
+      std::string hex;
+      int status;
+      size_t used;
+   };
+   const Case cases[] = {
+         {"no octets", "00 FF", 0, 1},
+         {"delete, to the end", "04 42 AA BB CC DD", 0, 5},
+         {"no operation", "03 C1 AA BB", 0, 4},
+         {"filters behind the end, then back to it", "02 21 " + filter, 0, 3},
+         {"end behind the data", "20 21 " + filter, 0, 33},
+         {"the cursor stays behind the last parameter", "03 50 01 03 02 AA BB CC", 0, 7},
+         {"parameters cut", "09 50 01 03 02 AA BB", RTX_E_END_OF_DATA, 7},
+         {"filters without an octet for them", "01 21 " + filter, 0, 2},
+         {"code 7", "02 E0 00", RTX_E_BAD_ENUM, 1},
+         {"identifiers cut", "04 A3 01 02", RTX_E_END_OF_DATA, 2},
+         {"filter type 34", "06 21 31 0A 02 22 11", RTX_E_BAD_CHOICE, 6},
+         {"cut", "", RTX_E_END_OF_DATA, 0},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_TFT record;
+      std::memset(&record, 0, sizeof record);
+      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_TFT, &record), c.status) << c.what;
+      if (c.status == 0) {
+         EXPECT_EQ(context.used(), c.used) << c.what;
+      }
+   }
+}
+
+TEST(TFT, ListsThatTheOperationDoesNotHaveStayAsTheyWere) {
+   TestContext context;
+   TS24008IE_TFT record{};
+   record.octet1.numPacketFilters = 9;
+   record.paramList.n = 9;
+   ASSERT_EQ(decode(context, "00", NASDec_TS24008IE_TFT, &record), 0);
+   EXPECT_EQ(record.octet1.numPacketFilters, 9) << "the record as it was";
+   EXPECT_EQ(record.paramList.n, 9u);
+   record.packetFilterList.u.filterItems.n = 7;
+   ASSERT_EQ(decode(context, "03 41 AA BB", NASDec_TS24008IE_TFT, &record), 0);
+   EXPECT_EQ(record.packetFilterList.u.filterItems.n, 7u);
+   EXPECT_EQ(record.paramList.n, 0u) << "cleared";
+}
+
+TEST(TFT, EncoderGoesByTheFirstOctet) {
+   TestContext context;
+   const TS24008IE_TFTPacketFilterItem item{};
+   TS24008IE_TFTPacketFilterItem items[2] = {item, item};
+   TS24008IE_TFT record{};
+   record.octet1 = {TS24008IE_TFTOctet1_tftOperationCode_createTFT, 0, 1};
+   record.packetFilterList.u.filterItems = {2, items};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "04 21 00 00 00");
+   EXPECT_EQ(record.packetFilterList.u.filterItems.n, 1u);
+
+   record.packetFilterList.u.filterItems.elem = nullptr;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "status -47");
+   EXPECT_NE(context.parms().back().find("elem"), std::string::npos);
+
+   const uint8_t identifiers[] = {1, 2, 3};
+   record.octet1.tftOperationCode = TS24008IE_TFTOctet1_tftOperationCode_delPktFilters;
+   record.octet1.numPacketFilters = 2;
+   record.packetFilterList.u.identifiers = {3, identifiers};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "03 a2 01 02");
+   EXPECT_EQ(record.packetFilterList.u.identifiers.numocts, 2u);
+   record.packetFilterList.u.identifiers = {3, nullptr};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "status -47");
+}
+
+TEST(TFT, MoreOctetsThanItsLengthCanSay) {
+   TestContext context;
+   uint8_t token[100] = {};
+   TS24008IE_TFTParam params[3] = {};
+   for (TS24008IE_TFTParam& param : params) {
+      param.paramIdentifier = 1;
+      param.contents.u.authToken = {sizeof token, token};
+   }
+   TS24008IE_TFT record{};
+   record.octet1 = {TS24008IE_TFTOctet1_tftOperationCode_deleteTFT, 1, 0};
+   record.paramList = {3, params};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "status -16");
+   record.paramList.n = 2;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record).substr(0, 5), "cf 50");
+}
+
+// Kinds of the fields in the trace, in order.
+std::string kinds(RtxContext* context) {
+   std::string text;
+   for (const RtxSListNode* node = context->bitFields->fieldList.head; node != nullptr; node = node->next)
+      text += (text.empty() ? "" : ", ") + std::string(static_cast<RtxDiagBitField*>(node->data)->nameSuffix);
+   return text;
+}
+
+TEST(Custom, TraceNamesTheParts) {
+   struct Case {
+      const char* hex;
+      int (*run)(RtxContext*);
+      const char* kinds;
+   };
+   const Case cases[] = {
+         {"05 F4 12 34 56 78",
+          [](RtxContext* c) {
+             TS24008IE_MobileIdentity record{};
+             return NASDec_TS24008IE_MobileIdentity(c, &record);
+          },
+          "length, digit1, odd, type, OCTET STRING"},
+         {"03 00 00 00",
+          [](RtxContext* c) {
+             TS24008IE_MobileIdentity record{};
+             return NASDec_TS24008IE_MobileIdentity(c, &record);
+          },
+          "length, digit1, odd, type, octet4+, octet4+"},
+         {"05 01 61 02 62 63",
+          [](RtxContext* c) {
+             TS24008IE_AccessPointName name;
+             return NASDec_TS24008IE_AccessPointName(c, name);
+          },
+          "INTEGER, segment length, IA5String, segment length, IA5String"},
+         {"02 70 87",
+          [](RtxContext* c) {
+             TS24008IE_LinkedTI record{};
+             return NASDec_TS24008IE_LinkedTI(c, &record);
+          },
+          "INTEGER, BOOLEAN, INTEGER, ext bit, INTEGER"},
+         {"04 83 56 ED 15",
+          [](RtxContext* c) {
+             TS24008IE_NetworkName record{};
+             return NASDec_TS24008IE_NetworkName(c, &record);
+          },
+          "INTEGER, BOOLEAN, ENUMERATED, BOOLEAN, INTEGER, GSMString"},
+         {"03 51 26 34",
+          [](RtxContext* c) {
+             TS24008IE_ReceiveNPDUNumberList record{};
+             return NASDec_TS24008IE_ReceiveNPDUNumberList(c, &record);
+          },
+          "INTEGER, INTEGER, INTEGER, INTEGER, INTEGER"},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      RtxDiagBitFieldList list;
+      ASSERT_EQ(rtxDiagBitFieldListInit(context, &list), 0);
+      context.decode(octets(c.hex));
+      context->bitFields = &list;
+      EXPECT_EQ(c.run(context), 0) << c.hex;
+      EXPECT_EQ(kinds(context), c.kinds) << c.hex;
+      EXPECT_EQ(context.used(), octets(c.hex).size());
+      EXPECT_EQ(context->elemNames.count, 0u) << "no name left behind";
+      context->bitFields = nullptr;
+   }
+}
+
+// Counts come from the input: what they ask for must not exceed it.
+TEST(Custom, CountsBeyondTheDataAskForNoMemory) {
+   static size_t largest;
+   RtxContext context;
+   ASSERT_EQ(rtxInitContextExt(
+                   &context,
+                   [](size_t size) {
+                      largest = std::max(largest, size);
+                      return std::malloc(size);
+                   },
+                   nullptr, std::free),
+             0);
+   uint8_t input[] = {0xFF, 0x90, 0x00, 0x41};
+   largest = 0;
+   const char* text = nullptr;
+   rtxCtxtSetBufPtr(&context, input, sizeof input);
+   EXPECT_LT(NASDec_TS24008IE_TBCDString(&context, &text, 1u << 28), 0);
+   EXPECT_LT(NASDec_TS24008IE_GSMString(&context, &text, 1u << 28, 0), 0);
+   TS24008IE_NetworkName name{};
+   EXPECT_LT(NASDec_TS24008IE_NetworkName(&context, &name), 0);
+   EXPECT_LT(largest, 1u << 16);
+   rtFreeContext(&context);
+}
+
+// A negative status for each allocation that fails.
+TEST(Custom, HeapFailures) {
+   static size_t left;
+   left = 0;
+   struct Case {
+      const char* what;
+      const char* hex;
+      int (*run)(RtxContext*);
+   };
+   const Case cases[] = {
+         {"TFT", "0F 31 31 0A 05 30 11 50 00 50 02 04 00 01 00 02",
+          [](RtxContext* c) {
+             TS24008IE_TFT record{};
+             return NASDec_TS24008IE_TFT(c, &record);
+          }},
+         {"network name", "04 83 56 ED 15",
+          [](RtxContext* c) {
+             TS24008IE_NetworkName record{};
+             return NASDec_TS24008IE_NetworkName(c, &record);
+          }},
+         {"N-PDU numbers", "03 51 26 34",
+          [](RtxContext* c) {
+             TS24008IE_ReceiveNPDUNumberList record{};
+             return NASDec_TS24008IE_ReceiveNPDUNumberList(c, &record);
+          }},
+         {"digits", "21 43",
+          [](RtxContext* c) {
+             const char* text = nullptr;
+             return NASDec_TS24008IE_TBCDString(c, &text, 2);
+          }},
+   };
+   for (const Case& c : cases) {
+      int status = -1;
+      size_t failures = 0;
+      for (size_t n = 0; status != 0 && n < 100; ++n, ++failures) {
+         RtxContext context;
+         left = 1000;
+         ASSERT_EQ(
+               rtxInitContextExt(
+                     &context,
+                     [](size_t size) -> void* { return left == 0 ? nullptr : (--left, std::malloc(size)); },
+                     nullptr, std::free),
+               0);
+         Octets input = octets(c.hex);
+         rtxCtxtSetBufPtr(&context, input.data(), input.size());
+         left = n;
+         status = c.run(&context);
+         EXPECT_LE(status, 0) << c.what;
+         left = 1000;
+         rtFreeContext(&context);
+      }
+      EXPECT_EQ(status, 0) << c.what;
+      EXPECT_GT(failures, 1u) << c.what;
+   }
+}
+
+} // namespace
