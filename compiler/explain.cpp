@@ -183,8 +183,8 @@ private:
       const Width width = widthOf(*type);
       const bool choice = std::any_of(type->fields.begin(), type->fields.end(),
                                       [](auto& inner) { return inner->kind == Kind::Choice; });
-      if (type->kind == TypeKind::Record && type->cls == Class::V && width.fixed() && width.low <= 8 &&
-          !choice && !field.valueOnly && !figure_.loose())
+      if (type->kind == TypeKind::Record && type->cls == Class::V && width.fixed() && width.low >= 1 &&
+          width.low <= 8 && !choice && !field.valueOnly && !figure_.loose())
          return fields(type->fields, optional);
       if (width.fixed() && !field.valueOnly) {
          const bool valued = type->kind == TypeKind::Enum || type->kind == TypeKind::Number;

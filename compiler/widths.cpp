@@ -2,11 +2,15 @@
 #include "compiler/walk.h"
 
 #include <algorithm>
+#include <map>
 
 namespace l3c {
 namespace {
 
-constexpr int kMaxDepth = 24; // a type that contains itself ends here
+// The widths of the types that were met on the way: each is worked out once, and one that contains itself
+// ends.
+using Known = std::map<const Type*, Width>;
+
 constexpr uint64_t kMany = uint64_t{1} << 40;
 
 Width plus(Width a, Width b) {
@@ -23,40 +27,40 @@ Width anything() {
    return {0, 0, true};
 }
 
-Width of(const Type& type, int depth);
-Width of(const Field& field, int depth);
+Width of(const Type& type, Known& known);
+Width of(const Field& field, Known& known);
 
-Width sum(const std::vector<std::unique_ptr<Field>>& fields, int depth) {
+Width sum(const std::vector<std::unique_ptr<Field>>& fields, Known& known) {
    Width total;
-   for (auto& field : fields) total = plus(total, of(*field, depth));
+   for (auto& field : fields) total = plus(total, of(*field, known));
    return total;
 }
 
-Width widest(const std::vector<Arm>& arms, int depth) {
+Width widest(const std::vector<Arm>& arms, Known& known) {
    Width all{UINT64_MAX, 0, false};
    for (const Arm& arm : arms) {
-      Width one = arm.field ? of(*arm.field, depth) : Width{};
+      Width one = arm.field ? of(*arm.field, known) : Width{};
       all = {std::min(all.low, one.low), std::max(all.high, one.high), all.open || one.open};
    }
    return arms.empty() ? Width{} : all;
 }
 
-Width contents(const Field& field, int depth) {
+Width contents(const Field& field, Known& known) {
    switch (field.kind) {
    case Kind::Flag: return fixed(1);
    case Kind::Uint:
    case Kind::Const: return fixed(field.bits);
    case Kind::Octets: return octets(field.count, field.count);
    case Kind::Bits: return fixed(field.count);
-   case Kind::Named: return field.type.type && !field.valueOnly ? of(*field.type.type, depth) : anything();
+   case Kind::Named: return field.type.type && !field.valueOnly ? of(*field.type.type, known) : anything();
    case Kind::Counted:
       return plus(fixed(field.bits), octets(field.bounds.low.value_or(0), field.storage.capacity));
    case Kind::Group:
-   case Kind::Swap: return sum(field.fields, depth);
+   case Kind::Swap: return sum(field.fields, known);
    case Kind::Frame:
-   case Kind::Bare: return plus(fixed(field.bits), sum(field.fields, depth));
-   case Kind::Since: return {0, sum(field.fields, depth).high, sum(field.fields, depth).open};
-   case Kind::Choice: return plus(fixed(field.bits), widest(field.arms, depth));
+   case Kind::Bare: return plus(fixed(field.bits), sum(field.fields, known));
+   case Kind::Since: return {0, sum(field.fields, known).high, sum(field.fields, known).open};
+   case Kind::Choice: return plus(fixed(field.bits), widest(field.arms, known));
    case Kind::Null: return {};
    case Kind::Chain: return {1, 0, true};
    case Kind::Sized:
@@ -69,17 +73,15 @@ Width contents(const Field& field, int depth) {
    return anything();
 }
 
-Width of(const Field& field, int depth) {
-   if (field.aside) return sum(field.fields, depth + 1);
-   if (depth > kMaxDepth) return anything();
-   Width width = contents(field, depth + 1);
+Width of(const Field& field, Known& known) {
+   if (field.aside) return sum(field.fields, known);
+   Width width = contents(field, known);
    if (field.optional || field.guarded) width.low = 0;
    if (field.bareBits) width = plus(width, fixed(field.bareBits));
    return field.lead == Lead::None ? width : plus(width, fixed(1));
 }
 
-Width of(const Type& type, int depth) {
-   if (depth > kMaxDepth) return anything();
+Width compute(const Type& type, Known& known) {
    switch (type.kind) {
    case TypeKind::Enum:
    case TypeKind::Number: return fixed(type.bits + lengthBits(type));
@@ -90,9 +92,9 @@ Width of(const Type& type, int depth) {
       return {lengthBits(type) + std::min(type.bounds.low.value_or(0), kMany) * 8, 0, true};
    case TypeKind::Record:
       if (type.cls != Class::V) return {lengthBits(type), 0, true};
-      return sum(type.fields, depth + 1);
+      return sum(type.fields, known);
    case TypeKind::Alias:
-   case TypeKind::OneElement: return type.base.type ? of(*type.base.type, depth + 1) : anything();
+   case TypeKind::OneElement: return type.base.type ? of(*type.base.type, known) : anything();
    case TypeKind::Empty: return {};
    case TypeKind::Digits:
    case TypeKind::Text:
@@ -103,16 +105,29 @@ Width of(const Type& type, int depth) {
    return anything();
 }
 
+Width of(const Type& type, Known& known) {
+   auto [place, fresh] = known.emplace(&type, anything());
+   if (fresh) {
+      const Width width = compute(type, known);
+      known[&type] = width;
+      return width;
+   }
+   return place->second;
+}
+
 } // namespace
 
 Width widthOf(const Field& field) {
-   return of(field, 0);
+   Known known;
+   return of(field, known);
 }
 Width widthOf(const Type& type) {
-   return of(type, 0);
+   Known known;
+   return of(type, known);
 }
 Width widthOf(const std::vector<std::unique_ptr<Field>>& fields) {
-   return sum(fields, 0);
+   Known known;
+   return sum(fields, known);
 }
 
 unsigned lengthBits(const Type& type) {

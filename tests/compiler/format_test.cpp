@@ -111,6 +111,17 @@ TEST(Robust, EveryTokenMissingOrDoubled) {
    }
 }
 
+// Work grows with the text, not with the ways through it.
+TEST(Robust, TypesThatDouble) {
+   std::string text = "module M\nelement A0 V { a null }\n";
+   for (int i = 1; i <= 60; ++i) {
+      const std::string below = "A" + std::to_string(i - 1);
+      text += "element A" + std::to_string(i) + " V { a " + below + ", b " + below + " }\n";
+   }
+   text += "element X LV { each A60, more each A60 }\n";
+   survives({text});
+}
+
 TEST(Robust, DamagedDescriptionsOfThisSystem) {
    const std::vector<std::string> texts = ownDescriptions();
    std::mt19937 random(2024);
