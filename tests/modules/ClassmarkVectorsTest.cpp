@@ -35,8 +35,8 @@ std::vector<Vector> vectorsOf(const std::string& family) {
 }
 
 Octets withLength(const Octets& value) {
-   Octets all = {static_cast<uint8_t>(value.size())};
-   all.insert(all.end(), value.begin(), value.end());
+   Octets all(1 + value.size(), static_cast<uint8_t>(value.size()));
+   std::copy(value.begin(), value.end(), all.begin() + 1);
    return all;
 }
 

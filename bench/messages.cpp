@@ -1,0 +1,263 @@
+// Whole messages: decode and encode, in ns a message and ns a leaf (a printed line with a value), beside a
+// bare TLV walk and a memcpy of the same octets and the prototype of 64 flags, in one run. The first argument
+// of a message's row is its place in kMessages.
+
+#include "quorva/modules.h"
+#include "quorva/registry.h"
+#include "quorva/rt3gppNasSec.h"
+#include "quorva/rtxContext.h"
+#include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
+#include "quorva/rtxMemHeap.h"
+#include "quorva/rtxPrintToStream.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Message {
+   const char* name;
+   const char* pdu;
+   const char* hex;
+};
+
+// Real messages, from their plain header on.
+constexpr Message kMessages[] = {
+      {"EPS AuthRequest", "TS24301Msg_PDU",
+       "07520038A1A7E3B05A1B2C3D4E5F60718293A41012AB34CD56EF789012AB34CD56EF7890"},
+      {"EPS AuthResponse", "TS24301Msg_PDU", "07530858FB78581858CF97"},
+      {"EPS SecModeCmd", "TS24301Msg_PDU", "075D220605E060C04070C1"},
+      {"EPS AttachRequest", "TS24301Msg_PDU",
+       "0741020BF602F8107500E0C301732F04E060C04000240202D011D1271D8080211001000010810600000000830600000000000"
+       "0"
+       "0D00000A000010005C0A003103E5E0341302F810040511035758A65D0100C1"},
+      {"EPS AttachAccept", "TS24301Msg_PDU",
+       "074201490640"
+       "00F110313200225201C1050"
+       "7FFFFFFFF0C0B767A77696E7465726E657405010E0E0E015E04FEFE814E500BF600F110000201010000"
+       "62172C594964010"
+       "3"},
+      {"5GS IdentityRequest", "TS24501Msg_PDU", "7E005B01"},
+      {"5GS RegRequest", "TS24501Msg_PDU",
+       "7E004179000D0109F1070000000000000000101002F0F02F0504010000011001072E04F0F0F0F0"},
+};
+
+std::vector<uint8_t> octetsOf(const char* hex) {
+   std::vector<uint8_t> octets;
+   for (; hex[0] != 0 && hex[1] != 0; hex += 2) {
+      const char pair[3] = {hex[0], hex[1], 0};
+      octets.push_back(static_cast<uint8_t>(std::strtoul(pair, nullptr, 16)));
+   }
+   return octets;
+}
+
+// Lines of the printed record that hold a value.
+int countLeaves(void* user, const char* format, va_list arguments) {
+   char text[2048];
+   const int length = std::vsnprintf(text, sizeof text, format, arguments);
+   if (std::strstr(text, " = ") != nullptr || std::strstr(text, " =\n") != nullptr)
+      ++*static_cast<size_t*>(user);
+   return length;
+}
+
+size_t systemCalls;
+void* countedMalloc(size_t nbytes) {
+   ++systemCalls;
+   return std::malloc(nbytes);
+}
+void* countedRealloc(void* ptr, size_t nbytes) {
+   ++systemCalls;
+   return std::realloc(ptr, nbytes);
+}
+
+// A context with a message decoded once.
+class Fixture {
+public:
+   explicit Fixture(const Message& message)
+         : type(quorvaFindType(message.pdu)), octets(octetsOf(message.hex)) {
+      rtxInitContextExt(&ctxt, countedMalloc, countedRealloc, std::free);
+      record.resize(type->size);
+      output.resize(octets.size() + 64);
+      if (type->init != nullptr) type->init(record.data());
+      status = decode();
+      rtxSetPrintStream(&ctxt, countLeaves, &leaves);
+      type->print(&ctxt, "PDU", record.data());
+   }
+   ~Fixture() { rtxFreeContext(&ctxt); }
+
+   int decode() {
+      rtxMemReset(&ctxt);
+      rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
+      return type->decode(&ctxt, record.data());
+   }
+   int encode() {
+      rtxErrReset(&ctxt);
+      rtxCtxtClearFlag(&ctxt, RTX_CTXT_RAW_TAIL);
+      rtxCtxtSetBufPtr(&ctxt, output.data(), output.size());
+      return type->encode(&ctxt, record.data());
+   }
+
+   RtxContext ctxt;
+   const QuorvaType* type;
+   std::vector<uint8_t> octets, output;
+   std::vector<uint8_t> record;
+   size_t leaves = 0;
+   int status = 0;
+};
+
+void report(benchmark::State& state, const Fixture& fixture, size_t callsBefore) {
+   const auto runs = static_cast<double>(state.iterations());
+   state.counters["leaves"] = static_cast<double>(fixture.leaves);
+   state.counters["leaf"] = benchmark::Counter(static_cast<double>(fixture.leaves) * runs,
+                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+   state.counters["sysalloc"] = static_cast<double>(systemCalls - callsBefore);
+}
+
+void decodeMessage(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message);
+   if (fixture.status != 0) return state.SkipWithError("does not decode");
+   fixture.decode();
+   const size_t before = systemCalls;
+   for (auto _ : state) benchmark::DoNotOptimize(fixture.decode());
+   report(state, fixture, before);
+}
+
+void encodeMessage(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message);
+   if (fixture.status != 0 || fixture.encode() != 0) return state.SkipWithError("does not encode");
+   const size_t before = systemCalls;
+   for (auto _ : state) benchmark::DoNotOptimize(fixture.encode());
+   report(state, fixture, before);
+}
+
+// The least that any reader does: IEI, length, skip.
+void walkMessage(benchmark::State& state, const Message* message) {
+   const std::vector<uint8_t> octets = octetsOf(message->hex);
+   for (auto _ : state) {
+      size_t found = 0;
+      for (size_t at = 3; at + 1 < octets.size(); ++found) {
+         const uint8_t iei = octets[at++];
+         if ((iei & 0x80) != 0) continue;
+         at += size_t{1} + octets[at];
+         benchmark::DoNotOptimize(iei);
+      }
+      benchmark::DoNotOptimize(found);
+   }
+}
+
+void copyMessage(benchmark::State& state, const Message* message) {
+   const std::vector<uint8_t> octets = octetsOf(message->hex);
+   std::vector<uint8_t> copy(octets.size());
+   for (auto _ : state) {
+      std::memcpy(copy.data(), octets.data(), octets.size());
+      benchmark::DoNotOptimize(copy.data());
+      benchmark::ClobberMemory();
+   }
+}
+
+// The prototype: 64 flags one by one, each with a recycled name node, the trace test and an inlined read.
+struct NameNode {
+   const char* name;
+   NameNode *next, *prev;
+};
+struct Prototype {
+   const uint8_t* data;
+   size_t index, size;
+   int bitsLeft;
+   NameNode *tail, *head, *spare;
+   size_t count;
+   uint8_t level;
+   void* trace;
+};
+
+[[gnu::noinline]] void traceField(Prototype& p) {
+   benchmark::DoNotOptimize(&p);
+}
+
+template <bool Named>
+[[gnu::always_inline]] inline bool prototypeFlag(Prototype& p, const char* name, uint8_t& value) {
+   if constexpr (Named) {
+      ++p.level;
+      NameNode* node = p.spare;
+      if (node == nullptr) return false;
+      p.spare = node->next;
+      node->name = name;
+      node->next = nullptr;
+      node->prev = p.tail;
+      if (p.tail != nullptr) {
+         p.tail->next = node;
+      } else {
+         p.head = node;
+      }
+      p.tail = node;
+      ++p.count;
+      if (p.trace != nullptr) traceField(p);
+   }
+   if (p.index >= p.size) return false;
+   --p.bitsLeft;
+   value = static_cast<uint8_t>(p.data[p.index] >> p.bitsLeft & 1);
+   if (p.bitsLeft == 0) {
+      ++p.index;
+      p.bitsLeft = 8;
+   }
+   if constexpr (Named) {
+      if (p.trace != nullptr) traceField(p);
+      NameNode* node = p.tail;
+      p.tail = node->prev;
+      if (p.tail != nullptr) {
+         p.tail->next = nullptr;
+      } else {
+         p.head = nullptr;
+      }
+      --p.count;
+      node->next = p.spare;
+      p.spare = node;
+      --p.level;
+   }
+   return true;
+}
+
+template <bool Named, size_t... I>
+bool prototypeFlags(Prototype& p, uint8_t* values, std::index_sequence<I...>) {
+   return (prototypeFlag<Named>(p, "flag", values[I]) && ...);
+}
+
+template <bool Named>
+void prototype(benchmark::State& state) {
+   const uint8_t octets[8] = {0xA5, 0x5A, 0xFF, 0, 0x81, 0x7E, 0xC3, 0x3C};
+   uint8_t values[64] = {};
+   NameNode nodes[2] = {};
+   nodes[0].next = &nodes[1];
+   Prototype p{octets, 0, 8, 8, nullptr, nullptr, nodes, 0, 0, nullptr};
+   for (auto _ : state) {
+      p.index = 0;
+      p.bitsLeft = 8;
+      benchmark::DoNotOptimize(p);
+      benchmark::DoNotOptimize(prototypeFlags<Named>(p, values, std::make_index_sequence<64>()));
+      benchmark::ClobberMemory();
+   }
+   state.counters["leaf"] = benchmark::Counter(64.0 * static_cast<double>(state.iterations()),
+                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+const bool registered = [] {
+   benchmark::RegisterBenchmark("prototype/64 flags", prototype<true>);
+   benchmark::RegisterBenchmark("prototype/64 flags, no names and no trace test", prototype<false>);
+   for (const Message& message : kMessages) {
+      const std::string name = message.name;
+      benchmark::RegisterBenchmark(("decode/" + name).c_str(), decodeMessage, &message);
+      benchmark::RegisterBenchmark(("encode/" + name).c_str(), encodeMessage, &message);
+      benchmark::RegisterBenchmark(("tlv walk/" + name).c_str(), walkMessage, &message);
+      benchmark::RegisterBenchmark(("memcpy/" + name).c_str(), copyMessage, &message);
+   }
+   return true;
+}();
+
+} // namespace
