@@ -34,6 +34,11 @@ TEST(Format, KeepsTokensAndIsIdempotent) {
    }
 }
 
+TEST(Format, OwnDescriptionsAreCanonical) {
+   for (const std::string& text : ownDescriptions())
+      EXPECT_TRUE(formatted(text) == text) << "run l3c --format on " << text.substr(0, 80);
+}
+
 TEST(Format, Columns) {
    const char* rough =
          "\n\n# head\nmodule   M\n\n\n"
