@@ -270,10 +270,12 @@ inline std::string identifierOf(const std::string& message, std::string_view ele
 
 /**
  * Identifiers of the optional elements met, in the order of the print. A message is a block "obj_<record>" of
- * the module.
+ * the module; where the record has another name, `recordOf` gives it. Elements at the places in `hidden` are
+ * left out.
  */
-inline Reader identifiersOfElements(std::string module) {
-   return [module](const FactSource& source) {
+inline Reader identifiersOfElements(std::string module, std::function<std::string(std::string)> recordOf = {},
+                                    std::vector<std::string_view> hidden = {}) {
+   return [module, recordOf, hidden](const FactSource& source) {
       std::string found;
       std::set<std::string, std::less<>> met;
       for (const Leaf& leaf : source.leaves) {
@@ -284,7 +286,11 @@ inline Reader identifiersOfElements(std::string module) {
             if (dot == std::string::npos) break;
             const size_t end = std::min(leaf.path.find_first_of(".[", dot + 1), leaf.path.size());
             if (!met.insert(leaf.path.substr(0, end)).second) continue;
-            const std::string message = module + "_" + leaf.path.substr(at + 4, dot - at - 4);
+            if (std::any_of(hidden.begin(), hidden.end(),
+                            [&](auto pattern) { return matches(leaf.path.substr(0, end), pattern); }))
+               continue;
+            std::string message = leaf.path.substr(at + 4, dot - at - 4);
+            message = module + "_" + (recordOf ? recordOf(message) : message);
             if (const std::string iei = identifierOf(message, leaf.path.substr(dot + 1, end - dot - 1));
                 !iei.empty())
                found += (found.empty() ? "" : " ") + iei;
@@ -308,8 +314,10 @@ inline void compareFacts(const FactTable& table, const FactSource& source,
          continue;
       }
       std::vector<std::string> values = row->second(source);
-      // Of values that are all alike one was noted, of others no more than eight.
-      if (std::adjacent_find(values.begin(), values.end(), std::not_equal_to<>()) == values.end() &&
+      // Of values that are all alike one was noted, but for the types of messages; of others no more than
+      // eight.
+      if (key != "type" &&
+          std::adjacent_find(values.begin(), values.end(), std::not_equal_to<>()) == values.end() &&
           values.size() > 1)
          values.resize(1);
       if (std::count(expected.begin(), expected.end(), ',') == 7 && values.size() > 8) values.resize(8);

@@ -1,0 +1,215 @@
+/**
+ * @file messages.h
+ * Runs the messages of a vector file through a PDU: decode with the expected status, facts by field path,
+ * encode back to the same octets.
+ */
+#ifndef QUORVA_TESTS_MODULES_MESSAGES_H
+#define QUORVA_TESTS_MODULES_MESSAGES_H
+
+#include "quorva/rt3gppNasSec.h"
+#include "quorva/rtxMemHeap.h"
+#include "tests/support/context.h"
+#include "tests/support/facts.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace quorva::test {
+
+/** Keys, algorithms and the state that goes into the MAC and the key stream. */
+struct SecurityState {
+   Octets integKey, cipherKey;
+   int32_t integAlg = 0, cipherAlg = 0;
+   uint32_t count = 0;
+   uint8_t bearer = 0, direction = 0;
+
+   /** What a vector of nas-security.txt says. */
+   static SecurityState of(const Vector& vector) {
+      return {vector.hex("integrity-key"),
+              vector.hex("cipher-key"),
+              static_cast<int32_t>(vector.number("integrity-algorithm")),
+              static_cast<int32_t>(vector.number("cipher-algorithm")),
+              static_cast<uint32_t>(vector.number("count")),
+              static_cast<uint8_t>(vector.number("bearer")),
+              static_cast<uint8_t>(vector.number("direction"))};
+   }
+
+   void apply(RtxContext* ctxt) const {
+      if (ctxt->nasSec == nullptr) {
+         ASSERT_EQ(rtx3gppSecInitialize(ctxt), 0);
+      }
+      ctxt->nasSec->count = count;
+      ctxt->nasSec->bearer = bearer;
+      ctxt->nasSec->direction = direction;
+      ASSERT_EQ(rtx3gppAssignAlgorithmKeys(ctxt, integKey.data(), cipherKey.data(), integAlg, cipherAlg), 0);
+   }
+};
+
+/** One value of a type of the registry, in a context of its own. */
+class Message {
+public:
+   explicit Message(const std::string& type) : type_(*quorvaFindType(type.c_str())) {
+      value_ = rtxMemHeapAlloc(context_, type_.size);
+      std::memset(value_, 0xA5, type_.size); // what the decoder leaves unset must not matter
+      if (type_.init != nullptr) type_.init(value_);
+   }
+
+   TestContext& context() { return context_; }
+   template <class Record>
+   Record& as() {
+      return *static_cast<Record*>(value_);
+   }
+
+   int decode(const Octets& octets) {
+      rtxErrReset(context_);
+      context_.decode(octets);
+      return type_.decode(context_, value_);
+   }
+   /** What the encoder writes; its status in `status`. */
+   Octets encode(int& status) {
+      rtxErrReset(context_);
+      context_.encode(2048);
+      status = type_.encode(context_, value_);
+      return octetsFromHex(context_.written());
+   }
+   Leaves leaves() const { return leavesOf(type_, value_); }
+
+private:
+   const QuorvaType& type_;
+   TestContext context_;
+   void* value_;
+};
+
+/** The leaves of octets at the leaf `i` that hold a message, put behind it. */
+inline void openMessage(Leaves& leaves, size_t i, const std::string& type) {
+   Message message(type);
+   SecurityState().apply(message.context());
+   EXPECT_GE(message.decode(as::part(leaves[i])), 0) << leaves[i].path;
+   Leaves inner = message.leaves();
+   for (Leaf& leaf : inner) leaf.path = leaves[i].path + "." + leaf.path;
+   leaves.insert(leaves.begin() + static_cast<std::ptrdiff_t>(i) + 1, inner.begin(), inner.end());
+}
+
+/** How the messages of a file are decoded and compared. */
+struct MessageRules {
+   std::string type;
+   FactTable facts;
+   /** Puts what octets hold further messages behind them. */
+   std::function<void(Leaves&)> open = [](Leaves&) {};
+   /** Octets of the MAC in a protected message, and whether a message has one. */
+   size_t macAt = 0, macOctets = 0;
+   std::function<bool(const Vector&)> isProtected = [](const Vector&) { return false; };
+   /** Vectors whose decoding ends with a failure, for a reason. */
+   struct Refusal {
+      int status;
+      std::string reason;
+   };
+   std::map<std::string, Refusal> refused = {};
+   /** Vectors that encode to other octets, since their sender's coding was not canonical. */
+   std::map<std::string, std::string> uncanonical = {};
+   /** Vectors with a key that their dissector read otherwise. */
+   struct Otherwise {
+      std::string key, reason;
+   };
+   std::map<std::string, Otherwise> readOtherwise = {};
+};
+
+/** The messages of a file by their names, for a test with parameters. */
+inline auto vectorsOf(const std::string& file, const std::string& prefix = "") {
+   std::vector<Vector> all = loadVectors(QUORVA_TEST_DATA "/vectors/" + file);
+   std::erase_if(all, [&](const Vector& vector) { return vector.name.substr(0, prefix.size()) != prefix; });
+   return testing::ValuesIn(all);
+}
+inline std::string vectorName(const testing::TestParamInfo<Vector>& info) {
+   std::string name = info.param.name;
+   std::replace(name.begin(), name.end(), '-', '_');
+   return name;
+}
+
+/** Sets the direction of the context ahead of decoding. */
+inline void setDirection(RtxContext* ctxt, const Vector& vector) {
+   if (vector.direction == "ul") {
+      rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
+   } else {
+      rtxCtxtClearFlag(ctxt, RTX_CTXT_UPLINK);
+   }
+}
+
+/** A message whose keys nobody knows: under the null algorithms, where the MAC is 0. */
+inline void checkMessage(const Vector& vector, const MessageRules& rules) {
+   SCOPED_TRACE(vector.name);
+   Message message(rules.type);
+   setDirection(message.context(), vector);
+   SecurityState().apply(message.context());
+   const bool isProtected = rules.isProtected(vector);
+   int expected = 0;
+   if (isProtected)
+      for (size_t i = 0; i < rules.macOctets; ++i)
+         if (vector.octets.at(rules.macAt + i) != 0) expected = RTX_E_MAC_MISMATCH;
+   const int status = message.decode(vector.octets);
+   if (const auto refused = rules.refused.find(vector.name); refused != rules.refused.end()) {
+      // With a MAC mismatch on record the failure is the second error.
+      EXPECT_EQ(status, expected == 0 ? refused->second.status : RTX_E_MULTIPLE) << refused->second.reason;
+      return;
+   }
+   ASSERT_EQ(status, expected);
+   EXPECT_EQ(message.context().used(), vector.octets.size());
+
+   Leaves leaves = message.leaves();
+   rules.open(leaves);
+   std::vector<std::string_view> outOfReach;
+   if (const auto other = rules.readOtherwise.find(vector.name); other != rules.readOtherwise.end())
+      outOfReach.push_back(other->second.key);
+   compareFacts(rules.facts, {vector, leaves}, outOfReach);
+
+   int encodeStatus = 0;
+   Octets encoded = message.encode(encodeStatus);
+   EXPECT_GE(encodeStatus, 0);
+   if (isProtected && encoded.size() >= rules.macAt + rules.macOctets)
+      std::copy_n(vector.octets.begin() + static_cast<std::ptrdiff_t>(rules.macAt), rules.macOctets,
+                  encoded.begin() + static_cast<std::ptrdiff_t>(rules.macAt));
+   const auto uncanonical = rules.uncanonical.find(vector.name);
+   EXPECT_EQ(hexFromOctets(encoded) == hexFromOctets(vector.octets), uncanonical == rules.uncanonical.end())
+         << hexFromOctets(encoded) << "\n"
+         << hexFromOctets(vector.octets)
+         << (uncanonical == rules.uncanonical.end() ? "" : uncanonical->second);
+}
+
+/**
+ * A message under its own keys: it verifies, deciphers to the plain octets of the vector, and is the same
+ * octets again when encoded. A flipped bit shows, in the status or, where the MAC covers it not, in the
+ * security header, whose octets are `header`. `expected` is the status of a message that doesn't decode.
+ */
+inline void checkProtected(const Vector& vector, const std::string& type, size_t header,
+                           const std::function<bool(Message&)>& headerShows, int expected = 0) {
+   SCOPED_TRACE(vector.name);
+   const SecurityState state = SecurityState::of(vector);
+   Message message(type);
+   setDirection(message.context(), vector);
+   state.apply(message.context());
+   ASSERT_EQ(message.decode(vector.octets), expected);
+   if (vector.has("plain")) {
+      const Octets plain(message.context()->bufData + header,
+                         message.context()->bufData + message.context()->bufSize);
+      EXPECT_EQ(hexFromOctets(plain), vector.fact("plain")); // deciphered in place
+   }
+   if (expected == 0) {
+      int status = 0;
+      EXPECT_EQ(hexFromOctets(message.encode(status)), hexFromOctets(vector.octets));
+      EXPECT_GE(status, 0);
+   }
+   for (size_t bit = 0; bit < vector.octets.size() * 8; ++bit) {
+      Octets damaged = vector.octets;
+      damaged[bit / 8] = static_cast<uint8_t>(damaged[bit / 8] ^ (0x80u >> bit % 8));
+      Message other(type);
+      setDirection(other.context(), vector);
+      state.apply(other.context());
+      const int result = other.decode(damaged);
+      EXPECT_TRUE(result < 0 || (bit / 8 < header && headerShows(other))) << "bit " << bit;
+   }
+}
+
+} // namespace quorva::test
+
+#endif
