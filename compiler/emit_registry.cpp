@@ -49,6 +49,11 @@ std::string decoderExtras(const Type& type) {
    return extras;
 }
 
+// Digits whose decoder trusts its caller to have room for as many octets as it is told.
+bool isInlineDigits(const Type& type) {
+   return baseType(type).kind == TypeKind::Digits && passing(type) == Passing::Text;
+}
+
 std::string targetOf(const Type& type) {
    switch (passing(type)) {
    case Passing::Array: return ", static_cast<uint8_t*>(v)";
@@ -78,9 +83,11 @@ void entry(const Type& type, Writer& w) {
    const std::string codec = "[](RtxContext* c, " + v + ") -> int { return ";
    w.open("{\"" + recordName(type) + "\", " + (holds ? "sizeof(" + recordName(type) + ")" : "0") + ",");
    w.line((hasEncoder(type) ? codec + encoderName(type) + "(c" + valueOf(type, false) + "); }" : none) + ",");
-   w.line((hasDecoder(type) ? codec + decoderName(type) + "(c" + targetOf(type) + decoderExtras(type) + "); }"
-                            : none) +
-          ",");
+   std::string decode = decoderName(type) + "(c" + targetOf(type) + decoderExtras(type) + ")";
+   if (isInlineDigits(type))
+      decode = "inlineDigits(c, static_cast<char*>(v), sizeof(" + recordName(type) + "), " +
+               decoderName(type) + ")";
+   w.line((hasDecoder(type) ? codec + decode + "; }" : none) + ",");
    w.line((!type.noPrinter ? "[](RtxContext* c, const char* name, " + constV + ") -> int { return " +
                                    printerName(type) + "(c, name" + valueOf(type, true) + "); }"
                            : none) +

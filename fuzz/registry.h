@@ -50,7 +50,7 @@ public:
       const int status = type.decode(&ctxt_, value);
       if (status < 0) {
          if (rtxErrGetErrorCnt(&ctxt_) == 0 && status != RTX_E_CONSTRAINT && status != RTX_E_BAD_ENUM &&
-             status != RTX_E_NOMEM)
+             status != RTX_E_BAD_VALUE && status != RTX_E_NOMEM)
             abort(); // only value checks fail without a record
          return;
       }

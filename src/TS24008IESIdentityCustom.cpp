@@ -78,7 +78,7 @@ int NASDec_TS24008IE_TBCDString3(RtxContext* pctxt, char* value, uint32_t numoct
    char text[5]; // two octets hold a filler, or one digit too many
    L3_TRY(decodeDigits(pctxt, "TBCDString3", text, sizeof text, numocts));
    if (std::strlen(text) >= sizeof(TS24008IE_TBCDString3)) return RTX_E_CONSTRAINT;
-   std::memcpy(value, text, sizeof(TS24008IE_TBCDString3));
+   std::memcpy(value, text, std::strlen(text) + 1);
    return 0;
 }
 

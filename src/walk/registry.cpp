@@ -12,6 +12,17 @@ uint32_t octetsLeft(const RtxContext* pctxt) {
    return bits > 0 ? static_cast<uint32_t>(bits / 8) : 0;
 }
 
+int inlineDigits(RtxContext* pctxt, char* text, size_t room, int (*decode)(RtxContext*, char*, uint32_t)) {
+   const uint32_t numocts = octetsLeft(pctxt);
+   auto* digits = static_cast<char*>(rtxMemHeapAlloc(pctxt, 2 * size_t{numocts} + 1));
+   if (digits == nullptr) return RTX_E_NOMEM;
+   if (const int status = decode(pctxt, digits, numocts); status < 0) return status;
+   if (std::strlen(digits) >= room) return RTX_E_CONSTRAINT;
+   std::memcpy(text, digits, std::strlen(digits) + 1);
+   rtxMemHeapFreePtr(pctxt, digits);
+   return 0;
+}
+
 void* textValue(RtxContext* pctxt, const char* text) {
    auto** value = static_cast<const char**>(rtxMemHeapAlloc(pctxt, sizeof(const char*)));
    if (value != nullptr) *value = text;

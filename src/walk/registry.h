@@ -9,6 +9,10 @@ namespace quorva::walk {
 // nobody knows better.
 uint32_t octetsLeft(const RtxContext* pctxt);
 
+// Decodes all digits that are left into a text of `room` characters; -16, and nothing stored, for more
+// digits.
+int inlineDigits(RtxContext* pctxt, char* text, size_t room, int (*decode)(RtxContext*, char*, uint32_t));
+
 // A pointer to a text as a value of its own on the heap; null if memory is exhausted.
 void* textValue(RtxContext* pctxt, const char* text);
 

@@ -50,3 +50,30 @@ TEST(Registry, ATextTakesTheOctetsThatAreLeft) {
    const Coded coded = encode(capture.ctxt, type, &text);
    EXPECT_EQ(coded.octets, octets);
 }
+
+TEST(Registry, DigitsStayWithinTheirText) {
+   struct Case {
+      const char* type;
+      std::vector<uint8_t> octets;
+      int status;
+      const char* text;
+   };
+   const Case cases[] = {
+         {"TS24008IE_IMSI", {0x21, 0x43, 0x65, 0x87, 0x09, 0x21, 0x43, 0xF5}, 0, "123456789012345"},
+         {"TS24008IE_IMSI", {0x21, 0x43, 0x65, 0x87, 0x09, 0x21, 0x43, 0x65}, RTX_E_CONSTRAINT, ""},
+         {"TS24008IE_IMEI", std::vector<uint8_t>(100, 0x11), RTX_E_CONSTRAINT, ""},
+         {"TS24008IE_TBCDString3", {0x21}, 0, "12"},
+         {"TS24008IE_TBCDString3", {0x21, 0x43}, RTX_E_CONSTRAINT, ""},
+   };
+   for (const Case& c : cases) {
+      quorva_test::Capture capture;
+      const QuorvaType* type = quorvaFindType(c.type);
+      ASSERT_NE(type, nullptr);
+      std::vector<char> value(type->size + 8, '\0');
+      value[type->size] = '!';
+      std::vector<uint8_t> octets = c.octets;
+      EXPECT_EQ(decode(capture.ctxt, *type, octets, value.data()), c.status) << c.type;
+      EXPECT_STREQ(value.data(), c.text);
+      EXPECT_EQ(value[type->size], '!') << c.type;
+   }
+}
