@@ -37,7 +37,7 @@ TEST(RoundTrip, SampleEncodesDecodesAndPrintsAlike) {
       const std::string text = textOf(there, *type, sample);
       // What the decoder leaves unset must not show.
       for (int fill : {0x00, 0xFF}) {
-         Place place(*type, fill);
+         Room place(*type, fill);
          EXPECT_GE(decode(back.ctxt, *type, coded.octets, place.get()), 0);
          EXPECT_EQ(rtxCtxtGetBitOffset(&back.ctxt), coded.bits);
          EXPECT_EQ(textOf(back, *type, place.get()), text);
@@ -58,7 +58,7 @@ TEST(RoundTrip, EveryTruncationStaysWithinItsMemory) {
          // A block of its own size, for the sanitizers.
          std::vector<uint8_t> octets(coded.octets.begin(), coded.octets.begin() + static_cast<long>(length));
          octets.shrink_to_fit();
-         Place place(*type, 0xA5);
+         Room place(*type, 0xA5);
          (void)decode(capture.ctxt, *type, octets, place.get());
          rtxMemReset(&capture.ctxt);
          rtxCtxtPopAllContainers(&capture.ctxt);
@@ -105,7 +105,7 @@ TEST(Init, EmptyRecordsPrint) {
       if (!type->init || !type->print) continue;
       Capture capture(kTextRoom);
       for (int fill : {0x00, 0xFF}) {
-         Place place(*type, fill);
+         Room place(*type, fill);
          EXPECT_EQ(type->init(place.get()), 0) << type->name;
          (void)textOf(capture, *type, place.get());
       }

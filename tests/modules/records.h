@@ -31,9 +31,9 @@ inline std::string textOf(quorva_test::Capture& capture, const QuorvaType& type,
 }
 
 // A place for a value that nobody prepared, but for its initialiser.
-class Place {
+class Room {
 public:
-   Place(const QuorvaType& type, int fill) : memory_((type.size + 15) / 8) {
+   Room(const QuorvaType& type, int fill) : memory_((type.size + 15) / 8) {
       std::memset(memory_.data(), fill, memory_.size() * 8);
       // A type without an initialiser holds nothing that has to be clear; a pointer to a text has.
       if (type.init != nullptr) type.init(memory_.data());
