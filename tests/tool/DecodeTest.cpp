@@ -1,0 +1,247 @@
+// quorva decode: messages in, text out.
+
+#include "tool/program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace quorva_test;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+// A captured Authentication Request.
+static const std::string kAuthRequest =
+      "075206905ada1e7da557ada1e72650e21ee5e3104bfb73f6b4558000b1903ab88a27237f";
+
+static const std::string kIdentityRequest = R"(PDU {
+   protoDiscr = mobMgmt5G
+   hdrData {
+      mm {
+         spare1 = 0
+         secHdrType = noSec
+      }
+   }
+   msgType = 91
+   data {
+      obj_IdentityRequest5G {
+         spare = 0
+         identity {
+            spare = false
+            typeOfIdent = suci
+         }
+      }
+   }
+   eom = <null>
+}
+)";
+
+TEST(Decode, PrintsEveryFieldOfAnEpsMessage) {
+   const Result result = run("decode " + kAuthRequest);
+   EXPECT_EQ(result.code, 0);
+   EXPECT_EQ(result.text, R"(PDU {
+   l3HdrOpts {
+      secHdr = 0
+   }
+   protoDiscr = epsMobMgmt
+   pti {
+      noValue = <null>
+   }
+   msgType = 82
+   data {
+      obj_AuthRequest {
+         spare = 0
+         nasKeySetIdent {
+            tsc = false
+            ident = 6
+         }
+         authParamRAND = 0x905ada1e7da557ada1e72650e21ee5e3
+         authParamAUTN {
+            length = 16
+            autn = 0x4bfb73f6b4558000b1903ab88a27237f
+         }
+      }
+   }
+   eom = <null>
+}
+)");
+}
+
+TEST(Decode, TakesAMessageInEveryForm) {
+   const Folder folder;
+   const std::string file = folder.write("in.txt", "# a comment\n\n  7E 00,5b 01 # Identity Request\n");
+   const std::string forms[] = {"decode 7E005B01",
+                                "decode 7E 00 5B 01",
+                                "decode '7e 00 5b 01'",
+                                "decode 0x7E005B01",
+                                "decode --auto 0x7E 0x00 0x5B 0x01",
+                                "decode --5gs 7E005B01",
+                                "decode --type TS24501Msg_PDU 7E005B01",
+                                "decode " + file,
+                                "decode - < " + file,
+                                "decode < " + file};
+   for (const std::string& form : forms) {
+      SCOPED_TRACE(form);
+      const Result result = run(form);
+      EXPECT_EQ(result.code, 0);
+      EXPECT_EQ(result.text, kIdentityRequest);
+   }
+}
+
+TEST(Decode, GoesByTheDiscriminator) {
+   const struct {
+      const char* octets;
+      const char* line;
+   } cases[] = {
+         {"07 55 01", "obj_IdentReq {"},
+         {"52 01 D9", "obj_ESMInfoReq"},
+         {"2E 01 01 D6 24", "obj_SMStatus5G {"},
+         {"19 04", "obj_CP_ACK = <null>"},
+         {"05 18 01", "obj_IdentityRequest"},
+         {"03 25 02 E0 90", "obj_Disconnect"},
+         {"08 10", "obj_"},
+   };
+   for (const auto& each : cases) {
+      SCOPED_TRACE(each.octets);
+      const Result result = run(std::string("decode ") + each.octets);
+      EXPECT_THAT(result.text, HasSubstr(each.line));
+      EXPECT_NE(result.code, 2);
+   }
+}
+
+TEST(Decode, GoesOnBehindAFailure) {
+   const Folder folder;
+   const std::string file = folder.write("in.txt", "07 52 06 90 5a\n07 FF\nzz\n7E 00 5B 01");
+   const Result result = run("decode " + file);
+   EXPECT_EQ(result.code, 1);
+   EXPECT_THAT(result.text, StartsWith("status: RTX_E_END_OF_DATA (-2)\n"));
+   EXPECT_THAT(result.text, HasSubstr("status: RTX_E_BAD_CHOICE (-9)\n   parameters: 255\n"));
+   EXPECT_THAT(result.text, HasSubstr("quorva: " + file + ":3: 'z' is no hexadecimal digit\n"));
+   EXPECT_THAT(result.text, EndsWith("\n\n" + kIdentityRequest));
+}
+
+TEST(Decode, ShowsWhatWasDecodedAheadOfTheFailure) {
+   EXPECT_EQ(run("decode 07 52 06 90 5a").text, R"(status: RTX_E_END_OF_DATA (-2)
+   at: PDU.data.u.obj_AuthRequest.authParamRAND, octet 5 of 5
+   decoded so far:
+PDU {
+   l3HdrOpts {
+      secHdr = 0
+   }
+   protoDiscr = epsMobMgmt
+   pti {
+      noValue = <null>
+   }
+   msgType = 82
+   data {
+      obj_AuthRequest {
+         spare = 0
+         nasKeySetIdent {
+            tsc = false
+            ident = 6
+         }
+      }
+   }
+}
+)");
+}
+
+// Whatever the cut, what is shown is a beginning of the whole, apart from closing braces.
+TEST(Decode, EveryTruncationShowsItsOwnPart) {
+   const std::string whole = run("decode " + kAuthRequest).text;
+   for (size_t digits = 2; digits < kAuthRequest.size(); digits += 2) {
+      SCOPED_TRACE(digits);
+      const Result result = run("decode " + kAuthRequest.substr(0, digits));
+      EXPECT_EQ(result.code, 1);
+      const std::string mark = "decoded so far:\n";
+      const size_t at = result.text.find(mark);
+      ASSERT_NE(at, std::string::npos) << result.text;
+      std::string part = result.text.substr(at + mark.size());
+      while (part.ends_with("}\n")) {
+         part.resize(part.size() - 2);
+         part.erase(part.find_last_not_of(' ') + 1);
+      }
+      EXPECT_THAT(whole, StartsWith(part));
+      EXPECT_LT(part.size(), whole.size() - 20);
+   }
+}
+
+TEST(Decode, RefusesWhatIsNoMessage) {
+   const Folder folder;
+   const std::string empty = folder.write("empty.txt", "# nothing here\n\n");
+   const struct {
+      std::string arguments;
+      int code;
+      const char* message;
+   } cases[] = {
+         {"decode ''", 1, "message 1: no octets"},
+         {"decode 075", 1, "message 1: odd number of hexadecimal digits (3)"},
+         {"decode 07 5", 1, "message 1: odd number of hexadecimal digits (3)"},
+         {"decode 06 01", 1, "no protocol has the discriminator of octet 0x06"},
+         {"decode 7G00", 1, "neither hexadecimal text nor a readable file"},
+         {"decode /", 1, "neither hexadecimal text nor a readable file"},
+         {"decode " + empty, 1, "no message"},
+         {"decode < /dev/null", 1, "no message"},
+         {"decode --type NoSuchType 00", 1, "'NoSuchType' is no type"},
+         {"decode --eps --5gs 00", 2, "at most"},
+         {"decode --eia2 0011 00", 2, "16 octets"},
+         {"decode --eia2 xyz 00", 2, "'x' is no hexadecimal digit"},
+         {"decode --bearer 32 00", 2, "32"},
+         {"decode --count -1 00", 2, "-1"},
+         {"decode --uplink --downlink 00", 2, "excludes"},
+         {"decode --nonsense", 2, "--nonsense"},
+         {"nonsense", 2, "subcommand is required"},
+         {"", 2, "subcommand"},
+   };
+   for (const auto& each : cases) {
+      SCOPED_TRACE(each.arguments);
+      const Result result = run(each.arguments);
+      EXPECT_EQ(result.code, each.code) << result.text;
+      EXPECT_THAT(result.text, HasSubstr(each.message));
+   }
+}
+
+TEST(Decode, TakesAnyType) {
+   Result result = run("decode --type TS24301IE_UENetworkCapability 04F0F0C040");
+   EXPECT_EQ(result.code, 0);
+   EXPECT_THAT(result.text, StartsWith("UENetworkCapability {\n   length = 4\n"));
+   result = run("decode --status --type TS24301IE_UENetworkCapability 02F0F0C040");
+   EXPECT_EQ(result.code, 0);
+   EXPECT_THAT(result.text, EndsWith("}\nstatus: RTX_OK (0)\nleft over: 2 of 5 octets\n"));
+}
+
+TEST(Decode, ListsBits) {
+   const Result result = run("decode --trace 7E 00 5B 01");
+   EXPECT_EQ(result.code, 0);
+   EXPECT_THAT(result.text, StartsWith(kIdentityRequest + "\nprotoDiscr ENUMERATED\n"
+                                                          "bit offset: 0\tbit count: 8\tnext bit offset: 8\n"
+                                                          "01111110 "));
+   EXPECT_THAT(result.text, HasSubstr("identity.typeOfIdent ENUMERATED\nbit offset: 29\tbit count: 3\t"));
+}
+
+TEST(Decode, WritesPages) {
+   const Folder folder;
+   const std::string page = folder.file("page.html");
+   EXPECT_EQ(run("decode --html " + page + " 7E005B01 " + kAuthRequest).code, 0);
+   EXPECT_THAT(Folder::read(page), HasSubstr("identity.typeOfIdent ENUMERATED<br/>"));
+   EXPECT_THAT(Folder::read(folder.file("page-2.html")), HasSubstr("authParamRAND OCTET STRING<br/>"));
+   const Result result = run("decode --html /nowhere/page.html 7E005B01");
+   EXPECT_EQ(result.code, 1);
+   EXPECT_THAT(result.text, HasSubstr("can't write /nowhere/page.html"));
+}
+
+TEST(Decode, OpensShortMessages) {
+   // CP-DATA with RP-ACK to the network; then the same in an EPS uplink transport message.
+   const std::string data = "39 01 02 02 07";
+   const Result closed = run("decode " + data);
+   EXPECT_EQ(closed.code, 0);
+   EXPECT_THAT(closed.text, Not(HasSubstr("rpMsgRef")));
+   const std::string transported = "'07 63 05 " + data + "'";
+   for (const std::string& message : {"'" + data + "'", transported}) {
+      const Result open = run("decode --rp " + message);
+      EXPECT_EQ(open.code, 0);
+      EXPECT_THAT(open.text, HasSubstr("      rpMsgType = 2\n      rpMsgRef = 7\n"));
+      EXPECT_THAT(open.text, HasSubstr("      ackToNet {\n"));
+   }
+}

@@ -1,0 +1,286 @@
+#include "tools/quorva/decode.h"
+
+#include "tools/quorva/partial.h"
+#include "tools/quorva/session.h"
+#include "tools/quorva/statusName.h"
+
+#include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
+#include "quorva/TS24011Msg.h"
+#include "quorva/TS24301Msg.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <new>
+#include <sstream>
+#include <string_view>
+
+namespace quorva::tool {
+
+namespace {
+
+// The PDU of a first octet, null if no protocol has that discriminator; TS 24.007, 11.2.3.1.1.
+const char* pduOf(uint8_t first) {
+   if (first == 0x7E || first == 0x2E) return "TS24501Msg_PDU";
+   switch (first & 15) {
+   case 2:
+   case 7: return "TS24301Msg_PDU";
+   case 3:
+   case 5:
+   case 8:
+   case 10:
+   case 11: return "TS24008Msg_PDU";
+   case 9: return "TS24011Msg_CP_PDU";
+   default: return nullptr;
+   }
+}
+
+std::vector<std::string> openNames(const RtxContext* ctxt) {
+   std::vector<std::string> names;
+   for (const RtxDListNode* node = ctxt->elemNames.head; node != nullptr; node = node->next)
+      names.emplace_back(static_cast<const char*>(node->data));
+   return names;
+}
+
+std::string joined(const std::vector<std::string>& words, const char* separator) {
+   std::string text;
+   for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
+   return text;
+}
+
+// The failures on record.
+std::vector<int> recordedStatuses(const RtxContext* ctxt) {
+   std::vector<int> statuses;
+   for (const RtxDListNode* node = ctxt->errList.head; node != nullptr; node = node->next)
+      // An overall status that was handed up is recorded again; it tells nothing.
+      if (const int status = static_cast<const RtxErrInfo*>(node->data)->status; status != RTX_E_MULTIPLE)
+         statuses.push_back(status);
+   return statuses;
+}
+
+// Statuses that a decoder records before it goes on.
+bool isReport(int status) {
+   return status == RTX_E_MAC_MISMATCH || status == RTX_E_BAD_IEI || status == RTX_E_NO_SECURITY;
+}
+
+void show(const std::string& text) {
+   std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void complain(const std::string& origin, const std::string& text) {
+   std::fflush(stdout);
+   std::fprintf(stderr, "quorva: %s: %s\n", origin.c_str(), text.c_str());
+}
+
+bool isType(const QuorvaType& type, const char* name) {
+   return std::strcmp(type.name, name) == 0;
+}
+
+// Where a decoder stopped. It leaves the names of the place on the stack then, apart from a failure in a last
+// octet string, which only the trace tells.
+struct Stop {
+   bool early = false;            // ahead of the message's end
+   std::vector<std::string> path; // of the element, beginning with the type
+};
+
+// The element that was traced last. The members of a path are parted by points, but "u.member" is one.
+std::vector<std::string> lastTraced(const RtxContext* ctxt) {
+   std::vector<std::string> path;
+   const RtxSListNode* node = ctxt->bitFields->fieldList.tail;
+   const auto* field = node == nullptr ? nullptr : static_cast<const RtxDiagBitField*>(node->data);
+   if (field == nullptr || field->elemName == nullptr) return path;
+   std::istringstream names(field->elemName);
+   for (std::string name; std::getline(names, name, '.');) {
+      if (!path.empty() && path.back() == "u") {
+         path.back() += "." + name;
+      } else {
+         path.push_back(name);
+      }
+   }
+   return path;
+}
+
+Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status) {
+   Stop stop;
+   if (status >= 0) return stop;
+   stop.early = true;
+   stop.path = openNames(ctxt);
+   const auto recorded = recordedStatuses(ctxt);
+   const bool onlyReports = !recorded.empty() && std::all_of(recorded.begin(), recorded.end(), isReport);
+   const bool eps = isType(type, "TS24301Msg_PDU");
+   const std::string root = printName(type);
+   if (onlyReports && stop.path.size() <= 1 && (eps || isType(type, "TS24501Msg_PDU"))) {
+      // Without a security state a ciphered message ends at its header. A Service Request, TS 24.301, 8.2.25,
+      // is shorter, is read to its end, and leaves the name of the PDU on the stack.
+      const bool atHeader = ctxt->bufByteIndex == (eps ? 6u : 7u);
+      stop.early = atHeader && recorded.back() == RTX_E_NO_SECURITY;
+      stop.path = {root, eps ? "l3HdrOpts" : "protoDiscr"};
+   } else if (onlyReports && stop.path.empty()) {
+      stop.early = false;
+   } else if (stop.path.empty()) {
+      stop.path = lastTraced(ctxt);
+   }
+   // The look ahead into a 5GS message takes the name of the PDU off the stack.
+   if (!stop.path.empty() && stop.path[0] != root &&
+       !std::string_view(type.name).ends_with("_" + stop.path[0]))
+      stop.path.insert(stop.path.begin(), root);
+   return stop;
+}
+
+// What the failure records of a context tell.
+std::string failureText(const RtxContext* ctxt, int status, const Stop& stop) {
+   std::string text = "status: " + statusName(status) + "\n";
+   const auto recorded = recordedStatuses(ctxt);
+   if (status == RTX_E_MULTIPLE)
+      for (const int each : recorded) text += "   recorded: " + statusName(each) + "\n";
+   std::vector<std::string> parameters;
+   for (size_t i = 0; i < ctxt->errFixed.parmCount; ++i) parameters.emplace_back(ctxt->errFixed.parms[i]);
+   if (!recorded.empty() && recorded[0] == RTX_E_MAC_MISMATCH && parameters.size() >= 2) {
+      char line[80];
+      std::snprintf(line, sizeof line, "   wrong MAC: received 0x%08lx, computed 0x%08lx\n",
+                    std::strtoul(parameters[0].c_str(), nullptr, 10),
+                    std::strtoul(parameters[1].c_str(), nullptr, 10));
+      text += line;
+   }
+   if (!parameters.empty()) text += "   parameters: " + joined(parameters, ", ") + "\n";
+   if (stop.early) {
+      text += "   at: " + joined(stop.path, ".") + ", octet " + std::to_string(ctxt->bufByteIndex) + " of " +
+              std::to_string(ctxt->bufSize) + "\n";
+      text += "   decoded so far:\n";
+   }
+   return text;
+}
+
+// A message in the user data of another, which the codec of that one leaves as octets.
+struct InnerMessage {
+   const char* type = nullptr;
+   std::vector<uint8_t> octets;
+};
+
+InnerMessage innerMessage(const QuorvaType& type, const void* value) {
+   InnerMessage inner;
+   const auto take = [&inner](const char* name, const uint8_t* octets, size_t count) {
+      inner.type = name;
+      inner.octets.assign(octets, octets + count);
+   };
+   if (isType(type, "TS24011Msg_CP_PDU")) {
+      const auto* pdu = static_cast<const TS24011Msg_CP_PDU*>(value);
+      if (pdu->data.t == 1) {
+         const auto& data = pdu->data.u.obj_CP_DATA->cpUserData;
+         take("TS24011Msg_RP_PDU", data.data, data.numocts);
+      }
+   } else if (isType(type, "TS24301Msg_PDU")) {
+      // The transport messages of TS 24.301, 8.2.12 and 8.2.30, carry a message of the control protocol.
+      const auto* pdu = static_cast<const TS24301Msg_PDU*>(value);
+      const bool downlink = pdu->msgType == 0x62;
+      if (pdu->protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt && (downlink || pdu->msgType == 0x63)) {
+         const auto* container = downlink ? pdu->data.u.obj_DLNASTransport : pdu->data.u.obj_ULNASTransport;
+         take("TS24011Msg_CP_PDU", container->data, container->numocts);
+      }
+   }
+   return inner;
+}
+
+class Decoding {
+public:
+   explicit Decoding(const DecodeOptions& options) : options_(options), security_(options.security) {}
+
+   // Decodes and prints a message, and what it carries. True for status 0.
+   bool decode(const std::string& origin, std::vector<uint8_t> octets, const QuorvaType& type);
+
+private:
+   bool writePage(const std::string& origin, RtxContext* ctxt);
+
+   const DecodeOptions& options_;
+   Security security_;
+   int printed_ = 0; // messages
+   int pages_ = 0;   // of HTML
+};
+
+bool Decoding::decode(const std::string& origin, std::vector<uint8_t> octets, const QuorvaType& type) {
+   if (printed_++ > 0) show("\n");
+   Session session;
+   RtxContext* ctxt = session.ctxt();
+   int status = security_.prepare(ctxt, octets);
+   if (status < 0) {
+      complain(origin, "no security state: " + statusName(status));
+      return false;
+   }
+   const std::string name = printName(type);
+   if (!session.startTrace()) throw std::bad_alloc();
+   Value value(type);
+   if (type.init != nullptr) type.init(value.get());
+   rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
+   status = type.decode(ctxt, value.get());
+
+   const Stop stop = stopOf(type, ctxt, status);
+   if (status < 0) show(failureText(ctxt, status, stop));
+   type.print(ctxt, name.c_str(), value.get());
+   show(stop.early ? textUpTo(session.takeText(), stop.path) : session.takeText());
+   if (status >= 0 && options_.status) show("status: " + statusName(RTX_OK) + "\n");
+   if (status >= 0 && ctxt->bufByteIndex < octets.size())
+      show("left over: " + std::to_string(octets.size() - ctxt->bufByteIndex) + " of " +
+           std::to_string(octets.size()) + " octets\n");
+   bool good = status >= 0;
+   if (options_.trace) {
+      rtxDiagBitTracePrint(ctxt->bitFields, "");
+      show("\n" + session.takeText());
+   }
+   if (!options_.htmlFile.empty()) good = writePage(origin, ctxt) && good;
+   if (options_.openRP && !stop.early) {
+      if (InnerMessage inner = innerMessage(type, value.get()); inner.type != nullptr)
+         good = decode(origin, std::move(inner.octets), *quorvaFindType(inner.type)) && good;
+   }
+   return good;
+}
+
+// The page of the first message has the name given; those of further ones have a number in front of its
+// suffix.
+bool Decoding::writePage(const std::string& origin, RtxContext* ctxt) {
+   std::filesystem::path file = options_.htmlFile;
+   if (++pages_ > 1)
+      file.replace_filename(file.stem().string() + "-" + std::to_string(pages_) + file.extension().string());
+   if (std::FILE* probe = std::fopen(file.c_str(), "w"); probe != nullptr) {
+      std::fclose(probe);
+   } else {
+      complain(origin, "can't write " + file.string());
+      return false;
+   }
+   rtxDiagBitTracePrintHTML(file.c_str(), ctxt->bitFields, "");
+   return true;
+}
+
+} // namespace
+
+bool decodeMessages(const DecodeOptions& options, const std::vector<Message>& messages) {
+   Decoding decoding(options);
+   bool good = true;
+   for (const Message& message : messages) {
+      if (!message.fault.empty()) {
+         complain(message.origin, message.fault);
+         good = false;
+         continue;
+      }
+      const char* name = options.type.empty() ? pduOf(message.octets[0]) : options.type.c_str();
+      if (name == nullptr) {
+         complain(message.origin,
+                  "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
+         good = false;
+         continue;
+      }
+      const QuorvaType* type = quorvaFindType(name);
+      if (type == nullptr || type->decode == nullptr || type->print == nullptr) {
+         complain(message.origin, std::string(name) + (type == nullptr ? " is no type; see: quorva types"
+                                                                       : " has no decoder and printer"));
+         good = false;
+         continue;
+      }
+      good = decoding.decode(message.origin, message.octets, *type) && good;
+   }
+   return good;
+}
+
+} // namespace quorva::tool

@@ -1,0 +1,185 @@
+// quorva: decodes messages and shows what the library knows.
+
+#include "tools/quorva/decode.h"
+#include "tools/quorva/session.h"
+#include "tools/quorva/statusName.h"
+
+#include "quorva/registry.h"
+
+#include <CLI/CLI.hpp>
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <limits>
+
+namespace quorva::tool {
+
+enum ExitCode { kGood = 0, kFailed = 1, kUsage = 2 };
+
+// Names of types, one a line: those that match a pattern of the shell, or that contain a plain word.
+static int listTypes(const std::string& pattern) {
+   const bool plain = pattern.find_first_of("*?[") == std::string::npos;
+   const std::string shellPattern = plain ? "*" + pattern + "*" : pattern;
+   size_t count = 0;
+   const QuorvaType* types = quorvaTypes(&count);
+   size_t found = 0;
+   for (size_t i = 0; i < count; ++i) {
+      if (fnmatch(shellPattern.c_str(), types[i].name, FNM_CASEFOLD) != 0) continue;
+      std::puts(types[i].name);
+      ++found;
+   }
+   if (found > 0) return kGood;
+   std::fprintf(stderr, "quorva: no type matches '%s'\n", pattern.c_str());
+   return kFailed;
+}
+
+static const QuorvaType* knownType(const std::string& name) {
+   const QuorvaType* type = quorvaFindType(name.c_str());
+   if (type == nullptr) std::fprintf(stderr, "quorva: '%s' is no type; see: quorva types\n", name.c_str());
+   return type;
+}
+
+// A sample's octets, unless it has no encoder, and its text.
+static int showSample(const std::string& name) {
+   const QuorvaType* type = knownType(name);
+   if (type == nullptr) return kFailed;
+   if (type->sample == nullptr || type->print == nullptr) {
+      std::fprintf(stderr, "quorva: %s has no sample\n", name.c_str());
+      return kFailed;
+   }
+   Session session;
+   RtxContext* ctxt = session.ctxt();
+   void* value = type->sample(ctxt);
+   if (value == nullptr) throw std::bad_alloc();
+   int status = RTX_OK;
+   if (type->encode != nullptr) {
+      rtxCtxtSetBufPtr(ctxt, nullptr, 0);
+      status = type->encode(ctxt, value);
+      if (status >= 0) {
+         const size_t bits = rtxCtxtGetBitOffset(ctxt);
+         std::printf("%s\n", hexText(ctxt->bufData, (bits + 7) / 8).c_str());
+      } else {
+         std::fprintf(stderr, "quorva: %s does not encode: %s\n", name.c_str(), statusName(status).c_str());
+      }
+   }
+   type->print(ctxt, printName(*type).c_str(), value);
+   std::fputs(session.takeText().c_str(), stdout);
+   return status < 0 ? kFailed : kGood;
+}
+
+static int explainType(const std::string& name) {
+   const QuorvaType* type = knownType(name);
+   if (type == nullptr) return kFailed;
+   if (const char* figure = quorvaExplain(name.c_str())) std::fputs(figure, stdout);
+   return kGood;
+}
+
+static Key keyFromHex(const std::string& text) {
+   std::string fault;
+   const auto octets = octetsFromHex(text, fault);
+   if (octets && octets->size() != 16) fault = "a key has 16 octets, not " + std::to_string(octets->size());
+   if (!fault.empty()) throw CLI::ValidationError("key", fault);
+   Key key{};
+   std::copy(octets->begin(), octets->end(), key.begin());
+   return key;
+}
+
+static int run(int argc, char** argv) {
+   CLI::App app{"Decodes 3GPP Layer-3 messages and shows the types that it knows."};
+   app.name("quorva");
+   app.set_version_flag("--version", std::string(rtxGetLibInfo()));
+   app.require_subcommand(1);
+
+   DecodeOptions options;
+   std::vector<std::string> inputs;
+   CLI::App* decode =
+         app.add_subcommand("decode", "Decode messages given as hexadecimal text and print them");
+   decode->add_option("input", inputs,
+                      "HEX, octets of a message; FILE, one message a line, # begins a comment; - or nothing: "
+                      "standard input")
+         ->type_name("HEX|FILE|-");
+   CLI::Option_group* protocol = decode->add_option_group("Protocol", "at most one; without it as --auto");
+   protocol->require_option(0, 1);
+   protocol->add_flag("--auto")->description("Go by the protocol discriminator of each message");
+   const std::pair<const char*, std::pair<const char*, const char*>> protocols[] = {
+         {"--eps", {"TS24301Msg_PDU", "EPS NAS, TS 24.301"}},
+         {"--5gs", {"TS24501Msg_PDU", "5GS NAS, TS 24.501"}},
+         {"--24008", {"TS24008Msg_PDU", "MM, CC, GMM and SM, TS 24.008"}},
+         {"--sms", {"TS24011Msg_CP_PDU", "SMS control protocol, TS 24.011"}}};
+   for (const auto& [flag, row] : protocols)
+      protocol->add_flag_callback(
+            flag, [&options, type = row.first] { options.type = type; }, row.second);
+   protocol->add_option("--type", options.type, "A type by its name, see: quorva types")->type_name("NAME");
+
+   SecurityOptions& security = options.security;
+   decode->add_flag("--status", options.status, "Show the status of good messages too");
+   decode->add_flag("--trace", options.trace, "List each message bit by bit");
+   decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
+         ->type_name("FILE");
+   decode->add_flag("--rp", options.openRP, "Open the user data of CP-DATA as RP message");
+   CLI::Option* uplink = decode->add_flag("--uplink", security.uplink, "The messages come from the terminal");
+   decode->add_flag("--downlink")
+         ->description("The messages come from the network (the default)")
+         ->excludes(uplink);
+   decode->add_option_function<std::string>(
+               "--eia2", [&](const std::string& text) { security.integrityKey = keyFromHex(text); },
+               "Verify messages by 128-EIA2 (128-NIA2) with this key")
+         ->type_name("KEY");
+   CLI::Option* cipherKey =
+         decode->add_option_function<std::string>(
+                     "--eea2", [&](const std::string& text) { security.cipherKey = keyFromHex(text); },
+                     "Decipher messages by 128-EEA2 (128-NEA2) with this key")
+               ->type_name("KEY");
+   decode->add_flag("--eea0", security.nullCipher, "Ciphered messages are by the null algorithm")
+         ->excludes(cipherKey);
+   decode->add_option_function<uint64_t>(
+               "--count", [&](uint64_t count) { security.count = static_cast<uint32_t>(count); },
+               "NAS COUNT of the first protected message")
+         ->check(CLI::Range(uint64_t{0}, uint64_t{std::numeric_limits<uint32_t>::max()}))
+         ->type_name("N");
+   unsigned bearer = 0;
+   decode->add_option("--bearer", bearer, "BEARER of the security, 0 to 31")
+         ->check(CLI::Range(0, 31))
+         ->type_name("N");
+
+   std::string pattern = "*";
+   CLI::App* types = app.add_subcommand("types", "List the types");
+   types->add_option("pattern", pattern, "Shell pattern, or a part of the name")->type_name("PATTERN");
+   std::string name;
+   CLI::App* sample = app.add_subcommand("sample", "Show a sample value: its octets and its text");
+   sample->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
+   CLI::App* explain = app.add_subcommand("explain", "Draw a type as the octets on the wire");
+   explain->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
+
+   try {
+      app.parse(argc, argv);
+   } catch (const CLI::ParseError& error) {
+      return app.exit(error) == 0 ? kGood : kUsage;
+   }
+   if (types->parsed()) return listTypes(pattern);
+   if (sample->parsed()) return showSample(name);
+   if (explain->parsed()) return explainType(name);
+   if (!options.type.empty() && knownType(options.type) == nullptr) return kFailed;
+   security.bearer = static_cast<uint8_t>(bearer);
+   const auto messages = readMessages(inputs);
+   if (messages.empty()) {
+      std::fputs("quorva: no message\n", stderr);
+      return kFailed;
+   }
+   return decodeMessages(options, messages) ? kGood : kFailed;
+}
+
+} // namespace quorva::tool
+
+int main(int argc, char** argv) {
+   try {
+      const int code = quorva::tool::run(argc, argv);
+      if (std::fflush(stdout) == 0) return code;
+      std::fputs("quorva: can't write to standard output\n", stderr);
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "quorva: %s\n", error.what());
+   }
+   return quorva::tool::kFailed;
+}
