@@ -20,7 +20,7 @@ const std::vector<uint64_t> kSmall = {2, 1, 3, 0, 4}; // for counts and conditio
 
 uint64_t hashOf(const std::string& text) {
    uint64_t hash = 14695981039346656037u;
-   for (unsigned char c : text) hash = (hash ^ c) * 1099511628211u;
+   for (char c : text) hash = (hash ^ static_cast<uint8_t>(c)) * 1099511628211u;
    return hash ^ hash >> 29;
 }
 
