@@ -110,31 +110,6 @@ std::vector<std::string> networks(const FactSource& source) {
    return at({{"mcc_mnc.mcc", as::plmn}, {"content.imsi", ofImsi}, {"obj_IdentResp.imsi", ofImsi}})(source);
 }
 
-std::string swapped(const Leaf& leaf) {
-   const auto octet = as::numberOf(leaf.value);
-   char text[8];
-   std::snprintf(text, sizeof text, "%u%u", static_cast<unsigned>(octet & 15),
-                 static_cast<unsigned>(octet >> 4));
-   return text;
-}
-
-// Six octets of swapped digits, from the year on.
-std::string timeOfDay(const Leaves& all, size_t i) {
-   static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-   const auto month = std::stoul(swapped(all[i + 1])) - 1;
-   const std::string day = std::to_string(std::stoul(swapped(all[i + 2])));
-   return std::string(month < 12 ? months[month] : "?") + (day.size() == 1 ? "  " : " ") + day + ", 20" +
-          swapped(all[i]) + " " + swapped(all[i + 3]) + ":" + swapped(all[i + 4]) + ":" +
-          swapped(all[i + 5]) + ".000000000 UTC";
-}
-
-// Quarters of an hour, the sign bit left out.
-std::string timeZone(const Leaves& all, size_t i) {
-   const auto octet = as::numberOf(all[i].value);
-   return as::hexNumber((octet & 7) * 10 + (octet >> 4), 2);
-}
-
 std::string serviceType(const Leaves& all, size_t i) {
    const std::string& value = all[i].value;
    if (value == "moCSFallback") return "0";
@@ -251,8 +226,8 @@ FactTable facts() {
          {"voice-domain",
           at(as::enumeration(TS24008IE_VoiceDomainPref_enumValue_ToEnum), {"voiceDomainPref.enumValue"})},
          {"network-name", at(as::text, {"callBcastData"})},
-         {"time-zone", at(timeZone, {"localTimeZone"})},
-         {"time", at(timeOfDay, {"univTimeAndLclTimeZone.year"})},
+         {"time-zone", at(as::timeZone, {"localTimeZone"})},
+         {"time", at(as::timeOfDay, {"univTimeAndLclTimeZone.year"})},
 
          {"pdn-type", at(as::enumeration(TS24301IE_PDNTypeValue_ToEnum), {"pdnTypeValue"})},
          {"request-type", at(as::enumeration(TS24008IE_ReqTypeValues_ToEnum), {"requestType.value"})},

@@ -97,6 +97,8 @@ struct MessageRules {
    FactTable facts;
    /** Puts what octets hold further messages behind them. */
    std::function<void(Leaves&)> open = [](Leaves&) {};
+   /** Sets up the context ahead of decoding. */
+   std::function<void(RtxContext*, const Vector&)> prepare = [](RtxContext*, const Vector&) {};
    /** Octets of the MAC in a protected message, and whether a message has one. */
    size_t macAt = 0, macOctets = 0;
    std::function<bool(const Vector&)> isProtected = [](const Vector&) { return false; };
@@ -144,6 +146,7 @@ inline void checkMessage(const Vector& vector, const MessageRules& rules) {
    Message message(rules.type);
    setDirection(message.context(), vector);
    SecurityState().apply(message.context());
+   rules.prepare(message.context(), vector);
    const bool isProtected = rules.isProtected(vector);
    int expected = 0;
    if (isProtected)

@@ -190,6 +190,29 @@ inline std::string plmn(const Leaves& all, size_t i) {
    return text(all, i) + "-" + (i + 1 < all.size() ? text(all, i + 1) : "");
 }
 
+/** An octet of two semi-octets, the low digit first. */
+inline std::string swapped(const Leaf& leaf) {
+   const auto octet = numberOf(leaf.value);
+   return std::to_string(octet & 15) + std::to_string(octet >> 4);
+}
+
+/** Six octets of swapped digits, of the leaf of the year and those behind it. */
+inline std::string timeOfDay(const Leaves& all, size_t i) {
+   static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+   const auto month = std::stoul(swapped(all[i + 1])) - 1;
+   const std::string day = std::to_string(std::stoul(swapped(all[i + 2])));
+   return std::string(month < 12 ? months[month] : "?") + (day.size() == 1 ? "  " : " ") + day + ", 20" +
+          swapped(all[i]) + " " + swapped(all[i + 3]) + ":" + swapped(all[i + 4]) + ":" +
+          swapped(all[i + 5]) + ".000000000 UTC";
+}
+
+/** Quarters of an hour, the sign bit left out. */
+inline std::string timeZone(const Leaves& all, size_t i) {
+   const auto octet = numberOf(all[i].value);
+   return hexNumber((octet & 7) * 10 + (octet >> 4), 2);
+}
+
 /** The number behind a name, by the enumeration's own look-up. */
 template <class Value>
 Conversion enumeration(int (*toEnum)(RtxContext*, const char*, Value*)) {
@@ -271,7 +294,7 @@ inline std::string identifierOf(const std::string& message, std::string_view ele
 /**
  * Identifiers of the optional elements met, in the order of the print. A message is a block "obj_<record>" of
  * the module; where the record has another name, `recordOf` gives it. Elements at the places in `hidden` are
- * left out.
+ * left out, and those without a value, which the facts do not have.
  */
 inline Reader identifiersOfElements(std::string module, std::function<std::string(std::string)> recordOf = {},
                                     std::vector<std::string_view> hidden = {}) {
@@ -279,6 +302,7 @@ inline Reader identifiersOfElements(std::string module, std::function<std::strin
       std::string found;
       std::set<std::string, std::less<>> met;
       for (const Leaf& leaf : source.leaves) {
+         if (leaf.value == "<null>") continue;
          // Each message that holds the leaf, from the outermost on, and its element that holds it.
          for (size_t at = leaf.path.find("obj_"); at != std::string::npos;
               at = leaf.path.find("obj_", at + 1)) {
