@@ -33,7 +33,7 @@ Life decodeOnce(const QuorvaType& type, const std::vector<uint8_t>& octets, bool
       rtxDiagBitFieldListInit(&ctxt, &trace);
       ctxt.bitFields = &trace;
    }
-   Place place(type, 0x00);
+   Room place(type, 0x00);
    rtxCtxtSetBufPtr(&ctxt, input.data(), input.size());
    const unsigned before = system_memory::failures;
    life.status = type.decode(&ctxt, place.get());
