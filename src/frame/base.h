@@ -59,6 +59,10 @@ L3_INLINE size_t cursorBits(const RtxContext* ctxt) {
 }
 
 L3_INLINE void advanceBits(RtxContext* ctxt, size_t nbits) {
+   if (nbits % 8 == 0) {
+      ctxt->bufByteIndex += nbits / 8;
+      return;
+   }
    const size_t used = 8 - static_cast<size_t>(ctxt->bufBitsLeft) + nbits;
    ctxt->bufByteIndex += used >> 3;
    ctxt->bufBitsLeft = static_cast<int16_t>(8 - (used & 7));

@@ -15,11 +15,14 @@ struct Length {
 };
 
 // Full forms, out of line.
-L3_COLD int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value,
-                       const Limits& limits, bool push, Length& length);
+L3_COLD int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, void* value,
+                       unsigned bytes, const Limits& limits, bool push, Length& length);
 L3_COLD int closeInFull(RtxContext* ctxt, Site site, const Length& length);
 L3_COLD int decOctets(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t numocts);
 L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits);
+
+// The last octets of the buffer, less than 8, as the high octets of a word.
+uint64_t loadEnd(const uint8_t* octets, size_t count);
 
 // Octets with an own count of `countOctets`. -16 for a count above `capacity` before anything is stored, and
 // for one outside the bounds afterwards.
@@ -108,10 +111,7 @@ public:
             return 0;
          }
       }
-      uint32_t count = 0;
-      const int status = openInFull(ctxt_, site(line), name, Bits, &count, limits, true, length);
-      value = static_cast<T>(count);
-      return status;
+      return openInFull(ctxt_, site(line), name, Bits, &value, sizeof value, limits, true, length);
    }
 
    template <class Type>
@@ -137,13 +137,11 @@ public:
    // bound failure is logged.
    template <class T>
    int openNibble(const char* name, T& value, const Limits& limits, int line = __builtin_LINE()) {
-      uint32_t count = 0;
       Length unused;
-      L3_TRY(openInFull(ctxt_, site(line), name, 4, &count, Limits{}, false, unused));
-      value = static_cast<T>(count);
-      if (limits.allow(count)) return 0;
+      L3_TRY(openInFull(ctxt_, site(line), name, 4, &value, sizeof value, Limits{}, false, unused));
+      if (limits.allow(value)) return 0;
       L3_TRY(push(name));
-      return failBound(ctxt_, count, site(line));
+      return failBound(ctxt_, value, site(line));
    }
    // The n-th bit behind the cursor, which stays; 0 if it is not there.
    uint32_t bitAhead(unsigned n) const {
@@ -160,11 +158,9 @@ public:
    // Length of Bits bits that counts bits.
    template <unsigned Bits, class T>
    int openBits(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
-      uint32_t count = 0;
-      L3_TRY(openInFull(ctxt_, site(line), name, Bits, &count, Limits{}, false, length));
-      value = static_cast<T>(count);
-      length.end = hot::bitOffset(ctxt_) + count;
-      if (const int status = hot::pushContainerBits(ctxt_, count); status < 0)
+      L3_TRY(openInFull(ctxt_, site(line), name, Bits, &value, sizeof value, Limits{}, false, length));
+      length.end = hot::bitOffset(ctxt_) + value;
+      if (const int status = hot::pushContainerBits(ctxt_, value); status < 0)
          return fail(ctxt_, status, site(line));
       return 0;
    }
@@ -203,7 +199,8 @@ public:
 
    // A message that stands inside something else. What it merely reports (a wrong MAC, an unknown element, an
    // error from before) is no failure here: the outermost decoder reports it again. It is one if the decoding
-   // stopped, that is if the message did not come to ended(). `reported` takes the status of one that did not.
+   // stopped, that is if the message did not come to ended(). `reported` takes the status of one that did
+   // not.
    template <class Function, class T>
    int inner(int line, Function function, T* record, int* reported = nullptr) {
       const uint32_t outer = ctxt_->flags & kMessageOpen;
@@ -259,7 +256,7 @@ public:
    // `numocts` octets, inline or on the heap; kRest for all that is left.
    template <class T>
    int sized(const char* name, size_t numocts, T& value, const Limits& limits, int line = __builtin_LINE()) {
-      uint32_t count = value.numocts;
+      uint32_t count = 0;
       const int status =
             decSized(ctxt_, site(line), name, numocts, value.data, sizeof value.data, limits, &count);
       value.numocts = static_cast<decltype(value.numocts)>(count);
@@ -299,7 +296,7 @@ public:
    template <class N, class T, class Function>
    int repeatExt(const char* name, N& n, T*& elem, uint8_t& ext, Function decode,
                  int line = __builtin_LINE()) {
-      L3_TRY(push(name));
+      if (name != nullptr) L3_TRY(push(name));
       void* array = nullptr;
       size_t count = 0, capacity = 0;
       do {
@@ -443,23 +440,22 @@ private:
          return false;
       const size_t index = ctxt_->bufByteIndex;
       const unsigned skip = 8 - static_cast<unsigned>(ctxt_->bufBitsLeft);
-      const size_t room = index < ctxt_->bufSize ? ctxt_->bufSize - index : 0;
-      if (skip + N > room * 8 || index * 8 + skip + N > end) [[unlikely]]
+      const size_t behind = index * 8 + skip + N;
+      if (behind > ctxt_->bufSize * 8 || behind > end) [[unlikely]]
          return false;
       const uint8_t* at = ctxt_->bufData + index;
-      if constexpr (N == 8) {
-         if (skip == 0) [[likely]] {
-            word = *at;
-            return true;
-         }
+      if constexpr (N <= 8) {
+         const unsigned next = skip + N > 8 ? at[1] : 0u;
+         word = ((at[0] << 8 | next) >> (16 - skip - N)) & lowBits(N);
+         return true;
       }
       uint64_t octets;
+      const size_t room = ctxt_->bufSize - index;
       if (room >= 8) [[likely]] {
          std::memcpy(&octets, at, 8);
          octets = toBigEndian(octets);
       } else {
-         octets = 0;
-         for (size_t i = 0; i < (skip + N + 7) / 8; ++i) octets |= uint64_t{at[i]} << (56 - 8 * i);
+         octets = loadEnd(at, room);
       }
       word = octets << skip >> (64 - N);
       return true;

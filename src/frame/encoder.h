@@ -14,11 +14,14 @@ struct OpenLength {
 L3_COLD int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length);
 L3_COLD int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
                            uint32_t* count, bool keepTail);
+// The short form of a run that begins inside an octet; false if it can't be used.
+bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits);
 L3_COLD int encOctets(RtxContext* ctxt, Site site, const char* name, const uint8_t* data, size_t numocts);
-int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits);
+// -16, under the name, if the value does not fit its record.
+int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits, bool fits = true);
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity);
-int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail);
+int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail);
 L3_COLD int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
                          uint32_t* count);
 int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit);
@@ -70,7 +73,7 @@ public:
          L3_TRY(encCloseInFull(ctxt_, site(line), Bits, length, &count, KeepTail));
       }
       value = static_cast<T>(count);
-      if (!limits.allow(count)) return RTX_E_CONSTRAINT;
+      if (!limits.allow(count) || count >> Bits != 0) return RTX_E_CONSTRAINT;
       return 0;
    }
 
@@ -92,7 +95,7 @@ public:
       uint32_t count = 0;
       L3_TRY(encCloseInFull(ctxt_, site(line), 4, length, &count, false));
       value = static_cast<T>(count);
-      return limits.allow(count) ? 0 : failBound(ctxt_, count, site(line));
+      return limits.allow(count) && count < 16 ? 0 : failBound(ctxt_, count, site(line));
    }
    void setTail() { rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL); }
 
@@ -170,29 +173,26 @@ public:
    // Octets without a count on the wire; their number must be the one that other fields give.
    template <class T>
    int sized(const char* name, size_t numocts, const T& value) {
-      if (value.numocts != numocts || value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
-      return encSized(ctxt_, name, value.data, numocts, false);
+      const bool fits = value.numocts == numocts && value.numocts <= capacity(value);
+      return encSized(ctxt_, name, value.data, numocts, fits, false);
    }
    template <class T>
    int fill(const char* name, const T& value) {
-      if (value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
-      return encSized(ctxt_, name, value.data, value.numocts, false);
+      return encSized(ctxt_, name, value.data, value.numocts, value.numocts <= capacity(value), false);
    }
    // The same as an open tail: sets RTX_CTXT_RAW_TAIL.
    template <class T>
    int tail(const char* name, const T& value) {
-      if (value.numocts > capacity(value)) return RTX_E_CONSTRAINT;
-      return encSized(ctxt_, name, value.data, value.numocts, true);
+      return encSized(ctxt_, name, value.data, value.numocts, value.numocts <= capacity(value), true);
    }
    // Bits at the end; `tailOfBits` leaves the rest of the octet to whoever closes the element.
    template <class T>
    int restOfBits(const char* name, const T& value) {
-      if (value.numbits > bitCapacity(value)) return RTX_E_CONSTRAINT;
-      return encBitString(ctxt_, name, value.data, value.numbits);
+      return encBitString(ctxt_, name, value.data, value.numbits, value.numbits <= bitCapacity(value));
    }
    template <class T>
    int tailOfBits(const char* name, const T& value) {
-      if (value.numbits > bitCapacity(value)) return RTX_E_CONSTRAINT;
+      if (value.numbits > bitCapacity(value)) return encBitString(ctxt_, name, value.data, 0, false);
       const int status = encBitString(ctxt_, name, value.data, value.numbits);
       rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
       return status;
@@ -293,29 +293,12 @@ private:
       static_assert(N > 0 && N <= 56);
       if (!isPlain(ctxt_)) [[unlikely]]
          return false;
-      const size_t index = ctxt_->bufByteIndex;
-      const unsigned used = 8 - static_cast<unsigned>(ctxt_->bufBitsLeft);
-      const size_t room = index < ctxt_->bufSize ? ctxt_->bufSize - index : 0;
-      if (used + N > room * 8) [[unlikely]]
+      if (ctxt_->bufBitsLeft != 8) return putShifted(ctxt_, value, N);
+      constexpr unsigned octets = (N + 7) / 8;
+      if (!hasOctets(ctxt_, octets)) [[unlikely]]
          return false;
-      uint8_t* at = ctxt_->bufData + index;
-      if constexpr (N == 8) {
-         if (used == 0) [[likely]] {
-            *at = static_cast<uint8_t>(value);
-            ctxt_->bufByteIndex = index + 1;
-            return true;
-         }
-      }
-      if (used == 0) {
-         constexpr unsigned octets = (N + 7) / 8;
-         const uint64_t word = toBigEndian(value << (64 - N));
-         std::memcpy(at, &word, octets);
-      } else {
-         uint64_t word = value << (64 - N) >> used;
-         word |= static_cast<uint64_t>(*at & (0xFF00u >> used)) << 56;
-         const unsigned octets = (used + N + 7) / 8;
-         for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
-      }
+      const uint64_t word = toBigEndian(value << (64 - N));
+      std::memcpy(ctxt_->bufData + ctxt_->bufByteIndex, &word, octets);
       advanceBits(ctxt_, N);
       return true;
    }

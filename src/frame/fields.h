@@ -110,13 +110,12 @@ constexpr unsigned totalBits() {
    return (0u + ... + Parts::bits);
 }
 
-// Takes the parts out of the low `totalBits` bits of a word, first part highest.
+// Takes the parts out of the low `totalBits` bits of a word, first part highest. Nothing is stored behind one
+// that is not legal, as in the full form.
 template <class... Parts>
 L3_INLINE bool takeAll(uint64_t word, const Parts&... parts) {
    unsigned shift = totalBits<Parts...>();
-   bool legal = true;
-   ((shift -= Parts::bits, legal &= parts.take((word >> shift) & lowBits(Parts::bits))), ...);
-   return legal;
+   return ((shift -= Parts::bits, parts.take((word >> shift) & lowBits(Parts::bits))) && ...);
 }
 
 template <class... Parts>

@@ -145,20 +145,28 @@ int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const
    return 0;
 }
 
-int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, uint32_t* value,
+uint64_t loadEnd(const uint8_t* octets, size_t count) {
+   uint64_t word = 0;
+   for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[i]} << (56 - 8 * i);
+   return word;
+}
+
+int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, void* value, unsigned bytes,
                const Limits& limits, bool push, Length& length) {
    L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
-   if (const int status = readInteger(ctxt, bits, value); status != 0) return fail(ctxt, status, site);
+   uint32_t count = 0;
+   if (const int status = readInteger(ctxt, bits, &count); status != 0) return fail(ctxt, status, site);
+   store(value, bytes, count);
    const size_t start = hot::bitOffset(ctxt);
-   if (!limits.allow(*value)) return RTX_E_CONSTRAINT;
+   if (!limits.allow(count)) return RTX_E_CONSTRAINT;
    if (push) {
-      if (const int status = hot::pushContainerBytes(ctxt, *value); status < 0)
+      if (const int status = hot::pushContainerBytes(ctxt, count); status < 0)
          return fail(ctxt, status, site);
    }
    closeTrace(ctxt);
    hot::popElemName(ctxt);
-   length.end = start + size_t{8} * *value;
+   length.end = start + size_t{8} * count;
    return 0;
 }
 
@@ -386,6 +394,20 @@ int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, 
    return 0;
 }
 
+bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits) {
+   const size_t index = ctxt->bufByteIndex;
+   const unsigned used = 8 - static_cast<unsigned>(ctxt->bufBitsLeft);
+   if (index * 8 + used + nbits > ctxt->bufSize * 8) return false;
+   uint8_t* at = ctxt->bufData + index;
+   // Some of the primitives of the full form leave what stands behind the cursor in its octet.
+   if ((*at & (0xFFu >> used)) != 0) return false;
+   const uint64_t word = value << (64 - nbits) >> used | static_cast<uint64_t>(*at) << 56;
+   const unsigned octets = (used + nbits + 7) / 8;
+   for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+   advanceBits(ctxt, nbits);
+   return true;
+}
+
 int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count,
                    bool keepTail) {
    if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
@@ -426,8 +448,9 @@ int encOctets(RtxContext* ctxt, Site, const char* name, const uint8_t* data, siz
    return status;
 }
 
-int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits) {
+int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits, bool fits) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   if (!fits) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "BIT STRING");
    const int status = rtxEncBitsFromByteArray(ctxt, data, numbits);
    closeTrace(ctxt);
@@ -438,7 +461,7 @@ int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   if (numocts > capacity) return RTX_E_CONSTRAINT;
+   if (numocts > capacity || numocts >> (8 * countOctets) != 0) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");
    if (const int status = rtxEncUInt32(ctxt, static_cast<uint32_t>(numocts), countOctets); status < 0)
       return fail(ctxt, status, site);
@@ -449,8 +472,9 @@ int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
    return 0;
 }
 
-int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool tail) {
+int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   if (!fits) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");
    const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
    closeTrace(ctxt);

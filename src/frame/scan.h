@@ -71,8 +71,8 @@ private:
    bool failed_ = false;
 };
 
-// The scan of call control and session management, with codeset shifts, TS 24.007, 11.2.1.1.3: an octet with the
-// high nibble 9, unless a half-octet element of the message has that IEI.
+// The scan of call control and session management, with codeset shifts, TS 24.007, 11.2.1.1.3: an octet with
+// the high nibble 9, unless a half-octet element of the message has that IEI.
 class ShiftScan : public Scan {
 public:
    using Scan::Scan;
