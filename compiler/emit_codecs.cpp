@@ -30,7 +30,7 @@ public:
    std::string type(const Type& type) {
       w_ = Writer();
       nextVariable_ = 0;
-      extDeclared_ = inBits_ = groups_ = false;
+      extDeclared_ = inBits_ = groups_ = octetsLast_ = false;
       isMessage_ = type.kind == TypeKind::Message || type.kind == TypeKind::OneElement ||
                    type.kind == TypeKind::Empty;
       result_.clear();
@@ -39,9 +39,12 @@ public:
               (enc_ ? encodeParameters(type) : decodeParameters(type)) + ") {");
       w_.line((enc_ ? "Encoder e" : "Decoder d") + std::string("(pctxt, kSource);"));
       w_.line("L3_TRY(" + c() + ".begin(" + quoted(typeName(type)) + "));");
+      const std::string head = w_.text();
       contents(type);
       w_.close();
-      return w_.text();
+      std::string text = w_.text();
+      if (octetsLast_) text.insert(head.size(), "   int status = 0;\n");
+      return text;
    }
 
 private:
@@ -61,7 +64,17 @@ private:
       return n == 0 ? stem : stem + std::to_string(n + 1);
    }
 
-   void finish() { w_.line("return " + c() + (isMessage_ && !enc_ ? ".ended(" : ".done(") + result_ + ");"); }
+   void finish() {
+      if (octetsLast_) result_ = "status";
+      w_.line("return " + c() + (isMessage_ && !enc_ ? ".ended(" : ".done(") + result_ + ");");
+   }
+
+   // Octets and bits of a fixed number: their status is not looked at. It is the codec's own if they come
+   // last, and dropped otherwise: deliberate.
+   void untested(const std::string& call, bool last) {
+      w_.line((last ? "status = " : "(void)") + call + ";");
+      octetsLast_ = octetsLast_ || last;
+   }
 
    void contents(const Type& type) {
       switch (type.kind) {
@@ -99,13 +112,8 @@ private:
    void octets(const Type& type) {
       if (type.count != 0) {
          bare(type, [&] {
-            const std::string call = c() + ".octets<" + std::to_string(type.count) + ">(nullptr, value)";
-            if (type.bare) {
-               w_.line("(void)" + call + ";");
-            } else {
-               w_.line("const int status = " + call + ";");
-               result_ = "status";
-            }
+            untested(c() + ".octets<" + std::to_string(type.count) + ">(nullptr, value)",
+                     !type.bare || !enc_);
          });
       } else {
          const std::string count = type.cls == Class::LVE ? "2" : "1";
@@ -189,14 +197,14 @@ private:
             w_.line("Length length;");
             w_.line("L3_TRY(d.openBits<" + open + member + ", length));");
          }
-         sequence(type.fields, place, false);
+         sequence(type.fields, place, !enc_);
          w_.line(enc_ ? "L3_TRY(e.closeBits<" + std::to_string(bits) + ">(length, " + member + "));"
                       : "L3_TRY(d.closeBits(length));");
          return finish();
       }
       if (type.cls == Class::L4) return nibbleLength(type, place);
       openLength(bits, "length", member, type.bounds, "length");
-      sequence(type.fields, place, false);
+      sequence(type.fields, place, !enc_); // the encoder's last step is the length
       if (type.aligned) w_.line(c() + ".align();");
       closeLength(bits, member, atEnd, "length", type.leaveTail);
       if (type.aligned) w_.line(c() + ".align();");
@@ -218,7 +226,7 @@ private:
       for (auto* field : beside) one(*field, Place{"pvalue->", "", false}, false);
       if (!enc_) w_.line("L3_TRY(d.pushContainer(pvalue->length, length));");
       skipBeside_ = true;
-      sequence(type.fields, place, false);
+      sequence(type.fields, place, !enc_);
       skipBeside_ = false;
       w_.line(enc_ ? "L3_TRY(e.closeNibble(length, pvalue->length, " + limits(type.bounds) + "));"
                    : "L3_TRY(d.close(length));");
@@ -276,7 +284,13 @@ private:
       return runPart(field, place.record, place.arm);
    }
 
-   // Fields one behind the other; runs of fixed width go together. `last`: nothing follows in the codec.
+   // May the field be passed over when nothing is left?
+   static bool passable(const Field& field) {
+      return field.optional || field.guarded || field.kind == Kind::Since;
+   }
+
+   // Fields one behind the other; runs of fixed width go together. `last`: nothing follows in the codec that
+   // must be there.
    void sequence(const std::vector<std::unique_ptr<Field>>& fields, const Place& place, bool last) {
       for (auto& field : fields)
          if (field->counted != nullptr) counted_.insert(field->counted);
@@ -299,7 +313,8 @@ private:
             run(parts, place);
             continue;
          }
-         const bool isLast = last && i + 1 == fields.size();
+         bool isLast = last;
+         for (size_t next = i + 1; next < fields.size(); ++next) isLast = isLast && passable(*fields[next]);
          if (field.aside && field.kind != Kind::Frame && i + 1 < fields.size()) {
             const std::string start = variable("start");
             w_.line("const size_t " + start + " = " + c() + ".offset();");
@@ -359,7 +374,8 @@ private:
             Place inner = place;
             inner.length.clear();
             w_.open("if (d.more()) {");
-            plain(field, inner, false);
+            dropStatus(field, last);
+            plain(field, inner, last);
             within(place);
             const bool text = field.kind == Kind::Named && passing(*field.type.type) == Passing::TextPointer;
             if (text) {
@@ -381,7 +397,8 @@ private:
       if (enc_) {
          if (field.lead != Lead::None) leadBit(field, bit, place);
          w_.open("if (" + bit + ") {");
-         plain(field, inner, false);
+         dropStatus(field, last);
+         plain(field, inner, last);
          w_.close();
          return;
       }
@@ -400,7 +417,8 @@ private:
          within(place);
       }
       w_.open("if (" + condition + ") {");
-      plain(field, inner, false);
+      dropStatus(field, last);
+      plain(field, inner, last);
       w_.line(bit + " = 1;");
       within(place);
       if (field.kind == Kind::Each) {
@@ -410,6 +428,12 @@ private:
       } else {
          w_.close();
       }
+   }
+
+   // Something follows after all.
+   void dropStatus(const Field& field, bool last) {
+      const bool sets = last && (field.kind == Kind::Octets || field.kind == Kind::Bits);
+      if (octetsLast_ && !sets) w_.line("status = 0;");
    }
 
    void leadBit(const Field& field, const std::string& bit, const Place&) {
@@ -443,17 +467,12 @@ private:
          return;
       case Kind::Octets:
       case Kind::Bits: {
-         const std::string call = c() + (field.kind == Kind::Octets ? ".octets<" : ".bits<") +
-                                  std::to_string(field.count) + ">(" + name + ", " + lvalue + ")";
-         if (last) {
-            w_.line("const int status = " + call + ";");
-            result_ = "status";
-         } else {
-            w_.line("(void)" + call + ";");
-         }
+         untested(c() + (field.kind == Kind::Octets ? ".octets<" : ".bits<") + std::to_string(field.count) +
+                        ">(" + name + ", " + lvalue + ")",
+                  last);
          return;
       }
-      case Kind::Named: return named(field, place, lvalue, name);
+      case Kind::Named: return named(field, place, lvalue, name, last);
       case Kind::Counted: {
          const std::string count = field.bits == 16 ? "2" : "1";
          if (enc_) {
@@ -487,7 +506,7 @@ private:
       case Kind::Group: {
          w_.line("L3_TRY(" + c() + ".push(" + name + "));");
          clearPresence(field.fields, lvalue + ".");
-         sequence(field.fields, Place{lvalue + ".", "", place.arm, place.root}, false);
+         sequence(field.fields, Place{lvalue + ".", "", place.arm, place.root}, last);
          w_.line(c() + ".pop();");
          return;
       }
@@ -499,14 +518,14 @@ private:
          if (enc_ && field.tail) w_.line("e.setTail();");
          return;
       }
-      case Kind::Choice: return choice(field, place, lvalue, name);
+      case Kind::Choice: return choice(field, place, lvalue, name, last);
       case Kind::Null: w_.line("L3_TRY(" + c() + ".nothing(" + name + "));"); return;
       case Kind::Frame:
       case Kind::Bare: {
          if (field.aside) {
             const std::string start = variable("start");
             w_.line("const size_t " + start + " = " + c() + ".offset();");
-            sequence(field.fields, place, false);
+            sequence(field.fields, place, last);
             w_.line(lvalue + " = static_cast<" + uintType(field.bits) + ">((" + c() + ".offset() - " + start +
                     ") / 8);");
             return;
@@ -515,7 +534,7 @@ private:
          const std::string member = field.kind == Kind::Frame ? lvalue : "";
          const std::string title = field.name.empty() ? "length" : field.name;
          openLength(field.bits, title, member, field.bounds, var);
-         sequence(field.fields, Place{place.record, var, place.arm, place.root}, false);
+         sequence(field.fields, Place{place.record, var, place.arm, place.root}, last && !enc_);
          closeLength(field.bits, member, field.kind == Kind::Frame ? field.bounds : Bounds{}, var,
                      field.leaveTail);
          within(place);
@@ -524,7 +543,7 @@ private:
       case Kind::Swap:
          for (size_t i = field.fields.size(); i-- > 0;) one(*field.fields[i], place, false);
          return;
-      case Kind::Since: return since(field, place);
+      case Kind::Since: return since(field, place, last);
       case Kind::Chain: return chain(field, place);
       case Kind::Messages: return;
       }
@@ -533,7 +552,8 @@ private:
    // Does an earlier integer take its value from this string's count?
    bool isCounted(const Field& field) const { return counted_.count(&field) != 0; }
 
-   void named(const Field& field, const Place& place, const std::string& lvalue, const std::string& name) {
+   void named(const Field& field, const Place& place, const std::string& lvalue, const std::string& name,
+              bool last) {
       const Type& type = *field.type.type;
       if (field.valueOnly) {
          const Type& base = baseType(type);
@@ -545,10 +565,10 @@ private:
             const std::string var = variable("value");
             w_.line("Length " + var + ";");
             w_.line("L3_TRY(d.pushContainer(" + expression(*field.argument, place) + ", " + var + "));");
-            sequence(base.fields, Place{lvalue + ".", var, place.arm, lvalue + "."}, false);
+            sequence(base.fields, Place{lvalue + ".", var, place.arm, lvalue + "."}, last);
             w_.line("L3_TRY(d.close(" + var + "));");
          } else {
-            sequence(base.fields, Place{lvalue + ".", "", place.arm, lvalue + "."}, false);
+            sequence(base.fields, Place{lvalue + ".", "", place.arm, lvalue + "."}, last);
          }
          if (!base.bare)
             w_.line(lvalue + ".length = static_cast<decltype(" + lvalue + ".length)>((" + c() +
@@ -560,7 +580,7 @@ private:
          const Field& choice = *baseType(type).fields.front();
          w_.line("L3_TRY(" + c() + ".push(" + name + "));");
          if (!enc_) w_.line(lvalue + ".t = 1 + d.bitAhead(" + std::to_string(field.ahead) + ");");
-         arms(choice, lvalue + ".t", Place{lvalue + ".", "", place.arm, lvalue + "."}, lvalue + ".");
+         arms(choice, lvalue + ".t", Place{lvalue + ".", "", place.arm, lvalue + "."}, lvalue + ".", last);
          w_.line(c() + ".pop();");
          return;
       }
@@ -623,7 +643,8 @@ private:
       w_.line("      " + lambda + "));");
    }
 
-   void choice(const Field& field, const Place& place, const std::string& lvalue, const std::string& name) {
+   void choice(const Field& field, const Place& place, const std::string& lvalue, const std::string& name,
+               bool last) {
       const std::string prefix = field.name.empty() ? place.record : lvalue + ".";
       const std::string t = prefix + "t";
       if (!field.name.empty() && name != "nullptr") w_.line("L3_TRY(" + c() + ".push(" + name + "));");
@@ -644,11 +665,12 @@ private:
                  t + "));");
          break;
       }
-      arms(field, on, place, prefix);
+      arms(field, on, place, prefix, last);
       if (!field.name.empty() && name != "nullptr") w_.line(c() + ".pop();");
    }
 
-   void arms(const Field& field, const std::string& on, const Place& place, const std::string& prefix) {
+   void arms(const Field& field, const std::string& on, const Place& place, const std::string& prefix,
+             bool last) {
       w_.open("switch (static_cast<uint32_t>(" + on + ")) {");
       bool hasElse = false;
       for (auto& arm : field.arms) {
@@ -662,7 +684,7 @@ private:
             hasElse = true;
          }
          w_.open("{");
-         one(*arm.field, Place{prefix + "u.", "", true, place.root}, false);
+         one(*arm.field, Place{prefix + "u.", "", true, place.root}, last);
          w_.line("break;");
          w_.close();
       }
@@ -672,11 +694,12 @@ private:
 
    // A group of fields that only releases from a certain one on know; its bit is set when all of it has been
    // read.
-   void since(const Field& field, const Place& place) {
+   void since(const Field& field, const Place& place, bool last) {
       const std::string bit = place.record + "m." + groupName(field.group);
       if (enc_) {
          w_.open("if (" + bit + ") {");
-         sequence(field.fields, place, false);
+         dropStatus(field, last);
+         sequence(field.fields, place, last);
          w_.close();
          return;
       }
@@ -690,7 +713,8 @@ private:
          condition = "groups && " + condition;
       }
       w_.open("if (" + condition + ") {");
-      sequence(field.fields, place, false);
+      dropStatus(field, last);
+      sequence(field.fields, place, last);
       w_.line(bit + " = 1;");
       within(place);
       if (field.quits) {
@@ -945,8 +969,9 @@ private:
    bool extDeclared_ = false;
    bool isMessage_ = false;
    bool skipBeside_ = false;
-   bool inBits_ = false; // the element's length counts bits
-   bool groups_ = false; // the decoder's flag of the release groups is declared
+   bool inBits_ = false;     // the element's length counts bits
+   bool octetsLast_ = false; // `status` is that of octets behind which nothing has been coded
+   bool groups_ = false;     // the decoder's flag of the release groups is declared
    int nextVariable_ = 0;
    std::string result_;
    std::set<const Field*> counted_;
