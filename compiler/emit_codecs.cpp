@@ -50,11 +50,10 @@ public:
 private:
    std::string c() const { return enc_ ? "e" : "d"; }
 
-   // The spelling of a type's name in the trace: the decoders know it by its C name where the encoders keep
-   // the hyphen. The difference stays.
+   // The spelling of a type's name in the trace: the decoder of this one knows it by its C name where the
+   // encoder keeps the hyphens. The difference stays.
    std::string typeName(const Type& type) const {
-      if (type.name == "MsgType_MM_CC_SS") return enc_ ? "MsgType-MM-CC-SS" : type.name;
-      return type.name;
+      return !enc_ && type.name == "MsgType-MM-CC-SS" ? cName(type.name) : type.name;
    }
 
    void attempt(const std::string& call) { w_.line("L3_TRY(" + c() + "." + call + ");"); }
