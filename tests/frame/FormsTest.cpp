@@ -50,19 +50,19 @@ public:
 
    int decode(const QuorvaType& type, std::vector<uint8_t>& octets, unsigned bit) {
       start(octets, bit);
-      place_ = std::make_unique<Place>(type, 0xA5);
-      return type.decode(&capture_.ctxt, place_->get());
+      room_ = std::make_unique<Room>(type, 0xA5);
+      return type.decode(&capture_.ctxt, room_->get());
    }
-   std::string print(const QuorvaType& type) { return textOf(capture_, type, place_->get()); }
-   const uint64_t* words() const { return static_cast<const uint64_t*>(place_->get()); }
-   void* record() { return place_->get(); }
+   std::string print(const QuorvaType& type) { return textOf(capture_, type, room_->get()); }
+   const uint64_t* words() const { return static_cast<const uint64_t*>(room_->get()); }
+   void* record() { return room_->get(); }
    RtxContext& context() { return capture_.ctxt; }
 
 private:
    Form form_;
    Capture capture_;
    RtxDiagBitFieldList list_{};
-   std::unique_ptr<Place> place_;
+   std::unique_ptr<Room> room_;
 };
 
 class Pair {
