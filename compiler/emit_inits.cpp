@@ -27,8 +27,10 @@ private:
          countAndOctets("pvalue->", type.storage.heap);
       } else if (type.kind == TypeKind::List) {
          countAndEntries("pvalue->", type.storage.heap);
-      } else {
+      } else if (stores(type.fields) != 0) {
          record(type.fields, "pvalue->");
+      } else { // plain values alone
+         w_.line("*pvalue = {};");
       }
       w_.line("return 0;");
    }

@@ -231,9 +231,9 @@ bool hasInit(const Type& type) {
    switch (base.kind) {
    case TypeKind::Pdu: return true;
    case TypeKind::Octets: return base.count == 0;
-   case TypeKind::List: return true;
+   case TypeKind::List:
+   case TypeKind::Message: return true; // PDU decoders prepare the record of every message
    case TypeKind::Record:
-   case TypeKind::Message:
       if (!presenceBits(base.fields).empty()) return true;
       for (auto* field : recordFields(base.fields))
          if (fieldInits(*field)) return true;

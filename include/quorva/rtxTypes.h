@@ -34,6 +34,18 @@ typedef struct Rtx32BitCharString {
    const uint32_t* data;
 } Rtx32BitCharString;
 
+/** Date and time of day. */
+typedef struct RtxDateTime {
+   int32_t year;
+   uint8_t mon;     /**< 1 to 12. */
+   uint8_t day;     /**< 1 to 31. */
+   uint8_t hour;    /**< 0 to 23. */
+   uint8_t min;     /**< 0 to 59. */
+   double sec;      /**< With the fraction. */
+   uint8_t tz_flag; /**< The time zone is known. */
+   int32_t tzo;     /**< Its offset from UTC in minutes, east positive. */
+} RtxDateTime;
+
 /** Name and value, both UTF-8; either may be null. */
 typedef struct RtxNVP {
    const char* name;

@@ -124,7 +124,7 @@ private:
       else if (row.kind == Kind::CountedBits)
          bits(module, row, place, count);
       else
-         for (size_t i = 0; i < count; ++i) store(place + 2 * i, 2, "Quorva"[i % 6]);
+         for (size_t i = 0; i < count; ++i) store(place + 2 * i, 2, static_cast<uint8_t>("Quorva"[i % 6]));
       return true;
    }
 
