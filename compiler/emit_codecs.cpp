@@ -71,7 +71,7 @@ private:
    // Octets and bits of a fixed number: their status is not looked at. It is the codec's own if they come
    // last, and dropped otherwise: deliberate.
    void untested(const std::string& call, bool last) {
-      w_.line((last ? "status = " : "(void)") + call + ";");
+      w_.line(last ? "status = " + call + ";" : "L3_TRY(unlessMemory(" + call + "));");
       octetsLast_ = octetsLast_ || last;
    }
 

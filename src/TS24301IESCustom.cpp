@@ -111,8 +111,8 @@ int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    e.pop();
    L3_TRY(e.fields(value<quorva::type::TS24301IE_RemoteUEAddrType>("addrType", pvalue->addrType)));
    L3_TRY(e.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo));
-   if (pvalue->m.udpPortRangePresent) (void)e.octets<4>("udpPortRange", pvalue->udpPortRange);
-   if (pvalue->m.tcpPortRangePresent) (void)e.octets<4>("tcpPortRange", pvalue->tcpPortRange);
+   if (pvalue->m.udpPortRangePresent) L3_TRY(unlessMemory(e.octets<4>("udpPortRange", pvalue->udpPortRange)));
+   if (pvalue->m.tcpPortRangePresent) L3_TRY(unlessMemory(e.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
    L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
@@ -146,12 +146,12 @@ int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    L3_TRY(d.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo, Limits{}));
    L3_TRY(d.within(length));
    if (udp != 0) {
-      (void)d.octets<4>("udpPortRange", pvalue->udpPortRange);
+      L3_TRY(unlessMemory(d.octets<4>("udpPortRange", pvalue->udpPortRange)));
       pvalue->m.udpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }
    if (tcp != 0) {
-      (void)d.octets<4>("tcpPortRange", pvalue->tcpPortRange);
+      L3_TRY(unlessMemory(d.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
       pvalue->m.tcpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }

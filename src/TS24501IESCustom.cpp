@@ -112,8 +112,8 @@ int NASEnc_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity*
    case kImei: L3_TRY(encodeDigits(e, "imei", 3, pvalue->u.imei)); break;
    case kStmsi: L3_TRY(e.item("stmsi", NASEnc_TS24501IE_MobileIdentity_STMSI, &pvalue->u.stmsi)); break;
    case kImeisv: L3_TRY(encodeDigits(e, "imeisv", 5, pvalue->u.imeisv)); break;
-   case kMac: (void)e.octets<6>("macaddr", pvalue->u.macaddr.macaddr); break;
-   case kEui64: (void)e.octets<8>("eui-64", pvalue->u.eui_64); break;
+   case kMac: L3_TRY(unlessMemory(e.octets<6>("macaddr", pvalue->u.macaddr.macaddr))); break;
+   case kEui64: L3_TRY(unlessMemory(e.octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: break;
    }
    L3_TRY(e.close<16>(length, pvalue->length, Limits{}));
@@ -151,9 +151,9 @@ int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity*
    case kMac:
       pvalue->u.macaddr.mauri = leading & 1;
       // "mac" here, "macaddr" in the encoder: deliberate.
-      (void)d.octets<6>("mac", pvalue->u.macaddr.macaddr);
+      L3_TRY(unlessMemory(d.octets<6>("mac", pvalue->u.macaddr.macaddr)));
       break;
-   case kEui64: (void)d.octets<8>("eui-64", pvalue->u.eui_64); break;
+   case kEui64: L3_TRY(unlessMemory(d.octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: return d.badChoice();
    }
    L3_TRY(d.close(length));

@@ -164,6 +164,11 @@ struct Limits {
    }
 };
 
+// A status that is dropped, unless memory ran out: then the name of the field is missing.
+L3_INLINE int unlessMemory(int status) {
+   return status == RTX_E_NOMEM ? status : 0;
+}
+
 // Legal values of an enumeration of up to 8 bits.
 struct LegalSet {
    uint64_t words[4];
