@@ -21,6 +21,7 @@ install(FILES ${PROJECT_BINARY_DIR}/quorvaConfig.cmake ${PROJECT_BINARY_DIR}/quo
 # Paths relative to the file, so that an installed tree may be moved.
 file(RELATIVE_PATH quorva_pc_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" quorva_pc_prefix ${quorva_pc_prefix})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quorva.pc.in ${PROJECT_BINARY_DIR}/quorva.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quorva.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

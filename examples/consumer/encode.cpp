@@ -8,8 +8,8 @@ int main() {
    RtxContext ctxt;
    if (rtInitContext(&ctxt) < 0) return 1;
 
-   TS24501Msg_IdentityRequest5G request{};
-   request.identity.typeOfIdent = 1; // SUCI
+   TS24501Msg_IdentityRequest request{};
+   request.identity.typeOfIdent = TS24501IE_TypeOfIdentity_suci;
    TS24501Msg_PDU pdu{};
    asn1SetTC_TS24501Msg_PDU_obj_IdentityRequest5G(&ctxt, &pdu, &request);
    rtxCtxtSetBufPtr(&ctxt, nullptr, 0); // a buffer of the context's own

@@ -147,8 +147,12 @@ std::string failureText(const RtxContext* ctxt, int status, const Stop& stop) {
    }
    if (!parameters.empty()) text += "   parameters: " + joined(parameters, ", ") + "\n";
    if (stop.early) {
-      text += "   at: " + joined(stop.path, ".") + ", octet " + std::to_string(ctxt->bufByteIndex) + " of " +
-              std::to_string(ctxt->bufSize) + "\n";
+      // A length may have moved the cursor behind the end.
+      text +=
+            "   at: " + joined(stop.path, ".") +
+            (ctxt->bufByteIndex > ctxt->bufSize ? ", behind the end of "
+                                                : ", octet " + std::to_string(ctxt->bufByteIndex) + " of ") +
+            std::to_string(ctxt->bufSize) + "\n";
       text += "   decoded so far:\n";
    }
    return text;
