@@ -21,7 +21,7 @@ void emitWalk(const Model& model, const Module& module,
               Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers
 
-void emitVectors(const Model& model, Outputs& out);                        // tests/vectors.inc
+void emitVectors(const Model& model, Outputs& out); // tests/vectors.inc
 
 void emitModule(const Model& model, const Module& module, Outputs& out);
 

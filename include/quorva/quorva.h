@@ -29,6 +29,7 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxMemHeapLayout.h"
 #include "quorva/rtxPrintToStream.h"
+#include "quorva/rtxRand.h"
 #include "quorva/rtxScalarDList.h"
 #include "quorva/rtxSList.h"
 #include "quorva/rtxStack.h"

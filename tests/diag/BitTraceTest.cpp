@@ -3,11 +3,11 @@
 #include <string>
 
 #include "diag/TracedMessage.h"
-#include "support/systemMemory.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxStream.h"
 #include "runtime/core/rtxDiagInline.h"
+#include "support/systemMemory.h"
 
 namespace {
 

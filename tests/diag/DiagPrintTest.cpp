@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "support/systemMemory.h"
 #include "quorva/rtxDiag.h"
 #include "quorva/rtxError.h"
 #include "support/capture.h"
+#include "support/systemMemory.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "support/systemMemory.h"
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtxMemHeap.h"
 #include "support/capture.h"
+#include "support/systemMemory.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "support/systemMemory.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxPrintToStream.h"
 #include "support/capture.h"
+#include "support/systemMemory.h"
 
 namespace {
 

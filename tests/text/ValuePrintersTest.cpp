@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "support/systemMemory.h"
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtxPrintToStream.h"
 #include "support/capture.h"
+#include "support/systemMemory.h"
 
 namespace {
 

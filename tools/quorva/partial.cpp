@@ -60,6 +60,10 @@ std::string textUpTo(const std::string& text, const std::vector<std::string>& pa
       last = blockEnd(lines, line, depth);
       cut = last;
       ++depth;
+      // A fixed octet string gives its name back even if its octets were not all there: the path ends at the
+      // block, and its last line may show octets that nobody sent.
+      if (i + 1 == path.size() && cut > first && lines[cut - 1].find(" = 0x") != std::string_view::npos)
+         --cut;
    }
    std::string result;
    for (size_t i = 0; i < std::min(cut, lines.size()); ++i) result.append(lines[i]) += '\n';
