@@ -24,8 +24,8 @@ L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size
 // The last octets of the buffer, less than 8, as the high octets of a word.
 uint64_t loadEnd(const uint8_t* octets, size_t count);
 
-// Octets with an own count of `countOctets`. -16 for a count above `capacity` before anything is stored, and
-// for one outside the bounds afterwards.
+// Octets with an own count of `countOctets`. -16 for a count above `capacity` or outside the bounds, when the
+// octets have been passed; above the capacity none is stored.
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
                size_t capacity, const Limits& limits, uint32_t* count);
 int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,

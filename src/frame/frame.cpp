@@ -234,8 +234,10 @@ int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
    openTrace(ctxt, "OCTET STRING");
    L3_TRY(readCount(ctxt, site, countOctets, count));
    if (*count > capacity) {
-      *count = 0; // nothing is stored
-      return RTX_E_CONSTRAINT;
+      // Read, but not stored.
+      const int status = rtxSkipBytes(ctxt, *count);
+      *count = 0;
+      return status < 0 ? fail(ctxt, status, site) : RTX_E_CONSTRAINT;
    }
    L3_TRY(readOctets(ctxt, site, data, *count));
    closeTrace(ctxt);

@@ -419,7 +419,8 @@ TEST(Strings, Counted) {
    } cases[] = {
          {"02 aa bb cc", "0 @3.0", 2},
          {"01 aa", "-16 @2.0 names=text level=1", 1},             // bounds when it has been read
-         {"05 01 02 03 04 05", "-16 @1.0 names=text level=1", 0}, // capacity ahead of the store
+         {"05 01 02 03 04 05", "-16 @6.0 names=text level=1", 0}, // capacity: passed, not stored
+         {"05 01 02", "-2 @6.0 names=text level=1 errors=-2", 0},
          {"03 aa", "-2 @2.0 names=text level=1 errors=-2", 3},
          {"", "-2 @0.0 names=text level=1 errors=-2", 0},
    };
