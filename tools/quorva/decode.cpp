@@ -79,8 +79,8 @@ bool isType(const QuorvaType& type, const char* name) {
    return std::strcmp(type.name, name) == 0;
 }
 
-// Where a decoder stopped. It leaves the names of the place on the stack then, apart from a failure in a last
-// octet string, which only the trace tells.
+// Where a decoder stopped. It leaves the names of the place on the stack then, apart from that of an octet
+// string for which there were not enough octets: only the trace has it.
 struct Stop {
    bool early = false;            // ahead of the message's end
    std::vector<std::string> path; // of the element, beginning with the type
@@ -120,8 +120,10 @@ Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status) {
       stop.path = {root, eps ? "l3HdrOpts" : "protoDiscr"};
    } else if (onlyReports && stop.path.empty()) {
       stop.early = false;
-   } else if (stop.path.empty()) {
-      stop.path = lastTraced(ctxt);
+   } else if (recorded.empty() || recorded.back() == RTX_E_END_OF_DATA) {
+      const auto traced = lastTraced(ctxt);
+      if (traced.size() > stop.path.size() && std::equal(stop.path.begin(), stop.path.end(), traced.begin()))
+         stop.path = traced;
    }
    // The look ahead into a 5GS message takes the name of the PDU off the stack.
    if (!stop.path.empty() && stop.path[0] != root &&
