@@ -446,7 +446,7 @@ private:
       const uint8_t* at = ctxt_->bufData + index;
       if constexpr (N <= 8) {
          const unsigned next = skip + N > 8 ? at[1] : 0u;
-         word = ((at[0] << 8 | next) >> (16 - skip - N)) & lowBits(N);
+         word = ((unsigned{at[0]} << 8 | next) >> (16 - skip - N)) & lowBits(N);
          return true;
       }
       uint64_t octets;
