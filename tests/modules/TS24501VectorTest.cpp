@@ -287,7 +287,7 @@ TEST_P(ProtectedMessages5GS, VerifyAndDecipherAndShowDamage) {
    // status as long as the rest is deciphered alike, but stands in the record.
    const auto headerShows = [original = GetParam().octets[1]](Message& message) {
       const auto& pdu = message.as<TS24501Msg_PDU>();
-      return !pdu.m.secHdrPresent || (pdu.secHdr.spare1 << 4 | pdu.secHdr.secHdrType) != original;
+      return !pdu.m.secHdrPresent || (unsigned{pdu.secHdr.spare1} << 4 | pdu.secHdr.secHdrType) != original;
    };
    // A UCS2 name ends in a failure whatever protects it.
    const bool named = GetParam().name.find("configuration-update-command") != std::string::npos;
