@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -111,7 +112,7 @@ inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs
    }
    std::string command =
          "tshark -r '" + path.string() + "' -o 'uat:user_dlts:\"User 0 (DLT=147)\",\"" + dissector +
-         "\",\"0\",\"\",\"0\",\"\"' -T fields -E 'separator=|' -E 'aggregator=;'" + " -e _ws.expert.message";
+         "\",\"0\",\"\",\"0\",\"\"' -T fields -E 'separator=|' -E 'aggregator=^'" + " -e _ws.expert.message";
    for (const std::string& field : typeFields) command += " -e " + field;
    command += " 2>/dev/null";
    std::string output;
@@ -129,11 +130,11 @@ inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs
       std::istringstream columns(line);
       std::string column, value;
       std::getline(columns, column, '|');
-      for (std::istringstream values(column); std::getline(values, value, ';');)
+      for (std::istringstream values(column); std::getline(values, value, '^');)
          if (std::find(one.notes.begin(), one.notes.end(), value) == one.notes.end())
             one.notes.push_back(value);
       while (std::getline(columns, column, '|'))
-         for (std::istringstream values(column); std::getline(values, value, ';');)
+         for (std::istringstream values(column); std::getline(values, value, '^');)
             one.types.push_back(static_cast<unsigned>(std::strtoul(value.c_str(), nullptr, 0)));
       dissections.push_back(std::move(one));
    }
@@ -160,11 +161,10 @@ inline void replaceArbitrary(std::vector<DissectorInput>& inputs, const std::vec
    }
 }
 
-/** A remark that is no fault of the library. */
+/** A remark that is no fault of the library; the reason stands in a comment of the table. */
 struct Objection {
    const char* message;
-   const char* note;
-   const char* reason;
+   const char* note; ///< How it begins.
 };
 
 /**
@@ -181,10 +181,12 @@ inline void compareDissections(const std::vector<DissectorInput>& inputs,
       for (const std::string& note : seen.notes) {
          const bool known =
                std::any_of(objections.begin(), objections.end(), [&](const Objection& objection) {
-                  return input.name == objection.message && note == objection.note;
+                  return input.name == objection.message &&
+                         note.compare(0, std::strlen(objection.note), objection.note) == 0;
                });
          EXPECT_TRUE(known) << where << ": " << note;
       }
+      if (!seen.notes.empty() && seen.notes[0].find("Unknown Message Type") == 0) continue; // by the table
       EXPECT_TRUE(!seen.types.empty() && seen.types[0] == input.type)
             << where << " is taken for " << (seen.types.empty() ? 0 : seen.types[0]);
    }
