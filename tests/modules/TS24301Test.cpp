@@ -582,7 +582,7 @@ TEST(EpsSecurity, ServiceRequest) {
       EXPECT_EQ(pdu.l3HdrOpts.u.skipInd, 0);
       EXPECT_EQ(pdu.protoDiscr, 7u);
       EXPECT_EQ(pdu.msgType, 0);
-      EXPECT_EQ(pdu.data.t, 23u);
+      ASSERT_EQ(pdu.data.t, 23u) << hex;
       const auto& request = *pdu.data.u.obj_ServiceRequest;
       EXPECT_EQ(request.secHdr, octets[0] >> 4) << "the message itself keeps its octet";
       EXPECT_EQ(request.protoDiscr, octets[0] & 15u);
