@@ -8,6 +8,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    size_t count = 0;
    const QuorvaType* types = quorvaTypes(&count);
    codec.setUp([](RtxContext*) {});
-   codec.run(types[(data[0] << 8 | data[1]) % count], data + 2, size - 2);
+   codec.run(types[(size_t{data[0]} << 8 | data[1]) % count], data + 2, size - 2);
    return 0;
 }

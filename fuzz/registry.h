@@ -11,6 +11,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -76,5 +77,22 @@ private:
 
    RtxContext ctxt_;
 };
+
+// A PDU: plain, and with a security state whose keys are set. The first octet chooses.
+inline int runPdu(const QuorvaType& type, const uint8_t* data, size_t size) {
+   static Codec codec;
+   static const uint8_t key[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+   if (size < 1) return 0;
+   codec.setUp([&](RtxContext* ctxt) {
+      if ((data[0] & 1) != 0) {
+         const int algorithm = (data[0] & 2) != 0 ? 2 : 0;
+         rtx3gppSecInitialize(ctxt);
+         rtx3gppAssignAlgorithmKeys(ctxt, key, key, algorithm, algorithm);
+      }
+      if ((data[0] & 4) != 0) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
+   });
+   codec.run(type, data + 1, size - 1);
+   return 0;
+}
 
 } // namespace quorva::fuzz
