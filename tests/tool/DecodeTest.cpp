@@ -89,24 +89,29 @@ TEST(Decode, TakesAMessageInEveryForm) {
    }
 }
 
+// The first octet selects the protocol that an option names.
 TEST(Decode, GoesByTheDiscriminator) {
    const struct {
       const char* octets;
+      const char* option;
       const char* line;
    } cases[] = {
-         {"07 55 01", "obj_IdentReq {"},
-         {"52 01 D9", "obj_ESMInfoReq"},
-         {"2E 01 01 D6 24", "obj_SMStatus5G {"},
-         {"19 04", "obj_CP_ACK = <null>"},
-         {"05 18 01", "obj_IdentityRequest"},
-         {"03 25 02 E0 90", "obj_Disconnect"},
-         {"08 10", "obj_"},
+         {"07 55 01", "--eps", "obj_IdentReq {"},
+         {"52 01 D9", "--eps", "obj_ESMInfoReq"},
+         {"7E 00 5B 01", "--5gs", "obj_IdentityRequest5G {"},
+         {"2E 01 01 D6 24", "--5gs", "obj_SMStatus5G {"},
+         {"19 04", "--sms", "obj_CP_ACK = <null>"},
+         {"05 18 01", "--24008", "obj_IdentityRequest {"},
+         {"03 25 02 E0 90", "--24008", "obj_Disconnect {"},
+         {"08 15 01", "--24008", "obj_GMMIdentityRequest {"},
+         {"0A 55 1A", "--24008", "obj_SMStatus"},
+         {"0B 3B 1C 00", "--24008", "status: RTX_E_BAD_CHOICE (-9)\n"}, // no message of its own
    };
    for (const auto& each : cases) {
       SCOPED_TRACE(each.octets);
       const Result result = run(std::string("decode ") + each.octets);
       EXPECT_THAT(result.text, HasSubstr(each.line));
-      EXPECT_NE(result.code, 2);
+      EXPECT_EQ(run(std::string("decode ") + each.option + " " + each.octets).text, result.text);
    }
 }
 
