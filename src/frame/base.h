@@ -39,6 +39,51 @@ L3_COLD int fail(RtxContext* ctxt, int status, Site site);
 // The logged form of a bound failure: element path, value, -16.
 L3_COLD int failBound(RtxContext* ctxt, uint64_t value, Site site);
 
+// Names. There are thousands of places that push and pop one, so the inline form has room for the common case
+// alone, in which other names stand below.
+L3_COLD int pushFirstName(RtxContext* ctxt, const char* name);
+L3_COLD void popFirstName(RtxContext* ctxt);
+L3_COLD int pushFarIndex(RtxContext* ctxt, size_t index);
+int pushOutermost(RtxContext* ctxt, const char* typeName);
+void popOutermost(RtxContext* ctxt);
+
+L3_INLINE int pushName(RtxContext* ctxt, const char* name) {
+   RtxDList& names = ctxt->elemNames;
+   RtxDListNode* below = names.tail;
+   if (below == nullptr) [[unlikely]]
+      return pushFirstName(ctxt, name);
+   RtxMemHeap* heap = ctxt->memHeap; // the names below came from it
+   RtxDListNode* node = heap->spareNames;
+   ++ctxt->level;
+   if (node != nullptr) [[likely]] {
+      heap->spareNames = node->next;
+   } else if ((node = hot::newNameNode(ctxt)) == nullptr) {
+      return RTX_E_NOMEM;
+   }
+   node->data = const_cast<char*>(name);
+   node->next = nullptr;
+   node->prev = below;
+   below->next = node;
+   names.tail = node;
+   ++names.count;
+   return 0;
+}
+
+L3_INLINE void popName(RtxContext* ctxt) {
+   RtxDList& names = ctxt->elemNames;
+   if (names.count < 2) [[unlikely]]
+      return popFirstName(ctxt);
+   RtxMemHeap* heap = ctxt->memHeap;
+   RtxDListNode* node = names.tail;
+   RtxDListNode* below = node->prev;
+   --names.count;
+   names.tail = below;
+   below->next = nullptr;
+   node->next = heap->spareNames;
+   heap->spareNames = node;
+   --ctxt->level;
+}
+
 // Names of array elements, "elem[0]" and on.
 struct IndexName {
    char text[16];
@@ -88,24 +133,26 @@ public:
    RtxContext* ctxt() const { return ctxt_; }
    Site site(int line) const { return {file_, line}; }
 
-   L3_INLINE int begin(const char* typeName) { return hot::pushTypeName(ctxt_, typeName); }
+   // Only the outermost type of a message stands among the names.
+   L3_INLINE int begin(const char* typeName) {
+      return ctxt_->elemNames.head != nullptr ? 0 : pushOutermost(ctxt_, typeName);
+   }
    L3_INLINE int done(int status = 0) {
-      hot::popTypeName(ctxt_);
+      if (ctxt_->elemNames.count == 1) [[unlikely]]
+         popOutermost(ctxt_);
       return status;
    }
 
-   L3_INLINE int push(const char* name) { return hot::pushElemName(ctxt_, name); }
-   L3_INLINE void pop() { hot::popElemName(ctxt_); }
+   L3_INLINE int push(const char* name) { return pushName(ctxt_, name); }
+   L3_INLINE void pop() { popName(ctxt_); }
 
    // Bracket of the element number `index` of a repetition.
    L3_INLINE int pushIndex(size_t index) {
-      if (index < 256) [[likely]]
-         return hot::pushElemName(ctxt_, kIndexNames.all[index].text);
-      return rtxCtxtPushArrayElemName(ctxt_, "elem", static_cast<uint32_t>(index));
+      return index < 256 ? pushName(ctxt_, kIndexNames.all[index].text) : pushFarIndex(ctxt_, index);
    }
    L3_INLINE void popIndex(size_t index) {
       if (index < 256) [[likely]] {
-         hot::popElemName(ctxt_);
+         popName(ctxt_);
       } else {
          rtxCtxtPopArrayElemName(ctxt_);
       }

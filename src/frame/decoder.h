@@ -17,9 +17,12 @@ struct Length {
 // Full forms, out of line.
 L3_COLD int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, void* value,
                        unsigned bytes, const Limits& limits, bool push, Length& length);
-L3_COLD int closeInFull(RtxContext* ctxt, Site site, const Length& length);
+L3_COLD int closeInFull(RtxContext* ctxt, Site site, Length length);
 L3_COLD int decOctets(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t numocts);
 L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits);
+
+// The status of a field, or -66 if it passed the end; without a length there is none.
+L3_COLD int endOfField(RtxContext* ctxt, Site site, const Length* length, int status);
 
 // The last octets of the buffer, less than 8, as the high octets of a word.
 uint64_t loadEnd(const uint8_t* octets, size_t count);
@@ -61,7 +64,7 @@ public:
          advanceBits(ctxt_, totalBits<Parts...>());
          return 0;
       }
-      return fieldsInFull(nullptr, parts...);
+      return fieldsInFull<typename Parts::Part...>(nullptr, lineOf(parts...), parts...);
    }
 
    // The same among the contents of a length: the offset is compared with its end behind each.
@@ -72,7 +75,7 @@ public:
          advanceBits(ctxt_, totalBits<Parts...>());
          return 0;
       }
-      return fieldsInFull(&length, parts...);
+      return fieldsInFull<typename Parts::Part...>(&length, lineOf(parts...), parts...);
    }
 
    // Has the cursor passed the end? Then -66.
@@ -180,15 +183,12 @@ public:
 
    // What was not read is skipped without a word.
    L3_INLINE int close(const Length& length, int line = __builtin_LINE()) {
-      if (isPlain(ctxt_)) [[likely]] {
-         if (cursorBits(ctxt_) > length.end) [[unlikely]]
-            return fail(ctxt_, RTX_E_LENGTH_OVERRUN, site(line));
-         ctxt_->bufByteIndex = length.end / 8;
-         ctxt_->bufBitsLeft = static_cast<int16_t>(8 - length.end % 8);
-         hot::popContainer(ctxt_);
-         return 0;
-      }
-      return closeInFull(ctxt_, site(line), length);
+      if (!isPlain(ctxt_) || cursorBits(ctxt_) > length.end) [[unlikely]]
+         return closeInFull(ctxt_, site(line), length);
+      ctxt_->bufByteIndex = length.end / 8;
+      ctxt_->bufBitsLeft = static_cast<int16_t>(8 - length.end % 8);
+      hot::popContainer(ctxt_);
+      return 0;
    }
 
    // A nested codec under its element name.
@@ -462,14 +462,11 @@ private:
    }
 
    template <class... Parts>
-   [[gnu::noinline, gnu::cold]] int fieldsInFull(const Length* length, Parts... parts) {
+   [[gnu::noinline, gnu::cold]] int fieldsInFull(const Length* length, int line, Parts... parts) {
       int status = 0;
-      const auto one = [&](const auto& part) {
-         status = part.decode(ctxt_, file_);
-         if (status >= 0 && length != nullptr) status = within(*length, part.line);
-         return status >= 0;
-      };
-      (void)(one(parts) && ...);
+      (void)(((status = endOfField(ctxt_, site(line), length, parts.decode(ctxt_, site(line)))) >= 0 &&
+              ++line) &&
+             ...);
       return status;
    }
 };

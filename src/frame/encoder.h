@@ -38,7 +38,7 @@ public:
       uint64_t word;
       if (giveAll(word, parts...) && put<totalBits<Parts...>()>(word)) [[likely]]
          return 0;
-      return fieldsInFull(parts...);
+      return fieldsInFull<typename Parts::Part...>(lineOf(parts...), parts...);
    }
 
    // A placeholder of Bits bits; close() writes the octets of what stands behind it.
@@ -125,7 +125,7 @@ public:
    template <unsigned Bits, class Function, class... Arguments>
    L3_INLINE int optional(const char* name, uint32_t iei, Function function, Arguments... arguments) {
       L3_TRY(push(name));
-      L3_TRY(putIei<Bits>(iei));
+      L3_TRY(encIei(ctxt_, site(0), Bits, iei));
       if (const int status = function(ctxt_, arguments...); status < 0) [[unlikely]]
          return fail(ctxt_, status, site(0));
       pop();
@@ -135,7 +135,7 @@ public:
    template <unsigned Bits>
    int optional(const char* name, uint32_t iei) {
       L3_TRY(push(name));
-      L3_TRY(putIei<Bits>(iei));
+      L3_TRY(encIei(ctxt_, site(0), Bits, iei));
       pop();
       return 0;
    }
@@ -144,7 +144,7 @@ public:
    template <unsigned Bits>
    int iei(const char* name, uint32_t iei) {
       L3_TRY(push(name));
-      return putIei<Bits>(iei);
+      return encIei(ctxt_, site(0), Bits, iei);
    }
 
    template <size_t N>
@@ -280,13 +280,6 @@ private:
    }
    static constexpr size_t bitCapacity(const RtxDynBitStr&) { return kNoCapacity; }
 
-   template <unsigned Bits>
-   L3_INLINE int putIei(uint32_t iei, int line = __builtin_LINE()) {
-      if (put<Bits>(iei)) [[likely]]
-         return 0;
-      return encIei(ctxt_, site(line), Bits, iei);
-   }
-
    // N bits, if there is room. The rest of the last octet is cleared, as rtxEncBits does.
    template <unsigned N>
    L3_INLINE bool put(uint64_t value) {
@@ -304,9 +297,9 @@ private:
    }
 
    template <class... Parts>
-   [[gnu::noinline, gnu::cold]] int fieldsInFull(Parts... parts) {
+   [[gnu::noinline, gnu::cold]] int fieldsInFull(int line, Parts... parts) {
       int status = 0;
-      (void)(((status = parts.encode(ctxt_, file_)) >= 0) && ...);
+      (void)(((status = parts.encode(ctxt_, site(line))) >= 0 && ++line) && ...);
       return status;
    }
 };

@@ -41,7 +41,6 @@ struct Flag {
    static constexpr unsigned bits = 1;
    const char* name;
    T* value;
-   int line;
 
    L3_INLINE bool take(uint64_t word) const {
       *value = static_cast<T>(word);
@@ -51,8 +50,8 @@ struct Flag {
       word = *value != 0;
       return true;
    }
-   int decode(RtxContext* ctxt, const char* file) const { return decFlag(ctxt, {file, line}, name, value); }
-   int encode(RtxContext* ctxt, const char* file) const { return encFlag(ctxt, {file, line}, name, *value); }
+   int decode(RtxContext* ctxt, Site site) const { return decFlag(ctxt, site, name, value); }
+   int encode(RtxContext* ctxt, Site site) const { return encFlag(ctxt, site, name, *value); }
 };
 
 // Integer of N bits. Without bounds of its own one of whole octets takes any value (the high octets of a
@@ -63,7 +62,6 @@ struct Integer {
    static constexpr IntegerRule rule{N, sizeof(T), Logged, Low, High};
    const char* name;
    T* value;
-   int line;
 
    L3_INLINE bool take(uint64_t word) const {
       *value = static_cast<T>(word);
@@ -73,12 +71,8 @@ struct Integer {
       word = *value & lowBits(N);
       return (Low == 0 || *value >= Low) && (High >= std::numeric_limits<T>::max() || *value <= High);
    }
-   int decode(RtxContext* ctxt, const char* file) const {
-      return decInteger(ctxt, {file, line}, name, value, rule);
-   }
-   int encode(RtxContext* ctxt, const char* file) const {
-      return encInteger(ctxt, {file, line}, name, *value, rule);
-   }
+   int decode(RtxContext* ctxt, Site site) const { return decInteger(ctxt, site, name, value, rule); }
+   int encode(RtxContext* ctxt, Site site) const { return encInteger(ctxt, site, name, *value, rule); }
 };
 
 // A value of an enumeration or integer type with a codec of its own, `Type::encode` and `Type::decode`.
@@ -87,7 +81,6 @@ struct Value {
    static constexpr unsigned bits = Type::bits;
    const char* name;
    typename Type::Record* value;
-   int line;
 
    L3_INLINE bool take(uint64_t word) const {
       *value = static_cast<typename Type::Record>(word);
@@ -97,11 +90,11 @@ struct Value {
       word = *value & lowBits(bits);
       return Type::legalInRecord(*value);
    }
-   int decode(RtxContext* ctxt, const char* file) const {
-      return Codec(ctxt, file).nested(line, name, Type::decode, value);
+   int decode(RtxContext* ctxt, Site site) const {
+      return Codec(ctxt, site.file).nested(site.line, name, Type::decode, value);
    }
-   int encode(RtxContext* ctxt, const char* file) const {
-      return Codec(ctxt, file).nested(line, name, Type::encode, *value);
+   int encode(RtxContext* ctxt, Site site) const {
+      return Codec(ctxt, site.file).nested(site.line, name, Type::encode, *value);
    }
 };
 
@@ -133,7 +126,6 @@ struct Record {
    static constexpr unsigned bits = Type::bits;
    const char* name;
    typename Type::Record* value;
-   int line;
 
    L3_INLINE bool take(uint64_t word) const {
       return Type::withParts(*value, [word](const auto&... parts)
@@ -143,11 +135,11 @@ struct Record {
       return Type::withParts(*value, [&word](const auto&... parts)
                                            L3_INLINE_LAMBDA { return giveAll(word, parts...); });
    }
-   int decode(RtxContext* ctxt, const char* file) const {
-      return Codec(ctxt, file).nested(line, name, Type::decode, value);
+   int decode(RtxContext* ctxt, Site site) const {
+      return Codec(ctxt, site.file).nested(site.line, name, Type::decode, value);
    }
-   int encode(RtxContext* ctxt, const char* file) const {
-      return Codec(ctxt, file).nested(line, name, Type::encode, value);
+   int encode(RtxContext* ctxt, Site site) const {
+      return Codec(ctxt, site.file).nested(site.line, name, Type::encode, value);
    }
 };
 
@@ -156,7 +148,6 @@ template <class... Parts>
 struct Group {
    static constexpr unsigned bits = totalBits<Parts...>();
    const char* name;
-   int line;
    std::tuple<Parts...> parts;
 
    L3_INLINE bool take(uint64_t word) const {
@@ -167,11 +158,11 @@ struct Group {
       return std::apply([&word](const auto&... part) L3_INLINE_LAMBDA { return giveAll(word, part...); },
                         parts);
    }
-   int decode(RtxContext* ctxt, const char* file) const {
-      return each(ctxt, [&](const auto& part) { return part.decode(ctxt, file); });
+   int decode(RtxContext* ctxt, Site site) const {
+      return each(ctxt, [&](const auto& part) { return part.decode(ctxt, site); });
    }
-   int encode(RtxContext* ctxt, const char* file) const {
-      return each(ctxt, [&](const auto& part) { return part.encode(ctxt, file); });
+   int encode(RtxContext* ctxt, Site site) const {
+      return each(ctxt, [&](const auto& part) { return part.encode(ctxt, site); });
    }
 
 private:
@@ -185,14 +176,27 @@ private:
    }
 };
 
+// A part with its line in the source. The full form of a run gets the line of the first one only: the others
+// follow it line by line.
+template <class P>
+struct At : P {
+   using Part = P;
+   int line;
+};
+
+template <class First, class... Others>
+L3_INLINE int lineOf(const First& first, const Others&...) {
+   return first.line;
+}
+
 // The words of generated code.
 template <class... Parts>
-L3_INLINE Group<Parts...> group(const char* name, const Parts&... parts) {
-   return {name, 0, {parts...}};
+L3_INLINE At<Group<Parts...>> group(const char* name, const At<Parts>&... parts) {
+   return {{name, {parts...}}, lineOf(parts...)};
 }
 template <class T>
-L3_INLINE Flag<T> flag(const char* name, T& value, int line = __builtin_LINE()) {
-   return {name, &value, line};
+L3_INLINE At<Flag<T>> flag(const char* name, T& value, int line = __builtin_LINE()) {
+   return {{name, &value}, line};
 }
 
 template <unsigned N, class T>
@@ -201,31 +205,35 @@ constexpr uint64_t defaultHigh() {
 }
 
 template <unsigned N, class T>
-L3_INLINE Integer<N, T, 0, defaultHigh<N, T>(), false> integer(const char* name, T& value,
-                                                               int line = __builtin_LINE()) {
-   return {name, &value, line};
+L3_INLINE At<Integer<N, T, 0, defaultHigh<N, T>(), false>> integer(const char* name, T& value,
+                                                                   int line = __builtin_LINE()) {
+   return {{name, &value}, line};
 }
 template <unsigned N, uint64_t Low, uint64_t High, class T>
-L3_INLINE Integer<N, T, Low, High, false> integer(const char* name, T& value, int line = __builtin_LINE()) {
-   return {name, &value, line};
+L3_INLINE At<Integer<N, T, Low, High, false>> integer(const char* name, T& value,
+                                                      int line = __builtin_LINE()) {
+   return {{name, &value}, line};
 }
 // In the arm of a choice.
 template <unsigned N, class T>
-L3_INLINE Integer<N, T, 0, defaultHigh<N, T>(), true> armInteger(const char* name, T& value,
-                                                                 int line = __builtin_LINE()) {
-   return {name, &value, line};
+L3_INLINE At<Integer<N, T, 0, defaultHigh<N, T>(), true>> armInteger(const char* name, T& value,
+                                                                     int line = __builtin_LINE()) {
+   return {{name, &value}, line};
 }
 template <unsigned N, uint64_t Low, uint64_t High, class T>
-L3_INLINE Integer<N, T, Low, High, true> armInteger(const char* name, T& value, int line = __builtin_LINE()) {
-   return {name, &value, line};
+L3_INLINE At<Integer<N, T, Low, High, true>> armInteger(const char* name, T& value,
+                                                        int line = __builtin_LINE()) {
+   return {{name, &value}, line};
 }
 template <class Type>
-L3_INLINE Value<Type> value(const char* name, typename Type::Record& record, int line = __builtin_LINE()) {
-   return {name, &record, line};
+L3_INLINE At<Value<Type>> value(const char* name, typename Type::Record& record,
+                                int line = __builtin_LINE()) {
+   return {{name, &record}, line};
 }
 template <class Type>
-L3_INLINE Record<Type> record(const char* name, typename Type::Record& record, int line = __builtin_LINE()) {
-   return {name, &record, line};
+L3_INLINE At<Record<Type>> record(const char* name, typename Type::Record& record,
+                                  int line = __builtin_LINE()) {
+   return {{name, &record}, line};
 }
 
 } // namespace quorva::frame

@@ -75,6 +75,22 @@ constexpr IndexNames::IndexNames() : all() {
 }
 constinit const IndexNames kIndexNames;
 
+int pushFirstName(RtxContext* ctxt, const char* name) {
+   return hot::pushElemName(ctxt, name);
+}
+void popFirstName(RtxContext* ctxt) {
+   hot::popElemName(ctxt);
+}
+int pushOutermost(RtxContext* ctxt, const char* typeName) {
+   return hot::pushTypeName(ctxt, typeName);
+}
+void popOutermost(RtxContext* ctxt) {
+   hot::popTypeName(ctxt);
+}
+int pushFarIndex(RtxContext* ctxt, size_t index) {
+   return rtxCtxtPushArrayElemName(ctxt, "elem", static_cast<uint32_t>(index));
+}
+
 int fail(RtxContext* ctxt, int status, Site site) {
    const int overall = rtxErrSetData(ctxt, status, site.file, site.line);
    return overall < 0 ? overall : status;
@@ -145,6 +161,11 @@ int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const
    return 0;
 }
 
+int endOfField(RtxContext* ctxt, Site site, const Length* length, int status) {
+   if (status < 0 || length == nullptr || hot::bitOffset(ctxt) <= length->end) return status;
+   return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
+}
+
 uint64_t loadEnd(const uint8_t* octets, size_t count) {
    uint64_t word = 0;
    for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[i]} << (56 - 8 * i);
@@ -170,7 +191,7 @@ int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, voi
    return 0;
 }
 
-int closeInFull(RtxContext* ctxt, Site site, const Length& length) {
+int closeInFull(RtxContext* ctxt, Site site, Length length) {
    const size_t offset = hot::bitOffset(ctxt);
    if (offset > length.end) return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
    // A stream can't seek; it need not where the element has been read to its end.
@@ -499,8 +520,25 @@ int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector) {
    return 0;
 }
 
-int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
+namespace {
+// At the end of encIei, so that its common way needs no stack frame.
+L3_COLD int encIeiInFull(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
    if (const int status = rtxEncBits(ctxt, iei, bits); status < 0) return fail(ctxt, status, site);
+   return 0;
+}
+} // namespace
+
+int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
+   if (!isPlain(ctxt) || !hasOctets(ctxt, 1)) [[unlikely]]
+      return encIeiInFull(ctxt, site, bits, iei);
+   uint8_t& octet = ctxt->bufData[ctxt->bufByteIndex];
+   if (bits == 8) {
+      octet = static_cast<uint8_t>(iei);
+      ++ctxt->bufByteIndex;
+   } else {
+      octet = static_cast<uint8_t>(iei << 4);
+      ctxt->bufBitsLeft = 4;
+   }
    return 0;
 }
 
