@@ -1,0 +1,129 @@
+// Elements against their figures in the standard: tests/vectors/layouts-ts24008-*.txt, whose form the head of
+// the first one tells.
+
+#include "modules/records.h"
+#include "support/facts.h"
+
+#include <bitset>
+#include <regex>
+
+using namespace quorva::test;
+using quorva_test::Capture;
+
+namespace {
+
+struct Field {
+   std::string path, width, value, text;
+};
+
+struct Layout {
+   std::string type;
+   bool further; // than that of the sample
+   std::vector<Field> fields;
+};
+
+std::vector<Layout> layouts() {
+   const std::regex head(R"((\+ )?(\w+) 10\.5[.\w]+)"), field(R"(([^/=]+)/(\d+|\*)=([^:]*):?(.*))");
+   std::vector<Layout> all;
+   std::smatch part;
+   for (const std::string number : {"1", "2"}) {
+      std::ifstream file(QUORVA_TEST_DATA "/vectors/layouts-ts24008-" + number + ".txt");
+      for (std::string line; std::getline(file, line);) {
+         line.resize(line[0] == '#' ? 0 : std::min(line.find(" #"), line.size()));
+         line.resize(line.find_last_not_of(' ') + 1);
+         if (std::regex_match(line, part, head)) {
+            all.push_back({"TS24008IE_" + part[2].str(), part[1].matched, {}});
+            continue;
+         }
+         std::istringstream words(line);
+         for (std::string word; words >> word;
+              all.back().fields.push_back({part[1], part[2], part[3], part[4]}))
+            if (all.empty() || line[0] != ' ' || !std::regex_match(word, part, field))
+               throw std::runtime_error(line);
+      }
+   }
+   return all;
+}
+
+// The bits of a field as digits.
+std::string bitsOf(const Field& field) {
+   std::string bits;
+   if (field.width == "*") {
+      for (const uint8_t octet : octetsFromHex(field.value)) bits += std::bitset<8>(octet).to_string();
+      return bits;
+   }
+   const size_t width = std::stoul(field.width);
+   if (width == 0) return bits;
+   bits = std::bitset<64>(as::numberOf(field.value)).to_string();
+   EXPECT_GE(bits.find('1'), 64 - width) << field.path << " is too narrow for its value";
+   return bits.substr(64 - width);
+}
+
+// How the value of a field is printed, in the manner of the value met.
+std::string printed(const Field& field, const std::string& met) {
+   if (!field.text.empty()) return field.text;
+   if (met[0] == '{') {
+      const std::string bits = bitsOf(field);
+      return bits.empty()
+                   ? "{ 0 }"
+                   : "{ " + field.width + ", " + bits + std::string((8 - bits.size() % 8) % 8, 'x') + " }";
+   }
+   if (field.width == "*") return "0x" + field.value;
+   if (field.width == "0") return met[0] == '\'' ? "'" + field.value + "'" : field.value;
+   const uint64_t number = as::numberOf(field.value);
+   if (met == "true" || met == "false") return number == 1 ? "true" : number == 0 ? "false" : field.value;
+   return std::to_string(number);
+}
+
+TEST(Layout, OctetsAndFieldsAreThoseOfTheFigure) {
+   for (const Layout& layout : layouts()) {
+      SCOPED_TRACE(layout.type);
+      std::string bits;
+      for (const Field& field : layout.fields) bits += bitsOf(field);
+      Octets octets((bits.size() + 7) / 8);
+      for (size_t i = 0; i < bits.size(); ++i)
+         if (bits[i] == '1') octets[i / 8] |= static_cast<uint8_t>(0x80 >> i % 8);
+
+      const QuorvaType* type = quorvaFindType(layout.type.c_str());
+      ASSERT_NE(type, nullptr);
+      Capture capture(kTextRoom);
+      Room room(*type, 0xFF);
+      void* value = layout.further ? room.get() : type->sample(&capture.ctxt);
+      if (layout.further) {
+         EXPECT_GE(decode(capture.ctxt, *type, octets, value), 0);
+         EXPECT_EQ(rtxCtxtGetBitOffset(&capture.ctxt), bits.size());
+      }
+      const Coded coded = encode(capture.ctxt, *type, value);
+      EXPECT_GE(coded.status, 0);
+      EXPECT_EQ(hexFromOctets(coded.octets), hexFromOctets(octets));
+      EXPECT_EQ(coded.bits, bits.size());
+
+      Leaves leaves = leavesOf("record {\n" + textOf(capture, *type, value) + "}\n");
+      for (Leaf& leaf : leaves)
+         if (leaf.path.compare(0, 6, "value.") == 0) leaf.path.erase(0, 6);
+      for (const Field& field : layout.fields) {
+         if (field.path == "-") continue;
+         const auto leaf =
+               std::find_if(leaves.begin(), leaves.end(), [&](auto& l) { return l.path == field.path; });
+         if (leaf == leaves.end()) {
+            ADD_FAILURE() << field.path << " is printed less often than drawn";
+            continue;
+         }
+         EXPECT_EQ(leaf->value, printed(field, leaf->value)) << field.path;
+         leaves.erase(leaf);
+      }
+      for (const Leaf& leaf : leaves) EXPECT_EQ(leaf.value, "{}") << leaf.path << " isn't drawn";
+   }
+}
+
+TEST(Layout, EveryElementHasOne) {
+   std::vector<std::string> found, known;
+   for (const Layout& layout : layouts())
+      if (!layout.further) found.push_back(layout.type);
+   for (const QuorvaType* type : allTypes())
+      if (std::string_view(type->name).substr(0, 10) == "TS24008IE_") known.push_back(type->name);
+   known.resize(std::min(known.size(), found.size()));
+   EXPECT_EQ(found, known);
+}
+
+} // namespace
