@@ -336,7 +336,7 @@ TEST_P(ProtectedEpsMessages, VerifyAndDecipherAndShowDamage) {
       const auto& pdu = message.as<TS24301Msg_PDU>();
       return !pdu.m.secHdrPresent || pdu.secHdr.secHdrType != static_cast<uint32_t>(original);
    };
-   checkProtected(GetParam(), "TS24301Msg_PDU", 6, headerShows);
+   checkProtected(GetParam(), "TS24301Msg_PDU", 1, 6, headerShows);
 }
 
 // What a deciphered message says is what the same message says that was never protected.

@@ -291,7 +291,7 @@ TEST_P(ProtectedMessages5GS, VerifyAndDecipherAndShowDamage) {
    };
    // A UCS2 name ends in a failure whatever protects it.
    const bool named = GetParam().name.find("configuration-update-command") != std::string::npos;
-   checkProtected(GetParam(), "TS24501Msg_PDU", 7, headerShows, named ? RTX_E_END_OF_DATA : 0);
+   checkProtected(GetParam(), "TS24501Msg_PDU", 2, 7, headerShows, named ? RTX_E_END_OF_DATA : 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Vectors, Messages5GS, vectorsOf("5gs.txt"), vectorName);
