@@ -2,8 +2,12 @@
 
 #include "modules/records.h"
 #include "support/systemMemory.h"
+#include "support/vectors.h"
 
+#include <algorithm>
 #include <map>
+#include <sys/mman.h>
+#include <unistd.h>
 
 using namespace quorva::test;
 using quorva_test::Capture;
@@ -63,6 +67,61 @@ TEST(RoundTrip, EveryTruncationStaysWithinItsMemory) {
          rtxMemReset(&capture.ctxt);
          rtxCtxtPopAllContainers(&capture.ctxt);
       }
+   }
+}
+
+// A record in fresh pages of its own, which the system counts once they are read or written.
+class Pages {
+public:
+   explicit Pages(size_t size)
+         : size_((size + kPage - 1) / kPage * kPage),
+           memory_(mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+      madvise(memory_, size_, MADV_NOHUGEPAGE);
+   }
+   ~Pages() { munmap(memory_, size_); }
+   Pages(const Pages&) = delete;
+   Pages& operator=(const Pages&) = delete;
+   void* get() { return memory_; }
+   size_t count() const { return size_ / kPage; }
+   size_t touched() const {
+      std::vector<unsigned char> resident(count());
+      EXPECT_EQ(mincore(memory_, size_, resident.data()), 0);
+      return static_cast<size_t>(std::count(resident.begin(), resident.end(), 1));
+   }
+
+private:
+   inline static const size_t kPage = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+   size_t size_;
+   void* memory_;
+};
+
+// A record is as large as its bounds make it, 300,000 octets and more. The initialiser goes to the counts and
+// presence bits in it, the others no further than the message fills it.
+TEST(Records, AreTouchedNoFurtherThanFilled) {
+   const struct {
+      const char* type;
+      const char* hex;
+   } cases[] = {
+         {"TS24501Msg_RegAccept", "0101"},
+         {"TS24501Msg_CfgUpdateCmd", "D1"},
+         {"TS24301Msg_TrkAreaUpdAccept", "00"},
+         {"TS24501IE_NSAGInformation", "0006050102010105"}, // one entry of 32
+         {"TS24501IE_CipheringKeyData",                     // one of 16
+          "002900112233445566778899AABBCCDDEEFF0201020180024020221120010203000078070009F107000001"},
+   };
+   for (const auto& c : cases) {
+      SCOPED_TRACE(c.type);
+      const QuorvaType& type = *quorvaFindType(c.type);
+      Capture capture(kTextRoom);
+      Pages record(type.size);
+      type.init(record.get());
+      const size_t initialised = record.touched();
+      EXPECT_LE(initialised * 4, record.count());
+      std::vector<uint8_t> octets = octetsFromHex(c.hex);
+      EXPECT_EQ(decode(capture.ctxt, type, octets, record.get()), 0);
+      EXPECT_EQ(encode(capture.ctxt, type, record.get()).octets, octets);
+      EXPECT_NE(textOf(capture, type, record.get()), "");
+      EXPECT_LE(record.touched(), initialised + 1);
    }
 }
 
