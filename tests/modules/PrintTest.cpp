@@ -49,6 +49,12 @@ TEST(Print, IdentityRequestOf5GS) {
    EXPECT_NE(printed(asn1PrtToStrm_TS24501Msg_PDU, "PDU", &pdu)
                    .find("   data {\n      obj_DeregAcceptUEOrig5G = <null>\n   }\n"),
              std::string::npos);
+   asn1SetTC_TS24501Msg_PDU_obj_RemUEReportResp5G(nullptr, &pdu);
+   pdu.hdrData.u.sm = {TS24501Msg_PDUSessionIdentity_pduId5, 1};
+   EXPECT_EQ(printed(asn1PrtToStrm_TS24501Msg_PDU, "PDU", &pdu),
+             "PDU {\n   protoDiscr = sessMgmt5G\n   hdrData {\n      sm {\n         pduSessIdent = pduId5\n"
+             "         procTransIdent = 1\n      }\n   }\n   msgType = 219\n   data {\n"
+             "      obj_RemUEReportResp5G = <null>\n   }\n   eom = <null>\n}\n");
 }
 
 TEST(Print, UnknownSelectorsLeaveEmptyBlocks) {
@@ -140,6 +146,13 @@ TEST(Print, RepetitionsAndBareLists) {
          << text;
    EXPECT_NE(text.find("         partTrkIdentList2[0] {\n            mcc_mnc {\n"), std::string::npos)
          << text;
+   // A record's list: the line of its length, then a block an entry.
+   TS24501IE_NSSAI slices = {};
+   slices.length = 8;
+   slices.contents.n = 2;
+   EXPECT_EQ(printed(asn1PrtToStrm_TS24501IE_NSSAI, "allowedNSSAI", &slices),
+             "allowedNSSAI {\n   length = 8\n   contents[0] {\n      length = 0\n      sst = 0\n   }\n"
+             "   contents[1] {\n      length = 0\n      sst = 0\n   }\n}\n");
    // Numbers in a list, each on a line.
    TS24011IE_RPCauseElem cause = {};
    cause.diagField.n = 1;

@@ -161,7 +161,8 @@ TEST(SessionMessage5GS, Tables) {
       uint32_t t;
    };
    for (const Case& c : {Case{"2E 05 01 D6 1A", 0, 16}, Case{"2E 05 01 4F 00", RTX_E_BAD_CHOICE, 0},
-                         Case{"2E 05 01 D8 0000", RTX_E_BAD_CHOICE, 0}, Case{"7E 05 01 4F 01", 0, 17},
+                         Case{"2E 05 01 D8 0000", RTX_E_BAD_CHOICE, 0}, Case{"2E FF 01 D6 1A", 0, 16},
+                         Case{"2E 10 01 D6 1A", RTX_E_BAD_ENUM, 0}, Case{"7E 05 01 4F 01", 0, 17},
                          Case{"FF 05 01 4F 01", 0, 17}, Case{"7E 05 01 D6 1A", RTX_E_BAD_CHOICE, 0}}) {
       Message message("TS24501Msg_PDU_SM");
       EXPECT_EQ(message.decode(octets(c.hex)), c.status) << c.hex;
@@ -169,6 +170,9 @@ TEST(SessionMessage5GS, Tables) {
       if (c.status != 0) continue;
       int status = 0;
       EXPECT_EQ(spaced(message.encode(status)), spaced(octets(c.hex)));
+      message.as<TS24501Msg_PDU_SM>().pduSessIdent = 16;
+      (void)message.encode(status);
+      EXPECT_EQ(status, RTX_E_BAD_ENUM);
    }
 }
 

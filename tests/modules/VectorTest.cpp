@@ -46,6 +46,10 @@ TEST_P(DescriptionVector, DecodesAndEncodesBack) {
    ASSERT_NE(type->decode, nullptr);
    EXPECT_EQ(type->decode(&ctxt, record), 0) << vector.place;
    EXPECT_EQ(ctxt.bufByteIndex, octets.size()) << vector.place;
+   // A record of this one may leave its container open on purpose.
+   if (std::strcmp(vector.type, "TS24008IE_MSRadioAccessCapability") != 0) {
+      EXPECT_EQ(ctxt.containers.dlist.count, 0u) << vector.place;
+   }
    rtxErrReset(&ctxt);
    if (type->encode != nullptr) {
       std::vector<uint8_t> output(octets.size() + 16, 0);
