@@ -237,16 +237,21 @@ TEST(Decode, WritesPages) {
 }
 
 TEST(Decode, OpensShortMessages) {
-   // CP-DATA with RP-ACK to the network; then the same in an EPS uplink transport message.
+   // CP-DATA with RP-ACK to the network; then the same in transport messages of EPS and 5GS.
    const std::string data = "39 01 02 02 07";
    const Result closed = run("decode " + data);
    EXPECT_EQ(closed.code, 0);
    EXPECT_THAT(closed.text, Not(HasSubstr("rpMsgRef")));
-   const std::string transported = "'07 63 05 " + data + "'";
-   for (const std::string& message : {"'" + data + "'", transported}) {
-      const Result open = run("decode --rp " + message);
+   for (const char* transport :
+        {"", "07 63 05 ", "7E 00 67 02 05 ", "7E 00 68 02 05 ", "7E 00 4F 00 82 7B 05 "}) {
+      SCOPED_TRACE(transport);
+      const Result open = run("decode --rp '" + (transport + data) + "'");
       EXPECT_EQ(open.code, 0);
       EXPECT_THAT(open.text, HasSubstr("      rpMsgType = 2\n      rpMsgRef = 7\n"));
       EXPECT_THAT(open.text, HasSubstr("      ackToNet {\n"));
    }
+   // CP-ACK in one, and another container.
+   for (const char* message : {"7E 00 67 02 02 39 04", "7E 00 67 03 00 01 AA", "7E 00 4F 00"})
+      EXPECT_EQ(run(std::string("decode --rp '") + message + "'").text,
+                run(std::string("decode '") + message + "'").text);
 }

@@ -26,8 +26,10 @@ static bool hasUcs2Name(const quorva::test::Vector& vector) {
 static std::string securityOptions(const quorva::test::Vector& vector, bool spoilt = false) {
    std::string key = vector.fact("integrity-key");
    if (spoilt) key[0] = key[0] == '0' ? '1' : '0';
-   return std::string(vector.number("direction") == 0 ? " --uplink" : " --downlink") + " --eia2 " + key +
-          (vector.number("cipher-algorithm") == 2 ? " --eea2 " + vector.fact("cipher-key") : "") +
+   const std::string generation = vector.fact("family") == "5gs" ? " --n" : " --e"; // of the same algorithms
+   return std::string(vector.number("direction") == 0 ? " --uplink" : " --downlink") + generation + "ia2 " +
+          key +
+          (vector.number("cipher-algorithm") == 2 ? generation + "ea2 " + vector.fact("cipher-key") : "") +
           " --bearer " + vector.fact("bearer");
 }
 
@@ -79,7 +81,7 @@ TEST(Security, CountFollowsTheSequenceNumbers) {
       messages[vector.number("count")] = quorva::test::hexFromOctets(vector.octets);
    }
    ASSERT_GE(messages.size(), 4u);
-   std::string inOrder = " --eea0";
+   std::string inOrder = " --nea0";
    for (const auto& [count, octets] : messages) inOrder += " " + octets;
    EXPECT_EQ(run("decode" + options + inOrder).code, 0);
    // 256 messages later each MAC is wrong.

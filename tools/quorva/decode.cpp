@@ -8,6 +8,7 @@
 #include "quorva/rtxError.h"
 #include "quorva/TS24011Msg.h"
 #include "quorva/TS24301Msg.h"
+#include "quorva/TS24501Msg.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -172,11 +173,29 @@ InnerMessage innerMessage(const QuorvaType& type, const void* value) {
       inner.type = name;
       inner.octets.assign(octets, octets + count);
    };
+   const auto takeUserData = [&take](const TS24011Msg_CP_PDU& pdu) {
+      if (pdu.data.t != 1) return;
+      const auto& data = pdu.data.u.obj_CP_DATA->cpUserData;
+      take("TS24011Msg_RP_PDU", data.data, data.numocts);
+   };
    if (isType(type, "TS24011Msg_CP_PDU")) {
-      const auto* pdu = static_cast<const TS24011Msg_CP_PDU*>(value);
-      if (pdu->data.t == 1) {
-         const auto& data = pdu->data.u.obj_CP_DATA->cpUserData;
-         take("TS24011Msg_RP_PDU", data.data, data.numocts);
+      takeUserData(*static_cast<const TS24011Msg_CP_PDU*>(value));
+   } else if (isType(type, "TS24501Msg_PDU")) {
+      // In those of TS 24.501, 8.2.10, 8.2.11 and 8.2.30, the codec has opened the control protocol.
+      const auto* pdu = static_cast<const TS24501Msg_PDU*>(value);
+      const auto takeFrom = [&takeUserData](const auto& message) {
+         if (message.containerType == TS24501IE_PayloadContainerType_sms)
+            takeUserData(message.container.u.sms.cpPdu);
+      };
+      if (pdu->protoDiscr != TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) return inner;
+      switch (pdu->msgType) {
+      case 0x67: takeFrom(*pdu->data.u.obj_ULNASTrans5G); break;
+      case 0x68: takeFrom(*pdu->data.u.obj_DLNASTrans5G); break;
+      case 0x4F:
+         if (pdu->data.u.obj_ControlPlaneServReq5G->m.containerPresent)
+            takeFrom(*pdu->data.u.obj_ControlPlaneServReq5G);
+         break;
+      default: break;
       }
    } else if (isType(type, "TS24301Msg_PDU")) {
       // The transport messages of TS 24.301, 8.2.12 and 8.2.30, carry a message of the control protocol.

@@ -118,21 +118,21 @@ static int run(int argc, char** argv) {
    decode->add_flag("--trace", options.trace, "List each message bit by bit");
    decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
          ->type_name("FILE");
-   decode->add_flag("--rp", options.openRP, "Open the user data of CP-DATA as RP message");
+   decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
    CLI::Option* uplink = decode->add_flag("--uplink", security.uplink, "The messages come from the terminal");
    decode->add_flag("--downlink")
          ->description("The messages come from the network (the default)")
          ->excludes(uplink);
    decode->add_option_function<std::string>(
-               "--eia2", [&](const std::string& text) { security.integrityKey = keyFromHex(text); },
+               "--eia2,--nia2", [&](const std::string& text) { security.integrityKey = keyFromHex(text); },
                "Verify messages by 128-EIA2 (128-NIA2) with this key")
          ->type_name("KEY");
    CLI::Option* cipherKey =
          decode->add_option_function<std::string>(
-                     "--eea2", [&](const std::string& text) { security.cipherKey = keyFromHex(text); },
+                     "--eea2,--nea2", [&](const std::string& text) { security.cipherKey = keyFromHex(text); },
                      "Decipher messages by 128-EEA2 (128-NEA2) with this key")
                ->type_name("KEY");
-   decode->add_flag("--eea0", security.nullCipher, "Ciphered messages are by the null algorithm")
+   decode->add_flag("--eea0,--nea0", security.nullCipher, "Ciphered messages are by the null algorithm")
          ->excludes(cipherKey);
    decode->add_option_function<uint64_t>(
                "--count", [&](uint64_t count) { security.count = static_cast<uint32_t>(count); },
