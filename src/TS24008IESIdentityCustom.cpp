@@ -342,8 +342,11 @@ int NASDec_TS24008IE_MultibandSupported(RtxContext* pctxt, TS24008IE_MultibandSu
    L3_TRY(d.fields(value<Bands>("supported", pvalue->supported),
                    record<quorva::type::TS24008IE_A5Bits>("a5bits", pvalue->a5bits)));
    // Both half octets go into the record even with a single band, unlike the encoder: deliberate.
-   if (pvalue->supported != 0)
+   if (pvalue->supported != 0) {
       L3_TRY(d.fields(armInteger<4>("assocRadioCap2", pvalue->assocRadioCap2),
                       armInteger<4>("assocRadioCap1", pvalue->assocRadioCap1)));
+   } else {
+      pvalue->assocRadioCap2 = pvalue->assocRadioCap1 = 0; // printed all the same
+   }
    return d.done();
 }

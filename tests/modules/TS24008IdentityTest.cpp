@@ -324,6 +324,9 @@ TEST(MultibandSupported, DecoderKeepsBothHalfOctets) {
    EXPECT_EQ(context->bufBitsLeft, 1);
    ASSERT_EQ(decode(context, "60 00", NASDec_TS24008IE_MultibandSupported, &record), 0) << "3 passes";
    EXPECT_EQ(decode(context, "E0 00", NASDec_TS24008IE_MultibandSupported, &record), RTX_E_BAD_ENUM);
+   // Without a band nothing follows, and nothing of an earlier element stays.
+   ASSERT_EQ(decode(context, "0A", NASDec_TS24008IE_MultibandSupported, &record), 0);
+   EXPECT_EQ(record.assocRadioCap2 | record.assocRadioCap1, 0);
 }
 
 } // namespace
