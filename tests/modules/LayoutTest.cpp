@@ -122,7 +122,6 @@ TEST(Layout, EveryElementHasOne) {
       if (!layout.further) found.push_back(layout.type);
    for (const QuorvaType* type : allTypes())
       if (std::string_view(type->name).substr(0, 10) == "TS24008IE_") known.push_back(type->name);
-   known.resize(std::min(known.size(), found.size()));
    EXPECT_EQ(found, known);
 }
 
