@@ -775,6 +775,9 @@ private:
       extDeclared_ = true;
       if (first.optional) w_.open("if (d.more()) {");
       chainOctet(first, place);
+      // Without its first octet a chain that skips goes by the ext bit of the chain ahead.
+      const bool carries = first.optional && field.skip;
+      if (carries) w_.close();
       size_t open = 0;
       for (size_t i = 1; i < fields.size(); ++i) {
          w_.open("if (ext == 0) {");
@@ -783,21 +786,27 @@ private:
       }
       while (open-- > 0) w_.close();
       if (field.skip) {
-         w_.line("if (ext == 0) L3_TRY(d.skipExtensions());");
+         w_.line("L3_TRY(d.skipExtensions(ext));");
          within(place);
       }
-      if (first.optional) w_.close();
+      if (first.optional && !carries) w_.close();
    }
 
    void chainOctet(const Field& field, const Place& place) {
-      if (field.kind == Kind::Each) {
+      if (isList(field)) {
          const std::string lvalue = place.record + cName(field.name);
-         w_.line("L3_TRY(d.repeatExt(" + quoted(field.name) + ", " + lvalue + ".n, " + lvalue +
-                 ".elem, ext,");
-         w_.line("      [](auto& d, auto& x) { return " + decoderName(*field.type.type) + "(d.ctxt(), " +
-                 pointerArgument(*field.type.type, "x") + "); }));");
-      } else if (isList(field)) {
-         plain(field, place, false);
+         const Type* list = field.kind == Kind::Named ? &baseType(*field.type.type) : nullptr;
+         const Repetition r{quoted(field.name),
+                            lvalue + ".n",
+                            lvalue + ".elem",
+                            list ? list->base.type : field.type.type,
+                            list ? list->bits : field.bits,
+                            list ? list->bounds : field.bounds,
+                            "",
+                            list ? list->storage.heap : field.storage.heap,
+                            Entries::Ext,
+                            nullptr};
+         repetition(r, place);
       } else {
          w_.line("L3_TRY(d.extBit(" + quoted(field.name) + ", ext));");
          plain(field, place, false);

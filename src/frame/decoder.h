@@ -348,7 +348,13 @@ public:
       return 0;
    }
 
-   int skipExtensions(int line = __builtin_LINE()) { return frame::skipExtensions(ctxt_, site(line)); }
+   // Octets of a chain that nobody knows, up to and with the one that ends it.
+   L3_INLINE int skipExtensions(uint8_t& ext, int line = __builtin_LINE()) {
+      if (ext != 0) [[likely]]
+         return 0;
+      ext = 1;
+      return frame::skipExtensions(ctxt_, site(line));
+   }
 
    // Repetition to the end of the container into an inline array. -16 ahead of the store when the array is
    // full, and behind the loop when the count is out of bounds.

@@ -402,7 +402,11 @@ TEST(Repetition, LedByBits) {
                 return 0;
              }),
              "818200");
-   const auto skip = [](RtxContext* c) { return Decoder(c, kSource).skipExtensions(); };
+   const auto skip = [](RtxContext* c) -> int {
+      uint8_t ended = 0;
+      L3_TRY(Decoder(c, kSource).skipExtensions(ended));
+      return Decoder(c, kSource).skipExtensions(ended); // nothing more
+   };
    EXPECT_EQ(decoded("01 7f 80 00", skip), "0 @3.0");
    EXPECT_EQ(decoded("01 7f", skip), "-2 @2.0 errors=-2");
 }

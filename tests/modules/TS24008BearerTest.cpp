@@ -37,7 +37,10 @@ TEST(BearerCapability, ChainsOnTheWire) {
          {"3b behind the end", "02 20 04 85", RTX_E_LENGTH_OVERRUN, 3},
          {"unknown octets behind the end", "02 A0 08 01 81", RTX_E_LENGTH_OVERRUN, 4},
          {"a length of 0", "00 A0", RTX_E_LENGTH_OVERRUN, 0},
-         {"3b behind the data", "02 20 04", 0, 3}, // the flag that isn't there ends the list
+         // The ext bit that isn't there ends the list and leaves the 0 of octet 3a, for which no octet is left.
+         {"3b behind the data", "02 20 04", RTX_E_END_OF_DATA, 3},
+         {"3b, cut", "03 20 04 02", RTX_E_END_OF_DATA, 3},
+         {"3b to its end, then unknown octets behind 4", "07 20 04 85 08 01 02 83", 0, 1 + 2 + 4},
    };
    for (const Case& c : cases) {
       TestContext context;
@@ -49,6 +52,12 @@ TEST(BearerCapability, ChainsOnTheWire) {
          EXPECT_EQ(rtxErrGetErrorCnt(context), 0u) << c.what;
       }
    }
+   // The list by itself: nothing follows that could miss an octet.
+   TestContext context;
+   TS24008IE_BearerCapOctet3bList list{};
+   EXPECT_EQ(decode(context, "02", NASDec_TS24008IE_BearerCapOctet3bList, &list), 0);
+   EXPECT_EQ(list.n, 1u);
+   EXPECT_EQ(rtxErrGetErrorCnt(context), 0u);
 }
 
 TEST(BearerCapability, RoundTrips) {
