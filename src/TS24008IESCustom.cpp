@@ -233,9 +233,9 @@ int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveN
       if (const int status = rtxDecBitsToByte(pctxt, &nsapi, 4); status < 0) return d.failed(status);
       if (nsapi == 0) break;
       if (const int status = rtxMoveBitCursor(pctxt, -4); status < 0) return d.failed(status);
-      if (count == capacity)
-         L3_TRY(growArray(pctxt, d.site(__LINE__), &array, count, &capacity,
-                          sizeof(TS24008IE_ReceiveNPDUNumber)));
+      if (count == capacity &&
+          growArray(pctxt, &array, count, &capacity, sizeof(TS24008IE_ReceiveNPDUNumber)) < 0)
+         return d.failed(RTX_E_NOMEM);
       L3_TRY(d.pushIndex(count));
       const int status = NASDec_TS24008IE_ReceiveNPDUNumber(
             pctxt, static_cast<TS24008IE_ReceiveNPDUNumber*>(array) + count);
@@ -374,8 +374,8 @@ int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
    void* array = nullptr;
    size_t count = 0, capacity = 0;
    while (d.ctxt()->bufByteIndex < end) {
-      if (count == capacity)
-         L3_TRY(growArray(d.ctxt(), d.site(__LINE__), &array, count, &capacity, sizeof(TS24008IE_TFTParam)));
+      if (count == capacity && growArray(d.ctxt(), &array, count, &capacity, sizeof(TS24008IE_TFTParam)) < 0)
+         return d.failed(RTX_E_NOMEM);
       auto* param = static_cast<TS24008IE_TFTParam*>(array) + count;
       L3_TRY(d.pushIndex(count));
       asn1Init_TS24008IE_TFTParam(param);

@@ -48,8 +48,8 @@ int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit);
 int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector);
 int skipExtensions(RtxContext* ctxt, Site site);
 
-// Storage of a repetition without an upper bound: grows with what has been decoded.
-int growArray(RtxContext* ctxt, Site site, void** elem, size_t used, size_t* capacity, size_t size);
+// Storage of a repetition without an upper bound: grows with what has been decoded. -10, not recorded.
+int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size);
 
 class Decoder : public Codec {
 public:
@@ -302,7 +302,9 @@ public:
       do {
          if (!hot::streamActive(ctxt_) && ctxt_->bufByteIndex >= ctxt_->bufSize) break;
          L3_TRY(decLeadBit(ctxt_, site(line), "ext bit", &ext));
-         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         if (count == capacity)
+            if (const int status = growArray(ctxt_, &array, count, &capacity, sizeof(T)); status < 0)
+               return fail(ctxt_, status, site(line));
          L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
          ++count;
       } while (ext == 0);
@@ -319,7 +321,8 @@ public:
    // Are so many bits left ahead of the end?
    bool fits(const Length& length, size_t nbits) const { return hot::bitOffset(ctxt_) + nbits <= length.end; }
 
-   // Entries each led by a 1, with a 0 behind the last. The end of the data ends the list as a 0 does.
+   // Entries each led by a 1, with a 0 behind the last. The end of the data ends the list as a 0 does. Here,
+   // as in the repetitions onto the heap below, an entry without memory returns directly: deliberate.
    template <class N, class T, class Function>
    int repeatFlags(const char* name, N& n, T*& elem, Function decode, int line = __builtin_LINE()) {
       if (name != nullptr) L3_TRY(push(name));
@@ -330,7 +333,7 @@ public:
          uint8_t flag = 0;
          L3_TRY(decLeadBit(ctxt_, site(line), "eol bit", &flag));
          if (flag == 0) break;
-         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         if (count == capacity) L3_TRY(growArray(ctxt_, &array, count, &capacity, sizeof(T)));
          L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
          ++count;
       }
@@ -377,14 +380,13 @@ public:
 
    // The same onto the heap.
    template <class N, class T, class Function>
-   int repeat(const char* name, N& n, T*& elem, const Limits& limits, Function decode,
-              int line = __builtin_LINE()) {
+   int repeat(const char* name, N& n, T*& elem, const Limits& limits, Function decode) {
       if (name != nullptr) L3_TRY(push(name));
       void* array = nullptr;
       size_t count = 0, capacity = 0;
       while (more()) {
          if (count == std::numeric_limits<N>::max()) return RTX_E_CONSTRAINT;
-         if (count == capacity) L3_TRY(growArray(ctxt_, site(line), &array, count, &capacity, sizeof(T)));
+         if (count == capacity) L3_TRY(growArray(ctxt_, &array, count, &capacity, sizeof(T)));
          const size_t before = hot::bitOffset(ctxt_);
          L3_TRY(element(count, decode, static_cast<T*>(array)[count]));
          ++count;
@@ -412,13 +414,12 @@ public:
       return 0;
    }
    template <class N, class T, class Function>
-   int repeatTimes(const char* name, size_t times, N& n, T*& elem, const Limits& limits, Function decode,
-                   int line = __builtin_LINE()) {
+   int repeatTimes(const char* name, size_t times, N& n, T*& elem, const Limits& limits, Function decode) {
       if (name != nullptr) L3_TRY(push(name));
       void* array = nullptr;
       size_t capacity = 0;
       for (size_t i = 0; i < times; ++i) {
-         if (i == capacity) L3_TRY(growArray(ctxt_, site(line), &array, i, &capacity, sizeof(T)));
+         if (i == capacity) L3_TRY(growArray(ctxt_, &array, i, &capacity, sizeof(T)));
          L3_TRY(element(i, decode, static_cast<T*>(array)[i]));
       }
       n = static_cast<N>(times);

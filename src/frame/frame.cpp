@@ -394,10 +394,10 @@ int skipExtensions(RtxContext* ctxt, Site site) {
    return 0;
 }
 
-int growArray(RtxContext* ctxt, Site site, void** elem, size_t used, size_t* capacity, size_t size) {
+int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
    const size_t grown = std::max<size_t>(4, 2 * used);
    void* array = rtxMemHeapAlloc(ctxt, grown * size);
-   if (array == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
+   if (array == nullptr) return RTX_E_NOMEM;
    if (used != 0) {
       std::memcpy(array, *elem, used * size);
       rtxMemHeapFreePtr(ctxt, *elem);
