@@ -8,7 +8,9 @@ using namespace quorva::test;
 
 namespace {
 
-unsigned presence(const TS24008IE_BearerCapability& r) {
+template <class Record>
+unsigned presence(const Record& r) {
+   static_assert(sizeof r.m == 2);
    uint8_t bits[2];
    std::memcpy(bits, &r.m, 2);
    return bits[0] | unsigned{bits[1]} << 8;
@@ -37,7 +39,8 @@ TEST(BearerCapability, ChainsOnTheWire) {
          {"3b behind the end", "02 20 04 85", RTX_E_LENGTH_OVERRUN, 3},
          {"unknown octets behind the end", "02 A0 08 01 81", RTX_E_LENGTH_OVERRUN, 4},
          {"a length of 0", "00 A0", RTX_E_LENGTH_OVERRUN, 0},
-         // The ext bit that isn't there ends the list and leaves the 0 of octet 3a, for which no octet is left.
+         // The ext bit that isn't there ends the list and leaves the 0 of octet 3a, for which no octet is
+         // left.
          {"3b behind the data", "02 20 04", RTX_E_END_OF_DATA, 3},
          {"3b, cut", "03 20 04 02", RTX_E_END_OF_DATA, 3},
          {"3b to its end, then unknown octets behind 4", "07 20 04 85 08 01 02 83", 0, 1 + 2 + 4},
@@ -109,6 +112,10 @@ TEST(BackupBearerCapability, HasNoOctets3aAnd5b) {
    EXPECT_TRUE(record.m.octet4Present && record.m.octet5Present && record.m.octet5aPresent);
    EXPECT_TRUE(record.m.octet6Present);
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_BackupBearerCapability, &record), "05 a1 88 21 95 e1");
+   ASSERT_EQ(decode(context, "0C A1 88 A1 21 01 02 03 04 05 06 87 C6",
+                    NASDec_TS24008IE_BackupBearerCapability, &record),
+             0);
+   EXPECT_EQ(presence(record), 1 + 2 + 8 + 0xF0 + 0xF00u);
 }
 
 TEST(QualityOfService, LengthAgainstItsFields) {
@@ -144,9 +151,44 @@ TEST(QualityOfService, LengthAgainstItsFields) {
    TS24008IE_QualityOfService record{};
    record.extBitRate.n = 9;
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16");
-   record.extBitRate.n = 0;
-   record.delayClass = 8;
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16");
+   // Spare bits are read only where something is left: with eleven octets the last ones are not.
+   record.spare4 = 77;
+   EXPECT_EQ(decode(context, "0B 23 62 1F 72 99 3F 3F 11 43 FF FF FF", NASDec_TS24008IE_QualityOfService,
+                    &record),
+             RTX_E_LENGTH_OVERRUN);
+   EXPECT_EQ(record.spare3, 0);
+   EXPECT_EQ(record.spare4, 77);
+   EXPECT_EQ(record.signallingIndication, 1);
+}
+
+TEST(QualityOfService, EachFieldHasTheBoundOfItsWidth) {
+   using Record = TS24008IE_QualityOfService;
+   const std::pair<uint8_t Record::*, unsigned> fields[] = {
+         {&Record::spare1, 2},
+         {&Record::delayClass, 3},
+         {&Record::reliabilityClass, 3},
+         {&Record::peakThroughput, 4},
+         {&Record::precedenceClass, 3},
+         {&Record::spare3, 3},
+         {&Record::meanThroughput, 5},
+         {&Record::trafficClass, 3},
+         {&Record::deliveryOrder, 2},
+         {&Record::residualBER, 4},
+         {&Record::deliveryErroneousSDU, 3},
+         {&Record::sduErrorRatio, 4},
+         {&Record::transferDelay, 6},
+         {&Record::trafficHandlingPrio, 2},
+         {&Record::spare4, 3},
+         {&Record::sourceStatsDescriptor, 4},
+   };
+   TestContext context;
+   for (size_t i = 0; i < std::size(fields); ++i) {
+      Record record{};
+      record.*fields[i].first = static_cast<uint8_t>((1u << fields[i].second) - 1);
+      EXPECT_NE(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16") << i;
+      record.*fields[i].first = static_cast<uint8_t>(1u << fields[i].second);
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_QualityOfService, &record), "status -16") << i;
+   }
 }
 
 TEST(ProtocolConfigOptions, UnitsToTheEnd) {

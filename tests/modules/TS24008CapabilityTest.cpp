@@ -1,5 +1,6 @@
 // Capabilities of the mobile: releases, what lies behind the last known field, and elements that end early.
 #include "quorva/TS24008IE.h"
+#include "quorva/rtxBits.h"
 #include "tests/modules/codecs.h"
 
 #include <cstring>
@@ -19,7 +20,7 @@ public:
       text_ += bits;
       return *this;
    }
-   size_t size() const { return text_.size(); }
+   const std::string& text() const { return text_; }
    Octets octets() const {
       Octets all((text_.size() + 7) / 8);
       for (size_t i = 0; i < text_.size(); ++i)
@@ -52,6 +53,15 @@ Octets classmark3(const std::string& behind) {
    return all;
 }
 
+// The bits that tell what is there, as one number: the first octet is the lowest.
+template <class Record>
+unsigned presence(const Record& record) {
+   static_assert(sizeof record.m == 3);
+   uint8_t octets[3];
+   std::memcpy(octets, &record.m, 3);
+   return octets[0] | unsigned{octets[1]} << 8 | unsigned{octets[2]} << 16;
+}
+
 unsigned groupsOf(const TS24008IE_MobileStationClassmark3& r) {
    return r.m.group1Present + 2u * r.m.group2Present + 4u * r.m.group3Present + 8u * r.m.group4Present;
 }
@@ -71,6 +81,7 @@ TEST(MobileStationClassmark3, ReleaseDecidesWhichGroupsAreRead) {
       TS24008IE_MobileStationClassmark3 record{};
       ASSERT_EQ(NASDec_TS24008IE_MobileStationClassmark3(context.decode(input), &record), 0) << c.release;
       EXPECT_EQ(groupsOf(record), c.groups) << c.release;
+      EXPECT_EQ(presence(record), c.groups << 19) << c.release;
       const std::string hidden = std::string(kGroups) + "00000";
       EXPECT_EQ(bitsOf(record.spareBits), hidden.substr(hidden.size() - c.spareBits)) << c.release;
       EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record), spaced(input));
@@ -170,6 +181,49 @@ TEST(MobileStationClassmark3, LengthsAndPlainFieldsBehindTheEnd) {
    EXPECT_EQ(context.used(), 34u) << "the octets stand";
 }
 
+TEST(MobileStationClassmark3, ContainersEndPassesOverWhatHasAFlagOrIsGuarded) {
+   // Flags of 1 and their fields up to gsm850AssocRadioCap, so that the element ends ahead of zerobit.
+   Bits bits;
+   bits.add(5, 8).add(0, 8).add(0, 9).add("1").add(9, 4).add(0, 18).add("1111");
+   TestContext context;
+   TS24008IE_MobileStationClassmark3 record{};
+   record.zerobit = 77;
+   EXPECT_EQ(NASDec_TS24008IE_MobileStationClassmark3(context.decode(bits.octets()), &record),
+             RTX_E_LENGTH_OVERRUN);
+   EXPECT_EQ(record.gsm850AssocRadioCap, 9);
+   EXPECT_EQ(presence(record), 0x80u);
+   EXPECT_EQ(record.zerobit, 77) << "read although nothing was left";
+   EXPECT_EQ(record.downlinkAdvancedRcvrPerf, 3) << "not read behind it";
+}
+
+// Optional elements behind a dropped half octet begin inside an octet.
+TEST(Capabilities, AlignedElementsThatBeginInsideAnOctetPassTheirEnd) {
+   struct Case {
+      const char* hex;
+      int (*run)(RtxContext*);
+   };
+   const Case cases[] = {
+         {"00 70 00 00 00 00 00 00 00 00",
+          [](RtxContext* c) {
+             TS24008IE_MobileStationClassmark3 record{};
+             return NASDec_TS24008IE_MobileStationClassmark3(c, &record);
+          }},
+         {"00 1E 50 00",
+          [](RtxContext* c) {
+             TS24008IE_MSNetworkCapability record{};
+             return NASDec_TS24008IE_MSNetworkCapability(c, &record);
+          }},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      context.decode(octets(c.hex));
+      uint32_t nibble = 0;
+      ASSERT_EQ(rtxDecBits(context, &nibble, 4), 0);
+      EXPECT_EQ(c.run(context), RTX_E_LENGTH_OVERRUN) << c.hex;
+      EXPECT_EQ(context->bufBitsLeft, 8) << c.hex;
+   }
+}
+
 // Access capabilities with no optional field: 15 bits, then groups of these sizes.
 constexpr unsigned kGroupBits[] = {4, 6, 7, 10, 5, 6, 4, 4, 5, 2, 2, 2};
 
@@ -187,12 +241,11 @@ Octets accessCapability(size_t contents, const std::string& behind = "") {
 }
 
 unsigned groupsOf(const TS24008IE_AccessCapability& r) {
-   const unsigned bits[] = {r.m.group1Present, r.m.group2Present,  r.m.group3Present,  r.m.group4Present,
-                            r.m.group5Present, r.m.group6Present,  r.m.group7Present,  r.m.group8Present,
-                            r.m.group9Present, r.m.group10Present, r.m.group11Present, r.m.group12Present};
-   unsigned count = 0;
-   while (count < 12 && bits[count] != 0) ++count;
-   for (unsigned i = count; i < 12; ++i) EXPECT_EQ(bits[i], 0u) << "a group behind one that is missing";
+   const unsigned bits[] = {8,        32,      1 << 8,  4 << 8,  16 << 8,  32 << 8,
+                            128 << 8, 1 << 16, 2 << 16, 8 << 16, 16 << 16, 64 << 16};
+   unsigned count = 0, expected = 0;
+   while (count < 12 && (presence(r) & bits[count]) != 0) expected |= bits[count++];
+   EXPECT_EQ(presence(r), expected) << "a group behind one that is missing";
    return count;
 }
 
@@ -295,6 +348,40 @@ TEST(MSRadioAccessCapability, LeavesAContainerWhereItsRecordsEndOnAGroup) {
    rtxErrReset(context);
    ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(radioAccess(15, "0")), &record), 0);
    EXPECT_EQ(context->containers.dlist.count, 0u);
+
+   // A further record of that kind leaves one more; its spare bits are those of the initialiser.
+   void* block = rtxMemHeapAlloc(context, 1024);
+   std::memset(block, 'x', 1024);
+   rtxMemHeapFreePtr(context, block);
+   Bits more;
+   more.add(19, 7).add(0, 19).add("0");
+   input = radioAccess(19, "10001" + more.text());
+   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
+   EXPECT_EQ(context->containers.dlist.count, 2u);
+   ASSERT_EQ(record.additionalRecs.n, 1u);
+   EXPECT_EQ(record.additionalRecs.elem[0].accessCapOrTech.u.accessCapability.spareBits.numbits, 0u);
+   EXPECT_EQ(record.additionalRecs.elem[0].accessCapOrTech.u.accessCapability.spareBits.data, nullptr);
+}
+
+// The flags go by the data alone, and so do the records: what lies behind the element is theirs.
+TEST(MSRadioAccessCapability, FlagsAndRecordsBehindTheEnd) {
+   struct Case {
+      const char* what;
+      std::string behind;
+      int status;
+   };
+   const Case cases[] = {
+         {"a flag of 0", "0", RTX_E_LENGTH_OVERRUN},
+         {"a record", "100010001111" + std::string(15, '0') + "0", RTX_E_LENGTH_OVERRUN},
+         {"a record that the data cut", "10001000", RTX_E_END_OF_DATA},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_MSRadioAccessCapability record{};
+      Octets input = radioAccess(53, c.behind);
+      input[0] = 8;
+      EXPECT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), c.status) << c.what;
+   }
 }
 
 TEST(MSRadioAccessCapability, FlagsLeadTheRecords) {
@@ -310,10 +397,7 @@ TEST(MSRadioAccessCapability, FlagsLeadTheRecords) {
    Bits more;
    more.add("1").add(15, 4).add(24, 7).add("1").add(3, 4).add(5, 3).add(2, 2).add("0").add(0x1234, 13);
    more.add("1").add(4, 4).add(15, 7).add(0, 15).add("0");
-   std::string bits;
-   for (size_t i = 0; i < more.size(); ++i)
-      bits += (more.octets()[i / 8] >> (7 - i % 8) & 1) != 0 ? '1' : '0';
-   const Octets input = radioAccess(15, bits);
+   const Octets input = radioAccess(15, more.text());
    ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
    ASSERT_EQ(record.additionalRecs.n, 2u);
    const auto& additional = record.additionalRecs.elem[0].accessCapOrTech.u.additionalAccessTech;

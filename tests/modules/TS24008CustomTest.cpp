@@ -135,6 +135,8 @@ TEST(NetworkName, UnitsLoseTheirHighOctet) {
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "05 10 00 41 00 42");
    record.textString.u.ucs2 = {1, nullptr};
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "status -47");
+   record.codingScheme = TS24008IE_NetworkName_codingScheme_codingSchemeMAX;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_NetworkName, &record), "status -9");
 }
 
 TEST(NetworkName, FailuresOfTheDecoder) {
@@ -360,6 +362,26 @@ TEST(TFT, EncoderGoesByTheFirstOctet) {
    EXPECT_EQ(record.packetFilterList.u.identifiers.numocts, 2u);
    record.packetFilterList.u.identifiers = {3, nullptr};
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "status -47");
+
+   // The E bit does not decide whether there are parameters, nor the operation whether there are filters.
+   TS24008IE_TFTParam param{};
+   param.paramIdentifier = TS24008IE_TFTParamId_flowId;
+   record.octet1 = {TS24008IE_TFTOctet1_tftOperationCode_deleteTFT, 0, 1};
+   record.packetFilterList.u.filterItems = {1, items};
+   record.paramList = {1, &param};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "0a 41 00 00 00 02 04 00 00 00 00");
+   record.octet1.numPacketFilters = 16;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_TFT, &record), "status -16");
+}
+
+TEST(TFT, CountsTheFilterThatFailed) {
+   TestContext context;
+   soilHeap(context);
+   TS24008IE_TFT record{};
+   EXPECT_EQ(decode(context, "09 22 31 0A 05 30", NASDec_TS24008IE_TFT, &record), RTX_E_END_OF_DATA);
+   ASSERT_EQ(record.packetFilterList.u.filterItems.n, 1u);
+   EXPECT_EQ(record.packetFilterList.u.filterItems.elem[0].contents.components.n, 0u) << "initialised";
+   EXPECT_EQ(record.packetFilterList.u.filterItems.elem[0].contents.components.elem, nullptr);
 }
 
 TEST(TFT, MoreOctetsThanItsLengthCanSay) {
@@ -429,6 +451,31 @@ TEST(Custom, TraceNamesTheParts) {
              return NASDec_TS24008IE_ReceiveNPDUNumberList(c, &record);
           },
           "INTEGER, INTEGER, INTEGER, INTEGER, INTEGER"},
+         // Encoders write over the octets.
+         {"05 F4 00 00 00 00",
+          [](RtxContext* c) {
+             TS24008IE_MobileIdentity record{};
+             record.t = 4;
+             return NASEnc_TS24008IE_MobileIdentity(c, &record);
+          },
+          "length, digit1, odd, type, OCTET STRING"},
+         {"04 05 00 00 00 00 F0 00 07",
+          [](RtxContext* c) {
+             TS24008IE_MobileIdentity record{};
+             record.t = 5;
+             return NASEnc_TS24008IE_MobileIdentity(c, &record);
+          },
+          "length, spare, BOOLEAN, BOOLEAN, odd, type, OCTET STRING, TBCDString, INTEGER"},
+         {"03 00 00 00",
+          [](RtxContext* c) {
+             TS24008IE_MobileIdentity record{};
+             record.t = 6;
+             record.u.none = 3;
+             return NASEnc_TS24008IE_MobileIdentity(c, &record);
+          },
+          "length, octet3, octet4+, octet4+"},
+         {"04 01 61 01 62", [](RtxContext* c) { return NASEnc_TS24008IE_AccessPointName(c, "a.b"); },
+          "INTEGER, segment length, IA5String, segment length, IA5String"},
    };
    for (const Case& c : cases) {
       TestContext context;
@@ -466,6 +513,32 @@ TEST(Custom, CountsBeyondTheDataAskForNoMemory) {
    EXPECT_LT(NASDec_TS24008IE_NetworkName(&context, &name), 0);
    EXPECT_LT(largest, 1u << 16);
    rtFreeContext(&context);
+}
+
+// Aliases stand under their own names where a failure is told.
+TEST(Custom, AliasesPushTheirOwnNames) {
+   const struct {
+      const char* name;
+      int (*run)(RtxContext*);
+   } cases[] = {
+#define ALIAS(type)                                                                                                  \
+   {                                                                                                                 \
+#type, [](RtxContext* c) {                                                                                         \
+       TS24008IE_##type record;                                                                                        \
+       return NASDec_TS24008IE_##type(c, &record);                                                                     \
+    } \
+   }
+         ALIAS(ConnectedNumber),    ALIAS(RedirectingPartyBCDNumber),  ALIAS(ConnectedSubaddress),
+         ALIAS(IdentityType2Value), ALIAS(RedirectingPartySubaddress), ALIAS(SMCause2Value),
+         ALIAS(RadioPriority2),
+#undef ALIAS
+   };
+   for (const auto& c : cases) {
+      TestContext context;
+      EXPECT_EQ(c.run(context.decode({})), RTX_E_END_OF_DATA) << c.name;
+      ASSERT_NE(context->elemNames.head, nullptr) << c.name;
+      EXPECT_STREQ(static_cast<const char*>(context->elemNames.head->data), c.name);
+   }
 }
 
 // A negative status for each allocation that fails.
@@ -521,6 +594,52 @@ TEST(Custom, HeapFailures) {
       }
       EXPECT_EQ(status, 0) << c.what;
       EXPECT_GT(failures, 1u) << c.what;
+   }
+}
+
+// Lists whose entries come one by one return at once where there is no memory; the traffic flow template
+// records it.
+TEST(Custom, ListEntriesWithoutMemoryReturnDirectly) {
+   static size_t largest;
+   const struct {
+      const char* hex;
+      int (*run)(RtxContext*);
+      size_t records;
+   } cases[] = {
+         {"07 80 00 0D 00 00 10 00",
+          [](RtxContext* c) {
+             TS24008IE_ProtocolConfigOptions record{};
+             return NASDec_TS24008IE_ProtocolConfigOptions(c, &record);
+          },
+          0},
+         {"07 11 E0 00 22 3C 00 00",
+          [](RtxContext* c) {
+             TS24008IE_MSRadioAccessCapability record{};
+             return NASDec_TS24008IE_MSRadioAccessCapability(c, &record);
+          },
+          0},
+         {"06 50 02 04 00 01 00 02",
+          [](RtxContext* c) {
+             TS24008IE_TFT record{};
+             return NASDec_TS24008IE_TFT(c, &record);
+          },
+          1},
+   };
+   for (const auto& c : cases) {
+      RtxContext context;
+      largest = SIZE_MAX;
+      ASSERT_EQ(rtxInitContextExt(
+                      &context,
+                      [](size_t size) -> void* { return size <= largest ? std::malloc(size) : nullptr; },
+                      nullptr, std::free),
+                0);
+      rtxMemHeapSetFlags(&context, RTX_MH_RAW_ONLY);
+      Octets input = octets(c.hex);
+      rtxCtxtSetBufPtr(&context, input.data(), input.size());
+      largest = 64; // a name, but no array of entries
+      EXPECT_EQ(c.run(&context), RTX_E_NOMEM) << c.hex;
+      EXPECT_EQ(rtxErrGetErrorCnt(&context), c.records) << c.hex;
+      rtFreeContext(&context);
    }
 }
 
