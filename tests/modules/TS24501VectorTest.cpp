@@ -239,25 +239,41 @@ MessageRules rules() {
          {"dns", at(nameServer, {"pcoUnits.contents"})},
          {"length", lengthOfMessage},
    };
-   const std::string units = "UCS2 text: the number of units is taken from the octet index";
-   const std::string leading = "leading bits ahead of the type that are not all ones";
-   const std::string extension = "protocol options of one octet whose ext bit asks for another one";
+   // What lies behind the place of the failure is out of reach; the rest is compared.
+   const MessageRules::Refusal ucs2 = {RTX_E_END_OF_DATA,
+                                       "UCS2 text: the number of units is taken from the octet index",
+                                       {"network-name", "time-zone", "time", "iei-order"}};
+   const MessageRules::Refusal noSlices = {
+         RTX_E_CONSTRAINT, "NSSAI without contents", {"timer-unit", "timer-value", "iei-order"}};
+   const MessageRules::Refusal leading = {
+         RTX_E_CONSTRAINT,
+         "leading bits ahead of the type that are not all ones",
+         {"message", "type", "security-header", "plmn", "amf-region", "amf-set", "tmsi", "iei-order"}};
+   const MessageRules::Refusal extension = {
+         RTX_E_END_OF_DATA,
+         "protocol options of one octet whose ext bit asks for another one",
+         {"iei-order"}};
    all.refused = {
-         {"registration-request-5", {RTX_E_LENGTH_OVERRUN, "security capability without contents"}},
-         {"registration-accept-1", {RTX_E_CONSTRAINT, "NSSAI without contents"}},
-         {"registration-accept-7", {RTX_E_CONSTRAINT, "NSSAI without contents"}},
-         {"deregistration-request-ue-originating-3", {RTX_E_CONSTRAINT, leading}},
-         {"service-request-service-request-1", {RTX_E_CONSTRAINT, leading}},
-         {"service-request-service-request-4", {RTX_E_CONSTRAINT, leading}},
-         {"service-request-2", {RTX_E_CONSTRAINT, leading}},
-         {"configuration-update-command-2", {RTX_E_END_OF_DATA, units}},
-         {"configuration-update-command-3", {RTX_E_END_OF_DATA, units}},
-         {"configuration-update-command-4", {RTX_E_END_OF_DATA, units}},
+         {"registration-request-5",
+          {RTX_E_LENGTH_OVERRUN, "security capability without contents", {"sst", "iei-order"}}},
+         {"registration-accept-1", noSlices},
+         {"registration-accept-7", noSlices},
+         {"deregistration-request-ue-originating-3", leading},
+         {"service-request-service-request-1", leading},
+         {"service-request-service-request-4", leading},
+         {"service-request-2", leading},
+         {"configuration-update-command-2", ucs2},
+         {"configuration-update-command-3", ucs2},
+         {"configuration-update-command-4", ucs2},
          {"dl-nas-transport-pdu-session-establishment-accep-3",
-          {RTX_E_BAD_ENUM, "QoS rule that breaks off: a packet filter of component type 0"}},
-         {"pdu-session-establishment-request-1", {RTX_E_BAD_ENUM, "session type 0"}},
-         {"pdu-session-modification-command-reject-1", {RTX_E_END_OF_DATA, extension}},
-         {"pdu-session-release-reject-1", {RTX_E_END_OF_DATA, extension}},
+          {RTX_E_BAD_ENUM,
+           "QoS rule that breaks off: a packet filter of component type 0",
+           {"qos-rule", "rule-operation", "filters", "filter-component", "qos-rule-precedence", "qfi",
+            "ambr-unit-dl", "ambr-dl", "ambr-unit-ul", "ambr-ul", "ipv4", "iei-order"}}},
+         {"pdu-session-establishment-request-1",
+          {RTX_E_BAD_ENUM, "session type 0", {"ssc-mode", "iei-order"}}},
+         {"pdu-session-modification-command-reject-1", extension},
+         {"pdu-session-release-reject-1", extension},
    };
    for (const char* number : {"registration-request-2", "registration-request-3", "registration-request-4",
                               "registration-request-5", "registration-request-6", "registration-request-7",
