@@ -23,6 +23,26 @@ struct Place {
    std::string root = "pvalue->"; // record that expressions begin at
 };
 
+// Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
+// record as it was, counts and pointers included.
+bool mayStayUnset(const Type& type);
+
+bool mayStayUnset(const Field& field) {
+   if (field.type.type != nullptr && mayStayUnset(*field.type.type)) return true;
+   for (auto& inner : field.fields)
+      if (mayStayUnset(*inner)) return true;
+   for (auto& arm : field.arms)
+      if (arm.field != nullptr && mayStayUnset(*arm.field)) return true;
+   return false;
+}
+
+bool mayStayUnset(const Type& type) {
+   const Type& base = baseType(type);
+   if (base.custom && base.cls != Class::V) return true;
+   return std::any_of(base.fields.begin(), base.fields.end(),
+                      [](auto& field) { return mayStayUnset(*field); });
+}
+
 class CodecEmitter {
 public:
    explicit CodecEmitter(bool encode) : enc_(encode) {}
@@ -622,7 +642,8 @@ private:
       } else if (enc_) {
          body = "return " + encoderName(*r.type) + "(e.ctxt(), " + encodeArgument(*r.type, "x") + ");";
       } else {
-         if (r.heap && hasInit(*r.type)) body = initName(*r.type) + "(&x); ";
+         // No initialiser of the record around an array has been at its elements.
+         if ((r.heap || mayStayUnset(*r.type)) && hasInit(*r.type)) body = initName(*r.type) + "(&x); ";
          body += "return " + decoderName(*r.type) + "(d.ctxt(), " + pointerArgument(*r.type, "x") + ");";
       }
       const std::string lambda = "[" + capture + "](auto& " + c() + ", auto& x) { " + body + " }";

@@ -339,6 +339,7 @@ const Decoded kDecoded[] = {
       {"SmPduDnReqContainer", "02 AABB", RTX_E_CONSTRAINT, "two octets"},
       {"DSTTEthMACAddr", "05 0011223344 55", RTX_E_LENGTH_OVERRUN, "an octet lacks"},
       {"EPSBearerCtxts", "0006 50 0003 20 0000", RTX_E_CONSTRAINT, "six octets"},
+      {"EPSBearerCtxt", "70 0003 51 03 00", 0, "a template that leaves its record as it was"},
       {"EPSParam", "06 01 00", RTX_E_BAD_CHOICE, "parameter 6"},
       {"Parameter", "02 02 0101 02", RTX_E_LENGTH_OVERRUN, "a bit rate cut"},
       {"QoSRule", "01 0003 00 01 01", RTX_E_BAD_ENUM, "operation 0"},
