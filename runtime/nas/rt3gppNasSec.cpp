@@ -150,11 +150,12 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
 }
 
 int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
-   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   // The code and the cipher of one message fail alike and leave one record: its status is -71, not -50.
+   if (pctxt->nasSec == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (length == 0 || sec.cipherAlg == algNull) return RTX_OK;
    if (sec.cipherAlg != algAes) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
-   if (sec.aesSchedules == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   if (sec.aesSchedules == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
    uint8_t nonce[prefixSize];
    storeWord(nonce, prefixOf(sec));
@@ -163,7 +164,7 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
 }
 
 int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac) {
-   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   if (pctxt->nasSec == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (mac == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
    if (sec.integAlg == algNull) {
@@ -172,7 +173,7 @@ int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t*
    }
    if (sec.integAlg != algAes) return refuseAlgorithm(pctxt, "integrity algorithm", sec.integAlg);
    if (sec.aesSchedules == nullptr || sec.cmacSubkeys == nullptr)
-      return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+      return recordFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr && length != 0) return recordNewFailure(pctxt, RTX_E_NULL);
 
    const size_t total = length + prefixSize;

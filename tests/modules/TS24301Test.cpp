@@ -516,7 +516,7 @@ TEST(EpsSecurity, WithoutASecurityState) {
    EXPECT_EQ(decodedAs("07 44 0B", NASDec_TS24301Msg_PDU), "0 @3.0");
    EXPECT_EQ(decodedAs("57 AAAAAAAA 09 07 44 0B", NASDec_TS24301Msg_PDU), "0 @9.0");
    EXPECT_EQ(decodedAs("17 AAAAAAAA 09 07 44 0B", NASDec_TS24301Msg_PDU), "-71 @9.0 errors=-71");
-   EXPECT_EQ(decodedAs("27 AAAAAAAA 09 07 44 0B", NASDec_TS24301Msg_PDU).substr(0, 8), "-50 @6.0");
+   EXPECT_EQ(decodedAs("27 AAAAAAAA 09 07 44 0B", NASDec_TS24301Msg_PDU), "-71 @6.0 names=PDU errors=-71");
    EXPECT_EQ(protectedBy(kNull, 2), "27000000000907440b");
    Message message("TS24301Msg_PDU");
    TS24301Msg_PDU* pdu = attachReject(message, 1);
@@ -609,6 +609,11 @@ TEST(EpsSecurity, ServiceRequest) {
    pdu.secHdr = {TS24007L3_SecHdrType_secHdrForSvcReq, 7, 0, 0};
    pdu.data.t = 10;
    EXPECT_EQ(encodedAs(NASEnc_TS24301Msg_PDU, pdu), "-9 @0.0 names=PDU errors=-9 wrote ");
+   TS24301Msg_ServiceRequest request{12, 7, {0, 6}, {}};
+   request.shortMAC[0] = 0xAB;
+   pdu.data.t = 23;
+   pdu.data.u.obj_ServiceRequest = &request;
+   EXPECT_EQ(encodedAs(NASEnc_TS24301Msg_PDU, pdu), "-71 @4.0 errors=-71 wrote c706ab00");
 }
 
 } // namespace

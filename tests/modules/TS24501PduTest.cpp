@@ -75,7 +75,7 @@ TEST(Header5GS, WithoutSecurityState) {
    EXPECT_EQ(pdu.record().secHdr.msgAuthCode, 0x12345678u);
    EXPECT_EQ(pdu.record().secHdr.seqNumber, 5);
    Pdu5GS ciphered;
-   EXPECT_EQ(ciphered.decode("7E 02 12345678 05 7E005B01"), RTX_E_MULTIPLE);
+   EXPECT_EQ(ciphered.decode("7E 02 12345678 05 7E005B01"), RTX_E_NO_SECURITY);
    EXPECT_EQ(ciphered.record().data.t, 0u);
    EXPECT_EQ(ciphered.record().m.secHdrPresent, 1);
    Pdu5GS plain;
