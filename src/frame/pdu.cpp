@@ -4,17 +4,17 @@ namespace quorva::frame {
 
 int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, int line) {
    RtxContext* ctxt = d.ctxt();
-   L3_TRY(d.push(row.member));
+   void* record = data;
    if (row.decode != nullptr) {
-      void* record = data;
       if (!row.isInline) {
          record = rtxMemHeapAlloc(ctxt, row.size);
          if (record == nullptr) return RTX_E_NOMEM;
          std::memcpy(data, &record, sizeof record);
       }
       if (row.init != nullptr) row.init(record);
-      L3_TRY(d.inner(line, row.decode, record, reported));
    }
+   L3_TRY(d.push(row.member));
+   if (row.decode != nullptr) L3_TRY(d.inner(line, row.decode, record, reported));
    d.pop();
    return 0;
 }

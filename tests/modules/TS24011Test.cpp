@@ -3,6 +3,7 @@
 #include "quorva/TS24011Msg.h"
 #include "tests/modules/codecs.h"
 #include "tests/modules/messages.h"
+#include "tests/support/systemMemory.h"
 
 using namespace quorva::test;
 
@@ -119,24 +120,25 @@ TEST(ControlPdu, LeavesTheTransactionIdentifierAlone) {
 }
 
 TEST(ControlPdu, NoMemoryForTheRecord) {
-   // Enough for the context, none for a record.
-   static bool full;
-   full = false;
+   system_memory::reset();
    RtxContext context;
-   ASSERT_EQ(rtxInitContextExt(
-                   &context, [](size_t size) { return full ? nullptr : std::malloc(size); },
-                   [](void* piece, size_t size) { return full ? nullptr : std::realloc(piece, size); },
-                   std::free),
+   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
              0);
-   uint8_t input[] = {0x89, 0x01, 0x01, 0x11};
-   rtxCtxtSetBufPtr(&context, input, sizeof input);
    TS24011Msg_CP_PDU pdu;
    asn1Init_TS24011Msg_CP_PDU(&pdu);
-   full = true;
+   // A message without a record leaves spare nodes for the names, and then there is room for no record.
+   Octets acknowledgement = octets("89 04"), data = octets("89 01 01 11");
+   rtxCtxtSetBufPtr(&context, acknowledgement.data(), acknowledgement.size());
+   ASSERT_EQ(NASDec_TS24011Msg_CP_PDU(&context, &pdu), 0);
+   system_memory::failHook = [] { return true; };
+   while (rtxMemHeapAlloc(&context, sizeof(TS24011Msg_CPDATA)) != nullptr) {}
+   rtxCtxtSetBufPtr(&context, data.data(), data.size());
    EXPECT_EQ(NASDec_TS24011Msg_CP_PDU(&context, &pdu), RTX_E_NOMEM);
    EXPECT_EQ(rtxErrGetErrorCnt(&context), 0u); // returned directly
-   full = false;
+   ASSERT_EQ(context.elemNames.count, 2u);     // ahead of the member's name
+   EXPECT_STREQ(static_cast<const char*>(context.elemNames.tail->data), "data");
    rtFreeContext(&context);
+   system_memory::failHook = nullptr;
 }
 
 TEST(RelayPdu, ArmsByTheMessageType) {
