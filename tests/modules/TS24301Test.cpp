@@ -34,11 +34,14 @@ std::string decodedAs(const std::string& hex, int (*decode)(RtxContext*, Record*
 }
 
 template <class Record>
-std::string encodedAs(int (*encode)(RtxContext*, Record*), const Record& record) {
-   return encoded([&](RtxContext* ctxt) {
-      Record copy = record;
-      return encode(ctxt, &copy);
-   });
+std::string encodedAs(int (*encode)(RtxContext*, Record*), const Record& record,
+                      std::string* trace = nullptr) {
+   return encoded(
+         [&](RtxContext* ctxt) {
+            Record copy = record;
+            return encode(ctxt, &copy);
+         },
+         512, trace);
 }
 
 std::string repeated(const std::string& hex, size_t times) {
@@ -116,7 +119,11 @@ TEST(EpsElements, MobileIdentityEncoder) {
    record.oddEvenInd = 1;
    record.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_imsi;
    std::strcpy(record.content.u.imsi, "262021234567890");
-   EXPECT_EQ(encodedAs(NASEnc_TS24301IE_EPSMobileIdentity, record), "082926202143658709");
+   std::string trace;
+   EXPECT_EQ(encodedAs(NASEnc_TS24301IE_EPSMobileIdentity, record, &trace), "082926202143658709");
+   EXPECT_EQ(trace.substr(0, trace.find(" BOOLEAN")),
+             "EPSMobileIdentity.length INTEGER 8; EPSMobileIdentity.imsi[0] INTEGER 4; "
+             "EPSMobileIdentity.oddEvenInd");
    record.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_imei;
    std::strcpy(record.content.u.imei, "12345678");
    record.oddEvenInd = 0;
@@ -127,6 +134,9 @@ TEST(EpsElements, MobileIdentityEncoder) {
    record.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
    record.content.u.guti = {{"001", "01"}, {0, 2}, 1, {0xC3, 1, 0x73, 0x2F}};
    EXPECT_EQ(encodedAs(NASEnc_TS24301IE_EPSMobileIdentity, record), "0bf600f110000201c301732f");
+   record.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_imsi;
+   record.content.u.imsi[0] = 0; // what stands behind is no digit
+   EXPECT_EQ(encodedAs(NASEnc_TS24301IE_EPSMobileIdentity, record), "01f1");
    // Any other selector fails at the first nibble, behind the length's place.
    record.typeOfIdent = 2;
    EXPECT_EQ(encodedAs(NASEnc_TS24301IE_EPSMobileIdentity, record),
@@ -272,7 +282,22 @@ TEST(EpsElements, UserIdentityAndRemoteContext) {
    EXPECT_EQ(context.m.udpPortRangePresent, 1);
    EXPECT_EQ(context.m.tcpPortRangePresent, 0);
    EXPECT_EQ(context.udpPortRange[0], 0xAA);
-   EXPECT_NE(trace.find("optional bit 1"), std::string::npos) << trace;
+   const std::string bits = "RemoteUECtxt.upri4 optional bit 1; RemoteUECtxt.tpri4 optional bit 1; ";
+   EXPECT_NE(trace.find(bits), std::string::npos) << trace;
+   TestContext other;
+   const std::string octets = "0e01015211c0a800011388aabbccdd";
+   ASSERT_EQ(NASDec_TS24301IE_RemoteUECtxt(other.decode(octetsOf(octets)), &context), 0);
+   EXPECT_EQ(encodedAs(NASEnc_TS24301IE_RemoteUECtxt, context, &trace), octets);
+   EXPECT_NE(trace.find(bits), std::string::npos) << trace;
+   // Presence bits from before do not count, and without theirs no identities are written.
+   EXPECT_EQ(NASDec_TS24301IE_RemoteUECtxt(other.decode(octetsOf("02 00 00")), &context), 0);
+   EXPECT_EQ(context.m.udpPortRangePresent, 0);
+   EXPECT_EQ(context.m.userIdentsPresent, 1);
+   context.m.userIdentsPresent = 0;
+   context.numUserIdents = 1;
+   EXPECT_EQ(encodedAs(NASEnc_TS24301IE_RemoteUECtxt, context), "020100");
+   EXPECT_EQ(decodedAs("01 02 11 11", NASDec_TS24301IE_RemoteUECtxt),
+             "-66 @2.3 names=RemoteUECtxt in=1 errors=-66");
    EXPECT_EQ(decodedAs("0005 0001000000", NASDec_TS24301IE_RemoteUECtxtList),
              "-16 @3.0 names=RemoteUECtxtList.numRemUECtxts level=1 in=1");
 }
@@ -339,6 +364,11 @@ TEST(EpsPdu, OptionsByDiscriminator) {
    EXPECT_EQ(pdu.l3HdrOpts.t, 2u);
    EXPECT_EQ(pdu.l3HdrOpts.u.transId.flag, 1);
    EXPECT_EQ(pdu.l3HdrOpts.u.transId.value, 3);
+   // A security header from before does not count.
+   TestContext context;
+   pdu.m.secHdrPresent = 1;
+   EXPECT_EQ(NASDec_TS24301Msg_PDU(context.decode(octetsOf("07 46")), &pdu), 0);
+   EXPECT_EQ(pdu.m.secHdrPresent, 0);
    decodedAs("B5 01", NASDec_TS24301Msg_PDU, pdu);
    EXPECT_EQ(pdu.l3HdrOpts.t, 1u);
    EXPECT_EQ(pdu.l3HdrOpts.u.skipInd, 11);
@@ -390,6 +420,12 @@ TEST(EpsPdu, DirectionOfDetachRequest) {
       request->t = 3;
       EXPECT_EQ(encodedAs(NASEnc_TS24301Msg_DetachRequest, *request).substr(0, 3), "-9 ");
    }
+}
+
+// What a message inside merely reports ends the whole with its status, and with nothing left behind.
+TEST(EpsPdu, ReportsOfAMessageInside) {
+   EXPECT_EQ(decodedAs("07 45 02 30 01 AA", NASDec_TS24301Msg_PDU), "-67 @6.0 errors=-67 parms=48");
+   EXPECT_EQ(decodedAs("52 00 C2 30 01 AA", NASDec_TS24301Msg_PDU_SM), "-67 @6.0 errors=-67 parms=48");
 }
 
 // A message in a container is a record; its own reports do not stop the outer one.
