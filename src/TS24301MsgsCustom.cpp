@@ -116,7 +116,7 @@ static int decodeServiceRequest(Decoder& d, TS24301Msg_PDU* pvalue, size_t start
    RtxContext* ctxt = d.ctxt();
    uint32_t mac = 0;
    bool computed = false;
-   if (ctxt->bufSize - start >= 2) {
+   if (start + 2 <= ctxt->bufSize) {
       const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + start, 2, &mac);
       computed = status >= 0;
       if (!computed) (void)d.failed(status);
@@ -194,6 +194,7 @@ int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
       if (request == nullptr) return e.failed(RTX_E_NULL);
       if (const int status = NASEnc_TS24301Msg_ServiceRequest(pctxt, request); status < 0)
          return e.failed(status);
+      if (pctxt->bufByteIndex < start + 4) return e.failed(RTX_E_CANNOT_DO); // gone into a stream
       uint32_t mac = 0;
       if (const int status = rtx3gppComputeMAC(pctxt, pctxt->bufData + start, 2, &mac); status < 0)
          return e.failed(status);

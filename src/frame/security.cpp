@@ -15,9 +15,11 @@ void macMismatch(Decoder& d, uint32_t received, uint32_t computed, int line) {
 
 void checkMac(Decoder& d, size_t from, uint32_t received, int line) {
    RtxContext* ctxt = d.ctxt();
-   if (from > ctxt->bufSize) return; // the header has been read: can't be
    uint32_t computed = 0;
-   const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + from, ctxt->bufSize - from, &computed);
+   // Under a stream the octets may have moved in the buffer, or left it. A code is never passed over.
+   const int status = from > ctxt->bufSize
+                            ? RTX_E_END_OF_DATA
+                            : rtx3gppComputeMAC(ctxt, ctxt->bufData + from, ctxt->bufSize - from, &computed);
    if (status < 0) {
       const Site where = d.site(line);
       rtxErrSetData(ctxt, status, where.file, where.line);
@@ -38,6 +40,7 @@ int protect(Encoder& e, size_t macFrom, size_t cipherFrom, size_t macAt, bool ci
             int line) {
    RtxContext* ctxt = e.ctxt();
    const Mark end(ctxt);
+   if (end.index < cipherFrom) return e.failed(RTX_E_CANNOT_DO, line); // gone into a stream
    if (cipher) {
       if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + cipherFrom, end.index - cipherFrom);
           status < 0)

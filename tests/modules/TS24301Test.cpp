@@ -2,6 +2,8 @@
 // says so; a test that fails here for being odd has found someone's improvement.
 
 #include "quorva/rt3gppNasSec.h"
+#include "quorva/rtxBits.h"
+#include "quorva/rtxStream.h"
 #include "quorva/TS24301IE.h"
 #include "quorva/TS24301Msg.h"
 #include "tests/frame/frameTest.h"
@@ -574,6 +576,50 @@ TEST(EpsSecurity, MessageInTheMiddleOfABuffer) {
    context->bufByteIndex = 3;
    EXPECT_EQ(NASDec_TS24301Msg_PDU(context, pdu), 0);
    EXPECT_EQ(pdu->data.u.obj_AttachReject->emmCause, 11u);
+}
+
+// The buffer of a stream does not keep a message from its start. A code that can't be computed any more is
+// told; none is written over other octets.
+TEST(EpsSecurity, OctetsThatHaveLeftTheBuffer) {
+   static Octets source;
+   uint8_t buffer[8];
+   const auto attach = [&buffer](TestContext& context, uint16_t direction, RtxStream& stream) {
+      context->flags &= ~RTX_CTXT_BUFFER_MODE;
+      context->stream = &stream;
+      context->bufData = buffer;
+      stream.kind = RTX_STREAM_KIND_FILE;
+      stream.flags = static_cast<uint16_t>(direction | RTX_STREAM_CTXT_BUF);
+      stream.inputLimit = SIZE_MAX;
+      stream.ctxtBufSize = sizeof buffer;
+      stream.read = [](RtxStream*, uint8_t* target, size_t count) {
+         count = std::min(count, source.size());
+         std::copy_n(source.begin(), count, target);
+         source.erase(source.begin(), source.begin() + static_cast<std::ptrdiff_t>(count));
+         return static_cast<ptrdiff_t>(count);
+      };
+      stream.write = [](RtxStream*, const uint8_t*, size_t) { return 0; };
+   };
+   Message message("TS24301Msg_PDU");
+   TestContext& context = message.context();
+   kKeys.apply(context);
+   TS24301Msg_PDU* pdu = attachReject(message, 1);
+   RtxStream in{}, out{};
+   source = octetsOf("5555555555 17 AAAAAAAA 09 07 44 0B");
+   attach(context, RTX_STREAM_READ, in);
+   context->bufByteIndex = context->bufSize = 0;
+   uint8_t before[5];
+   EXPECT_EQ(rtxReadBytes(context, before, sizeof before), 0);
+   EXPECT_EQ(state(context, NASDec_TS24301Msg_PDU(context, pdu)), "-2 @6.0 errors=-2")
+         << "the message is there";
+   EXPECT_EQ(pdu->data.u.obj_AttachReject->emmCause, 11u);
+   rtxErrReset(context);
+
+   pdu = attachReject(message, 2);
+   attach(context, RTX_STREAM_WRITE, out);
+   context->bufByteIndex = 5;
+   context->bufSize = sizeof buffer;
+   EXPECT_EQ(state(context, NASEnc_TS24301Msg_PDU(context, pdu)), "-48 @6.0 names=PDU errors=-48");
+   context->stream = nullptr;
 }
 
 // The look ahead is not traced. The short form stays so to its end and beyond, as nothing switches the trace
