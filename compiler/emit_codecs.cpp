@@ -52,7 +52,7 @@ public:
       nextVariable_ = 0;
       extDeclared_ = inBits_ = groups_ = octetsLast_ = false;
       isMessage_ = type.kind == TypeKind::Message || type.kind == TypeKind::OneElement ||
-                   type.kind == TypeKind::Empty;
+                   type.kind == TypeKind::Empty || type.kind == TypeKind::Pdu;
       result_.clear();
       const std::string function = enc_ ? encoderName(type) : decoderName(type);
       w_.open("int " + function + "(RtxContext* pctxt" +
@@ -70,10 +70,11 @@ public:
 private:
    std::string c() const { return enc_ ? "e" : "d"; }
 
-   // The spelling of a type's name in the trace: the decoder of this one knows it by its C name where the
-   // encoder keeps the hyphens. The difference stays.
+   // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
+   // encoders keep the hyphens. The difference stays.
    std::string typeName(const Type& type) const {
-      return !enc_ && type.name == "MsgType-MM-CC-SS" ? cName(type.name) : type.name;
+      const bool differs = type.name == "MsgType-MM-CC-SS" || type.kind == TypeKind::Pdu;
+      return !enc_ && differs ? cName(type.name) : type.name;
    }
 
    void attempt(const std::string& call) { w_.line("L3_TRY(" + c() + "." + call + ");"); }
@@ -108,6 +109,7 @@ private:
          return finish();
       case TypeKind::Record: return record(type);
       case TypeKind::Message: return message(type);
+      case TypeKind::Pdu: return pdu(type);
       default: return;
       }
    }
@@ -836,6 +838,13 @@ private:
       within(place);
    }
 
+   // A PDU that needs no table; its end reports what the message inside did.
+   void pdu(const Type& type) {
+      sequence(type.fields, Place{"pvalue->", "", false}, false);
+      if (!enc_) result_ = "messageStatus(pctxt)";
+      finish();
+   }
+
    void message(const Type& type) {
       const Place place{"pvalue->", "", false};
       clearPresence(type.fields, "pvalue->");
@@ -1024,9 +1033,8 @@ std::string prologue(const Module& module, bool encode) {
 void emitDirection(const Module& module, bool encode, Outputs& out) {
    std::vector<std::string> codecs;
    for (auto& type : module.types) {
-      if (type->custom || type->kind == TypeKind::Pdu || type->kind == TypeKind::Digits ||
-          type->kind == TypeKind::Text)
-         continue;
+      const bool byHand = type->custom || (type->kind == TypeKind::Pdu && !type->table.empty());
+      if (byHand || type->kind == TypeKind::Digits || type->kind == TypeKind::Text) continue;
       codecs.push_back(CodecEmitter(encode).type(*type) + "\n");
    }
    for (unsigned unit = 0; unit < module.units; ++unit) {

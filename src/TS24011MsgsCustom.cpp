@@ -1,5 +1,5 @@
-// The PDUs of the control and of the relay protocol, TS 24.011, 7.2 and 7.3. Encoders spell the types' names
-// with a hyphen, decoders with an underscore: deliberate, the trace shows both.
+// The PDU of the control protocol, TS 24.011, 7.2. The encoder spells the type's name with a hyphen, the
+// decoder with an underscore: deliberate, the trace shows both.
 
 #include "src/frame/pdu.h"
 #include "src/frame/security.h"
@@ -31,45 +31,5 @@ int NASDec_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
    if (pvalue->protoDiscr != TS24007L3_ProtoDiscr_sms) return newBadChoice(d);
    L3_TRY(d.fields(integer<8>("msgType", pvalue->msgType)));
    L3_TRY(decodeData(d, pvalue->data, kTS24011Msg_CP_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
-   return d.ended(messageStatus(pctxt));
-}
-
-int NASEnc_TS24011Msg_RP_PDU(RtxContext* pctxt, TS24011Msg_RP_PDU* pvalue) {
-   Encoder e(pctxt, kEncSource);
-   L3_TRY(e.begin("RP-PDU"));
-   L3_TRY(e.item("header", NASEnc_TS24011Msg_RPHeader, &pvalue->header));
-   L3_TRY(e.push("infoElem"));
-   auto& u = pvalue->infoElem.u;
-   switch (pvalue->header.rpMsgType) {
-   case 0: L3_TRY(e.item("dataToNet", NASEnc_TS24011Msg_RPDataMSOriginating, &u.dataToNet)); break;
-   case 1: L3_TRY(e.item("dataToMS", NASEnc_TS24011Msg_RPDataMSTerminated, &u.dataToMS)); break;
-   case 2: L3_TRY(e.item("ackToNet", NASEnc_TS24011Msg_RP_ACK, &u.ackToNet)); break;
-   case 3: L3_TRY(e.item("ackToMS", NASEnc_TS24011Msg_RP_ACK, &u.ackToMS)); break;
-   case 4: L3_TRY(e.item("errorToNet", NASEnc_TS24011Msg_RP_ERROR, &u.errorToNet)); break;
-   case 5: L3_TRY(e.item("errorToMS", NASEnc_TS24011Msg_RP_ERROR, &u.errorToMS)); break;
-   case 6: L3_TRY(e.nothing("smma")); break;
-   default: return e.badChoice();
-   }
-   e.pop();
-   return e.done();
-}
-
-int NASDec_TS24011Msg_RP_PDU(RtxContext* pctxt, TS24011Msg_RP_PDU* pvalue) {
-   Decoder d(pctxt, kDecSource);
-   L3_TRY(d.begin("RP_PDU"));
-   L3_TRY(d.item("header", NASDec_TS24011Msg_RPHeader, &pvalue->header));
-   L3_TRY(d.push("infoElem"));
-   auto& u = pvalue->infoElem.u;
-   switch (pvalue->header.rpMsgType) {
-   case 0: L3_TRY(d.message("dataToNet", NASDec_TS24011Msg_RPDataMSOriginating, &u.dataToNet)); break;
-   case 1: L3_TRY(d.message("dataToMS", NASDec_TS24011Msg_RPDataMSTerminated, &u.dataToMS)); break;
-   case 2: L3_TRY(d.message("ackToNet", NASDec_TS24011Msg_RP_ACK, &u.ackToNet)); break;
-   case 3: L3_TRY(d.message("ackToMS", NASDec_TS24011Msg_RP_ACK, &u.ackToMS)); break;
-   case 4: L3_TRY(d.message("errorToNet", NASDec_TS24011Msg_RP_ERROR, &u.errorToNet)); break;
-   case 5: L3_TRY(d.message("errorToMS", NASDec_TS24011Msg_RP_ERROR, &u.errorToMS)); break;
-   case 6: L3_TRY(d.nothing("smma")); break;
-   default: return d.badChoice();
-   }
-   d.pop();
    return d.ended(messageStatus(pctxt));
 }
