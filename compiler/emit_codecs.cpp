@@ -150,11 +150,14 @@ private:
       finish();
    }
 
-   // A length on the wire that no record holds, around a value.
+   // A length on the wire that no record holds, around a value; that of a fixed one must be its octets.
    template <class Body>
    void bare(const Type& type, Body body) {
       if (!type.bare) return body();
-      openLength(type.cls == Class::LVE ? 16 : 8, "length", "", type.bounds, "length");
+      Bounds bounds;
+      if (const uint64_t octets = type.kind == TypeKind::Octets ? type.count : type.bits / 8; octets != 0)
+         bounds.low = bounds.high = octets;
+      openLength(type.cls == Class::LVE ? 16 : 8, "length", "", bounds, "length");
       body();
       closeLength(type.cls == Class::LVE ? 16 : 8, "", Bounds{}, "length", false);
    }
