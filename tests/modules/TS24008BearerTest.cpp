@@ -1,4 +1,5 @@
 // Octet chains, quality of service, protocol options and addresses.
+#include "quorva/registry.h"
 #include "quorva/TS24008IE.h"
 #include "tests/modules/codecs.h"
 
@@ -313,6 +314,91 @@ TEST(TFTParam, EachStringHasACountOfItsOwn) {
    ASSERT_EQ(decode(context, "01 04 01 AA 00 00", NASDec_TS24008IE_TFTParam, &record), 0)
          << "surplus skipped";
    EXPECT_EQ(context.used(), 6u);
+}
+
+// What the length or count ahead of an element may say.
+TEST(Elements, LengthsWithinTheirBounds) {
+   struct Case {
+      unsigned low, high;
+      std::vector<const char*> types;
+   };
+   const Case cases[] = {
+         {1,
+          1,
+          {"DaylightSavingTime", "MMTimer", "AlertingPattern", "AllowedActions", "StreamIdentifierValue",
+           "NetCallCtrlCaps", "CauseOfNoCLI", "AddnNetFeatureSupport", "VoiceDomainPref", "ReattemptInd",
+           "PacketFlowIdentValue", "GPRSTimer2", "GPRSTimer3", "SMCause2Value", "AuxiliaryStates",
+           "ServiceCategoryValue"}},
+         {1, 2, {"ExtDRXParams", "MBMSBearerCaps"}},
+         {1, 12, {"AuthRespParamExt"}},
+         {1, 248, {"InterRATInfoContainer"}},
+         {1, 253, {"ProtocolConfigOptions"}},
+         {1, 255, {"UserUser"}},
+         {2, 2, {"NetResourceIdentContainer", "UplinkDataStatus", "DcnID"}},
+         {2, 22, {"PacketDataProtoAddr"}},
+         {2, 255, {"ReceiveNPDUNumberList"}},
+         {3, 3, {"P_TMSISignature2", "PlmnCnID"}},
+         {3, 6, {"TMGI"}},
+         {3, 253, {"SupportedCodecList"}},
+         {4, 4, {"MsgAuthCode"}},
+         {4, 255, {"QualityOfService"}},
+         {5, 5, {"LocAreaIdent2"}},
+         {6, 6, {"RoutingAreaIdent2"}},
+         {0, 8, {"MSNetworkCapability"}},
+         {0, 16, {"LowLayerCompatibility", "MBMSContextStatus"}},
+         {0, 32, {"MobileStationClassmark3"}},
+         {0, 50, {"MSRadioAccessCapability"}},
+   };
+   for (const Case& c : cases) {
+      for (const char* name : c.types) {
+         const QuorvaType* type = quorvaFindType(("TS24008IE_" + std::string(name)).c_str());
+         ASSERT_NE(type, nullptr) << name;
+         for (unsigned length = 0; length < 256; ++length) {
+            TestContext context;
+            std::vector<uint64_t> record(type->size / 8 + 1);
+            Octets input(300);
+            input[0] = static_cast<uint8_t>(length);
+            const int status = type->decode(context.decode(input), record.data());
+            const bool legal = length >= c.low && length <= c.high;
+            // Some refuse the zeros that follow, or miss octets; the codecs and rates are too many then.
+            const bool tooMany = legal && c.high > 248 && length > c.low;
+            if (!tooMany) {
+               EXPECT_EQ(status == RTX_E_CONSTRAINT, !legal) << name << " " << length;
+            }
+         }
+      }
+   }
+   const std::pair<const char*, int> counts[] = {
+         {"00", 0}, {"03 01 02 03", 0}, {"01 01", RTX_E_CONSTRAINT}, {"02 01 02", RTX_E_CONSTRAINT}};
+   for (const auto& [hex, status] : counts) {
+      TestContext context;
+      TS24008IE_LSAIdentifier lsa{};
+      EXPECT_EQ(decode(context, hex, NASDec_TS24008IE_LSAIdentifier, &lsa), status) << hex;
+   }
+}
+
+TEST(Elements, EntriesWithinTheirBounds) {
+   TestContext context;
+   TS24008IE_ReceiveNPDUNumber number{};
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_ReceiveNPDUNumber, &number), "status -16");
+   EXPECT_EQ(decode(context, "01 20", NASDec_TS24008IE_ReceiveNPDUNumber, &number), RTX_E_CONSTRAINT);
+   TS24008IE_EmergencyNumberList numbers{};
+   for (unsigned n = 0; n < 13; ++n) {
+      std::string hex = hexFromOctets(Octets{static_cast<uint8_t>(3 * n)});
+      for (unsigned i = 0; i < n; ++i) hex += "020121";
+      const int status = n == 0 || n > 10 ? RTX_E_CONSTRAINT : 0;
+      EXPECT_EQ(decode(context, hex, NASDec_TS24008IE_EmergencyNumberList, &numbers), status) << n;
+      if (status == 0) {
+         EXPECT_EQ(encode(context, NASEnc_TS24008IE_EmergencyNumberList, &numbers), spaced(octets(hex)));
+      }
+   }
+   numbers.numbers.n = 0;
+   EXPECT_EQ(encode(context, NASEnc_TS24008IE_EmergencyNumberList, &numbers), "status -16");
+   for (const char* hex : {"FFFD 80", "0000 80"}) {
+      TS24008IE_ExtProtoConfigOptions options{};
+      EXPECT_EQ(decode(context, hex, NASDec_TS24008IE_ExtProtoConfigOptions, &options), RTX_E_CONSTRAINT)
+            << hex;
+   }
 }
 
 // Elements of general use with an end of their own.

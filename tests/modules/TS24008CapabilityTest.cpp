@@ -1,6 +1,6 @@
 // Capabilities of the mobile: releases, what lies behind the last known field, and elements that end early.
-#include "quorva/TS24008IE.h"
 #include "quorva/rtxBits.h"
+#include "quorva/TS24008IE.h"
 #include "tests/modules/codecs.h"
 
 #include <cstring>
@@ -221,6 +221,41 @@ TEST(Capabilities, AlignedElementsThatBeginInsideAnOctetPassTheirEnd) {
       ASSERT_EQ(rtxDecBits(context, &nibble, 4), 0);
       EXPECT_EQ(c.run(context), RTX_E_LENGTH_OVERRUN) << c.hex;
       EXPECT_EQ(context->bufBitsLeft, 8) << c.hex;
+   }
+}
+
+TEST(GERANIuModeCap, LengthOfFourBitsCountsBits) {
+   struct Case {
+      const char* hex;
+      int status;
+      std::string spareBits;
+   };
+   const Case cases[] = {
+         {"18", 0, ""},
+         {"3D", 0, "10"},
+         {"FD 55 4F", 0, "10101010101010"}, // the last five bits are not the element's
+         {"0F", RTX_E_LENGTH_OVERRUN, ""},
+         {"F8", RTX_E_END_OF_DATA, ""},
+   };
+   for (const Case& c : cases) {
+      TestContext context;
+      TS24008IE_GERANIuModeCap record{};
+      ASSERT_EQ(decode(context, c.hex, NASDec_TS24008IE_GERANIuModeCap, &record), c.status) << c.hex;
+      if (c.status != 0) continue;
+      EXPECT_EQ(record.floIuCap, 1) << c.hex;
+      EXPECT_EQ(bitsOf({record.spareBits.numbits, record.spareBits.data}), c.spareBits) << c.hex;
+      EXPECT_EQ(rtxCtxtGetBitOffset(context), 5 + c.spareBits.size()) << c.hex;
+      context.encode();
+      ASSERT_EQ(NASEnc_TS24008IE_GERANIuModeCap(context, &record), 0);
+      EXPECT_EQ(rtxCtxtGetBitOffset(context), 5 + c.spareBits.size()) << c.hex;
+      EXPECT_EQ(record.length, 1 + c.spareBits.size()) << c.hex;
+   }
+   TestContext context;
+   TS24008IE_GERANIuModeCap record{};
+   for (const uint8_t numbits :
+        {uint8_t{15}, uint8_t{17}}) { // more than the length can say, and than the record has
+      record.spareBits.numbits = numbits;
+      EXPECT_EQ(encode(context, NASEnc_TS24008IE_GERANIuModeCap, &record), "status -16") << int{numbits};
    }
 }
 

@@ -1,4 +1,5 @@
 // Hand-written codecs of texts, packed lists, linked TI and the traffic flow template.
+#include "quorva/rtxBits.h"
 #include "quorva/rtxDiag.h"
 #include "quorva/TS24008IE.h"
 #include "tests/modules/codecs.h"
@@ -72,6 +73,7 @@ TEST(AccessPointName, DecoderKeepsWithinCountDataAndText) {
          {label("65 64", 100), RTX_E_CONSTRAINT, ""},
          {label("FF FE", 254), RTX_E_CONSTRAINT, ""},
          {label(("FF 3F" + label("", 63) + "3F").c_str(), 63), RTX_E_CONSTRAINT, std::string(63, 'a')},
+         {"FF 01 61", RTX_E_CONSTRAINT, "a"},
          {"00 01", 0, ""},
    };
    for (const Case& c : cases) {
@@ -216,6 +218,12 @@ TEST(ReceiveNPDUNumberList, EntriesOfTwelveBits) {
          EXPECT_EQ(record.contents.elem[i].nsapi * 256 + record.contents.elem[i].numberValue, c.numbers[i]);
    }
    TestContext context;
+   TS24008IE_ReceiveNPDUNumberList shifted{};
+   context.decode(octets("00 25 12 0F"));
+   ASSERT_EQ(rtxSkipBits(context, 4), 0);
+   EXPECT_EQ(NASDec_TS24008IE_ReceiveNPDUNumberList(context, &shifted), 0) << "behind a half octet";
+   EXPECT_EQ(shifted.contents.n, 1u);
+   EXPECT_EQ(rtxCtxtGetBitOffset(context), 32u) << "on to the next octet";
    TS24008IE_ReceiveNPDUNumber entries[] = {{5, 0x12}, {6, 0x34}, {7, 0x89}};
    TS24008IE_ReceiveNPDUNumberList record{};
    record.contents = {3, entries};
@@ -309,7 +317,7 @@ TEST(TFT, LengthIsKeptWithoutAContainer) {
          {"end behind the data", "20 21 " + filter, 0, 33},
          {"the cursor stays behind the last parameter", "03 50 01 03 02 AA BB CC", 0, 7},
          {"parameters cut", "09 50 01 03 02 AA BB", RTX_E_END_OF_DATA, 7},
-         {"filters without an octet for them", "01 21 " + filter, 0, 2},
+         {"filters without an octet for them", "01 3F", 0, 2},
          {"code 7", "02 E0 00", RTX_E_BAD_ENUM, 1},
          {"identifiers cut", "04 A3 01 02", RTX_E_END_OF_DATA, 2},
          {"filter type 34", "06 21 31 0A 02 22 11", RTX_E_BAD_CHOICE, 6},
