@@ -26,6 +26,17 @@ public:
       context()->bitFields = &list_;
    }
 
+   /** The fields since trace(): name, kind, bits. */
+   std::vector<std::string> traced() {
+      std::vector<std::string> all;
+      for (const RtxSListNode* node = list_.fieldList.head; node != nullptr; node = node->next) {
+         const auto* field = static_cast<const RtxDiagBitField*>(node->data);
+         all.push_back(std::string(field->elemName) + " " + field->nameSuffix + " " +
+                       std::to_string(field->bitCount));
+      }
+      return all;
+   }
+
    size_t bitsUsed() { return rtxCtxtGetBitOffset(context()); }
    bool clean() { return context()->errList.count == 0; }
 
@@ -105,6 +116,22 @@ TEST(TS24008Header, ExtensionBitIsNotRead) {
    EXPECT_EQ(pdu->l3HdrOpts.u.transId.flag, 1);
    EXPECT_EQ(pdu->l3HdrOpts.u.transId.value, 5);
    EXPECT_EQ(pdu->data.t, 94u);
+}
+
+// The decoder reads a skip indicator whatever the protocol, and takes it apart later.
+TEST(TS24008Header, Trace) {
+   Pdu pdu;
+   pdu.trace();
+   ASSERT_EQ(pdu.decode("F3 89 8F"), 0);
+   EXPECT_EQ(pdu.traced(), (std::vector<std::string>{"PDU.l3HdrOpts.skipInd INTEGER 4",
+                                                     "PDU.protoDiscr ENUMERATED 4", "PDU.transId flag 1",
+                                                     "PDU.transId INTEGER 7", "PDU.msgType INTEGER 8"}));
+   pdu.trace();
+   EXPECT_EQ(pdu.encode(), "f3 09 8f");
+   EXPECT_EQ(pdu.traced(),
+             (std::vector<std::string>{"PDU.l3HdrOpts.transId.flag BOOLEAN 1",
+                                       "PDU.l3HdrOpts.transId.value INTEGER 3", "PDU.protoDiscr ENUMERATED 4",
+                                       "PDU.transId.value INTEGER 8", "PDU.msgType INTEGER 8"}));
 }
 
 // The nibble and the octet behind it ask for different discriminators: deliberate.
@@ -303,7 +330,8 @@ TEST(TS24008Dispatch, NoMemoryForTheRecord) {
    static_assert(sizeof(TS24008Msg_Setup) > 1024);
    TS24008Msg_PDU pdu;
    EXPECT_EQ(NASDec_TS24008Msg_PDU(&context, &pdu), RTX_E_NOMEM);
-   EXPECT_EQ(context.errList.count, 0u); // given back as it is
+   EXPECT_EQ(context.errList.count, 0u);   // given back as it is
+   EXPECT_EQ(context.elemNames.count, 2u); // ahead of the message's own name
    system_memory::failHook = nullptr;
    rtFreeContext(&context);
    EXPECT_EQ(system_memory::live, 0u);
@@ -404,6 +432,8 @@ const ScanCase kScans[] = {
       {"0A 47 95 27 01 80", 0, "", "session management"},
       {"0A 47 27 01 80 95 7B 00 00 00", 0, "protocolConfigOptions",
        "a length of 16 bits is not known as such: its first octet is a length of 0, the others are unknown"},
+      {"0A 47 7B 00 01 80 7B 00 01 80", RTX_E_BAD_IEI, "extProtoConfigOptions",
+       "repeated, nothing of it is skipped: its length is an unknown element"},
       {"05 02 02 F8 10 04 04 95 17 05 F4 12 34 56 78", 0, "locAreaIdent mobileIdentity",
        "mobility management has no shifts: an unknown element of one octet"},
       {"08 21 95 46 80", 0, "localTimeZone", "nor has GPRS mobility management"},
