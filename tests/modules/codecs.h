@@ -45,16 +45,6 @@ std::string encode(TestContext& context, Encode function, Arguments... arguments
    return status < 0 ? "status " + std::to_string(status) : spaced(octetsFromHex(context.written()));
 }
 
-/** Decodes and encodes again. */
-template <class Record>
-std::string recode(const std::string& hex, int (*decodeRecord)(RtxContext*, Record*),
-                   int (*encodeRecord)(RtxContext*, Record*), Record& record) {
-   TestContext context;
-   if (const int status = decode(context, hex, decodeRecord, &record); status < 0)
-      return "status " + std::to_string(status);
-   return encode(context, encodeRecord, &record);
-}
-
 } // namespace quorva::test
 
 #endif
