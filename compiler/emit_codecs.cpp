@@ -1060,7 +1060,7 @@ void emitMessages(const Module& module, Outputs& out) {
    for (auto& type : module.types) {
       if (type->table.empty()) continue;
       w.line();
-      w.open("static const quorva::frame::MessageRow k" + recordName(*type) + "Rows[] = {");
+      w.open("static constexpr quorva::frame::MessageRow k" + recordName(*type) + "Rows[] = {");
       for (auto& row : type->table) {
          std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
                             std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
@@ -1081,9 +1081,11 @@ void emitMessages(const Module& module, Outputs& out) {
                 (value ? "*" : "") + "static_cast<" + record + "*>(r)); }},");
       }
       w.close("};");
-      w.line("extern const quorva::frame::MessageTable k" + recordName(*type) + "Messages;");
-      w.line("const quorva::frame::MessageTable k" + recordName(*type) + "Messages = {k" + recordName(*type) +
-             "Rows, " + std::to_string(type->table.size()) + "};");
+      const std::string name = "k" + recordName(*type);
+      w.line("static constexpr auto " + name + "Index = quorva::frame::indexOf(" + name + "Rows);");
+      w.line("extern const quorva::frame::MessageTable " + name + "Messages;");
+      w.line("const quorva::frame::MessageTable " + name + "Messages = {" + name + "Rows, &" + name +
+             "Index};");
    }
    out["src/" + module.file + "Messages.cpp"] = w.text();
 }

@@ -42,6 +42,9 @@ struct RtxMemHeap {
    RtxDListNode* spareNames;      /**< Name stack nodes to use again, linked by `next`. */
    RtxDListNode* spareContainers; /**< Container stack nodes to use again, each with its entry as `data`. */
    RtxFreeFunc recordFreeFn;      /**< Frees this record; differs from freeFn after a change to static. */
+   struct RtxMemHeapNodes* nodes; /**< Nodes in one allocation for both stacks, or null. */
+   uint32_t namesUsed;            /**< Of `nodes`: name nodes handed out, spare ones included. */
+   uint32_t containersUsed;       /**< The same of container nodes. */
 };
 
 #define RTX_MH_FREE_EMPTY_BLOCK 0x00000001u /**< A block that becomes all free goes back to the system. */

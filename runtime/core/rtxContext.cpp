@@ -14,6 +14,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -51,11 +52,33 @@ void freeSystemBuffer(RtxContext* pctxt) {
 
 namespace quorva::hot {
 
+/** The nodes of the heap, allocated with their first use; null if there is no memory for them. */
+static RtxStackNodes* stackNodes(RtxContext* pctxt) {
+   if (pctxt->memHeap == nullptr || pctxt->memHeap->nodes == nullptr) [[unlikely]] {
+      void* nodes = rtxMemHeapAlloc(pctxt, sizeof(RtxStackNodes));
+      if (nodes == nullptr) return nullptr;
+      pctxt->memHeap->nodes = static_cast<RtxMemHeapNodes*>(nodes);
+      pctxt->memHeap->namesUsed = pctxt->memHeap->containersUsed = 0;
+   }
+   return reinterpret_cast<RtxStackNodes*>(pctxt->memHeap->nodes);
+}
+
 RtxDListNode* newNameNode(RtxContext* pctxt) {
+   RtxStackNodes* nodes = stackNodes(pctxt);
+   if (nodes == nullptr) return nullptr;
+   if (pctxt->memHeap->namesUsed < std::size(nodes->names)) [[likely]]
+      return &nodes->names[pctxt->memHeap->namesUsed++];
    return static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
 }
 
 RtxDListNode* newContainerNode(RtxContext* pctxt) {
+   RtxStackNodes* nodes = stackNodes(pctxt);
+   if (nodes == nullptr) return nullptr;
+   if (pctxt->memHeap->containersUsed < std::size(nodes->containers)) [[likely]] {
+      const uint32_t i = pctxt->memHeap->containersUsed++;
+      nodes->containers[i].data = &nodes->limits[i];
+      return &nodes->containers[i];
+   }
    auto* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
    if (node == nullptr) return nullptr;
    node->data = rtxMemHeapAlloc(pctxt, sizeof(RtxContainer));

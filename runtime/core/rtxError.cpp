@@ -166,7 +166,11 @@ size_t rtxErrGetErrorCnt(const RtxContext* pctxt) {
 }
 
 int rtxErrReset(RtxContext* pctxt) {
-   if (pctxt->elemNames.head != nullptr) rtxDListFreeNodes(pctxt, &pctxt->elemNames);
+   if (RtxDList& names = pctxt->elemNames; names.head != nullptr) {
+      if (rtxMemHeapIsEmpty(pctxt)) // the nodes went with a reset of the heap
+         names = RtxDList{};
+      while (names.head != nullptr) hot::removeName(pctxt);
+   }
    rtxErrResetErrInfo(pctxt);
    rtxCtxtPopAllContainers(pctxt);
    return RTX_OK;

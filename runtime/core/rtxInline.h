@@ -34,6 +34,14 @@ struct RtxContainer {
    int16_t bitsLeft;
 };
 
+/** Nodes for the stacks of most messages; what nests deeper gets one by one. Entries stand first, so that no
+ * node has the address of the allocation. */
+struct RtxStackNodes {
+   RtxContainer limits[6];
+   RtxDListNode containers[6];
+   RtxDListNode names[12];
+};
+
 /* Uncommon cases, out of line. */
 RtxDListNode* newNameNode(RtxContext* pctxt);
 RtxDListNode* newContainerNode(RtxContext* pctxt);

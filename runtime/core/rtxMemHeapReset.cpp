@@ -10,6 +10,7 @@ namespace {
 void forgetSpares(RtxMemHeap* heap) {
    heap->spareNames = nullptr;
    heap->spareContainers = nullptr;
+   heap->nodes = nullptr;
 }
 
 /** Does the entry of a spare container node have an allocation of its own? */
@@ -17,36 +18,62 @@ bool ownEntry(const RtxDListNode* node) {
    return node->data != nullptr && node->data != node + 1;
 }
 
-/** Gives spare nodes back while the heap lives on. */
-void freeSpares(void* handle) {
-   RtxMemHeap* heap = heapOf(handle);
-   RtxDListNode* lists[] = {heap->spareNames, heap->spareContainers};
-   forgetSpares(heap);
-   for (int i = 0; i < 2; ++i) {
-      for (RtxDListNode *node = lists[i], *next; node != nullptr; node = next) {
-         next = node->next;
-         if (i == 1 && ownEntry(node)) rtxMemHeapFreePtr(handle, node->data);
-         rtxMemHeapFreePtr(handle, node);
+/** Is the node one of those that share an allocation? */
+bool sharedNode(const RtxMemHeap* heap, const RtxDListNode* node) {
+   if (heap->nodes == nullptr) return false;
+   const auto begin = reinterpret_cast<uintptr_t>(heap->nodes);
+   const auto address = reinterpret_cast<uintptr_t>(node);
+   return address >= begin && address - begin < sizeof(hot::RtxStackNodes);
+}
+
+/** What the spare nodes take. */
+struct Spares {
+   size_t allocations = 0, octets = 0;
+};
+Spares countSpares(const RtxMemHeap* heap) {
+   Spares spares;
+   size_t shared = 0;
+   for (const RtxDListNode* list : {heap->spareNames, heap->spareContainers}) {
+      for (const RtxDListNode* node = list; node != nullptr; node = node->next) {
+         if (sharedNode(heap, node)) {
+            ++shared;
+            continue;
+         }
+         const bool entry = list == heap->spareContainers && ownEntry(node);
+         spares.allocations += entry ? 2 : 1;
+         spares.octets += sizeof(RtxDListNode) + (entry ? sizeof(hot::RtxContainer) : 0);
       }
    }
+   if (heap->nodes != nullptr && shared == heap->namesUsed + heap->containersUsed) {
+      ++spares.allocations;
+      spares.octets += sizeof(hot::RtxStackNodes);
+   }
+   return spares;
 }
 
-/** Allocations that the spare nodes take. */
-size_t countSpares(const RtxMemHeap* heap) {
-   size_t count = 0;
-   for (const RtxDListNode* node = heap->spareNames; node != nullptr; node = node->next) ++count;
-   for (const RtxDListNode* node = heap->spareContainers; node != nullptr; node = node->next)
-      count += ownEntry(node) ? 2 : 1;
-   return count;
-}
-
-size_t staticSpareOctets(const RtxMemHeap* heap) {
-   size_t octets = 0;
-   for (const RtxDListNode* node = heap->spareNames; node != nullptr; node = node->next)
-      octets += sizeof(RtxDListNode);
-   for (const RtxDListNode* node = heap->spareContainers; node != nullptr; node = node->next)
-      octets += sizeof(RtxDListNode) + sizeof(hot::RtxContainer);
-   return octets;
+/** Gives spare nodes back while the heap lives on; those that share an allocation with one in use stay. */
+void freeSpares(void* handle) {
+   RtxMemHeap* heap = heapOf(handle);
+   size_t shared = 0;
+   for (RtxDListNode** list : {&heap->spareNames, &heap->spareContainers}) {
+      RtxDListNode* kept = nullptr;
+      for (RtxDListNode *node = *list, *next; node != nullptr; node = next) {
+         next = node->next;
+         if (sharedNode(heap, node)) {
+            node->next = kept;
+            kept = node;
+            ++shared;
+            continue;
+         }
+         if (list == &heap->spareContainers && ownEntry(node)) rtxMemHeapFreePtr(handle, node->data);
+         rtxMemHeapFreePtr(handle, node);
+      }
+      *list = kept;
+   }
+   if (heap->nodes != nullptr && shared == heap->namesUsed + heap->containersUsed) {
+      rtxMemHeapFreePtr(handle, heap->nodes);
+      forgetSpares(heap);
+   }
 }
 
 /** Are there more than `limit` live allocations? */
@@ -195,8 +222,8 @@ void rtxMemHeapReset(void* handle) {
 int rtxMemHeapIsEmpty(void* handle) {
    RtxMemHeap* heap = heapOf(handle);
    if (heap == nullptr) return 1;
-   if (isStatic(heap)) return heap->staticUsed == staticSpareOctets(heap);
+   if (isStatic(heap)) return heap->staticUsed == countSpares(heap).octets;
    if (!liveBeyond(heap, 0)) return 1;
-   const size_t spares = countSpares(heap);
+   const size_t spares = countSpares(heap).allocations;
    return spares != 0 && !liveBeyond(heap, spares);
 }

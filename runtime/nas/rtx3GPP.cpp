@@ -25,6 +25,12 @@ int readBits(RtxContext* pctxt, uint8_t* value, size_t nbits) {
 
 /** Reads the two nibbles of an octet, the second digit first. */
 int readPair(RtxContext* pctxt, char* first, char* second) {
+   if (pctxt->bufBitsLeft == 8 && pctxt->bufByteIndex < pctxt->bufSize) {
+      const unsigned octet = pctxt->bufData[pctxt->bufByteIndex++];
+      *first = tbcdToChar(octet & 15);
+      *second = tbcdToChar(octet >> 4);
+      return RTX_OK;
+   }
    uint8_t high, low;
    int stat = readBits(pctxt, &high, 4);
    if (stat == RTX_OK) stat = readBits(pctxt, &low, 4);
@@ -43,6 +49,20 @@ bool octetAtHand(const RtxContext* pctxt) {
 
 int rtx3GPPEnc_MCC_MNC(RtxContext* pctxt, const char* mcc, const char* mnc) {
    const char thirdOfMnc = mnc[2] == tbcdFiller ? '\0' : mnc[2];
+   if (pctxt->bufBitsLeft == 8 && pctxt->stream == nullptr && pctxt->bufByteIndex < pctxt->bufSize &&
+       pctxt->bufSize - pctxt->bufByteIndex >= 3) {
+      const int mcc21 = tbcdFromChar(mcc[1]) << 4 | tbcdFromChar(mcc[0]);
+      const int third = tbcdFromChar(thirdOfMnc) << 4 | tbcdFromChar(mcc[2]);
+      const int mnc21 = tbcdFromChar(mnc[1]) << 4 | tbcdFromChar(mnc[0]);
+      if ((mcc21 | third | mnc21) >= 0) { // else the loop finds out which
+         uint8_t* at = pctxt->bufData + pctxt->bufByteIndex;
+         at[0] = static_cast<uint8_t>(mcc21);
+         at[1] = static_cast<uint8_t>(third);
+         at[2] = static_cast<uint8_t>(mnc21);
+         pctxt->bufByteIndex += 3;
+         return RTX_OK;
+      }
+   }
    for (const char digit : {mcc[1], mcc[0], thirdOfMnc, mcc[2], mnc[1], mnc[0]}) {
       const int nibble = tbcdFromChar(digit);
       if (nibble < 0) return recordFailure(pctxt, RTX_E_BAD_CHAR);

@@ -28,7 +28,10 @@ int rtxEncQ825TBCDString(RtxContext* pctxt, const char* str) {
       const int pair = tbcdPair(str);
       if (pair < 0) return recordFailure(pctxt, RTX_E_BAD_CHAR);
       const uint8_t octet = static_cast<uint8_t>(pair);
-      if (const int stat = rtxWriteBytes(pctxt, &octet, 1); stat != RTX_OK) return recordFailure(pctxt, stat);
+      if (pctxt->bufBitsLeft == 8 && pctxt->stream == nullptr && pctxt->bufByteIndex < pctxt->bufSize)
+         pctxt->bufData[pctxt->bufByteIndex++] = octet;
+      else if (const int stat = rtxWriteBytes(pctxt, &octet, 1); stat != RTX_OK)
+         return recordFailure(pctxt, stat);
       str += str[1] != 0 ? 2 : 1;
    }
    return RTX_OK;
@@ -36,12 +39,18 @@ int rtxEncQ825TBCDString(RtxContext* pctxt, const char* str) {
 
 int rtxDecQ825TBCDString(RtxContext* pctxt, size_t numOctets, char* str, size_t strSize) {
    if (strSize == 0 || numOctets > (strSize - 1) / 2) return recordFailure(pctxt, RTX_E_BUFFER_FULL);
+   const bool atHand = pctxt->stream == nullptr && pctxt->bufByteIndex <= pctxt->bufSize &&
+                       pctxt->bufSize - pctxt->bufByteIndex >= numOctets;
    for (size_t i = 0; i < numOctets; ++i) {
       uint8_t octet;
-      if (const int stat = rtxReadBytes(pctxt, &octet, 1); stat != RTX_OK) return recordFailure(pctxt, stat);
+      if (atHand)
+         octet = pctxt->bufData[pctxt->bufByteIndex++];
+      else if (const int stat = rtxReadBytes(pctxt, &octet, 1); stat != RTX_OK)
+         return recordFailure(pctxt, stat);
       *str++ = tbcdToChar(octet & 15);
       *str++ = tbcdToChar(octet >> 4);
    }
+   if (atHand && numOctets != 0) pctxt->lastChar = pctxt->bufData[pctxt->bufByteIndex - 1];
    *str = 0;
    return RTX_OK;
 }

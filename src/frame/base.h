@@ -173,9 +173,9 @@ public:
    // A primitive under a trace field of its own kind, without an element name.
    template <class Primitive>
    int traced(const char* kind, Primitive primitive, int line = __builtin_LINE()) {
-      rtxDiagNewBitField(ctxt_->bitFields, kind);
+      if (ctxt_->bitFields != nullptr) rtxDiagNewBitField(ctxt_->bitFields, kind);
       if (const int status = primitive(); status < 0) return failed(status, line);
-      rtxDiagSetBitFldCount(ctxt_->bitFields);
+      if (ctxt_->bitFields != nullptr) rtxDiagSetBitFldCount(ctxt_->bitFields);
       return 0;
    }
 

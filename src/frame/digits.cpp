@@ -1,6 +1,7 @@
 #include "src/frame/digits.h"
 
 #include "quorva/rtxTBCD.h"
+#include "runtime/nas/tbcd.h"
 
 namespace quorva::frame {
 
@@ -13,6 +14,17 @@ int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, cha
    rtxDiagNewBitField(ctxt->bitFields, "TBCDString");
    rtxTBCDBinToChar(first, text);
    char* at = text + 1;
+   if (isPlain(ctxt) && hasOctets(ctxt, octets)) {
+      const uint8_t* from = ctxt->bufData + ctxt->bufByteIndex;
+      for (size_t i = 0; i < octets; ++i) {
+         *at++ = tbcdToChar(from[i] & 0x0F);
+         *at++ = tbcdToChar(from[i] >> 4);
+      }
+      *at = 0;
+      ctxt->bufByteIndex += octets;
+      d.pop();
+      return 0;
+   }
    for (size_t i = 0; i < octets; ++i) {
       uint8_t octet = 0;
       if (const int status = rtxReadBytes(ctxt, &octet, 1); status < 0) return d.failed(status, line);

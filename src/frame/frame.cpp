@@ -26,11 +26,29 @@ constexpr IndexName makeIndexName(unsigned index) {
    return name;
 }
 
-void openTrace(RtxContext* ctxt, const char* kind) {
-   rtxDiagNewBitField(ctxt->bitFields, kind);
+L3_INLINE void openTrace(RtxContext* ctxt, const char* kind) {
+   if (ctxt->bitFields != nullptr) rtxDiagNewBitField(ctxt->bitFields, kind);
 }
-void closeTrace(RtxContext* ctxt) {
-   rtxDiagSetBitFldCount(ctxt->bitFields);
+L3_INLINE void closeTrace(RtxContext* ctxt) {
+   if (ctxt->bitFields != nullptr) rtxDiagSetBitFldCount(ctxt->bitFields);
+}
+
+// Octets in the short form: those at the cursor if `numocts` are there, or have room, and nobody looks.
+uint8_t* plainOctets(RtxContext* ctxt, size_t numocts) {
+   return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
+}
+
+// The same of a string behind its count; passes the count.
+uint8_t* plainCounted(RtxContext* ctxt, unsigned countOctets, size_t capacity, const Limits& limits,
+                      uint32_t* count) {
+   const uint8_t* at = plainOctets(ctxt, countOctets);
+   if (at == nullptr || countOctets > 2) return nullptr;
+   const size_t numocts = countOctets == 1 ? at[0] : size_t{at[0]} << 8 | at[1];
+   if (numocts > capacity || !limits.allow(numocts) || !hasOctets(ctxt, countOctets + numocts))
+      return nullptr;
+   *count = static_cast<uint32_t>(numocts);
+   ctxt->bufByteIndex += countOctets;
+   return ctxt->bufData + ctxt->bufByteIndex;
 }
 
 // The integer of a field in the record, whatever its size.
@@ -251,6 +269,11 @@ int readCount(RtxContext* ctxt, Site site, unsigned countOctets, uint32_t* count
 
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
                size_t capacity, const Limits& limits, uint32_t* count) {
+   if (const uint8_t* octets = plainCounted(ctxt, countOctets, capacity, limits, count)) {
+      std::memcpy(data, octets, *count);
+      ctxt->bufByteIndex += *count;
+      return 0;
+   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    L3_TRY(readCount(ctxt, site, countOctets, count));
@@ -269,9 +292,21 @@ int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
 
 int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,
                    RtxDynOctStr* value) {
+   uint32_t count = 0;
+   if (const uint8_t* octets = plainCounted(ctxt, countOctets, kRest, limits, &count)) {
+      void* copy = rtxMemHeapAlloc(ctxt, count);
+      if (copy == nullptr) [[unlikely]] {
+         if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+         return fail(ctxt, RTX_E_NOMEM, site);
+      }
+      std::memcpy(copy, octets, count);
+      ctxt->bufByteIndex += count;
+      value->numocts = count;
+      value->data = static_cast<const uint8_t*>(copy);
+      return 0;
+   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
-   uint32_t count = 0;
    L3_TRY(readCount(ctxt, site, countOctets, &count));
    const uint8_t* octets = nullptr;
    L3_TRY(readOctetsToHeap(ctxt, site, count, &octets));
@@ -295,8 +330,16 @@ size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
 
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
              const Limits& limits, uint32_t* count) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    numocts = octetsLeft(ctxt, numocts);
+   if (numocts <= capacity && limits.allow(numocts)) {
+      if (const uint8_t* octets = plainOctets(ctxt, numocts)) {
+         std::memcpy(data, octets, numocts);
+         ctxt->bufByteIndex += numocts;
+         *count = static_cast<uint32_t>(numocts);
+         return 0;
+      }
+   }
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    *count = 0;
    if (numocts > capacity) return RTX_E_CONSTRAINT;
    *count = static_cast<uint32_t>(numocts);
@@ -483,6 +526,15 @@ int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t
 
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity) {
+   if (numocts <= capacity && countOctets <= 2 && numocts >> (8 * countOctets) == 0) {
+      if (uint8_t* at = plainOctets(ctxt, countOctets + numocts)) {
+         if (countOctets == 2) *at++ = static_cast<uint8_t>(numocts >> 8);
+         *at++ = static_cast<uint8_t>(numocts);
+         if (numocts != 0) std::memcpy(at, data, numocts);
+         ctxt->bufByteIndex += countOctets + numocts;
+         return 0;
+      }
+   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    if (numocts > capacity || numocts >> (8 * countOctets) != 0) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");
@@ -496,6 +548,12 @@ int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
 }
 
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail) {
+   if (uint8_t* at = fits ? plainOctets(ctxt, numocts) : nullptr) {
+      if (numocts != 0) std::memcpy(at, data, numocts);
+      ctxt->bufByteIndex += numocts;
+      if (tail) ctxt->flags |= RTX_CTXT_RAW_TAIL;
+      return 0;
+   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    if (!fits) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");

@@ -36,20 +36,40 @@ struct MessageRow {
    int (*encode)(RtxContext* ctxt, void* record);
 };
 
+// Ways into the rows of a table: place plus 1 of the first row with a type or a selector, and of the next row
+// with the same type.
+struct MessageIndex {
+   uint8_t byType[256];
+   uint8_t bySelector[256];
+   uint8_t next[256];
+};
+
+template <size_t N>
+consteval MessageIndex indexOf(const MessageRow (&rows)[N]) {
+   static_assert(N < 255);
+   MessageIndex index{};
+   for (size_t i = N; i-- > 0;) {
+      index.next[i + 1] = index.byType[rows[i].type];
+      index.byType[rows[i].type] = static_cast<uint8_t>(i + 1);
+      index.bySelector[rows[i].selector] = static_cast<uint8_t>(i + 1);
+   }
+   return index;
+}
+
 // The messages of one PDU, by discriminator and type and by selector.
 struct MessageTable {
    const MessageRow* rows;
-   size_t count;
+   const MessageIndex* index;
 
    const MessageRow* find(unsigned disc, unsigned type) const {
-      for (size_t i = 0; i < count; ++i)
-         if (rows[i].disc == disc && rows[i].type == type) return &rows[i];
-      return nullptr;
+      if (type > 255) return nullptr;
+      unsigned place = index->byType[type];
+      while (place != 0 && rows[place - 1].disc != disc) place = index->next[place];
+      return place == 0 ? nullptr : &rows[place - 1];
    }
    const MessageRow* select(uint32_t selector) const {
-      for (size_t i = 0; i < count; ++i)
-         if (rows[i].selector == selector) return &rows[i];
-      return nullptr;
+      const unsigned place = selector > 255 ? 0 : index->bySelector[selector];
+      return place == 0 ? nullptr : &rows[place - 1];
    }
 };
 
