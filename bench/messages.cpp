@@ -14,12 +14,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
+#include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -36,33 +40,42 @@ constexpr Message kMessages[] = {
       {"EPS AuthRequest", "TS24301Msg_PDU", "eps", "authentication-request-1"},
       {"EPS AuthResponse", "TS24301Msg_PDU", "eps", "authentication-response-3"},
       {"EPS SecModeCmd", "TS24301Msg_PDU", "eps", "security-mode-command-2"},
-      {"EPS AttachRequest", "TS24301Msg_PDU", "eps", "attach-request-pdn-connectivity-request-2"},
-      {"EPS AttachAccept", "TS24301Msg_PDU", "eps", "attach-accept-activate-default-eps-bearer-contex-7"},
+      {"EPS AttachRequest", "TS24301Msg_PDU", "eps", "attach-request-pdn-connectivity-request-3"},
+      {"EPS AttachAccept", "TS24301Msg_PDU", "eps", "attach-accept-activate-default-eps-bearer-contex-3"},
       {"EPS TAURequest", "TS24301Msg_PDU", "eps", "tracking-area-update-request-1"},
-      {"EPS ActvDfltBearerReq", "TS24301Msg_PDU", "eps", "activate-default-eps-bearer-context-request-1"},
+      {"EPS ActvDfltBearerReq", "TS24301Msg_PDU", "eps", "activate-default-eps-bearer-context-request-7"},
       {"5GS IdentityRequest", "TS24501Msg_PDU", "5gs", "identity-request-1"},
       {"5GS RegRequest", "TS24501Msg_PDU", "5gs", "registration-request-1"},
-      {"5GS RegAccept", "TS24501Msg_PDU", "5gs", "registration-accept-1"},
+      {"5GS RegAccept", "TS24501Msg_PDU", "5gs", "registration-accept-5"},
+      {"5GS RegAccept, small", "TS24501Msg_PDU", "5gs", "registration-accept-4"},
+      {"5GS ULTransport, SessEstReq", "TS24501Msg_PDU", "5gs",
+       "ul-nas-transport-pdu-session-establishment-reque-2"},
+      {"5GS SessEstAccept", "TS24501Msg_PDU", "5gs", "pdu-session-establishment-accept-1"},
       {"5GS SecModeCmd", "TS24501Msg_PDU", "5gs", "security-mode-command-1"},
       {"MM LocUpdatingRequest", "TS24008Msg_PDU", "ts24008", "location-updating-request-1"},
       {"CC Setup", "TS24008Msg_PDU", "ts24008", "setup-1"},
-      {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-1"},
+      {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2"},
       {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1"},
 };
 
-// The message from its plain header on: what a security header of EPS or 5GS covers stands behind it.
-std::vector<uint8_t> octetsOf(const Message& message) {
-   const std::string path = std::string(QUORVA_VECTORS "/") + message.file + ".txt";
+std::vector<quorva::test::Vector> vectorsOf(const std::string& file) {
+   const std::string path = QUORVA_VECTORS "/" + file + ".txt";
    if (!std::ifstream(path)) return {};
-   for (auto& vector : quorva::test::loadVectors(path)) {
-      if (vector.name != message.vector) continue;
-      std::vector<uint8_t> octets = vector.octets;
-      const bool eps = octets.size() > 6 && (octets[0] & 0x0F) == 7 && (octets[0] >> 4) != 0;
-      const bool fiveG = octets.size() > 7 && octets[0] == 0x7E && octets[1] != 0;
-      if (eps) octets.erase(octets.begin(), octets.begin() + 6);
-      if (fiveG) octets.erase(octets.begin(), octets.begin() + 7);
-      return octets;
-   }
+   return quorva::test::loadVectors(path);
+}
+
+// The message from its plain header on: what a security header of EPS or 5GS covers stands behind it.
+std::vector<uint8_t> plain(std::vector<uint8_t> octets) {
+   const bool eps = octets.size() > 6 && (octets[0] & 0x0F) == 7 && (octets[0] >> 4) != 0;
+   const bool fiveG = octets.size() > 7 && octets[0] == 0x7E && octets[1] != 0;
+   if (eps) octets.erase(octets.begin(), octets.begin() + 6);
+   if (fiveG) octets.erase(octets.begin(), octets.begin() + 7);
+   return octets;
+}
+
+std::vector<uint8_t> octetsOf(const Message& message) {
+   for (auto& vector : vectorsOf(message.file))
+      if (vector.name == message.vector) return plain(vector.octets);
    return {};
 }
 
@@ -88,7 +101,9 @@ void* countedRealloc(void* ptr, size_t nbytes) {
 // A context with a message decoded once.
 class Fixture {
 public:
-   explicit Fixture(const Message& message) : type(quorvaFindType(message.pdu)), octets(octetsOf(message)) {
+   explicit Fixture(const Message& message) : Fixture(message.pdu, octetsOf(message)) {}
+   Fixture(const char* pdu, std::vector<uint8_t> input)
+         : type(quorvaFindType(pdu)), octets(std::move(input)) {
       rtxInitContextExt(&ctxt, countedMalloc, countedRealloc, std::free);
       record.resize(type->size);
       output.resize(octets.size() + 64);
@@ -143,6 +158,88 @@ void encodeMessage(benchmark::State& state, const Message* message) {
    const size_t before = systemCalls;
    for (auto _ : state) benchmark::DoNotOptimize(fixture.encode());
    report(state, fixture, before);
+}
+
+// Protected by EIA2 and EEA2. What an application does a message is all in it: key set-up, a copy of the
+// octets, since they are deciphered in place, MAC and cipher.
+void secure(RtxContext& ctxt) {
+   static const uint8_t key[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+   rtx3gppSecInitialize(&ctxt);
+   rtx3gppAssignAlgorithmKeys(&ctxt, key, key, 2, 2);
+}
+
+template <class Pdu>
+void protect(Fixture& fixture) {
+   auto& pdu = *reinterpret_cast<Pdu*>(fixture.record.data());
+   pdu.m.secHdrPresent = 1;
+   pdu.secHdr = {};
+   pdu.secHdr.secHdrType = 2;
+   if constexpr (std::is_same_v<Pdu, TS24301Msg_PDU>)
+      pdu.secHdr.protoDiscr = TS24007L3_ProtoDiscr_epsMobMgmt;
+   else
+      pdu.secHdr.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+   secure(fixture.ctxt);
+   if (fixture.encode() != 0) fixture.status = -1;
+   fixture.octets.assign(fixture.output.begin(),
+                         fixture.output.begin() + static_cast<ptrdiff_t>(fixture.ctxt.bufByteIndex));
+}
+
+bool protectedForm(Fixture& fixture, const Message& message) {
+   if (fixture.octets.empty() || fixture.status != 0) return false;
+   if (std::strcmp(message.file, "eps") == 0)
+      protect<TS24301Msg_PDU>(fixture);
+   else
+      protect<TS24501Msg_PDU>(fixture);
+   return fixture.status == 0;
+}
+
+void decodeProtected(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message);
+   if (!protectedForm(fixture, *message)) return state.SkipWithError("does not decode");
+   const std::vector<uint8_t> wire = fixture.octets;
+   const size_t before = systemCalls;
+   for (auto _ : state) {
+      rtxMemReset(&fixture.ctxt);
+      secure(fixture.ctxt);
+      std::memcpy(fixture.octets.data(), wire.data(), wire.size());
+      rtxCtxtSetBufPtr(&fixture.ctxt, fixture.octets.data(), fixture.octets.size());
+      if (fixture.type->decode(&fixture.ctxt, fixture.record.data()) != 0)
+         return state.SkipWithError("does not decode");
+   }
+   report(state, fixture, before);
+}
+
+void encodeProtected(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message);
+   if (!protectedForm(fixture, *message)) return state.SkipWithError("does not encode");
+   const size_t before = systemCalls;
+   for (auto _ : state) {
+      rtx3gppSecFree(&fixture.ctxt);
+      secure(fixture.ctxt);
+      benchmark::DoNotOptimize(fixture.encode());
+   }
+   report(state, fixture, before);
+}
+
+// All messages of a file that decode, each many times in a row, or in a random order: what the caches and the
+// branch prediction of a real program cost. ns a message.
+void decodeMix(benchmark::State& state, const char* pdu, const char* file, bool shuffled) {
+   std::vector<std::unique_ptr<Fixture>> fixtures;
+   for (auto& vector : vectorsOf(file)) {
+      auto fixture = std::make_unique<Fixture>(pdu, plain(vector.octets));
+      if (fixture->status == 0) fixtures.push_back(std::move(fixture));
+   }
+   if (fixtures.empty()) return state.SkipWithError("no vectors");
+   constexpr size_t kRow = 64;
+   std::vector<Fixture*> order;
+   for (auto& fixture : fixtures) order.insert(order.end(), kRow, fixture.get());
+   if (shuffled) std::shuffle(order.begin(), order.end(), std::mt19937(1));
+   for (auto _ : state)
+      for (Fixture* fixture : order) benchmark::DoNotOptimize(fixture->decode());
+   state.counters["messages"] = static_cast<double>(fixtures.size());
+   state.counters["message"] =
+         benchmark::Counter(static_cast<double>(order.size()) * static_cast<double>(state.iterations()),
+                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 // The least that any reader does: IEI, length, skip.
@@ -262,8 +359,17 @@ const bool registered = [] {
       const std::string name = message.label;
       benchmark::RegisterBenchmark(("decode/" + name).c_str(), decodeMessage, &message);
       benchmark::RegisterBenchmark(("encode/" + name).c_str(), encodeMessage, &message);
+      if (std::strcmp(message.file, "ts24008") != 0) {
+         benchmark::RegisterBenchmark(("decode protected/" + name).c_str(), decodeProtected, &message);
+         benchmark::RegisterBenchmark(("encode protected/" + name).c_str(), encodeProtected, &message);
+      }
       benchmark::RegisterBenchmark(("tlv walk/" + name).c_str(), walkMessage, &message);
       benchmark::RegisterBenchmark(("memcpy/" + name).c_str(), copyMessage, &message);
+   }
+   for (const Message& first : {kMessages[0], kMessages[7], kMessages[14]}) {
+      const std::string file = first.file;
+      benchmark::RegisterBenchmark(("in rows/" + file).c_str(), decodeMix, first.pdu, first.file, false);
+      benchmark::RegisterBenchmark(("random mix/" + file).c_str(), decodeMix, first.pdu, first.file, true);
    }
    return true;
 }();

@@ -112,10 +112,8 @@ int NASDec_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    pvalue->m = {};
    // The encoder looks at the identifier's field even where there is none.
    pvalue->l3HdrOpts.u.transId.value = 0;
-   L3_TRY(d.push("l3HdrOpts"));
-   L3_TRY(d.fields(integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)));
-   d.pop();
-   L3_TRY(d.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+   L3_TRY(d.fields(group("l3HdrOpts", integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
+                   value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    const uint32_t discriminator = pvalue->protoDiscr;
    if (hasTransaction(discriminator)) L3_TRY(decodeTransaction(d, pvalue));
    L3_TRY(d.fields(integer<8>("msgType", pvalue->msgType)));

@@ -64,28 +64,24 @@ template <class Pdu>
 static int encodeHeader(Encoder& e, Pdu* pvalue) {
    L3_TRY(e.item("l3HdrOpts", NASEnc_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
-   L3_TRY(e.push("pti"));
    if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsSessMgmt) {
-      L3_TRY(e.fields(integer<8>("value", pvalue->pti.u.value)));
-   } else {
-      L3_TRY(e.nothing("noValue"));
+      return e.fields(group("pti", integer<8>("value", pvalue->pti.u.value)),
+                      integer<8>("msgType", pvalue->msgType));
    }
-   e.pop();
    return e.fields(integer<8>("msgType", pvalue->msgType));
 }
 
 template <class Pdu>
 static int decodeHeader(Decoder& d, Pdu* pvalue) {
-   L3_TRY(d.item("l3HdrOpts", NASDec_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
-   L3_TRY(d.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+   pvalue->l3HdrOpts.t = 1;
+   L3_TRY(d.fields(group("l3HdrOpts", armInteger<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
+                   value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    reinterpretOptions(pvalue->l3HdrOpts, pvalue->protoDiscr);
-   L3_TRY(d.push("pti"));
    if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsSessMgmt) {
-      L3_TRY(d.fields(integer<8>("value", pvalue->pti.u.value)));
-   } else {
-      L3_TRY(d.nothing("noValue"));
+      return d.fields(group("pti", integer<8>("value", pvalue->pti.u.value)),
+                      integer<8>("msgType", pvalue->msgType));
    }
-   d.pop();
+   // Of the pti stays "noValue": nothing to read, so nothing in a trace.
    return d.fields(integer<8>("msgType", pvalue->msgType));
 }
 

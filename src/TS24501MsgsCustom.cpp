@@ -48,46 +48,40 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 // What stands between the security header and the message.
 static int encodeHeader(Encoder& e, TS24501Msg_PDU* pvalue) {
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
-   L3_TRY(e.push("hdrData"));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
       auto& sm = pvalue->hdrData.u.sm;
-      L3_TRY(e.fields(group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
-                            integer<8>("procTransIdent", sm.procTransIdent))));
-      break;
+      return e.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
+                                             integer<8>("procTransIdent", sm.procTransIdent))),
+                      integer<8>("msgType", pvalue->msgType));
    }
    case TS24501Msg_NAS5GProtoDiscr_mobMgmt5G: {
       auto& mm = pvalue->hdrData.u.mm;
-      L3_TRY(e.fields(
-            group("mm", armInteger<4>("spare1", mm.spare1), value<SecHdrType>("secHdrType", mm.secHdrType))));
-      break;
+      return e.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
+                                             value<SecHdrType>("secHdrType", mm.secHdrType))),
+                      integer<8>("msgType", pvalue->msgType));
    }
-   default: return e.badChoice();
+   default: L3_TRY(e.push("hdrData")); return e.badChoice();
    }
-   e.pop();
-   return e.fields(integer<8>("msgType", pvalue->msgType));
 }
 
 static int decodeHeader(Decoder& d, TS24501Msg_PDU* pvalue) {
    L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
-   L3_TRY(d.push("hdrData"));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
       auto& sm = pvalue->hdrData.u.sm;
-      L3_TRY(d.fields(group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
-                            integer<8>("procTransIdent", sm.procTransIdent))));
-      break;
+      return d.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
+                                             integer<8>("procTransIdent", sm.procTransIdent))),
+                      integer<8>("msgType", pvalue->msgType));
    }
    case TS24501Msg_NAS5GProtoDiscr_mobMgmt5G: {
       auto& mm = pvalue->hdrData.u.mm;
-      L3_TRY(d.fields(
-            group("mm", armInteger<4>("spare1", mm.spare1), value<SecHdrType>("secHdrType", mm.secHdrType))));
-      break;
+      return d.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
+                                             value<SecHdrType>("secHdrType", mm.secHdrType))),
+                      integer<8>("msgType", pvalue->msgType));
    }
-   default: return d.badChoice();
+   default: L3_TRY(d.push("hdrData")); return d.badChoice();
    }
-   d.pop();
-   return d.fields(integer<8>("msgType", pvalue->msgType));
 }
 
 // Octets of the security header ahead of the code, of the sequence number, and of the whole of it.

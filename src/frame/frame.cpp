@@ -415,7 +415,7 @@ int decRestBitsInline(RtxContext* ctxt, Site site, const char* name, uint8_t* da
 
 int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit) {
    openTrace(ctxt, kind);
-   if (const int status = rtxDecBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
+   if (const int status = hot::decBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
    closeTrace(ctxt);
    return 0;
 }
@@ -423,7 +423,7 @@ int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit) {
 int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector) {
    openTrace(ctxt, "choice selector");
    uint32_t value = 0;
-   if (const int status = rtxDecBits(ctxt, &value, bits); status < 0) return fail(ctxt, status, site);
+   if (const int status = hot::decBits(ctxt, &value, bits); status < 0) return fail(ctxt, status, site);
    *selector = value + 1;
    closeTrace(ctxt);
    return 0;
@@ -566,7 +566,7 @@ int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t num
 
 int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit) {
    openTrace(ctxt, kind);
-   if (const int status = rtxEncBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
+   if (const int status = hot::encBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
    closeTrace(ctxt);
    return 0;
 }
