@@ -661,9 +661,13 @@ private:
          w_.line("L3_TRY(" + c() + (ext ? ".repeatExt(" : ".repeatFlags(") + r.name + ", " + r.n + ", " +
                  r.elem + (ext && !enc_ ? ", ext," : ","));
       } else {
-         w_.line("L3_TRY(" + c() + (r.times.empty() ? ".repeat(" : ".repeatTimes(") + r.name + ", " +
-                 (r.times.empty() ? "" : r.times + ", ") + r.n + ", " + r.elem + ", " + limits(r.bounds) +
-                 ",");
+         const bool octets = r.entry == nullptr && r.type == nullptr && r.bits == 8 && !r.heap;
+         w_.line("L3_TRY(" + c() +
+                 (!r.times.empty() ? ".repeatTimes("
+                  : octets         ? ".repeatOctets("
+                                   : ".repeat(") +
+                 r.name + ", " + (r.times.empty() ? "" : r.times + ", ") + r.n + ", " + r.elem + ", " +
+                 limits(r.bounds) + ",");
       }
       w_.line("      " + lambda + "));");
    }

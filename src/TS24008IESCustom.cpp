@@ -63,11 +63,8 @@ int NASEnc_TS24008IE_AccessPointName(RtxContext* pctxt, const char* value) {
    for (const char* label = value;;) {
       const size_t size = std::strcspn(label, ".");
       const auto sizeOctet = static_cast<uint8_t>(size);
-      L3_TRY(e.traced("segment length", [&] { return rtxWriteBytes(pctxt, &sizeOctet, 1); }));
-      if (size != 0)
-         L3_TRY(e.traced("IA5String", [&] {
-            return rtxWriteBytes(pctxt, reinterpret_cast<const uint8_t*>(label), size);
-         }));
+      L3_TRY(e.tracedOctets("segment length", &sizeOctet, 1));
+      if (size != 0) L3_TRY(e.tracedOctets("IA5String", label, size));
       if (label[size] == 0) break;
       label += size + 1;
    }
@@ -83,14 +80,12 @@ int NASDec_TS24008IE_AccessPointName(RtxContext* pctxt, char* value) {
    value[0] = 0;
    while (sum < count && octetAtHand(pctxt)) {
       uint8_t size = 0;
-      L3_TRY(d.traced("segment length", [&] { return rtxReadBytes(pctxt, &size, 1); }));
+      L3_TRY(d.tracedOctets("segment length", &size, 1));
       char* label = value + sum;
       sum += size + 1u;
       if (sum > count) return d.failed(RTX_E_LENGTH_OVERRUN);
       if (sum > kMaxNameOctets) return RTX_E_CONSTRAINT;
-      if (size != 0)
-         L3_TRY(d.traced("IA5String",
-                         [&] { return rtxReadBytes(pctxt, reinterpret_cast<uint8_t*>(label), size); }));
+      if (size != 0) L3_TRY(d.tracedOctets("IA5String", label, size));
       if (label != value) label[-1] = '.';
       label[size] = 0;
    }
@@ -413,7 +408,7 @@ int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("TFT"));
    L3_TRY(d.push("length"));
-   L3_TRY(d.traced("INTEGER", [&] { return rtxReadBytes(pctxt, &pvalue->length, 1); }));
+   L3_TRY(d.tracedOctets("INTEGER", &pvalue->length, 1));
    d.pop();
    const size_t end = pctxt->bufByteIndex + pvalue->length;
    if (pctxt->bufByteIndex >= end) return d.done();

@@ -140,8 +140,14 @@ public:
    // bound failure is logged.
    template <class T>
    int openNibble(const char* name, T& value, const Limits& limits, int line = __builtin_LINE()) {
-      Length unused;
-      L3_TRY(openInFull(ctxt_, site(line), name, 4, &value, sizeof value, Limits{}, false, unused));
+      uint64_t word;
+      if (peek<4>(word, std::numeric_limits<size_t>::max())) [[likely]] {
+         advanceBits(ctxt_, 4);
+         value = static_cast<T>(word);
+      } else {
+         Length unused;
+         L3_TRY(openInFull(ctxt_, site(line), name, 4, &value, sizeof value, Limits{}, false, unused));
+      }
       if (limits.allow(value)) return 0;
       L3_TRY(push(name));
       return failBound(ctxt_, value, site(line));
@@ -161,7 +167,13 @@ public:
    // Length of Bits bits that counts bits.
    template <unsigned Bits, class T>
    int openBits(const char* name, T& value, Length& length, int line = __builtin_LINE()) {
-      L3_TRY(openInFull(ctxt_, site(line), name, Bits, &value, sizeof value, Limits{}, false, length));
+      uint64_t word;
+      if (peek<Bits>(word, std::numeric_limits<size_t>::max())) [[likely]] {
+         advanceBits(ctxt_, Bits);
+         value = static_cast<T>(word);
+      } else {
+         L3_TRY(openInFull(ctxt_, site(line), name, Bits, &value, sizeof value, Limits{}, false, length));
+      }
       length.end = hot::bitOffset(ctxt_) + value;
       if (const int status = hot::pushContainerBits(ctxt_, value); status < 0)
          return fail(ctxt_, status, site(line));
@@ -235,6 +247,9 @@ public:
       }
       return decOctets(ctxt_, site(line), name, data, N);
    }
+   // Octets under a trace field of their own kind, without an element name.
+   int tracedOctets(const char* kind, void* data, size_t numocts, int line = __builtin_LINE());
+
    template <size_t N>
    int bits(const char* name, uint8_t* data) {
       return decBitString(ctxt_, name, data, (N + 7) / 8, N);
@@ -376,6 +391,22 @@ public:
       if (!limits.allow(count)) return RTX_E_CONSTRAINT;
       if (name != nullptr) pop();
       return 0;
+   }
+
+   // The same of octets into an inline array, in one piece if nothing can fail.
+   template <class N, size_t Capacity, class Function>
+   L3_INLINE int repeatOctets(const char* name, N& n, uint8_t (&elem)[Capacity], const Limits& limits,
+                              Function decode) {
+      const int64_t bits = restBits();
+      const auto count = static_cast<size_t>(bits >> 3);
+      if (bits >= 0 && bits % 8 == 0 && count <= Capacity && limits.allow(count) && isPlain(ctxt_) &&
+          hasOctets(ctxt_, count)) [[likely]] {
+         std::memcpy(elem, ctxt_->bufData + ctxt_->bufByteIndex, count);
+         ctxt_->bufByteIndex += count;
+         n = static_cast<N>(count);
+         return 0;
+      }
+      return repeat(name, n, elem, limits, decode);
    }
 
    // The same onto the heap.

@@ -156,6 +156,9 @@ public:
       }
       return encOctets(ctxt_, site(line), name, data, N);
    }
+   // Octets under a trace field of their own kind, without an element name.
+   int tracedOctets(const char* kind, const void* data, size_t numocts, int line = __builtin_LINE());
+
    template <size_t N>
    int bits(const char* name, const uint8_t* data) {
       return encBitString(ctxt_, name, data, N);
@@ -250,6 +253,17 @@ public:
    L3_INLINE int repeat(const char* name, N n, T* elem, const Limits& limits, Function encode,
                         int line = __builtin_LINE()) {
       return repeatTimes(name, n, n, elem, limits, encode, line);
+   }
+   // The same of octets, in one piece if nothing can fail.
+   template <class N, size_t Capacity, class Function>
+   L3_INLINE int repeatOctets(const char* name, N n, const uint8_t (&elem)[Capacity], const Limits& limits,
+                              Function encode) {
+      if (n <= Capacity && limits.allow(n) && isPlain(ctxt_) && hasOctets(ctxt_, n)) [[likely]] {
+         std::memcpy(ctxt_->bufData + ctxt_->bufByteIndex, elem, n);
+         ctxt_->bufByteIndex += n;
+         return 0;
+      }
+      return repeat(name, n, elem, limits, encode);
    }
    template <class N, class T, class Function>
    L3_INLINE int repeatTimes(const char* name, size_t times, N n, T* elem, const Limits& limits,

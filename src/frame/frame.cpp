@@ -437,8 +437,29 @@ int skipExtensions(RtxContext* ctxt, Site site) {
    return 0;
 }
 
+int Decoder::tracedOctets(const char* kind, void* data, size_t numocts, int line) {
+   if (const uint8_t* octets = plainOctets(ctxt_, numocts)) {
+      std::memcpy(data, octets, numocts);
+      ctxt_->bufByteIndex += numocts;
+      return 0;
+   }
+   return traced(
+         kind, [&] { return rtxReadBytes(ctxt_, static_cast<uint8_t*>(data), numocts); }, line);
+}
+
+int Encoder::tracedOctets(const char* kind, const void* data, size_t numocts, int line) {
+   if (uint8_t* octets = plainOctets(ctxt_, numocts)) {
+      std::memcpy(octets, data, numocts);
+      ctxt_->bufByteIndex += numocts;
+      return 0;
+   }
+   return traced(
+         kind, [&] { return rtxWriteBytes(ctxt_, static_cast<const uint8_t*>(data), numocts); }, line);
+}
+
 int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
-   const size_t grown = std::max<size_t>(4, 2 * used);
+   // Most lists of small elements fit in the first piece; large elements come one by one.
+   const size_t grown = used == 0 ? std::clamp<size_t>(512 / size, 1, 16) : 2 * used;
    void* array = rtxMemHeapAlloc(ctxt, grown * size);
    if (array == nullptr) return RTX_E_NOMEM;
    if (used != 0) {
