@@ -29,6 +29,8 @@ class Codec {
 public:
    Codec() {
       if (rtInitContext(&ctxt_) != 0) abort();
+      // Each allocation by itself: the sanitizer sees its bounds, and what nobody has set.
+      rtxMemHeapSetFlags(&ctxt_, RTX_MH_RAW_ONLY);
       rtxSetPrintStream(&ctxt_, formatAway, nullptr);
    }
    ~Codec() { rtFreeContext(&ctxt_); }
