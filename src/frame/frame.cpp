@@ -224,6 +224,7 @@ int decOctets(RtxContext* ctxt, Site, const char* name, uint8_t* data, size_t nu
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8);
+   if (status < 0) std::memset(data, 0, numocts); // no old memory in a record that decodes for all that
    closeTrace(ctxt);
    if (name != nullptr) hot::popElemName(ctxt);
    return status;
@@ -233,6 +234,7 @@ int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capac
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "BIT STRING");
    const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits);
+   if (status < 0) std::memset(data, 0, capacity);
    closeTrace(ctxt);
    if (name != nullptr) hot::popElemName(ctxt);
    return status;
