@@ -196,6 +196,7 @@ struct Type {
    bool freeCount = false;              // List: as with Each
    bool fill = false;                   // Octets: all that is left in the container
    bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
+   bool open = false;                   // Digits: the text has the room that the count asks for
    bool padded = false;                 // Record: the contents end within an octet, on purpose
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
    std::vector<EnumRow> rows; // Enum; Number: named values

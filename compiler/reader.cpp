@@ -337,6 +337,7 @@ void Reader::capacity(Type& type) {
       type.storage = {true, 0};
    else if (!type.count)
       unexpected("the number of characters or `heap`");
+   if (type.kind == TypeKind::Digits) type.open = acceptWord("open");
    typeWords(type);
 }
 

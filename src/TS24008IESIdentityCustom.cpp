@@ -1,4 +1,4 @@
-// Digits and identities of TS 24.008 that no description says well, and the classmarks that count their own
+// Identities of TS 24.008 that no description says well, and the classmarks that count their own
 // parts.
 #include "quorva/rtxTBCD.h"
 #include "src/TS24008IESTypes.h"
@@ -7,80 +7,8 @@
 
 using namespace quorva::frame;
 
-namespace {
-
-const char kEncoder[] = "TS24008IESEnc";
-const char kDecoder[] = "TS24008IESDec";
-
-int encodeDigits(RtxContext* pctxt, const char* type, const char* text) {
-   Encoder e(pctxt, kEncoder);
-   L3_TRY(e.begin(type));
-   L3_TRY(e.traced("TBCDString", [&] { return rtxEncQ825TBCDString(pctxt, text); }));
-   return e.done();
-}
-
-int decodeDigits(RtxContext* pctxt, const char* type, char* text, size_t room, uint32_t numocts) {
-   Decoder d(pctxt, kDecoder);
-   L3_TRY(d.begin(type));
-   L3_TRY(d.traced("TBCDString", [&] { return rtxDecQ825TBCDString(pctxt, numocts, text, room); }));
-   return d.done();
-}
-
-// What two digits an octet and the NUL need: the text of an IMSI or IMEI is as long as its caller's count
-// asks.
-size_t roomFor(uint32_t numocts) {
-   return 2 * size_t{numocts} + 1;
-}
-
-} // namespace
-
-int NASEnc_TS24008IE_IMSI(RtxContext* pctxt, const char* value) {
-   return encodeDigits(pctxt, "IMSI", value);
-}
-int NASDec_TS24008IE_IMSI(RtxContext* pctxt, char* value, uint32_t numocts) {
-   return decodeDigits(pctxt, "IMSI", value, roomFor(numocts), numocts);
-}
-
-int NASEnc_TS24008IE_IMEI(RtxContext* pctxt, const char* value) {
-   return encodeDigits(pctxt, "IMEI", value);
-}
-int NASDec_TS24008IE_IMEI(RtxContext* pctxt, char* value, uint32_t numocts) {
-   return decodeDigits(pctxt, "IMEI", value, roomFor(numocts), numocts);
-}
-
-int NASEnc_TS24008IE_IMEISV(RtxContext* pctxt, const char* value) {
-   return encodeDigits(pctxt, "IMEISV", value);
-}
-int NASDec_TS24008IE_IMEISV(RtxContext* pctxt, char* value, uint32_t numocts) {
-   return decodeDigits(pctxt, "IMEISV", value, sizeof(TS24008IE_IMEISV), numocts);
-}
-
-int NASEnc_TS24008IE_TBCDString(RtxContext* pctxt, const char* value) {
-   return encodeDigits(pctxt, "TBCDString", value);
-}
-int NASDec_TS24008IE_TBCDString(RtxContext* pctxt, const char** pvalue, uint32_t numocts) {
-   Decoder d(pctxt, kDecoder);
-   L3_TRY(d.begin("TBCDString"));
-   // A count beyond the data asks for no memory.
-   if (!quorva::hot::streamActive(pctxt) && !hasOctets(pctxt, numocts)) return d.failed(RTX_E_END_OF_DATA);
-   const size_t room = roomFor(numocts);
-   auto* text = static_cast<char*>(rtxMemHeapAlloc(pctxt, room));
-   if (text == nullptr) return d.failed(RTX_E_NOMEM);
-   L3_TRY(d.traced("TBCDString", [&] { return rtxDecQ825TBCDString(pctxt, numocts, text, room); }));
-   *pvalue = text;
-   return d.done();
-}
-
-int NASEnc_TS24008IE_TBCDString3(RtxContext* pctxt, const char* value) {
-   return encodeDigits(pctxt, "TBCDString3", value);
-}
-int NASDec_TS24008IE_TBCDString3(RtxContext* pctxt, char* value, uint32_t numocts) {
-   char text[5]; // two octets hold a filler, or one digit too many
-   L3_TRY(decodeDigits(pctxt, "TBCDString3", text, sizeof text, numocts));
-   if (std::strlen(text) >= sizeof(TS24008IE_TBCDString3)) return RTX_E_CONSTRAINT;
-   std::memcpy(value, text, std::strlen(text) + 1);
-   return 0;
-}
+static const char kEncoder[] = "TS24008IESEnc";
+static const char kDecoder[] = "TS24008IESDec";
 
 int NASEnc_TS24008IE_MCCMNCPair(RtxContext* pctxt, TS24008IE_MCCMNCPair* pvalue) {
    Encoder e(pctxt, kEncoder);

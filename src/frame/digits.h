@@ -1,7 +1,9 @@
-// Digits of an identity whose first one shares an octet with the type.
+// Digits: types that are a text of them, and those of an identity, whose first one shares an octet with the
+// type.
 #pragma once
 
 #include "src/frame/decoder.h"
+#include "src/frame/encoder.h"
 
 namespace quorva::frame {
 
@@ -13,6 +15,21 @@ template <size_t N>
 int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, char (&text)[N],
                  int line = __builtin_LINE()) {
    return decodeDigits(d, name, first, length, text, N, line);
+}
+
+// Types that are a text of digits: two an octet, by `numocts` octets; a filler ends the text early.
+int encodeDigitText(RtxContext* ctxt, const char* source, const char* type, const char* text);
+// Into a text of any size that has the room for all digits and the NUL.
+int decodeOpenDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, uint32_t numocts);
+int decodeDigitTextToHeap(RtxContext* ctxt, const char* source, const char* type, const char** text,
+                          uint32_t numocts);
+// At most `most` digits: more octets than they need are refused as too many, a digit too many is -16.
+int decodeDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, size_t most,
+                    uint32_t numocts);
+template <size_t Most>
+int decodeDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, uint32_t numocts) {
+   static_assert(Most <= 16);
+   return decodeDigitText(ctxt, source, type, text, Most, numocts);
 }
 
 } // namespace quorva::frame
