@@ -209,7 +209,7 @@ TEST(TS24008Header, EncoderRefuses) {
    EXPECT_TRUE(pdu.clean()); // the failure is the caller's to log
    pdu->l3HdrOpts.u.skipInd = 0;
    rtxCtxtPopAllContainers(pdu.context());
-   for (const uint32_t selector : {0u, 104u}) {
+   for (const uint32_t selector : {0u, 104u, 257u}) {
       Pdu other;
       asn1SetTC_TS24008Msg_PDU_obj_MMNull(other.context(), &*other);
       other->data.t = selector;
