@@ -107,7 +107,7 @@ struct MessageRules {
       int status;
       std::string reason;
       /** If any: the facts behind the place of the failure; the others are compared. */
-      std::vector<std::string_view> outOfReach = {};
+      std::vector<std::string> outOfReach = {};
    };
    std::map<std::string, Refusal> refused = {};
    /** Vectors that encode to other octets, since their sender's coding was not canonical. */
@@ -118,6 +118,17 @@ struct MessageRules {
    };
    std::map<std::string, Otherwise> readOtherwise = {};
 };
+
+using Conversions = std::map<std::string, Conversion>;
+
+/**
+ * What a file of rules says: names and facts of the messages, and the vectors that fail or differ. Its facts
+ * are converted in the common ways and by those of its own.
+ */
+MessageRules loadRules(const std::string& file, const Conversions& own = {});
+
+/** Country and network codes, of pairs at "mcc" and of these IMSIs. */
+Reader networksOf(const Conversion& ofPair, const std::vector<std::string>& imsis);
 
 /** The messages of a file by their names, for a test with parameters. */
 inline auto vectorsOf(const std::string& file, const std::string& prefix = "") {
@@ -168,7 +179,7 @@ inline void checkMessage(const Vector& vector, const MessageRules& rules) {
 
    Leaves leaves = message.leaves();
    rules.open(leaves);
-   std::vector<std::string_view> outOfReach;
+   std::vector<std::string> outOfReach;
    if (const auto other = rules.readOtherwise.find(vector.name); other != rules.readOtherwise.end())
       outOfReach.push_back(other->second.key);
    compareFacts(rules.facts, {vector, leaves}, outOfReach);

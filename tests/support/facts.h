@@ -242,7 +242,7 @@ using Reader = std::function<std::vector<std::string>(const FactSource&)>;
 /** Where one key's values stand: the first place that matches a leaf converts it. A leaf converted to an
  * empty text gives no value. */
 struct Place {
-   std::string_view pattern;
+   std::string pattern;
    Conversion convert;
 };
 
@@ -264,7 +264,7 @@ inline Reader at(std::vector<Place> places) {
 /** The same conversion at several places. */
 inline Reader at(const Conversion& convert, std::initializer_list<std::string_view> patterns) {
    std::vector<Place> places;
-   for (const std::string_view pattern : patterns) places.push_back({pattern, convert});
+   for (const std::string_view pattern : patterns) places.push_back({std::string(pattern), convert});
    return at(std::move(places));
 }
 
@@ -324,11 +324,11 @@ inline Reader identifiersOfElements(std::string module, std::function<std::strin
    };
 }
 
-using FactTable = std::map<std::string_view, Reader, std::less<>>;
+using FactTable = std::map<std::string, Reader>;
 
 /** Compares the facts of a vector, apart from `round-trip` and those named as out of reach. */
 inline void compareFacts(const FactTable& table, const FactSource& source,
-                         const std::vector<std::string_view>& outOfReach = {}) {
+                         const std::vector<std::string>& outOfReach = {}) {
    for (const auto& [key, expected] : source.vector.facts) {
       if (key == "round-trip" || std::find(outOfReach.begin(), outOfReach.end(), key) != outOfReach.end())
          continue;
