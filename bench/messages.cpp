@@ -97,6 +97,21 @@ void* countedRealloc(void* ptr, size_t nbytes) {
    return std::realloc(ptr, nbytes);
 }
 
+// Allocations from the heap that a message takes: with this flag each of them is one of the system.
+size_t heapCalls(const QuorvaType& type, std::vector<uint8_t> octets) {
+   RtxContext ctxt;
+   rtxInitContextExt(&ctxt, countedMalloc, countedRealloc, std::free);
+   rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
+   std::vector<uint8_t> record(type.size);
+   if (type.init != nullptr) type.init(record.data());
+   rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
+   const size_t before = systemCalls;
+   type.decode(&ctxt, record.data());
+   const size_t count = systemCalls - before;
+   rtxFreeContext(&ctxt);
+   return count;
+}
+
 // A context with a message decoded once.
 class Fixture {
 public:
@@ -145,6 +160,7 @@ void report(benchmark::State& state, const Fixture& fixture, size_t callsBefore)
 void decodeMessage(benchmark::State& state, const Message* message) {
    Fixture fixture(*message);
    if (fixture.octets.empty() || fixture.status != 0) return state.SkipWithError("does not decode");
+   state.counters["heap"] = static_cast<double>(heapCalls(*fixture.type, fixture.octets));
    fixture.decode();
    const size_t before = systemCalls;
    for (auto _ : state) benchmark::DoNotOptimize(fixture.decode());
