@@ -9,8 +9,6 @@ using namespace quorva::test;
 
 namespace {
 
-using Parms = std::vector<std::string>;
-
 TEST(L3HdrOptions, EachAlternativeAndItsBounds) {
    struct Case {
       uint32_t t, value;
@@ -131,113 +129,7 @@ TEST(MobileIdentity, EncodesEachType) {
    }
 }
 
-TEST(MobileIdentity, DecodesByTypeAndNotByLength) {
-   struct Case {
-      const char* hex;
-      int status;
-      uint32_t t;
-      size_t used;
-   };
-   const Case cases[] = {
-         {"08 29 26 20 21 43 65 87 09", 0, 1, 9},
-         {"03 12 32 F4", 0, 2, 4},
-         {"09 13 32 54 76 98 10 32 54 F6", 0, 3, 10},
-         // A TMSI is four octets, whatever length, first digit and odd bit say.
-         {"09 F4 12 34 56 78 01 02 03 04", 0, 4, 6},
-         {"05 0C 12 34 56 78", 0, 4, 6},
-         {"04 05 01 02 03", 0, 5, 5},
-         {"07 15 01 02 03 62 F2 20", 0, 5, 8},
-         {"05 25 01 02 03 07", 0, 5, 6},
-         {"01 00", 0, 6, 2},
-         {"01 08", 0, 6, 2}, // the odd bit is not looked at
-         {"01 06", 0, 6, 2}, // 6 and 0 on the wire are the same
-         {"03 00 00 00", 0, 6, 4},
-         {"01 07", RTX_E_BAD_CHOICE, 7, 0},
-         {"02 B1 32", RTX_E_BAD_CHAR, 1, 0},
-         {"09 19 32 54 76 98 10 32 54 76", RTX_E_OVERFLOW, 1, 0}, // 17 digits
-         {"05 F4 12 34", RTX_E_END_OF_DATA, 4, 0},
-         {"04 05 01 02", RTX_E_END_OF_DATA, 5, 0},
-         {"07 15 01 02 03 62 F2", RTX_E_END_OF_DATA, 5, 0},
-         {"", RTX_E_END_OF_DATA, 99, 0},
-   };
-   for (const Case& c : cases) {
-      TestContext context;
-      TS24008IE_MobileIdentity record{};
-      record.t = 99;
-      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_MobileIdentity, &record), c.status) << c.hex;
-      EXPECT_EQ(record.t, c.t) << c.hex;
-      if (c.status == 0) {
-         EXPECT_EQ(context.used(), c.used) << c.hex;
-      }
-      EXPECT_EQ(context->containers.dlist.count, 0u) << c.hex;
-   }
-}
-
-TEST(MobileIdentity, KeepsWhatItDecoded) {
-   TestContext context;
-   TS24008IE_MobileIdentity record{};
-   ASSERT_EQ(decode(context, "08 29 26 20 21 43 65 87 09", NASDec_TS24008IE_MobileIdentity, &record), 0);
-   EXPECT_STREQ(record.u.imsi, "262021234567890");
-   ASSERT_EQ(decode(context, "09 13 32 54 76 98 10 32 54 F6", NASDec_TS24008IE_MobileIdentity, &record), 0);
-   EXPECT_STREQ(record.u.imeisv, "1234567890123456");
-   ASSERT_EQ(decode(context, "08 35 01 02 03 13 00 62 09", NASDec_TS24008IE_MobileIdentity, &record), 0);
-   EXPECT_STREQ(record.u.tmgi.mcc_mnc.mcc, "310");
-   EXPECT_STREQ(record.u.tmgi.mcc_mnc.mnc, "260");
-   EXPECT_EQ(record.u.tmgi.mbmsServiceID[2], 3);
-   EXPECT_EQ(record.u.tmgi.mbmsSessionID, 9);
-   ASSERT_EQ(decode(context, "03 00 00 00", NASDec_TS24008IE_MobileIdentity, &record), 0);
-   EXPECT_EQ(record.u.none, 3);
-}
-
-TEST(MobileIdentity, NoIdentityMustBeEmpty) {
-   struct Case {
-      const char* hex;
-      Parms parms;
-   };
-   const Case cases[] = {
-         {"02 00 00", {"MobileIdentity length", "2"}},
-         {"00 00", {"MobileIdentity length", "0"}},
-         {"01 50", {"MobileIdentity identity digits", "5"}},
-         {"03 00 07 00", {"MobileIdentity identity digits", "7"}},
-         {"03 00 00 08", {"MobileIdentity identity digits", "8"}},
-   };
-   for (const Case& c : cases) {
-      TestContext context;
-      TS24008IE_MobileIdentity record{};
-      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_MobileIdentity, &record), RTX_E_CONSTRAINT) << c.hex;
-      EXPECT_EQ(context.parms(), c.parms) << c.hex;
-   }
-}
-
-TEST(PLMNList, CountsOctetsOnTheWireAndEntriesInTheRecord) {
-   struct Case {
-      const char* hex;
-      int status;
-      uint8_t n;
-   };
-   std::string fifteen = "2D", sixteen = "30";
-   for (int i = 0; i < 15; ++i) fifteen += "62F220", sixteen += "62F220";
-   sixteen += "62F220";
-   const Case cases[] = {
-         {"06 62 F2 20 13 00 62", 0, 2},           {"00 62 F2 20", 0, 77}, // the record's count stays
-         {"04 62 F2 20 13", RTX_E_CONSTRAINT, 77}, {fifteen.c_str(), 0, 15},
-         {sixteen.c_str(), RTX_E_CONSTRAINT, 77},
-   };
-   for (const Case& c : cases) {
-      TestContext context;
-      struct {
-         TS24008IE_PLMNList list;
-         char guard[8];
-      } record;
-      std::memset(&record, 0x77, sizeof record);
-      record.list.n = 77;
-      EXPECT_EQ(decode(context, c.hex, NASDec_TS24008IE_PLMNList, &record.list), c.status) << c.hex;
-      EXPECT_EQ(record.list.n, c.n) << c.hex;
-      EXPECT_EQ(record.guard[0], 0x77);
-      if (c.status == 0 && c.n < 16) {
-         EXPECT_EQ(encode(context, NASEnc_TS24008IE_PLMNList, &record.list), spaced(octets(c.hex)));
-      }
-   }
+TEST(PLMNList, EncoderTestsTheCountFirst) {
    for (const uint8_t n : {uint8_t{0}, uint8_t{16}}) {
       TestContext context;
       TS24008IE_PLMNList list{};
@@ -248,31 +140,7 @@ TEST(PLMNList, CountsOctetsOnTheWireAndEntriesInTheRecord) {
    }
 }
 
-TEST(MobileStationClassmark2, CountsPartsAndSkipsNone) {
-   struct Case {
-      const char* hex;
-      unsigned bits;
-      size_t used;
-      const char* again;
-   };
-   const Case cases[] = {
-         {"00 33", 0, 1, "00"},
-         {"01 33 58", 1, 2, "01 33"},
-         {"02 33 58 A2", 3, 3, "02 33 58"},
-         {"03 33 58 A2", 7, 4, "03 33 58 a2"},
-         {"05 33 58 A2 11 22", 7, 4, "03 33 58 a2"}, // the two further octets stay in the input
-   };
-   for (const Case& c : cases) {
-      TestContext context;
-      TS24008IE_MobileStationClassmark2 record;
-      std::memset(&record, 0xFF, sizeof record);
-      ASSERT_EQ(decode(context, c.hex, NASDec_TS24008IE_MobileStationClassmark2, &record), 0) << c.hex;
-      EXPECT_EQ(record.m.cm1Present | record.m.octet4Present << 1 | record.m.octet5Present << 2,
-                static_cast<int>(c.bits))
-            << c.hex;
-      EXPECT_EQ(context.used(), c.used) << c.hex;
-      EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark2, &record), c.again) << c.hex;
-   }
+TEST(MobileStationClassmark2, EncoderSkipsNone) {
    // Parts without the ones ahead of them: nothing checks that.
    TestContext context;
    TS24008IE_MobileStationClassmark2 record{};
@@ -310,23 +178,6 @@ TEST(MultibandSupported, SecondPowerClassGoesByTheBands) {
          EXPECT_EQ(context.parms().back(), "16");
       }
    }
-}
-
-TEST(MultibandSupported, DecoderKeepsBothHalfOctets) {
-   TestContext context;
-   TS24008IE_MultibandSupported record{};
-   // 100 0101 0111 0110: a single band, and 7 where the spare half octet stands.
-   ASSERT_EQ(decode(context, "8A EC", NASDec_TS24008IE_MultibandSupported, &record), 0);
-   EXPECT_EQ(record.supported, 4u);
-   EXPECT_EQ(record.a5bits.a5_6, 1);
-   EXPECT_EQ(record.assocRadioCap2, 7);
-   EXPECT_EQ(record.assocRadioCap1, 6);
-   EXPECT_EQ(context->bufBitsLeft, 1);
-   ASSERT_EQ(decode(context, "60 00", NASDec_TS24008IE_MultibandSupported, &record), 0) << "3 passes";
-   EXPECT_EQ(decode(context, "E0 00", NASDec_TS24008IE_MultibandSupported, &record), RTX_E_BAD_ENUM);
-   // Without a band nothing follows, and nothing of an earlier element stays.
-   ASSERT_EQ(decode(context, "0A", NASDec_TS24008IE_MultibandSupported, &record), 0);
-   EXPECT_EQ(record.assocRadioCap2 | record.assocRadioCap1, 0);
 }
 
 } // namespace
