@@ -468,6 +468,8 @@ TEST(Strings, FixedOctetsAreNotLookedAt) {
    };
    EXPECT_EQ(decoded("010203040506", decode), "0 @6.0");
    EXPECT_EQ(decoded("01020304", decode), "-2 @4.0 errors=-2") << "the names are popped all the same";
+   EXPECT_EQ(data[0] | data[1], 0) << "no old memory stays";
+   data[0] = 1, data[1] = 2;
    const auto encode = [&](RtxContext* c) -> int {
       Encoder e(c, kSource);
       (void)e.octets<4>("dropped", data);
