@@ -12,10 +12,6 @@ namespace {
 #define SKIP_WITHOUT_DISSECTOR()                                                                             \
    if (!haveDissector()) GTEST_SKIP() << "tshark is not installed"
 
-const char* const kExtraneous = "Extraneous Data, dissector bug or later version spec";
-const char* const kMalformed = "Malformed Packet (Exception occurred)";
-const char* const kNotADigit = "BCD number contains a value that is not a digit";
-
 // Number of messages in the figure of a PDU: a list of members that lacks one is found out.
 size_t messagesOf(const char* pdu) {
    const std::string figure = quorvaExplain(pdu);
@@ -97,29 +93,11 @@ TEST(Dissector, Eps) {
                {"0004c5e2ff1c", "00040a462491", "the same"},
                {"790004a3c0ddfa", "790004074411a1", "an attach reject as the message replayed"},
          });
-   const std::vector<Objection> objections = {
-         // Their last elements are newer than the dissector
-         {"AttachRequest", kExtraneous},
-         {"AttachAccept", kExtraneous},
-         {"AttachReject", kExtraneous},
-         {"TrkAreaUpdRequest", kExtraneous},
-         {"TrkAreaUpdAccept", kExtraneous},
-         {"TrkAreaUpdReject", kExtraneous},
-         {"ExtServiceReq", kExtraneous},
-         {"CtrlPlaneSvcReq", kExtraneous},
-         {"ServiceReject", kExtraneous},
-         {"ServiceAccept", kExtraneous},
-         // The dissector gives up behind the SS code
-         {"CSServiceNotif", kExtraneous},
-         // Digits of the whole alphabet in a sample
-         {"AttachAccept", kNotADigit},
-         {"TrkAreaUpdAccept", kNotADigit},
-   };
    compareDissections(
          inputs,
          dissect(inputs, "nas-eps",
                  {"nas_eps.nas_msg_emm_type", "nas_eps.nas_msg_esm_type", "nas_eps.security_header_type"}),
-         objections);
+         objectionsOf("eps"));
 }
 
 // --- 5GS
@@ -173,56 +151,9 @@ TEST(Dissector, FiveGS) {
                           {"710004a3c0ddfa", "7100047e004411", "a registration reject as the message inside"},
                           {"700004a3c0ddfa", "700004074411a1", "an EPS attach reject as the message inside"},
                     });
-   const std::vector<Objection> objections = {
-         // Elements at the end, or octets in an element, that are newer than the dissector
-         {"RegRequest5G", kExtraneous},
-         {"RegAccept5G", kExtraneous},
-         {"MMAuthResult5G", kExtraneous},
-         {"SecModeCmd5G", kExtraneous},
-         {"ULNASTrans5G", kExtraneous},
-         {"DLNASTrans5G", kExtraneous},
-         {"EstablishRequest5G", kExtraneous},
-         {"EstablishAccept5G", kExtraneous},
-         {"EstablishReject5G", kExtraneous},
-         {"ModifyRequest5G", kExtraneous},
-         {"ModifyCmd5G", kExtraneous},
-         {"ReleaseCmd5G", kExtraneous},
-         {"DeregReqUEOrig5G", kExtraneous},
-         // Spare octets behind the states of the PDU sessions
-         {"ServRequest5G", kExtraneous},
-         {"ServReject5G", kExtraneous},
-         {"ServAccept5G", kExtraneous},
-         {"NotifyResponse5G", kExtraneous},
-         // The count of rejected slices is the count, not one less: deliberate
-         {"RegReject5G", kExtraneous},
-         {"DeregReqUETerm5G", kExtraneous},
-         {"CfgUpdateCmd5G", kExtraneous},
-         // The length of an SMS message has one octet: deliberate
-         {"ControlPlaneServReq5G", kMalformed},
-         // Digits of the whole alphabet, and a name and networks of any octets, in samples
-         {"RegAccept5G", kNotADigit},
-         {"RegAccept5G", "MCC contains non-decimal digits"},
-         {"RegAccept5G", "MNC contains non-decimal digits"},
-         {"RegAccept5G", "DNN encoding has more than 100 octets"},
-         {"CfgUpdateCmd5G", "MCC contains non-decimal digits"},
-         {"CfgUpdateCmd5G", "MNC contains non-decimal digits"},
-         {"CfgUpdateCmd5G", "DNN encoding has more than 100 octets"},
-         // A container of octets, taken for a message
-         {"RegRequest5G", "Unknown Message Type"},
-         // Messages newer than the dissector
-         {"RelayKeyRequest5G", "Unknown Message Type"},
-         {"RelayKeyAccept5G", "Unknown Message Type"},
-         {"RelayKeyReject5G", "Unknown Message Type"},
-         {"RelayAuthRequest5G", "Unknown Message Type"},
-         {"RelayAuthResponse5G", "Unknown Message Type"},
-         {"SvcLvlAuthCmd5G", "Unknown Message Type"},
-         {"SvcLvlAuthDone5G", "Unknown Message Type"},
-         {"RemUEReport5G", "Unknown Message Type"},
-         {"RemUEReportResp5G", "Unknown Message Type"},
-   };
    compareDissections(inputs,
                       dissect(inputs, "nas-5gs", {"nas_5gs.mm.message_type", "nas_5gs.sm.message_type"}),
-                      objections);
+                      objectionsOf("5gs"));
 }
 
 // --- TS 24.008
@@ -295,75 +226,11 @@ TEST(Dissector, Ts24008) {
                                   {"1d04c5e2ff1c", "1d04a2020500", "the same"},
                                   {"1b04c5e2ff1c", "1b04a2020500", "the same"},
                             });
-   const std::vector<Objection> objections = {
-         // Reserved codings of octets in a bearer capability, and a version indicator of four octets
-         {"Alerting", kExtraneous},
-         {"CallConfirmed", kExtraneous},
-         {"CallProceeding", kExtraneous},
-         {"Connect", kExtraneous},
-         {"Disconnect", kExtraneous},
-         {"EmergencySetup", kExtraneous},
-         {"FacilityMsg", kExtraneous},
-         {"Modify", kExtraneous},
-         {"ModifyComplete", kExtraneous},
-         {"ModifyReject", kExtraneous},
-         {"CC_EstablishmentConfirmed", kExtraneous},
-         {"Release", kExtraneous},
-         {"ReleaseComplete", kExtraneous},
-         {"Setup", kExtraneous},
-         // Four octets hold no whole component
-         {"Alerting", "BER Error"},
-         {"CallProceeding", "BER Error"},
-         {"Connect", "BER Error"},
-         {"Disconnect", "BER Error"},
-         {"FacilityMsg", "BER Error"},
-         {"Release", "BER Error"},
-         {"Recall", "BER Error"},
-         {"ReleaseComplete", "BER Error"},
-         {"Setup", "BER Error"},
-         // Contents that are any octets: a setup message, handover information
-         {"CC_Establishment", kExtraneous},
-         {"AttachComplete", kMalformed},
-         {"RoutingAreaUpdateComplete", kMalformed},
-         // A keypad digit of any value
-         {"StartDTMF", "Keypad information contains character"},
-         {"StartDTMFAck", "Keypad information contains character"},
-         // Digits of the whole alphabet
-         {"LocUpdatingAccept", kNotADigit},
-         {"AttachAccept", kNotADigit},
-         {"RoutingAreaUpdateAccept", kNotADigit},
-         // Elements, or octets in an element, that are newer than the dissector or that it has no names for
-         {"AttachRequest", kExtraneous},
-         {"RoutingAreaUpdateRequest", kExtraneous},
-         {"AuthAndCiphRequest", kExtraneous},
-         {"ActivateSecondaryPDPCtxtRqst", kExtraneous},
-         {"ActivateSecondaryPDPCtxtAcc", kExtraneous},
-         {"ModifyPDPCtxtRqstMSToNet", kExtraneous},
-         {"ModifyPDPCtxtAccNetToMS", kExtraneous},
-         {"RqstSecondaryPDPCtxtAct", kExtraneous},
-         {"DeactivatePDPCtxtReq", kExtraneous},
-         {"DeactivatePDPCtxtAcc", kExtraneous},
-         {"ActivateMBMSCtxtAcc", kExtraneous},
-         {"ActivateMBMSCtxtRej", kExtraneous},
-         {"RequestMBMSCtxtActRej", kExtraneous},
-         // The dissector reads one number of a list of N-PDU numbers
-         {"RoutingAreaUpdateAccept", kExtraneous},
-         {"RoutingAreaUpdateComplete", kExtraneous},
-         // A reserved type of PDP address
-         {"ActivatePDPCtxtReq", kExtraneous},
-         {"ActivatePDPCtxtAccept", kExtraneous},
-         {"RequestPDPCtxtAct", kExtraneous},
-         {"ModifyPDPCtxtRqstNetToMS", kExtraneous},
-         {"ActivateMBMSCtxtReq", kExtraneous},
-         {"RequestMBMSCtxtAct", kExtraneous},
-         // Its form depends on the direction, at which the dissector guesses
-         {"DetachRequest", kExtraneous},
-   };
    compareDissections(inputs,
                       dissect(inputs, "gsm_a_dtap",
                               {"gsm_a.dtap.msg_mm_type", "gsm_a.dtap.msg_cc_type", "gsm_a.dtap.msg_gmm_type",
                                "gsm_a.dtap.msg_sm_type", "gsm_a.dtap.msg_ss_type"}),
-                      objections);
+                      objectionsOf("ts24008"));
 }
 
 // --- SMS
