@@ -5,14 +5,20 @@
 
 namespace {
 
-TEST(Context, IsReadyAfterInit) {
-   Context c;
-   EXPECT_EQ(c.bufBitsLeft, 8);
-   EXPECT_EQ(rtxCtxtGetBitOffset(&c), 0u);
-   EXPECT_EQ(rtxErrGetStatus(&c), 0);
-   EXPECT_EQ(c.containers.pctxt, &c);
-   EXPECT_NE(c.asn1Info, nullptr);
-   EXPECT_EQ(rtxCheckContext(&c), 0);
+TEST(Context, NewOnesAreReadyAndFreedWithTheirRecord) {
+   RtxContext* c = rtNewContext();
+   ASSERT_NE(c, nullptr);
+   EXPECT_EQ(rtxCtxtGetBitOffset(c), 0u);
+   EXPECT_EQ(c->containers.pctxt, c);
+   EXPECT_NE(c->asn1Info, nullptr);
+   EXPECT_EQ(rtxCheckContext(c), 0);
+   rtSetFastCopy(c, 1);
+   rtxCtxtSetFlag(c, RTX_CTXT_UPLINK);
+   EXPECT_EQ(c->flags, RTX_CTXT_ON_HEAP | RTX_CTXT_UPLINK | RTX_CTXT_FAST_COPY);
+   rtSetFastCopy(c, 0);
+   rtxCtxtClearFlag(c, RTX_CTXT_UPLINK);
+   EXPECT_EQ(c->flags, RTX_CTXT_ON_HEAP);
+   rtFreeContext(c);
    EXPECT_EQ(rtxGetLibVersion(), 780);
    EXPECT_STREQ(rtxGetLibInfo(), "QUORVA, v.7.8.0, opt, compact.");
 }
@@ -27,20 +33,6 @@ TEST(Context, DiesOnce) {
    EXPECT_EQ(rtxInitContextBuffer(&c, nullptr, 0), RTX_E_NOT_INIT);
    EXPECT_EQ(c.memHeap, nullptr); // a dead context gets no new heap, which nobody would free
    rtFreeContext(nullptr);
-}
-
-TEST(Context, NewOnesAreFreedWithTheirRecord) {
-   RtxContext* c = rtNewContext();
-   ASSERT_NE(c, nullptr);
-   EXPECT_TRUE(c->flags & RTX_CTXT_ON_HEAP);
-   rtSetFastCopy(c, 1);
-   EXPECT_TRUE(c->flags & RTX_CTXT_FAST_COPY);
-   rtSetFastCopy(c, 0);
-   rtxCtxtSetFlag(c, RTX_CTXT_UPLINK);
-   EXPECT_EQ(c->flags, RTX_CTXT_ON_HEAP | RTX_CTXT_UPLINK);
-   rtxCtxtClearFlag(c, RTX_CTXT_UPLINK);
-   EXPECT_EQ(c->flags, RTX_CTXT_ON_HEAP);
-   rtFreeContext(c);
 }
 
 int hooked(RtxContext* pctxt) {
@@ -91,17 +83,6 @@ TEST(Context, SubContextSharesTheHeap) {
    rtFreeContext(&sub);
 }
 
-TEST(Context, ThreadContextHasItsOwnHeap) {
-   int shared = 0;
-   Context c;
-   c.threadShared = &shared;
-   RtxContext other;
-   EXPECT_EQ(rtxInitThreadContext(&other, &c), 0);
-   EXPECT_EQ(other.threadShared, &shared);
-   EXPECT_NE(other.memHeap, c.memHeap);
-   rtFreeContext(&other);
-}
-
 TEST(Context, ChangeOfHeapDropsWhatLivedOnTheOldOne) {
    Context c, other;
    rtxCtxtPushElemName(&other, "keep");
@@ -119,16 +100,23 @@ TEST(Context, ChangeOfHeapDropsWhatLivedOnTheOldOne) {
    EXPECT_STREQ(rtxCtxtPopElemName(&other), "keep");
 }
 
-TEST(Context, CopySharesBufferFlagsAndStream) {
+TEST(Context, CopyAndThreadContextHaveTheirOwnHeaps) {
    Octets octets{1, 2, 3};
-   Context c(octets), d;
+   int shared = 0;
+   Context c(octets), copy;
    rtxErrSetData(&c, RTX_E_CONSTRAINT, nullptr, 0);
+   c.threadShared = &shared;
    c.at(1, 3);
-   rtxCopyContext(&d, &c);
-   EXPECT_EQ(d.bufData, octets.data());
-   EXPECT_EQ(rtxCtxtGetBitOffset(&d), 13u);
-   EXPECT_EQ(d.flags, RTX_CTXT_BUFFER_MODE);
-   EXPECT_EQ(rtxErrGetErrorCnt(&d), 0u);
+   rtxCopyContext(&copy, &c);
+   EXPECT_EQ(copy.bufData, octets.data());
+   EXPECT_EQ(rtxCtxtGetBitOffset(&copy), 13u);
+   EXPECT_EQ(copy.flags, RTX_CTXT_BUFFER_MODE);
+   EXPECT_EQ(rtxErrGetErrorCnt(&copy), 0u);
+   RtxContext thread;
+   EXPECT_EQ(rtxInitThreadContext(&thread, &c), 0);
+   EXPECT_EQ(thread.threadShared, &shared);
+   EXPECT_NE(thread.memHeap, c.memHeap);
+   rtFreeContext(&thread);
 }
 
 TEST(Names, StackKeepsOrderAndLevel) {
@@ -158,22 +146,6 @@ TEST(Names, StackKeepsOrderAndLevel) {
    EXPECT_TRUE(rtxMemHeapIsEmpty(&c)); // spare nodes don't count
 }
 
-TEST(Names, NodesAreUsedAgain) {
-   Context c;
-   for (int i = 0; i < 8; ++i) rtxCtxtPushElemName(&c, "x");
-   for (int i = 0; i < 8; ++i) rtxCtxtPopElemName(&c);
-   const RtxDListNode* spare = c.memHeap->spareNames;
-   ASSERT_NE(spare, nullptr);
-   rtxCtxtPushElemName(&c, "y");
-   EXPECT_EQ(c.elemNames.tail, spare);
-   EXPECT_EQ(c.elemNames.head, spare);
-   EXPECT_EQ(spare->next, nullptr);
-   EXPECT_EQ(spare->prev, nullptr);
-   rtxMemReset(&c); // a reset forgets them
-   EXPECT_EQ(c.memHeap->spareNames, nullptr);
-   EXPECT_EQ(c.elemNames.head, nullptr);
-}
-
 TEST(Names, ResetOfTheHeapAloneLeavesNoNodeBehind) {
    Context c;
    rtxCtxtPushElemName(&c, "a");
@@ -185,20 +157,16 @@ TEST(Names, ResetOfTheHeapAloneLeavesNoNodeBehind) {
    EXPECT_EQ(c.elemNames.head, nullptr);
    EXPECT_EQ(c.containers.dlist.head, nullptr);
    EXPECT_EQ(c.errFixed.parmCount, 0);
-   EXPECT_EQ(c.memHeap->spareNames, nullptr);
-   EXPECT_EQ(c.memHeap->spareContainers, nullptr);
 }
 
-struct Limit {
-   int bitsLeft;
-   size_t bits;
-   size_t index;
-   int limitBits;
-};
-
 TEST(Containers, BitLimits) {
-   for (const Limit& limit : {Limit{3, 3, 1, 8}, Limit{3, 2, 0, 1}, Limit{8, 8, 1, 8}, Limit{8, 0, 0, 8},
-                              Limit{5, 16, 2, 5}, Limit{1, 7, 1, 2}, Limit{8, 7, 0, 1}, Limit{4, 9, 1, 3}}) {
+   const struct {
+      int bitsLeft;
+      size_t bits, index;
+      int limitBits;
+   } limits[] = {{3, 3, 1, 8},  {3, 2, 0, 1}, {8, 8, 1, 8}, {8, 0, 0, 8},
+                 {5, 16, 2, 5}, {1, 7, 1, 2}, {8, 7, 0, 1}, {4, 9, 1, 3}};
+   for (const auto& limit : limits) {
       Octets octets(4);
       Context c(octets);
       c.at(0, limit.bitsLeft);
@@ -213,22 +181,21 @@ TEST(Containers, BitLimits) {
 TEST(Containers, QuestionsLookAtTheTopOnly) {
    Octets octets(4);
    Context c(octets);
-   c.at(3, 1);
-   EXPECT_TRUE(rtxCtxtContainerHasRemBits(&c)); // inside the last octet
-   EXPECT_EQ(rtxCtxtGetContainerRemBits(&c), 1);
-   c.at(4, 8);
-   EXPECT_FALSE(rtxCtxtContainerHasRemBits(&c));
-   EXPECT_TRUE(rtxCtxtContainerEnd(&c));
+   const auto expect = [&](size_t index, int bitsLeft, int64_t remaining) {
+      c.at(index, bitsLeft);
+      EXPECT_EQ(rtxCtxtGetContainerRemBits(&c), remaining);
+      EXPECT_EQ(rtxCtxtContainerHasRemBits(&c) != 0, remaining > 0);
+      EXPECT_EQ(rtxCtxtContainerEnd(&c) != 0, remaining == 0);
+   };
+   expect(3, 1, 1); // inside the last octet
+   expect(4, 8, 0);
    c.at(0, 8);
    EXPECT_EQ(rtxCtxtPushContainerBytes(&c, 2), 0);
    EXPECT_EQ(rtxCtxtPushContainerBytes(&c, 9), 0); // claims more than the outer one has
-   EXPECT_EQ(rtxCtxtGetContainerRemBits(&c), 72);
+   expect(0, 8, 72);
    rtxCtxtPopContainer(&c);
-   EXPECT_EQ(rtxCtxtGetContainerRemBits(&c), 16);
-   c.at(2, 7); // beyond the limit
-   EXPECT_FALSE(rtxCtxtContainerHasRemBits(&c));
-   EXPECT_FALSE(rtxCtxtContainerEnd(&c));
-   EXPECT_EQ(rtxCtxtGetContainerRemBits(&c), -1);
+   expect(0, 8, 16);
+   expect(2, 7, -1); // beyond the limit
    rtxCtxtPopAllContainers(&c);
    rtxCtxtPopContainer(&c);
    EXPECT_EQ(c.containers.dlist.count, 0u);

@@ -2,6 +2,7 @@
 #include "coreTest.h"
 
 #include "quorva/rtxDList.h"
+#include "support/systemMemory.h"
 
 namespace {
 
@@ -17,13 +18,18 @@ TEST(Errors, SameStatusIsRecordedOnce) {
    EXPECT_EQ(record(c, RTX_E_BAD_ENUM), RTX_E_MULTIPLE);
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 2u);
    EXPECT_EQ(rtxErrGetFirstError(&c), RTX_E_CONSTRAINT);
-   EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_BAD_ENUM);
    EXPECT_EQ(rtxErrCheckNonFatal(&c), RTX_E_MULTIPLE);
    // Two fatal records of one status are two all the same.
    rtxErrReset(&c);
    record(c, RTX_E_BAD_ENUM);
    EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_BAD_ENUM, nullptr, 0), RTX_E_MULTIPLE);
    EXPECT_EQ(rtxErrCheckNonFatal(&c), RTX_E_BAD_ENUM);
+   for (int status : {-1, -2}) record(c, status);
+   rtxErrResetLastErrors(&c, 3);
+   EXPECT_EQ(rtxErrGetErrorCnt(&c), 1u);
+   EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_BAD_ENUM);
+   rtxErrResetLastErrors(&c, 9);
+   EXPECT_TRUE(rtxMemHeapIsEmpty(&c));
 }
 
 TEST(Errors, NonFatalRecordsDoNotCount) {
@@ -72,54 +78,32 @@ TEST(Errors, OverflowTakesTheElementPath) {
    EXPECT_EQ(c.parms(), (std::vector<std::string>{"x", "x"}));
 }
 
-TEST(Errors, LastOnesCanBeDropped) {
-   Context c;
-   for (int status : {-1, -2, -4}) record(c, status);
-   rtxErrResetLastErrors(&c, 2);
-   EXPECT_EQ(rtxErrGetLastError(&c), -1);
-   EXPECT_EQ(rtxErrGetErrorCnt(&c), 1u);
-   rtxErrResetLastErrors(&c, 9);
-   EXPECT_EQ(rtxErrGetErrorCnt(&c), 0u);
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&c));
-}
-
 TEST(Parms, AreTexts) {
-   Context c;
+   Octets octets{'x', 'a', 'b', 'c'};
+   Context c(octets);
    const uint16_t wide[] = {'a', 0xE9, 0};
-   EXPECT_TRUE(rtxErrAddStrParm(&c, nullptr));
-   EXPECT_TRUE(rtxErrAddStrnParm(&c, "abcdef", 3));
-   EXPECT_TRUE(rtxErrAddDoubleParm(&c, 1.5));
-   EXPECT_TRUE(rtxErrAddUniStrParm(&c, wide));
-   EXPECT_TRUE(rtxErrAddUniStrParm(&c, nullptr));
-   EXPECT_EQ(c.parms(), (std::vector<std::string>{"(null)", "abc", "?", "a\xC3\xA9", ""}));
+   const auto expect = [&](std::initializer_list<int> added, const std::vector<std::string>& texts) {
+      for (int one : added) EXPECT_TRUE(one);
+      EXPECT_EQ(c.parms(), texts);
+   };
+   expect({rtxErrAddStrParm(&c, nullptr), rtxErrAddStrnParm(&c, "abcdef", 3), rtxErrAddDoubleParm(&c, 1.5),
+           rtxErrAddUniStrParm(&c, wide), rtxErrAddUniStrParm(&c, nullptr)},
+          {"(null)", "abc", "?", "a\xC3\xA9", ""});
    EXPECT_FALSE(rtxErrAddStrParm(&c, "sixth"));
    EXPECT_FALSE(rtxErrAddUniStrParm(&c, wide));
    EXPECT_EQ(c.errFixed.parmCount, 5);
    rtxErrFreeParms(&c);
    EXPECT_TRUE(rtxMemHeapIsEmpty(&c)); // what was dropped did not stay either
-
-   EXPECT_TRUE(rtxErrAddIntParm(&c, INT32_MIN));
-   EXPECT_TRUE(rtxErrAddUIntParm(&c, UINT32_MAX));
-   EXPECT_TRUE(rtxErrAddInt64Parm(&c, INT64_MIN));
-   EXPECT_TRUE(rtxErrAddUInt64Parm(&c, UINT64_MAX));
-   EXPECT_TRUE(rtxErrAddSizeParm(&c, 0));
-   EXPECT_EQ(c.parms(), (std::vector<std::string>{"-2147483648", "4294967295", "-9223372036854775808",
-                                                  "18446744073709551615", "0"}));
+   expect({rtxErrAddIntParm(&c, INT32_MIN), rtxErrAddUIntParm(&c, UINT32_MAX),
+           rtxErrAddInt64Parm(&c, INT64_MIN), rtxErrAddUInt64Parm(&c, UINT64_MAX), rtxErrAddSizeParm(&c, 0)},
+          {"-2147483648", "4294967295", "-9223372036854775808", "18446744073709551615", "0"});
    rtxErrReset(&c);
    EXPECT_EQ(rtxErrInvUIntOpt(&c, 77), RTX_E_BAD_CHOICE);
-   EXPECT_TRUE(rtxErrAddElemNameParm(&c));
-   EXPECT_EQ(c.parms(), (std::vector<std::string>{"77", "?"}));
+   // The text of the buffer ends with it.
+   expect({rtxErrAddElemNameParm(&c), (c.bufByteIndex = 1, rtxErrAddCtxtBufParm(&c)),
+           (c.bufByteIndex = 9, rtxErrAddCtxtBufParm(&c))},
+          {"77", "?", "abc", ""});
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 0u);
-}
-
-TEST(Parms, BufferTextEndsWithTheBuffer) {
-   Octets octets{'x', 'a', 'b', 'c'};
-   Context c(octets);
-   c.bufByteIndex = 1;
-   EXPECT_TRUE(rtxErrAddCtxtBufParm(&c));
-   c.bufByteIndex = 9;
-   EXPECT_TRUE(rtxErrAddCtxtBufParm(&c));
-   EXPECT_EQ(c.parms(), (std::vector<std::string>{"abc", ""}));
 }
 
 TEST(Texts, TwoLinesARecord) {
@@ -129,20 +113,22 @@ TEST(Texts, TwoLinesARecord) {
    EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, sizeof buf), "");
    record(c, -16);
    record(c, -4);
-   EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, sizeof buf), "ERROR: Status -16\n\nERROR: Status -4\n\n");
    // Cut where the next piece does not fit.
-   EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, 17), "ERROR: Status ");
-   EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, 18), "ERROR: Status -16");
-   EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, 14), "");
-   EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, 33), "ERROR: Status -16\n\n");
+   for (const auto& [size, text] :
+        {std::pair<size_t, const char*>{sizeof buf, "ERROR: Status -16\n\nERROR: Status -4\n\n"},
+         {17, "ERROR: Status "},
+         {18, "ERROR: Status -16"},
+         {14, ""},
+         {33, "ERROR: Status -16\n\n"}})
+      EXPECT_STREQ(rtxErrGetTextBuf(&c, buf, size), text) << size;
    EXPECT_EQ(rtxErrGetTextBuf(&c, nullptr, 9), nullptr);
    EXPECT_EQ(rtxErrGetTextBuf(&c, buf, 0), nullptr);
 
    size_t size = 20;
    EXPECT_STREQ(rtxErrGetText(&c, buf, &size), "ERROR: Status -16\n\n");
-   c.errList.head->data = std::memset(rtxMemHeapAlloc(&c, sizeof(RtxErrInfo)), 0, sizeof(RtxErrInfo));
-   static_cast<RtxErrInfo*>(c.errList.head->data)->elemName = static_cast<char*>(rtxMemHeapAllocZ(&c, 8));
-   std::strcpy(static_cast<RtxErrInfo*>(c.errList.head->data)->elemName, "name");
+   auto* info = static_cast<RtxErrInfo*>(rtxMemHeapAllocZ(&c, sizeof(RtxErrInfo)));
+   info->elemName = std::strcpy(static_cast<char*>(rtxMemHeapAllocZ(&c, 8)), "name");
+   c.errList.head->data = info;
    EXPECT_STREQ(rtxErrGetText(&c, nullptr, &size), "ERROR: Status 0\n\nERROR: Status -4\n\n");
    EXPECT_EQ(size, 200u + 2 * 200 + 24);
    EXPECT_STREQ(rtxErrGetMsgText(&c), "Element: name\n\n");
@@ -155,6 +141,10 @@ TEST(Texts, TwoLinesARecord) {
    EXPECT_EQ(rtxErrFmtMsg(nullptr, buf, 1), nullptr);
 }
 
+void noteLine(const char* line, void* text) {
+   *static_cast<std::string*>(text) = line;
+}
+
 TEST(Texts, PrintedAndLogged) {
    Context c;
    record(c, -16);
@@ -163,8 +153,7 @@ TEST(Texts, PrintedAndLogged) {
    EXPECT_EQ(testing::internal::GetCapturedStdout(), "ERROR: Status -16\n\n");
    std::string text;
    rtxErrAddIntParm(&c, 1);
-   rtxErrLogUsingCB(
-         &c, [](const char* line, void* arg) { *static_cast<std::string*>(arg) = line; }, &text);
+   rtxErrLogUsingCB(&c, noteLine, &text);
    EXPECT_EQ(text, "ERROR: Status -16\n\n");
    EXPECT_EQ(c.errFixed.parmCount, 0);
    EXPECT_EXIT(rtxErrAssertionFailed("cond", 12, "file"), testing::ExitedWithCode(255), "");
@@ -192,15 +181,11 @@ TEST(ErrorCopies, OwnTheirTexts) {
    EXPECT_EQ(d.elemNames.count, 0u);
 }
 
-bool deny;
-void* maybeAlloc(size_t nbytes) {
-   return deny ? nullptr : std::malloc(nbytes);
-}
-
 TEST(NoMemory, GoesOnRecordInTheFixedRecord) {
    RtxContext c;
-   ASSERT_EQ(rtxInitContextExt(&c, maybeAlloc, nullptr, std::free), 0);
-   deny = true;
+   system_memory::reset();
+   ASSERT_EQ(rtxInitContextExt(&c, system_memory::alloc, nullptr, system_memory::free), 0);
+   system_memory::failNth(1, true);
    EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_NOMEM, nullptr, 0), 0); // deliberately not fatal
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 1u);
    EXPECT_EQ(rtxErrGetFirstError(&c), RTX_E_NOMEM);
@@ -217,19 +202,18 @@ TEST(NoMemory, GoesOnRecordInTheFixedRecord) {
    EXPECT_EQ(rtxCtxtPushElemName(&c, "x"), RTX_E_NOMEM);
    EXPECT_EQ(rtxErrGetText(&c, nullptr, nullptr), nullptr);
    std::string text;
-   rtxErrLogUsingCB(
-         &c, [](const char* line, void* arg) { *static_cast<std::string*>(arg) = line; }, &text);
+   rtxErrLogUsingCB(&c, noteLine, &text);
    EXPECT_EQ(text, "ERROR : no memory available");
-   deny = false;
+   system_memory::failAt = 0;
 
    // With memory back, then gone again, the fixed record moves to the end; it stands there once.
    EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_CONSTRAINT, nullptr, 0), RTX_E_CONSTRAINT);
-   while (rtxMemHeapAlloc(&c, 8) != nullptr && c.memHeap->curBlock != nullptr) deny = true;
+   system_memory::failNth(1, true);
+   while (rtxMemHeapAlloc(&c, 8) != nullptr) {}
    EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_NOMEM, nullptr, 0), RTX_E_CONSTRAINT);
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 2u);
    EXPECT_EQ(rtxErrGetFirstError(&c), RTX_E_CONSTRAINT);
    EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_NOMEM);
-   deny = false;
    rtxErrResetLastErrors(&c, 1);
    EXPECT_EQ(c.errFixed.status, 0);
    EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_CONSTRAINT);

@@ -70,11 +70,8 @@ TEST_F(Heap, FirstAllocationMakesABlock) {
    EXPECT_EQ(elemOf(ptr)->nunits, 14);
    EXPECT_EQ(blk->maxFreeElem, 492);
    EXPECT_EQ(freeRing(blk), Sizes{491 * 8});
-   RtxMemElem* next = rtxMemHeapGetNextElem(elemOf(ptr));
-   EXPECT_EQ(next->nunits, 492);
-   EXPECT_EQ(rtxMemHeapGetPrevElem(next), elemOf(ptr));
-   EXPECT_TRUE(rtxMemHeapCheckCode(heap_, elemOf(ptr)));
-   EXPECT_FALSE(rtxMemInvalidPtr(heap_, ptr));
+   const std::pair<size_t, unsigned> units[] = {{0, 2}, {8, 2}, {9, 3}}; // room for eight at least
+   for (const auto& [nbytes, nunits] : units) EXPECT_EQ(elemOf(alloc(nbytes))->nunits, nunits);
 }
 
 TEST_F(Heap, SizesAtTheEdgeOfABlock) {
@@ -97,39 +94,6 @@ TEST_F(Heap, SizesAtTheEdgeOfABlock) {
    EXPECT_EQ(alloc(SIZE_MAX - 31), nullptr);
    EXPECT_EQ(alloc(SIZE_MAX), nullptr);
    EXPECT_EQ(rtxMemHeapRealloc(&heap_, alloc(600000), SIZE_MAX - 34), nullptr);
-}
-
-TEST_F(Heap, NoOctetsGiveRoomForEight) {
-   void* ptr = alloc(0);
-   EXPECT_EQ(elemOf(ptr)->nunits, 2);
-   EXPECT_EQ(elemOf(alloc(0))->nunits, 2);
-   EXPECT_EQ(elemOf(alloc(8))->nunits, 2);
-   EXPECT_EQ(elemOf(alloc(9))->nunits, 3);
-   std::memset(ptr, 0xFF, 8);
-}
-
-TEST_F(Heap, FreedNeighboursJoin) {
-   // the order in which the three pieces are freed, and what the ring shows after each step
-   struct {
-      int order[3];
-      Sizes rings[3];
-   } const cases[] = {{{0, 2, 1}, {{16, 3920}, {16, 32, 3920}, {96, 3920}}},
-                      {{0, 1, 2}, {{16, 3920}, {56, 3920}, {96, 3920}}},
-                      {{2, 1, 0}, {{32, 3920}, {72, 3920}, {96, 3920}}}};
-   for (const auto& c : cases) {
-      rtxMemHeapReset(&heap_);
-      void* pieces[3] = {alloc(16), alloc(32), alloc(32)};
-      void* end = alloc(8);
-      for (int i = 0; i < 3; ++i) {
-         free(pieces[c.order[i]]);
-         Sizes sizes = freeRing(blkOf(end));
-         std::sort(sizes.begin(), sizes.end());
-         EXPECT_EQ(sizes, c.rings[i]) << i;
-      }
-      free(end);
-      EXPECT_EQ(freeRing(static_cast<RtxMemBlk*>(heap_->curBlock)), Sizes{505 * 8});
-      EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
-   }
 }
 
 TEST_F(Heap, SearchLooksOneFreeElementAhead) {
@@ -185,19 +149,19 @@ TEST_F(Heap, FullBlocksArePassedByTheirBound) {
 }
 
 TEST_F(Heap, ResetKeepsBlocksAndFreesRawOnes) {
-   RtxMemBlk* first = blkOf(alloc(4000));
-   RtxMemBlk* second = blkOf(alloc(4000));
-   alloc(600000);
-   EXPECT_EQ(system_memory::live, 4u);
-   rtxMemHeapReset(&heap_);
+   size_t calls = 0;
+   for (int message = 0; message < 5; ++message) { // the steady state needs no system memory
+      RtxMemBlk* first = blkOf(alloc(4000));
+      RtxMemBlk* second = blkOf(alloc(4000));
+      EXPECT_EQ(system_memory::live, 3u);
+      EXPECT_EQ(system_memory::calls, message == 0 ? calls = system_memory::calls : calls);
+      if (message == 4) alloc(600000);
+      rtxMemHeapReset(&heap_);
+      EXPECT_EQ(freeRing(first), Sizes{505 * 8});
+      EXPECT_EQ(freeRing(second), Sizes{505 * 8});
+      EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
+   }
    EXPECT_EQ(system_memory::live, 3u);
-   EXPECT_EQ(freeRing(first), Sizes{505 * 8});
-   EXPECT_EQ(freeRing(second), Sizes{505 * 8});
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&heap_));
-   const size_t calls = system_memory::calls;
-   alloc(4000);
-   alloc(4000);
-   EXPECT_EQ(system_memory::calls, calls);
    rtxMemHeapFreeAll(&heap_);
    EXPECT_EQ(system_memory::live, 1u);
    EXPECT_EQ(heap_->curBlock, nullptr);
@@ -207,9 +171,6 @@ TEST_F(Heap, ResetKeepsBlocksAndFreesRawOnes) {
 TEST_F(Heap, EmptyBlocksGoBackWhenAskedFor) {
    void* first = alloc(4000);
    void* second = alloc(4000);
-   free(first);
-   EXPECT_EQ(system_memory::live, 3u);
-   first = alloc(4000);
    rtxMemHeapSetFlags(&heap_, RTX_MH_FREE_EMPTY_BLOCK);
    free(second);
    EXPECT_EQ(system_memory::live, 2u);
@@ -231,46 +192,41 @@ TEST_F(Heap, ZeroOnFreeClearsWhatWasThere) {
    std::memset(alloc(4040), 0, 4040);
    rtxMemHeapReset(&heap_);
    rtxMemHeapSetFlags(&heap_, RTX_MH_ZERO_ON_FREE);
-   const auto secret = [&](size_t nbytes) {
-      void* ptr = alloc(nbytes);
-      std::memset(ptr, 0x5A, nbytes);
-      return ptr;
-   };
-   const auto count = [&](RtxMemBlk* blk) { // octets of the secret in a block
+   void* pieces[3];
+   for (void*& ptr : pieces) ptr = std::memset(alloc(64), 0x5A, 64);
+   RtxMemBlk* blk = blkOf(pieces[0]);
+   const auto secrets = [&] {
       const std::string octets(reinterpret_cast<char*>(blk), 4096);
       return std::count(octets.begin(), octets.end(), 0x5A);
    };
-   void *a = secret(64), *b = secret(64), *c = secret(64);
-   RtxMemBlk* blk = blkOf(a);
-   free(a);
-   free(c);
-   EXPECT_EQ(count(blk), 64);
-   free(b);
-   EXPECT_EQ(count(blk), 0);
-   secret(1000);
+   free(pieces[0]);
+   free(pieces[2]);
+   EXPECT_EQ(secrets(), 64);
+   free(pieces[1]);
+   EXPECT_EQ(secrets(), 0);
+   std::memset(alloc(1000), 0x5A, 1000);
    rtxMemHeapReset(&heap_);
-   EXPECT_EQ(count(blk), 0);
+   EXPECT_EQ(secrets(), 0);
 }
 
 TEST_F(Heap, ReallocStaysInPlaceWhenItCan) {
    void* ptr = alloc(100);
    RtxMemBlk* blk = blkOf(ptr);
    const RtxMemLink* link = &blk->sentinel + blk->freeHead;
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 104), ptr); // same units
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 50), ptr);  // the free neighbour begins earlier, its link stays
-   EXPECT_EQ(link, &blk->sentinel + blk->freeHead);
-   EXPECT_EQ(freeRing(blk), Sizes{(506 - 8 - 1) * 8});
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4000), ptr);
-   EXPECT_EQ(freeRing(blk), Sizes{4 * 8});
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4040), ptr); // all of the block
-   EXPECT_EQ(freeRing(blk), Sizes{});
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4033), ptr); // still all
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4032), ptr); // one unit can't stand alone
-   EXPECT_EQ(elemOf(ptr)->nunits, 506);
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4024), ptr); // two can
-   EXPECT_EQ(freeRing(blk), Sizes{8});
-   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 4032), ptr); // a rest of one is taken along
-   EXPECT_EQ(elemOf(ptr)->nunits, 506);
+   const std::pair<size_t, Sizes> steps[] = {
+         {104, {491 * 8}},             // same units
+         {50, {497 * 8}},              // the free neighbour begins earlier, its link stays
+         {4000, {4 * 8}},  {4040, {}}, // all of the block
+         {4033, {}},                   // still all
+         {4032, {}},                   // one unit can't stand alone
+         {4024, {8}},                  // two can
+         {4032, {}},                   // a rest of one is taken along
+   };
+   for (const auto& [nbytes, ring] : steps) {
+      EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, nbytes), ptr) << nbytes;
+      EXPECT_EQ(freeRing(blk), ring) << nbytes;
+      EXPECT_TRUE(nbytes != 50 || link == &blk->sentinel + blk->freeHead);
+   }
    std::memset(ptr, 7, 4032);
    auto* moved = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5000));
    EXPECT_NE(moved, ptr);
@@ -306,36 +262,17 @@ TEST_F(Heap, RawBlocksMoveInTheirRing) {
    EXPECT_EQ(system_memory::live, 4u);
 }
 
-TEST_F(Heap, References) {
-   auto* ptr = static_cast<uint8_t*>(alloc(10));
-   *ptr = 77;
-   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
-   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
-   free(ptr);
-   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 2);
-   auto* copy = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 5)); // one owner goes its own way
-   EXPECT_NE(copy, ptr);
-   EXPECT_EQ(*copy, 77);
-   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 1);
-   while (rtxMemHeapAutoPtrGetRefCount(&heap_, ptr) < 255) ASSERT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
-   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), nullptr);
-   EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), 255);
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, ptr), 254);
-   free(copy);
-   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, copy), nullptr);
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, copy), 0);
-}
-
 TEST_F(Heap, StrangePointersAreIgnored) {
    RtxMemHeap* none = nullptr;
    void* ptr = alloc(64);
+   void* freed = alloc(64);
+   free(freed);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, freed), 0);
    auto* inside = static_cast<char*>(ptr) + 16;
    std::memset(ptr, 0xEE, 64);
    alignas(8) char outside[32] = {};
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, outside + 8), RTX_E_NOMEM);
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, inside), RTX_E_NOMEM); // the guard is wrong
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, inside + 1), RTX_E_NOMEM);
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, heap_->minAddr), RTX_E_NOMEM);
+   void* const strange[] = {outside + 8, inside, inside + 1, heap_->minAddr}; // inside the guard is wrong
+   for (void* one : strange) EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, one), RTX_E_NOMEM);
    EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, nullptr), RTX_E_NULL);
    EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&none, ptr), RTX_E_NULL);
    EXPECT_EQ(rtxMemHeapAutoPtrRef(nullptr, ptr), nullptr);
@@ -425,8 +362,6 @@ TEST_F(Heap, ConvertedToStaticItsRecordStillGoesWhereItCameFrom) {
    EXPECT_EQ(rtxMemHeapConvertStatic(&heap_, buffer, sizeof buffer), 0);
    EXPECT_EQ(system_memory::live, 1u);
    EXPECT_EQ(heap_->mallocFn, g_malloc_func);
-   EXPECT_EQ(alloc(60), buffer);
-   EXPECT_EQ(alloc(5), nullptr);
 }
 
 TEST(HeapCreation, CodeGuards) {
@@ -473,10 +408,14 @@ TEST(StaticHeap, HandsOutItsBufferFromFrontToBack) {
    void* second = rtxMemHeapAllocZ(&heap, 10);
    EXPECT_EQ(second, buffer + 3); // no rounding
    EXPECT_FALSE(rtxMemHeapIsEmpty(&heap));
-   rtxMemHeapFreePtr(&heap, second);
-   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap, second), nullptr);
-   EXPECT_FALSE(rtxMemHeapCheckPtr(&heap, second));
-   EXPECT_EQ(rtxMemHeapRealloc(&heap, second, 20), nullptr);
+   for (uint32_t flags : {0u, RTX_MH_CHECK_HEAP | RTX_MH_CHECK_PTR}) { // nothing to check here
+      rtxMemHeapSetFlags(&heap, flags);
+      rtxMemHeapFreePtr(&heap, second);
+      EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap, second), nullptr);
+      EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap, second), RTX_E_NOMEM);
+      EXPECT_FALSE(rtxMemHeapCheckPtr(&heap, second));
+      EXPECT_EQ(rtxMemHeapRealloc(&heap, second, 20), nullptr);
+   }
    struct {
       void* ptr;
       size_t oldSize, newSize;
@@ -491,9 +430,6 @@ TEST(StaticHeap, HandsOutItsBufferFromFrontToBack) {
       EXPECT_EQ(heap->staticUsed, c.used);
    }
    EXPECT_EQ(rtxMemHeapAlloc(&heap, 91), nullptr);
-   rtxMemHeapSetFlags(&heap, RTX_MH_CHECK_HEAP | RTX_MH_CHECK_PTR); // nothing to check here
-   rtxMemHeapFreePtr(&heap, second);
-   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap, second), RTX_E_NOMEM);
    rtxMemHeapClearFlags(&heap, ~0u);
    EXPECT_NE(heap->flags & RTX_MH_STATIC, 0u);
    rtxMemHeapReset(&heap);
@@ -538,47 +474,34 @@ TEST(StaticSystemMemory, ServesWholeHeaps) {
    EXPECT_EQ(g_malloc_func, &malloc);
 }
 
-/** Every operation that can ask the system for memory, with the n-th request failing, alone and with all
- * after it. */
+/** Every operation that can ask the system for memory. */
 TEST(SystemFailure, LeavesTheHeapWhole) {
-   const auto script = [](RtxMemHeap** handle) {
+   system_memory::failEach(7, [](const auto& arm) {
+      RtxMemHeap* heap = nullptr;
+      arm();
+      const int status =
+            rtxMemHeapCreateExt(&heap, system_memory::alloc, system_memory::realloc, system_memory::free);
+      EXPECT_EQ(status, system_memory::failures != 0 ? RTX_E_NOMEM : 0);
+      if (status != 0) return;
       bool complete = true;
       const auto got = [&](void* ptr) {
          complete &= ptr != nullptr;
-         rtxMemHeapCheck(handle, __FILE__, __LINE__);
+         rtxMemHeapCheck(&heap, __FILE__, __LINE__);
          return ptr;
       };
-      void* a = got(rtxMemHeapAlloc(handle, 4000));
-      void* b = got(rtxMemHeapAllocZ(handle, 600000));
-      void* c = got(rtxMemHeapAlloc(handle, 3000));
-      if (void* fresh = got(rtxMemHeapRealloc(handle, a, 9000))) a = fresh;
-      if (void* fresh = got(rtxMemHeapRealloc(handle, b, 5000000))) b = fresh;
-      if (rtxMemHeapAutoPtrRef(handle, c) != nullptr) {
-         void* fresh = got(rtxMemHeapRealloc(handle, c, 4000));
-         EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(handle, c), fresh != nullptr ? 1 : 2);
+      void* a = got(rtxMemHeapAlloc(&heap, 4000));
+      void* b = got(rtxMemHeapAllocZ(&heap, 600000));
+      void* c = got(rtxMemHeapAlloc(&heap, 3000));
+      if (void* fresh = got(rtxMemHeapRealloc(&heap, a, 9000))) a = fresh;
+      if (void* fresh = got(rtxMemHeapRealloc(&heap, b, 5000000))) b = fresh;
+      if (rtxMemHeapAutoPtrRef(&heap, c) != nullptr) {
+         void* fresh = got(rtxMemHeapRealloc(&heap, c, 4000));
+         EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap, c), fresh != nullptr ? 1 : 2);
       }
-      got(rtxMemHeapRealloc(handle, a, 700000));
-      return complete;
-   };
-   for (bool onward : {false, true}) {
-      for (size_t n = 1;; ++n) {
-         system_memory::reset();
-         system_memory::failAt = n;
-         system_memory::failFromThere = onward;
-         RtxMemHeap* heap = nullptr;
-         const int status =
-               rtxMemHeapCreateExt(&heap, system_memory::alloc, system_memory::realloc, system_memory::free);
-         EXPECT_EQ(status, n == 1 ? RTX_E_NOMEM : 0);
-         const bool complete = status == 0 && script(&heap);
-         EXPECT_EQ(complete, system_memory::failures == 0) << n;
-         rtxMemHeapRelease(&heap);
-         EXPECT_EQ(system_memory::live, 0u);
-         if (complete) {
-            EXPECT_GT(n, 7u);
-            break;
-         }
-      }
-   }
+      got(rtxMemHeapRealloc(&heap, a, 700000));
+      EXPECT_EQ(complete, system_memory::failures == 0);
+      rtxMemHeapRelease(&heap);
+   });
 }
 
 TEST(SpareNodes, BelongToTheHeapAndDontCount) {
@@ -595,56 +518,33 @@ TEST(SpareNodes, BelongToTheHeapAndDontCount) {
          EXPECT_STREQ(rtxCtxtPopElemName(&context), "name");
          rtxCtxtPopContainer(&context);
       }
+      EXPECT_EQ(context.elemNames.head, nullptr);
+      EXPECT_NE(context.memHeap->spareNames, nullptr);
+      EXPECT_NE(context.memHeap->spareContainers, nullptr);
+      EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
    };
-   nest();
-   EXPECT_NE(context.memHeap->spareNames, nullptr);
-   EXPECT_NE(context.memHeap->spareContainers, nullptr);
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
-   void* ptr = rtxMemHeapAlloc(&context, 4);
-   EXPECT_FALSE(rtxMemHeapIsEmpty(&context));
-   rtxMemHeapFreePtr(&context, ptr);
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
-
    // Whatever ends the nodes' memory forgets them; with another owner about they are given back.
-   RtxMemHeap* other = context.memHeap;
-   rtxMemHeapAddRef(&other);
-   rtxMemHeapRelease(&other);
-   EXPECT_EQ(context.memHeap->spareNames, nullptr);
-   rtxMemHeapCheck(&context, __FILE__, __LINE__);
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
-   nest();
-   rtxMemHeapReset(&context);
-   EXPECT_EQ(context.memHeap->spareNames, nullptr);
-   nest();
-   rtxMemHeapFreeAll(&context);
-   EXPECT_EQ(context.memHeap->spareContainers, nullptr);
-   nest();
+   const auto release = +[](void* handle) {
+      RtxMemHeap* other = static_cast<RtxContext*>(handle)->memHeap;
+      rtxMemHeapAddRef(&other);
+      rtxMemHeapRelease(&other);
+   };
+   for (auto* end : {release, rtxMemHeapReset, rtxMemHeapFreeAll}) {
+      nest();
+      end(&context);
+      EXPECT_EQ(context.memHeap->spareNames, nullptr);
+      EXPECT_EQ(context.memHeap->spareContainers, nullptr);
+      rtxMemHeapCheck(&context, __FILE__, __LINE__);
+   }
    alignas(8) static uint8_t buffer[1000];
+   nest();
    ASSERT_EQ(rtxMemHeapConvertStatic(&context, buffer, sizeof buffer), 0);
    nest();
-   EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
    const size_t used = context.memHeap->staticUsed;
    nest();
    EXPECT_EQ(context.memHeap->staticUsed, used);
    rtxFreeContext(&context);
    EXPECT_EQ(system_memory::live, 0u);
-}
-
-TEST(SteadyState, NeedsNoSystemMemory) {
-   RtxContext context;
-   system_memory::reset();
-   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-             0);
-   size_t calls = 0;
-   for (int message = 0; message < 50; ++message) {
-      for (size_t piece = 0; piece < 400; ++piece)
-         ASSERT_NE(rtxMemHeapAlloc(&context, piece * 7 % 300), nullptr);
-      rtxMemHeapReset(&context);
-      if (message == 0) calls = system_memory::calls;
-      EXPECT_GT(calls, 10u);
-      EXPECT_EQ(system_memory::calls, calls);
-   }
-   rtxFreeContext(&context);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #ifndef QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
 #define QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdlib>
 
@@ -49,6 +51,32 @@ inline void* realloc(void* ptr, size_t nbytes) {
 inline void free(void* ptr) {
    if (ptr != nullptr) --live;
    std::free(ptr);
+}
+
+/** The n-th call from now fails, alone or with all that follow. */
+inline void failNth(size_t n, bool onward = false) {
+   failAt = calls + n;
+   failFromThere = onward;
+}
+
+/**
+ * Runs `work` once for each allocation it makes, which fails alone, then with all that follow; nothing may be
+ * left over. Failures count from where the work calls what it is given. At least `least` points must exist.
+ */
+template <class Work>
+void failEach(size_t least, Work work) {
+   for (bool onward : {false, true})
+      for (size_t n = 1;; ++n) {
+         SCOPED_TRACE(testing::Message() << "allocation " << n << (onward ? " and all that follow" : ""));
+         reset();
+         work([=] { failNth(n, onward); });
+         ASSERT_EQ(live, 0u);
+         if (failures == 0) {
+            EXPECT_GT(n, least);
+            break;
+         }
+         ASSERT_LT(n, 1000u);
+      }
 }
 
 } // namespace system_memory
