@@ -66,16 +66,15 @@ TEST_F(DList, FindsByIndexAndData) {
    EXPECT_EQ(rtxDListFindFirstData(&list_), nullptr);
    rtxDListAppend(&context_, &list_, nullptr);
    fill(6);
-   const std::string all = "-abcdef";
-   for (size_t i = 1; i < all.size(); ++i)
-      EXPECT_EQ(*static_cast<char*>(rtxDListFindByIndex(&list_, i)->data), all[i]);
-   EXPECT_EQ(rtxDListFindByIndex(&list_, 7), nullptr);
-   EXPECT_EQ(rtxDListFindByIndex(&list_, SIZE_MAX), nullptr);
+   size_t index = 0;
+   for (RtxDListNode* node = list_.head; node != nullptr; node = node->next)
+      EXPECT_EQ(rtxDListFindByIndex(&list_, index++), node);
+   for (size_t beyond : {index, SIZE_MAX}) EXPECT_EQ(rtxDListFindByIndex(&list_, beyond), nullptr);
    EXPECT_EQ(rtxDListFindByData(&list_, letters + 3), rtxDListFindByIndex(&list_, 4));
    EXPECT_EQ(rtxDListFindByData(&list_, letters + 9), nullptr);
    EXPECT_EQ(rtxDListFindIndexByData(&list_, letters + 3), 4);
    EXPECT_EQ(rtxDListFindIndexByData(&list_, letters + 9), -1);
-   EXPECT_EQ(rtxDListFindFirstData(&list_), rtxDListFindByIndex(&list_, 1));
+   EXPECT_EQ(rtxDListFindFirstData(&list_), list_.head->next);
 }
 
 /** Sorts by the first character; what follows it shows the order of arrival. */
@@ -180,8 +179,7 @@ TEST_F(DList, FailedAllocationsLeaveNothingBehind) {
    failEach([&] { return rtxDListAppendArrayCopy(&context_, &list_, numbers, 3, 4) == 0; });
    rtxDListFreeAll(&context_, &list_);
    failEach([&] { return rtxDListAppendCharArray(&context_, &list_, 4, numbers) == 0; });
-   system_memory::failAt = system_memory::calls + 1;
-   system_memory::failFromThere = true;
+   system_memory::failNth(1, true);
    EXPECT_LT(rtxDListAppendCharArray(&context_, &list_, 4, numbers), 0); // the record needs no memory
    EXPECT_EQ(rtxErrGetLastError(&context_), RTX_E_NOMEM);
    char* joined = letters;
@@ -264,18 +262,15 @@ TEST_F(ContextTest, SListInBothMemories) {
 
 TEST_F(ContextTest, Stacks) {
    RtxStack* stack = rtxStackCreate(&context_);
-   EXPECT_EQ(rtxStackPop(stack), nullptr);
-   EXPECT_EQ(rtxStackPush(stack, letters), 0);
-   EXPECT_EQ(rtxStackPush(stack, letters + 1), 0);
-   EXPECT_EQ(stack->dlist.head->data, letters + 1);
+   for (int i : {0, 1}) EXPECT_EQ(rtxStackPush(stack, letters + i), 0);
    EXPECT_EQ(rtxStackPeek(stack), letters + 1);
-   EXPECT_EQ(rtxStackPop(stack), letters + 1);
-   EXPECT_EQ(rtxStackPop(stack), letters);
+   for (void* letter : {letters + 1, letters, static_cast<char*>(nullptr)})
+      EXPECT_EQ(rtxStackPop(stack), letter);
    EXPECT_EQ(rtxStackPeek(stack), nullptr);
-   EXPECT_EQ(rtxStackPush(nullptr, letters), RTX_E_NULL);
    RtxStack homeless = {};
-   EXPECT_EQ(rtxStackPush(&homeless, letters), RTX_E_NULL);
-   system_memory::failAt = system_memory::calls + 1;
+   for (RtxStack* none : {static_cast<RtxStack*>(nullptr), &homeless})
+      EXPECT_EQ(rtxStackPush(none, letters), RTX_E_NULL);
+   system_memory::failNth(1);
    EXPECT_EQ(rtxStackPush(stack, letters), RTX_E_NOMEM);
 
    RtxIntStack ints;
@@ -285,10 +280,9 @@ TEST_F(ContextTest, Stacks) {
    EXPECT_EQ(rtxIntStackPop(&ints, &value), RTX_E_END_OF_DATA);
    EXPECT_EQ(rtxIntStackPeek(&ints, &value), RTX_E_END_OF_DATA);
    ASSERT_EQ(rtxIntStackInit(&context_, &ints, 2), 0);
-   for (int32_t i = 0; i < 5; ++i) EXPECT_EQ(rtxIntStackPush(&ints, -i), 0);
+   for (int32_t i = 0; i < 8; ++i) EXPECT_EQ(rtxIntStackPush(&ints, -i), 0);
    EXPECT_EQ(ints.capacity, 8u);
-   for (int32_t i = 5; i < 8; ++i) EXPECT_EQ(rtxIntStackPush(&ints, -i), 0);
-   system_memory::failAt = system_memory::calls + 1;
+   system_memory::failNth(1);
    EXPECT_EQ(rtxIntStackPush(&ints, 1), RTX_E_NOMEM);
    EXPECT_EQ(rtxIntStackPeek(&ints, nullptr), 0);
    for (int32_t i = 7; i >= 0; --i) {
@@ -303,25 +297,27 @@ TEST_F(ContextTest, Stacks) {
 TEST_F(ContextTest, ScalarList) {
    RtxScalarDList list;
    rtxScalarDListInit(&list);
-   EXPECT_EQ(rtxScalarDListAppendInt32(&context_, &list, INT32_MIN)->kind, RTX_SCALAR_INT32);
-   EXPECT_EQ(rtxScalarDListAppendUInt32(&context_, &list, UINT32_MAX)->kind, RTX_SCALAR_UINT32);
-   EXPECT_EQ(rtxScalarDListAppendInt64(&context_, &list, INT64_MIN)->kind, RTX_SCALAR_INT64);
-   EXPECT_EQ(rtxScalarDListAppendUInt64(&context_, &list, UINT64_MAX)->kind, RTX_SCALAR_UINT64);
-   EXPECT_EQ(rtxScalarDListAppendDouble(&context_, &list, 0.1)->kind, RTX_SCALAR_DOUBLE);
-   EXPECT_EQ(rtxScalarDListAppendFloat(&context_, &list, 0.5f)->kind, RTX_SCALAR_FLOAT);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 0)->value.int32, INT32_MIN);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 1)->value.uint32, UINT32_MAX);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 2)->value.int64, INT64_MIN);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 3)->value.uint64, UINT64_MAX);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 4)->value.dbl, 0.1);
-   EXPECT_EQ(rtxScalarDListFindByIndex(&list, 5)->value.flt, 0.5f);
+   rtxScalarDListAppendInt32(&context_, &list, INT32_MIN);
+   rtxScalarDListAppendUInt32(&context_, &list, UINT32_MAX);
+   rtxScalarDListAppendInt64(&context_, &list, INT64_MIN);
+   rtxScalarDListAppendUInt64(&context_, &list, UINT64_MAX);
+   rtxScalarDListAppendDouble(&context_, &list, 0.1);
+   rtxScalarDListAppendFloat(&context_, &list, 0.5f);
+   const RtxScalarDListNode* nodes[6];
+   for (size_t i = 0; i < 6; ++i) ASSERT_NE(nodes[i] = rtxScalarDListFindByIndex(&list, i), nullptr);
    EXPECT_EQ(rtxScalarDListFindByIndex(&list, 6), nullptr);
+   EXPECT_TRUE(nodes[0]->kind == RTX_SCALAR_INT32 && nodes[0]->value.int32 == INT32_MIN);
+   EXPECT_TRUE(nodes[1]->kind == RTX_SCALAR_UINT32 && nodes[1]->value.uint32 == UINT32_MAX);
+   EXPECT_TRUE(nodes[2]->kind == RTX_SCALAR_INT64 && nodes[2]->value.int64 == INT64_MIN);
+   EXPECT_TRUE(nodes[3]->kind == RTX_SCALAR_UINT64 && nodes[3]->value.uint64 == UINT64_MAX);
+   EXPECT_TRUE(nodes[4]->kind == RTX_SCALAR_DOUBLE && nodes[4]->value.dbl == 0.1);
+   EXPECT_TRUE(nodes[5]->kind == RTX_SCALAR_FLOAT && nodes[5]->value.flt == 0.5f);
    RtxScalarDListNode* node = rtxScalarDListFindByIndex(&list, 4);
    rtxScalarDListRemove(&list, node);
    rtxScalarDListInsertNode(&list, 1, node);
    EXPECT_EQ(rtxScalarDListFindByIndex(&list, 1), node);
    rtxScalarDListFreeNode(&context_, &list, node);
-   system_memory::failAt = system_memory::calls + 1;
+   system_memory::failNth(1);
    EXPECT_EQ(rtxScalarDListAppendInt32(&context_, &list, 1), nullptr);
    EXPECT_EQ(list.count, 5u);
    rtxScalarDListFreeNodes(&context_, &list);

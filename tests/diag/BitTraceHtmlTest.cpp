@@ -83,18 +83,13 @@ TEST(BitTraceHtml, IsThePageToTheLetter) {
    EXPECT_EQ(page, pageOnStdout("stdout", message.list, "m"));
 }
 
-TEST(BitTraceHtml, FieldWithoutLines) {
+TEST(BitTraceHtml, FieldWithoutLinesAndEmptyList) {
    TracedMessage message;
+   for (const char* name : {"", "stdout"}) EXPECT_EQ(head + tail, pageOnStdout(name, message.list, "m"));
+   EXPECT_NE(-1, fileno(stdout)); // it stays open
    message.read("a", "NULL", 0);
    EXPECT_EQ(head + row("a NULL", "bit offset: 0 bit count: 0 next bit offset: 0", "", "&nbsp;\n", "") + tail,
              pageOnStdout(nullptr, message.list, nullptr));
-}
-
-TEST(BitTraceHtml, EmptyListAndStandardOutputStaysOpen) {
-   TracedMessage message;
-   EXPECT_EQ(head + tail, pageOnStdout("", message.list, "m"));
-   EXPECT_EQ(head + tail, pageOnStdout("stdout", message.list, nullptr));
-   EXPECT_NE(-1, fileno(stdout));
 }
 
 TEST(BitTraceHtml, TellsWhatIsMissing) {

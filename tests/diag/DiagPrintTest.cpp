@@ -21,7 +21,6 @@ protected:
 };
 
 TEST_F(DiagPrint, IsOnForTheContextOrForAll) {
-   EXPECT_FALSE(rtxDiagEnabled(pctxt));
    EXPECT_FALSE(rtxSetDiag(pctxt, 1));
    EXPECT_TRUE(rtxDiagEnabled(pctxt));
    EXPECT_FALSE(rtxDiagEnabled(nullptr));
@@ -31,9 +30,17 @@ TEST_F(DiagPrint, IsOnForTheContextOrForAll) {
    EXPECT_TRUE(rtxSetDiag(pctxt, 0));
    EXPECT_TRUE(rtxDiagEnabled(nullptr));
    EXPECT_EQ(1, rtxSetGlobalDiag(0));
+   EXPECT_FALSE(rtxDiagTraceLevelEnabled(pctxt, 0));
    EXPECT_FALSE(rtxDiagSetTraceLevel(pctxt, 2));
    EXPECT_TRUE(rtxDiagEnabled(pctxt));
-   EXPECT_EQ(2, pctxt->diagLevel);
+   // Number of levels that pass; none does above 3.
+   const unsigned passing[] = {1, 2, 3, 100, 0, 0};
+   for (unsigned diagLevel = 0; diagLevel < 6; ++diagLevel) {
+      rtxDiagSetTraceLevel(pctxt, static_cast<uint8_t>(diagLevel));
+      for (unsigned level = 0; level < 6; ++level)
+         EXPECT_EQ(level < passing[diagLevel], rtxDiagTraceLevelEnabled(pctxt, level) != 0)
+               << diagLevel << ", " << level;
+   }
 }
 
 TEST_F(DiagPrint, FiltersByClassLetter) {
@@ -77,19 +84,6 @@ TEST_F(DiagPrint, NullContextHasTheFourClasses) {
    EXPECT_EQ("~D1\n~i3\n", testing::internal::GetCapturedStdout());
 }
 
-TEST_F(DiagPrint, ComparesLevels) {
-   EXPECT_FALSE(rtxDiagTraceLevelEnabled(pctxt, 0));
-   // Number of levels that pass; none does above 3.
-   const unsigned passing[] = {1, 2, 3, 100, 0, 0};
-   for (unsigned diagLevel = 0; diagLevel < 6; ++diagLevel) {
-      rtxDiagSetTraceLevel(pctxt, static_cast<uint8_t>(diagLevel));
-      for (unsigned level = 0; level < 6; ++level) {
-         EXPECT_EQ(level < passing[diagLevel], rtxDiagTraceLevelEnabled(pctxt, level) != 0)
-               << diagLevel << ", " << level;
-      }
-   }
-}
-
 TEST_F(DiagPrint, PrintsOctetsAndBits) {
    const uint8_t data[] = {0x41, 0xA5};
    const char text[] = "a%d";
@@ -120,8 +114,7 @@ TEST_F(DiagPrint, WorksWithoutMemory) {
    std::vector<std::string> calls;
    ASSERT_EQ(0, rtxSetPrintStream(&ctxt, quorva_test::noteCallCB, &calls));
    rtxSetDiag(&ctxt, 1);
-   system_memory::failAt = system_memory::calls + 1;
-   system_memory::failFromThere = true;
+   system_memory::failNth(1, true);
    rtxDiagStreamPrintChars(&ctxt, "ab", 2);
    EXPECT_EQ((std::vector<std::string>{"a", "b"}), calls);
    EXPECT_EQ(0u, rtxErrGetErrorCnt(&ctxt));

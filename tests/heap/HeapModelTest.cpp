@@ -8,13 +8,12 @@
 #include <random>
 #include <vector>
 
-#if defined(__has_feature)
+#if defined(__SANITIZE_ADDRESS__)
+#define SLOW_BUILD 1
+#elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define SLOW_BUILD 1
 #endif
-#endif
-#if defined(__SANITIZE_ADDRESS__)
-#define SLOW_BUILD 1
 #endif
 
 namespace {
@@ -73,18 +72,11 @@ private:
    }
 
    size_t anySize() {
-      switch (below(1000)) {
-      case 0: return 524256 - 16 + below(40); // about the largest element
-      case 1: return 520000 + below(80000);
-      case 2:
-      case 3:
-      case 4:
-      case 5:
-      case 6:
-      case 7:
-      case 8: return below(20000);
-      default: return below(5) == 0 ? below(1500) : below(100);
-      }
+      const size_t kind = below(1000);
+      if (kind == 0) return 524256 - 16 + below(40); // about the largest element
+      if (kind == 1) return 520000 + below(80000);
+      if (kind < 9) return below(20000);
+      return below(5) == 0 ? below(1500) : below(100);
    }
 
    void fill(Piece& piece) {

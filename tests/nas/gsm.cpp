@@ -120,13 +120,13 @@ TEST(GsmText, EncoderWritesTheEscapeAlone) {
 
 TEST(GsmText, Limits) {
    TestContext ctx;
-   EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), nullptr), 0);
-   EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), ""), 0);
+   for (const char* nothing : {static_cast<const char*>(nullptr), ""})
+      EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), nothing), 0);
    EXPECT_EQ(ctx.written(), "");
-   EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(1), "abc"), RTX_E_BUFFER_FULL);
-   rtxErrReset(ctx);
-   EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(1), "ab"), RTX_E_BUFFER_FULL);
-
+   for (const char* text : {"abc", "ab"}) {
+      EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(1), text), RTX_E_BUFFER_FULL);
+      rtxErrReset(ctx);
+   }
    const Octets text = packed({'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'});
    EXPECT_EQ(decoded(text, 0), "");
    EXPECT_EQ(decoded(text, 9, RTX_E_END_OF_DATA), "abcdefgh");

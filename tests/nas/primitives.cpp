@@ -119,31 +119,32 @@ TEST(MobileIdentity, DecodesOddLengths) {
 
 TEST(TbcdString, EncodesAndDecodes) {
    TestContext ctx;
+   const auto expect = [&](int status, int expected) {
+      EXPECT_EQ(status, expected);
+      EXPECT_EQ(rtxErrGetLastError(ctx), expected);
+      rtxErrReset(ctx);
+   };
    for (const auto& [digits, octets] :
         {std::pair("12345", "2143f5"), std::pair("*#ab", "badc"), std::pair("7", "f7"), std::pair("", "")}) {
-      EXPECT_EQ(rtxEncQ825TBCDString(ctx.encode(), digits), 0);
+      expect(rtxEncQ825TBCDString(ctx.encode(), digits), 0);
       EXPECT_EQ(ctx.written(), octets);
       const size_t count = std::string(octets).size() / 2;
       std::vector<char> text(2 * count + 1, '!');
-      EXPECT_EQ(rtxDecQ825TBCDString(ctx.decode(octetsFromHex(octets)), count, text.data(), text.size()), 0);
+      expect(rtxDecQ825TBCDString(ctx.decode(octetsFromHex(octets)), count, text.data(), text.size()), 0);
       EXPECT_STREQ(text.data(), digits);
       EXPECT_EQ(text.back(), 0);
       if (count == 0) continue;
-      EXPECT_EQ(rtxDecQ825TBCDString(ctx.decode(octetsFromHex(octets)), count, text.data(), 2 * count),
-                RTX_E_BUFFER_FULL);
+      expect(rtxDecQ825TBCDString(ctx.decode(octetsFromHex(octets)), count, text.data(), 2 * count),
+             RTX_E_BUFFER_FULL);
       EXPECT_EQ(ctx.used(), 0u);
-      rtxErrReset(ctx);
    }
-   EXPECT_EQ(rtxEncQ825TBCDString(ctx.encode(), nullptr), 0);
    char text[5];
-   EXPECT_EQ(rtxDecQ825TBCDString(ctx, SIZE_MAX, text, 5), RTX_E_BUFFER_FULL);
-   rtxErrReset(ctx);
-   EXPECT_EQ(rtxDecQ825TBCDString(ctx.decode({0x21}), 2, text, 5), RTX_E_END_OF_DATA);
-   rtxErrReset(ctx);
-   EXPECT_EQ(rtxEncQ825TBCDString(ctx.encode(), "123d5"), RTX_E_BAD_CHAR);
+   expect(rtxEncQ825TBCDString(ctx.encode(), nullptr), 0);
+   expect(rtxDecQ825TBCDString(ctx, SIZE_MAX, text, 5), RTX_E_BUFFER_FULL);
+   expect(rtxDecQ825TBCDString(ctx.decode({0x21}), 2, text, 5), RTX_E_END_OF_DATA);
+   expect(rtxEncQ825TBCDString(ctx.encode(), "123d5"), RTX_E_BAD_CHAR);
    EXPECT_EQ(ctx.written(), "21");
-   rtxErrReset(ctx);
-   EXPECT_EQ(rtxEncQ825TBCDString(ctx.encode(1), "123"), RTX_E_BUFFER_FULL);
+   expect(rtxEncQ825TBCDString(ctx.encode(1), "123"), RTX_E_BUFFER_FULL);
 }
 
 TEST(NonImperative, PassesOverOrRefuses) {

@@ -65,15 +65,18 @@ TEST_F(BitStrPrinters, PartsLines) {
 }
 
 TEST_F(BitStrPrinters, DotText) {
-   EXPECT_EQ("n.numbits = 0\nn.data = NULL\n", take(rtPrintToStreamBitStr(pctxt, "n", 0, few, ".")));
-   EXPECT_EQ("n.numbits = 3\nn.data = 101xxxxx\n", take(rtPrintToStreamBitStr(pctxt, "n", 3, few, ".")));
-   EXPECT_EQ("n.numbits = 63\nn.data = 80 81 82 83 84 85 86 1000011x\n",
-             take(rtPrintToStreamBitStr(pctxt, "n", 63, data.data(), ".")));
-   EXPECT_EQ("n.numbits = 64\nn.data =\n80 81 82 83 84 85 86 87\n",
-             take(rtPrintToStreamBitStr(pctxt, "n", 64, data.data(), ".")));
-   EXPECT_EQ("n.numbits = 121\nn.data =\n" + line15 + "\n1xxxxxxx\n",
-             take(rtPrintToStreamBitStr(pctxt, "n", 121, data.data(), ".")));
-   EXPECT_EQ("n.numbits = 5\nn.data = \n", take(rtPrintToStreamBitStr(pctxt, "n", 5, nullptr, ".")));
+   const auto print = [&](uint32_t numbits, const uint8_t* octets) {
+      return take(rtPrintToStreamBitStr(pctxt, "n", numbits, octets, "."));
+   };
+   EXPECT_EQ("n.numbits = 0\nn.data = NULL\n", print(0, few));
+   EXPECT_EQ("n.numbits = 3\nn.data = 101xxxxx\n", print(3, few));
+   EXPECT_EQ("n.numbits = 63\nn.data = 80 81 82 83 84 85 86 1000011x\n", print(63, data.data()));
+   EXPECT_EQ("n.numbits = 64\nn.data =\n80 81 82 83 84 85 86 87\n", print(64, data.data()));
+   EXPECT_EQ("n.numbits = 121\nn.data =\n" + line15 + "\n1xxxxxxx\n", print(121, data.data()));
+   EXPECT_EQ("n.numbits = 5\nn.data = \n", print(5, nullptr));
+   EXPECT_EQ("n.numbits = 12\nn.data = 101001011011\n",
+             take(rtPrintToStreamBitStrBin(pctxt, "n", 12, few, ".")));
+   EXPECT_EQ("n.numbits = 0\nn.data = \n", take(rtPrintToStreamBitStrBin(pctxt, "n", 0, few, ".")));
 }
 
 TEST_F(BitStrPrinters, DotTextWithExtension) {
@@ -102,12 +105,6 @@ TEST_F(BitStrPrinters, BraceText) {
    EXPECT_EQ("n = { 12, a5 1011xxxx }\n", print(12, 2, nullptr));
    EXPECT_EQ("n = { 64,\n      a5 b0\n      0x41\n   }\n", print(64, 2, few + 2));
    EXPECT_EQ("n = { 64,\n      a5 b0\n   }\n", print(64, 2, nullptr));
-}
-
-TEST_F(BitStrPrinters, Binary) {
-   EXPECT_EQ("n.numbits = 12\nn.data = 101001011011\n",
-             take(rtPrintToStreamBitStrBin(pctxt, "n", 12, few, ".")));
-   EXPECT_EQ("n.numbits = 0\nn.data = \n", take(rtPrintToStreamBitStrBin(pctxt, "n", 0, few, ".")));
 }
 
 TEST_F(BitStrPrinters, NamedBits) {
@@ -158,33 +155,25 @@ TEST_F(BitStrPrinters, NamedBitsWithExtension) {
 }
 
 TEST(BitStrPrintersMemory, FailureIsReportedAndNothingIsLost) {
-   // Each point of failure in turn, alone and with all that follows.
-   const std::vector<uint8_t> data = counted(64);
-   for (const bool fromThere : {false, true}) {
-      bool failed = true;
-      for (size_t n = 1; failed; ++n) {
-         ASSERT_LT(n, 100u);
-         system_memory::reset();
-         RtxContext ctxt;
-         ASSERT_EQ(0, rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc,
-                                        system_memory::free));
-         rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
-         char memory[4096];
-         RtxPrintToStringBuffer text = {memory, sizeof(memory), 0};
-         ASSERT_EQ(0, rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text));
-         const size_t before = system_memory::live;
-         system_memory::failAt = system_memory::calls + n;
-         system_memory::failFromThere = fromThere;
-         failed = rtPrintToStreamBitStr(&ctxt, "n", 300, data.data(), ".") == RTX_E_NOMEM;
-         failed |= rtPrintToStreamBitStrBraceText(&ctxt, "n", 300, data.data()) == RTX_E_NOMEM;
-         failed |= rtPrintToStreamOIDStr(&ctxt, "n", "1.2") == RTX_E_NOMEM;
-         EXPECT_EQ(failed, system_memory::failures > 0);
-         EXPECT_EQ(before, system_memory::live);
-         EXPECT_EQ(0u, std::string(memory, text.used).find("n.numbits = 300\n"));
-         rtxFreeContext(&ctxt);
-         EXPECT_EQ(0u, system_memory::live);
-      }
-   }
+   system_memory::failEach(3, [](const auto& arm) {
+      const std::vector<uint8_t> data = counted(64);
+      RtxContext ctxt;
+      ASSERT_EQ(0,
+                rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+      rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
+      char memory[4096];
+      RtxPrintToStringBuffer text = {memory, sizeof(memory), 0};
+      ASSERT_EQ(0, rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text));
+      const size_t before = system_memory::live;
+      arm();
+      bool failed = rtPrintToStreamBitStr(&ctxt, "n", 300, data.data(), ".") == RTX_E_NOMEM;
+      failed |= rtPrintToStreamBitStrBraceText(&ctxt, "n", 300, data.data()) == RTX_E_NOMEM;
+      failed |= rtPrintToStreamOIDStr(&ctxt, "n", "1.2") == RTX_E_NOMEM;
+      EXPECT_EQ(failed, system_memory::failures > 0);
+      EXPECT_EQ(before, system_memory::live);
+      EXPECT_EQ(0u, std::string(memory, text.used).find("n.numbits = 300\n"));
+      rtxFreeContext(&ctxt);
+   });
 }
 
 } // namespace

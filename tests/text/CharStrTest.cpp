@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstring>
+#include <string>
 
 #include "quorva/rtxFile.h"
 #include "quorva/rtxStatus.h"
@@ -14,21 +15,20 @@ namespace {
 using quorva_test::Capture;
 
 TEST(CharStr, WritesNumbers) {
-   char out[24];
-   EXPECT_EQ(0, rtxUIntToCharStr(UINT32_MAX, out, 11, 0));
-   EXPECT_STREQ("4294967295", out);
-   EXPECT_EQ(RTX_E_TOO_SMALL, rtxUIntToCharStr(UINT32_MAX, out, 10, 0));
-   EXPECT_STREQ("4294967295", out);
-   EXPECT_EQ(0, rtxIntToCharStr(INT32_MIN, out, sizeof(out), 0));
-   EXPECT_STREQ("-2147483648", out);
-   EXPECT_EQ(0, rtxInt64ToCharStr(INT64_MIN, out, 21, 0));
-   EXPECT_STREQ("-9223372036854775808", out);
-   EXPECT_EQ(0, rtxUInt64ToCharStr(UINT64_MAX, out, 21, 0));
-   EXPECT_STREQ("18446744073709551615", out);
-   EXPECT_EQ(0, rtxSizeToCharStr(0, out, 2, 0));
-   EXPECT_STREQ("0", out);
-   EXPECT_EQ(RTX_E_TOO_SMALL, rtxSizeToCharStr(0, out, 0, 0));
+   char out[24] = "old";
+   for (int status : {rtxUIntToCharStr(UINT32_MAX, out, 10, 0), rtxSizeToCharStr(0, out, 0, 0)})
+      EXPECT_EQ(RTX_E_TOO_SMALL, status);
    EXPECT_EQ(RTX_E_BAD_ARGUMENT, rtxSizeToCharStr(0, nullptr, 8, 0));
+   EXPECT_STREQ("old", out);
+   const auto text = [&out](int status) {
+      EXPECT_EQ(0, status);
+      return std::string(out);
+   };
+   EXPECT_EQ("4294967295", text(rtxUIntToCharStr(UINT32_MAX, out, 11, 0)));
+   EXPECT_EQ("-2147483648", text(rtxIntToCharStr(INT32_MIN, out, 12, 0)));
+   EXPECT_EQ("-9223372036854775808", text(rtxInt64ToCharStr(INT64_MIN, out, 21, 0)));
+   EXPECT_EQ("18446744073709551615", text(rtxUInt64ToCharStr(UINT64_MAX, out, 21, 0)));
+   EXPECT_EQ("0", text(rtxSizeToCharStr(0, out, 2, 0)));
 }
 
 TEST(CharStr, FillsNumbersUp) {

@@ -22,27 +22,23 @@ uint32_t nextDraw(unsigned seed, int skipped = 0) {
 TEST(Rand, NumbersAreTheDrawWithinTheSpan) {
    for (unsigned seed = 1; seed < 200; ++seed) {
       const uint32_t x = nextDraw(seed);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandUInt32(nullptr, 10, 19), x % 10 + 10);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandInt32(nullptr, -5, 4), static_cast<int32_t>(x % 10) - 5);
+      const auto drawn = [seed](auto function, auto min, auto max) {
+         rtxRandInit(seed);
+         return function(nullptr, min, max);
+      };
+      EXPECT_EQ(drawn(rtxRandUInt32, 10u, 19u), x % 10 + 10);
+      EXPECT_EQ(drawn(rtxRandInt32, -5, 4), static_cast<int32_t>(x % 10) - 5);
       // The span is one short at the ends of the range: deliberate.
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandUInt32(nullptr, 0, UINT32_MAX), x % UINT32_MAX);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandInt32(nullptr, INT32_MIN, INT32_MIN + 2), static_cast<int32_t>(x % 2 + 0x80000000u));
+      EXPECT_EQ(drawn(rtxRandUInt32, 0u, UINT32_MAX), x % UINT32_MAX);
+      EXPECT_EQ(drawn(rtxRandInt32, INT32_MIN, INT32_MIN + 2), static_cast<int32_t>(x % 2 + 0x80000000u));
       // Wide numbers: two draws, and a coin for the upper half.
       const uint32_t high = nextDraw(seed, 1), coin = nextDraw(seed, 2) % 2;
       const uint64_t wide = (x & 0x7FFFFFFFu) | (coin == 0 ? uint64_t{high & 0x7FFFFFFFu} << 32 : 0);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandUInt64(nullptr, 0, UINT64_MAX), wide);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandUInt64(nullptr, 100, 1000), wide % 901 + 100);
-      rtxRandInit(seed);
-      EXPECT_EQ(rtxRandInt64(nullptr, INT64_MIN, INT64_MAX),
+      EXPECT_EQ(drawn(rtxRandUInt64, 0u, UINT64_MAX), wide);
+      EXPECT_EQ(drawn(rtxRandUInt64, 100u, 1000u), wide % 901 + 100);
+      EXPECT_EQ(drawn(rtxRandInt64, INT64_MIN, INT64_MAX),
                 static_cast<int64_t>(wide % UINT64_MAX + (uint64_t{1} << 63)));
-      rtxRandInit(seed);
-      const double number = rtxRandFloat(nullptr, -2, 2);
+      const double number = drawn(rtxRandFloat, -2, 2);
       EXPECT_TRUE(number >= -2 && number <= 2);
    }
 }

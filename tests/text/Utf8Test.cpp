@@ -9,58 +9,56 @@
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "support/capture.h"
+#include "support/vectors.h"
 
 namespace {
 
+using quorva::test::Octets;
+using quorva::test::octetsFromHex;
 using quorva_test::Capture;
-using Octets = std::basic_string<uint8_t>;
 
 struct CharCase {
    uint32_t codePoint;
-   Octets octets;
+   const char* hex;
 };
 
-const CharCase charCases[] = {
-      {0x00, {0x00}},
-      {0x7F, {0x7F}},
-      {0x80, {0xC2, 0x80}},
-      {0xE9, {0xC3, 0xA9}},
-      {0x7FF, {0xDF, 0xBF}},
-      {0x800, {0xE0, 0xA0, 0x80}},
-      {0xD800, {0xED, 0xA0, 0x80}},
-      {0xFFFF, {0xEF, 0xBF, 0xBF}},
-      {0x10FFFF, {0xF4, 0x8F, 0xBF, 0xBF}},
-      {0x1FFFFF, {0xF7, 0xBF, 0xBF, 0xBF}},
-      {0x200000, {0xF8, 0x88, 0x80, 0x80, 0x80}},
-      {0x3FFFFFF, {0xFB, 0xBF, 0xBF, 0xBF, 0xBF}},
-      {0x4000000, {0xFC, 0x84, 0x80, 0x80, 0x80, 0x80}},
-      {0x7FFFFFFF, {0xFD, 0xBF, 0xBF, 0xBF, 0xBF, 0xBF}},
-};
+const CharCase charCases[] = {{0x00, "00"},
+                              {0x7F, "7f"},
+                              {0x80, "c280"},
+                              {0xE9, "c3a9"},
+                              {0x7FF, "dfbf"},
+                              {0x800, "e0a080"},
+                              {0xD800, "eda080"},
+                              {0xFFFF, "efbfbf"},
+                              {0x10FFFF, "f48fbfbf"},
+                              {0x1FFFFF, "f7bfbfbf"},
+                              {0x200000, "f888808080"},
+                              {0x3FFFFFF, "fbbfbfbfbf"},
+                              {0x4000000, "fc8480808080"},
+                              {0x7FFFFFFF, "fdbfbfbfbfbf"}};
 
 TEST(UTF8, CodesEachLengthBothWays) {
+   uint8_t out[6] = {};
    for (const CharCase& c : charCases) {
       SCOPED_TRACE(c.codePoint);
-      EXPECT_EQ(c.octets.size(), rtxUTF8CharSize(c.codePoint));
-      uint8_t out[6] = {};
-      EXPECT_EQ(static_cast<int>(c.octets.size()), rtxUTF8EncodeChar(c.codePoint, out, sizeof(out)));
-      EXPECT_EQ(c.octets, Octets(out, c.octets.size()));
-      EXPECT_EQ(RTX_E_BUFFER_FULL, rtxUTF8EncodeChar(c.codePoint, out, c.octets.size() - 1));
-      size_t size = c.octets.size();
-      EXPECT_EQ(static_cast<int32_t>(c.codePoint), rtxUTF8DecodeChar(nullptr, c.octets.data(), &size));
-      EXPECT_EQ(c.octets.size(), size);
-      size = c.octets.size() - 1;
-      EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(nullptr, c.octets.data(), &size));
+      const Octets octets = octetsFromHex(c.hex);
+      EXPECT_EQ(octets.size(), rtxUTF8CharSize(c.codePoint));
+      EXPECT_EQ(static_cast<int>(octets.size()), rtxUTF8EncodeChar(c.codePoint, out, sizeof(out)));
+      EXPECT_EQ(octets, Octets(out, out + octets.size()));
+      EXPECT_EQ(RTX_E_BUFFER_FULL, rtxUTF8EncodeChar(c.codePoint, out, octets.size() - 1));
+      size_t size = octets.size();
+      EXPECT_EQ(static_cast<int32_t>(c.codePoint), rtxUTF8DecodeChar(nullptr, octets.data(), &size));
+      EXPECT_EQ(octets.size(), size);
+      EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(nullptr, octets.data(), &--size));
    }
-   uint8_t out[6];
    EXPECT_EQ(RTX_E_BUFFER_FULL, rtxUTF8EncodeChar(0x80000000, out, sizeof(out)));
 }
 
 TEST(UTF8, RefusesBadSequences) {
-   for (const Octets& octets :
-        {Octets{0x80, 0x80}, Octets{0xBF, 0x80}, Octets{0xFE, 0x80, 0x80, 0x80, 0x80, 0x80},
-         Octets{0xC3, 0x29}, Octets{0xC3, 0xC3}, Octets{0xE2, 0x82, 0x20}}) {
+   for (const char* hex : {"8080", "bf80", "fe8080808080", "c329", "c3c3", "e28220"}) {
+      const Octets octets = octetsFromHex(hex);
       size_t size = octets.size();
-      EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(nullptr, octets.data(), &size));
+      EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(nullptr, octets.data(), &size)) << hex;
       EXPECT_EQ(octets.size(), size);
    }
    // Overlong forms are deliberately let through.
@@ -68,12 +66,10 @@ TEST(UTF8, RefusesBadSequences) {
    size_t size = 2;
    EXPECT_EQ(0, rtxUTF8DecodeChar(nullptr, overlong, &size));
    EXPECT_EQ(2u, size);
-}
-
-TEST(UTF8, RecordsBadSequenceWithItsPosition) {
+   // A bad sequence is on record with its position.
    Capture capture;
    const uint8_t lead = 0xFF;
-   size_t size = 1;
+   size = 1;
    EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(&capture.ctxt, &lead, &size));
    EXPECT_EQ(RTX_E_BAD_UTF8, rtxErrGetLastError(&capture.ctxt));
    ASSERT_EQ(1, capture.ctxt.errFixed.parmCount);
@@ -83,12 +79,14 @@ TEST(UTF8, RecordsBadSequenceWithItsPosition) {
    EXPECT_EQ(0, capture.ctxt.errFixed.parmCount);
 }
 
-TEST(UTF8, Measures) {
+TEST(UTF8, MeasuresAndHashes) {
    EXPECT_EQ(0u, rtxUTF8LenBytes(nullptr));
    EXPECT_EQ(0u, rtxUTF8Len(nullptr));
    EXPECT_EQ(6u, rtxUTF8LenBytes("a\xC3\xA9\xE2\x82\xAC"));
    EXPECT_EQ(3u, rtxUTF8Len("a\xC3\xA9\xE2\x82\xAC"));
    EXPECT_EQ(2u, rtxCalcUTF8Len("a\xC3\xA9z", 3));
+   EXPECT_EQ(5381u, rtxUTF8StrHash(nullptr));
+   EXPECT_EQ((5381u * 33 + 0xC3) * 33 + 0xA9, rtxUTF8StrHash("\xC3\xA9")); // octets are unsigned
 }
 
 TEST(UTF8, ComparesAsUnsignedOctets) {
@@ -107,13 +105,6 @@ TEST(UTF8, ComparesAsUnsignedOctets) {
    EXPECT_FALSE(rtxUTF8StrEqual("a", nullptr));
    EXPECT_TRUE(rtxUTF8StrnEqual("integProt", "integProtAndCipher", 9));
    EXPECT_FALSE(rtxUTF8StrEqual("integProt", "integProtAndCipher"));
-}
-
-TEST(UTF8, HashesOctetsUnsigned) {
-   EXPECT_EQ(5381u, rtxUTF8StrHash(nullptr));
-   EXPECT_EQ(5381u, rtxUTF8StrHash(""));
-   EXPECT_EQ(5381u * 33 + 'a', rtxUTF8StrHash("a"));
-   EXPECT_EQ((5381u * 33 + 0xC3) * 33 + 0xA9, rtxUTF8StrHash("\xC3\xA9"));
 }
 
 TEST(UTF8, CopiesToTheHeap) {
