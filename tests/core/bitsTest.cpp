@@ -3,14 +3,6 @@
 
 namespace {
 
-using After = std::pair<int, size_t>;
-
-/** The status of a call and the bit offset behind it; clears the record of errors. */
-After after(Context& c, int status) {
-   rtxErrReset(&c);
-   return {status, rtxCtxtGetBitOffset(&c)};
-}
-
 TEST(ReadBits, ShortageLeavesTheCursor) {
    Octets octets{0xFF, 0xFF};
    Context c(octets);

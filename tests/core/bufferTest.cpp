@@ -17,8 +17,7 @@ TEST(Buffer, NewOnesAreDynamic) {
    EXPECT_EQ(c.bufSize, 1024u);
    EXPECT_TRUE(c.bufDynamic);
    c.at(3, 2);
-   EXPECT_EQ(rtxInitContextBuffer(&c, nullptr, 8), 0);
-   EXPECT_EQ(rtxCtxtGetBitOffset(&c), 0u);
+   EXPECT_EQ(after(c, rtxInitContextBuffer(&c, nullptr, 8)), After(0, 0u));
    EXPECT_EQ(c.bufSize, 8u);
    c.state = 5;
    Octets octets(4);
@@ -69,15 +68,13 @@ TEST(Buffer, StaticOnesAndAbsurdSizesFail) {
 }
 
 TEST(Output, FlushKeepsThePartialOctet) {
-   Transport transport;
-   Context c;
-   attach(&c, transport, RTX_STREAM_WRITE);
+   Streamed c(RTX_STREAM_WRITE);
    EXPECT_EQ(rtxFlushOutputBuffer(&c), 0); // nothing there
    EXPECT_TRUE(rtxIsOutputBufferFlushable(&c));
    EXPECT_EQ(rtxEncBits(&c, 0xABCDE, 20), 0);
    EXPECT_TRUE(c.stream->flags & RTX_STREAM_CTXT_BUF);
    EXPECT_EQ(rtxStreamFlush(&c), 0);
-   EXPECT_EQ(transport.data, (Octets{0xAB, 0xCD}));
+   EXPECT_EQ(c.data, (Octets{0xAB, 0xCD}));
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), 20u);
    EXPECT_EQ(c.stream->bufBase, 2u);
    EXPECT_EQ(c.bufByteIndex, 0u);
@@ -91,40 +88,37 @@ TEST(Output, FlushKeepsThePartialOctet) {
    c.flags &= ~RTX_CTXT_BUFFER_MODE;
    EXPECT_EQ(rtxEncBit(&c, 1), 0);
    EXPECT_EQ(rtxStreamClose(&c), 0); // completes the octet
-   EXPECT_EQ(transport.data, (Octets{0xAB, 0xCD, 0xEF, 0x80}));
-   EXPECT_TRUE(transport.closed);
+   EXPECT_EQ(c.data, (Octets{0xAB, 0xCD, 0xEF, 0x80}));
+   EXPECT_TRUE(c.closed);
    EXPECT_EQ(c.stream, nullptr);
    EXPECT_EQ(c.bufData, nullptr);
 }
 
 TEST(Output, LongRunsGoPastTheBuffer) {
    const Octets octets = counted(5000);
-   Transport transport;
-   Context c;
-   attach(&c, transport, RTX_STREAM_WRITE);
+   Streamed c(RTX_STREAM_WRITE);
    EXPECT_EQ(rtxEncUInt32(&c, 0xAABB, 2), 0);
    EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets.data(), 5000 * 8 - 3), 0);
-   EXPECT_EQ(transport.calls, 2); // the buffer, then 4999 octets at once
-   EXPECT_EQ(transport.data.size(), 5001u);
+   EXPECT_EQ(c.calls, 2); // the buffer, then 4999 octets at once
+   EXPECT_EQ(c.data.size(), 5001u);
    EXPECT_EQ(c.bufSize, 1024u);
    EXPECT_EQ(rtxEncBits(&c, octets.back() & 7u, 3), 0);
    for (size_t count : {1500u, 1900u}) // fills the buffer first, then goes past it
       EXPECT_EQ(rtxWriteBytes(&c, octets.data(), count), 0);
    EXPECT_EQ(c.lastChar, octets[1899]);
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), (5002u + 1500 + 1900) * 8);
-   EXPECT_EQ(rtxCtxtGetIOByteCount(&c), transport.data.size());
+   EXPECT_EQ(rtxCtxtGetIOByteCount(&c), c.data.size());
    EXPECT_EQ(rtxStreamClose(&c), 0);
    Octets expected{0xAA, 0xBB};
    for (ptrdiff_t count : {5000, 1500, 1900})
       expected.insert(expected.end(), octets.begin(), octets.begin() + count);
-   EXPECT_TRUE(transport.data == expected);
+   EXPECT_TRUE(c.data == expected);
 }
 
 TEST(Output, MarkKeepsTheBuffer) {
    const Octets octets = counted(3000);
-   Transport transport;
-   Context c;
-   RtxStream* stream = attach(&c, transport, RTX_STREAM_WRITE);
+   Streamed c(RTX_STREAM_WRITE);
+   RtxStream* stream = c.stream;
    EXPECT_EQ(rtxEncBits(&c, 0x11, 8), 0);
    size_t pos = 9;
    EXPECT_EQ(rtxMarkPos(&c, &pos), 0);
@@ -133,19 +127,18 @@ TEST(Output, MarkKeepsTheBuffer) {
    EXPECT_EQ(rtxWriteBytes(&c, octets.data(), 3000), 0);
    EXPECT_EQ(rtxMarkPos(&c, &pos), 0);
    EXPECT_EQ(pos, 3000u);
-   EXPECT_EQ(transport.calls, 0);
+   EXPECT_EQ(c.calls, 0);
    EXPECT_EQ(rtxResetToPos(&c, 0), 0);
    EXPECT_FALSE(stream->flags & RTX_STREAM_BUF_MARK);
    EXPECT_EQ(rtxResetToPos(&c, 0), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(rtxEncBits(&c, 0x22, 8), 0);
    EXPECT_EQ(rtxStreamClose(&c), 0);
-   EXPECT_EQ(transport.data, (Octets{0x11, 0x22}));
+   EXPECT_EQ(c.data, (Octets{0x11, 0x22}));
 }
 
 TEST(Output, UnbufferedAndMemoryStreams) {
-   Transport transport;
-   Context c;
-   RtxStream* stream = attach(&c, transport, RTX_STREAM_WRITE);
+   Streamed c(RTX_STREAM_WRITE);
+   RtxStream* stream = c.stream;
    stream->flags |= RTX_STREAM_TEXT_FILTER; // takes no context buffer
    const uint8_t octets[] = {1, 2, 3};
    EXPECT_EQ(rtxWriteBytes(&c, octets, 3), 0);
@@ -164,52 +157,47 @@ TEST(Output, UnbufferedAndMemoryStreams) {
    EXPECT_EQ(stream->ioBytes, 7u);
    EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets, 20), 0);
    EXPECT_EQ(stream->ioBytes, 9u);
-   EXPECT_EQ(transport.data, (Octets{1, 2, 3}));
+   EXPECT_EQ(c.data, (Octets{1, 2, 3}));
    rtxMemHeapFreePtr(&c, c.bufData);
    c.bufData = nullptr;
 }
 
 TEST(Output, FailuresOfTheTransportComeOut) {
    const Octets octets = counted(3000);
-   Transport transport;
-   Context c;
-   attach(&c, transport, RTX_STREAM_WRITE);
+   Streamed c(RTX_STREAM_WRITE);
    EXPECT_EQ(rtxEncBits(&c, 1, 32), 0);
-   transport.failure = RTX_E_FILE_WRITE;
+   c.failure = RTX_E_FILE_WRITE;
    EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets.data(), 3000 * 8), RTX_E_FILE_WRITE);
    EXPECT_EQ(rtxWriteBytes(&c, octets.data(), 3000), RTX_E_FILE_WRITE);
    EXPECT_EQ(rtxEncBitsPattern(&c, 0x2B, 3000 * 8), RTX_E_FILE_WRITE);
    EXPECT_EQ(rtxStreamClose(&c), RTX_E_FILE_WRITE);
-   EXPECT_TRUE(transport.closed);
+   EXPECT_TRUE(c.closed);
    EXPECT_EQ(c.stream, nullptr);
 }
 
 TEST(Input, GreedyLoadsAndPositions) {
-   Transport transport{counted(4000)};
-   Context c;
-   attach(&c, transport, RTX_STREAM_READ);
+   Streamed c(RTX_STREAM_READ, counted(4000));
    uint8_t octet = 0;
    EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0); // makes the context buffer
-   EXPECT_EQ(transport.calls, 1);
-   EXPECT_EQ(transport.pos, 1024u);
+   EXPECT_EQ(c.calls, 1);
+   EXPECT_EQ(c.pos, 1024u);
    EXPECT_EQ(c.stream->ioBytes, 1024u);
    EXPECT_EQ(c.lastChar, 0);
    Octets target(3000);
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 2000), 0); // past the buffer
-   EXPECT_EQ(transport.calls, 2);
-   EXPECT_EQ(target[1999], transport.data[2000]);
+   EXPECT_EQ(c.calls, 2);
+   EXPECT_EQ(target[1999], c.data[2000]);
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), 2001u * 8);
    EXPECT_EQ(rtxSkipBytes(&c, 9), 0);
    EXPECT_EQ(rtxPeekByte(&c, &octet), 1);
-   EXPECT_EQ(octet, transport.data[2010]);
+   EXPECT_EQ(octet, c.data[2010]);
    EXPECT_EQ(rtxMoveBitCursor(&c, 3), 0);
-   EXPECT_EQ(rtxMoveBitCursor(&c, 1000 * 8 + 2), 0); // past what is loaded
-   EXPECT_EQ(rtxCtxtGetBitOffset(&c), 3010u * 8 + 5);
+   EXPECT_EQ(after(c, rtxMoveBitCursor(&c, 1000 * 8 + 2)), After(0, 3010u * 8 + 5)); // past what is loaded
    EXPECT_EQ(rtxMoveBitCursor(&c, -5), 0);
    uint8_t* data = nullptr;
    uint8_t allocated = 0;
    EXPECT_EQ(rtxReadBytesDynamic(&c, &data, 20, &allocated), 0);
-   EXPECT_EQ(data[19], transport.data[3029]);
+   EXPECT_EQ(data[19], c.data[3029]);
    size_t got = 0;
    EXPECT_EQ(rtxPeekBytes(&c, target.data(), 3000, 2000, &got), 0);
    EXPECT_EQ(got, 970u);
@@ -243,10 +231,8 @@ TEST(Input, LongReadsAllocateAndCapture) {
 }
 
 TEST(Input, MarkInTheBufferSurvivesLongReads) {
-   Transport transport{counted(6000)};
-   transport.chunk = 700;
-   Context c;
-   attach(&c, transport, RTX_STREAM_READ);
+   Streamed c(RTX_STREAM_READ, counted(6000));
+   c.chunk = 700;
    Octets target(5000);
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 10), 0);
    size_t pos = 9;
@@ -259,36 +245,34 @@ TEST(Input, MarkInTheBufferSurvivesLongReads) {
    EXPECT_EQ(pos, 3500u);
    EXPECT_EQ(rtxResetToPos(&c, 5), 0); // back, the mark stays
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 1), 0);
-   EXPECT_EQ(target[0], transport.data[15]);
+   EXPECT_EQ(target[0], c.data[15]);
    EXPECT_EQ(rtxResetToPos(&c, 0), 0);
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 5000), 0);
-   EXPECT_TRUE(std::equal(target.begin(), target.end(), transport.data.begin() + 10));
+   EXPECT_TRUE(std::equal(target.begin(), target.end(), c.data.begin() + 10));
 }
 
 TEST(Input, PositionsOfTheTransport) {
-   Transport transport{counted(6000)};
-   Context c;
-   attach(&c, transport, RTX_STREAM_READ, true);
+   Streamed c(RTX_STREAM_READ, counted(6000), true);
    uint8_t octet = 0;
    EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0);
    EXPECT_EQ(rtxReadBytes(&c, nullptr, 2000), 0);
    EXPECT_EQ(rtxReadBytes(&c, nullptr, 10), 0); // 1024 octets from 2001 on are in the buffer
-   const int calls = transport.calls;
+   const int calls = c.calls;
    EXPECT_EQ(rtxResetToPos(&c, 2003), 0);
    EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0);
-   EXPECT_EQ(octet, transport.data[2003]);
-   EXPECT_EQ(transport.calls, calls);
+   EXPECT_EQ(octet, c.data[2003]);
+   EXPECT_EQ(c.calls, calls);
    for (size_t pos : {7u, 5500u}) { // before the buffer, and behind it
       EXPECT_EQ(rtxResetToPos(&c, pos), 0);
       EXPECT_EQ(rtxCtxtGetBitOffset(&c), pos * 8);
       EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0);
-      EXPECT_EQ(octet, transport.data[pos]);
+      EXPECT_EQ(octet, c.data[pos]);
    }
    c.stream->flags &= static_cast<uint16_t>(~RTX_STREAM_CTXT_BUF);
    c.stream->setPos = nullptr;
    size_t pos;
    EXPECT_EQ(rtxMarkPos(&c, &pos), 0); // its own position, then
-   EXPECT_EQ(pos, transport.pos);
+   EXPECT_EQ(pos, c.pos);
    EXPECT_EQ(rtxResetToPos(&c, 1), RTX_E_UNSUPPORTED);
    c.stream->getPos = nullptr;
    EXPECT_EQ(rtxMarkPos(&c, &pos), RTX_E_UNSUPPORTED);
@@ -297,19 +281,15 @@ TEST(Input, PositionsOfTheTransport) {
 }
 
 TEST(Input, LimitAndFailures) {
-   Transport transport{counted(100)};
-   Context c;
-   attach(&c, transport, RTX_STREAM_READ);
+   Streamed c(RTX_STREAM_READ, counted(100));
    ASSERT_EQ(rtxStreamInitCtxtBuf(&c), 0);
    c.stream->inputLimit = 10;
    Octets target(20);
-   EXPECT_EQ(rtxReadBytes(&c, target.data(), 20), RTX_E_END_OF_STREAM);
-   EXPECT_EQ(rtxCtxtGetBitOffset(&c), 80u);
-   rtxErrReset(&c);
+   EXPECT_EQ(after(c, rtxReadBytes(&c, target.data(), 20)), After(RTX_E_END_OF_STREAM, 80u));
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 1), RTX_E_END_OF_DATA); // all is loaded
    rtxErrReset(&c);
    c.stream->inputLimit = SIZE_MAX;
-   transport.failure = RTX_E_FILE_READ;
+   c.failure = RTX_E_FILE_READ;
    uint32_t value;
    EXPECT_EQ(rtxDecBits(&c, &value, 9), RTX_E_FILE_READ);
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 1u);

@@ -40,6 +40,14 @@ struct Context : RtxContext {
    std::vector<std::string> parms() const { return {errFixed.parms, errFixed.parms + errFixed.parmCount}; }
 };
 
+using After = std::pair<int, size_t>;
+
+/** The status of a call and the bit offset behind it; clears the record of errors. */
+inline After after(Context& c, int status) {
+   rtxErrReset(&c);
+   return {status, rtxCtxtGetBitOffset(&c)};
+}
+
 /** Transport of a test stream: `data` is read, or written at its end. */
 struct Transport {
    Octets data;
@@ -101,5 +109,13 @@ inline RtxStream* attach(RtxContext* pctxt, Transport& transport, uint16_t flags
    pctxt->flags &= ~RTX_CTXT_BUFFER_MODE;
    return stream;
 }
+
+/** A context with a stream over a transport of its own. */
+struct Streamed : Transport, Context {
+   explicit Streamed(uint16_t streamFlags, const Octets& octets = {}, bool positions = false)
+         : Transport{octets} {
+      attach(this, *this, streamFlags, positions);
+   }
+};
 
 #endif

@@ -154,7 +154,8 @@ TEST_F(Heap, ResetKeepsBlocksAndFreesRawOnes) {
       RtxMemBlk* first = blkOf(alloc(4000));
       RtxMemBlk* second = blkOf(alloc(4000));
       EXPECT_EQ(system_memory::live, 3u);
-      EXPECT_EQ(system_memory::calls, message == 0 ? calls = system_memory::calls : calls);
+      if (message == 0) calls = system_memory::calls;
+      EXPECT_EQ(system_memory::calls, calls);
       if (message == 4) alloc(600000);
       rtxMemHeapReset(&heap_);
       EXPECT_EQ(freeRing(first), Sizes{505 * 8});
@@ -260,6 +261,16 @@ TEST_F(Heap, RawBlocksMoveInTheirRing) {
    free(ptr);
    EXPECT_FALSE(rtxMemHeapCheckPtr(&heap_, ptr));
    EXPECT_EQ(system_memory::live, 4u);
+}
+
+TEST_F(Heap, ReferencesEndAt255) {
+   void* ptr = alloc(10);
+   for (int count = 2; count <= 255; ++count) {
+      ASSERT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), ptr);
+      ASSERT_EQ(rtxMemHeapAutoPtrGetRefCount(&heap_, ptr), count);
+   }
+   EXPECT_EQ(rtxMemHeapAutoPtrRef(&heap_, ptr), nullptr);
+   EXPECT_EQ(rtxMemHeapAutoPtrUnref(&heap_, ptr), 254);
 }
 
 TEST_F(Heap, StrangePointersAreIgnored) {
