@@ -126,25 +126,22 @@ TEST(HeapCheckDeathTest, NumbersItsFaults) {
 }
 
 TEST(HeapCheckDeathTest, FlagsMakeOperationsCheck) {
-   const struct {
-      const char* place;
-      std::function<void(Sample&)> run;
-   } cases[] = {
+   const std::pair<const char*, void (*)(Sample&)> cases[] = {
          {"rtxMemHeapAlloc, line 104", [](Sample& s) { rtxMemHeapAlloc(&s.heap, 8); }},
          {"rtxMemHeapRealloc, line 126", [](Sample& s) { rtxMemHeapRealloc(&s.heap, s.first, 8); }},
          {"rtxMemHeapFree, line 295", [](Sample& s) { rtxMemHeapFreePtr(&s.heap, s.first); }},
          {"rtxMemHeapFree, line 463", [](Sample& s) { rtxMemHeapFreeAll(&s.heap); }},
          {"rtxMemHeapReset, line 50", [](Sample& s) { rtxMemHeapReset(&s.heap); }},
    };
-   for (const auto& c : cases) {
-      const auto run = [&c] {
-         Sample s;
-         rtxMemHeapSetFlags(&s.heap, RTX_MH_CHECK_HEAP);
-         s.elem(s.second)->nunits = 1;
-         c.run(s);
-      };
-      expectEnd(run, std::string("Memory report at ") + c.place + "\nError 10");
-   }
+   for (const auto& [place, run] : cases)
+      expectEnd(
+            [run = run] {
+               Sample s;
+               rtxMemHeapSetFlags(&s.heap, RTX_MH_CHECK_HEAP);
+               s.elem(s.second)->nunits = 1;
+               run(s);
+            },
+            std::string("Memory report at ") + place + "\nError 10");
 }
 
 TEST(HeapCheckDeathTest, BadPointersEndTheProcess) {
