@@ -298,54 +298,6 @@ TEST(MSRadioAccessCapability, LeavesAContainerWhereItsRecordsEndOnAGroup) {
    EXPECT_EQ(record.additionalRecs.elem[0].accessCapOrTech.u.accessCapability.spareBits.data, nullptr);
 }
 
-// The flags go by the data alone, and so do the records: what lies behind the element is theirs.
-TEST(MSRadioAccessCapability, FlagsAndRecordsBehindTheEnd) {
-   struct Case {
-      const char* what;
-      std::string behind;
-      int status;
-   };
-   const Case cases[] = {
-         {"a flag of 0", "0", RTX_E_LENGTH_OVERRUN},
-         {"a record", "100010001111" + std::string(15, '0') + "0", RTX_E_LENGTH_OVERRUN},
-         {"a record that the data cut", "10001000", RTX_E_END_OF_DATA},
-   };
-   for (const Case& c : cases) {
-      TestContext context;
-      TS24008IE_MSRadioAccessCapability record{};
-      Octets input = radioAccess(53, c.behind);
-      input[0] = 8;
-      EXPECT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), c.status) << c.what;
-   }
-}
-
-TEST(MSRadioAccessCapability, FlagsLeadTheRecords) {
-   TestContext context;
-   TS24008IE_MSRadioAccessCapability record{};
-   // Six groups fill eight octets to the bit: the data end where the flag should be.
-   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(radioAccess(53, "")), &record), 0);
-   EXPECT_EQ(record.additionalRecs.n, 0u);
-   EXPECT_EQ(rtxErrGetErrorCnt(context), 0u);
-
-   // Two more records, one of them with additional technologies and spare bits of its own.
-   rtxErrReset(context);
-   Bits more;
-   more.add("1").add(15, 4).add(24, 7).add("1").add(3, 4).add(5, 3).add(2, 2).add("0").add(0x1234, 13);
-   more.add("1").add(4, 4).add(15, 7).add(0, 15).add("0");
-   const Octets input = radioAccess(15, more.text());
-   ASSERT_EQ(NASDec_TS24008IE_MSRadioAccessCapability(context.decode(input), &record), 0);
-   ASSERT_EQ(record.additionalRecs.n, 2u);
-   const auto& additional = record.additionalRecs.elem[0].accessCapOrTech.u.additionalAccessTech;
-   EXPECT_EQ(additional.length, 24);
-   ASSERT_EQ(additional.content.n, 1u);
-   EXPECT_EQ(additional.content.elem[0].accessTechType, 3);
-   EXPECT_EQ(additional.content.elem[0].powerClass_GMSK, 5);
-   EXPECT_EQ(additional.content.elem[0].powerClass_8PSK, 2);
-   EXPECT_EQ(additional.spareBits.numbits, 13u);
-   EXPECT_EQ(record.additionalRecs.elem[1].accessTechType, 4);
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record), spaced(input));
-}
-
 TEST(MSRadioAccessCapability, AtMostFiftyOctets) {
    TestContext context;
    TS24008IE_MSRadioAccessCapability record{};
