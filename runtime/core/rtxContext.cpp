@@ -63,21 +63,30 @@ static RtxStackNodes* stackNodes(RtxContext* pctxt) {
    return reinterpret_cast<RtxStackNodes*>(pctxt->memHeap->nodes);
 }
 
+/** In a static heap, which may be small, each node is allocated by itself. */
+static bool oneByOne(const RtxContext* pctxt) {
+   return pctxt->memHeap != nullptr && (pctxt->memHeap->flags & RTX_MH_STATIC) != 0;
+}
+
 RtxDListNode* newNameNode(RtxContext* pctxt) {
-   RtxStackNodes* nodes = stackNodes(pctxt);
-   if (nodes == nullptr) return nullptr;
-   if (pctxt->memHeap->namesUsed < std::size(nodes->names)) [[likely]]
-      return &nodes->names[pctxt->memHeap->namesUsed++];
+   if (!oneByOne(pctxt)) [[likely]] {
+      RtxStackNodes* nodes = stackNodes(pctxt);
+      if (nodes == nullptr) return nullptr;
+      if (pctxt->memHeap->namesUsed < std::size(nodes->names)) [[likely]]
+         return &nodes->names[pctxt->memHeap->namesUsed++];
+   }
    return static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
 }
 
 RtxDListNode* newContainerNode(RtxContext* pctxt) {
-   RtxStackNodes* nodes = stackNodes(pctxt);
-   if (nodes == nullptr) return nullptr;
-   if (pctxt->memHeap->containersUsed < std::size(nodes->containers)) [[likely]] {
-      const uint32_t i = pctxt->memHeap->containersUsed++;
-      nodes->containers[i].data = &nodes->limits[i];
-      return &nodes->containers[i];
+   if (!oneByOne(pctxt)) [[likely]] {
+      RtxStackNodes* nodes = stackNodes(pctxt);
+      if (nodes == nullptr) return nullptr;
+      if (pctxt->memHeap->containersUsed < std::size(nodes->containers)) [[likely]] {
+         const uint32_t i = pctxt->memHeap->containersUsed++;
+         nodes->containers[i].data = &nodes->limits[i];
+         return &nodes->containers[i];
+      }
    }
    auto* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
    if (node == nullptr) return nullptr;

@@ -39,8 +39,8 @@ Spares countSpares(const RtxMemHeap* heap) {
             ++shared;
             continue;
          }
-         const bool entry = list == heap->spareContainers && ownEntry(node);
-         spares.allocations += entry ? 2 : 1;
+         const bool entry = list == heap->spareContainers;
+         spares.allocations += entry && ownEntry(node) ? 2 : 1; // in a static heap it lies behind the node
          spares.octets += sizeof(RtxDListNode) + (entry ? sizeof(hot::RtxContainer) : 0);
       }
    }

@@ -547,7 +547,7 @@ TEST(SpareNodes, BelongToTheHeapAndDontCount) {
       EXPECT_EQ(context.memHeap->spareContainers, nullptr);
       rtxMemHeapCheck(&context, __FILE__, __LINE__);
    }
-   alignas(8) static uint8_t buffer[1000];
+   alignas(8) static uint8_t buffer[5 * (2 * sizeof(RtxDListNode) + 16)]; // just those nodes
    nest();
    ASSERT_EQ(rtxMemHeapConvertStatic(&context, buffer, sizeof buffer), 0);
    nest();
