@@ -317,7 +317,7 @@ TEST_F(BitSet, GrowsByItsIncrement) {
    EXPECT_EQ(set_.maxBit, 129);
    RtxDynBitSet copy;
    ASSERT_EQ(rtxDynBitSetCopy(&context_, &copy, &set_), 0);
-   for (size_t bit : {128, 127}) rtxDynBitSetClearBit(&copy, bit);
+   for (const size_t bit : {128u, 127u}) rtxDynBitSetClearBit(&copy, bit);
    EXPECT_EQ(copy.maxBit, 1); // deliberately not 0
    EXPECT_TRUE(rtxDynBitSetTestBit(&set_, 128));
    rtxDynBitSetFree(&context_, &copy);

@@ -111,7 +111,7 @@ inline RtxStream* attach(RtxContext* pctxt, Transport& transport, uint16_t flags
 }
 
 /** A context with a stream over a transport of its own. */
-struct Streamed : Transport, Context {
+struct Streamed : Context, Transport { // the context first: its address is a heap handle
    explicit Streamed(uint16_t streamFlags, const Octets& octets = {}, bool positions = false)
          : Transport{octets} {
       attach(this, *this, streamFlags, positions);
