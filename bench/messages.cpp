@@ -20,9 +20,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <random>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -32,29 +34,32 @@ struct Message {
    const char* pdu;
    const char* file;
    const char* vector;
+   const char* mandatory; // for the walk: octets, or L and E for what stands behind one or two of length
 };
 
 // Real messages without a security header.
 constexpr Message kMessages[] = {
-      {"EPS AuthRequest", "TS24301Msg_PDU", "eps", "authentication-request-1"},
-      {"EPS AuthResponse", "TS24301Msg_PDU", "eps", "authentication-response-3"},
-      {"EPS SecModeCmd", "TS24301Msg_PDU", "eps", "security-mode-command-2"},
-      {"EPS AttachRequest", "TS24301Msg_PDU", "eps", "attach-request-pdn-connectivity-request-3"},
-      {"EPS AttachAccept", "TS24301Msg_PDU", "eps", "attach-accept-activate-default-eps-bearer-contex-3"},
-      {"EPS TAURequest", "TS24301Msg_PDU", "eps", "tracking-area-update-request-1"},
-      {"EPS ActvDfltBearerReq", "TS24301Msg_PDU", "eps", "activate-default-eps-bearer-context-request-7"},
-      {"5GS IdentityRequest", "TS24501Msg_PDU", "5gs", "identity-request-1"},
-      {"5GS RegRequest", "TS24501Msg_PDU", "5gs", "registration-request-1"},
-      {"5GS RegAccept", "TS24501Msg_PDU", "5gs", "registration-accept-5"},
-      {"5GS RegAccept, small", "TS24501Msg_PDU", "5gs", "registration-accept-4"},
+      {"EPS AuthRequest", "TS24301Msg_PDU", "eps", "authentication-request-1", "3 16 L"},
+      {"EPS AuthResponse", "TS24301Msg_PDU", "eps", "authentication-response-3", "2 L"},
+      {"EPS SecModeCmd", "TS24301Msg_PDU", "eps", "security-mode-command-2", "2 2 L"},
+      {"EPS AttachRequest", "TS24301Msg_PDU", "eps", "attach-request-pdn-connectivity-request-3", "3 L L E"},
+      {"EPS AttachAccept", "TS24301Msg_PDU", "eps", "attach-accept-activate-default-eps-bearer-contex-3",
+       "4 L E"},
+      {"EPS TAURequest", "TS24301Msg_PDU", "eps", "tracking-area-update-request-1", "3 L"},
+      {"EPS ActvDfltBearerReq", "TS24301Msg_PDU", "eps", "activate-default-eps-bearer-context-request-7",
+       "3 L L L"},
+      {"5GS IdentityRequest", "TS24501Msg_PDU", "5gs", "identity-request-1", "4"},
+      {"5GS RegRequest", "TS24501Msg_PDU", "5gs", "registration-request-1", "4 E"},
+      {"5GS RegAccept", "TS24501Msg_PDU", "5gs", "registration-accept-5", "3 L"},
+      {"5GS RegAccept, small", "TS24501Msg_PDU", "5gs", "registration-accept-4", "3 L"},
       {"5GS ULTransport, SessEstReq", "TS24501Msg_PDU", "5gs",
-       "ul-nas-transport-pdu-session-establishment-reque-2"},
-      {"5GS SessEstAccept", "TS24501Msg_PDU", "5gs", "pdu-session-establishment-accept-1"},
-      {"5GS SecModeCmd", "TS24501Msg_PDU", "5gs", "security-mode-command-1"},
-      {"MM LocUpdatingRequest", "TS24008Msg_PDU", "ts24008", "location-updating-request-1"},
-      {"CC Setup", "TS24008Msg_PDU", "ts24008", "setup-1"},
-      {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2"},
-      {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1"},
+       "ul-nas-transport-pdu-session-establishment-reque-2", "4 E"},
+      {"5GS SessEstAccept", "TS24501Msg_PDU", "5gs", "pdu-session-establishment-accept-1", "5 E L"},
+      {"5GS SecModeCmd", "TS24501Msg_PDU", "5gs", "security-mode-command-1", "5 L"},
+      {"MM LocUpdatingRequest", "TS24008Msg_PDU", "ts24008", "location-updating-request-1", "9 L"},
+      {"CC Setup", "TS24008Msg_PDU", "ts24008", "setup-1", "2"},
+      {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2", "2 L 3 L 6 L"},
+      {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1", "4 L L"},
 };
 
 std::vector<quorva::test::Vector> vectorsOf(const std::string& file) {
@@ -263,19 +268,60 @@ void decodeMix(benchmark::State& state, const char* pdu, const char* file, bool 
                             benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-// The least that any reader does: IEI, length, skip.
+// The least that any reader does: IEI, length, skip. False if it loses its way.
+bool walk(const std::vector<uint8_t>& octets, const char* mandatory, const uint8_t* sizes) {
+   const size_t end = octets.size();
+   size_t at = 0;
+   for (const char* part = mandatory; *part != 0 && at < end; ++part) {
+      if (*part == 'L') at += size_t{1} + octets[at];
+      if (*part == 'E' && at + 1 < end) at += size_t{2} + (octets[at] << 8 | octets[at + 1]);
+      if (*part >= '0' && *part <= '9') {
+         char* behind;
+         at += std::strtoul(part, &behind, 10);
+         part = behind - 1;
+      }
+   }
+   while (at < end) {
+      const uint8_t iei = octets[at];
+      if (sizes[iei] != 0)
+         at += sizes[iei];
+      else if (at + 2 < end && iei >> 4 == 7)
+         at += size_t{3} + (octets[at + 1] << 8 | octets[at + 2]);
+      else if (at + 1 < end)
+         at += size_t{2} + octets[at + 1];
+      else
+         return false;
+      benchmark::DoNotOptimize(iei);
+   }
+   return at == end;
+}
+
 void walkMessage(benchmark::State& state, const Message* message) {
    const std::vector<uint8_t> octets = octetsOf(*message);
-   for (auto _ : state) {
-      size_t found = 0;
-      for (size_t at = 3; at + 1 < octets.size(); ++found) {
-         const uint8_t iei = octets[at++];
-         if ((iei & 0x80) != 0) continue;
-         at += size_t{1} + octets[at];
-         benchmark::DoNotOptimize(iei);
-      }
-      benchmark::DoNotOptimize(found);
+   uint8_t sizes[256] = {}; // of elements without a length, the IEI counted
+   std::memset(sizes + 0x80, 1, 0x80);
+   const auto set = [&](std::initializer_list<std::pair<int, int>> list) {
+      for (auto [iei, size] : list) sizes[iei] = static_cast<uint8_t>(size);
+   };
+   if (std::strcmp(message->file, "eps") == 0) {
+      set({{0x13, 6},
+           {0x17, 2},
+           {0x19, 4},
+           {0x32, 2},
+           {0x52, 6},
+           {0x53, 2},
+           {0x55, 5},
+           {0x59, 2},
+           {0x5A, 2},
+           {0x5C, 3}});
+      if ((octets[0] & 15) == 2) set({{0x58, 2}});
+   } else if (std::strcmp(message->file, "5gs") == 0) {
+      set({{0x12, 2}, {0x52, 7}, {0x55, 3}, {0x59, 2}});
+   } else {
+      set({{0x17, 2}, {0x19, 4}});
    }
+   if (!walk(octets, message->mandatory, sizes)) return state.SkipWithError("loses its way");
+   for (auto _ : state) benchmark::DoNotOptimize(walk(octets, message->mandatory, sizes));
 }
 
 void copyMessage(benchmark::State& state, const Message* message) {
