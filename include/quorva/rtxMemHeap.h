@@ -45,6 +45,7 @@ struct RtxMemHeap {
    struct RtxMemHeapNodes* nodes; /**< Nodes in one allocation for both stacks, or null. */
    uint32_t namesUsed;            /**< Of `nodes`: name nodes handed out, spare ones included. */
    uint32_t containersUsed;       /**< The same of container nodes. */
+   uint32_t singleNodes;          /**< Not 0 if there may be nodes with an allocation of their own. */
 };
 
 #define RTX_MH_FREE_EMPTY_BLOCK 0x00000001u /**< A block that becomes all free goes back to the system. */

@@ -79,12 +79,28 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
    return status;
 }
 
-int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size) {
+[[gnu::noinline]] static int setBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
    const int status = rtxInitContextBuffer(pctxt, data, size);
    if (status < 0) return status;
    pctxt->flags |= RTX_CTXT_BUFFER_MODE;
    pctxt->state = 0;
    return status;
+}
+
+int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size) {
+   // The octets of the caller in a context without a buffer of its own.
+   if (data != nullptr && pctxt->magic == RTX_CTXT_MAGIC && (pctxt->flags & RTX_CTXT_SYS_BUFFER) == 0)
+         [[likely]] {
+      pctxt->bufData = data;
+      pctxt->bufSize = size;
+      pctxt->bufDynamic = 0;
+      pctxt->bufByteIndex = 0;
+      pctxt->bufBitsLeft = 8;
+      pctxt->flags |= RTX_CTXT_BUFFER_MODE;
+      pctxt->state = 0;
+      return RTX_OK;
+   }
+   return setBuffer(pctxt, data, size);
 }
 
 int rtxCheckBuffer(RtxContext* pctxt, size_t numocts) {

@@ -11,6 +11,7 @@
 #include "quorva/rtxStream.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/core/rtxMemHeapBlocks.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -55,12 +56,19 @@ namespace quorva::hot {
 /** The nodes of the heap, allocated with their first use; null if there is no memory for them. */
 static RtxStackNodes* stackNodes(RtxContext* pctxt) {
    if (pctxt->memHeap == nullptr || pctxt->memHeap->nodes == nullptr) [[unlikely]] {
-      void* nodes = rtxMemHeapAlloc(pctxt, sizeof(RtxStackNodes));
+      void* nodes = heap::allocSaved(pctxt, sizeof(RtxStackNodes));
       if (nodes == nullptr) return nullptr;
       pctxt->memHeap->nodes = static_cast<RtxMemHeapNodes*>(nodes);
       pctxt->memHeap->namesUsed = pctxt->memHeap->containersUsed = 0;
    }
    return reinterpret_cast<RtxStackNodes*>(pctxt->memHeap->nodes);
+}
+
+/** A node with an allocation of its own. */
+static RtxDListNode* singleNode(RtxContext* pctxt) {
+   auto* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
+   if (node != nullptr) pctxt->memHeap->singleNodes = 1;
+   return node;
 }
 
 /** In a static heap, which may be small, each node is allocated by itself. */
@@ -75,7 +83,7 @@ RtxDListNode* newNameNode(RtxContext* pctxt) {
       if (pctxt->memHeap->namesUsed < std::size(nodes->names)) [[likely]]
          return &nodes->names[pctxt->memHeap->namesUsed++];
    }
-   return static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
+   return singleNode(pctxt);
 }
 
 RtxDListNode* newContainerNode(RtxContext* pctxt) {
@@ -88,7 +96,7 @@ RtxDListNode* newContainerNode(RtxContext* pctxt) {
          return &nodes->containers[i];
       }
    }
-   auto* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
+   RtxDListNode* node = singleNode(pctxt);
    if (node == nullptr) return nullptr;
    node->data = rtxMemHeapAlloc(pctxt, sizeof(RtxContainer));
    if (node->data == nullptr) {
@@ -386,7 +394,8 @@ void rtxMemFree(RtxContext* pctxt) {
 
 void rtxMemReset(RtxContext* pctxt) {
    rtxErrReset(pctxt);
-   rtxMemHeapReset(pctxt);
+   // What names and containers are in use now are those of other owners of the heap.
+   if (RtxMemHeap* heap = pctxt->memHeap) heap::reset(heap, heap->refCount <= 1);
 }
 
 void rtxMemFreeOpenSeqExt(RtxContext* pctxt, RtxDList* elements) {

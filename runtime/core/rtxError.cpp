@@ -165,7 +165,13 @@ size_t rtxErrGetErrorCnt(const RtxContext* pctxt) {
    return pctxt->errList.count;
 }
 
-int rtxErrReset(RtxContext* pctxt) {
+/** Is there nothing on record? */
+static bool nothingRecorded(const RtxContext* pctxt) {
+   const RtxErrInfo& fixed = pctxt->errFixed;
+   return pctxt->errList.head == nullptr && fixed.parmCount == 0 && fixed.elemName == nullptr;
+}
+
+[[gnu::noinline]] static void resetAll(RtxContext* pctxt) {
    if (RtxDList& names = pctxt->elemNames; names.head != nullptr) {
       if (rtxMemHeapIsEmpty(pctxt)) // the nodes went with a reset of the heap
          names = RtxDList{};
@@ -173,16 +179,22 @@ int rtxErrReset(RtxContext* pctxt) {
    }
    rtxErrResetErrInfo(pctxt);
    rtxCtxtPopAllContainers(pctxt);
+}
+
+int rtxErrReset(RtxContext* pctxt) {
+   const bool clean = pctxt->elemNames.head == nullptr && pctxt->containers.dlist.head == nullptr &&
+                      nothingRecorded(pctxt);
+   if (!clean) [[unlikely]]
+      resetAll(pctxt);
    return RTX_OK;
 }
 
 int rtxErrResetErrInfo(RtxContext* pctxt) {
-   RtxErrInfo& fixed = pctxt->errFixed;
-   if (pctxt->errList.head == nullptr && fixed.parmCount == 0 && fixed.elemName == nullptr) return RTX_OK;
+   if (nothingRecorded(pctxt)) return RTX_OK;
    if (rtxMemHeapIsEmpty(pctxt)) { // records and texts went with a reset of the heap
       pctxt->errList = RtxDList{};
       pctxt->errFixedNode = RtxDListNode{};
-      fixed = RtxErrInfo{};
+      pctxt->errFixed = RtxErrInfo{};
       return RTX_OK;
    }
    rtxErrFreeParms(pctxt);

@@ -50,16 +50,6 @@ void* allocRaw(RtxMemHeap* heap, size_t nbytes) {
    return raw + 1;
 }
 
-/** Stores 8 octets of an element's header at once; fields stored one by one are what costs in a split. */
-inline void storeHeader(RtxMemElem* elem, size_t nunits, size_t prevOff, unsigned flags) {
-   if constexpr (std::endian::native == std::endian::little) {
-      const uint64_t header = nunits | prevOff << 16 | uint64_t{flags} << 48;
-      std::memcpy(static_cast<void*>(elem), &header, sizeof header);
-   } else {
-      *elem = {u16(nunits), u16(prevOff), 0, static_cast<uint8_t>(flags), 0};
-   }
-}
-
 /** Marks an element as allocated, with one owner. */
 inline void markUsed(RtxMemElem* elem, size_t index) {
    if constexpr (std::endian::native == std::endian::little) {
@@ -224,11 +214,9 @@ inline void* alloc(void* handle, size_t nbytes) {
    return splitElem(behind, link + 1, size, units);
 }
 
-/** Carries the saved flag of a reallocated piece to its new place. */
-void carrySaved(const RtxMemElem* from, RtxMemElem* to) {
-   if ((from->flags & RTX_ME_SAVED) == 0) return;
-   to->flags |= RTX_ME_SAVED;
-   if ((to->flags & RTX_ME_RAW) == 0) ++blockOf(to)->nsaved;
+void markSaved(RtxMemElem* elem) {
+   elem->flags |= RTX_ME_SAVED;
+   if ((elem->flags & RTX_ME_RAW) == 0) ++blockOf(elem)->nsaved;
 }
 
 void* reallocByCopy(void* handle, RtxMemElem* elem, size_t nbytes) {
@@ -238,7 +226,7 @@ void* reallocByCopy(void* handle, RtxMemElem* elem, size_t nbytes) {
    const bool raw = (elem->flags & RTX_ME_RAW) != 0;
    const size_t oldSize = raw ? rawOf(elem)->size : (elem->nunits - 1) * kUnit;
    std::memcpy(fresh, elem + 1, std::min(oldSize, nbytes));
-   carrySaved(elem, elemOfData(fresh));
+   if ((elem->flags & RTX_ME_SAVED) != 0) markSaved(elemOfData(fresh));
    if (elem->refCnt > 1)
       --elem->refCnt;
    else if (raw)
@@ -360,6 +348,12 @@ void makeStatic(RtxMemHeap* heap, void* buffer, size_t size) {
 }
 
 } // namespace
+
+void* allocSaved(void* handle, size_t nbytes) {
+   void* ptr = alloc(handle, nbytes);
+   if (ptr != nullptr) markSaved(elemOfData(ptr));
+   return ptr;
+}
 
 void releaseRaw(RtxMemHeap* heap, RtxRawMemBlk* raw) {
    auto* member = reinterpret_cast<RawRing*>(raw);

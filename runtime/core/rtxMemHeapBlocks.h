@@ -7,6 +7,7 @@
 
 #include "quorva/rtxMemHeapLayout.h"
 
+#include <bit>
 #include <cstring>
 #include <functional>
 
@@ -80,6 +81,16 @@ inline uint16_t u16(size_t value) {
    return static_cast<uint16_t>(value);
 }
 
+/** Stores 8 octets of an element's header at once; fields stored one by one are what costs in a split. */
+inline void storeHeader(RtxMemElem* elem, size_t nunits, size_t prevOff, unsigned flags) {
+   if constexpr (std::endian::native == std::endian::little) {
+      const uint64_t header = nunits | prevOff << 16 | uint64_t{flags} << 48;
+      std::memcpy(static_cast<void*>(elem), &header, sizeof header);
+   } else {
+      *elem = {u16(nunits), u16(prevOff), 0, static_cast<uint8_t>(flags), 0};
+   }
+}
+
 /** Takes a link out of the free ring. */
 inline void unlinkFree(RtxMemBlk* blk, size_t index) {
    const RtxMemLink link = *linkAt(blk, index);
@@ -148,6 +159,12 @@ inline bool codeMatches(const RtxMemHeap* heap, const void* elem) {
 inline bool knownPtr(const RtxMemHeap* heap, const void* ptr) {
    return !outOfRange(heap, ptr) && codeMatches(heap, elemOfData(ptr));
 }
+
+/** Memory that a reset leaves. */
+void* allocSaved(void* handle, size_t nbytes);
+
+/** rtxMemHeapReset. With `spare` the nodes of both stacks are all spare, and stay. */
+void reset(RtxMemHeap* heap, bool spare);
 
 /** Frees an element and joins it to its free neighbours. */
 void freeElem(RtxMemHeap* heap, RtxMemElem* elem);

@@ -7,9 +7,19 @@
 namespace quorva::heap {
 namespace {
 
-void forgetSpares(RtxMemHeap* heap) {
+/** Flags with which a reset takes the long way. */
+constexpr uint32_t kSlowFlags =
+      RTX_MH_STATIC | RTX_MH_CHECK_HEAP | RTX_MH_RAW_ONLY | RTX_MH_FREE_EMPTY_BLOCK | RTX_MH_ZERO_ON_FREE;
+
+/** No node is handed out any more. */
+void endNodes(RtxMemHeap* heap) {
    heap->spareNames = nullptr;
    heap->spareContainers = nullptr;
+   heap->namesUsed = heap->containersUsed = heap->singleNodes = 0;
+}
+
+void forgetSpares(RtxMemHeap* heap) {
+   endNodes(heap);
    heap->nodes = nullptr;
 }
 
@@ -95,19 +105,16 @@ bool liveBeyond(RtxMemHeap* heap, size_t limit) {
    return false;
 }
 
-/** Makes a block one free element again. */
-void renewBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
-   const auto size = u16(blk->nunits - 2u);
-   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) std::memset(elemAt(blk, kFirst), 0, size * kUnit);
-   RtxMemElem* elem = elemAt(blk, kFirst);
-   *elem = {size, 1, 0, RTX_ME_FREE, 0};
-   RtxMemLink* link = linkOf(elem);
-   if (link == nullptr) {
-      rtxErrAssertionFailed("pFreeLink != 0", 145, "rtxMemHeapReset");
-   }
-   const auto index = u16(blk->nunits - 1u);
+/** Makes a block one free element again, behind a first element of `kept` units. */
+inline void renewBlk(RtxMemBlk* blk, unsigned kept) {
+   const unsigned nunits = blk->nunits;
+   const auto size = u16(nunits - kFirst - kept);
+   const auto index = u16(nunits - 1u);
+   RtxMemElem* elem = elemAt(blk, kFirst + kept);
+   *elem = {size, elem->prevOff, 0, RTX_ME_FREE, 0};
+   RtxMemLink* link = linkAt(blk, index);
    link->nextFree = link->prevFree = 0;
-   elemAt(blk, blk->nunits)->prevOff = size;
+   elemAt(blk, nunits)->prevOff = size;
    blk->maxFreeElem = size;
    blk->freeHead = blk->sentinel.nextFree = blk->sentinel.prevFree = index;
 }
@@ -129,7 +136,7 @@ void makeFreeRun(RtxMemHeap* heap, RtxMemBlk* blk, size_t begin, size_t end) {
 }
 
 /** Frees all but the saved elements of a block. */
-void rebuildBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
+[[gnu::noinline]] void rebuildBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
    blk->sentinel.nextFree = blk->sentinel.prevFree = 0;
    blk->maxFreeElem = 0;
    unsigned saved = blk->nsaved;
@@ -159,13 +166,73 @@ void resetBlks(RtxMemHeap* heap) {
          rebuildBlk(heap, blk);
       else if ((heap->flags & RTX_MH_FREE_EMPTY_BLOCK) != 0)
          releaseBlk(heap, blk);
-      else
-         renewBlk(heap, blk);
+      else {
+         if (blk->nunits == kFirst) rtxErrAssertionFailed("pFreeLink != 0", 145, "rtxMemHeapReset");
+         if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0)
+            std::memset(static_cast<void*>(elemAt(blk, kFirst)), 0, (blk->nunits - kFirst) * kUnit);
+         renewBlk(blk, 0);
+      }
       blk = next;
    }
 }
 
+/** Is the first element saved, and no other, with room for others behind it? */
+inline bool firstAloneSaved(RtxMemBlk* blk) {
+   const RtxMemElem* first = elemAt(blk, kFirst);
+   return blk->nsaved == 1 && (first->flags & RTX_ME_SAVED) != 0 && kFirst + first->nunits < blk->nunits;
+}
+
+/** The same for a heap with none of kSlowFlags. The usual saved element is that of the nodes. */
+inline void resetBlksFast(RtxMemHeap* heap) {
+   auto* const first = static_cast<RtxMemBlk*>(heap->curBlock);
+   RtxMemBlk* blk = first;
+   if (blk == nullptr) return;
+   do {
+      if (blk->nsaved == 0)
+         renewBlk(blk, 0);
+      else if (firstAloneSaved(blk))
+         renewBlk(blk, elemAt(blk, kFirst)->nunits);
+      else
+         rebuildBlk(heap, blk);
+      blk = blk->next;
+   } while (blk != first);
+}
+
+/** Lets the nodes go with the rest. */
+void unsaveNodes(RtxMemHeap* heap) {
+   if (heap->nodes != nullptr) {
+      RtxMemElem* elem = elemOfData(heap->nodes);
+      elem->flags = static_cast<uint8_t>(elem->flags & ~RTX_ME_SAVED);
+      if ((elem->flags & RTX_ME_RAW) == 0) --blockOf(elem)->nsaved;
+   }
+   forgetSpares(heap);
+}
+
+[[gnu::noinline]] void resetSlow(RtxMemHeap* heap) {
+   if (isStatic(heap)) {
+      forgetSpares(heap);
+      heap->staticUsed = 0;
+      return;
+   }
+   if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(&heap, "rtxMemHeapReset", 50);
+   unsaveNodes(heap);
+   for (RawRing *raw = rawRing(heap)->next, *next; raw != rawRing(heap); raw = next) {
+      next = raw->next;
+      if ((rawBlk(raw)->flags & RTX_ME_SAVED) == 0) releaseRaw(heap, rawBlk(raw));
+   }
+   resetBlks(heap);
+}
+
 } // namespace
+
+void reset(RtxMemHeap* heap, bool spare) {
+   if ((heap->flags & kSlowFlags) != 0 || heap->rawNext != heap) [[unlikely]]
+      return resetSlow(heap);
+   if (!spare || heap->singleNodes != 0) [[unlikely]]
+      endNodes(heap);
+   resetBlksFast(heap);
+}
+
 } // namespace quorva::heap
 
 using namespace quorva::heap;
@@ -203,20 +270,7 @@ void rtxMemHeapFreeAll(void* handle) {
 }
 
 void rtxMemHeapReset(void* handle) {
-   RtxMemHeap* heap = heapOf(handle);
-   if (heap == nullptr) return;
-   if (isStatic(heap)) {
-      forgetSpares(heap);
-      heap->staticUsed = 0;
-      return;
-   }
-   if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapReset", 50);
-   forgetSpares(heap);
-   for (RawRing *raw = rawRing(heap)->next, *next; raw != rawRing(heap); raw = next) {
-      next = raw->next;
-      if ((rawBlk(raw)->flags & RTX_ME_SAVED) == 0) releaseRaw(heap, rawBlk(raw));
-   }
-   resetBlks(heap);
+   if (RtxMemHeap* heap = heapOf(handle)) reset(heap, false);
 }
 
 int rtxMemHeapIsEmpty(void* handle) {

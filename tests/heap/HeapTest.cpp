@@ -515,6 +515,46 @@ TEST(SystemFailure, LeavesTheHeapWhole) {
    });
 }
 
+// Those that most messages use outlive it; none does in the modes for debugging.
+TEST(SpareNodes, OutliveTheResetOfTheContext) {
+   const auto run = [](uint32_t flags, int depth, bool ahead) {
+      RtxContext context;
+      system_memory::reset();
+      ASSERT_EQ(
+            rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
+            0);
+      rtxMemHeapSetFlags(&context, flags);
+      if (ahead) rtxMemHeapAlloc(&context, 100);
+      size_t calls = 0;
+      for (int message = 0; message < 4; ++message) {
+         for (int i = 0; i < depth; ++i) {
+            ASSERT_EQ(rtxCtxtPushElemName(&context, "name"), 0);
+            ASSERT_EQ(rtxCtxtPushContainerBytes(&context, 1), 0);
+         }
+         EXPECT_FALSE(rtxMemHeapIsEmpty(&context));
+         rtxMemHeapAlloc(&context, 1000);
+         rtxMemReset(&context); // as behind a failure
+         EXPECT_EQ(context.elemNames.head, nullptr);
+         EXPECT_EQ(context.memHeap->spareNames != nullptr, flags == 0 && depth == 1);
+         EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+         rtxMemHeapCheck(&context, __FILE__, __LINE__);
+         if (message == 0) calls = system_memory::calls;
+      }
+      EXPECT_TRUE(flags != 0 || system_memory::calls == calls);
+      const bool givesBack = (flags & (RTX_MH_RAW_ONLY | RTX_MH_FREE_EMPTY_BLOCK)) != 0;
+      EXPECT_TRUE(!givesBack || system_memory::live == 1); // the heap itself
+      rtxFreeContext(&context);
+      EXPECT_EQ(system_memory::live, 0u);
+   };
+   for (uint32_t flags :
+        {0u, RTX_MH_CHECK_HEAP, RTX_MH_RAW_ONLY, RTX_MH_FREE_EMPTY_BLOCK, RTX_MH_ZERO_ON_FREE})
+      for (int depth : {1, 30})
+         for (bool ahead : {false, true}) {
+            SCOPED_TRACE(testing::Message() << flags << " " << depth << " " << ahead);
+            run(flags, depth, ahead);
+         }
+}
+
 TEST(SpareNodes, BelongToTheHeapAndDontCount) {
    RtxContext context;
    system_memory::reset();
