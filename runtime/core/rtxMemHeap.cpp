@@ -2,19 +2,15 @@
 #include "quorva/rtxMemHeap.h"
 
 #include "quorva/rtxStatus.h"
-#include "runtime/core/rtxMemHeapBlocks.h"
+#include "runtime/core/rtxMemHeapInline.h"
 #include "runtime/core/rtxMemHeapStatic.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 #include <functional>
 
 namespace quorva::heap {
 namespace {
-
-/** Flags with which allocation takes the long way. */
-constexpr uint32_t kSlowFlags = RTX_MH_STATIC | RTX_MH_CHECK_HEAP | RTX_MH_RAW_ONLY;
 
 /** System memory for the heap's own records, which need their alignment. */
 void* systemAlloc(RtxMallocFunc mallocFn, RtxFreeFunc freeFn, size_t nbytes) {
@@ -48,34 +44,6 @@ void* allocRaw(RtxMemHeap* heap, size_t nbytes) {
    head->prev->next = member;
    head->prev = member;
    return raw + 1;
-}
-
-/** Marks an element as allocated, with one owner. */
-inline void markUsed(RtxMemElem* elem, size_t index) {
-   if constexpr (std::endian::native == std::endian::little) {
-      const auto half = static_cast<uint32_t>(index | 1u << 24);
-      std::memcpy(&elem->beginOff, &half, sizeof half);
-   } else {
-      elem->beginOff = u16(index);
-      elem->flags = 0;
-      elem->refCnt = 1;
-   }
-}
-
-/**
- * Cuts an allocation off the front of a free element of `size` units; at least two must be left. The link
- * stays where it is, at the end, and serves the rest.
- * @param behind  The element that follows the free one.
- * @param index   Its index.
- */
-inline void* splitElem(RtxMemElem* behind, size_t index, size_t size, size_t units) {
-   const size_t rest = size - units;
-   RtxMemElem* elem = behind - size;
-   storeHeader(elem + units, rest, units, RTX_ME_FREE);
-   behind->prevOff = u16(rest);
-   elem->nunits = u16(units);
-   markUsed(elem, index - size);
-   return elem + 1;
 }
 
 /** Allocates from a free element that ends at index `link` and has `size` units. */
@@ -171,11 +139,6 @@ void* allocInBlks(RtxMemHeap* heap, unsigned units) {
    return allocInNewBlk(heap, units);
 }
 
-/** Units of an allocation, its header counted; the size fits an element. */
-inline unsigned unitsOf(size_t nbytes) {
-   return nbytes == 0 ? 2 : static_cast<unsigned>((nbytes + kUnit - 1) / kUnit) + 1;
-}
-
 void* allocStatic(RtxMemHeap* heap, size_t nbytes) {
    if (nbytes > heap->staticSize - heap->staticUsed) return nullptr;
    void* ptr = static_cast<uint8_t*>(heap->staticBase) + heap->staticUsed;
@@ -183,8 +146,24 @@ void* allocStatic(RtxMemHeap* heap, size_t nbytes) {
    return ptr;
 }
 
-/** Every allocation that is not the usual case. */
-[[gnu::noinline]] void* allocSlow(void* handle, size_t nbytes) {
+} // namespace
+
+void* allocFitting(void* handle, RtxMemBlk* blk, size_t nbytes) {
+   const size_t units = unitsOf(nbytes);
+   size_t link = blk->freeHead;
+   size_t size = freeSize(blk, link);
+   const size_t next = linkAt(blk, link)->nextFree;
+   // The choice of searchBlk.
+   if (const size_t nextSize = freeSize(blk, next); nextSize >= units && nextSize < size) {
+      link = next;
+      size = nextSize;
+   }
+   if (units + 1 >= size) return allocSlow(handle, nbytes);
+   blk->maxFreeElem = kUnknown;
+   return splitElem(elemAt(blk, link + 1), link + 1, size, units);
+}
+
+void* allocSlow(void* handle, size_t nbytes) {
    if (handle == nullptr) return nullptr;
    RtxMemHeap* heap = heapOf(handle);
    if (heap == nullptr) {
@@ -194,24 +173,13 @@ void* allocStatic(RtxMemHeap* heap, size_t nbytes) {
    if (isStatic(heap)) return allocStatic(heap, nbytes);
    if ((heap->flags & RTX_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(handle, "rtxMemHeapAlloc", 104);
    if (nbytes > kMaxElemData || (heap->flags & RTX_MH_RAW_ONLY) != 0) return allocRaw(heap, nbytes);
-   return allocInBlks(heap, unitsOf(nbytes));
+   return allocInBlks(heap, static_cast<unsigned>(unitsOf(nbytes)));
 }
 
-/** The usual case: the free element at which the search begins is much larger than what is wanted. */
+namespace {
+
 inline void* alloc(void* handle, size_t nbytes) {
-   RtxMemHeap* heap = heapOf(handle);
-   if (heap == nullptr || (heap->flags & kSlowFlags) != 0 || heap->curBlock == nullptr) [[unlikely]]
-      return allocSlow(handle, nbytes);
-   auto* blk = static_cast<RtxMemBlk*>(heap->curBlock);
-   const size_t units = ((nbytes - 1) / kUnit) + 2; // larger than any element for 0 octets
-   const size_t link = blk->freeHead;
-   RtxMemElem* behind = elemAt(blk, link + 1);
-   const size_t size = behind->prevOff;
-   // A second free element takes the long way, which compares the two.
-   if (units + 1 >= size || linkAt(blk, link)->nextFree != 0) [[unlikely]]
-      return allocSlow(handle, nbytes);
-   blk->maxFreeElem = kUnknown;
-   return splitElem(behind, link + 1, size, units);
+   return heap::alloc(handle, heapOf(handle), nbytes);
 }
 
 void markSaved(RtxMemElem* elem) {

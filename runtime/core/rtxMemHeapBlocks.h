@@ -7,7 +7,6 @@
 
 #include "quorva/rtxMemHeapLayout.h"
 
-#include <bit>
 #include <cstring>
 #include <functional>
 
@@ -79,16 +78,6 @@ inline bool wholeBlkFree(RtxMemBlk* blk) {
 
 inline uint16_t u16(size_t value) {
    return static_cast<uint16_t>(value);
-}
-
-/** Stores 8 octets of an element's header at once; fields stored one by one are what costs in a split. */
-inline void storeHeader(RtxMemElem* elem, size_t nunits, size_t prevOff, unsigned flags) {
-   if constexpr (std::endian::native == std::endian::little) {
-      const uint64_t header = nunits | prevOff << 16 | uint64_t{flags} << 48;
-      std::memcpy(static_cast<void*>(elem), &header, sizeof header);
-   } else {
-      *elem = {u16(nunits), u16(prevOff), 0, static_cast<uint8_t>(flags), 0};
-   }
 }
 
 /** Takes a link out of the free ring. */

@@ -1,5 +1,7 @@
 #include "src/frame/pdu.h"
 
+#include "runtime/core/rtxMemHeapInline.h"
+
 namespace quorva::frame {
 
 int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, int line) {
@@ -7,7 +9,7 @@ int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, 
    void* record = data;
    if (row.decode != nullptr) {
       if (!row.isInline) {
-         record = rtxMemHeapAlloc(ctxt, row.size);
+         record = hot::alloc(ctxt, row.size);
          if (record == nullptr) return RTX_E_NOMEM;
          std::memcpy(data, &record, sizeof record);
       }
