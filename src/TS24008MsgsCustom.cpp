@@ -51,7 +51,7 @@ static bool hasSequence(uint32_t discriminator) {
 // Identifiers of 7 and more take an octet of their own.
 constexpr uint8_t kExtended = 7;
 
-static int encodeOptions(Encoder& e, TS24008Msg_PDU* pvalue) {
+static int encodeOptions(Encoder e, TS24008Msg_PDU* pvalue) {
    auto& options = pvalue->l3HdrOpts.u;
    L3_TRY(e.push("l3HdrOpts"));
    if (hasTransaction(pvalue->protoDiscr)) {
@@ -66,9 +66,7 @@ static int encodeOptions(Encoder& e, TS24008Msg_PDU* pvalue) {
    return 0;
 }
 
-int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
-   Encoder e(pctxt, kEncSource);
-   L3_TRY(e.begin("PDU"));
+static int encodeFullHeader(Encoder e, TS24008Msg_PDU* pvalue) {
    L3_TRY(encodeOptions(e, pvalue));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    uint8_t type = pvalue->msgType;
@@ -80,7 +78,35 @@ int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
          L3_TRY(e.fields(integer<8>("transId.value", pvalue->l3HdrOpts.u.transId.value)));
       if (pvalue->m.sendSeqNumPresent) type |= static_cast<uint8_t>(pvalue->sendSeqNum << 6);
    }
-   L3_TRY(e.fields(integer<8>("msgType", type)));
+   return e.fields(integer<8>("msgType", type));
+}
+
+// Options, discriminator and type; in one step if nothing can fail and nobody looks.
+L3_INLINE static int encodeHeader(Encoder e, TS24008Msg_PDU* pvalue) {
+   RtxContext* ctxt = e.ctxt();
+   const auto& options = pvalue->l3HdrOpts.u;
+   const uint32_t discriminator = pvalue->protoDiscr;
+   uint8_t* at = plainHeader(ctxt, 2);
+   if (at == nullptr || !quorva::type::TS24007L3_ProtoDiscr::legalInRecord(discriminator) ||
+       options.transId.value >= kExtended)
+      return encodeFullHeader(e, pvalue);
+   unsigned nibble = options.skipInd;
+   if (hasTransaction(discriminator))
+      nibble = (options.transId.flag != 0) << 3 | options.transId.value;
+   else if (nibble > 15)
+      return encodeFullHeader(e, pvalue);
+   unsigned type = pvalue->msgType;
+   if (hasSequence(discriminator) && pvalue->m.sendSeqNumPresent) type |= pvalue->sendSeqNum << 6;
+   at[0] = static_cast<uint8_t>(nibble << 4 | discriminator);
+   at[1] = static_cast<uint8_t>(type);
+   ctxt->bufByteIndex += 2;
+   return 0;
+}
+
+int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
+   Encoder e(pctxt, kEncSource);
+   L3_TRY(e.begin("PDU"));
+   L3_TRY(encodeHeader(e, pvalue));
    L3_TRY(e.push("data"));
    // The selector decides, whatever the type says; one without a message is not logged here.
    const int status = kTS24008Msg_PDUMessages.select(pvalue->data.t) == nullptr ? RTX_E_BAD_CHOICE : 0;
@@ -90,7 +116,7 @@ int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
 }
 
 // The nibble as a transaction identifier, and the octet that a long one has.
-static int decodeTransaction(Decoder& d, TS24008Msg_PDU* pvalue) {
+static int decodeTransaction(Decoder d, TS24008Msg_PDU* pvalue) {
    RtxContext* ctxt = d.ctxt();
    auto& options = pvalue->l3HdrOpts.u;
    const uint8_t nibble = options.skipInd;
@@ -106,37 +132,57 @@ static int decodeTransaction(Decoder& d, TS24008Msg_PDU* pvalue) {
    return 0;
 }
 
+static int decodeFullHeader(Decoder d, TS24008Msg_PDU* pvalue) {
+   L3_TRY(d.fields(group("l3HdrOpts", integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
+                   value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+   if (hasTransaction(pvalue->protoDiscr)) L3_TRY(decodeTransaction(d, pvalue));
+   return d.fields(integer<8>("msgType", pvalue->msgType));
+}
+
+// Options, discriminator and type; in one step if nothing can fail and nobody looks.
+L3_INLINE static int decodeHeader(Decoder d, TS24008Msg_PDU* pvalue) {
+   RtxContext* ctxt = d.ctxt();
+   auto& options = pvalue->l3HdrOpts.u;
+   const uint8_t* at = plainHeader(ctxt, 2);
+   if (at == nullptr) return decodeFullHeader(d, pvalue);
+   const uint32_t discriminator = at[0] & 15;
+   const auto nibble = static_cast<uint8_t>(at[0] >> 4);
+   if (!quorva::type::TS24007L3_ProtoDiscr::legalOnWire(discriminator)) return decodeFullHeader(d, pvalue);
+   if (!hasTransaction(discriminator)) {
+      options.skipInd = nibble;
+   } else {
+      if ((nibble & 7) == kExtended) return decodeFullHeader(d, pvalue);
+      options.transId.flag = nibble >> 3;
+      options.transId.value = nibble & 7;
+   }
+   pvalue->protoDiscr = discriminator;
+   pvalue->msgType = at[1];
+   ctxt->bufByteIndex += 2;
+   return 0;
+}
+
 int NASDec_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
    // The encoder looks at the identifier's field even where there is none.
    pvalue->l3HdrOpts.u.transId.value = 0;
-   L3_TRY(d.fields(group("l3HdrOpts", integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
-                   value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+   L3_TRY(decodeHeader(d, pvalue));
    const uint32_t discriminator = pvalue->protoDiscr;
-   if (hasTransaction(discriminator)) L3_TRY(decodeTransaction(d, pvalue));
-   L3_TRY(d.fields(integer<8>("msgType", pvalue->msgType)));
    if (hasSequence(discriminator)) {
       pvalue->sendSeqNum = pvalue->msgType >> 6;
       pvalue->m.sendSeqNumPresent = pvalue->msgType > 63;
       pvalue->msgType &= 63;
    }
-   L3_TRY(d.push("data"));
    int status = 0;
    switch (discriminator) {
    case TS24007L3_ProtoDiscr_callCtrl:
    case TS24007L3_ProtoDiscr_mobMgmt:
    case TS24007L3_ProtoDiscr_gprsMobMgmt:
-   case TS24007L3_ProtoDiscr_sessMgmt: {
-      const MessageRow* row = kTS24008Msg_PDUMessages.find(discriminator, pvalue->msgType);
-      if (row == nullptr) return unknownMessage(d, pvalue->msgType);
-      pvalue->data.t = row->selector;
-      L3_TRY(decodeMessage(d, *row, &pvalue->data.u, &status));
+   case TS24007L3_ProtoDiscr_sessMgmt:
+      L3_TRY(decodeData(d, pvalue->data, kTS24008Msg_PDUMessages, discriminator, pvalue->msgType, &status));
       break;
+   default: L3_TRY(d.push("data")); return newBadChoice(d);
    }
-   default: return newBadChoice(d);
-   }
-   d.pop();
    return d.ended(status);
 }

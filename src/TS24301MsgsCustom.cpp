@@ -61,7 +61,7 @@ static void reinterpretOptions(TS24007L3_L3HdrOptions& options, uint32_t discrim
 
 // The header behind the security header: options, discriminator, transaction identity, type.
 template <class Pdu>
-static int encodeHeader(Encoder& e, Pdu* pvalue) {
+static int encodeFullHeader(Encoder e, Pdu* pvalue) {
    L3_TRY(e.item("l3HdrOpts", NASEnc_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsSessMgmt) {
@@ -71,8 +71,32 @@ static int encodeHeader(Encoder& e, Pdu* pvalue) {
    return e.fields(integer<8>("msgType", pvalue->msgType));
 }
 
+// The same in one step if nothing can fail and nobody looks.
 template <class Pdu>
-static int decodeHeader(Decoder& d, Pdu* pvalue) {
+L3_INLINE static int encodeHeader(Encoder e, Pdu* pvalue) {
+   RtxContext* ctxt = e.ctxt();
+   const auto& options = pvalue->l3HdrOpts;
+   uint8_t* at = plainHeader(ctxt, 3);
+   if (at == nullptr) return encodeFullHeader(e, pvalue);
+   if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt && options.t == 4 && options.u.secHdr < 16) {
+      at[0] = static_cast<uint8_t>(options.u.secHdr << 4 | TS24007L3_ProtoDiscr_epsMobMgmt);
+      at[1] = pvalue->msgType;
+      ctxt->bufByteIndex += 2;
+      return 0;
+   }
+   if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsSessMgmt && options.t == 3 &&
+       quorva::type::TS24007L3_EPSBearerIdentity::legalInRecord(options.u.epsBearerIdent)) {
+      at[0] = static_cast<uint8_t>(options.u.epsBearerIdent << 4 | TS24007L3_ProtoDiscr_epsSessMgmt);
+      at[1] = pvalue->pti.u.value;
+      at[2] = pvalue->msgType;
+      ctxt->bufByteIndex += 3;
+      return 0;
+   }
+   return encodeFullHeader(e, pvalue);
+}
+
+template <class Pdu>
+static int decodeFullHeader(Decoder d, Pdu* pvalue) {
    pvalue->l3HdrOpts.t = 1;
    L3_TRY(d.fields(group("l3HdrOpts", armInteger<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
                    value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
@@ -83,6 +107,37 @@ static int decodeHeader(Decoder& d, Pdu* pvalue) {
    }
    // Of the pti stays "noValue": nothing to read, so nothing in a trace.
    return d.fields(integer<8>("msgType", pvalue->msgType));
+}
+
+// The same in one step.
+template <class Pdu>
+L3_INLINE static bool decodePlainHeader(RtxContext* ctxt, Pdu* pvalue) {
+   const uint8_t* at = plainHeader(ctxt, 3);
+   if (at == nullptr) return false;
+   const unsigned options = at[0] >> 4, discriminator = at[0] & 15;
+   if (discriminator == TS24007L3_ProtoDiscr_epsMobMgmt) {
+      pvalue->l3HdrOpts.t = 4;
+      pvalue->l3HdrOpts.u.secHdr = static_cast<uint8_t>(options);
+      pvalue->msgType = at[1];
+      ctxt->bufByteIndex += 2;
+   } else if (discriminator == TS24007L3_ProtoDiscr_epsSessMgmt) {
+      pvalue->l3HdrOpts.t = 3;
+      pvalue->l3HdrOpts.u.epsBearerIdent = options;
+      pvalue->pti.u.value = at[1];
+      pvalue->msgType = at[2];
+      ctxt->bufByteIndex += 3;
+   } else {
+      return false;
+   }
+   pvalue->protoDiscr = discriminator;
+   return true;
+}
+
+template <class Pdu>
+L3_INLINE static int decodeHeader(Decoder d, Pdu* pvalue) {
+   if (decodePlainHeader(d.ctxt(), pvalue)) [[likely]]
+      return 0;
+   return decodeFullHeader(d, pvalue);
 }
 
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
@@ -108,7 +163,7 @@ int NASDec_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
 constexpr size_t kMacStart = 5, kCipherStart = 6, kMacPosition = 1;
 
 // A Service Request, TS 24.301, 8.2.25: its own header, and two octets of MAC over two octets of message.
-static int decodeServiceRequest(Decoder& d, TS24301Msg_PDU* pvalue, size_t start) {
+static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start) {
    RtxContext* ctxt = d.ctxt();
    uint32_t mac = 0;
    bool computed = false;
@@ -145,19 +200,24 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
-   // The look ahead leaves no trace.
-   rtxDiagSetBitFldDisabled(pctxt->bitFields, 1);
    const Mark start(pctxt);
    uint8_t first = 0, discriminator = 0;
-   if (const int status = quorva::hot::decBitsToByte(pctxt, &first, 4); status < 0) return d.failed(status);
-   if (first >= 12) {
+   if (const uint8_t* at = plainHeader(pctxt, 1)) [[likely]] {
+      first = at[0] >> 4;
+      discriminator = at[0] & 15;
+   } else {
+      // The look ahead leaves no trace.
+      rtxDiagSetBitFldDisabled(pctxt->bitFields, 1);
+      if (const int status = quorva::hot::decBitsToByte(pctxt, &first, 4); status < 0)
+         return d.failed(status);
+      if (first < 12) {
+         if (const int status = quorva::hot::decBitsToByte(pctxt, &discriminator, 4); status < 0)
+            return d.failed(status);
+         rtxDiagSetBitFldDisabled(pctxt->bitFields, 0);
+      }
       start.restore(pctxt);
-      return decodeServiceRequest(d, pvalue, start.index);
    }
-   if (const int status = quorva::hot::decBitsToByte(pctxt, &discriminator, 4); status < 0)
-      return d.failed(status);
-   start.restore(pctxt);
-   rtxDiagSetBitFldDisabled(pctxt->bitFields, 0);
+   if (first >= 12) return decodeServiceRequest(d, pvalue, start.index);
 
    if (first != 0 && discriminator == TS24007L3_ProtoDiscr_epsMobMgmt) {
       L3_TRY(d.item("secHdr", NASDec_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));

@@ -17,6 +17,17 @@ using ProtoDiscr = quorva::type::TS24501Msg_NAS5GProtoDiscr;
 using SecHdrType = quorva::type::TS24501Msg_NAS5GSecHdrType;
 using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
 
+// Octets of a plain header.
+constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
+
+// The header of a session message with nothing to report.
+L3_INLINE static const uint8_t* sessionHeader(const RtxContext* ctxt) {
+   const uint8_t* at = plainHeader(ctxt, kSessionHeader);
+   const bool usual = at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
+                      SessionIdentity::legalOnWire(at[1]);
+   return usual ? at : nullptr;
+}
+
 // A session message as it stands in a payload container, TS 24.501, 8.3: no security header of its own. The
 // encoder spells the type's name with a hyphen, the decoder with an underscore: deliberate.
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
@@ -33,10 +44,18 @@ int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU_SM"));
-   L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
-                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
-                   integer<8>("procTransIdent", pvalue->procTransIdent),
-                   integer<8>("msgType", pvalue->msgType)));
+   if (const uint8_t* at = sessionHeader(pctxt)) [[likely]] {
+      pvalue->protoDiscr = at[0];
+      pvalue->pduSessIdent = at[1];
+      pvalue->procTransIdent = at[2];
+      pvalue->msgType = at[3];
+      pctxt->bufByteIndex += kSessionHeader;
+   } else {
+      L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
+                      value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
+                      integer<8>("procTransIdent", pvalue->procTransIdent),
+                      integer<8>("msgType", pvalue->msgType)));
+   }
    // Any other discriminator stands for mobility management: deliberate.
    const unsigned discriminator = pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
                                         ? TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
@@ -46,7 +65,7 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 }
 
 // What stands between the security header and the message.
-static int encodeHeader(Encoder& e, TS24501Msg_PDU* pvalue) {
+static int encodeFullHeader(Encoder e, TS24501Msg_PDU* pvalue) {
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
@@ -65,7 +84,34 @@ static int encodeHeader(Encoder& e, TS24501Msg_PDU* pvalue) {
    }
 }
 
-static int decodeHeader(Decoder& d, TS24501Msg_PDU* pvalue) {
+// The same in one step if nothing can fail and nobody looks.
+L3_INLINE static int encodeHeader(Encoder e, TS24501Msg_PDU* pvalue) {
+   RtxContext* ctxt = e.ctxt();
+   const auto& mm = pvalue->hdrData.u.mm;
+   const auto& sm = pvalue->hdrData.u.sm;
+   uint8_t* at = plainHeader(ctxt, kSessionHeader);
+   if (at == nullptr) return encodeFullHeader(e, pvalue);
+   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G && mm.spare1 < 16 &&
+       SecHdrType::legalInRecord(mm.secHdrType)) {
+      at[0] = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+      at[1] = static_cast<uint8_t>(mm.spare1 << 4 | mm.secHdrType);
+      at[2] = pvalue->msgType;
+      ctxt->bufByteIndex += kMobilityHeader;
+      return 0;
+   }
+   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
+       SessionIdentity::legalInRecord(sm.pduSessIdent)) {
+      at[0] = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
+      at[1] = static_cast<uint8_t>(sm.pduSessIdent);
+      at[2] = sm.procTransIdent;
+      at[3] = pvalue->msgType;
+      ctxt->bufByteIndex += kSessionHeader;
+      return 0;
+   }
+   return encodeFullHeader(e, pvalue);
+}
+
+static int decodeHeader(Decoder d, TS24501Msg_PDU* pvalue) {
    L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
@@ -92,8 +138,34 @@ static bool isCiphered(uint32_t type) {
           type == TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt;
 }
 
-int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
-   Decoder d(pctxt, kDecSource);
+// The whole header of a message without a security header, if nothing can fail and nobody looks.
+L3_INLINE static bool decodePlainHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue) {
+   const uint8_t* at = plainHeader(ctxt, kMobilityHeader);
+   if (at == nullptr) return false;
+   const uint32_t discriminator = at[0];
+   if (discriminator == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) {
+      if ((at[1] & 15) != TS24501Msg_NAS5GSecHdrType_noSec) return false;
+      pvalue->hdrData.u.mm.spare1 = at[1] >> 4;
+      pvalue->hdrData.u.mm.secHdrType = pvalue->secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
+      pvalue->msgType = at[2];
+      ctxt->bufByteIndex += kMobilityHeader;
+   } else {
+      if (sessionHeader(ctxt) == nullptr) return false;
+      pvalue->hdrData.u.sm.pduSessIdent = at[1];
+      pvalue->hdrData.u.sm.procTransIdent = at[2];
+      pvalue->msgType = at[3];
+      ctxt->bufByteIndex += kSessionHeader;
+   }
+   pvalue->secHdr.protoDiscr = pvalue->protoDiscr = discriminator;
+   pvalue->m = {};
+   // As behind the look ahead of decodeFullHeader: its codecs take the outermost name off.
+   if (ctxt->elemNames.count == 1) [[unlikely]]
+      popOutermost(ctxt);
+   return true;
+}
+
+static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
+   RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
    // The look ahead leaves no trace, but what it read stays in the record.
@@ -118,7 +190,12 @@ int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
       checkMac(d, start.index + kMacStart, header.msgAuthCode);
       if (isCiphered(header.secHdrType)) L3_TRY(decipherRest(d, start.index + kCipherStart));
    }
-   L3_TRY(decodeHeader(d, pvalue));
+   return decodeHeader(d, pvalue);
+}
+
+int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   if (!decodePlainHeader(pctxt, pvalue)) L3_TRY(decodeFullHeader(d, pvalue));
    L3_TRY(decodeData(d, pvalue->data, kTS24501Msg_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
    return d.ended(messageStatus(pctxt));
 }

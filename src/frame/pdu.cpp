@@ -4,7 +4,7 @@
 
 namespace quorva::frame {
 
-int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, int line) {
+int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported, int line) {
    RtxContext* ctxt = d.ctxt();
    void* record = data;
    if (row.decode != nullptr) {
@@ -21,7 +21,7 @@ int decodeMessage(Decoder& d, const MessageRow& row, void* data, int* reported, 
    return 0;
 }
 
-int encodeMessage(Encoder& e, const MessageTable& table, uint32_t selector, void* data, int line) {
+int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data, int line) {
    const MessageRow* row = table.select(selector);
    if (row == nullptr) return e.failed(RTX_E_BAD_CHOICE, line);
    L3_TRY(e.push(row->member));
@@ -37,7 +37,7 @@ int encodeMessage(Encoder& e, const MessageTable& table, uint32_t selector, void
    return 0;
 }
 
-int unknownMessage(Decoder& d, unsigned type, int line) {
+int unknownMessage(Decoder d, unsigned type, int line) {
    RtxContext* ctxt = d.ctxt();
    const int status = rtxErrInvUIntOpt(ctxt, type);
    const Site where = d.site(line);

@@ -5,7 +5,7 @@
 
 namespace quorva::frame {
 
-void macMismatch(Decoder& d, uint32_t received, uint32_t computed, int line) {
+void macMismatch(Decoder d, uint32_t received, uint32_t computed, int line) {
    RtxContext* ctxt = d.ctxt();
    rtxErrAddUIntParm(ctxt, received);
    rtxErrAddUIntParm(ctxt, computed);
@@ -13,7 +13,7 @@ void macMismatch(Decoder& d, uint32_t received, uint32_t computed, int line) {
    rtxErrSetNewData(ctxt, RTX_E_MAC_MISMATCH, where.file, where.line);
 }
 
-void checkMac(Decoder& d, size_t from, uint32_t received, int line) {
+void checkMac(Decoder d, size_t from, uint32_t received, int line) {
    RtxContext* ctxt = d.ctxt();
    uint32_t computed = 0;
    // Under a stream the octets may have moved in the buffer, or left it. A code is never passed over.
@@ -28,7 +28,7 @@ void checkMac(Decoder& d, size_t from, uint32_t received, int line) {
    }
 }
 
-int decipherRest(Decoder& d, size_t from, int line) {
+int decipherRest(Decoder d, size_t from, int line) {
    RtxContext* ctxt = d.ctxt();
    if (from > ctxt->bufSize) return d.failed(RTX_E_END_OF_DATA, line);
    if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + from, ctxt->bufSize - from); status < 0)
@@ -36,7 +36,7 @@ int decipherRest(Decoder& d, size_t from, int line) {
    return 0;
 }
 
-int protect(Encoder& e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac,
+int protect(Encoder e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac,
             int line) {
    RtxContext* ctxt = e.ctxt();
    const Mark end(ctxt);
@@ -56,7 +56,7 @@ int protect(Encoder& e, size_t macFrom, size_t cipherFrom, size_t macAt, bool ci
    return 0;
 }
 
-int newBadChoice(Decoder& d, int line) {
+int newBadChoice(Decoder d, int line) {
    const Site where = d.site(line);
    const int overall = rtxErrSetNewData(d.ctxt(), RTX_E_BAD_CHOICE, where.file, where.line);
    return overall < 0 ? overall : RTX_E_BAD_CHOICE;
