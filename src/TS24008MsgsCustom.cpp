@@ -107,12 +107,14 @@ int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU"));
    L3_TRY(encodeHeader(e, pvalue));
-   L3_TRY(e.push("data"));
    // The selector decides, whatever the type says; one without a message is not logged here.
-   const int status = kTS24008Msg_PDUMessages.select(pvalue->data.t) == nullptr ? RTX_E_BAD_CHOICE : 0;
-   if (status == 0) L3_TRY(encodeMessage(e, kTS24008Msg_PDUMessages, pvalue->data.t, &pvalue->data.u));
-   e.pop();
-   return e.done(status);
+   if (kTS24008Msg_PDUMessages.select(pvalue->data.t) == nullptr) [[unlikely]] {
+      L3_TRY(e.push("data"));
+      e.pop();
+      return e.done(RTX_E_BAD_CHOICE);
+   }
+   L3_TRY(encodeData(e, pvalue->data, kTS24008Msg_PDUMessages));
+   return e.done();
 }
 
 // The nibble as a transaction identifier, and the octet that a long one has.

@@ -116,7 +116,10 @@ inline void renewBlk(RtxMemBlk* blk, unsigned kept) {
    link->nextFree = link->prevFree = 0;
    elemAt(blk, nunits)->prevOff = size;
    blk->maxFreeElem = size;
-   blk->freeHead = blk->sentinel.nextFree = blk->sentinel.prevFree = index;
+   blk->freeHead = index;
+   const uint32_t both = index * 0x10001u; // one store
+   static_assert(offsetof(RtxMemLink, prevFree) == offsetof(RtxMemLink, nextFree) + 2);
+   std::memcpy(&blk->sentinel.nextFree, &both, sizeof both);
 }
 
 /** Makes the elements from `begin` up to `end`, indices both, one free element at the front of the ring. */
@@ -136,7 +139,7 @@ void makeFreeRun(RtxMemHeap* heap, RtxMemBlk* blk, size_t begin, size_t end) {
 }
 
 /** Frees all but the saved elements of a block. */
-[[gnu::noinline]] void rebuildBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
+void rebuildBlk(RtxMemHeap* heap, RtxMemBlk* blk) {
    blk->sentinel.nextFree = blk->sentinel.prevFree = 0;
    blk->maxFreeElem = 0;
    unsigned saved = blk->nsaved;
@@ -176,28 +179,6 @@ void resetBlks(RtxMemHeap* heap) {
    }
 }
 
-/** Is the first element saved, and no other, with room for others behind it? */
-inline bool firstAloneSaved(RtxMemBlk* blk) {
-   const RtxMemElem* first = elemAt(blk, kFirst);
-   return blk->nsaved == 1 && (first->flags & RTX_ME_SAVED) != 0 && kFirst + first->nunits < blk->nunits;
-}
-
-/** The same for a heap with none of kSlowFlags. The usual saved element is that of the nodes. */
-inline void resetBlksFast(RtxMemHeap* heap) {
-   auto* const first = static_cast<RtxMemBlk*>(heap->curBlock);
-   RtxMemBlk* blk = first;
-   if (blk == nullptr) return;
-   do {
-      if (blk->nsaved == 0)
-         renewBlk(blk, 0);
-      else if (firstAloneSaved(blk))
-         renewBlk(blk, elemAt(blk, kFirst)->nunits);
-      else
-         rebuildBlk(heap, blk);
-      blk = blk->next;
-   } while (blk != first);
-}
-
 /** Lets the nodes go with the rest. */
 void unsaveNodes(RtxMemHeap* heap) {
    if (heap->nodes != nullptr) {
@@ -206,6 +187,14 @@ void unsaveNodes(RtxMemHeap* heap) {
       if ((elem->flags & RTX_ME_RAW) == 0) --blockOf(elem)->nsaved;
    }
    forgetSpares(heap);
+}
+
+/** For a heap with saved elements. The nodes, to which nobody refers, go to the front of a block. */
+[[gnu::noinline]] void resetSaved(RtxMemHeap* heap) {
+   const bool nodes = heap->nodes != nullptr;
+   unsaveNodes(heap);
+   resetBlks(heap);
+   if (nodes) heap->nodes = static_cast<RtxMemHeapNodes*>(allocSaved(&heap, sizeof(hot::RtxStackNodes)));
 }
 
 [[gnu::noinline]] void resetSlow(RtxMemHeap* heap) {
@@ -230,7 +219,21 @@ void reset(RtxMemHeap* heap, bool spare) {
       return resetSlow(heap);
    if (!spare || heap->singleNodes != 0) [[unlikely]]
       endNodes(heap);
-   resetBlksFast(heap);
+   auto* const last = static_cast<RtxMemBlk*>(heap->curBlock);
+   RtxMemBlk* blk = last;
+   if (blk == nullptr) return;
+   do {
+      unsigned kept = 0;
+      if (blk->nsaved != 0) { // by the nodes, at the front
+         const RtxMemElem* first = elemAt(blk, kFirst);
+         kept = first->nunits;
+         if (blk->nsaved != 1 || (first->flags & RTX_ME_SAVED) == 0 || kFirst + kept >= blk->nunits)
+               [[unlikely]]
+            return resetSaved(heap);
+      }
+      renewBlk(blk, kept);
+      blk = blk->next;
+   } while (blk != last);
 }
 
 } // namespace quorva::heap

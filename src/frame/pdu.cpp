@@ -4,43 +4,108 @@
 
 namespace quorva::frame {
 
-int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported, int line) {
+namespace {
+
+constexpr char kData[] = "data";
+
+int pushBothInFull(RtxContext* ctxt, const char* member) {
+   L3_TRY(hot::pushElemName(ctxt, kData));
+   return hot::pushElemName(ctxt, member);
+}
+
+// The names of the choice and of its member, which go together.
+L3_INLINE int pushBoth(RtxContext* ctxt, const char* member) {
+   RtxMemHeap* heap = ctxt->memHeap;
+   RtxDListNode* outer = heap == nullptr ? nullptr : heap->spareNames;
+   RtxDListNode* inner = outer == nullptr ? nullptr : outer->next;
+   if (inner == nullptr) [[unlikely]]
+      return pushBothInFull(ctxt, member);
+   heap->spareNames = inner->next;
+   RtxDList& names = ctxt->elemNames;
+   RtxDListNode* below = names.tail;
+   outer->data = const_cast<char*>(kData);
+   outer->prev = below; // its `next` is the inner one already
+   inner->data = const_cast<char*>(member);
+   inner->next = nullptr;
+   inner->prev = outer;
+   (below != nullptr ? below->next : names.head) = outer;
+   names.tail = inner;
+   names.count += 2;
+   ctxt->level = static_cast<uint8_t>(ctxt->level + 2);
+   return 0;
+}
+
+L3_INLINE void popBoth(RtxContext* ctxt) {
+   RtxMemHeap* heap = ctxt->memHeap;
+   RtxDList& names = ctxt->elemNames;
+   RtxDListNode* inner = names.tail;
+   RtxDListNode* outer = inner->prev;
+   RtxDListNode* below = outer->prev;
+   (below != nullptr ? below->next : names.head) = nullptr;
+   names.tail = below;
+   names.count -= 2;
+   inner->next = heap->spareNames;
+   heap->spareNames = outer;
+   ctxt->level = static_cast<uint8_t>(ctxt->level - 2);
+}
+
+// A message of its header alone.
+L3_COLD int nameMessage(RtxContext* ctxt, const char* member) {
+   L3_TRY(pushBoth(ctxt, member));
+   popBoth(ctxt);
+   return 0;
+}
+
+} // namespace
+
+int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
    RtxContext* ctxt = d.ctxt();
+   if (row.decode == nullptr) [[unlikely]]
+      return nameMessage(ctxt, row.member);
    void* record = data;
-   if (row.decode != nullptr) {
-      if (!row.isInline) {
-         record = hot::alloc(ctxt, row.size);
-         if (record == nullptr) return RTX_E_NOMEM;
-         std::memcpy(data, &record, sizeof record);
+   if (!row.isInline) [[likely]] {
+      record = hot::alloc(ctxt, row.size);
+      if (record == nullptr) [[unlikely]] {
+         L3_TRY(d.push(kData));
+         return RTX_E_NOMEM;
       }
-      if (row.init != nullptr) row.init(record);
+      std::memcpy(data, &record, sizeof record);
    }
-   L3_TRY(d.push(row.member));
-   if (row.decode != nullptr) L3_TRY(d.inner(line, row.decode, record, reported));
-   d.pop();
+   if (row.init != nullptr) [[likely]]
+      row.init(record);
+   L3_TRY(pushBoth(ctxt, row.member));
+   L3_TRY(d.inner(__LINE__, row.decode, record, reported));
+   popBoth(ctxt);
    return 0;
 }
 
-int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data, int line) {
+int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data) {
+   RtxContext* ctxt = e.ctxt();
    const MessageRow* row = table.select(selector);
-   if (row == nullptr) return e.failed(RTX_E_BAD_CHOICE, line);
-   L3_TRY(e.push(row->member));
-   if (row->encode != nullptr) {
-      void* record = data;
-      if (!row->isInline) {
-         std::memcpy(&record, data, sizeof record);
-         if (record == nullptr) return e.failed(RTX_E_NULL, line);
-      }
-      if (const int status = row->encode(e.ctxt(), record); status < 0) return e.failed(status, line);
+   if (row == nullptr) [[unlikely]] {
+      L3_TRY(e.push(kData));
+      return e.failed(RTX_E_BAD_CHOICE);
    }
-   e.pop();
+   if (row->encode == nullptr) [[unlikely]]
+      return nameMessage(ctxt, row->member);
+   L3_TRY(pushBoth(ctxt, row->member));
+   void* record = data;
+   if (!row->isInline) [[likely]] {
+      std::memcpy(&record, data, sizeof record);
+      if (record == nullptr) [[unlikely]]
+         return e.failed(RTX_E_NULL);
+   }
+   if (const int status = row->encode(ctxt, record); status < 0) [[unlikely]]
+      return e.failed(status);
+   popBoth(ctxt);
    return 0;
 }
 
-int unknownMessage(Decoder d, unsigned type, int line) {
+int unknownMessage(Decoder d, unsigned type) {
    RtxContext* ctxt = d.ctxt();
+   L3_TRY(d.push(kData));
    const int status = rtxErrInvUIntOpt(ctxt, type);
-   const Site where = d.site(line);
+   const Site where = d.site(__LINE__);
    const int overall = rtxErrSetNewData(ctxt, status, where.file, where.line);
    return overall < 0 ? overall : status;
 }

@@ -79,39 +79,32 @@ L3_INLINE uint8_t* plainHeader(const RtxContext* ctxt, size_t numocts) {
    return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
 }
 
+// The choice "data" of a PDU: selector and union.
+
 // Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
 // union of the PDU's record, `reported` takes the status that the message's decoder gave at its end. -10 if
 // there is no memory for the record, directly.
-int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported = nullptr,
-                  int line = __builtin_LINE());
-
-// Encodes the message that the selector names; -9 for a selector without a message.
-int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data,
-                  int line = __builtin_LINE());
+int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported);
 
 // An unknown message type: -9, with the type among the parameters of the error.
-L3_COLD int unknownMessage(Decoder d, unsigned type, int line = __builtin_LINE());
+L3_COLD int unknownMessage(Decoder d, unsigned type);
 
-// The choice "data" of a PDU: selector and union.
 template <class Data>
 L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, unsigned discriminator,
                          unsigned type, int* reported = nullptr) {
-   L3_TRY(d.push("data"));
    const MessageRow* row = table.find(discriminator, type);
    if (row == nullptr) [[unlikely]]
       return unknownMessage(d, type);
    data.t = row->selector;
-   L3_TRY(decodeMessage(d, *row, &data.u, reported));
-   d.pop();
-   return 0;
+   return decodeMessage(d, *row, &data.u, reported);
 }
+
+// Encodes the message that the selector names; -9 for a selector without a message.
+int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data);
 
 template <class Data>
 L3_INLINE int encodeData(Encoder e, Data& data, const MessageTable& table) {
-   L3_TRY(e.push("data"));
-   L3_TRY(encodeMessage(e, table, data.t, &data.u));
-   e.pop();
-   return 0;
+   return encodeMessage(e, table, data.t, &data.u);
 }
 
 } // namespace quorva::frame
