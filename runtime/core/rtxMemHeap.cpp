@@ -129,7 +129,8 @@ void* allocInBlks(RtxMemHeap* heap, unsigned units) {
       do {
          if (blk->maxFreeElem >= units) {
             if (void* ptr = searchBlk(blk, units)) {
-               heap->curBlock = blk;
+               // A large record fills its block; what follows goes on where there was room.
+               if (freeSize(blk, blk->freeHead) >= freeSize(first, first->freeHead)) heap->curBlock = blk;
                return ptr;
             }
          }
