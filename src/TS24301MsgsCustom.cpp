@@ -61,7 +61,7 @@ static void reinterpretOptions(TS24007L3_L3HdrOptions& options, uint32_t discrim
 
 // The header behind the security header: options, discriminator, transaction identity, type.
 template <class Pdu>
-static int encodeFullHeader(Encoder e, Pdu* pvalue) {
+L3_COLD static int encodeFullHeader(Encoder e, Pdu* pvalue) {
    L3_TRY(e.item("l3HdrOpts", NASEnc_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsSessMgmt) {
@@ -96,7 +96,7 @@ L3_INLINE static int encodeHeader(Encoder e, Pdu* pvalue) {
 }
 
 template <class Pdu>
-static int decodeFullHeader(Decoder d, Pdu* pvalue) {
+[[gnu::noinline]] static int decodeFullHeader(Decoder d, Pdu* pvalue) {
    pvalue->l3HdrOpts.t = 1;
    L3_TRY(d.fields(group("l3HdrOpts", armInteger<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
                    value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
@@ -109,35 +109,32 @@ static int decodeFullHeader(Decoder d, Pdu* pvalue) {
    return d.fields(integer<8>("msgType", pvalue->msgType));
 }
 
-// The same in one step.
+// The same in one step, of a mobility or a session message.
 template <class Pdu>
-L3_INLINE static bool decodePlainHeader(RtxContext* ctxt, Pdu* pvalue) {
-   const uint8_t* at = plainHeader(ctxt, 3);
-   if (at == nullptr) return false;
-   const unsigned options = at[0] >> 4, discriminator = at[0] & 15;
-   if (discriminator == TS24007L3_ProtoDiscr_epsMobMgmt) {
+L3_INLINE static void takeHeader(RtxContext* ctxt, Pdu* pvalue, const uint8_t* at) {
+   pvalue->protoDiscr = at[0] & 15;
+   if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt) {
       pvalue->l3HdrOpts.t = 4;
-      pvalue->l3HdrOpts.u.secHdr = static_cast<uint8_t>(options);
+      pvalue->l3HdrOpts.u.secHdr = at[0] >> 4;
       pvalue->msgType = at[1];
       ctxt->bufByteIndex += 2;
-   } else if (discriminator == TS24007L3_ProtoDiscr_epsSessMgmt) {
+   } else {
       pvalue->l3HdrOpts.t = 3;
-      pvalue->l3HdrOpts.u.epsBearerIdent = options;
+      pvalue->l3HdrOpts.u.epsBearerIdent = at[0] >> 4;
       pvalue->pti.u.value = at[1];
       pvalue->msgType = at[2];
       ctxt->bufByteIndex += 3;
-   } else {
-      return false;
    }
-   pvalue->protoDiscr = discriminator;
-   return true;
 }
 
 template <class Pdu>
 L3_INLINE static int decodeHeader(Decoder d, Pdu* pvalue) {
-   if (decodePlainHeader(d.ctxt(), pvalue)) [[likely]]
-      return 0;
-   return decodeFullHeader(d, pvalue);
+   const uint8_t* at = plainHeader(d.ctxt(), 3);
+   const unsigned discriminator = at == nullptr ? 0 : at[0] & 15u;
+   if (discriminator != TS24007L3_ProtoDiscr_epsMobMgmt && discriminator != TS24007L3_ProtoDiscr_epsSessMgmt)
+      return decodeFullHeader(d, pvalue);
+   takeHeader(d.ctxt(), pvalue, at);
+   return 0;
 }
 
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
@@ -196,28 +193,22 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
    return messageStatus(ctxt); // the type's name is not popped on this way: deliberate
 }
 
-int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
-   Decoder d(pctxt, kDecSource);
-   L3_TRY(d.begin("PDU"));
-   pvalue->m = {};
-   const Mark start(pctxt);
+// A message with a security header, or in the full form.
+[[gnu::noinline]] static int decodeAnyPdu(Decoder d, TS24301Msg_PDU* pvalue) {
+   RtxContext* ctxt = d.ctxt();
+   // The look ahead leaves no trace.
+   rtxDiagSetBitFldDisabled(ctxt->bitFields, 1);
+   const Mark start(ctxt);
    uint8_t first = 0, discriminator = 0;
-   if (const uint8_t* at = plainHeader(pctxt, 1)) [[likely]] {
-      first = at[0] >> 4;
-      discriminator = at[0] & 15;
-   } else {
-      // The look ahead leaves no trace.
-      rtxDiagSetBitFldDisabled(pctxt->bitFields, 1);
-      if (const int status = quorva::hot::decBitsToByte(pctxt, &first, 4); status < 0)
-         return d.failed(status);
-      if (first < 12) {
-         if (const int status = quorva::hot::decBitsToByte(pctxt, &discriminator, 4); status < 0)
-            return d.failed(status);
-         rtxDiagSetBitFldDisabled(pctxt->bitFields, 0);
-      }
-      start.restore(pctxt);
+   if (const int status = quorva::hot::decBitsToByte(ctxt, &first, 4); status < 0) return d.failed(status);
+   if (first >= 12) {
+      start.restore(ctxt);
+      return decodeServiceRequest(d, pvalue, start.index);
    }
-   if (first >= 12) return decodeServiceRequest(d, pvalue, start.index);
+   if (const int status = quorva::hot::decBitsToByte(ctxt, &discriminator, 4); status < 0)
+      return d.failed(status);
+   start.restore(ctxt);
+   rtxDiagSetBitFldDisabled(ctxt->bitFields, 0);
 
    if (first != 0 && discriminator == TS24007L3_ProtoDiscr_epsMobMgmt) {
       L3_TRY(d.item("secHdr", NASDec_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));
@@ -234,6 +225,20 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
       break;
    default: L3_TRY(d.push("data")); return newBadChoice(d);
    }
+   return d.ended(messageStatus(ctxt));
+}
+
+int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("PDU"));
+   pvalue->m = {};
+   const uint8_t* at = plainHeader(pctxt, 3);
+   const bool plain =
+         at != nullptr && (at[0] == TS24007L3_ProtoDiscr_epsMobMgmt ||
+                           ((at[0] & 15) == TS24007L3_ProtoDiscr_epsSessMgmt && at[0] >> 4 < 12));
+   if (!plain) return decodeAnyPdu(d, pvalue);
+   takeHeader(pctxt, pvalue, at);
+   L3_TRY(decodeData(d, pvalue->data, kTS24301Msg_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
    return d.ended(messageStatus(pctxt));
 }
 

@@ -65,7 +65,7 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 }
 
 // What stands between the security header and the message.
-static int encodeFullHeader(Encoder e, TS24501Msg_PDU* pvalue) {
+L3_COLD static int encodeFullHeader(Encoder e, TS24501Msg_PDU* pvalue) {
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
@@ -164,7 +164,7 @@ L3_INLINE static bool decodePlainHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue
    return true;
 }
 
-static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
+[[gnu::noinline]] static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
    RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};

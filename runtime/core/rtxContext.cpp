@@ -393,7 +393,8 @@ void rtxMemFree(RtxContext* pctxt) {
 }
 
 void rtxMemReset(RtxContext* pctxt) {
-   rtxErrReset(pctxt);
+   if (!hot::nothingOpen(pctxt)) [[unlikely]]
+      rtxErrReset(pctxt);
    // What names and containers are in use now are those of other owners of the heap.
    if (RtxMemHeap* heap = pctxt->memHeap) heap::reset(heap, heap->refCount <= 1);
 }

@@ -165,12 +165,6 @@ size_t rtxErrGetErrorCnt(const RtxContext* pctxt) {
    return pctxt->errList.count;
 }
 
-/** Is there nothing on record? */
-static bool nothingRecorded(const RtxContext* pctxt) {
-   const RtxErrInfo& fixed = pctxt->errFixed;
-   return pctxt->errList.head == nullptr && fixed.parmCount == 0 && fixed.elemName == nullptr;
-}
-
 [[gnu::noinline]] static void resetAll(RtxContext* pctxt) {
    if (RtxDList& names = pctxt->elemNames; names.head != nullptr) {
       if (rtxMemHeapIsEmpty(pctxt)) // the nodes went with a reset of the heap
@@ -182,15 +176,13 @@ static bool nothingRecorded(const RtxContext* pctxt) {
 }
 
 int rtxErrReset(RtxContext* pctxt) {
-   const bool clean = pctxt->elemNames.head == nullptr && pctxt->containers.dlist.head == nullptr &&
-                      nothingRecorded(pctxt);
-   if (!clean) [[unlikely]]
+   if (!hot::nothingOpen(pctxt)) [[unlikely]]
       resetAll(pctxt);
    return RTX_OK;
 }
 
 int rtxErrResetErrInfo(RtxContext* pctxt) {
-   if (nothingRecorded(pctxt)) return RTX_OK;
+   if (hot::nothingRecorded(pctxt)) return RTX_OK;
    if (rtxMemHeapIsEmpty(pctxt)) { // records and texts went with a reset of the heap
       pctxt->errList = RtxDList{};
       pctxt->errFixedNode = RtxDListNode{};

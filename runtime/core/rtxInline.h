@@ -79,6 +79,18 @@ inline bool octetAligned(const RtxContext* pctxt) {
    return (pctxt->bufBitsLeft & ~8) == 0;
 }
 
+/** Is there no error, nor a part of one? */
+inline bool nothingRecorded(const RtxContext* pctxt) {
+   const RtxErrInfo& fixed = pctxt->errFixed;
+   return pctxt->errList.head == nullptr && fixed.parmCount == 0 && fixed.elemName == nullptr;
+}
+
+/** Has rtxErrReset nothing to do? */
+inline bool nothingOpen(const RtxContext* pctxt) {
+   return pctxt->elemNames.head == nullptr && pctxt->containers.dlist.head == nullptr &&
+          nothingRecorded(pctxt);
+}
+
 /* Name stack. Nodes are taken from the heap's spare ones and go back there; they are never searched for. */
 
 inline int appendName(RtxContext* pctxt, const char* name) {

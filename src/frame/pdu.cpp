@@ -62,18 +62,18 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
    RtxContext* ctxt = d.ctxt();
    if (row.decode == nullptr) [[unlikely]]
       return nameMessage(ctxt, row.member);
+   L3_TRY(pushBoth(ctxt, row.member));
    void* record = data;
    if (!row.isInline) [[likely]] {
       record = hot::alloc(ctxt, row.size);
       if (record == nullptr) [[unlikely]] {
-         L3_TRY(d.push(kData));
+         d.pop(); // the member is not at hand yet
          return RTX_E_NOMEM;
       }
       std::memcpy(data, &record, sizeof record);
    }
    if (row.init != nullptr) [[likely]]
       row.init(record);
-   L3_TRY(pushBoth(ctxt, row.member));
    L3_TRY(d.inner(__LINE__, row.decode, record, reported));
    popBoth(ctxt);
    return 0;
