@@ -66,7 +66,7 @@ static int encodeOptions(Encoder e, TS24008Msg_PDU* pvalue) {
    return 0;
 }
 
-static int encodeFullHeader(Encoder e, TS24008Msg_PDU* pvalue) {
+L3_COLD static int encodeFullHeader(Encoder e, TS24008Msg_PDU* pvalue) {
    L3_TRY(encodeOptions(e, pvalue));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    uint8_t type = pvalue->msgType;
@@ -92,11 +92,11 @@ L3_INLINE static int encodeHeader(Encoder e, TS24008Msg_PDU* pvalue) {
       return encodeFullHeader(e, pvalue);
    unsigned nibble = options.skipInd;
    if (hasTransaction(discriminator))
-      nibble = (options.transId.flag != 0) << 3 | options.transId.value;
+      nibble = (options.transId.flag != 0 ? 8u : 0u) | options.transId.value;
    else if (nibble > 15)
       return encodeFullHeader(e, pvalue);
    unsigned type = pvalue->msgType;
-   if (hasSequence(discriminator) && pvalue->m.sendSeqNumPresent) type |= pvalue->sendSeqNum << 6;
+   if (hasSequence(discriminator) && pvalue->m.sendSeqNumPresent) type |= unsigned{pvalue->sendSeqNum} << 6;
    at[0] = static_cast<uint8_t>(nibble << 4 | discriminator);
    at[1] = static_cast<uint8_t>(type);
    ctxt->bufByteIndex += 2;
@@ -134,7 +134,7 @@ static int decodeTransaction(Decoder d, TS24008Msg_PDU* pvalue) {
    return 0;
 }
 
-static int decodeFullHeader(Decoder d, TS24008Msg_PDU* pvalue) {
+[[gnu::noinline]] static int decodeFullHeader(Decoder d, TS24008Msg_PDU* pvalue) {
    L3_TRY(d.fields(group("l3HdrOpts", integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)),
                    value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    if (hasTransaction(pvalue->protoDiscr)) L3_TRY(decodeTransaction(d, pvalue));

@@ -22,14 +22,27 @@ int NASEnc_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
    return e.done();
 }
 
-int NASDec_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
-   Decoder d(pctxt, kDecSource);
-   L3_TRY(d.begin("CP_PDU"));
-   // The transaction identifier stays what these options always decode to, a skip indicator: deliberate.
+// The transaction identifier stays what these options always decode to, a skip indicator: deliberate.
+[[gnu::noinline]] static int decodeFullHeader(Decoder d, TS24011Msg_CP_PDU* pvalue) {
    L3_TRY(d.item("l3HdrOpts", NASDec_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(d.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    if (pvalue->protoDiscr != TS24007L3_ProtoDiscr_sms) return newBadChoice(d);
-   L3_TRY(d.fields(integer<8>("msgType", pvalue->msgType)));
+   return d.fields(integer<8>("msgType", pvalue->msgType));
+}
+
+int NASDec_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
+   Decoder d(pctxt, kDecSource);
+   L3_TRY(d.begin("CP_PDU"));
+   const uint8_t* at = plainHeader(pctxt, 2);
+   if (at != nullptr && (at[0] & 15) == TS24007L3_ProtoDiscr_sms) [[likely]] {
+      pvalue->l3HdrOpts.t = 1;
+      pvalue->l3HdrOpts.u.skipInd = at[0] >> 4;
+      pvalue->protoDiscr = TS24007L3_ProtoDiscr_sms;
+      pvalue->msgType = at[1];
+      pctxt->bufByteIndex += 2;
+   } else {
+      L3_TRY(decodeFullHeader(d, pvalue));
+   }
    L3_TRY(decodeData(d, pvalue->data, kTS24011Msg_CP_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
    return d.ended(messageStatus(pctxt));
 }

@@ -30,13 +30,34 @@ L3_INLINE static const uint8_t* sessionHeader(const RtxContext* ctxt) {
 
 // A session message as it stands in a payload container, TS 24.501, 8.3: no security header of its own. The
 // encoder spells the type's name with a hyphen, the decoder with an underscore: deliberate.
+L3_COLD static int encodeFullHeader(Encoder e, TS24501Msg_PDU_SM* pvalue) {
+   return e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
+                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
+                   integer<8>("procTransIdent", pvalue->procTransIdent),
+                   integer<8>("msgType", pvalue->msgType));
+}
+
+L3_COLD static int decodeFullHeader(Decoder d, TS24501Msg_PDU_SM* pvalue) {
+   return d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
+                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
+                   integer<8>("procTransIdent", pvalue->procTransIdent),
+                   integer<8>("msgType", pvalue->msgType));
+}
+
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
-   L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
-                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
-                   integer<8>("procTransIdent", pvalue->procTransIdent),
-                   integer<8>("msgType", pvalue->msgType)));
+   uint8_t* at = plainHeader(pctxt, kSessionHeader);
+   if (at != nullptr && ProtoDiscr::legalInRecord(pvalue->protoDiscr) &&
+       SessionIdentity::legalInRecord(pvalue->pduSessIdent)) [[likely]] {
+      at[0] = static_cast<uint8_t>(pvalue->protoDiscr);
+      at[1] = static_cast<uint8_t>(pvalue->pduSessIdent);
+      at[2] = pvalue->procTransIdent;
+      at[3] = pvalue->msgType;
+      pctxt->bufByteIndex += kSessionHeader;
+   } else {
+      L3_TRY(encodeFullHeader(e, pvalue));
+   }
    L3_TRY(encodeData(e, pvalue->data, kTS24501Msg_PDU_SMMessages));
    return e.done();
 }
@@ -51,10 +72,7 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
       pvalue->msgType = at[3];
       pctxt->bufByteIndex += kSessionHeader;
    } else {
-      L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
-                      value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
-                      integer<8>("procTransIdent", pvalue->procTransIdent),
-                      integer<8>("msgType", pvalue->msgType)));
+      L3_TRY(decodeFullHeader(d, pvalue));
    }
    // Any other discriminator stands for mobility management: deliberate.
    const unsigned discriminator = pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
@@ -94,7 +112,7 @@ L3_INLINE static int encodeHeader(Encoder e, TS24501Msg_PDU* pvalue) {
    if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G && mm.spare1 < 16 &&
        SecHdrType::legalInRecord(mm.secHdrType)) {
       at[0] = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
-      at[1] = static_cast<uint8_t>(mm.spare1 << 4 | mm.secHdrType);
+      at[1] = static_cast<uint8_t>(unsigned{mm.spare1} << 4 | mm.secHdrType);
       at[2] = pvalue->msgType;
       ctxt->bufByteIndex += kMobilityHeader;
       return 0;
