@@ -129,7 +129,7 @@ L3_INLINE static int encodeHeader(Encoder e, TS24501Msg_PDU* pvalue) {
    return encodeFullHeader(e, pvalue);
 }
 
-static int decodeHeader(Decoder d, TS24501Msg_PDU* pvalue) {
+L3_COLD static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
    L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    switch (pvalue->protoDiscr) {
    case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
@@ -148,6 +148,31 @@ static int decodeHeader(Decoder d, TS24501Msg_PDU* pvalue) {
    }
 }
 
+L3_INLINE static void takeMobilityHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue, const uint8_t* at) {
+   pvalue->protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+   pvalue->hdrData.u.mm.spare1 = at[1] >> 4;
+   pvalue->hdrData.u.mm.secHdrType = at[1] & 15;
+   pvalue->msgType = at[2];
+   ctxt->bufByteIndex += kMobilityHeader;
+}
+
+// The same in one step; false if it can't be.
+L3_INLINE static bool takeHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue) {
+   if (const uint8_t* at = sessionHeader(ctxt)) {
+      pvalue->protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
+      pvalue->hdrData.u.sm.pduSessIdent = at[1];
+      pvalue->hdrData.u.sm.procTransIdent = at[2];
+      pvalue->msgType = at[3];
+      ctxt->bufByteIndex += kSessionHeader;
+      return true;
+   }
+   const uint8_t* at = plainHeader(ctxt, kMobilityHeader);
+   if (at == nullptr || at[0] != TS24501Msg_NAS5GProtoDiscr_mobMgmt5G || !SecHdrType::legalOnWire(at[1] & 15))
+      return false;
+   takeMobilityHeader(ctxt, pvalue, at);
+   return true;
+}
+
 // Octets of the security header ahead of the code, of the sequence number, and of the whole of it.
 constexpr size_t kMacPosition = 2, kMacStart = 6, kCipherStart = 7;
 
@@ -156,64 +181,69 @@ static bool isCiphered(uint32_t type) {
           type == TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt;
 }
 
-// The whole header of a message without a security header, if nothing can fail and nobody looks.
-L3_INLINE static bool decodePlainHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue) {
-   const uint8_t* at = plainHeader(ctxt, kMobilityHeader);
-   if (at == nullptr) return false;
-   const uint32_t discriminator = at[0];
-   if (discriminator == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) {
-      if ((at[1] & 15) != TS24501Msg_NAS5GSecHdrType_noSec) return false;
-      pvalue->hdrData.u.mm.spare1 = at[1] >> 4;
-      pvalue->hdrData.u.mm.secHdrType = pvalue->secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
-      pvalue->msgType = at[2];
-      ctxt->bufByteIndex += kMobilityHeader;
-   } else {
-      if (sessionHeader(ctxt) == nullptr) return false;
-      pvalue->hdrData.u.sm.pduSessIdent = at[1];
-      pvalue->hdrData.u.sm.procTransIdent = at[2];
-      pvalue->msgType = at[3];
-      ctxt->bufByteIndex += kSessionHeader;
-   }
-   pvalue->secHdr.protoDiscr = pvalue->protoDiscr = discriminator;
-   pvalue->m = {};
-   // As behind the look ahead of decodeFullHeader: its codecs take the outermost name off.
+// The codecs of the look ahead, called without a name of their own, take off the last one.
+L3_INLINE static void dropLastName(RtxContext* ctxt) {
    if (ctxt->elemNames.count == 1) [[unlikely]]
       popOutermost(ctxt);
-   return true;
 }
 
-[[gnu::noinline]] static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
-   RtxContext* pctxt = d.ctxt();
+// What is ahead: discriminator, and the security header type of a mobility message. It leaves no trace, but
+// stays in the record.
+static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
+   RtxContext* ctxt = d.ctxt();
+   if (const uint8_t* at = plainHeader(ctxt, 2)) {
+      const bool mobility =
+            at[0] == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G && SecHdrType::legalOnWire(at[1] & 15);
+      if (mobility || at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G) {
+         header.protoDiscr = at[0];
+         if (mobility) header.secHdrType = at[1] & 15;
+         dropLastName(ctxt);
+         return 0;
+      }
+   }
    L3_TRY(d.begin("PDU"));
-   pvalue->m = {};
-   // The look ahead leaves no trace, but what it read stays in the record.
-   rtxDiagSetBitFldDisabled(pctxt->bitFields, 1);
-   const Mark start(pctxt);
-   auto& header = pvalue->secHdr;
-   if (const int status = NASDec_TS24501Msg_NAS5GProtoDiscr(pctxt, &header.protoDiscr); status < 0)
+   rtxDiagSetBitFldDisabled(ctxt->bitFields, 1);
+   const Mark start(ctxt);
+   if (const int status = NASDec_TS24501Msg_NAS5GProtoDiscr(ctxt, &header.protoDiscr); status < 0)
       return d.failed(status);
    if (header.protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) {
-      if (const int status = rtxSkipBits(pctxt, 4); status < 0) return d.failed(status);
-      if (const int status = NASDec_TS24501Msg_NAS5GSecHdrType(pctxt, &header.secHdrType); status < 0)
+      if (const int status = rtxSkipBits(ctxt, 4); status < 0) return d.failed(status);
+      if (const int status = NASDec_TS24501Msg_NAS5GSecHdrType(ctxt, &header.secHdrType); status < 0)
          return d.failed(status);
    }
-   start.restore(pctxt);
-   rtxDiagSetBitFldDisabled(pctxt->bitFields, 0);
+   start.restore(ctxt);
+   rtxDiagSetBitFldDisabled(ctxt->bitFields, 0);
+   return 0;
+}
 
+[[gnu::noinline]] static int decodeHeaders(Decoder d, TS24501Msg_PDU* pvalue) {
+   auto& header = pvalue->secHdr;
+   const size_t start = d.ctxt()->bufByteIndex;
+   L3_TRY(lookAhead(d, header));
    // The security header of a session message is not looked at: one stands inside a mobility message.
    if (header.protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G &&
        header.secHdrType != TS24501Msg_NAS5GSecHdrType_noSec) {
       L3_TRY(d.item("secHdr", NASDec_TS24501Msg_NAS5GSecProtMsgHdr, &header));
       pvalue->m.secHdrPresent = 1;
-      checkMac(d, start.index + kMacStart, header.msgAuthCode);
-      if (isCiphered(header.secHdrType)) L3_TRY(decipherRest(d, start.index + kCipherStart));
+      checkMac(d, start + kMacStart, header.msgAuthCode);
+      if (isCiphered(header.secHdrType)) L3_TRY(decipherRest(d, start + kCipherStart));
    }
-   return decodeHeader(d, pvalue);
+   return takeHeader(d.ctxt(), pvalue) ? 0 : decodeFullHeader(d, pvalue);
 }
 
 int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
    Decoder d(pctxt, kDecSource);
-   if (!decodePlainHeader(pctxt, pvalue)) L3_TRY(decodeFullHeader(d, pvalue));
+   pvalue->m = {};
+   const uint8_t* at = plainHeader(pctxt, kMobilityHeader);
+   if (at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G &&
+       (at[1] & 15) == TS24501Msg_NAS5GSecHdrType_noSec) [[likely]] {
+      pvalue->secHdr.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+      pvalue->secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
+      dropLastName(pctxt);
+      takeMobilityHeader(pctxt, pvalue, at);
+   } else {
+      L3_TRY(decodeHeaders(d, pvalue));
+   }
    L3_TRY(decodeData(d, pvalue->data, kTS24501Msg_PDUMessages, pvalue->protoDiscr, pvalue->msgType));
    return d.ended(messageStatus(pctxt));
 }
