@@ -42,7 +42,7 @@ struct RtxMemHeap {
    RtxDListNode* spareNames;      /**< Name stack nodes to use again, linked by `next`. */
    RtxDListNode* spareContainers; /**< Container stack nodes to use again, each with its entry as `data`. */
    RtxFreeFunc recordFreeFn;      /**< Frees this record; differs from freeFn after a change to static. */
-   struct RtxMemHeapNodes* nodes; /**< Nodes in one allocation for both stacks, or null. */
+   struct RtxMemHeapNodes* nodes; /**< Nodes for both stacks in a saved allocation, or null. */
    uint32_t namesUsed;            /**< Of `nodes`: name nodes handed out, spare ones included. */
    uint32_t containersUsed;       /**< The same of container nodes. */
    uint32_t singleNodes;          /**< Not 0 if there may be nodes with an allocation of their own. */

@@ -116,10 +116,7 @@ inline void renewBlk(RtxMemBlk* blk, unsigned kept) {
    link->nextFree = link->prevFree = 0;
    elemAt(blk, nunits)->prevOff = size;
    blk->maxFreeElem = size;
-   blk->freeHead = index;
-   const uint32_t both = index * 0x10001u; // one store
-   static_assert(offsetof(RtxMemLink, prevFree) == offsetof(RtxMemLink, nextFree) + 2);
-   std::memcpy(&blk->sentinel.nextFree, &both, sizeof both);
+   blk->freeHead = blk->sentinel.nextFree = blk->sentinel.prevFree = index;
 }
 
 /** Makes the elements from `begin` up to `end`, indices both, one free element at the front of the ring. */
@@ -224,13 +221,14 @@ void reset(RtxMemHeap* heap, bool spare) {
    if (blk == nullptr) return;
    do {
       unsigned kept = 0;
+      bool usual = true;
       if (blk->nsaved != 0) { // by the nodes, at the front
          const RtxMemElem* first = elemAt(blk, kFirst);
          kept = first->nunits;
-         if (blk->nsaved != 1 || (first->flags & RTX_ME_SAVED) == 0 || kFirst + kept >= blk->nunits)
-               [[unlikely]]
-            return resetSaved(heap);
+         usual = blk->nsaved == 1 && (first->flags & RTX_ME_SAVED) != 0;
       }
+      if (!usual || kFirst + kept >= blk->nunits) [[unlikely]]
+         return resetSaved(heap);
       renewBlk(blk, kept);
       blk = blk->next;
    } while (blk != last);
