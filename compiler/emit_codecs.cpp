@@ -53,22 +53,63 @@ public:
       extDeclared_ = inBits_ = groups_ = octetsLast_ = false;
       isMessage_ = type.kind == TypeKind::Message || type.kind == TypeKind::OneElement ||
                    type.kind == TypeKind::Empty || type.kind == TypeKind::Pdu;
+      both_ = hasShortForm(type);
       result_.clear();
-      const std::string function = enc_ ? encoderName(type) : decoderName(type);
-      w_.open("int " + function + "(RtxContext* pctxt" +
-              (enc_ ? encodeParameters(type) : decodeParameters(type)) + ") {");
-      w_.line((enc_ ? "Encoder e" : "Decoder d") + std::string("(pctxt, kSource);"));
+      const std::string parameters = enc_ ? encodeParameters(type) : decodeParameters(type);
+      const std::string function =
+            (enc_ ? encoderName(type) : decoderName(type)) + "(RtxContext* pctxt" + parameters + ")";
+      if (both_) {
+         w_.line("template <class Coder>");
+         w_.open(std::string("L3_INLINE static int ") + (enc_ ? "encode_" : "decode_") + recordName(type) +
+                 "(Coder& " + c() + parameters + ") {");
+      } else {
+         w_.open("int " + function + " {");
+         w_.line((enc_ ? "Encoder e" : "Decoder d") + std::string("(pctxt, kSource);"));
+      }
       w_.line("L3_TRY(" + c() + ".begin(" + quoted(typeName(type)) + "));");
       const std::string head = w_.text();
       contents(type);
       w_.close();
       std::string text = w_.text();
       if (octetsLast_) text.insert(head.size(), "   int status = 0;\n");
-      return text;
+      if (!both_) return text;
+      return dependent(text) + (enc_ ? "L3_ENCODER" : "L3_DECODER") +
+             (standsAmongBits(type) ? "_AMONG_BITS(" : "(") + recordName(type) + ", kSource, (" +
+             parameters.substr(2) + "), (" + argumentNames(type, enc_).substr(2) + "))\n";
    }
 
 private:
    std::string c() const { return enc_ ? "e" : "d"; }
+
+   // In a template the words with arguments of their own are said to be templates.
+   std::string dependent(const std::string& text) const {
+      std::string out;
+      for (size_t at = 0; at < text.size();) {
+         const bool word = text.compare(at, 2, c() + ".") == 0 &&
+                           (at == 0 || (std::isalnum(static_cast<unsigned char>(text[at - 1])) == 0 &&
+                                        text[at - 1] != '_' && text[at - 1] != '.' && text[at - 1] != '"'));
+         if (!word) {
+            out += text[at++];
+            continue;
+         }
+         size_t end = at + 2;
+         while (std::isalnum(static_cast<unsigned char>(text[end])) != 0) ++end;
+         const bool hasArguments = text[end] == '<' && text[end + 1] != ' ';
+         out += c() + (hasArguments ? ".template " : ".") + text.substr(at + 2, end - at - 2);
+         at = end;
+      }
+      return out;
+   }
+
+   // The variable of an open length.
+   std::string lengthType() const {
+      return std::string(both_ ? "typename Coder::" : "") + (enc_ ? "OpenLength " : "Length ");
+   }
+
+   // The word that calls the codec of a type.
+   std::string codec(const char* word, const Type& type) const {
+      return std::string(word) + "<quorva::type::" + recordName(type) + ">(";
+   }
 
    // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
    // encoders keep the hyphens. The difference stays.
@@ -93,6 +134,7 @@ private:
    // last, and dropped otherwise: deliberate.
    void untested(const std::string& call, bool last) {
       w_.line(last ? "status = " + call + ";" : "L3_TRY(unlessMemory(" + call + "));");
+      if (last && both_) w_.line("if (Coder::kShort && status < 0) return status;");
       octetsLast_ = octetsLast_ || last;
    }
 
@@ -187,8 +229,7 @@ private:
          result_ = "messageStatus(pctxt)";
          return finish();
       }
-      w_.line("L3_TRY(" + c() + ".same(" + (enc_ ? encoderName(base) : decoderName(base)) + ", " + argument +
-              "));");
+      w_.line("L3_TRY(" + c() + "." + codec("same", base) + argument + "));");
       if (!enc_ && scan) w_.line("L3_TRY(d.nonImperative(0));");
       finish();
    }
@@ -215,10 +256,10 @@ private:
       if (inBits_) {
          const std::string open = std::to_string(bits) + ">(\"length\", ";
          if (enc_) {
-            w_.line("OpenLength length;");
+            w_.line(lengthType() + "length;");
             w_.line("L3_TRY(e.open<" + open + "length));");
          } else {
-            w_.line("Length length;");
+            w_.line(lengthType() + "length;");
             w_.line("L3_TRY(d.openBits<" + open + member + ", length));");
          }
          sequence(type.fields, place, !enc_);
@@ -241,10 +282,10 @@ private:
       for (auto& field : type.fields)
          if (field->beside) beside.push_back(field.get());
       if (enc_) {
-         w_.line("OpenLength length;");
+         w_.line(lengthType() + "length;");
          w_.line("L3_TRY(e.open<4>(\"length\", length));");
       } else {
-         w_.line("Length length;");
+         w_.line(lengthType() + "length;");
          w_.line("L3_TRY(d.openNibble(\"length\", pvalue->length, " + limits(type.bounds) + "));");
       }
       for (auto* field : beside) one(*field, Place{"pvalue->", "", false}, false);
@@ -261,7 +302,7 @@ private:
    void openLength(unsigned bits, const std::string& name, const std::string& member, const Bounds& bound,
                    const std::string& var) {
       if (enc_) {
-         w_.line("OpenLength " + var + ";");
+         w_.line(lengthType() + var + ";");
          w_.line("L3_TRY(e.open<" + std::to_string(bits) + ">(" + quoted(name) + ", " + var + "));");
          return;
       }
@@ -270,7 +311,7 @@ private:
          place = var + "Octets";
          w_.line(std::string(bits == 16 ? "uint16_t " : "uint8_t ") + place + ";");
       }
-      w_.line("Length " + var + ";");
+      w_.line(lengthType() + var + ";");
       w_.line("L3_TRY(d.open<" + std::to_string(bits) + ">(" + quoted(name) + ", " + place + ", " +
               limits(bound) + ", " + var + "));");
    }
@@ -587,7 +628,7 @@ private:
          clearPresence(base.fields, lvalue + ".");
          if (!enc_) {
             const std::string var = variable("value");
-            w_.line("Length " + var + ";");
+            w_.line(lengthType() + var + ";");
             w_.line("L3_TRY(d.pushContainer(" + expression(*field.argument, place) + ", " + var + "));");
             sequence(base.fields, Place{lvalue + ".", var, place.arm, lvalue + "."}, last);
             w_.line("L3_TRY(d.close(" + var + "));");
@@ -609,7 +650,7 @@ private:
          return;
       }
       if (enc_) {
-         attempt("item(" + name + ", " + encoderName(type) + ", " + encodeArgument(type, lvalue) + ")");
+         attempt(codec("item", type) + name + ", " + encodeArgument(type, lvalue) + ")");
          return;
       }
       std::string argument = pointerArgument(type, lvalue);
@@ -617,7 +658,8 @@ private:
       if (field.second) argument += ", " + expression(*field.second, place);
       const TypeKind kind = baseType(type).kind;
       const bool message = kind == TypeKind::Pdu || kind == TypeKind::Message;
-      attempt((message ? "message(" : "item(") + name + ", " + decoderName(type) + ", " + argument + ")");
+      attempt((message ? "message(" + name + ", " + decoderName(type) : codec("item", type) + name) + ", " +
+              argument + ")");
    }
 
    // A repetition of a type, of `bits`-bit integers or of octet strings (`entry`).
@@ -645,13 +687,13 @@ private:
       } else if (r.type == nullptr) {
          body = "return " + c() + ".fields(integer<" + std::to_string(r.bits) + ">(nullptr, x));";
       } else if (enc_) {
-         body = "return " + encoderName(*r.type) + "(e.ctxt(), " + encodeArgument(*r.type, "x") + ");";
+         body = "return e." + codec("call", *r.type) + encodeArgument(*r.type, "x") + ");";
       } else {
          // No initialiser of the record around an array has been at its elements.
          if ((r.heap || mayStayUnset(*r.type)) && hasInit(*r.type)) body = initName(*r.type) + "(&x); ";
-         body += "return " + decoderName(*r.type) + "(d.ctxt(), " + pointerArgument(*r.type, "x") + ");";
+         body += "return d." + codec("call", *r.type) + pointerArgument(*r.type, "x") + ");";
       }
-      const std::string lambda = "[" + capture + "](auto& " + c() + ", auto& x) { " + body + " }";
+      const std::string lambda = "[" + capture + "](auto& " + c() + ", auto& x) { " + dependent(body) + " }";
       if (r.entries != Entries::Rest) {
          const bool ext = r.entries == Entries::Ext;
          if (ext && !enc_ && !extDeclared_) {
@@ -782,7 +824,7 @@ private:
       if (field.kind == Kind::Each) {
          const std::string lvalue = place.record + cName(field.name);
          w_.line("L3_TRY(e.repeatExt(" + quoted(field.name) + ", " + lvalue + ".n, " + lvalue + ".elem,");
-         w_.line("      [](auto& e, auto& x) { return " + encoderName(*field.type.type) + "(e.ctxt(), " +
+         w_.line("      [](auto& e, auto& x) { return e.template " + codec("call", *field.type.type) +
                  encodeArgument(*field.type.type, "x") + "); }));");
       } else if (isList(field)) {
          w_.open("if (" + follows(field, place) + ") {");
@@ -878,15 +920,14 @@ private:
             open = true;
          }
          const std::string bits = std::to_string(field->ieiBits);
-         std::string call =
-               "L3_TRY(e.optional<" + bits + ">(" + quoted(field->name) + ", " + hex(field->iei, 2);
+         const std::string call = ">(" + quoted(field->name) + ", " + hex(field->iei, 2);
          const std::string condition = "if (pvalue->m." + presenceName(*field) + guard + ")";
          if (field->present) {
-            w_.line(condition + " " + call + "));");
+            w_.line(condition + " L3_TRY(e.optional<" + bits + call + "));");
          } else if (field->kind == Kind::Named) {
             const Type& element = *field->type.type;
             w_.line(condition);
-            w_.line("   " + call + ", " + encoderName(element) + ", " +
+            w_.line("   L3_TRY(e.optional<" + bits + ", quorva::type::" + recordName(element) + call + ", " +
                     encodeArgument(element, "pvalue->" + cName(field->name)) + "));");
          } else { // a choice
             w_.open(condition + " {");
@@ -957,11 +998,13 @@ private:
    }
 
    static std::string decodeElement(const Field& field) {
-      if (field.present) return "d.nothing(" + quoted(field.name) + ")";
-      if (field.kind != Kind::Named) return cName(field.name) + "()";
-      if (isRunContent(field)) return "d.fields(" + runPart(field, "pvalue->", false) + ")";
+      if (field.present) return "scan.nothing(" + quoted(field.name) + ")";
+      if (field.kind != Kind::Named) return "scan.other(" + cName(field.name) + ")";
+      if (isRunContent(field))
+         return (field.ieiBits == 4 ? "scan.half(" : "scan.fields(") + runPart(field, "pvalue->", false) +
+                ")";
       const Type& element = *field.type.type;
-      return "d.item(" + quoted(field.name) + ", " + decoderName(element) + ", " +
+      return "scan.item<quorva::type::" + recordName(element) + ">(" + quoted(field.name) + ", " +
              pointerArgument(element, "pvalue->" + cName(field.name)) + ")";
    }
 
@@ -1013,6 +1056,7 @@ private:
    bool enc_;
    bool extDeclared_ = false;
    bool isMessage_ = false;
+   bool both_ = false; // the text is a template for both forms
    bool skipBeside_ = false;
    bool inBits_ = false;     // the element's length counts bits
    bool octetsLast_ = false; // `status` is that of octets behind which nothing has been coded
@@ -1041,18 +1085,16 @@ std::string prologue(const Module& module, bool encode) {
 
 // A text of digits is one call.
 std::string digitCodec(const Type& type, bool encode) {
-   const std::string common = "(pctxt, kSource, \"" + type.name + "\", ";
-   if (encode)
-      return "int " + encoderName(type) +
-             "(RtxContext* pctxt, const char* value) {\n   return encodeDigitText" + common +
-             "value);\n}\n\n";
-   if (type.storage.heap)
-      return "int " + decoderName(type) + "(RtxContext* pctxt, const char** pvalue, uint32_t numocts) {\n" +
-             "   return decodeDigitTextToHeap" + common + "pvalue, numocts);\n}\n\n";
-   return "int " + decoderName(type) + "(RtxContext* pctxt, char* value, uint32_t numocts) {\n" +
-          "   return " +
-          (type.open ? "decodeOpenDigitText" : "decodeDigitText<" + std::to_string(type.count) + ">") +
-          common + "value, numocts);\n}\n\n";
+   const std::string parameters = encode ? encodeParameters(type) : decodeParameters(type);
+   const std::string function = encode              ? "encodeDigitText"
+                                : type.storage.heap ? "decodeDigitTextToHeap"
+                                : type.open         ? "decodeOpenDigitText"
+                                                    : "decodeDigitText<" + std::to_string(type.count) + ">";
+   const std::string names = argumentNames(type, encode);
+   return "int " + (encode ? encoderName(type) : decoderName(type)) + "(RtxContext* pctxt" + parameters +
+          ") {\n   return " + function + "(pctxt, kSource, \"" + type.name + "\"" + names + ");\n}\n" +
+          shortDeclaration(type, encode) + " {\n   return " + function + "(at, end, pctxt" + names +
+          ");\n}\n\n";
 }
 
 void emitDirection(const Module& module, bool encode, Outputs& out) {
@@ -1091,18 +1133,17 @@ void emitMessages(const Module& module, Outputs& out) {
          std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
                             std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
          if (row.record.type == nullptr) {
-            w.line(text + "0, \"u." + row.member + "\", nullptr, nullptr, nullptr},");
+            w.line(text + "0, \"u." + row.member + "\", nullptr, nullptr},");
             continue;
          }
          const Type& message = *row.record.type;
          const std::string record = recordName(message);
          const bool value = passing(message) == Passing::Value;
          w.line(text + "sizeof(" + record + "), \"u." + row.member + "\",");
-         w.line(hasInit(message) ? "   [](void* r) { return " + initName(message) + "(static_cast<" + record +
-                                         "*>(r)); },"
-                                 : std::string("   nullptr,"));
-         w.line("   [](RtxContext* c, void* r) { return " + decoderName(message) + "(c, static_cast<" +
-                record + "*>(r)); },");
+         const std::string init =
+               hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
+         w.line("   [](RtxContext* c, void* r) { " + init + "return " + decoderName(message) +
+                "(c, static_cast<" + record + "*>(r)); },");
          w.line("   [](RtxContext* c, void* r) { return " + encoderName(message) + "(c, " +
                 (value ? "*" : "") + "static_cast<" + record + "*>(r)); }},");
       }

@@ -35,6 +35,16 @@ public:
             w_.line("extern \"C\" int " + decoderName(*type) + "(RtxContext* pctxt" +
                     decodeParameters(*type) + ");");
       }
+      for (auto& type : module_.types) {
+         if (!hasShortForm(*type)) continue;
+         w_.line(shortDeclaration(*type, true) + ";");
+         w_.line(shortDeclaration(*type, false) + ";");
+         if (!standsAmongBits(*type)) continue;
+         w_.line("int shortEncIn_" + recordName(*type) + "(quorva::frame::ShortEncoder& e" +
+                 encodeParameters(*type) + ");");
+         w_.line("int shortDecIn_" + recordName(*type) + "(quorva::frame::ShortDecoder& d" +
+                 decodeParameters(*type) + ");");
+      }
       w_.line("namespace quorva::type {");
       for (auto& type : module_.types) emit(*type);
       w_.line();
@@ -49,18 +59,25 @@ private:
       if (type.module != &module_ || !done_.insert(&type).second) return;
       switch (type.kind) {
       case TypeKind::Enum: return enumeration(type);
-      case TypeKind::Number:
-         if (!type.bare) number(type);
-         return;
+      case TypeKind::Number: type.bare ? codec(type) : number(type); return;
       case TypeKind::Record:
          if (isRunType(type)) {
             for (auto& field : type.fields)
                if (field->type.type != nullptr) emit(baseType(*field->type.type));
             record(type);
+         } else {
+            codec(type);
          }
          return;
-      default: return;
+      default: return codec(type);
       }
+   }
+
+   // A type that runs don't hold, for its functions alone.
+   void codec(const Type& type) {
+      w_.line();
+      w_.open("struct " + recordName(type) + " {");
+      tail(type);
    }
 
    void head(const Type& type) {
@@ -69,6 +86,14 @@ private:
       w_.line("using Record = ::" + recordName(type) + ";");
    }
    void tail(const Type& type) {
+      if (hasShortForm(type)) {
+         w_.line("static constexpr auto shortEncode = &::shortEnc_" + recordName(type) + ";");
+         w_.line("static constexpr auto shortDecode = &::shortDec_" + recordName(type) + ";");
+         if (standsAmongBits(type)) {
+            w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + recordName(type) + ";");
+            w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + recordName(type) + ";");
+         }
+      }
       w_.line("static constexpr auto encode = &::" + encoderName(type) + ";");
       w_.line("static constexpr auto decode = &::" + decoderName(type) + ";");
       w_.close("};");

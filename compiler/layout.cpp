@@ -2,6 +2,7 @@
 
 #include "compiler/naming.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace l3c {
@@ -87,6 +88,66 @@ std::string decodeParameters(const Type& type) {
    case Passing::Nothing: return "";
    default: return ", " + recordName(type) + "* pvalue" + parameters(baseType(type));
    }
+}
+
+std::string argumentNames(const Type& type, bool encode) {
+   const std::string parameters = encode ? encodeParameters(type) : decodeParameters(type);
+   std::string names;
+   for (size_t comma = parameters.find(','); comma != std::string::npos;) {
+      const size_t next = std::min(parameters.find(',', comma + 1), parameters.size());
+      const size_t word = parameters.find_last_of(" *", next - 1) + 1;
+      names += ", " + parameters.substr(word, next - word);
+      comma = next == parameters.size() ? std::string::npos : next;
+   }
+   return names;
+}
+
+namespace {
+
+bool hasShortForm(const Field& field) {
+   if (field.quits || field.kind == Kind::Bits || field.kind == Kind::Messages ||
+       (field.kind == Kind::Fill && field.bits == 16))
+      return false;
+   if (field.type.type != nullptr && !hasShortForm(*field.type.type)) return false;
+   if (field.entry != nullptr && !hasShortForm(*field.entry)) return false;
+   for (auto& inner : field.fields)
+      if (!hasShortForm(*inner)) return false;
+   for (auto& arm : field.arms)
+      if (arm.field != nullptr && !hasShortForm(*arm.field)) return false;
+   return true;
+}
+
+} // namespace
+
+bool hasShortForm(const Type& type) {
+   if (type.custom || type.kind == TypeKind::Text) return type.shortForm;
+   switch (type.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number:
+   case TypeKind::Octets:
+   case TypeKind::Digits: return true;
+   case TypeKind::Alias:
+   case TypeKind::List: return type.base.type == nullptr || hasShortForm(*type.base.type);
+   case TypeKind::Record:
+      return type.cls != Class::L4 && std::all_of(type.fields.begin(), type.fields.end(),
+                                                  [](auto& field) { return hasShortForm(*field); });
+   default: return false;
+   }
+}
+
+bool standsAmongBits(const Type& type) {
+   if (type.custom) return type.amongBits;
+   if (type.kind != TypeKind::Record || type.cls == Class::LV || type.cls == Class::LVE) return false;
+   return type.cls == Class::LB || std::any_of(type.fields.begin(), type.fields.end(), [](auto& field) {
+             return field->lead != Lead::None ||
+                    (field->type.type != nullptr && standsAmongBits(*field->type.type));
+          });
+}
+
+std::string shortDeclaration(const Type& type, bool encode) {
+   const std::string octets = encode ? "uint8_t* " : "const uint8_t* ";
+   return octets + (encode ? "shortEnc_" : "shortDec_") + recordName(type) + "(" + octets + "at, " + octets +
+          "end, RtxContext* pctxt" + (encode ? encodeParameters(type) : decodeParameters(type)) + ")";
 }
 
 std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {

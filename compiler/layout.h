@@ -59,6 +59,16 @@ std::string pointerArgument(const Type& type, const std::string& place);
 std::string encodeParameters(const Type& type);
 std::string decodeParameters(const Type& type);
 
+// Their names, as arguments behind the context.
+std::string argumentNames(const Type& type, bool encode);
+
+// Has the codec a short form beside the full one? What holds a message, ends early on purpose or counts in
+// bits has none.
+bool hasShortForm(const Type& type);
+// May a value of the type begin or end inside an octet, without being one of a run?
+bool standsAmongBits(const Type& type);
+std::string shortDeclaration(const Type& type, bool encode);
+
 std::string printParameters(const Type& type);
 std::string sampleDeclaration(const Type& type);
 

@@ -198,6 +198,8 @@ struct Type {
    bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
    bool open = false;                   // Digits: the text has the room that the count asks for
    bool padded = false;                 // Record: the contents end within an octet, on purpose
+   bool shortForm = false;              // custom: the codec by hand has a short form
+   bool amongBits = false;              // custom: it stands inside an octet
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    TypeRef base;              // Alias, OneElement, List

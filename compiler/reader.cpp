@@ -232,7 +232,7 @@ void Reader::typeWords(Type& type) {
          {"nosample", &Type::noSample}, {"noprinter", &Type::noPrinter}, {"unchecked", &Type::unchecked},
          {"checked", &Type::checked},   {"twins", &Type::twins},         {"tailstop", &Type::tailstop},
          {"shifts", &Type::shifts},     {"leavetail", &Type::leaveTail}, {"padded", &Type::padded},
-         {"aligned", &Type::aligned},
+         {"aligned", &Type::aligned},   {"short", &Type::shortForm},     {"amongbits", &Type::amongBits},
    };
    for (bool more = true; more;) {
       more = false;

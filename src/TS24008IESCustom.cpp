@@ -10,11 +10,6 @@ namespace {
 const char kEncoder[] = "TS24008IESEnc";
 const char kDecoder[] = "TS24008IESDec";
 
-// Asked ahead of a read whose failure would be none.
-bool octetAtHand(const RtxContext* pctxt) {
-   return quorva::hot::streamActive(pctxt) || pctxt->bufByteIndex < pctxt->bufSize;
-}
-
 } // namespace
 
 int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
@@ -48,14 +43,16 @@ constexpr uint8_t kMaxNameOctets =
 
 } // namespace
 
-int NASEnc_TS24008IE_AccessPointName(RtxContext* pctxt, const char* value) {
-   Encoder e(pctxt, kEncoder);
+template <class Coder>
+L3_INLINE static int encode_TS24008IE_AccessPointName(Coder& e, const char* value) {
    L3_TRY(e.begin("AccessPointName"));
    if (value == nullptr) return e.failed(RTX_E_NULL);
    const auto count = static_cast<uint8_t>(std::strlen(value) + 1); // 8 bits of it: deliberate
    if (count > kMaxNameOctets) {
-      rtxErrAddStrParm(pctxt, "AccessPointName.length");
-      rtxErrAddIntParm(pctxt, count);
+      if constexpr (!Coder::kShort) {
+         rtxErrAddStrParm(e.ctxt(), "AccessPointName.length");
+         rtxErrAddIntParm(e.ctxt(), count);
+      }
       return e.failed(RTX_E_CONSTRAINT);
    }
    L3_TRY(e.fields(integer<8>("length", count)));
@@ -70,15 +67,16 @@ int NASEnc_TS24008IE_AccessPointName(RtxContext* pctxt, const char* value) {
    }
    return e.done();
 }
+L3_ENCODER(TS24008IE_AccessPointName, kEncoder, (const char* value), (value))
 
-int NASDec_TS24008IE_AccessPointName(RtxContext* pctxt, char* value) {
-   Decoder d(pctxt, kDecoder);
+template <class Coder>
+L3_INLINE static int decode_TS24008IE_AccessPointName(Coder& d, char* value) {
    L3_TRY(d.begin("AccessPointName"));
    uint8_t count = 0;
    L3_TRY(d.fields(integer<8>("length", count)));
    size_t sum = 0; // octets of the labels, their lengths included
    value[0] = 0;
-   while (sum < count && octetAtHand(pctxt)) {
+   while (sum < count && d.octetAtHand()) {
       uint8_t size = 0;
       L3_TRY(d.tracedOctets("segment length", &size, 1));
       char* label = value + sum;
@@ -92,6 +90,7 @@ int NASDec_TS24008IE_AccessPointName(RtxContext* pctxt, char* value) {
    if (count > kMaxNameOctets) return RTX_E_CONSTRAINT;
    return d.done();
 }
+L3_DECODER(TS24008IE_AccessPointName, kDecoder, (char* value), (value))
 
 // Network name, TS 24.008, 10.5.3.5a.
 namespace {

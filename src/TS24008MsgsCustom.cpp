@@ -5,6 +5,8 @@
 #include "src/frame/security.h"
 #include "src/TS24008MsgsTypes.h"
 
+#include <cstddef>
+
 using namespace quorva::frame;
 
 extern const MessageTable kTS24008Msg_PDUMessages;
@@ -150,13 +152,13 @@ L3_INLINE static int decodeHeader(Decoder d, TS24008Msg_PDU* pvalue) {
    const uint32_t discriminator = at[0] & 15;
    const auto nibble = static_cast<uint8_t>(at[0] >> 4);
    if (!quorva::type::TS24007L3_ProtoDiscr::legalOnWire(discriminator)) return decodeFullHeader(d, pvalue);
-   if (!hasTransaction(discriminator)) {
-      options.skipInd = nibble;
-   } else {
-      if ((nibble & 7) == kExtended) return decodeFullHeader(d, pvalue);
-      options.transId.flag = nibble >> 3;
-      options.transId.value = nibble & 7;
-   }
+   const unsigned transaction = hasTransaction(discriminator);
+   if ((transaction & ((nibble & 7) == kExtended)) != 0) return decodeFullHeader(d, pvalue);
+   // By masks: the protocols follow each other in no order that a branch could be told by. The indicator lies
+   // where the flag does.
+   static_assert(offsetof(decltype(options.transId), flag) == 0);
+   options.skipInd = static_cast<uint8_t>(nibble >> (3 * transaction));
+   options.transId.value = static_cast<uint8_t>(nibble & 7 & (0 - transaction));
    pvalue->protoDiscr = discriminator;
    pvalue->msgType = at[1];
    ctxt->bufByteIndex += 2;
@@ -171,11 +173,11 @@ int NASDec_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    pvalue->l3HdrOpts.u.transId.value = 0;
    L3_TRY(decodeHeader(d, pvalue));
    const uint32_t discriminator = pvalue->protoDiscr;
-   if (hasSequence(discriminator)) {
-      pvalue->sendSeqNum = pvalue->msgType >> 6;
-      pvalue->m.sendSeqNumPresent = pvalue->msgType > 63;
-      pvalue->msgType &= 63;
-   }
+   const unsigned sequence = hasSequence(discriminator), octet = pvalue->msgType;
+   pvalue->sendSeqNum =
+         static_cast<uint8_t>((octet >> 6 & (0 - sequence)) | (pvalue->sendSeqNum & (sequence - 1)));
+   pvalue->m.sendSeqNumPresent = octet > 63 && sequence != 0;
+   pvalue->msgType = static_cast<uint8_t>(octet & ~(0xC0u * sequence));
    int status = 0;
    switch (discriminator) {
    case TS24007L3_ProtoDiscr_callCtrl:

@@ -11,11 +11,11 @@ static const char kDecSource[] = "TS24301IESDec";
 
 // EPS mobile identity, TS 24.301, 9.9.3.12. The first nibble is the first digit of an IMSI or IMEI, and a
 // filler ahead of a GUTI.
-int NASEnc_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIdentity* pvalue) {
-   Encoder e(pctxt, kEncSource);
+template <class Coder>
+L3_INLINE static int encode_TS24301IE_EPSMobileIdentity(Coder& e, TS24301IE_EPSMobileIdentity* pvalue) {
    L3_TRY(e.begin("EPSMobileIdentity"));
-   OpenLength length;
-   L3_TRY(e.open<8>("length", length));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<8>("length", length));
    const char* digits = nullptr;
    const char* firstName = "filler";
    uint8_t first = 15;
@@ -43,23 +43,27 @@ int NASEnc_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIde
    L3_TRY(e.push("content"));
    switch (pvalue->typeOfIdent) {
    case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
-      L3_TRY(e.item("imsi", NASEnc_TS24008IE_IMSI, digits));
+      L3_TRY(e.template item<quorva::type::TS24008IE_IMSI>("imsi", digits));
       break;
    case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
-      L3_TRY(e.item("imei", NASEnc_TS24008IE_IMEI, digits));
+      L3_TRY(e.template item<quorva::type::TS24008IE_IMEI>("imei", digits));
       break;
-   default: L3_TRY(e.item("guti", NASEnc_TS24301IE_EPSMobileIdentity_GUTI, &pvalue->content.u.guti)); break;
+   default:
+      L3_TRY(
+            e.template item<quorva::type::TS24301IE_EPSMobileIdentity_GUTI>("guti", &pvalue->content.u.guti));
+      break;
    }
    e.pop();
-   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+   L3_TRY(e.template close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
+L3_ENCODER(TS24301IE_EPSMobileIdentity, kEncSource, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
 
-int NASDec_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIdentity* pvalue) {
-   Decoder d(pctxt, kDecSource);
+template <class Coder>
+L3_INLINE static int decode_TS24301IE_EPSMobileIdentity(Coder& d, TS24301IE_EPSMobileIdentity* pvalue) {
    L3_TRY(d.begin("EPSMobileIdentity"));
-   Length length;
-   L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
+   typename Coder::Length length;
+   L3_TRY(d.template open<8>("length", pvalue->length, Limits{}, length));
    if (d.more()) L3_TRY(d.fieldsIn(length, integer<4>("filler", pvalue->filler)));
    L3_TRY(d.fieldsIn(
          length, flag("oddEvenInd", pvalue->oddEvenInd),
@@ -73,7 +77,8 @@ int NASDec_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIde
       L3_TRY(decodeDigits(d, "imei", pvalue->filler, pvalue->length, pvalue->content.u.imei));
       break;
    case TS24301IE_EPSMobileIdentity_typeOfIdent_guti:
-      L3_TRY(d.item("guti", NASDec_TS24301IE_EPSMobileIdentity_GUTI, &pvalue->content.u.guti));
+      L3_TRY(
+            d.template item<quorva::type::TS24301IE_EPSMobileIdentity_GUTI>("guti", &pvalue->content.u.guti));
       break;
    default: return d.badChoice();
    }
@@ -81,6 +86,7 @@ int NASDec_TS24301IE_EPSMobileIdentity(RtxContext* pctxt, TS24301IE_EPSMobileIde
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24301IE_EPSMobileIdentity, kDecSource, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
 
 // Octets of the address by its type: an IPv4 address or an IPv6 prefix, with a port behind the first.
 static size_t remoteAddressOctets(uint32_t type) {

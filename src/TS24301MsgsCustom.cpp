@@ -112,19 +112,20 @@ template <class Pdu>
 // The same in one step, of a mobility or a session message.
 template <class Pdu>
 L3_INLINE static void takeHeader(RtxContext* ctxt, Pdu* pvalue, const uint8_t* at) {
+   // By masks: mobility and session messages follow each other in no order that a branch could be told by.
+   const uint32_t session = (at[0] & 15) == TS24007L3_ProtoDiscr_epsSessMgmt;
+   auto& options = pvalue->l3HdrOpts;
    pvalue->protoDiscr = at[0] & 15;
-   if (pvalue->protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt) {
-      pvalue->l3HdrOpts.t = 4;
-      pvalue->l3HdrOpts.u.secHdr = at[0] >> 4;
-      pvalue->msgType = at[1];
-      ctxt->bufByteIndex += 2;
-   } else {
-      pvalue->l3HdrOpts.t = 3;
-      pvalue->l3HdrOpts.u.epsBearerIdent = at[0] >> 4;
-      pvalue->pti.u.value = at[1];
-      pvalue->msgType = at[2];
-      ctxt->bufByteIndex += 3;
-   }
+   options.t = 4 - session;
+   const auto nibble = static_cast<uint8_t>(at[0] >> 4);
+   options.u.epsBearerIdent = (options.u.epsBearerIdent & (session - 1)) | nibble; // 4 octets of a session
+   options.u.secHdr = nibble;                                                      // the first of them
+   if constexpr (std::endian::native == std::endian::big)
+      if (session != 0) options.u.epsBearerIdent = nibble;
+   uint8_t& identity = pvalue->pti.u.value;
+   identity = static_cast<uint8_t>((at[1] & (0 - session)) | (identity & (session - 1)));
+   pvalue->msgType = at[1 + session];
+   ctxt->bufByteIndex += 2 + session;
 }
 
 template <class Pdu>
@@ -233,9 +234,10 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
    const uint8_t* at = plainHeader(pctxt, 3);
-   const bool plain =
-         at != nullptr && (at[0] == TS24007L3_ProtoDiscr_epsMobMgmt ||
-                           ((at[0] & 15) == TS24007L3_ProtoDiscr_epsSessMgmt && at[0] >> 4 < 12));
+   // The high half octets below which a message of a discriminator has neither security header nor short
+   // form.
+   static constexpr uint8_t kPlainBelow[16] = {0, 0, 12, 0, 0, 0, 0, 1};
+   const bool plain = at != nullptr && at[0] >> 4 < kPlainBelow[at[0] & 15];
    if (!plain) return decodeAnyPdu(d, pvalue);
    takeHeader(pctxt, pvalue, at);
    L3_TRY(decodeData(d, pvalue->data, kTS24301Msg_PDUMessages, pvalue->protoDiscr, pvalue->msgType));

@@ -1,6 +1,7 @@
 // Codecs of 5GS elements that no description says well.
 
 #include "quorva/rtx3GPP.h"
+#include "src/frame/digits.h"
 #include "src/TS24501IESTypes.h"
 
 using namespace quorva::frame;
@@ -32,14 +33,17 @@ Lead leadOf(const Identity& identity) {
    }
 }
 
-int encodeSuci(Encoder& e, Identity& identity) {
+template <class Coder>
+int encodeSuci(Coder& e, Identity& identity) {
    L3_TRY(e.push("suci"));
    auto& suci = identity.u.suci;
    switch (suci.t) {
-   case 1: L3_TRY(e.item("supiImsi", NASEnc_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi)); break;
+   case 1:
+      L3_TRY(e.template item<quorva::type::TS24501IE_MobileIdentity_SUCI_IMSI>("supiImsi", &suci.u.supiImsi));
+      break;
    case 2:
-      L3_TRY(e.item("supiNetSpecificId", NASEnc_TS24501IE_MobileIdentity_SUCI_NetId,
-                    &suci.u.supiNetSpecificId));
+      L3_TRY(e.template item<quorva::type::TS24501IE_MobileIdentity_SUCI_NetId>("supiNetSpecificId",
+                                                                                &suci.u.supiNetSpecificId));
       break;
    default: return e.badChoice();
    }
@@ -47,15 +51,18 @@ int encodeSuci(Encoder& e, Identity& identity) {
    return 0;
 }
 
-int decodeSuci(Decoder& d, Identity& identity, unsigned format) {
+template <class Coder>
+int decodeSuci(Coder& d, Identity& identity, unsigned format) {
    L3_TRY(d.push("suci"));
    auto& suci = identity.u.suci;
    suci.t = format + 1;
    switch (format) {
-   case 0: L3_TRY(d.item("supiImsi", NASDec_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi)); break;
+   case 0:
+      L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_SUCI_IMSI>("supiImsi", &suci.u.supiImsi));
+      break;
    case 1:
-      L3_TRY(d.item("supiNetSpecificId", NASDec_TS24501IE_MobileIdentity_SUCI_NetId,
-                    &suci.u.supiNetSpecificId));
+      L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_SUCI_NetId>("supiNetSpecificId",
+                                                                                &suci.u.supiNetSpecificId));
       break;
    default: return d.badChoice();
    }
@@ -63,12 +70,20 @@ int decodeSuci(Decoder& d, Identity& identity, unsigned format) {
    return 0;
 }
 
-int encodeDigits(Encoder& e, const char* name, uint32_t type, const char* digits) {
+template <class Coder>
+int encodeDigits(Coder& e, const char* name, uint32_t type, const char* digits) {
    // The helper writes the second octet of the length and the octet ahead of the contents.
-   L3_TRY(e.traced("length-1st-octet", [&] { return rtxEncBits(e.ctxt(), 0, 8); }));
-   return e.item(name, rtx3GPPEncMobileIdentityType1, type, digits);
+   L3_TRY(e.template tracedBits<8>("length-1st-octet", 0));
+   return encodeIdentity(e, name, type, digits);
 }
 
+template <size_t N>
+int decodeDigits(ShortDecoder& d, const char* name, uint16_t length, unsigned odd, unsigned first,
+                 char (&text)[N]) {
+   return length > 255 ? kNotShort
+                       : decodeIdentity(d, name, length, static_cast<uint8_t>(odd),
+                                        static_cast<uint8_t>(first), text);
+}
 template <size_t N>
 int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, unsigned first,
                  char (&text)[N]) {
@@ -88,6 +103,9 @@ int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, un
 }
 
 // The bits ahead of the type of a temporary identity: all ones but the last, which is not looked at.
+int checkLeadingBits(ShortDecoder&, const char*, uint8_t bits) {
+   return bits >= 30 ? 0 : kNotShort;
+}
 int checkLeadingBits(Decoder& d, const char* what, uint8_t bits, int line = __builtin_LINE()) {
    if (bits >= 30) return 0;
    rtxErrAddStrParm(d.ctxt(), what);
@@ -95,36 +113,49 @@ int checkLeadingBits(Decoder& d, const char* what, uint8_t bits, int line = __bu
    return d.failed(RTX_E_CONSTRAINT, line);
 }
 
+// The place behind two octets that are yet to be written.
+OpenLength lengthAhead(const Encoder& e) {
+   return {e.offset() + 16};
+}
+ShortEncoder::OpenLength lengthAhead(const ShortEncoder& e) {
+   return {e.octetAhead(2)};
+}
+
 } // namespace
 
-int NASEnc_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity* pvalue) {
-   Encoder e(pctxt, kEncSource);
+template <class Coder>
+L3_INLINE static int encode_TS24501IE_MobileIdentity(Coder& e, TS24501IE_MobileIdentity* pvalue) {
    L3_TRY(e.begin("MobileIdentity"));
    if (pvalue->t < kNone || pvalue->t > kEui64) return e.badChoice();
-   const OpenLength length{e.offset() + 16};
+   const auto length = lengthAhead(e);
    if (pvalue->t != kImei && pvalue->t != kImeisv) {
       Lead lead = leadOf(*pvalue);
       L3_TRY(e.fields(integer<16>("length", lead.length), integer<8>("bits+type", lead.octet)));
    }
    switch (pvalue->t) {
    case kSuci: L3_TRY(encodeSuci(e, *pvalue)); break;
-   case kGuti: L3_TRY(e.item("guti", NASEnc_TS24501IE_MobileIdentity_GUTI, &pvalue->u.guti)); break;
+   case kGuti:
+      L3_TRY(e.template item<quorva::type::TS24501IE_MobileIdentity_GUTI>("guti", &pvalue->u.guti));
+      break;
    case kImei: L3_TRY(encodeDigits(e, "imei", 3, pvalue->u.imei)); break;
-   case kStmsi: L3_TRY(e.item("stmsi", NASEnc_TS24501IE_MobileIdentity_STMSI, &pvalue->u.stmsi)); break;
+   case kStmsi:
+      L3_TRY(e.template item<quorva::type::TS24501IE_MobileIdentity_STMSI>("stmsi", &pvalue->u.stmsi));
+      break;
    case kImeisv: L3_TRY(encodeDigits(e, "imeisv", 5, pvalue->u.imeisv)); break;
-   case kMac: L3_TRY(unlessMemory(e.octets<6>("macaddr", pvalue->u.macaddr.macaddr))); break;
-   case kEui64: L3_TRY(unlessMemory(e.octets<8>("eui-64", pvalue->u.eui_64))); break;
+   case kMac: L3_TRY(unlessMemory(e.template octets<6>("macaddr", pvalue->u.macaddr.macaddr))); break;
+   case kEui64: L3_TRY(unlessMemory(e.template octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: break;
    }
-   L3_TRY(e.close<16>(length, pvalue->length, Limits{}));
+   L3_TRY(e.template close<16>(length, pvalue->length, Limits{}));
    return e.done();
 }
+L3_ENCODER(TS24501IE_MobileIdentity, kEncSource, (TS24501IE_MobileIdentity * pvalue), (pvalue))
 
-int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity* pvalue) {
-   Decoder d(pctxt, kDecSource);
+template <class Coder>
+L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileIdentity* pvalue) {
    L3_TRY(d.begin("MobileIdentity"));
-   Length length;
-   L3_TRY(d.open<16>("length", pvalue->length, Limits{}, length));
+   typename Coder::Length length;
+   L3_TRY(d.template open<16>("length", pvalue->length, Limits{}, length));
    uint8_t leading = 0;
    uint32_t type = 0;
    L3_TRY(d.fields(integer<5>("leading bits", leading),
@@ -135,7 +166,7 @@ int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity*
    case kSuci: L3_TRY(decodeSuci(d, *pvalue, leading >> 1 & 7u)); break;
    case kGuti:
       L3_TRY(checkLeadingBits(d, "MobileIdentity leading bits for GUTI", leading));
-      L3_TRY(d.item("guti", NASDec_TS24501IE_MobileIdentity_GUTI, &pvalue->u.guti));
+      L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_GUTI>("guti", &pvalue->u.guti));
       break;
    case kImei:
       // The odd indication is taken from the first digit, unlike that of an IMEISV: deliberate.
@@ -143,7 +174,7 @@ int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity*
       break;
    case kStmsi:
       L3_TRY(checkLeadingBits(d, "MobileIdentity leading bits for 5G-S-TMSI", leading));
-      L3_TRY(d.item("stmsi", NASDec_TS24501IE_MobileIdentity_STMSI, &pvalue->u.stmsi));
+      L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_STMSI>("stmsi", &pvalue->u.stmsi));
       break;
    case kImeisv:
       L3_TRY(decodeDigits(d, "imeisv", pvalue->length, leading & 1u, leading >> 1, pvalue->u.imeisv));
@@ -151,14 +182,15 @@ int NASDec_TS24501IE_MobileIdentity(RtxContext* pctxt, TS24501IE_MobileIdentity*
    case kMac:
       pvalue->u.macaddr.mauri = leading & 1;
       // "mac" here, "macaddr" in the encoder: deliberate.
-      L3_TRY(unlessMemory(d.octets<6>("mac", pvalue->u.macaddr.macaddr)));
+      L3_TRY(unlessMemory(d.template octets<6>("mac", pvalue->u.macaddr.macaddr)));
       break;
-   case kEui64: L3_TRY(unlessMemory(d.octets<8>("eui-64", pvalue->u.eui_64))); break;
+   case kEui64: L3_TRY(unlessMemory(d.template octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: return d.badChoice();
    }
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24501IE_MobileIdentity, kDecSource, (TS24501IE_MobileIdentity * pvalue), (pvalue))
 
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.

@@ -125,9 +125,28 @@ L3_INLINE uint64_t toBigEndian(uint64_t word) {
    return word;
 }
 
+// Context flag, set while an element is coded in full: those inside it are not tried in short. Not one of the
+// caller's flags.
+constexpr uint32_t kInFull = 0x00000002;
+
+// Bracket of the full form of an element.
+class InFull {
+public:
+   explicit InFull(RtxContext* ctxt) : ctxt_(ctxt), outer_(ctxt->flags & kInFull) { ctxt->flags |= kInFull; }
+   ~InFull() { ctxt_->flags = (ctxt_->flags & ~kInFull) | outer_; }
+   InFull(const InFull&) = delete;
+   InFull& operator=(const InFull&) = delete;
+
+private:
+   RtxContext* ctxt_;
+   uint32_t outer_;
+};
+
 // What encoders and decoders have in common. `file` is the word for the source in error records.
 class Codec {
 public:
+   static constexpr bool kShort = false; // of the two forms, this is the full one
+
    Codec(RtxContext* ctxt, const char* file) : ctxt_(ctxt), file_(file) {}
 
    RtxContext* ctxt() const { return ctxt_; }
@@ -160,6 +179,7 @@ public:
 
    int failed(int status, int line = __builtin_LINE()) { return fail(ctxt_, status, site(line)); }
    int badChoice(int line = __builtin_LINE()) { return fail(ctxt_, RTX_E_BAD_CHOICE, site(line)); }
+   int badBound(uint64_t value, int line = __builtin_LINE()) { return failBound(ctxt_, value, site(line)); }
 
    size_t offset() const { return hot::bitOffset(ctxt_); }
 
@@ -197,6 +217,14 @@ public:
    }
 
 protected:
+   // A nested codec whose short form would not do.
+   template <class Function, class... Arguments>
+   L3_COLD static int inFull(RtxContext* ctxt, const char* file, const char* name, Function function,
+                             Arguments... arguments) {
+      const InFull full(ctxt);
+      return Codec(ctxt, file).nested(0, name, function, arguments...);
+   }
+
    RtxContext* ctxt_;
    const char* file_;
 };

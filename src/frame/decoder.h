@@ -2,7 +2,7 @@
 #pragma once
 
 #include "quorva/rtx3GPP.h"
-#include "src/frame/fields.h"
+#include "src/frame/short.h"
 
 namespace quorva::frame {
 
@@ -24,9 +24,6 @@ L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size
 // The status of a field, or -66 if it passed the end; without a length there is none.
 L3_COLD int endOfField(RtxContext* ctxt, Site site, const Length* length, int status);
 
-// The last octets of the buffer, less than 8, as the high octets of a word.
-uint64_t loadEnd(const uint8_t* octets, size_t count);
-
 // Octets with an own count of `countOctets`. -16 for a count above `capacity` or outside the bounds, when the
 // octets have been passed; above the capacity none is stored.
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
@@ -35,7 +32,6 @@ int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned count
                    RtxDynOctStr* value);
 
 // `numocts` octets, or with kRest all that the container has left. No trace field and no store for none.
-constexpr size_t kRest = ~size_t{0};
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
              const Limits& limits, uint32_t* count);
 int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value);
@@ -48,11 +44,9 @@ int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit);
 int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector);
 int skipExtensions(RtxContext* ctxt, Site site);
 
-// Storage of a repetition without an upper bound: grows with what has been decoded. -10, not recorded.
-int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size);
-
 class Decoder : public Codec {
 public:
+   using Length = frame::Length;
    using Codec::Codec;
 
    // Fields of fixed width, one behind the other.
@@ -87,7 +81,6 @@ public:
 
    // Does the container have something left?
    L3_INLINE bool more() const { return hot::containerHasRemBits(ctxt_); }
-   int64_t restBits() const { return hot::containerRemBits(ctxt_); }
    size_t restOctets() const {
       const int64_t bits = hot::containerRemBits(ctxt_);
       return bits > 0 ? static_cast<size_t>(bits) >> 3 : 0;
@@ -208,6 +201,45 @@ public:
    L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
       return nested(0, name, function, arguments...);
    }
+   // The codec of a type, in short form if that will do.
+   template <class Type, class... Arguments>
+   L3_INLINE int item(const char* name, Arguments... arguments) {
+      if constexpr (HasShortDecoder<Type>) {
+         if (decodeShort<Type>(ctxt_, shortEnd(ctxt_), arguments...)) [[likely]]
+            return 0;
+         return inFullItem<Type>(name, arguments...);
+      } else {
+         return nested(0, name, Type::decode, arguments...);
+      }
+   }
+   // The same, the short form having been tried.
+   template <class Type, class... Arguments>
+   L3_INLINE int inFullItem(const char* name, Arguments... arguments) {
+      return inFull(ctxt_, file_, name, Type::decode, arguments...);
+   }
+   template <class Type, class... Arguments>
+   L3_INLINE int call(Arguments... arguments) {
+      return Type::decode(ctxt_, arguments...);
+   }
+   template <class Type, class... Arguments>
+   L3_INLINE int same(Arguments... arguments) {
+      return Codec::same(Type::decode, arguments...);
+   }
+
+   // Is there another octet? On a stream the read itself finds out.
+   bool octetAtHand() const { return hot::streamActive(ctxt_) || ctxt_->bufByteIndex < ctxt_->bufSize; }
+
+   // Bits under a trace field of their own kind, without an element name.
+   template <unsigned Bits>
+   int tracedBits(const char* kind, uint8_t& value, int line = __builtin_LINE()) {
+      return traced(
+            kind, [&] { return rtxDecBitsToByte(ctxt_, &value, Bits); }, line);
+   }
+
+   // The octets of a PLMN.
+   int plmn(char* mcc, char* mnc) {
+      return traced("TBCDString", [&] { return rtx3GPPDec_MCC_MNC(ctxt_, mcc, mnc); });
+   }
 
    // A message that stands inside something else. What it merely reports (a wrong MAC, an unknown element, an
    // error from before) is no failure here: the outermost decoder reports it again. It is one if the decoding
@@ -292,7 +324,13 @@ public:
       return status;
    }
 
-   int leadBit(const char* kind, uint8_t& bit, int line = __builtin_LINE()) {
+   L3_INLINE int leadBit(const char* kind, uint8_t& bit, int line = __builtin_LINE()) {
+      uint64_t word;
+      if (peek<1>(word, std::numeric_limits<size_t>::max())) [[likely]] {
+         advanceBits(ctxt_, 1);
+         bit = static_cast<uint8_t>(word);
+         return 0;
+      }
       return decLeadBit(ctxt_, site(line), kind, &bit);
    }
    int selector(unsigned bits, uint32_t& t, int line = __builtin_LINE()) {
@@ -393,19 +431,10 @@ public:
       return 0;
    }
 
-   // The same of octets into an inline array, in one piece if nothing can fail.
+   // The same of octets, which the short form takes in one piece.
    template <class N, size_t Capacity, class Function>
-   L3_INLINE int repeatOctets(const char* name, N& n, uint8_t (&elem)[Capacity], const Limits& limits,
-                              Function decode) {
-      const int64_t bits = restBits();
-      const auto count = static_cast<size_t>(bits >> 3);
-      if (bits >= 0 && bits % 8 == 0 && count <= Capacity && limits.allow(count) && isPlain(ctxt_) &&
-          hasOctets(ctxt_, count)) [[likely]] {
-         std::memcpy(elem, ctxt_->bufData + ctxt_->bufByteIndex, count);
-         ctxt_->bufByteIndex += count;
-         n = static_cast<N>(count);
-         return 0;
-      }
+   int repeatOctets(const char* name, N& n, uint8_t (&elem)[Capacity], const Limits& limits,
+                    Function decode) {
       return repeat(name, n, elem, limits, decode);
    }
 
@@ -460,7 +489,7 @@ public:
       return 0;
    }
 
-private:
+protected:
    template <class Function, class T>
    L3_INLINE int element(size_t index, Function decode, T& target, int line = __builtin_LINE()) {
       L3_TRY(pushIndex(index));
@@ -509,4 +538,79 @@ private:
    }
 };
 
+// The words in full form alone: for what the short form has been tried on, smaller code.
+class FullDecoder : public Decoder {
+public:
+   using Decoder::Decoder;
+
+   template <class... Parts>
+   int fields(const Parts&... parts) {
+      return fieldsInFull<typename Parts::Part...>(nullptr, lineOf(parts...), parts...);
+   }
+   template <class... Parts>
+   int fieldsIn(const Length& length, const Parts&... parts) {
+      return fieldsInFull<typename Parts::Part...>(&length, lineOf(parts...), parts...);
+   }
+   template <class Type>
+   int enumeration(uint32_t& value, int line = __builtin_LINE()) {
+      L3_TRY(decEnumeration(ctxt_, site(line), &value, Type::bits));
+      return Type::legalOnWire(value) ? 0 : RTX_E_BAD_ENUM;
+   }
+   template <unsigned Bits, class T>
+   int open(const char* name, T& value, const Limits& limits, Length& length, int line = __builtin_LINE()) {
+      return openInFull(ctxt_, site(line), name, Bits, &value, sizeof value, limits, true, length);
+   }
+   int close(const Length& length, int line = __builtin_LINE()) {
+      return closeInFull(ctxt_, site(line), length);
+   }
+   template <size_t N>
+   int octets(const char* name, uint8_t* data, int line = __builtin_LINE()) {
+      return decOctets(ctxt_, site(line), name, data, N);
+   }
+   int leadBit(const char* kind, uint8_t& bit, int line = __builtin_LINE()) {
+      return decLeadBit(ctxt_, site(line), kind, &bit);
+   }
+   template <class Type, class... Arguments>
+   int item(const char* name, Arguments... arguments) {
+      return nested(0, name, Type::decode, arguments...);
+   }
+};
+
 } // namespace quorva::frame
+
+// The decoder of a type in both forms, from the template decode_TYPE; parameters and arguments in brackets.
+#define L3_DECODER(TYPE, SOURCE, PARAMETERS, ARGUMENTS)                                                      \
+   L3_FULL_DECODER(L3_COLD, TYPE, FullDecoder, SOURCE, PARAMETERS, ARGUMENTS)                                \
+   const uint8_t* shortDec_##TYPE(const uint8_t* at, const uint8_t* end, RtxContext* pctxt,                  \
+                                  L3_BARE PARAMETERS) {                                                      \
+      quorva::frame::ShortDecoder d(at, end, pctxt);                                                         \
+      const int status = decode_##TYPE(d, L3_BARE ARGUMENTS);                                                \
+      return d.result(status);                                                                               \
+   }
+
+// The same of a type that mostly stands inside an octet: a short form goes on in it where it is, and who is
+// in full himself takes the full form often enough that it isn't a rare one.
+#define L3_DECODER_AMONG_BITS(TYPE, SOURCE, PARAMETERS, ARGUMENTS)                                           \
+   L3_FULL_DECODER([[gnu::noinline]], TYPE, Decoder, SOURCE, PARAMETERS, ARGUMENTS)                          \
+   int shortDecIn_##TYPE(quorva::frame::ShortDecoder& d, L3_BARE PARAMETERS) {                               \
+      return decode_##TYPE(d, L3_BARE ARGUMENTS);                                                            \
+   }                                                                                                         \
+   const uint8_t* shortDec_##TYPE(const uint8_t* at, const uint8_t* end, RtxContext* pctxt,                  \
+                                  L3_BARE PARAMETERS) {                                                      \
+      quorva::frame::ShortDecoder d(at, end, pctxt);                                                         \
+      const int status = shortDecIn_##TYPE(d, L3_BARE ARGUMENTS);                                            \
+      return d.result(status);                                                                               \
+   }
+
+#define L3_FULL_DECODER(ATTRIBUTE, TYPE, FULL, SOURCE, PARAMETERS, ARGUMENTS)                                \
+   ATTRIBUTE static int fullDec_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                              \
+      const quorva::frame::InFull inFull(pctxt);                                                             \
+      quorva::frame::FULL d(pctxt, SOURCE);                                                                  \
+      return decode_##TYPE(d, L3_BARE ARGUMENTS);                                                            \
+   }                                                                                                         \
+   int NASDec_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                                \
+      if (quorva::frame::decodeShort<quorva::type::TYPE>(pctxt, quorva::frame::shortEnd(pctxt),              \
+                                                         L3_BARE ARGUMENTS))                                 \
+         return quorva::frame::Codec(pctxt, SOURCE).done();                                                  \
+      return fullDec_##TYPE(pctxt, L3_BARE ARGUMENTS);                                                       \
+   }

@@ -1,7 +1,7 @@
 // The words of encoders.
 #pragma once
 
-#include "src/frame/fields.h"
+#include "src/frame/short.h"
 
 namespace quorva::frame {
 
@@ -12,8 +12,9 @@ struct OpenLength {
 
 // Full forms, out of line.
 L3_COLD int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length);
-L3_COLD int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
-                           uint32_t* count, bool keepTail);
+// Not cold, as some codecs close in no other way.
+[[gnu::noinline]] int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
+                                     uint32_t* count, bool keepTail);
 // The short form of a run that begins inside an octet; false if it can't be used.
 bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits);
 L3_COLD int encOctets(RtxContext* ctxt, Site site, const char* name, const uint8_t* data, size_t numocts);
@@ -22,14 +23,14 @@ int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity);
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail);
-L3_COLD int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length,
-                         uint32_t* count);
+int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count);
 int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit);
 int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector);
 int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei);
 
 class Encoder : public Codec {
 public:
+   using OpenLength = frame::OpenLength;
    using Codec::Codec;
 
    // Fields of fixed width, one behind the other.
@@ -52,6 +53,9 @@ public:
             length.start = cursorBits(ctxt_);
             return 0;
          }
+      } else if (put<Bits>(0)) [[likely]] {
+         length.start = cursorBits(ctxt_);
+         return 0;
       }
       return encOpenInFull(ctxt_, site(line), name, Bits, length);
    }
@@ -121,6 +125,55 @@ public:
       return nested(0, name, function, arguments...);
    }
 
+   // The codec of a type, in short form if that will do.
+   template <class Type, class... Arguments>
+   L3_INLINE int item(const char* name, Arguments... arguments) {
+      if constexpr (HasShortEncoder<Type>) {
+         if (encodeShort<Type>(ctxt_, arguments...)) [[likely]]
+            return 0;
+         return inFull(ctxt_, file_, name, Type::encode, arguments...);
+      } else {
+         return nested(0, name, Type::encode, arguments...);
+      }
+   }
+   template <class Type, class... Arguments>
+   L3_INLINE int call(Arguments... arguments) {
+      return Type::encode(ctxt_, arguments...);
+   }
+   template <class Type, class... Arguments>
+   L3_INLINE int same(Arguments... arguments) {
+      return Codec::same(Type::encode, arguments...);
+   }
+
+   // Bits under a trace field of their own kind, without an element name.
+   template <unsigned Bits>
+   int tracedBits(const char* kind, uint32_t value, int line = __builtin_LINE()) {
+      return traced(
+            kind, [&] { return rtxEncBits(ctxt_, value, Bits); }, line);
+   }
+
+   // The octets of a PLMN.
+   int plmn(const char* mcc, const char* mnc) {
+      return traced("TBCDString", [&] { return rtx3GPPEnc_MCC_MNC(ctxt_, mcc, mnc); });
+   }
+
+   // Optional element of a message: IEI of 8 bits, then the element.
+   template <unsigned Bits, class Type, class... Arguments>
+   L3_INLINE int optional(const char* name, uint32_t iei, Arguments... arguments) {
+      if constexpr (Bits == 8 && HasShortEncoder<Type>) {
+         if (encodeShort<Behind<Type>>(ctxt_, iei, arguments...)) [[likely]]
+            return 0;
+         return optionalInFull(ctxt_, file_, name, iei, Type::encode, arguments...);
+      } else if constexpr (Bits == 4 && requires { Type::bits; }) {
+         // Both half octets in one piece.
+         uint64_t word;
+         if (halfOctet<Type>(word, arguments...) && put<8>(iei << 4 | word)) [[likely]]
+            return 0;
+         return optional<Bits>(name, iei, Type::encode, arguments...);
+      } else {
+         return optional<Bits>(name, iei, Type::encode, arguments...);
+      }
+   }
    // Optional element of a message: IEI of Bits bits, then the element.
    template <unsigned Bits, class Function, class... Arguments>
    L3_INLINE int optional(const char* name, uint32_t iei, Function function, Arguments... arguments) {
@@ -201,7 +254,9 @@ public:
       return status;
    }
 
-   int leadBit(const char* kind, bool bit, int line = __builtin_LINE()) {
+   L3_INLINE int leadBit(const char* kind, bool bit, int line = __builtin_LINE()) {
+      if (put<1>(bit)) [[likely]]
+         return 0;
       return encLeadBit(ctxt_, site(line), kind, bit);
    }
    // The bit ahead of an octet of a chain, under the octet's name: 1 ends the chain.
@@ -254,15 +309,10 @@ public:
                         int line = __builtin_LINE()) {
       return repeatTimes(name, n, n, elem, limits, encode, line);
    }
-   // The same of octets, in one piece if nothing can fail.
+   // The same of octets, which the short form takes in one piece.
    template <class N, size_t Capacity, class Function>
-   L3_INLINE int repeatOctets(const char* name, N n, const uint8_t (&elem)[Capacity], const Limits& limits,
-                              Function encode) {
-      if (n <= Capacity && limits.allow(n) && isPlain(ctxt_) && hasOctets(ctxt_, n)) [[likely]] {
-         std::memcpy(ctxt_->bufData + ctxt_->bufByteIndex, elem, n);
-         ctxt_->bufByteIndex += n;
-         return 0;
-      }
+   int repeatOctets(const char* name, N n, const uint8_t (&elem)[Capacity], const Limits& limits,
+                    Function encode) {
       return repeat(name, n, elem, limits, encode);
    }
    template <class N, class T, class Function>
@@ -281,7 +331,19 @@ public:
       return 0;
    }
 
-private:
+protected:
+   // The short form of an element behind its IEI.
+   template <class Type>
+   struct Behind {
+      template <class... Arguments>
+      static L3_INLINE uint8_t* shortEncode(uint8_t* at, uint8_t* end, RtxContext* ctxt, uint32_t iei,
+                                            Arguments... arguments) {
+         if (at == end) return nullptr;
+         *at = static_cast<uint8_t>(iei);
+         return Type::shortEncode(at + 1, end, ctxt, arguments...);
+      }
+   };
+
    static constexpr size_t kNoCapacity = ~size_t{0};
    template <class T>
    static constexpr size_t capacity(const T& value) {
@@ -294,13 +356,41 @@ private:
    }
    static constexpr size_t bitCapacity(const RtxDynBitStr&) { return kNoCapacity; }
 
+   template <class Function, class... Arguments>
+   L3_COLD static int optionalInFull(RtxContext* ctxt, const char* file, const char* name, uint32_t iei,
+                                     Function function, Arguments... arguments) {
+      const InFull full(ctxt);
+      return Encoder(ctxt, file).optional<8>(name, iei, function, arguments...);
+   }
+
+   // The value of an element of four bits.
+   template <class Type>
+   static L3_INLINE bool halfOctet(uint64_t& word, typename Type::Record* record) {
+      return Type::bits == 4 && Record<Type>{nullptr, record}.give(word);
+   }
+   template <class Type>
+   static L3_INLINE bool halfOctet(uint64_t& word, typename Type::Record value) {
+      word = value & 15u;
+      return Type::bits == 4 && Type::legalInRecord(value);
+   }
+
    // N bits, if there is room. The rest of the last octet is cleared, as rtxEncBits does.
    template <unsigned N>
    L3_INLINE bool put(uint64_t value) {
       static_assert(N > 0 && N <= 56);
       if (!isPlain(ctxt_)) [[unlikely]]
          return false;
-      if (ctxt_->bufBitsLeft != 8) return putShifted(ctxt_, value, N);
+      if (const auto left = static_cast<unsigned>(ctxt_->bufBitsLeft); left != 8) {
+         if (N <= left && ctxt_->bufByteIndex < ctxt_->bufSize) {
+            uint8_t& octet = ctxt_->bufData[ctxt_->bufByteIndex];
+            if ((octet & (0xFFu >> (8 - left))) == 0) {
+               octet = static_cast<uint8_t>(octet | value << (left - N));
+               advanceBits(ctxt_, N);
+               return true;
+            }
+         }
+         return putShifted(ctxt_, value, N);
+      }
       constexpr unsigned octets = (N + 7) / 8;
       if (!hasOctets(ctxt_, octets)) [[unlikely]]
          return false;
@@ -318,4 +408,76 @@ private:
    }
 };
 
+// The words in full form alone: for what the short form has been tried on, smaller code.
+class FullEncoder : public Encoder {
+public:
+   using Encoder::Encoder;
+
+   template <class... Parts>
+   int fields(const Parts&... parts) {
+      return fieldsInFull<typename Parts::Part...>(lineOf(parts...), parts...);
+   }
+   template <class Type>
+   int enumeration(uint32_t value, int line = __builtin_LINE()) {
+      if (!Type::legalInRecord(value)) return RTX_E_BAD_ENUM;
+      return encEnumeration(ctxt_, site(line), value, Type::bits);
+   }
+   template <unsigned Bits>
+   int open(const char* name, OpenLength& length, int line = __builtin_LINE()) {
+      return encOpenInFull(ctxt_, site(line), name, Bits, length);
+   }
+   template <unsigned Bits, bool KeepTail = false, class T>
+   int close(const OpenLength& length, T& value, const Limits& limits, int line = __builtin_LINE()) {
+      uint32_t count = 0;
+      L3_TRY(encCloseInFull(ctxt_, site(line), Bits, length, &count, KeepTail));
+      value = static_cast<T>(count);
+      return !limits.allow(count) || count >> Bits != 0 ? RTX_E_CONSTRAINT : 0;
+   }
+   template <size_t N>
+   int octets(const char* name, const uint8_t* data, int line = __builtin_LINE()) {
+      return encOctets(ctxt_, site(line), name, data, N);
+   }
+   int leadBit(const char* kind, bool bit, int line = __builtin_LINE()) {
+      return encLeadBit(ctxt_, site(line), kind, bit);
+   }
+   template <class Type, class... Arguments>
+   int item(const char* name, Arguments... arguments) {
+      return nested(0, name, Type::encode, arguments...);
+   }
+};
+
 } // namespace quorva::frame
+
+// The encoder of a type in both forms, from the template encode_TYPE; parameters and arguments in brackets.
+#define L3_ENCODER(TYPE, SOURCE, PARAMETERS, ARGUMENTS)                                                      \
+   L3_FULL_ENCODER(L3_COLD, TYPE, FullEncoder, SOURCE, PARAMETERS, ARGUMENTS)                                \
+   uint8_t* shortEnc_##TYPE(uint8_t* at, uint8_t* end, RtxContext* pctxt, L3_BARE PARAMETERS) {              \
+      quorva::frame::ShortEncoder e(at, end, pctxt);                                                         \
+      const int status = encode_##TYPE(e, L3_BARE ARGUMENTS);                                                \
+      return e.result(status);                                                                               \
+   }
+
+// The same of a type that mostly stands inside an octet: a short form goes on in it where it is, and who is
+// in full himself takes the full form often enough that it isn't a rare one.
+#define L3_ENCODER_AMONG_BITS(TYPE, SOURCE, PARAMETERS, ARGUMENTS)                                           \
+   L3_FULL_ENCODER([[gnu::noinline]], TYPE, Encoder, SOURCE, PARAMETERS, ARGUMENTS)                          \
+   int shortEncIn_##TYPE(quorva::frame::ShortEncoder& e, L3_BARE PARAMETERS) {                               \
+      return encode_##TYPE(e, L3_BARE ARGUMENTS);                                                            \
+   }                                                                                                         \
+   uint8_t* shortEnc_##TYPE(uint8_t* at, uint8_t* end, RtxContext* pctxt, L3_BARE PARAMETERS) {              \
+      quorva::frame::ShortEncoder e(at, end, pctxt);                                                         \
+      const int status = shortEncIn_##TYPE(e, L3_BARE ARGUMENTS);                                            \
+      return e.result(status);                                                                               \
+   }
+
+#define L3_FULL_ENCODER(ATTRIBUTE, TYPE, FULL, SOURCE, PARAMETERS, ARGUMENTS)                                \
+   ATTRIBUTE static int fullEnc_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                              \
+      const quorva::frame::InFull inFull(pctxt);                                                             \
+      quorva::frame::FULL e(pctxt, SOURCE);                                                                  \
+      return encode_##TYPE(e, L3_BARE ARGUMENTS);                                                            \
+   }                                                                                                         \
+   int NASEnc_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                                \
+      if (quorva::frame::encodeShort<quorva::type::TYPE>(pctxt, L3_BARE ARGUMENTS))                          \
+         return quorva::frame::Codec(pctxt, SOURCE).done();                                                  \
+      return fullEnc_##TYPE(pctxt, L3_BARE ARGUMENTS);                                                       \
+   }

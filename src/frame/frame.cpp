@@ -1,5 +1,6 @@
 // The full forms of the frame's words: names, trace and logging, out of line.
 
+#include "runtime/core/rtxMemHeapInline.h"
 #include "src/frame/decoder.h"
 #include "src/frame/encoder.h"
 #include "src/frame/scan.h"
@@ -36,19 +37,6 @@ L3_INLINE void closeTrace(RtxContext* ctxt) {
 // Octets in the short form: those at the cursor if `numocts` are there, or have room, and nobody looks.
 uint8_t* plainOctets(RtxContext* ctxt, size_t numocts) {
    return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
-}
-
-// The same of a string behind its count; passes the count.
-uint8_t* plainCounted(RtxContext* ctxt, unsigned countOctets, size_t capacity, const Limits& limits,
-                      uint32_t* count) {
-   const uint8_t* at = plainOctets(ctxt, countOctets);
-   if (at == nullptr || countOctets > 2) return nullptr;
-   const size_t numocts = countOctets == 1 ? at[0] : size_t{at[0]} << 8 | at[1];
-   if (numocts > capacity || !limits.allow(numocts) || !hasOctets(ctxt, countOctets + numocts))
-      return nullptr;
-   *count = static_cast<uint32_t>(numocts);
-   ctxt->bufByteIndex += countOctets;
-   return ctxt->bufData + ctxt->bufByteIndex;
 }
 
 // The integer of a field in the record, whatever its size.
@@ -184,10 +172,31 @@ int endOfField(RtxContext* ctxt, Site site, const Length* length, int status) {
    return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
 }
 
+const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
+   void* copy = hot::alloc(ctxt, count);
+   if (copy != nullptr) copyOctets(copy, octets, count);
+   return static_cast<const uint8_t*>(copy);
+}
+
+const uint8_t* shortEnd(const RtxContext* ctxt) {
+   if (!isPlain(ctxt) || (ctxt->flags & kInFull) != 0) return nullptr;
+   size_t end = ctxt->bufSize;
+   if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
+      // What the full form finds behind the end of the buffer is a failure.
+      if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
+      end = top->byteIndex;
+   }
+   return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
+}
+
 uint64_t loadEnd(const uint8_t* octets, size_t count) {
    uint64_t word = 0;
    for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[i]} << (56 - 8 * i);
    return word;
+}
+
+void storeRest(uint8_t* octets, size_t count, uint64_t word) {
+   for (size_t i = 1; i < count; ++i) octets[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
 int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, void* value, unsigned bytes,
@@ -271,11 +280,6 @@ int readCount(RtxContext* ctxt, Site site, unsigned countOctets, uint32_t* count
 
 int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
                size_t capacity, const Limits& limits, uint32_t* count) {
-   if (const uint8_t* octets = plainCounted(ctxt, countOctets, capacity, limits, count)) {
-      std::memcpy(data, octets, *count);
-      ctxt->bufByteIndex += *count;
-      return 0;
-   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    L3_TRY(readCount(ctxt, site, countOctets, count));
@@ -295,18 +299,6 @@ int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
 int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,
                    RtxDynOctStr* value) {
    uint32_t count = 0;
-   if (const uint8_t* octets = plainCounted(ctxt, countOctets, kRest, limits, &count)) {
-      void* copy = rtxMemHeapAlloc(ctxt, count);
-      if (copy == nullptr) [[unlikely]] {
-         if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-         return fail(ctxt, RTX_E_NOMEM, site);
-      }
-      std::memcpy(copy, octets, count);
-      ctxt->bufByteIndex += count;
-      value->numocts = count;
-      value->data = static_cast<const uint8_t*>(copy);
-      return 0;
-   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
    L3_TRY(readCount(ctxt, site, countOctets, &count));
@@ -333,14 +325,6 @@ size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
 int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
              const Limits& limits, uint32_t* count) {
    numocts = octetsLeft(ctxt, numocts);
-   if (numocts <= capacity && limits.allow(numocts)) {
-      if (const uint8_t* octets = plainOctets(ctxt, numocts)) {
-         std::memcpy(data, octets, numocts);
-         ctxt->bufByteIndex += numocts;
-         *count = static_cast<uint32_t>(numocts);
-         return 0;
-      }
-   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    *count = 0;
    if (numocts > capacity) return RTX_E_CONSTRAINT;
@@ -462,7 +446,7 @@ int Encoder::tracedOctets(const char* kind, const void* data, size_t numocts, in
 int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
    // Most lists of small elements fit in the first piece; large elements come one by one.
    const size_t grown = used == 0 ? std::clamp<size_t>(512 / size, 1, 16) : 2 * used;
-   void* array = rtxMemHeapAlloc(ctxt, grown * size);
+   void* array = hot::alloc(ctxt, grown * size);
    if (array == nullptr) return RTX_E_NOMEM;
    if (used != 0) {
       std::memcpy(array, *elem, used * size);
@@ -549,15 +533,6 @@ int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t
 
 int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
                size_t numocts, size_t capacity) {
-   if (numocts <= capacity && countOctets <= 2 && numocts >> (8 * countOctets) == 0) {
-      if (uint8_t* at = plainOctets(ctxt, countOctets + numocts)) {
-         if (countOctets == 2) *at++ = static_cast<uint8_t>(numocts >> 8);
-         *at++ = static_cast<uint8_t>(numocts);
-         if (numocts != 0) std::memcpy(at, data, numocts);
-         ctxt->bufByteIndex += countOctets + numocts;
-         return 0;
-      }
-   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    if (numocts > capacity || numocts >> (8 * countOctets) != 0) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");
@@ -571,12 +546,6 @@ int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOcte
 }
 
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail) {
-   if (uint8_t* at = fits ? plainOctets(ctxt, numocts) : nullptr) {
-      if (numocts != 0) std::memcpy(at, data, numocts);
-      ctxt->bufByteIndex += numocts;
-      if (tail) ctxt->flags |= RTX_CTXT_RAW_TAIL;
-      return 0;
-   }
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    if (!fits) return RTX_E_CONSTRAINT;
    openTrace(ctxt, "OCTET STRING");
@@ -644,42 +613,39 @@ bool Scan::nextInFull() {
    return true;
 }
 
-int Scan::drop(Format format, size_t valueOctets, int line) {
-   RtxContext* ctxt = decoder_.ctxt();
-   previous_ = iei_;
+int Scan::dropElement(Decoder decoder, Format format, size_t valueOctets, int line) {
+   RtxContext* ctxt = decoder.ctxt();
    size_t length = 0;
    if (format == Format::TLV) {
       uint8_t octet = 0;
       if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0)
-         return fail(ctxt, status, decoder_.site(line));
+         return fail(ctxt, status, decoder.site(line));
       length = octet;
    } else if (format == Format::TV) {
       length = valueOctets;
    }
    if (length != 0) {
       if (const int status = rtxSkipBytes(ctxt, length); status < 0)
-         return fail(ctxt, status, decoder_.site(line));
+         return fail(ctxt, status, decoder.site(line));
    }
    return 0;
 }
 
-int Scan::unknown(int line) {
-   RtxContext* ctxt = decoder_.ctxt();
-   const unsigned last = previous_;
-   previous_ = iei_;
-   if ((iei_ & 0x80) != 0) return 0; // one octet
+int Scan::skipUnknown(Decoder decoder, unsigned iei, unsigned last, unsigned codeset, int line) {
+   RtxContext* ctxt = decoder.ctxt();
+   if ((iei & 0x80) != 0) return 0; // one octet
    uint8_t length = 0;
    if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0)
-      return fail(ctxt, status, decoder_.site(line));
+      return fail(ctxt, status, decoder.site(line));
    if (length != 0) {
       if (const int status = rtxSkipBytes(ctxt, length); status < 0)
-         return fail(ctxt, status, decoder_.site(line));
+         return fail(ctxt, status, decoder.site(line));
    }
    // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated: deliberate. In a
    // shifted codeset nothing is reported.
-   if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last) {
-      rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
-      const Site where = decoder_.site(line);
+   if (((iei & 0x0F) | codeset) == 0 && iei != last) {
+      rtxErrAddIntParm(ctxt, static_cast<int>(iei));
+      const Site where = decoder.site(line);
       rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);
    }
    return 0;

@@ -72,8 +72,6 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
       }
       std::memcpy(data, &record, sizeof record);
    }
-   if (row.init != nullptr) [[likely]]
-      row.init(record);
    L3_TRY(d.inner(__LINE__, row.decode, record, reported));
    popBoth(ctxt);
    return 0;

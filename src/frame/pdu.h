@@ -30,28 +30,32 @@ struct MessageRow {
    uint16_t selector;
    bool isInline; // the value lies in the union itself
    uint32_t size;
-   const char* member;        // element name, with the union: "u.obj_..."
-   int (*init)(void* record); // may be null
-   int (*decode)(RtxContext* ctxt, void* record);
+   const char* member;                            // element name, with the union: "u.obj_..."
+   int (*decode)(RtxContext* ctxt, void* record); // initialises it first
    int (*encode)(RtxContext* ctxt, void* record);
 };
 
-// Ways into the rows of a table: place plus 1 of the first row with a type or a selector, and of the next row
-// with the same type.
+// Ways into the rows of a table: place plus 1 of the row with a discriminator and type, or with a selector.
+// Without a search, since no two messages running tell a processor how one ends.
 struct MessageIndex {
-   uint8_t byType[256];
+   static constexpr size_t kMostDiscs = 4;
+   uint8_t discs[256]; // number of a discriminator, from 1
+   uint8_t byType[kMostDiscs + 1][256];
    uint8_t bySelector[256];
-   uint8_t next[256];
 };
 
 template <size_t N>
 consteval MessageIndex indexOf(const MessageRow (&rows)[N]) {
    static_assert(N < 255);
    MessageIndex index{};
-   for (size_t i = N; i-- > 0;) {
-      index.next[i + 1] = index.byType[rows[i].type];
-      index.byType[rows[i].type] = static_cast<uint8_t>(i + 1);
-      index.bySelector[rows[i].selector] = static_cast<uint8_t>(i + 1);
+   uint8_t discs = 0;
+   for (size_t i = 0; i < N; ++i) {
+      uint8_t& disc = index.discs[rows[i].disc];
+      if (disc == 0) disc = ++discs;
+      uint8_t& place = index.byType[disc][rows[i].type];
+      if (place == 0) place = static_cast<uint8_t>(i + 1);
+      uint8_t& selected = index.bySelector[rows[i].selector];
+      if (selected == 0) selected = static_cast<uint8_t>(i + 1);
    }
    return index;
 }
@@ -61,10 +65,8 @@ struct MessageTable {
    const MessageRow* rows;
    const MessageIndex* index;
 
-   const MessageRow* find(unsigned disc, unsigned type) const {
-      if (type > 255) return nullptr;
-      unsigned place = index->byType[type];
-      while (place != 0 && rows[place - 1].disc != disc) place = index->next[place];
+   const MessageRow* find(uint8_t disc, uint8_t type) const {
+      const unsigned place = index->byType[index->discs[disc]][type];
       return place == 0 ? nullptr : &rows[place - 1];
    }
    const MessageRow* select(uint32_t selector) const {
@@ -90,9 +92,9 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported);
 L3_COLD int unknownMessage(Decoder d, unsigned type);
 
 template <class Data>
-L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, unsigned discriminator,
-                         unsigned type, int* reported = nullptr) {
-   const MessageRow* row = table.find(discriminator, type);
+L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, uint32_t discriminator,
+                         uint8_t type, int* reported = nullptr) {
+   const MessageRow* row = table.find(static_cast<uint8_t>(discriminator), type);
    if (row == nullptr) [[unlikely]]
       return unknownMessage(d, type);
    data.t = row->selector;

@@ -32,13 +32,14 @@ int decMessage(RtxContext* pctxt, Message* pvalue) {
    Scan scan(d, 1u << 9);
    while (scan.next()) {
       switch (scan.iei()) {
-         L3_OPTIONAL(0x21, 0, TLV, 0, d.item("tlv", decLv, &pvalue->tlv), pvalue->m.tlvPresent = 1)
-         L3_OPTIONAL(0x32, 1, TV, 2, d.fields(integer<16>("tv", pvalue->tv)), pvalue->m.tvPresent = 1)
-         L3_OPTIONAL(0x09, 2, HalfOctet, 0, d.fields(value<Mode>("half", pvalue->half)),
+         L3_OPTIONAL(0x21, 0, TLV, 0, scan.other([&] { return d.item("tlv", decLv, &pvalue->tlv); }),
+                     pvalue->m.tlvPresent = 1)
+         L3_OPTIONAL(0x32, 1, TV, 2, scan.fields(integer<16>("tv", pvalue->tv)), pvalue->m.tvPresent = 1)
+         L3_OPTIONAL(0x09, 2, HalfOctet, 0, scan.half(value<Mode>("half", pvalue->half)),
                      pvalue->m.halfPresent = 1)
-         L3_OPTIONAL(0xA4, 3, T, 0, d.nothing("t"), pvalue->m.group1Present = 1, pvalue->m.tPresent = 1)
-         L3_OPTIONAL(0x75, 4, TLVE, 0, d.item("tlve", decTail, &pvalue->tlve), pvalue->m.group1Present = 1,
-                     pvalue->m.tlvePresent = 1)
+         L3_OPTIONAL(0xA4, 3, T, 0, scan.nothing("t"), pvalue->m.group1Present = 1, pvalue->m.tPresent = 1)
+         L3_OPTIONAL(0x75, 4, TLVE, 0, scan.other([&] { return d.item("tlve", decTail, &pvalue->tlve); }),
+                     pvalue->m.group1Present = 1, pvalue->m.tlvePresent = 1)
       default: L3_TRY(scan.unknown()); break;
       }
    }
