@@ -5,6 +5,7 @@
 #include "quorva/registry.h"
 #include "quorva/rt3gppNasSec.h"
 #include "quorva/rtxContext.h"
+#include "quorva/rtxDiag.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
@@ -14,24 +15,38 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace quorva::fuzz {
 
-// Text goes nowhere, but every character of it is made.
-inline int formatAway(void*, const char* format, va_list arguments) {
+// Text goes nowhere but into a sum, yet every character of it is made.
+inline int sumText(void* sum, const char* format, va_list arguments) {
    char text[512];
-   return vsnprintf(text, sizeof text, format, arguments);
+   const int length = vsnprintf(text, sizeof text, format, arguments);
+   for (const char* at = text; *at != 0; ++at)
+      *static_cast<size_t*>(sum) = *static_cast<size_t*>(sum) * 31 + static_cast<unsigned char>(*at);
+   return length;
 }
 
-// Decodes; what decodes is printed, encoded, and what was encoded must decode again.
+// What a codec left of a record.
+struct Outcome {
+   int status = 0, bitsLeft = 0, errors = 0;
+   size_t index = 0, text = 0;
+   int encodeStatus = 0;
+   std::vector<uint8_t> encoded;
+   bool operator==(const Outcome&) const = default;
+};
+
+// Decodes; what decodes is printed and encoded. All of it twice: with a trace attached the codecs take their
+// full forms, and what they leave must be the same.
 class Codec {
 public:
    Codec() {
       if (rtInitContext(&ctxt_) != 0) abort();
       // Each allocation by itself: the sanitizer sees its bounds, and what nobody has set.
       rtxMemHeapSetFlags(&ctxt_, RTX_MH_RAW_ONLY);
-      rtxSetPrintStream(&ctxt_, formatAway, nullptr);
+      rtxSetPrintStream(&ctxt_, sumText, &text_);
    }
    ~Codec() { rtFreeContext(&ctxt_); }
 
@@ -46,26 +61,47 @@ public:
    }
 
    void run(const QuorvaType& type, const uint8_t* octets, size_t count) {
-      std::vector<uint8_t> input(octets, octets + count);
-      void* value = fresh(type);
-      if (value == nullptr || type.decode == nullptr) return;
-      rtxCtxtSetBufPtr(&ctxt_, input.data(), input.size());
-      const int status = type.decode(&ctxt_, value);
-      if (status < 0) {
-         if (rtxErrGetErrorCnt(&ctxt_) == 0 && status != RTX_E_CONSTRAINT && status != RTX_E_BAD_ENUM &&
-             status != RTX_E_BAD_VALUE && status != RTX_E_NOMEM)
-            abort(); // only value checks fail without a record
-         return;
-      }
-      if (type.print != nullptr) type.print(&ctxt_, "value", value);
-      if (type.encode == nullptr) return;
-      std::vector<uint8_t> output(count + 4096);
+      if (type.decode == nullptr) return;
+      const Outcome brief = runOnce(type, octets, count);
+      if (brief.status < 0 && brief.errors == 0 && brief.status != RTX_E_CONSTRAINT &&
+          brief.status != RTX_E_BAD_ENUM && brief.status != RTX_E_BAD_VALUE && brief.status != RTX_E_NOMEM)
+         abort(); // only value checks fail without a record
+      RtxDiagBitFieldList trace{};
       rtxErrReset(&ctxt_);
-      rtxCtxtSetBufPtr(&ctxt_, output.data(), output.size());
-      type.encode(&ctxt_, value);
+      ctxt_.flags &= ~RTX_CTXT_RAW_TAIL;
+      ctxt_.level = 0;
+      rtxDiagBitFieldListInit(&ctxt_, &trace);
+      ctxt_.bitFields = &trace;
+      const Outcome full = runOnce(type, octets, count);
+      ctxt_.bitFields = nullptr;
+      if (brief != full) abort();
    }
 
 private:
+   Outcome runOnce(const QuorvaType& type, const uint8_t* octets, size_t count) {
+      Outcome outcome;
+      std::vector<uint8_t> input(octets, octets + count);
+      void* value = fresh(type);
+      if (value == nullptr) return outcome;
+      rtxCtxtSetBufPtr(&ctxt_, input.data(), input.size());
+      outcome.status = type.decode(&ctxt_, value);
+      outcome.index = ctxt_.bufByteIndex;
+      outcome.bitsLeft = ctxt_.bufBitsLeft;
+      outcome.errors = static_cast<int>(rtxErrGetErrorCnt(&ctxt_));
+      // Octets that were cut leave memory behind that nobody has set.
+      if (outcome.status < 0 || outcome.errors != 0) return outcome;
+      text_ = 0;
+      if (type.print != nullptr) type.print(&ctxt_, "value", value);
+      outcome.text = text_;
+      if (type.encode == nullptr) return outcome;
+      std::vector<uint8_t> output(count + 4096);
+      rtxErrReset(&ctxt_);
+      rtxCtxtSetBufPtr(&ctxt_, output.data(), output.size());
+      outcome.encodeStatus = type.encode(&ctxt_, value);
+      outcome.encoded = std::move(output);
+      return outcome;
+   }
+
    // A record with no value in it that a decoder could take for a real one.
    void* fresh(const QuorvaType& type) {
       const size_t size = type.size != 0 ? type.size : 1;
@@ -78,6 +114,7 @@ private:
    }
 
    RtxContext ctxt_;
+   size_t text_ = 0;
 };
 
 // A PDU: plain, and with a security state whose keys are set. The first octet chooses.
