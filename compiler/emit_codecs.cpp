@@ -5,6 +5,7 @@
 #include "compiler/naming.h"
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 namespace l3c {
@@ -255,13 +256,9 @@ private:
       place.length = "length";
       if (inBits_) {
          const std::string open = std::to_string(bits) + ">(\"length\", ";
-         if (enc_) {
-            w_.line(lengthType() + "length;");
-            w_.line("L3_TRY(e.open<" + open + "length));");
-         } else {
-            w_.line(lengthType() + "length;");
-            w_.line("L3_TRY(d.openBits<" + open + member + ", length));");
-         }
+         w_.line(lengthType() + "length;");
+         w_.line(enc_ ? "L3_TRY(e.open<" + open + "length));"
+                      : "L3_TRY(d.openBits<" + open + member + ", length));");
          sequence(type.fields, place, !enc_);
          w_.line(enc_ ? "L3_TRY(e.closeBits<" + std::to_string(bits) + ">(length, " + member + "));"
                       : "L3_TRY(d.closeBits(length));");
@@ -281,13 +278,9 @@ private:
       std::vector<const Field*> beside;
       for (auto& field : type.fields)
          if (field->beside) beside.push_back(field.get());
-      if (enc_) {
-         w_.line(lengthType() + "length;");
-         w_.line("L3_TRY(e.open<4>(\"length\", length));");
-      } else {
-         w_.line(lengthType() + "length;");
-         w_.line("L3_TRY(d.openNibble(\"length\", pvalue->length, " + limits(type.bounds) + "));");
-      }
+      w_.line(lengthType() + "length;");
+      w_.line(enc_ ? "L3_TRY(e.open<4>(\"length\", length));"
+                   : "L3_TRY(d.openNibble(\"length\", pvalue->length, " + limits(type.bounds) + "));");
       for (auto* field : beside) one(*field, Place{"pvalue->", "", false}, false);
       if (!enc_) w_.line("L3_TRY(d.pushContainer(pvalue->length, length));");
       skipBeside_ = true;

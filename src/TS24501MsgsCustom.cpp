@@ -20,44 +20,15 @@ using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
 // Octets of a plain header.
 constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
 
-// The header of a session message with nothing to report.
-L3_INLINE static const uint8_t* sessionHeader(const RtxContext* ctxt) {
-   const uint8_t* at = plainHeader(ctxt, kSessionHeader);
-   const bool usual = at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
-                      SessionIdentity::legalOnWire(at[1]);
-   return usual ? at : nullptr;
-}
-
 // A session message as it stands in a payload container, TS 24.501, 8.3: no security header of its own. The
 // encoder spells the type's name with a hyphen, the decoder with an underscore: deliberate.
-L3_COLD static int encodeFullHeader(Encoder e, TS24501Msg_PDU_SM* pvalue) {
-   return e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
-                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
-                   integer<8>("procTransIdent", pvalue->procTransIdent),
-                   integer<8>("msgType", pvalue->msgType));
-}
-
-L3_COLD static int decodeFullHeader(Decoder d, TS24501Msg_PDU_SM* pvalue) {
-   return d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
-                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
-                   integer<8>("procTransIdent", pvalue->procTransIdent),
-                   integer<8>("msgType", pvalue->msgType));
-}
-
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
-   uint8_t* at = plainHeader(pctxt, kSessionHeader);
-   if (at != nullptr && ProtoDiscr::legalInRecord(pvalue->protoDiscr) &&
-       SessionIdentity::legalInRecord(pvalue->pduSessIdent)) [[likely]] {
-      at[0] = static_cast<uint8_t>(pvalue->protoDiscr);
-      at[1] = static_cast<uint8_t>(pvalue->pduSessIdent);
-      at[2] = pvalue->procTransIdent;
-      at[3] = pvalue->msgType;
-      pctxt->bufByteIndex += kSessionHeader;
-   } else {
-      L3_TRY(encodeFullHeader(e, pvalue));
-   }
+   L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
+                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
+                   integer<8>("procTransIdent", pvalue->procTransIdent),
+                   integer<8>("msgType", pvalue->msgType)));
    L3_TRY(encodeData(e, pvalue->data, kTS24501Msg_PDU_SMMessages));
    return e.done();
 }
@@ -65,15 +36,10 @@ int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU_SM"));
-   if (const uint8_t* at = sessionHeader(pctxt)) [[likely]] {
-      pvalue->protoDiscr = at[0];
-      pvalue->pduSessIdent = at[1];
-      pvalue->procTransIdent = at[2];
-      pvalue->msgType = at[3];
-      pctxt->bufByteIndex += kSessionHeader;
-   } else {
-      L3_TRY(decodeFullHeader(d, pvalue));
-   }
+   L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
+                   value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
+                   integer<8>("procTransIdent", pvalue->procTransIdent),
+                   integer<8>("msgType", pvalue->msgType)));
    // Any other discriminator stands for mobility management: deliberate.
    const unsigned discriminator = pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
                                         ? TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
@@ -156,6 +122,14 @@ L3_INLINE static void takeMobilityHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalu
    ctxt->bufByteIndex += kMobilityHeader;
 }
 
+// The header of a session message with nothing to report.
+L3_INLINE static const uint8_t* sessionHeader(const RtxContext* ctxt) {
+   const uint8_t* at = plainHeader(ctxt, kSessionHeader);
+   const bool usual = at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
+                      SessionIdentity::legalOnWire(at[1]);
+   return usual ? at : nullptr;
+}
+
 // The same in one step; false if it can't be.
 L3_INLINE static bool takeHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue) {
    if (const uint8_t* at = sessionHeader(ctxt)) {
@@ -181,14 +155,8 @@ static bool isCiphered(uint32_t type) {
           type == TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt;
 }
 
-// The codecs of the look ahead, called without a name of their own, take off the last one.
-L3_INLINE static void dropLastName(RtxContext* ctxt) {
-   if (ctxt->elemNames.count == 1) [[unlikely]]
-      popOutermost(ctxt);
-}
-
 // What is ahead: discriminator, and the security header type of a mobility message. It leaves no trace, but
-// stays in the record.
+// stays in the record. Its codecs have no name of their own and take off the last one, as done() does.
 static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
    RtxContext* ctxt = d.ctxt();
    if (const uint8_t* at = plainHeader(ctxt, 2)) {
@@ -197,7 +165,7 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
       if (mobility || at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G) {
          header.protoDiscr = at[0];
          if (mobility) header.secHdrType = at[1] & 15;
-         dropLastName(ctxt);
+         d.done(); // as the codecs below
          return 0;
       }
    }
@@ -239,7 +207,7 @@ int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
        (at[1] & 15) == TS24501Msg_NAS5GSecHdrType_noSec) [[likely]] {
       pvalue->secHdr.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
       pvalue->secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
-      dropLastName(pctxt);
+      d.done(); // as lookAhead()
       takeMobilityHeader(pctxt, pvalue, at);
    } else {
       L3_TRY(decodeHeaders(d, pvalue));

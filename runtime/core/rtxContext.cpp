@@ -393,8 +393,7 @@ void rtxMemFree(RtxContext* pctxt) {
 }
 
 void rtxMemReset(RtxContext* pctxt) {
-   if (!hot::nothingOpen(pctxt)) [[unlikely]]
-      rtxErrReset(pctxt);
+   rtxErrReset(pctxt);
    // What names and containers are in use now are those of other owners of the heap.
    if (RtxMemHeap* heap = pctxt->memHeap) heap::reset(heap, heap->refCount <= 1);
 }

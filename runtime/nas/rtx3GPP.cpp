@@ -50,18 +50,11 @@ bool octetAtHand(const RtxContext* pctxt) {
 int rtx3GPPEnc_MCC_MNC(RtxContext* pctxt, const char* mcc, const char* mnc) {
    const char thirdOfMnc = mnc[2] == tbcdFiller ? '\0' : mnc[2];
    if (pctxt->bufBitsLeft == 8 && pctxt->stream == nullptr && pctxt->bufByteIndex < pctxt->bufSize &&
-       pctxt->bufSize - pctxt->bufByteIndex >= 3) {
-      const int mcc21 = tbcdFromChar(mcc[1]) << 4 | tbcdFromChar(mcc[0]);
-      const int third = tbcdFromChar(thirdOfMnc) << 4 | tbcdFromChar(mcc[2]);
-      const int mnc21 = tbcdFromChar(mnc[1]) << 4 | tbcdFromChar(mnc[0]);
-      if ((mcc21 | third | mnc21) >= 0) { // else the loop finds out which
-         uint8_t* at = pctxt->bufData + pctxt->bufByteIndex;
-         at[0] = static_cast<uint8_t>(mcc21);
-         at[1] = static_cast<uint8_t>(third);
-         at[2] = static_cast<uint8_t>(mnc21);
-         pctxt->bufByteIndex += 3;
-         return RTX_OK;
-      }
+       pctxt->bufSize - pctxt->bufByteIndex >= 3 &&
+       packPlmn(mcc, mnc,
+                pctxt->bufData + pctxt->bufByteIndex)) { // else the loop finds out which digit is none
+      pctxt->bufByteIndex += 3;
+      return RTX_OK;
    }
    for (const char digit : {mcc[1], mcc[0], thirdOfMnc, mcc[2], mnc[1], mnc[0]}) {
       const int nibble = tbcdFromChar(digit);

@@ -34,6 +34,20 @@ constexpr int tbcdPair(const char* str) {
    return high < 0 ? -1 : high << 4 | low;
 }
 
+/** The three octets of a PLMN; false, and nothing written, if a character is no digit. A filler may stand for
+ * the third digit of `mnc`. */
+inline bool packPlmn(const char* mcc, const char* mnc, uint8_t* octets) {
+   const char third = mnc[2] == tbcdFiller ? '\0' : mnc[2];
+   const int mcc21 = tbcdFromChar(mcc[1]) << 4 | tbcdFromChar(mcc[0]);
+   const int thirds = tbcdFromChar(third) << 4 | tbcdFromChar(mcc[2]);
+   const int mnc21 = tbcdFromChar(mnc[1]) << 4 | tbcdFromChar(mnc[0]);
+   if ((mcc21 | thirds | mnc21) < 0) return false;
+   octets[0] = static_cast<uint8_t>(mcc21);
+   octets[1] = static_cast<uint8_t>(thirds);
+   octets[2] = static_cast<uint8_t>(mnc21);
+   return true;
+}
+
 } // namespace quorva
 
 #endif

@@ -142,6 +142,11 @@ private:
    uint32_t outer_;
 };
 
+// Does the context's release know the groups of `release`? 0 is the newest: the difference is in 16 bits.
+inline bool knowsRelease(const RtxContext* ctxt, unsigned release) {
+   return static_cast<uint16_t>(ctxt->protocolRelease - 1) > release - 2;
+}
+
 // What encoders and decoders have in common. `file` is the word for the source in error records.
 class Codec {
 public:

@@ -367,10 +367,7 @@ public:
       return 0;
    }
 
-   // Does the context's release know the groups of `release`? 0 is the newest: the difference is in 16 bits.
-   bool knows(unsigned release) const {
-      return static_cast<uint16_t>(ctxt_->protocolRelease - 1) > release - 2;
-   }
+   bool knows(unsigned release) const { return knowsRelease(ctxt_, release); }
    // Are so many bits left ahead of the end?
    bool fits(const Length& length, size_t nbits) const { return hot::bitOffset(ctxt_) + nbits <= length.end; }
 

@@ -81,8 +81,6 @@ L3_INLINE uint8_t* plainHeader(const RtxContext* ctxt, size_t numocts) {
    return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
 }
 
-// The choice "data" of a PDU: selector and union.
-
 // Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
 // union of the PDU's record, `reported` takes the status that the message's decoder gave at its end. -10 if
 // there is no memory for the record, directly.
@@ -91,6 +89,7 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported);
 // An unknown message type: -9, with the type among the parameters of the error.
 L3_COLD int unknownMessage(Decoder d, unsigned type);
 
+// The choice "data" of a PDU: selector and union.
 template <class Data>
 L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, uint32_t discriminator,
                          uint8_t type, int* reported = nullptr) {

@@ -84,21 +84,14 @@ L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
    std::memcpy(at, &word, N);
 }
 
-class ShortDecoder {
+// The words that leave nothing behind in the short form.
+class ShortForm {
 public:
    static constexpr bool kShort = true;
 
-   // The end of the container around.
-   struct Length {
-      const uint8_t* outer;
-      unsigned outerExtra;
-   };
-
-   ShortDecoder(const uint8_t* at, const uint8_t* end, RtxContext* ctxt) : at_(at), end_(end), ctxt_(ctxt) {}
+   explicit ShortForm(RtxContext* ctxt) : ctxt_(ctxt) {}
 
    RtxContext* ctxt() const { return ctxt_; }
-   // Where the element ends, or null.
-   L3_INLINE const uint8_t* result(int status) const { return status >= 0 && used_ == 0 ? at_ : nullptr; }
 
    int begin(const char*) { return 0; }
    int done(int status = 0) { return status; }
@@ -108,6 +101,25 @@ public:
    int badChoice() { return kNotShort; }
    int badBound(uint64_t) { return kNotShort; }
    int nothing(const char*) { return 0; }
+
+protected:
+   RtxContext* ctxt_;
+};
+
+class ShortDecoder : public ShortForm {
+public:
+   // The end of the container around.
+   struct Length {
+      const uint8_t* outer;
+      unsigned outerExtra;
+   };
+
+   ShortDecoder(const uint8_t* at, const uint8_t* end, RtxContext* ctxt)
+         : ShortForm(ctxt), at_(at), end_(end) {}
+
+   // Where the element ends, or null.
+   L3_INLINE const uint8_t* result(int status) const { return status >= 0 && used_ == 0 ? at_ : nullptr; }
+
    size_t offset() const { return reinterpret_cast<uintptr_t>(at_) * 8 + used_; }
 
    template <class... Parts>
@@ -136,9 +148,7 @@ public:
 
    bool more() const { return at_ < end_ || used_ < extra_; }
    size_t restOctets() const { return (bitsLeft()) >> 3; }
-   bool knows(unsigned release) const {
-      return static_cast<uint16_t>(ctxt_->protocolRelease - 1) > release - 2;
-   }
+   bool knows(unsigned release) const { return knowsRelease(ctxt_, release); }
    bool fits(const Length&, size_t nbits) const { return nbits <= bitsLeft(); }
    // One that is not there names no alternative.
    uint32_t bitAhead(unsigned n) const {
@@ -239,9 +249,9 @@ public:
       return 0;
    }
    template <unsigned CountOctets, class T>
-   L3_INLINE int counted(const char* name, T& value, const Limits& limits) {
+   L3_INLINE int counted(const char*, T& value, const Limits& limits) {
       size_t count;
-      return takeCount<CountOctets>(count) && limits.allow(count) ? store(name, count, value) : kNotShort;
+      return takeCount<CountOctets>(count) && limits.allow(count) ? store(count, value) : kNotShort;
    }
    template <unsigned CountOctets>
    L3_INLINE int counted(const char*, RtxDynOctStr& value, const Limits& limits) {
@@ -249,9 +259,9 @@ public:
       return takeCount<CountOctets>(count) && limits.allow(count) ? toHeap(count, value) : kNotShort;
    }
    template <class T>
-   L3_INLINE int sized(const char* name, size_t numocts, T& value, const Limits& limits) {
+   L3_INLINE int sized(const char*, size_t numocts, T& value, const Limits& limits) {
       const size_t count = numocts == kRest ? restOctets() : numocts;
-      return limits.allow(count) ? store(name, count, value) : kNotShort;
+      return limits.allow(count) ? store(count, value) : kNotShort;
    }
    L3_INLINE int sized(const char*, size_t numocts, RtxDynOctStr& value, const Limits&) {
       const size_t count = numocts == kRest ? restOctets() : numocts;
@@ -454,7 +464,7 @@ private:
       return true;
    }
    template <class T>
-   L3_INLINE int store(const char*, size_t count, T& value) {
+   L3_INLINE int store(size_t count, T& value) {
       const uint8_t* from = count <= sizeof value.data ? takeOctets(count) : nullptr;
       if (from == nullptr) return kNotShort;
       copyOctets(value.data, from, count);
@@ -492,34 +502,22 @@ private:
 
    const uint8_t* at_;
    const uint8_t* end_; // of the innermost container
-   RtxContext* ctxt_;
    unsigned used_ = 0;  // bits of the octet at hand that have been read
    unsigned extra_ = 0; // bits of the octet behind the container that belong to it
 };
 
-class ShortEncoder {
+class ShortEncoder : public ShortForm {
 public:
-   static constexpr bool kShort = true;
-
    // Where the contents begin.
    struct OpenLength {
       uint8_t* start;
       unsigned used = 0;
    };
 
-   ShortEncoder(uint8_t* at, uint8_t* end, RtxContext* ctxt) : at_(at), end_(end), ctxt_(ctxt) {}
+   ShortEncoder(uint8_t* at, uint8_t* end, RtxContext* ctxt) : ShortForm(ctxt), at_(at), end_(end) {}
 
-   RtxContext* ctxt() const { return ctxt_; }
    L3_INLINE uint8_t* result(int status) const { return status >= 0 && used_ == 0 ? at_ : nullptr; }
 
-   int begin(const char*) { return 0; }
-   int done(int status = 0) { return status; }
-   int push(const char*) { return 0; }
-   void pop() {}
-   int failed(int) { return kNotShort; }
-   int badChoice() { return kNotShort; }
-   int badBound(uint64_t) { return kNotShort; }
-   int nothing(const char*) { return 0; }
    size_t offset() const { return reinterpret_cast<uintptr_t>(at_) * 8 + used_; }
 
    template <class... Parts>
@@ -704,12 +702,7 @@ public:
    L3_INLINE int plmn(const char* mcc, const char* mnc) {
       uint8_t* to = takeOctets(3);
       if (to == nullptr) return kNotShort;
-      const char third = mnc[2] == tbcdFiller ? '\0' : mnc[2];
-      const int pairs[3] = {tbcdFromChar(mcc[1]) << 4 | tbcdFromChar(mcc[0]),
-                            tbcdFromChar(third) << 4 | tbcdFromChar(mcc[2]),
-                            tbcdFromChar(mnc[1]) << 4 | tbcdFromChar(mnc[0])};
-      if ((pairs[0] | pairs[1] | pairs[2]) < 0) return kNotShort;
-      for (int i = 0; i < 3; ++i) to[i] = static_cast<uint8_t>(pairs[i]);
+      if (!packPlmn(mcc, mnc, to)) return kNotShort;
       return 0;
    }
    // For a length that is written with what stands behind it.
@@ -770,7 +763,6 @@ private:
 
    uint8_t* at_;
    uint8_t* end_;
-   RtxContext* ctxt_;
    unsigned used_ = 0; // bits of the octet at hand that have been written
 };
 
