@@ -18,12 +18,14 @@ struct Field {
 
 struct Layout {
    std::string type;
-   bool further; // than that of the sample
+   bool further;                // than that of the sample
+   std::string format, lengths; // how many octets of contents decode, where told
    std::vector<Field> fields;
 };
 
 std::vector<Layout> layouts() {
-   const std::regex head(R"((\+ )?(\w+) (-|\d+\.[.\w]+))"), field(R"(([^/=]+)/(\d+|\*)=([^:]*):?(.*))");
+   const std::regex head(R"((\+ )?(\w+) (-|\d+\.[.\w]+)( (V|LV|LV-E) (.+))?)"),
+         field(R"(([^/=]+)/(\d+|\*)=([^:]*):?(.*))");
    std::vector<Layout> all;
    std::smatch part;
    for (const std::string name : {"ts24008-1", "ts24008-2", "eps", "5gs-1", "5gs-2"}) {
@@ -37,7 +39,7 @@ std::vector<Layout> layouts() {
             continue;
          }
          if (std::regex_match(line, part, head)) {
-            all.push_back({module + part[2].str(), part[1].matched, {}});
+            all.push_back({module + part[2].str(), part[1].matched, part[5], part[6], {}});
             continue;
          }
          std::istringstream words(line);
@@ -173,6 +175,39 @@ TEST(Layout, EachBitIsThatOfItsField) {
       }
    }
    EXPECT_GT(shown, 3500u);
+}
+
+// The contents are cut behind each octet, with the length rewritten: a bound or an optional octet shows.
+TEST(Layout, ContentsThatEndEarlyDecodeAsTold) {
+   size_t cuts = 0;
+   for (const Layout& layout : layouts()) {
+      if (layout.format.empty()) continue;
+      const QuorvaType* type = quorvaFindType(layout.type.c_str());
+      ASSERT_NE(type, nullptr);
+      const Octets whole = packed(bitsOf(layout));
+      const size_t lead = layout.format == "V" ? 0 : layout.format == "LV" ? 1 : 2;
+      std::set<size_t> accepted;
+      for (size_t count = lead == 0 ? 1 : 0; lead + count <= whole.size(); ++count, ++cuts) {
+         Octets octets(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(lead + count));
+         if (lead != 0) octets[lead - 1] = static_cast<uint8_t>(count);
+         if (lead == 2) octets[0] = static_cast<uint8_t>(count >> 8);
+         Capture capture;
+         Room room(*type, 0xFF);
+         if (decode(capture.ctxt, *type, octets, room.get()) >= 0 &&
+             rtxCtxtGetBitOffset(&capture.ctxt) > (octets.size() - 1) * 8)
+            accepted.insert(count);
+      }
+      std::set<size_t> told;
+      std::istringstream words(layout.lengths);
+      for (std::string word; words >> word;) {
+         const size_t dash = word.find('-'), low = std::stoul(word);
+         for (size_t count = low;
+              count <= (dash == std::string::npos ? low : std::stoul(word.substr(dash + 1)));)
+            told.insert(count++);
+      }
+      EXPECT_EQ(accepted, told) << layout.type;
+   }
+   EXPECT_GT(cuts, 5000u);
 }
 
 TEST(Layout, EveryElementHasOne) {
