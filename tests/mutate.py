@@ -6,8 +6,9 @@
 The tree is cloned into the scratch folder (default build/mutants) and built there without optimisation. Each mutant
 changes one line of an EPS or 5GS description: an IEI, a width, the order of two fields, a bound, an enumerator, presence,
 the length class, a pair of flags. It is killed if l3c refuses it, or a test fails: first those of the compiler, which read
-the descriptions, then, behind a build, those of layouts, vectors and messages. Survivors are listed. Not part of .ci/run:
-200 mutants take about an hour.
+the descriptions; then those of layouts, many mutants in one build, each of which must be found out at its own type, and
+none of which holds another; what is left is built alone and goes through all tests of modules. Survivors are listed.
+Not part of .ci/run.
 """
 import argparse
 import random
@@ -21,18 +22,18 @@ ROOT = Path(__file__).resolve().parent.parent
 
 
 def candidates(module, lines):
-    """(kind, line number, new line) for each fact that can be changed alone."""
-    inside = None
+    """(kind, type, line number, new line) for each fact that can be changed alone."""
+    inside = owner = None
     for number, line in enumerate(lines):
         head = re.match(r"(enum|number|octets|digits|list|alias|element|message|pdu|table|test|module)\b", line)
         if head:
-            inside = head.group(1)
+            inside, owner = head.group(1), line.split()[1].split("(")[0].replace("-", "_")
         if line.startswith(("#", "--", "test", "module")) or inside in ("test", "table", "module"):
             continue
         code, mark, comment = line.partition(" #")
 
         def changed(kind, new):
-            return kind, number, new + mark + comment
+            return kind, owner, number, new + mark + comment
 
         iei = re.match(r"(\s+\S+\s+)([0-9A-F]{2}|[89A-F]-)(\s+\S.*)", code)
         if inside == "message" and iei:
@@ -68,35 +69,102 @@ def candidates(module, lines):
         if inside in ("element", "message") and number + 1 < len(lines):
             following = lines[number + 1]
             if all(re.match(r"\s+[a-zA-Z][\w-]*\??\s+\S", text) and "{" not in text and "}" not in text for text in (line, following)):
-                yield "order", number, following + "\n" + line
+                yield "order", owner, number, following + "\n" + line
 
 
 def run(command, folder, **options):
     return subprocess.run(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options).returncode == 0
 
 
-def verdict(tree):
-    build = tree / "build/mutants"
+class Tree:
+    """A clone of the repository in which descriptions are changed."""
 
-    def made(target):
-        return run(["cmake", "--build", build, "--target", target], tree)
+    def __init__(self, folder):
+        self.folder, self.build = folder, folder / "build/mutants"
+        self.texts = {m: (ROOT / "src" / (m + ".l3d")).read_text().split("\n") for m in MODULES}
+        if not (folder / ".git").exists():
+            subprocess.run(["git", "clone", "-q", ROOT, folder], check=True)
 
-    if not made("quorva_generated"):
-        return "refused by l3c"
-    if not run([build / "tests/compiler_test", "--gtest_brief=1", "--gtest_filter=*Standard*:*Own*"], tree):
-        return "tables of the standards"
-    if not made("layout_test"):
-        return "not compiled"
-    try:
-        if not run([build / "tests/layout_test", "--gtest_brief=1"], tree, timeout=300):
-            return "layouts"
-        if not made("modules_test"):
-            return "not compiled"
-        if not run([build / "tests/modules_test", "--gtest_brief=1"], tree, timeout=600):
-            return "vectors and messages"
-    except subprocess.TimeoutExpired:
-        return "time"
-    return None
+    def make(self, *targets):
+        return run(["cmake", "--build", self.build, "--target", *targets], self.folder)
+
+    def prepare(self):
+        subprocess.run(["cmake", "-S", ".", "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DQUORVA_BUILD_TOOLS=OFF"], cwd=self.folder, check=True, stdout=subprocess.DEVNULL)
+        assert self.make("compiler_test", "layout_test", "modules_test"), "the tree itself does not build"
+
+    def write(self, mutants):
+        """The descriptions with these mutants, and no others."""
+        texts = {module: list(lines) for module, lines in self.texts.items()}
+        for mutant in sorted(mutants, key=lambda m: -m.number):
+            texts[mutant.module][mutant.number:mutant.number + mutant.lines] = mutant.new.split("\n")
+        for module, lines in texts.items():
+            path, text = self.folder / "src" / (module + ".l3d"), "\n".join(lines)
+            if path.read_text() != text:
+                path.write_text(text)
+
+    def by_descriptions(self, mutant):
+        self.write([mutant])
+        sources = sorted((self.folder / "src").glob("*.l3d"))
+        if not run([self.build / "compiler/l3c", "--out", self.folder / "build/refused", *sources], self.folder):
+            return "refused by l3c"
+        if not run([self.build / "tests/compiler_test", "--gtest_brief=1", "--gtest_filter=*Standard*"], self.folder):
+            return "tables of the standards"
+        return None
+
+    def by_layouts(self, mutants):
+        """Which of the mutants the layouts find out; None if they don't build together."""
+        self.write(mutants)
+        if not self.make("layout_test"):
+            return None
+        test = subprocess.run([self.build / "tests/layout_test"], cwd=self.folder, capture_output=True, text=True, errors="replace")
+        return [m for m in mutants if re.search(r"\b%s_%s\b" % (m.prefix(), m.owner), test.stdout)]
+
+    def by_all(self, mutant):
+        self.write([mutant])
+        if not self.make("layout_test", "modules_test"):
+            return "the compiler"
+        try:
+            if not run([self.build / "tests/layout_test", "--gtest_brief=1"], self.folder, timeout=300):
+                return "layouts"
+            if not run([self.build / "tests/modules_test", "--gtest_brief=1"], self.folder, timeout=600):
+                return "vectors and messages"
+        except subprocess.TimeoutExpired:
+            return "time"
+        return None
+
+
+class Mutant:
+    def __init__(self, module, kind, owner, number, new, old):
+        self.module, self.kind, self.owner, self.number, self.new = module, kind, owner, number, new
+        self.lines = 2 if kind == "order" else 1
+        self.what = f"{kind}: {module}.l3d:{number + 1}: {old.strip()} -> {new.strip()!r}"
+
+    def prefix(self):
+        return re.sub(r"(IE|Msg)S?s?$", r"\1", self.module)
+
+
+def reach(texts):
+    """The types that each type holds, at any depth."""
+    bodies, owner = {}, None
+    for lines in texts.values():
+        for line in lines:
+            head = re.match(r"(?:enum|number|octets|digits|list|alias|element|message|pdu) (\S+)", line)
+            if head:
+                owner = head.group(1).split("(")[0].replace("-", "_")
+                bodies[owner] = ""
+            if owner:
+                bodies[owner] += " " + line.partition("#")[0]
+    names = {owner: {w for w in re.findall(r"\w+", body.replace("-", "_")) if w in bodies and w != owner} for owner, body in bodies.items()}
+    held = {}
+    for owner in names:
+        seen, todo = set(), [owner]
+        while todo:
+            for name in names[todo.pop()] - seen:
+                seen.add(name)
+                todo.append(name)
+        held[owner] = seen
+    return held
 
 
 def main():
@@ -108,52 +176,65 @@ def main():
     parser.add_argument("--list", action="store_true", help="show the mutants, run nothing")
     options = parser.parse_args()
 
-    tree = options.scratch
-    if not options.list:
-        if not (tree / ".git").exists():
-            subprocess.run(["git", "clone", "-q", ROOT, tree], check=True)
-        subprocess.run(["cmake", "-S", ".", "-B", "build/mutants", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DQUORVA_BUILD_TOOLS=OFF"], cwd=tree, check=True, stdout=subprocess.DEVNULL)
-        subprocess.run(["cmake", "--build", "build/mutants", "--target", "compiler_test", "layout_test", "modules_test"],
-                       cwd=tree, check=True, stdout=subprocess.DEVNULL)
-
-    texts = {m: (ROOT / "src" / (m + ".l3d")).read_text().split("\n") for m in MODULES}
+    tree = Tree(options.scratch)
     kinds = {}
-    for module, lines in texts.items():
-        for kind, number, new in candidates(module, lines):
-            kinds.setdefault(kind, []).append((module, number, new))
+    for module, lines in tree.texts.items():
+        for kind, owner, number, new in candidates(module, lines):
+            kinds.setdefault(kind, []).append(Mutant(module, kind, owner, number, new, lines[number]))
     chooser = random.Random(options.seed)
     chosen = []
     # As many of each kind as there are, up to an equal share.
     for kind in sorted(kinds):
         if options.only in (None, kind):
             share = options.count if options.only else -(-options.count // len(kinds))
-            chosen += [(kind, *one) for one in chooser.sample(kinds[kind], min(share, len(kinds[kind])))]
+            chosen += chooser.sample(kinds[kind], min(share, len(kinds[kind])))
+    if options.list:
+        print("\n".join(mutant.what for mutant in chosen))
+        return 0
+    tree.prepare()
 
-    killed, survivors = {}, []
-    for count, (kind, module, number, new) in enumerate(chosen, 1):
-        lines = texts[module]
-        what = f"{kind}: {module}.l3d:{number + 1}: {lines[number].strip()} -> {new.strip()!r}"
-        if options.list:
-            print(what)
-            continue
-        mutant = lines[:number] + new.split("\n") + lines[number + (2 if kind == "order" else 1):]
-        path = tree / "src" / (module + ".l3d")
-        path.write_text("\n".join(mutant))
-        try:
-            by = verdict(tree)
-        finally:
-            path.write_text("\n".join(lines))
-        if by:
-            killed[by] = killed.get(by, 0) + 1
-        else:
-            survivors.append(what)
-        print(f"{count}/{len(chosen)} {by or 'SURVIVED'}: {what}", flush=True)
-    if not options.list:
-        total = sum(killed.values())
-        print("\nKilled by:", ", ".join(f"{by} {number}" for by, number in sorted(killed.items())))
-        print(f"{total} of {len(chosen)} killed ({100 * total / len(chosen):.1f} %). Survivors:")
-        print("\n".join(survivors) or "none")
+    killed, survivors, alone = {}, [], []
+
+    def tell(mutant, by):
+        killed[by] = killed.get(by, 0) + 1
+        print(f"{by}: {mutant.what}", flush=True)
+
+    try:
+        left = []
+        for mutant in chosen:
+            by = tree.by_descriptions(mutant)
+            if by:
+                tell(mutant, by)
+            else:
+                left.append(mutant)
+        held = reach(tree.texts)
+        while left:
+            batch = []
+            for mutant in left:
+                related = any(m.owner == mutant.owner or m.owner in held[mutant.owner] or mutant.owner in held[m.owner] for m in batch)
+                if not related and len(batch) < 25:
+                    batch.append(mutant)
+            left = [mutant for mutant in left if mutant not in batch]
+            found = tree.by_layouts(batch)
+            if found is None:
+                alone += batch
+                continue
+            for mutant in found:
+                tell(mutant, "layouts")
+            alone += [mutant for mutant in batch if mutant not in found]
+        for mutant in alone:
+            by = tree.by_all(mutant)
+            if by:
+                tell(mutant, by)
+            else:
+                survivors.append(mutant.what)
+                print("SURVIVED:", mutant.what, flush=True)
+    finally:
+        tree.write([])
+    total = sum(killed.values())
+    print("\nKilled by:", ", ".join(f"{by} {number}" for by, number in sorted(killed.items())))
+    print(f"{total} of {len(chosen)} killed ({100 * total / len(chosen):.1f} %). Survivors:")
+    print("\n".join(survivors) or "none")
     return 0
 
 
