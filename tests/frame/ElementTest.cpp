@@ -1,6 +1,7 @@
 // Fields, lengths, repetitions, strings and choices, each in the short and in the full form.
 #include "tests/frame/elements.h"
 #include "tests/frame/frameTest.h"
+#include "tests/support/systemMemory.h"
 
 using namespace quorva::test;
 
@@ -619,4 +620,58 @@ TEST(Names, OnlyTheOutermostTypeStands) {
                         return 0;
                      }),
              "0 @0.0 names=Outer.element.elem[255].elem[256] level=3");
+}
+
+TEST(Choice, ABitAheadEndsWithTheData) {
+   // Behind the one octet that is given stands a bit that nobody may see.
+   uint8_t octets[] = {0x01, 0x80};
+   TestContext context;
+   rtxCtxtSetBufPtr(context, octets, 1);
+   const Decoder full(context, kSource);
+   EXPECT_EQ(full.bitAhead(8), 1u);
+   EXPECT_EQ(full.bitAhead(9), 0u);
+   const ShortDecoder brief(octets, octets + 1, context);
+   EXPECT_EQ(brief.bitAhead(8), 1u);
+   EXPECT_EQ(brief.bitAhead(9), static_cast<uint32_t>(INT32_MAX)) << "no alternative: the full form decides";
+}
+
+// An element that gave up in its short form, behind an open tail; and one that did not.
+namespace {
+struct Tails {
+   static uint8_t* shortEncode(uint8_t* at, uint8_t* end, RtxContext* ctxt, bool fails) {
+      ShortEncoder(at, end, ctxt).setTail();
+      return fails ? nullptr : at + 1;
+   }
+};
+} // namespace
+
+TEST(ShortForm, LeavesTheFlagsWhenItGivesUp) {
+   TestContext context;
+   context.encode(4);
+   EXPECT_FALSE(encodeShort<Tails>(context, true));
+   EXPECT_EQ(context->flags & RTX_CTXT_RAW_TAIL, 0u);
+   EXPECT_EQ(context.used(), 0u);
+   EXPECT_TRUE(encodeShort<Tails>(context, false));
+   EXPECT_NE(context->flags & RTX_CTXT_RAW_TAIL, 0u);
+   EXPECT_EQ(context.used(), 1u);
+}
+
+TEST(Repetition, GrowsInOnePlace) {
+   system_memory::reset();
+   RtxContext context;
+   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
+             0);
+   rtxMemHeapSetFlags(&context, RTX_MH_RAW_ONLY); // each piece is one of the system's
+   void* array = nullptr;
+   size_t capacity = 0;
+   for (size_t used = 0, whole = 0; used < 1000; used = capacity) {
+      ASSERT_EQ(growArray(&context, &array, used, &capacity, sizeof(uint32_t)), 0);
+      if (used == 0) whole = system_memory::live;
+      EXPECT_EQ(system_memory::live, whole) << "what was there before goes back";
+      auto* numbers = static_cast<uint32_t*>(array);
+      for (size_t i = 0; i < used; ++i) EXPECT_EQ(numbers[i], i);
+      for (size_t i = used; i < capacity; ++i) numbers[i] = static_cast<uint32_t>(i);
+   }
+   rtFreeContext(&context);
+   EXPECT_EQ(system_memory::live, 0u);
 }

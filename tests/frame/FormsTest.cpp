@@ -4,6 +4,7 @@
 #include "modules/records.h"
 #include "runtime/core/rtxInline.h"
 #include "tests/frame/frameTest.h"
+#include "tests/support/vectors.h"
 
 #include <random>
 
@@ -26,7 +27,7 @@ public:
    void start(std::vector<uint8_t>& octets, unsigned bit) {
       rtxErrReset(&capture_.ctxt);
       rtxMemReset(&capture_.ctxt);
-      capture_.ctxt.flags &= ~RTX_CTXT_RAW_TAIL;
+      rtxCtxtClearFlag(&capture_.ctxt, RTX_CTXT_RAW_TAIL);
       capture_.ctxt.level = 0;
       capture_.ctxt.bitFields = nullptr;
       rtxCtxtSetBufPtr(&capture_.ctxt, octets.data(), octets.size());
@@ -92,11 +93,14 @@ public:
                << type.name << " " << hexFromOctets(octets);
       }
       if (type.encode == nullptr) return;
-      for (const unsigned at : {0u, 4u}) encode(type, octets.size() + 8, at, false);
+      for (const unsigned at : {0u, 4u})
+         for (const uint32_t flags : {0u, RTX_CTXT_RAW_TAIL})
+            encode(type, octets.size() + 8, at, false, flags);
    }
 
-   // Of a fresh sample, or of what has been decoded.
-   std::vector<uint8_t> encode(const QuorvaType& type, size_t capacity, unsigned bit, bool sample) {
+   // Of a fresh sample, or of what has been decoded. `flags`: what an element ahead has left.
+   std::vector<uint8_t> encode(const QuorvaType& type, size_t capacity, unsigned bit, bool sample,
+                               uint32_t flags = 0) {
       std::vector<uint8_t> output[2];
       std::string left[2];
       for (int i = 0; i < 2; ++i) {
@@ -111,10 +115,12 @@ public:
             rtxCtxtSetBufPtr(&ctxt, output[i].data(), capacity);
             ctxt.bufBitsLeft = static_cast<int16_t>(8 - bit);
             ctxt.bitFields = i == 0 ? nullptr : full();
+            rtxCtxtSetFlag(&ctxt, flags);
             left[i] = runner.end(type.encode(&ctxt, runner.record()));
          } else {
             runner.start(output[i], bit);
             void* record = type.sample(&runner.context());
+            rtxCtxtSetFlag(&runner.context(), flags);
             left[i] = runner.end(type.encode(&runner.context(), record));
          }
          used_ = runner.context().bufByteIndex + (runner.context().bufBitsLeft != 8);
@@ -155,6 +161,7 @@ TEST(Forms, LeaveTheSame) {
    for (const QuorvaType* type : allTypes()) {
       if (type->decode == nullptr || type->encode == nullptr || type->sample == nullptr) continue;
       std::vector<uint8_t> whole = pair.encode(*type, 1 << 12, 0, true);
+      for (const unsigned bit : {0u, 4u}) pair.encode(*type, 1 << 12, bit, true, RTX_CTXT_RAW_TAIL);
       pair.encode(*type, 1 << 12, 4, true);
       for (size_t room = 0; room < std::min<size_t>(whole.size(), 40); ++room)
          pair.encode(*type, room, 0, true);
@@ -175,6 +182,39 @@ TEST(Forms, LeaveTheSame) {
       if (HasFailure()) return;
    }
    EXPECT_GT(tried, 800u);
+}
+
+// What the descriptions give as examples, and messages from elsewhere, whole and with bits turned.
+TEST(Forms, LeaveTheSameOfRealOctets) {
+   const struct {
+      const char *type, *octets, *place;
+   } described[] = {
+#include "tests/vectors.inc"
+   };
+   std::vector<std::pair<const char*, std::vector<uint8_t>>> inputs;
+   for (const auto& vector : described) inputs.emplace_back(vector.type, octetsFromHex(vector.octets));
+   const struct {
+      const char *file, *type;
+   } files[] = {{"eps", "TS24301Msg_PDU"},
+                {"5gs", "TS24501Msg_PDU"},
+                {"ts24008", "TS24008Msg_PDU"},
+                {"ts24011", "TS24011Msg_CP_PDU"}};
+   for (const auto& [file, type] : files)
+      for (const Vector& vector : loadVectors(std::string(QUORVA_TEST_DATA "/vectors/") + file + ".txt"))
+         inputs.emplace_back(type, vector.octets);
+   Pair pair;
+   std::mt19937 random(2);
+   for (auto& [name, octets] : inputs) {
+      const QuorvaType& type = *quorvaFindType(name);
+      if (type.decode == nullptr) continue;
+      pair.decode(type, octets, 0);
+      for (unsigned turn = 0; turn < 4; ++turn) {
+         std::vector<uint8_t> turned = octets;
+         turned[random() % turned.size()] ^= static_cast<uint8_t>(1u << random() % 8);
+         pair.decode(type, turned, 0);
+      }
+      if (HasFailure()) return;
+   }
 }
 
 } // namespace
