@@ -233,6 +233,7 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
+   pvalue->secHdr.secHdrType = TS24007L3_SecHdrType_noSec;
    const uint8_t* at = plainHeader(pctxt, 3);
    // The high half octets below which a message of a discriminator has neither security header nor short
    // form.

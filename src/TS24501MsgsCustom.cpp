@@ -164,7 +164,7 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
             at[0] == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G && SecHdrType::legalOnWire(at[1] & 15);
       if (mobility || at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G) {
          header.protoDiscr = at[0];
-         if (mobility) header.secHdrType = at[1] & 15;
+         header.secHdrType = mobility ? at[1] & 15 : TS24501Msg_NAS5GSecHdrType_noSec;
          d.done(); // as the codecs below
          return 0;
       }
@@ -172,6 +172,7 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
    L3_TRY(d.begin("PDU"));
    rtxDiagSetBitFldDisabled(ctxt->bitFields, 1);
    const Mark start(ctxt);
+   header.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
    if (const int status = NASDec_TS24501Msg_NAS5GProtoDiscr(ctxt, &header.protoDiscr); status < 0)
       return d.failed(status);
    if (header.protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) {

@@ -1,6 +1,8 @@
 // The 5GS PDUs: security header, tables, payload containers, and what a message leaves open.
 
+#include "quorva/TS24301Msg.h"
 #include "quorva/TS24501Msg.h"
+#include "tests/frame/frameTest.h"
 #include "tests/modules/codecs.h"
 #include "tests/modules/messages.h"
 
@@ -84,6 +86,29 @@ TEST(Header5GS, WhatTheEncoderRefuses) {
              "status -4");
    // The message's type is not compared with what is encoded.
    EXPECT_EQ(encodeWith([](auto& pdu) { pdu.msgType = 0x99; }), "7e 00 99 01");
+}
+
+// The type of the security header can be asked for whether there is one or not.
+TEST(Header5GS, APlainMessageHasTheTypeOfNone) {
+   const auto decoded = [](const char* name, const char* hex) {
+      const QuorvaType& type = *quorvaFindType(name);
+      return quorva::test::decoded(hex, [&](RtxContext* ctxt) {
+         std::vector<uint64_t> record(type.size / 8 + 1, 0xA5A5A5A5A5A5A5A5);
+         SecurityState().apply(ctxt);
+         const int status = type.decode(ctxt, record.data());
+         const auto* eps = reinterpret_cast<const TS24301Msg_PDU*>(record.data());
+         const auto* mobile = reinterpret_cast<const TS24501Msg_PDU*>(record.data());
+         const bool isEps = std::string(name) == "TS24301Msg_PDU";
+         EXPECT_EQ(isEps ? eps->m.secHdrPresent : mobile->m.secHdrPresent, 0) << hex;
+         EXPECT_EQ(isEps ? eps->secHdr.secHdrType : mobile->secHdr.secHdrType, 0u) << hex;
+         return status;
+      });
+   };
+   EXPECT_EQ(decoded("TS24501Msg_PDU", "7E005B01"), "0 @4.0");
+   EXPECT_EQ(decoded("TS24501Msg_PDU", "2E0501D61A"), "0 @5.0");
+   EXPECT_EQ(decoded("TS24301Msg_PDU", "075501"), "0 @3.0");
+   EXPECT_EQ(decoded("TS24301Msg_PDU", "5201D9"), "0 @3.0");
+   EXPECT_EQ(decoded("TS24301Msg_PDU", "02"), "-2 @1.0 names=PDU.pti.value level=2 errors=-2");
 }
 
 // A type that was decoded before is not looked at once its bit is clear.
