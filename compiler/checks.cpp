@@ -147,6 +147,7 @@ private:
          std::set<std::string> arms;
          for (const Arm& arm : field->arms) {
             if (!arm.field) continue;
+            presence |= arm.field->optional;
             if (!arm.field->name.empty() && !arms.insert(printName(arm.field->name)).second)
                error(DuplicateField, arm.pos,
                      "The choice has an arm " + quoted(arm.field->name) + " already.");
@@ -258,8 +259,10 @@ private:
       refuse(!field.counts.empty(), field.kind == Kind::Uint, "`counts` goes with an integer.");
       const Type* own = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
       const bool valued = own && (own->kind == TypeKind::Enum || own->kind == TypeKind::Number);
-      refuse(field.init.has_value(), field.kind == Kind::Uint || field.kind == Kind::Flag || valued,
-             "`init` goes with an integer or an enumeration.");
+      const bool cleared = own && own->kind == TypeKind::Record && field.init == 0;
+      refuse(field.init.has_value(),
+             field.kind == Kind::Uint || field.kind == Kind::Flag || valued || cleared,
+             "`init` goes with an integer or an enumeration, `init 0` with a record too.");
       refuse(field.leaveTail, frame || field.bareBits, "`leavetail` goes with a frame.");
       refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
              "`beside` goes with the first field behind a length of 4 bits.");

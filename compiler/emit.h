@@ -21,6 +21,9 @@ void emitWalk(const Model& model, const Module& module,
               Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers
 
+// The table that a type's rows stand in, and the type's number there, as arguments.
+std::string tableArguments(const Type& type);
+
 void emitVectors(const Model& model, Outputs& out); // tests/vectors.inc
 
 void emitModule(const Model& model, const Module& module, Outputs& out);

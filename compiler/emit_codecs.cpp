@@ -22,6 +22,9 @@ struct Place {
    std::string length;            // variable of the open length, or empty
    bool arm = false;              // in an arm of a choice: bound failures are logged
    std::string root = "pvalue->"; // record that expressions begin at
+   std::string owner = {};        // record with the presence bits, if it is another one
+
+   const std::string& bits() const { return owner.empty() ? record : owner; }
 };
 
 // Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
@@ -132,7 +135,7 @@ private:
    }
 
    // Octets and bits of a fixed number: their status is not looked at. It is the codec's own if they come
-   // last, and dropped otherwise: deliberate.
+   // last, and dropped otherwise, as all codecs of the family do: what follows meets the same end.
    void untested(const std::string& call, bool last) {
       w_.line(last ? "status = " + call + ";" : "L3_TRY(unlessMemory(" + call + "));");
       if (last && both_) w_.line("if (Coder::kShort && status < 0) return status;");
@@ -449,7 +452,8 @@ private:
          if (!groupsOnly(field) && !field.onlyOnWire()) within(place);
          return;
       }
-      const std::string bit = place.record + "m." + presenceName(field);
+      if (field.bareBits != 0) return optionalContents(field, place);
+      const std::string bit = place.bits() + "m." + presenceName(field);
       Place inner = place;
       inner.length.clear();
       if (enc_) {
@@ -488,6 +492,30 @@ private:
       }
    }
 
+   // A bare length is always there; what is left in it tells whether the field is.
+   void optionalContents(const Field& field, const Place& place) {
+      const std::string bit = place.bits() + "m." + presenceName(field);
+      aroundBare(field, [&] {
+         w_.open(enc_ ? "if (" + bit + ") {" : "if (d.more()) {");
+         kind(field, place, false, "nullptr");
+         if (!enc_) w_.line(bit + " = 1;");
+         w_.close(enc_ || field.kind != Kind::Each ? "}" : "} else {");
+         if (enc_ || field.kind != Kind::Each) return;
+         w_.line("   " + place.record + cName(field.name) + ".n = 0;");
+         w_.line("}");
+      });
+   }
+
+   template <class Contents>
+   void aroundBare(const Field& field, Contents contents) {
+      const std::string var = variable("bare");
+      w_.line("L3_TRY(" + c() + ".push(" + quoted(field.name) + "));");
+      openLength(field.bareBits, "length", "", Bounds{}, var);
+      contents();
+      closeLength(field.bareBits, "", Bounds{}, var, field.leaveTail);
+      w_.line(c() + ".pop();");
+   }
+
    // Something follows after all.
    void dropStatus(const Field& field, bool last) {
       const bool sets = last && (field.kind == Kind::Octets || field.kind == Kind::Bits);
@@ -506,12 +534,7 @@ private:
          return run({part(field, place)}, Place{place.record, "", place.arm, place.root});
       if (field.bareBits == 0)
          return kind(field, place, last, field.name.empty() ? "nullptr" : quoted(field.name));
-      const std::string var = variable("bare");
-      w_.line("L3_TRY(" + c() + ".push(" + quoted(field.name) + "));");
-      openLength(field.bareBits, "length", "", Bounds{}, var);
-      kind(field, place, false, "nullptr");
-      closeLength(field.bareBits, "", Bounds{}, var, field.leaveTail);
-      w_.line(c() + ".pop();");
+      aroundBare(field, [&] { kind(field, place, false, "nullptr"); });
    }
 
    void kind(const Field& field, const Place& place, bool last, const std::string& name) {
@@ -748,11 +771,15 @@ private:
             hasElse = true;
          }
          w_.open("{");
-         one(*arm.field, Place{prefix + "u.", "", true, place.root}, last);
+         one(*arm.field, Place{prefix + "u.", "", true, place.root, place.bits()}, last);
          w_.line("break;");
          w_.close();
       }
-      if (!hasElse) w_.line("default: return " + c() + ".badChoice();");
+      // Where a single arm may be, a refusal bears its name.
+      const bool single = field.arms.size() == 1 && !field.arms[0].field->name.empty();
+      const std::string push =
+            single ? "L3_TRY(" + c() + ".push(" + quoted(field.arms[0].field->name) + ")); " : "";
+      if (!hasElse) w_.line("default: " + push + "return " + c() + ".badChoice();");
       w_.close();
    }
 
@@ -782,7 +809,7 @@ private:
       w_.line(bit + " = 1;");
       within(place);
       if (field.quits) {
-         w_.line("// The early way out leaves the container and the names pushed: deliberate.");
+         w_.line("// The early way out leaves the container and the names pushed; callers see it by them.");
          w_.line("if (d.offset() == " + place.length + ".end) return 0;");
       }
       w_.close();

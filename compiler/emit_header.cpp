@@ -4,8 +4,10 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace l3c {
@@ -35,6 +37,7 @@ public:
          if (isStruct(*type)) w_.line("typedef struct " + recordName(*type) + " " + recordName(*type) + ";");
       w_.line();
       for (auto& type : module_.types) define(*type);
+      families();
       for (auto& type : module_.types) functions(*type);
       w_.line("QUORVA_END_DECLS");
       w_.line();
@@ -274,34 +277,142 @@ private:
       w_.line(" */");
    }
 
+   // What holds for each function of a family, said once.
+   void families() {
+      for (const char* line : {
+                 "/*",
+                 " * The functions of the types. Each takes the context first; what stands here holds "
+                 "besides",
+                 " * the words at each.",
+                 " *",
+                 " * NASEnc_ writes the value at the cursor, which moves behind it. The record stays the "
+                 "caller's,",
+                 " * with all that it points to; written are its lengths (in octets unless its figure says "
+                 "bits)",
+                 " * and, of a PDU, the message authentication code. 0 or more, or a status of rtxStatus.h:",
+                 " * RTX_E_BUFFER_FULL, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE, RTX_E_CONSTRAINT for a value, "
+                 "count or",
+                 " * length beyond its bounds, RTX_E_NULL for an array or a message that is not there,",
+                 " * RTX_E_NOT_OCTET_END behind an open tail, RTX_E_NO_SECURITY where a PDU needs keys.",
+                 " *",
+                 " * NASDec_ reads the value at the cursor into the caller's record. What it points to then "
+                 "lies on",
+                 " * the context's heap until rtxMemReset, rtxMemFree or the end of the context. 0 or more, "
+                 "or",
+                 " * RTX_E_END_OF_DATA, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE, RTX_E_CONSTRAINT, "
+                 "RTX_E_LENGTH_OVERRUN,",
+                 " * RTX_E_NOMEM; of a message or a PDU also RTX_E_BAD_IEI, RTX_E_MAC_MISMATCH, "
+                 "RTX_E_NO_SECURITY,",
+                 " * or for several RTX_E_MULTIPLE, with the message read to its end all the same.",
+                 " * Where a codec failed, the names of the context tell the place, until rtxErrReset.",
+                 " *",
+                 " * asn1PrtToStrm_ prints a value under `name` by the print stream. Always 0.",
+                 " * asn1Init_ clears presence bits, selectors, counts, pointers and spare bits, and leaves "
+                 "other",
+                 " * values alone unless there is nothing else. Always 0.",
+                 " * asn1Test_ gives a legal sample, the same each time; on the context's heap, or null if "
+                 "memory",
+                 " * is exhausted.",
+                 " * asn1SetTC_ makes a PDU hold a message, which stays the caller's. The context is not "
+                 "used.",
+                 " */",
+           })
+         w_.line(line);
+   }
+
+   void words(const std::string& text) { w_.line("/** " + text + " */"); }
+
+   // Name and clause, from the description's comment.
+   static std::string title(const Type& type) {
+      return type.doc.empty() ? type.name : type.doc.substr(0, type.doc.find(';'));
+   }
+
+   // Does a decoder of the type allocate?
+   bool allocates(const Type& type) {
+      const auto [hit, first] = allocating_.emplace(&type, false);
+      if (!first) return hit->second;
+      const Type& base = baseType(type);
+      bool found = base.storage.heap || base.kind == TypeKind::Pdu ||
+                   (base.base.type != nullptr && allocates(*base.base.type));
+      eachField(base.fields, [&](const Field& field) {
+         found |= field.storage.heap || (field.type.type != nullptr && allocates(*field.type.type));
+      });
+      return allocating_[&type] = found;
+   }
+
+   static std::string encoderWords(const Type& type) {
+      const Type& base = baseType(type);
+      std::string text = "Encodes: " + title(type) + ".";
+      if (base.kind == TypeKind::Record && base.cls != Class::V && !base.bare)
+         text += base.cls == Class::LB ? " Sets its length, in bits." : " Sets its length, in octets.";
+      return text;
+   }
+   std::string decoderWords(const Type& type) {
+      const Type& base = baseType(type);
+      std::string text = hasEncoder(type) ? "Decodes it" : "Decodes: " + title(type);
+      if (base.kind == TypeKind::Digits) text += " from `numocts` octets";
+      if (base.kind == TypeKind::Text && !base.parameters.empty())
+         text += " from `octets` octets, less `spareBits` bits of the last one";
+      if (std::find(base.parameters.begin(), base.parameters.end(), "numElements") != base.parameters.end())
+         text += ", `numElements` entries and one more";
+      return text + (allocates(type) ? "; takes memory of the context's heap." : ".");
+   }
+
    void functions(const Type& type) {
-      const std::string value = passing(type) == Passing::Nothing ? "" : ", ";
       w_.line();
-      if (hasEncoder(type))
+      if (hasEncoder(type)) {
+         words(encoderWords(type));
          w_.line("QUORVA_API int " + encoderName(type) + "(RtxContext* pctxt" + encodeParameters(type) +
                  ");");
-      if (hasDecoder(type))
+      }
+      if (hasDecoder(type)) {
+         words(decoderWords(type));
          w_.line("QUORVA_API int " + decoderName(type) + "(RtxContext* pctxt" + decodeParameters(type) +
                  ");");
-      if (!type.noPrinter)
+      }
+      if (!type.noPrinter) {
+         words(passing(type) == Passing::Nothing ? "Prints that there is nothing in it." : "Prints it.");
          w_.line("QUORVA_API int " + printerName(type) + "(RtxContext* pctxt, const char* name" +
                  printParameters(type) + ");");
-      if (hasInit(type)) w_.line("QUORVA_API int " + initName(type) + "(" + recordName(type) + "* pvalue);");
-      if (!type.noSample && hasRecord(type)) w_.line(sampleDeclaration(type));
-      if (type.kind == TypeKind::Enum) {
-         const std::string name = recordName(type);
-         w_.line("QUORVA_API extern const RtxEnumItem " + name + "_ENUMTAB[" +
-                 std::to_string(type.rows.size()) + "];");
-         w_.line("QUORVA_API const char* " + name + "_ToString(int32_t value);");
-         w_.line("QUORVA_API int " + name + "_ToEnum(RtxContext* pctxt, const char* text, " + name +
-                 "* pvalue);");
-         w_.line("QUORVA_API int " + name + "_ToEnum2(RtxContext* pctxt, const char* text, size_t nbytes, " +
-                 name + "* pvalue);");
       }
+      if (hasInit(type)) {
+         words("Puts it into its empty state.");
+         w_.line("QUORVA_API int " + initName(type) + "(" + recordName(type) + "* pvalue);");
+      }
+      if (hasSample(type)) {
+         words(passing(type) == Passing::Text          ? "Fills the array with a sample, and returns it."
+               : passing(type) == Passing::TextPointer ? "A sample; a constant text."
+                                                       : "A new sample of it.");
+         w_.line(sampleDeclaration(type));
+      }
+      if (type.kind == TypeKind::Enum) enumFunctions(type);
       for (auto& row : type.table) {
+         const bool discriminator = std::any_of(type.fields.begin(), type.fields.end(),
+                                                [](auto& field) { return field->name == "protoDiscr"; });
+         words("Sets " +
+               (discriminator ? "discriminator " + std::to_string(row.disc) + ", " : std::string()) +
+               "type " + std::to_string(row.msgType) + ", selector " + std::to_string(row.selector) +
+               (row.record.type == nullptr ? "."
+                : row.inlineValue          ? " and the value."
+                                           : " and the pointer."));
          w_.line("QUORVA_API void asn1SetTC_" + recordName(type) + "_" + cName(row.member) +
                  "(RtxContext* pctxt, " + recordName(type) + "* pdu" + selectorParameter(row) + ");");
       }
+   }
+
+   void enumFunctions(const Type& type) {
+      const std::string name = recordName(type);
+      const std::string rows = std::to_string(type.rows.size());
+      words("Its " + rows + " rows, in the order of their names.");
+      w_.line("QUORVA_API extern const RtxEnumItem " + name + "_ENUMTAB[" + rows + "];");
+      words("Name of a value, a constant text; \"_UNKNOWN_\" if it has no row.");
+      w_.line("QUORVA_API const char* " + name + "_ToString(int32_t value);");
+      words("Value of a name: 0, or RTX_E_BAD_ENUM. The context is not used.");
+      w_.line("QUORVA_API int " + name + "_ToEnum(RtxContext* pctxt, const char* text, " + name +
+              "* pvalue);");
+      words("The same for a text of `nbytes` octets.");
+      w_.line("QUORVA_API int " + name + "_ToEnum2(RtxContext* pctxt, const char* text, size_t nbytes, " +
+              name + "* pvalue);");
    }
 
    static std::string selectorParameter(const TableRow& row) {
@@ -311,6 +422,7 @@ private:
 
    const Module& module_;
    std::set<const Type*> defined_;
+   std::map<const Type*, bool> allocating_;
    Writer w_;
 };
 

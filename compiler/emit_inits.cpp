@@ -27,7 +27,7 @@ private:
          countAndOctets("pvalue->", type.storage.heap);
       } else if (type.kind == TypeKind::List) {
          countAndEntries("pvalue->", type.storage.heap);
-      } else if (stores(type.fields) != 0) {
+      } else if (!isPlain(type)) {
          record(type.fields, "pvalue->");
       } else { // plain values alone
          w_.line("*pvalue = {};");
@@ -91,10 +91,13 @@ private:
          return;
       default: break;
       }
-      if (!hasInit(type)) return;
-      // A few stores stand here; a long row of them is called.
       const Type& base = baseType(type);
-      if (stores(base) > kMostInline) {
+      if (field.init) {
+         w_.line(lvalue + " = {};");
+      } else if (!hasInit(type)) { // spare bits alone
+         if (base.kind == TypeKind::Record) record(base.fields, lvalue + ".");
+      } else if (stores(base) > kMostInline) { // a few stores stand here; a long row of them is called
+
          w_.line(initName(type) + "(&" + lvalue + ");");
       } else if (base.kind == TypeKind::Octets) {
          countAndOctets(lvalue + ".", base.storage.heap);
@@ -108,8 +111,10 @@ private:
    static constexpr size_t kMostInline = 8;
 
    static size_t stores(const Type& type) {
-      if (!hasInit(type)) return passing(type) == Passing::Text || passing(type) == Passing::TextPointer;
+      const Passing how = passing(type);
       const Type& base = baseType(type);
+      if (!hasInit(type) && base.kind != TypeKind::Record)
+         return how == Passing::Text || how == Passing::TextPointer;
       if (base.kind == TypeKind::Record || base.kind == TypeKind::Message || base.kind == TypeKind::Pdu)
          return stores(base.fields);
       return 1;
@@ -119,7 +124,9 @@ private:
       size_t sum = !presenceBits(fields).empty();
       for (auto* field : recordFields(fields)) {
          switch (field->kind) {
-         case Kind::Named: sum += field->type.type != nullptr ? stores(*field->type.type) : 0; break;
+         case Kind::Named:
+            sum += field->init ? 1 : field->type.type != nullptr ? stores(*field->type.type) : 0;
+            break;
          case Kind::Group: sum += stores(field->fields); break;
          case Kind::Choice:
          case Kind::Messages: sum += 2; break;

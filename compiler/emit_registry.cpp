@@ -65,6 +65,9 @@ std::string targetOf(const Type& type) {
 }
 
 std::string sampler(const Type& type) {
+   // One that has no function of its own: straight from the table.
+   if (!hasSample(type))
+      return "[](RtxContext* c) -> void* { return sample(c, " + tableArguments(type) + "); }";
    const std::string call = sampleName(type);
    switch (passing(type)) {
    case Passing::Text:
@@ -96,7 +99,7 @@ void entry(const Type& type, Writer& w) {
                                  recordName(type) + "*>(v)); }"
                          : none) +
           ",");
-   w.line((!type.noSample && hasRecord(type) ? sampler(type) : none) + ",");
+   w.line((hasRecord(type) && !type.noSample ? sampler(type) : none) + ",");
    w.close("   " + quotedLines(explain(type)) + "},");
 }
 
@@ -125,6 +128,7 @@ void emitRegistry(const Model& model, Outputs& out) {
    w.line("#include \"quorva/modules.h\"");
    w.line("#include \"quorva/rtxMemHeap.h\"");
    w.line("#include \"src/walk/registry.h\"");
+   w.line("#include \"src/walk/sample.h\"");
    w.line("#include \"src/walk/table.h\"");
    w.line();
    w.line("namespace quorva::walk {");

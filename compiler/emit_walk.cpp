@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace l3c {
 
@@ -297,7 +298,9 @@ private:
    void one(const Field& field, const std::string& place, const Presence& bits, const std::string& group,
             bool absent, std::vector<RowText>& block) {
       if (field.kind == Kind::Const || (field.kind == Kind::Null && field.name.empty())) return;
+      const Presence* around = std::exchange(bits_, &bits);
       RowText row = this->row(field, place);
+      bits_ = around;
       row.group = group;
       if (auto hit = bits.fields.find(&field); hit != bits.fields.end()) row.presence = hit->second;
       if (absent || sample_->absent(field)) row.flags.push_back("kNoSample");
@@ -440,6 +443,8 @@ private:
       std::vector<size_t> places;
       for (const Arm& arm : field.arms) {
          RowText content = this->row(*arm.field, inner + "u.");
+         if (auto hit = bits_->fields.find(arm.field.get()); hit != bits_->fields.end())
+            content.presence = hit->second;
          places.push_back(add({content}));
       }
       row.first = arms_.size();
@@ -522,13 +527,9 @@ private:
    // Of the type at hand
    const Type* type_ = nullptr;
    const Sample* sample_ = nullptr;
+   const Presence* bits_ = nullptr; // of the record at hand
    std::string record_;
 };
-
-// The table of the module that a type's rows stand in, and the type's number there.
-std::string tableArguments(const Type& type) {
-   return tableName(*baseType(type).module) + ", " + number(typeNumber(type));
-}
 
 void declareTables(const Module& module, Writer& w) {
    std::vector<const Module*> used = {&module};
@@ -615,6 +616,10 @@ void selectors(const Type& pdu, Writer& w) {
 
 } // namespace
 
+std::string tableArguments(const Type& type) {
+   return tableName(*baseType(type).module) + ", " + number(typeNumber(type));
+}
+
 void emitWalk(const Model& model, const Module& module, Outputs& out) {
    Writer printers;
    prologue(module, "Printers and the table that they walk", "print", printers);
@@ -628,7 +633,7 @@ void emitWalk(const Model& model, const Module& module, Outputs& out) {
    prologue(module, "Samples and selectors", "sample", samples);
    for (auto& type : module.types) {
       if (!type->noPrinter) printer(*type, printers);
-      if (!type->noSample && hasRecord(*type)) builder(*type, samples);
+      if (hasSample(*type)) builder(*type, samples);
       if (type->kind == TypeKind::Pdu) selectors(*type, samples);
    }
    out["src/" + module.file + "PrtToStrm.cpp"] = printers.text();

@@ -31,6 +31,10 @@ bool hasRecord(const Type& type) {
    return type.kind != TypeKind::Empty;
 }
 
+bool hasSample(const Type& type) {
+   return hasRecord(type) && !type.noSample && (!type.nested || type.ownSample);
+}
+
 bool hasEncoder(const Type& type) {
    return !type.noEncoder;
 }
@@ -174,6 +178,8 @@ std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>&
       if (field->kind == Kind::Since) bits.push_back({groupName(field->group), nullptr, field->group});
       if (field->optional || field->ieiBits != 0)
          bits.push_back({presenceName(*field), field.get(), field->group});
+      for (auto& arm : field->arms) // a record of its own within an arm has bits of its own
+         if (arm.field->optional) bits.push_back({presenceName(*arm.field), arm.field.get(), field->group});
       if (field->onlyOnWire()) {
          for (auto& inner : presenceBits(field->fields)) bits.push_back(inner);
       }
@@ -277,8 +283,12 @@ namespace {
 bool fieldInits(const Field& field);
 }
 
+static bool isSpare(const Field& field) {
+   return (field.kind == Kind::Uint || field.kind == Kind::Flag) && field.name.starts_with("spare");
+}
+
 bool clearsField(const Field& field) {
-   return field.init || (field.kind == Kind::Uint && field.optional && field.name.starts_with("spare"));
+   return field.init || isSpare(field);
 }
 
 std::string countMember(const Field& field) {
@@ -294,13 +304,15 @@ bool hasInit(const Type& type) {
    case TypeKind::Octets: return base.count == 0;
    case TypeKind::List:
    case TypeKind::Message: return true; // PDU decoders prepare the record of every message
-   case TypeKind::Record:
-      if (!presenceBits(base.fields).empty()) return true;
-      for (auto* field : recordFields(base.fields))
-         if (fieldInits(*field)) return true;
-      return false;
+   case TypeKind::Record: return !isPlain(base);
    default: return false;
    }
+}
+
+bool isPlain(const Type& record) {
+   if (!presenceBits(record.fields).empty()) return false;
+   const auto fields = recordFields(record.fields);
+   return std::none_of(fields.begin(), fields.end(), [](auto* field) { return fieldInits(*field); });
 }
 
 namespace {
@@ -312,7 +324,7 @@ bool fieldInits(const Field& field) {
       return hasInit(*field.type.type) || field.init || how == Passing::Text || how == Passing::TextPointer;
    }
    case Kind::Flag:
-   case Kind::Uint: return clearsField(field);
+   case Kind::Uint: return field.init || (isSpare(field) && field.optional); // spare bits alone give none
    case Kind::Counted:
    case Kind::Sized:
    case Kind::Fill:

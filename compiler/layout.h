@@ -40,9 +40,10 @@ Passing passing(const Type& type);
 
 bool hasRecord(const Type& type); // a C type exists
 bool hasInit(const Type& type);   // asn1Init_ exists
-// An initialiser stores a value in this number: the one that the description gives, or 0 in the spare field
-// of a trailing octet.
+bool isPlain(const Type& record); // nothing in it tells what is there: values alone
+// An initialiser stores a value in this number: the one that the description gives, or 0 in spare bits.
 bool clearsField(const Field& field);
+bool hasSample(const Type& type); // asn1Test_ exists
 bool hasEncoder(const Type& type);
 bool hasDecoder(const Type& type);
 

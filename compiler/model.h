@@ -206,7 +206,8 @@ struct Type {
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<TableRow> table; // Pdu
    struct Module* module = nullptr;
-   bool nested = false; // its name is another type's name, an underscore and a field
+   bool nested = false;    // of a field of another type, whose name and an underscore its own begins with
+   bool ownSample = false; // nested, yet with a builder of samples
 };
 
 struct TestVector {

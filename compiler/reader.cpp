@@ -228,11 +228,12 @@ void Reader::declaration() {
 // Words behind a head, in any order.
 void Reader::typeWords(Type& type) {
    static const std::pair<const char*, bool Type::*> words[] = {
-         {"custom", &Type::custom},     {"noencoder", &Type::noEncoder}, {"nodecoder", &Type::noDecoder},
-         {"nosample", &Type::noSample}, {"noprinter", &Type::noPrinter}, {"unchecked", &Type::unchecked},
-         {"checked", &Type::checked},   {"twins", &Type::twins},         {"tailstop", &Type::tailstop},
-         {"shifts", &Type::shifts},     {"leavetail", &Type::leaveTail}, {"padded", &Type::padded},
-         {"aligned", &Type::aligned},   {"short", &Type::shortForm},     {"amongbits", &Type::amongBits},
+         {"custom", &Type::custom},       {"noencoder", &Type::noEncoder}, {"nodecoder", &Type::noDecoder},
+         {"nosample", &Type::noSample},   {"ownsample", &Type::ownSample}, {"noprinter", &Type::noPrinter},
+         {"unchecked", &Type::unchecked}, {"checked", &Type::checked},     {"twins", &Type::twins},
+         {"tailstop", &Type::tailstop},   {"shifts", &Type::shifts},       {"leavetail", &Type::leaveTail},
+         {"padded", &Type::padded},       {"aligned", &Type::aligned},     {"short", &Type::shortForm},
+         {"amongbits", &Type::amongBits},
    };
    for (bool more = true; more;) {
       more = false;

@@ -31,8 +31,14 @@ public:
          numberGroups(type.fields, groups);
          typeStorage(type);
          fieldStorage(type.fields);
-         type.nested = isNested(type);
       });
+      std::set<const Type*> nested;
+      eachType([&nested](Type& outer) {
+         eachField(outer.fields, [&](Field& field) {
+            if (isNested(field.type, outer)) nested.insert(field.type.type);
+         });
+      });
+      eachType([&nested](Type& type) { type.nested = nested.count(&type) != 0; });
       eachType([this](Type& type) {
          Scope scope;
          scope.all = &type.fields;
@@ -117,11 +123,9 @@ private:
       eachField(type.fields, [&](Field& field) { name(field.type, module); });
    }
 
-   static bool isNested(const Type& type) {
-      for (size_t at = type.name.rfind('_'); at != std::string::npos && at > 0;
-           at = type.name.rfind('_', at - 1))
-         if (type.module->find(type.name.substr(0, at))) return true;
-      return false;
+   static bool isNested(const TypeRef& ref, const Type& outer) {
+      return ref.type != nullptr && ref.type->module == outer.module &&
+             ref.type->name.starts_with(outer.name + '_');
    }
 
    // The groups of a message carry their numbers already; those of releases follow in order.

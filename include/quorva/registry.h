@@ -29,7 +29,10 @@ typedef struct QuorvaType {
    int (*print)(RtxContext* pctxt, const char* name, const void* pvalue);
    /** Puts a record into its empty state. Always 0. */
    int (*init)(void* pvalue);
-   /** A new sample of the type on the context's heap; null if memory is exhausted. */
+   /**
+    * A new sample of the type on the context's heap; null if memory is exhausted. Types that live inside another
+    * one have it too, though no asn1Test_ function.
+    */
    void* (*sample)(RtxContext* pctxt);
    /** The type as an octet figure, lines ended by "\n". */
    const char* explanation;

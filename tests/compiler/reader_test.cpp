@@ -1,6 +1,7 @@
 // What each construct of the language becomes in the model.
 #include "tests/compiler/described.h"
 
+#include "compiler/layout.h"
 #include "compiler/naming.h"
 #include "compiler/walk.h"
 
@@ -240,12 +241,17 @@ TEST(Names, ModulesInOrderAndByPrefix) {
 }
 
 TEST(Names, NestedTypes) {
-   Described all({"module M\nelement A V { x 8 }\nelement A_b V { x 8 }\nelement A_b_c V { x 8 }\n"
-                  "element C_d V { x 8 }\n"});
+   Described all({"module M\nelement A V { x choice { 1 y A_b, 2 z A_own } }\nelement A_b V { x A_b_c }\n"
+                  "element A_b_c V { x 8 }\nelement A_own V ownsample { x 8 }\nelement A_d V { x 8 }\n"
+                  "element C_d V { x A_d }\n"});
    EXPECT_FALSE(all.type("A")->nested);
    EXPECT_TRUE(all.type("A_b")->nested);
    EXPECT_TRUE(all.type("A_b_c")->nested);
+   EXPECT_FALSE(all.type("A_d")->nested) << "A does not use it";
    EXPECT_FALSE(all.type("C_d")->nested);
+   EXPECT_FALSE(hasSample(*all.type("A_b_c")));
+   EXPECT_TRUE(hasSample(*all.type("A_own")));
+   EXPECT_TRUE(hasSample(*all.type("A_d")));
 }
 
 TEST(Names, InC) {

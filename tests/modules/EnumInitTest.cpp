@@ -129,9 +129,17 @@ TEST(Init, ClearsWhatTellsWhatIsThereAndNothingElse) {
    EXPECT_EQ(accept.esmMessageContainer.pduSm.data.t, 0u);
    EXPECT_EQ(accept.cipherKeyData.dataSet.n, 0);
 
+   // Spare bits in optional and in mandatory octets, in a group, in a record without an initialiser.
    const auto availability = dirty(asn1Init_TS24301IE_UERadioCapIdAvailability);
-   EXPECT_EQ(availability.spare2, 0); // the spare field of a trailing octet
-   EXPECT_EQ(availability.spare, 0xFF);
+   EXPECT_EQ(availability.spare2, 0);
+   EXPECT_EQ(availability.spare, 0);
+   EXPECT_EQ(availability.value, 0xFF);
+   EXPECT_EQ(capability.octet11.spare, 0);
+   EXPECT_EQ(accept.result.spare, 0);
+   EXPECT_EQ(static_cast<uint8_t>(accept.result.result), 0xFF);
+   // Values alone go all together.
+   const auto request = dirty(asn1Init_TS24501Msg_IdentityRequest);
+   EXPECT_EQ(request.identity.typeOfIdent, 0u);
 }
 
 TEST(Init, PDU) {

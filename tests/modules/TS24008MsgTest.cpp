@@ -579,4 +579,31 @@ TEST(TS24008Messages, Print) {
    }
 }
 
+// The heap of a context that hands out memory which somebody else has used.
+void* usedMemory(size_t nbytes) {
+   void* memory = std::malloc(nbytes);
+   if (memory != nullptr) std::memset(memory, 0xA5, nbytes);
+   return memory;
+}
+
+// The decoder of an empty traffic flow template leaves its record as it was: what the message's record has
+// there must not be memory of old.
+TEST(SessionMessages, AnEmptyTemplateHoldsNoOldMemory) {
+   RtxContext context;
+   ASSERT_EQ(rtxInitContextExt(&context, usedMemory, std::realloc, std::free), 0);
+   uint8_t octets[] = {0x0A, 0x4A, 0x31, 0x00};
+   TS24008Msg_PDU pdu;
+   asn1Init_TS24008Msg_PDU(&pdu);
+   rtxCtxtSetBufPtr(&context, octets, sizeof octets);
+   ASSERT_EQ(NASDec_TS24008Msg_PDU(&context, &pdu), 0);
+   const auto* message = pdu.data.u.obj_ModifyPDPCtxtRqstMSToNet;
+   EXPECT_EQ(message->m.newTFTPresent, 1);
+   EXPECT_EQ(message->newTFT.length, 0);
+   EXPECT_EQ(message->newTFT.octet1.tftOperationCode, 0u);
+   EXPECT_EQ(message->newTFT.octet1.eBit, 0);
+   EXPECT_EQ(message->newTFT.octet1.numPacketFilters, 0);
+   EXPECT_EQ(message->newTFT.paramList.n, 0u);
+   rtFreeContext(&context);
+}
+
 } // namespace
