@@ -10,7 +10,7 @@ int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pva
    case 1: L3_TRY(e.fields(armInteger<4>("skipInd", pvalue->u.skipInd))); break;
    case 2: {
       L3_TRY(e.push("transId"));
-      // A greater value becomes 7 without a word: deliberate.
+      // A greater value becomes 7, which tells of an extended one, TS 24.007, 11.2.3.1.3.
       const uint32_t value = pvalue->u.transId.value > 7 ? 7 : pvalue->u.transId.value;
       L3_TRY(e.fields(flag("flag", pvalue->u.transId.flag)));
       L3_TRY(e.constant<3>("value", value));
@@ -27,8 +27,8 @@ int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pva
    return e.done();
 }
 
-// Always the first alternative, whatever was encoded: deliberate. The owner of the discriminator
-// re-interprets it.
+// Always the first alternative, whatever was encoded: the discriminator behind it is not known yet, and its
+// owner re-interprets the record.
 int NASDec_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
    Decoder d(pctxt, "TS24007L3Dec");
    L3_TRY(d.begin("L3HdrOptions"));

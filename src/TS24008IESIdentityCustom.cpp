@@ -54,7 +54,7 @@ int encodeTmgi(Coder& e, Tmgi& tmgi) {
    L3_TRY(e.template tracedBits<1>("odd", 0));
    L3_TRY(e.template tracedBits<3>("type", kTmgi));
    L3_TRY(e.template octets<3>("mbmsServiceID", tmgi.mbmsServiceID));
-   // Both are written whatever the indicators and the length say, unlike the decoder: deliberate.
+   // Both are written whatever the indicators and the length say, unlike the decoder.
    L3_TRY(e.template item<quorva::type::TS24008IE_MCCMNCPair>("mcc-mnc", &tmgi.mcc_mnc));
    L3_TRY(e.fields(integer<8>("mbmsSessionID", tmgi.mbmsSessionID)));
    e.pop();
@@ -73,7 +73,7 @@ int decodeTmgi(Coder& d, Tmgi& tmgi, uint8_t digit1) {
    return 0;
 }
 
-// The count is taken as it is: deliberate.
+// No octets: the count is what the length says.
 template <class Coder>
 int encodeNone(Coder& e, uint8_t count) {
    L3_TRY(e.push("none"));
@@ -143,7 +143,7 @@ L3_INLINE static int decode_TS24008IE_MobileIdentity(Coder& d, TS24008IE_MobileI
    case kImsi: L3_TRY(decodeIdentity(d, "imsi", length, odd, digit1, u.imsi)); break;
    case kImei: L3_TRY(decodeIdentity(d, "imei", length, odd, digit1, u.imei)); break;
    case kImeisv: L3_TRY(decodeIdentity(d, "imeisv", length, odd, digit1, u.imeisv)); break;
-   case kTmsi: // four octets, whatever the length, the first digit and the odd bit say: deliberate
+   case kTmsi: // four octets, whatever the length, the first digit and the odd bit say
       L3_TRY(d.push("tmsi"));
       L3_TRY(d.tracedOctets("OCTET STRING", u.tmsi, 4));
       d.pop();
@@ -184,7 +184,7 @@ L3_INLINE static int decode_TS24008IE_PLMNList(Coder& d, TS24008IE_PLMNList* pva
    L3_TRY(d.begin("PLMNList"));
    uint8_t numocts = 0;
    L3_TRY(d.fields(integer<8>("length", numocts)));
-   if (numocts == 0) return d.done(); // the count of the record stays as it was: deliberate
+   if (numocts == 0) return d.done(); // nothing was decoded: the record stays as it was
    if (numocts % 3 != 0) return RTX_E_CONSTRAINT;
    const size_t count = numocts / 3u;
    if (count > kMaxPlmns) return d.badBound(count);
@@ -236,7 +236,7 @@ L3_INLINE static int decode_TS24008IE_MobileStationClassmark2(Coder& d,
                                                                                      &pvalue->octet5));
       pvalue->m.octet5Present = 1;
    }
-   return d.done(); // parts above three are neither refused nor skipped: deliberate
+   return d.done(); // parts above three are left to the scan of the message
 }
 L3_DECODER(TS24008IE_MobileStationClassmark2, kDecoder, (TS24008IE_MobileStationClassmark2 * pvalue),
            (pvalue))
@@ -244,7 +244,7 @@ L3_DECODER(TS24008IE_MobileStationClassmark2, kDecoder, (TS24008IE_MobileStation
 // Multiband supported, TS 24.008, 10.5.1.7: one power class, or two for two bands.
 namespace {
 
-// MBSEnum with 3, which has no name, as a further legal value: deliberate.
+// MBSEnum with 3, which has no name, as a further legal value.
 struct Bands {
    using Record = TS24008IE_MBSEnum;
    static constexpr unsigned bits = 3;
@@ -269,7 +269,7 @@ L3_INLINE static int encode_TS24008IE_MultibandSupported(Coder& e, TS24008IE_Mul
       if (pvalue->supported == 5 || pvalue->supported == 6) {
          L3_TRY(e.fields(armInteger<4>("assocRadioCap2", pvalue->assocRadioCap2)));
       } else {
-         L3_TRY(e.template constant<4>("spare", 0)); // and not assocRadioCap2: deliberate
+         L3_TRY(e.template constant<4>("spare", 0)); // a single band has one power class
       }
       L3_TRY(e.fields(armInteger<4>("assocRadioCap1", pvalue->assocRadioCap1)));
    }
@@ -283,7 +283,7 @@ L3_INLINE static int decode_TS24008IE_MultibandSupported(Coder& d, TS24008IE_Mul
    L3_TRY(d.begin("MultibandSupported"));
    L3_TRY(d.fields(value<Bands>("supported", pvalue->supported),
                    record<quorva::type::TS24008IE_A5Bits>("a5bits", pvalue->a5bits)));
-   // Both half octets go into the record even with a single band, unlike the encoder: deliberate.
+   // Both half octets go into the record even with a single band.
    if (pvalue->supported != 0) {
       L3_TRY(d.fields(armInteger<4>("assocRadioCap2", pvalue->assocRadioCap2),
                       armInteger<4>("assocRadioCap1", pvalue->assocRadioCap1)));

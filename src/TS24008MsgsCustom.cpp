@@ -72,7 +72,7 @@ L3_COLD static int encodeFullHeader(Encoder e, TS24008Msg_PDU* pvalue) {
    L3_TRY(encodeOptions(e, pvalue));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
    uint8_t type = pvalue->msgType;
-   // Another test of the discriminator than that of the identifier's 3 bits, deliberate: session management
+   // Another test of the discriminator than that of the identifier's 3 bits: session management
    // has no octet for a long identifier, and mobility management has one if the field that it does not use
    // says so.
    if (hasSequence(pvalue->protoDiscr)) {

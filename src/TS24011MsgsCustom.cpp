@@ -1,5 +1,5 @@
 // The PDU of the control protocol, TS 24.011, 7.2. The encoder spells the type's name with a hyphen, the
-// decoder with an underscore: deliberate, the trace shows both.
+// decoder with an underscore; readers of a trace go by both.
 
 #include "src/frame/pdu.h"
 #include "src/frame/security.h"
@@ -22,7 +22,7 @@ int NASEnc_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
    return e.done();
 }
 
-// The transaction identifier stays what these options always decode to, a skip indicator: deliberate.
+// The transaction identifier stays what these options always decode to, a skip indicator.
 [[gnu::noinline]] static int decodeFullHeader(Decoder d, TS24011Msg_CP_PDU* pvalue) {
    L3_TRY(d.item("l3HdrOpts", NASDec_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(d.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));

@@ -180,7 +180,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
    pvalue->protoDiscr = TS24007L3_ProtoDiscr_epsMobMgmt;
    pvalue->msgType = 0;
    pvalue->data.t = 23;
-   // The trace stays disabled from here on: deliberate.
+   // The trace stays disabled from here on, until its owner turns it on again.
    auto* request =
          static_cast<TS24301Msg_ServiceRequest*>(rtxMemHeapAlloc(ctxt, sizeof(TS24301Msg_ServiceRequest)));
    if (request == nullptr) return RTX_E_NOMEM;
@@ -191,7 +191,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
       if (received != (mac & 0xFFFF)) macMismatch(d, received, mac & 0xFFFF);
    }
    ctxt->flags &= ~kMessageOpen;
-   return messageStatus(ctxt); // the type's name is not popped on this way: deliberate
+   return messageStatus(ctxt); // the type's name stays pushed on this way; callers find it there
 }
 
 // A message with a security header, or in the full form.
@@ -266,7 +266,7 @@ int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
       request->shortMAC[1] = static_cast<uint8_t>(mac);
       pctxt->bufByteIndex -= 2;
       if (const int status = rtxEncBits(pctxt, mac & 0xFFFF, 16); status < 0) return e.failed(status);
-      return 0; // the type's name is not popped on this way: deliberate
+      return 0; // the type's name stays pushed on this way; callers find it there
    }
    // The code in the header is a placeholder yet.
    if (isProtected) L3_TRY(e.item("secHdr", NASEnc_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));

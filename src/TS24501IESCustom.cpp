@@ -169,7 +169,7 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
       L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_GUTI>("guti", &pvalue->u.guti));
       break;
    case kImei:
-      // The odd indication is taken from the first digit, unlike that of an IMEISV: deliberate.
+      // The odd indication is taken from the first digit, unlike that of an IMEISV.
       L3_TRY(decodeDigits(d, "imei", pvalue->length, leading >> 1 & 1u, leading >> 1, pvalue->u.imei));
       break;
    case kStmsi:
@@ -181,7 +181,7 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
       break;
    case kMac:
       pvalue->u.macaddr.mauri = leading & 1;
-      // "mac" here, "macaddr" in the encoder: deliberate.
+      // "mac" here, "macaddr" in the encoder; readers of a trace go by both.
       L3_TRY(unlessMemory(d.template octets<6>("mac", pvalue->u.macaddr.macaddr)));
       break;
    case kEui64: L3_TRY(unlessMemory(d.template octets<8>("eui-64", pvalue->u.eui_64))); break;

@@ -21,7 +21,8 @@ using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
 constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
 
 // A session message as it stands in a payload container, TS 24.501, 8.3: no security header of its own. The
-// encoder spells the type's name with a hyphen, the decoder with an underscore: deliberate.
+// encoder spells the type's name with a hyphen, the decoder with an underscore; readers of a trace go by
+// both.
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
@@ -40,7 +41,7 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
                    value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
                    integer<8>("procTransIdent", pvalue->procTransIdent),
                    integer<8>("msgType", pvalue->msgType)));
-   // Any other discriminator stands for mobility management: deliberate.
+   // Any other discriminator, which can only be maxProtoDiscr, stands for mobility management.
    const unsigned discriminator = pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
                                         ? TS24501Msg_NAS5GProtoDiscr_sessMgmt5G
                                         : TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
@@ -155,8 +156,9 @@ static bool isCiphered(uint32_t type) {
           type == TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt;
 }
 
-// What is ahead: discriminator, and the security header type of a mobility message. It leaves no trace, but
-// stays in the record. Its codecs have no name of their own and take off the last one, as done() does.
+// What is ahead: discriminator, and the security header type of a mobility message; a session message has
+// none. It leaves no trace, but stays in the record. Its codecs end like all others and take off the name if
+// it is the only one: that of the PDU, so that the names of what follows begin without it, in this PDU alone.
 static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
    RtxContext* ctxt = d.ctxt();
    if (const uint8_t* at = plainHeader(ctxt, 2)) {

@@ -87,7 +87,7 @@ public:
    }
 
    // Length of Bits bits, its bounds, and the container behind it. A failed bound returns directly, with the
-   // trace field open and the name pushed: deliberate.
+   // trace field open and the name pushed: they tell the caller the place.
    template <unsigned Bits, class T>
    L3_INLINE int open(const char* name, T& value, const Limits& limits, Length& length,
                       int line = __builtin_LINE()) {
@@ -269,7 +269,8 @@ public:
       return done(status);
    }
 
-   // Fixed octet string. Its result is not looked at where something follows: deliberate.
+   // Fixed octet string. Its result is not looked at where something follows, which meets the
+   // same end of the data.
    template <size_t N>
    L3_INLINE int octets(const char* name, uint8_t* data, int line = __builtin_LINE()) {
       if (isPlain(ctxt_) && hasOctets(ctxt_, N)) [[likely]] {
@@ -372,7 +373,8 @@ public:
    bool fits(const Length& length, size_t nbits) const { return hot::bitOffset(ctxt_) + nbits <= length.end; }
 
    // Entries each led by a 1, with a 0 behind the last. The end of the data ends the list as a 0 does. Here,
-   // as in the repetitions onto the heap below, an entry without memory returns directly: deliberate.
+   // as in the repetitions onto the heap below, an entry without memory returns directly, and the list's
+   // owner records it.
    template <class N, class T, class Function>
    int repeatFlags(const char* name, N& n, T*& elem, Function decode, int line = __builtin_LINE()) {
       if (name != nullptr) L3_TRY(push(name));

@@ -641,8 +641,8 @@ int Scan::skipUnknown(Decoder decoder, unsigned iei, unsigned last, unsigned cod
       if (const int status = rtxSkipBytes(ctxt, length); status < 0)
          return fail(ctxt, status, decoder.site(line));
    }
-   // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated: deliberate. In a
-   // shifted codeset nothing is reported.
+   // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated, so that a run of
+   // one kind counts as a single error. In a shifted codeset nothing is reported.
    if (((iei & 0x0F) | codeset) == 0 && iei != last) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei));
       const Site where = decoder.site(line);

@@ -89,7 +89,7 @@ public:
    }
 
    // An element out of order, or repeated. What stays in the input depends on its format: after T, half-octet
-   // and TLV-E elements nothing is skipped, and the scan reads on in what should be their value. Deliberate.
+   // and TLV-E elements nothing is skipped, and the scan reads on in what should be their value.
    L3_INLINE int drop(Format format, size_t valueOctets, int line = __builtin_LINE()) {
       previous_ = iei_;
       goOut();
@@ -171,7 +171,8 @@ public:
       while (Scan::next()) {
          if (iei_ >> 4 != 9) [[likely]]
             return true;
-         // A non-locking shift, or one to a lower codeset, changes nothing: deliberate.
+         // A non-locking shift, or one to a lower codeset, changes nothing: no element of another codeset is
+         // known.
          if ((iei_ & 8) == 0 && (iei_ & 7) > codeset_) codeset_ = iei_ & 7;
       }
       return false;

@@ -131,7 +131,7 @@ private:
    }
 
    void enumeration(const Module& module, const Row& row, const char* name, uint64_t value) {
-      literal(name); // a percent sign in it acts as a directive: deliberate
+      literal(name); // a percent sign in it acts as a directive: names are the callers' own
       const Names& names = module.names[row.index];
       if (const RtxEnumItem* item = findValue(names.items, names.count, static_cast<uint32_t>(value)))
          rtxPrintToStream(ctxt_, " = %s\n", item->name);
