@@ -111,7 +111,7 @@ uint32_t rtxOctetBitLen(uint8_t value) {
 
 uint32_t rtxSizeByteCount(size_t value) {
    return value >> 56 != 0 ? 8 : 7;
-} // deliberately no other values
+} // 7 or 8, never less
 
 uint32_t rtxIntByteCount(int32_t value) {
    const auto significant = static_cast<uint32_t>(value < 0 ? ~value : value);

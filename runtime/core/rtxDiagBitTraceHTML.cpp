@@ -68,7 +68,7 @@ public:
       if (!rtxSListAppend(&list_, line)) free(line);
    }
 
-   // Writes one column, its lines parted by line breaks. Characters are deliberately not escaped.
+   // Writes one column, its lines parted by line breaks. Characters are not escaped.
    template <typename Column>
    void write(FILE* file, Column column) const {
       for (const RtxSListNode* node = list_.head; node; node = node->next) {

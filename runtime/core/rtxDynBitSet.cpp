@@ -80,7 +80,7 @@ void rtxDynBitSetClearBit(RtxDynBitSet* set, size_t index) {
    if (index + 1 != set->maxBit && !(index == kTop && set->maxBit == kTop)) return;
    size_t top = set->maxBit == kTop && inMemory(set, kTop) ? kTop : index;
    while (top > 0 && !bitAt(set, top)) --top;
-   set->maxBit = static_cast<uint16_t>(std::min(top + 1, kTop)); // deliberately 1 if no bit is left
+   set->maxBit = static_cast<uint16_t>(std::min(top + 1, kTop)); // 1 if no bit is left
 }
 
 int rtxDynBitSetTestBit(const RtxDynBitSet* set, size_t index) {

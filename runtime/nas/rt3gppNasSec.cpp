@@ -119,8 +119,8 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
    RtxNasSecContext& sec = *pctxt->nasSec;
 
    if (integAlg != algAes) {
-      // Deliberately ahead of the refusal: an unknown number takes the old keys away and leaves the old
-      // numbers.
+      // Ahead of the refusal: an unknown number takes the old keys away, so that nothing is coded with them,
+      // and leaves the old numbers.
       releaseSubkeys(pctxt, sec);
       if (cipherAlg != algAes) releaseSchedules(pctxt, sec);
       if (integAlg != algNull) return refuseAlgorithm(pctxt, "integrity algorithm", integAlg);
@@ -138,7 +138,7 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
       if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
       rtxCryptAES128KeyExpansion(cipherSchedule(sec), cipherKey);
    } else if (cipherAlg != algNull) {
-      // Deliberately behind the expansion of the integrity key, which stays in force.
+      // Behind the expansion of the integrity key, which stays in force.
       return refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg);
    }
 
@@ -177,7 +177,7 @@ int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t*
    if (data == nullptr && length != 0) return recordNewFailure(pctxt, RTX_E_NULL);
 
    const size_t total = length + prefixSize;
-   if (total < prefixSize) { // wrapped around: deliberately in the caller's own octets
+   if (total < prefixSize) { // wrapped around: in the caller's own octets, as there is no memory of that size
       storeWord(data, prefixOf(sec));
       *mac = macOver(sec, data, total);
       return RTX_OK;

@@ -47,7 +47,7 @@ int stringToDyn(RtxContext* pctxt, const char* str, Dyn* dyn, bool tbcd) {
    if (octets == nullptr) return RTX_E_NOMEM;
    const int count = stringToDigits(str, octets, size, tbcd);
    if (count >= 0) dyn->numocts = static_cast<decltype(dyn->numocts)>(count);
-   dyn->data = octets; // deliberately whatever the conversion gave
+   dyn->data = octets; // whatever the conversion gave
    return count;
 }
 
@@ -79,11 +79,11 @@ const char* rtBCDToString(size_t numOctets, const uint8_t* octets, char* str, si
    size_t count = 0;
    for (size_t i = 0; i / 2 < numOctets; ++i) {
       const unsigned nibble = nibbleAt(octets, i, tbcd);
-      // A filler of telephony BCD is deliberately passed over, not taken as the end.
+      // A filler of telephony BCD is passed over, not taken as the end.
       if (tbcd && nibble == tbcdFiller) continue;
       if (!tbcd && nibble > 9) break;
       str[count++] = tbcdToChar(nibble);
-      if (count == strSize) return str; // deliberately without a NUL
+      if (count == strSize) return str; // full: no room for a NUL
    }
    str[count] = 0;
    return str;

@@ -95,8 +95,8 @@ int rtx3GPPEncMobileIdentityType1(RtxContext* pctxt, uint32_t type, const char* 
 
 int rtx3GPPDecMobileIdentityType1(RtxContext* pctxt, size_t length, uint8_t odd, uint8_t firstDigit,
                                   char* str, size_t strSize) {
-   // The count of octets behind the first is taken modulo 256, and one is read even if there are none: both
-   // deliberate. The room is checked for what is really stored.
+   // The count of octets behind the first is taken modulo 256, and one is read even if there are none. The
+   // room is checked for what is really stored.
    const size_t count = (length - 1) & 0xFF;
    const size_t octets = count == 0 ? 1 : count;
    if (2 * octets + (odd == 0 ? 0 : 1) >= strSize) return recordFailure(pctxt, RTX_E_OVERFLOW);
@@ -130,7 +130,7 @@ int rtx3GPPDecL3NonImperative(RtxContext* pctxt, int shifts) {
       uint8_t length;
       if ((stat = readBits(pctxt, &length, 8)) != RTX_OK) return stat;
       if (iei < 16 && codeset == 0) {
-         // Deliberately by the high nibble and fatal, other than in the scan of optional elements.
+         // By the high nibble and fatal, other than in the scan of optional elements: nothing here is known.
          rtxErrAddStrParm(pctxt, "comprehension required on unknown IEI");
          return recordFailure(pctxt, RTX_E_UNSUPPORTED);
       }

@@ -39,7 +39,7 @@ int rtx3GPPEncGSMCharStr(RtxContext* pctxt, const char* str) {
    unsigned phase = 0; // place of the septet among eight
    for (; *str != 0; ++str, phase = (phase + 1) % 8) {
       const auto ch = static_cast<unsigned char>(*str);
-      // Deliberately the escape alone: one character is one septet.
+      // The escape alone, so that one character stays one septet.
       const unsigned septet = gsmIsExtended(ch) ? gsmEscape : gsmRevCharSet[ch];
       if (phase != 0) {
          const auto octet = static_cast<uint8_t>(carry | septet << (8 - phase));

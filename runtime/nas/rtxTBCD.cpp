@@ -66,7 +66,7 @@ int rtxQ825TBCDToString(size_t numOctets, const uint8_t* octets, char* str, size
             return RTX_OK;
          }
          *str++ = tbcdToChar(nibble);
-         if (str == end) return RTX_E_OVERFLOW; // deliberately without a NUL
+         if (str == end) return RTX_E_OVERFLOW; // full: no room for a NUL
       }
    }
    *str = 0;

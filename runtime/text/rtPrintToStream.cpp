@@ -97,7 +97,7 @@ int rtPrintToStreamIpv4Addr(RtxContext* pctxt, const char* name, size_t numocts,
 
 int rtPrintToStreamIpv6Addr(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s = ", name));
-   // Each octet goes out without a leading zero, deliberately.
+   // Each octet goes out without a leading zero.
    for (size_t i = 0; data && i < numocts; ++i)
       QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, i % 2 == 1 && i + 1 < numocts ? "%x:" : "%x", data[i]));
    return rtxPrintToStream(pctxt, "\n");
@@ -114,7 +114,7 @@ int rtPrintToStreamTBCDStr(RtxContext* pctxt, const char* name, size_t numocts, 
 
 int rtPrintToStreamOIDValue2(RtxContext* pctxt, uint32_t numids, const uint32_t* subid) {
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "{ "));
-   // Signed, deliberately: an arc from 2^31 on shows as a negative number.
+   // Signed: an arc from 2^31 on shows as a negative number.
    for (uint32_t i = 0; subid && i < numids; ++i)
       QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%d ", static_cast<int32_t>(subid[i])));
    return rtxPrintToStream(pctxt, "}\n");

@@ -151,7 +151,7 @@ int rtBitStringDumpToList(RtxContext* pctxt, uint32_t numbits, const uint8_t* da
    if (numbits % 8 != 0) {
       char bits[9];
       partialOctetText(data[whole], numbits % 8, bits);
-      // Deliberately, a full line takes the partial octet as a 17th item, but one of 15 octets does not.
+      // A full line takes the partial octet as a 17th item, but one of 15 octets does not.
       if (whole % octetsPerLine == 15) QUORVA_PRINT_STEP(line.close());
       line.add(bits);
    }

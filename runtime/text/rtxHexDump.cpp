@@ -170,7 +170,7 @@ int rtxHexDumpToNamedFileNoAscii(const char* fileName, const uint8_t* data, size
 int rtxHexDumpFileContents(const char* inFileName) {
    FILE* in = nullptr;
    if (rtxFileOpen(&in, inFileName, "r") != RTX_OK) return RTX_E_FILE_READ;
-   // The input stays open, deliberately, here and in the next function.
+   // The input stays open, here and in the next function.
    return dumpContents(in, stdout);
 }
 
@@ -195,7 +195,7 @@ int rtxHexDumpToStringEx(const uint8_t* data, size_t numocts, char* buffer, size
    bool fits = true;
    dump(data, numocts, groupSize, [&](DumpLine& line, bool full) {
       const char* chars = full ? line.chars() : line.trimmedChars();
-      // The two limits leave out the NUL, deliberately: with no room for it the line end is dropped.
+      // The two limits leave out the NUL: with no room for it the line end is dropped.
       const size_t needed = full ? 66 : strlen(chars) + 50;
       fits = bufsize - offset >= needed;
       if (!fits) return false;

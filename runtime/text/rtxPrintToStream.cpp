@@ -105,7 +105,7 @@ int rtxPrintToStreamFile(RtxContext* pctxt, const char* fileName) {
    if (rtxFileOpen(&file, fileName, "r") != RTX_OK) return RTX_E_FILE_NOT_FOUND;
    char line[1024];
    while (fgets(line, sizeof(line), file)) {
-      // The line is the format itself, deliberately: such a file is a template.
+      // The line is the format itself: such a file is a template.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
       rtxPrintToStream(pctxt, line);

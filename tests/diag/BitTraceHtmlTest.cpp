@@ -40,7 +40,7 @@ const std::string tail = "</table>\n"
                          "</body>\n"
                          "</html>\n";
 
-// Elements stay open, deliberately: code in the title, the cell of the digits, and thead above.
+// Elements stay open: code in the title, the cell of the digits, and thead above.
 std::string row(const std::string& title, const std::string& offsets, const std::string& bits,
                 const std::string& hex, const std::string& chars) {
    return "<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n" + title + "<br/>\n" + offsets +
@@ -61,7 +61,7 @@ TEST(BitTraceHtml, IsThePageToTheLetter) {
    rtxSkipBits(&message.ctxt, 2);
    message.read("b", "OCTET STRING", 33);
    message.read(nullptr, "NULL", 0);
-   // The skipped bits don't count: 30, not 3c. Characters are deliberately not escaped.
+   // The skipped bits don't count: 30, not 3c. Characters are not escaped.
    const std::string page =
          head +
          row("m.a INTEGER", "bit offset: 0 bit count: 4 next bit offset: 6",

@@ -107,7 +107,7 @@ std::vector<std::string> blocksOf(const Leaves& leaves, const Family& family) {
 }
 
 // They end inside a group or ahead of the first one, where fields without a flag of their own follow:
-// deliberately a failure. The last one was made by a codec whose tighterCapability has two bits.
+// a failure. The last one was made by a codec whose tighterCapability has two bits.
 const std::set<std::string> kFailing = {"classmark-3-4", "ms-ra-capability-1", "ms-ra-capability-2",
                                         "ms-ra-capability-7"};
 

@@ -134,7 +134,7 @@ TEST(TS24008Header, Trace) {
                                        "PDU.transId.value INTEGER 8", "PDU.msgType INTEGER 8"}));
 }
 
-// The nibble and the octet behind it ask for different discriminators: deliberate.
+// The nibble and the octet behind it ask for different discriminators.
 TEST(TS24008Header, LongIdentifierOfEachProtocol) {
    struct Case {
       uint32_t protocol;

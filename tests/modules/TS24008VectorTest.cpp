@@ -11,7 +11,7 @@ namespace {
 using namespace quorva::test;
 
 // Their radio access capability ends with the last group of a release that the newest decoder knows. Its
-// container stays open then and hides the optional elements, deliberately; an older decoder reads them.
+// container stays open then and hides the optional elements; an older decoder reads them.
 const std::set<std::string_view> kEndOnGroup = {"attach-request-1", "attach-request-2",
                                                 "routing-area-update-request-1",
                                                 "routing-area-update-request-2"};

@@ -136,7 +136,7 @@ TEST(EpsElements, TrackingAreaLists) {
    EXPECT_EQ(encodedAs(NASEnc_TS24301IE_TrackingAreaIdentList, list).substr(0, 4), "-16 ");
 }
 
-// Counted strings are tested by the decoder alone: deliberate.
+// Counted strings are tested by the decoder alone.
 TEST(EpsElements, CountedStrings) {
    TS24301IE_NASMessageContainer container{};
    container.numocts = 1;
@@ -432,7 +432,7 @@ TEST(EpsSecurity, OctetsThatHaveLeftTheBuffer) {
 }
 
 // The look ahead is not traced. The short form stays so to its end and beyond, as nothing switches the trace
-// on again: that is deliberate, and so is that the names are left as they are.
+// on again, and the names are left as they are.
 TEST(EpsSecurity, TraceOfTheLookAhead) {
    std::string trace;
    TS24301Msg_PDU pdu;

@@ -50,7 +50,7 @@ std::string traceOf(TestContext& context, const std::function<int(RtxContext*)>&
    return names;
 }
 
-// Some names differ between the directions: deliberate.
+// Some names differ between the directions.
 TEST(Trace5GS, NamesOfTheDirections) {
    const auto both = [](const char* type, const char* hex) {
       Message message(type);

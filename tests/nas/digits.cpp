@@ -79,7 +79,7 @@ TEST(Bcd, FromTextOntoTheHeap) {
    EXPECT_EQ(rtStringToDynBCD64(ctx, "", &wide, 0), 0);
    EXPECT_EQ(wide.numocts, 0u);
 
-   // The pointer is deliberately stored even if the conversion fails; the count is not.
+   // The pointer is stored even if the conversion fails; the count is not.
    wide = {77, nullptr};
    EXPECT_EQ(rtStringToDynBCD64(ctx, nullptr, &wide, 0), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(wide.numocts, 77u);
@@ -129,7 +129,7 @@ TEST(Bcd, ToText) {
 }
 
 TEST(Tbcd, FromArray) {
-   // A filler ends the text; a full room deliberately has no NUL.
+   // A filler ends the text; a full room has no NUL.
    const struct {
       const char* octets;
       size_t size;

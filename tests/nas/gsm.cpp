@@ -84,7 +84,7 @@ TEST(GsmText, AnyLengthAndEachSeptet) {
          const Octets octets = packed(septets);
          ASSERT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), expected.c_str()), 0);
          ASSERT_EQ(ctx.written(), hexFromOctets(octets));
-         // The seventh octet deliberately gives two septets, even if one was asked for.
+         // The seventh octet gives two septets, even if one was asked for.
          ASSERT_EQ(decoded(octets, septets.size()), expected + (septets.size() % 8 == 7 ? "@" : ""));
       }
    }
@@ -104,7 +104,7 @@ TEST(GsmText, ExtensionTable) {
    EXPECT_EQ(decoded(packed({'a', gsmEscape}), 2), "a") << "nothing follows the escape";
 }
 
-// The encoder deliberately writes the escape alone, which its own decoder can't read back.
+// The encoder writes the escape alone, which its own decoder can't read back.
 TEST(GsmText, EncoderWritesTheEscapeAlone) {
    TestContext ctx;
    EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), "["), 0);

@@ -100,7 +100,7 @@ TEST(MobileIdentity, DecodesRealOnes) {
 
 TEST(MobileIdentity, DecodesOddLengths) {
    TestContext ctx;
-   // Even: the last high nibble is dropped, whatever it is. Length 1 deliberately reads an octet all the
+   // Even: the last high nibble is dropped, whatever it is. Length 1 reads an octet all the
    // same.
    EXPECT_EQ(identity(ctx, octetsFromHex("113244"), 3, 8), std::make_pair(0, std::string("1234")));
    EXPECT_EQ(identity(ctx, octetsFromHex("1932"), 1, 8), std::make_pair(0, std::string("123")));

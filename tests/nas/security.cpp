@@ -166,7 +166,7 @@ TEST_P(Security, AnyLengthIsRestoredAndOnlyTheDataChanges) {
    }
 }
 
-// A length to which 8 can't be added deliberately works on the caller's octets.
+// A length to which 8 can't be added works on the caller's octets.
 TEST_P(Security, WrappedLengthWritesThePrefixOverTheData) {
    ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
    situation(0x11223344, 5, 1);

@@ -55,7 +55,7 @@ TEST_F(BitStrPrinters, PartsLines) {
    EXPECT_EQ(Lines{"80"}, lines(8));
    EXPECT_EQ((Lines{"80 1xxxxxxx"}), lines(9));
    EXPECT_EQ(Lines{line15}, lines(120));
-   // A line of 15 octets never takes the partial one, a line of 16 does: deliberate.
+   // A line of 15 octets never takes the partial one, a line of 16 does.
    EXPECT_EQ((Lines{line15, "1xxxxxxx"}), lines(121));
    EXPECT_EQ(Lines{line16}, lines(128));
    EXPECT_EQ(Lines{line16 + " 1xxxxxxx"}, lines(129));

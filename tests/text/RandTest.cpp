@@ -28,7 +28,7 @@ TEST(Rand, NumbersAreTheDrawWithinTheSpan) {
       };
       EXPECT_EQ(drawn(rtxRandUInt32, 10u, 19u), x % 10 + 10);
       EXPECT_EQ(drawn(rtxRandInt32, -5, 4), static_cast<int32_t>(x % 10) - 5);
-      // The span is one short at the ends of the range: deliberate.
+      // The span is one short at the ends of the range.
       EXPECT_EQ(drawn(rtxRandUInt32, 0u, UINT32_MAX), x % UINT32_MAX);
       EXPECT_EQ(drawn(rtxRandInt32, INT32_MIN, INT32_MIN + 2), static_cast<int32_t>(x % 2 + 0x80000000u));
       // Wide numbers: two draws, and a coin for the upper half.
@@ -102,7 +102,7 @@ TEST(Rand, FebruaryHasItsLastDayInTheWrongYears) {
       }
    }
    EXPECT_EQ(last[0], 28); // a leap year
-   EXPECT_EQ(last[1], 29); // and none: deliberate
+   EXPECT_EQ(last[1], 29); // and none
 }
 
 TEST(NumericEnum, RangesWithBothEnds) {

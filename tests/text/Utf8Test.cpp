@@ -61,7 +61,7 @@ TEST(UTF8, RefusesBadSequences) {
       EXPECT_EQ(RTX_E_BAD_UTF8, rtxUTF8DecodeChar(nullptr, octets.data(), &size)) << hex;
       EXPECT_EQ(octets.size(), size);
    }
-   // Overlong forms are deliberately let through.
+   // Overlong forms are let through.
    const uint8_t overlong[] = {0xC0, 0x80};
    size_t size = 2;
    EXPECT_EQ(0, rtxUTF8DecodeChar(nullptr, overlong, &size));

@@ -129,7 +129,7 @@ TEST_F(ValuePrinters, Addresses) {
    const uint8_t octets[] = {0x20, 0x01, 0x0D, 0xB8, 0x00};
    EXPECT_EQ("n = 32.1.13.184\n", take(rtPrintToStreamIpv4Addr(pctxt, "n", 4, octets)));
    EXPECT_EQ("n = \n", take(rtPrintToStreamIpv4Addr(pctxt, "n", 0, octets)));
-   // Octets have no leading zeros, deliberately: 201, not 2001.
+   // Octets have no leading zeros: 201, not 2001.
    EXPECT_EQ("n = 201:db8\n", take(rtPrintToStreamIpv6Addr(pctxt, "n", 4, octets)));
    EXPECT_EQ("n = 201:db8:0\n", take(rtPrintToStreamIpv6Addr(pctxt, "n", 5, octets)));
    EXPECT_EQ("n = \n", take(rtPrintToStreamIpv6Addr(pctxt, "n", 0, octets)));
@@ -145,7 +145,7 @@ TEST_F(ValuePrinters, TelephonyDigits) {
 
 TEST_F(ValuePrinters, ObjectIdentifiers) {
    const RtxOID oid = {3, {1, 2, 0x80000000}};
-   // Signed, deliberately.
+   // Signed.
    EXPECT_EQ("{ 1 2 -2147483648 }\n", take(rtPrintToStreamOIDValue(pctxt, &oid)));
    EXPECT_EQ("n = { 1 2 -2147483648 }\n", take(rtPrintToStreamOID(pctxt, "n", &oid)));
    EXPECT_EQ("{ }\n", take(rtPrintToStreamOIDValue2(pctxt, 0, nullptr)));

@@ -17,7 +17,7 @@ using testing::Not;
 static const auto kVectors = quorva::test::loadVectors(QUORVA_TEST_DATA "/vectors/nas-security.txt");
 
 // Its network names are in UCS-2, whose number of characters the decoder takes from the place in the buffer
-// rather than from the element, deliberately: they do not decode.
+// rather than from the element: they do not decode.
 static bool hasUcs2Name(const quorva::test::Vector& vector) {
    return vector.name.find("configuration-update-command") != std::string::npos;
 }
