@@ -100,4 +100,23 @@ TEST_F(Program, WritesSourcesTheSameEachTime) {
    EXPECT_GE(files, 4u);
 }
 
+// What is exported is told about, in a line of its own.
+TEST_F(Program, GivesEachFunctionWords) {
+   const std::string path =
+         file("a.l3d", "module M file MES\nenum E 8 { one 1, two 2 }\nnumber N 8\noctets O LV 1..8\n"
+                       "digits D 15\nlist L E [1..4]\nelement X LV { a 8, b? tail }\nmessage A { x X }\n"
+                       "pdu P custom { protoDiscr 8, msgType 8, data messages }\n"
+                       "table P { 01 02 1 obj_A A }\n");
+   ASSERT_EQ(run("--out " + (folder / "made").string() + ' ' + path), 0) << err();
+   std::istringstream header(contents(folder / "made/include/quorva/M.h"));
+   size_t functions = 0;
+   std::string ahead;
+   for (std::string line; std::getline(header, line); ahead = line) {
+      if (line.rfind("QUORVA_API", 0) != 0) continue;
+      ++functions;
+      EXPECT_TRUE(ahead.rfind("/** ", 0) == 0 && ahead.find(". */") != std::string::npos) << line;
+   }
+   EXPECT_GT(functions, 20u);
+}
+
 } // namespace
