@@ -188,4 +188,23 @@ TEST(SORTransparentContainer, TheChoiceByItselfHasASelector) {
    EXPECT_EQ(again.u.ack.dataType, 1);
 }
 
+// Two arms of choices have a presence bit in the record around them, which the encoder asks.
+TEST(OptionalArms, GoByTheirBits) {
+   TestContext context;
+   TS24501IE_ATSSSParamList parameter{};
+   const std::string rules = "01 00 0b 00 09 01 01 01 00 01 01 02 01 01";
+   EXPECT_EQ(decode(context, rules, NASDec_TS24501IE_ATSSSParamList, &parameter), 0);
+   EXPECT_EQ(parameter.m.rulesPresent, 1);
+   EXPECT_EQ(encode(context, NASEnc_TS24501IE_ATSSSParamList, &parameter), rules);
+   parameter.m.rulesPresent = 0;
+   EXPECT_EQ(encode(context, NASEnc_TS24501IE_ATSSSParamList, &parameter), "status -16") << "no length of 3";
+   TS24501IE_ReceivedMBSInfo info{};
+   const std::string head = "12 00 06 00 00 01 00 f1 10 ", cells = "08 00 00 00 00 01 00 f1 10";
+   EXPECT_EQ(decode(context, head + cells, NASDec_TS24501IE_ReceivedMBSInfo, &info), 0);
+   EXPECT_EQ(info.m.cgiPresent, 1);
+   EXPECT_EQ(encode(context, NASEnc_TS24501IE_ReceivedMBSInfo, &info), head + cells);
+   info.m.cgiPresent = 0;
+   EXPECT_EQ(encode(context, NASEnc_TS24501IE_ReceivedMBSInfo, &info), head + "00");
+}
+
 } // namespace
