@@ -30,8 +30,8 @@ typedef struct QuorvaType {
    /** Puts a record into its empty state. Always 0. */
    int (*init)(void* pvalue);
    /**
-    * A new sample of the type on the context's heap; null if memory is exhausted. Types that live inside another
-    * one have it too, though no asn1Test_ function.
+    * A new sample of the type on the context's heap; null if memory is exhausted. Types that live inside
+    * another one have it too, though no asn1Test_ function.
     */
    void* (*sample)(RtxContext* pctxt);
    /** The type as an octet figure, lines ended by "\n". */
