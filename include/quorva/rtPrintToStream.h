@@ -53,6 +53,9 @@ QUORVA_API int rtPrintToStreamIpv6Addr(RtxContext* pctxt, const char* name, size
 QUORVA_API int rtPrintToStreamTBCDStr(RtxContext* pctxt, const char* name, size_t numocts,
                                       const uint8_t* data);
 
+/** `name = ` and the text of rtxDateTimeToString. -1 for a record that has none, with the line left open. */
+QUORVA_API int rtPrintToStreamDateTime(RtxContext* pctxt, const char* name, const RtxDateTime* value);
+
 /** `{ 1 2 3 }`, with no name. */
 QUORVA_API int rtPrintToStreamOIDValue(RtxContext* pctxt, const RtxOID* value);
 QUORVA_API int rtPrintToStreamOIDValue2(RtxContext* pctxt, uint32_t numids, const uint32_t* subid);

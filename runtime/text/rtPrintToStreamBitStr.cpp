@@ -1,5 +1,4 @@
-// Printers of bit strings.
-#include <cstdlib>
+// Printers of bit strings to the print stream.
 #include <cstring>
 
 #include "quorva/rtPrintToStream.h"
@@ -7,8 +6,10 @@
 #include "quorva/rtxHexDump.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStatus.h"
-#include "quorva/rtxUTF8.h"
-#include "runtime/text/textSteps.h"
+#include "runtime/text/valueText.h"
+
+namespace text = quorva::text;
+using quorva::StreamSink;
 
 namespace {
 
@@ -42,11 +43,6 @@ private:
    RtxSList list_;
 };
 
-// Bits of a string that are stored when `dataSize` octets of it are.
-uint32_t storedBits(uint32_t numbits, size_t dataSize) {
-   return dataSize >= (numbits + size_t{7}) / 8 ? numbits : static_cast<uint32_t>(dataSize * 8);
-}
-
 // Collects items, closes lines.
 class LineWriter {
 public:
@@ -75,11 +71,12 @@ private:
    char line_[lineSize];
 };
 
-int printBraceText(RtxContext* pctxt, const char* name, uint32_t numbits, uint32_t stored,
-                   const uint8_t* data, const uint8_t* extData) {
+int printBraceText(RtxContext* pctxt, const char* name, const text::Bits& bits) {
+   const uint32_t numbits = bits.numbits;
+   const uint8_t* extData = bits.extData;
    if (numbits == 0) return rtxPrintToStream(pctxt, "%s = { 0 }\n", name);
    BitLines lines(pctxt);
-   const int status = rtBitStringDumpToList(pctxt, stored, data, lines.list());
+   const int status = rtBitStringDumpToList(pctxt, bits.stored, bits.data, lines.list());
    if (numbits < firstLongBits) {
       if (status != RTX_OK) return status;
       return extData ? rtxPrintToStream(pctxt, "%s = { %u, %s, 0x%x }\n", name, numbits, lines.first(),
@@ -100,40 +97,15 @@ int printBraceText(RtxContext* pctxt, const char* name, uint32_t numbits, uint32
    return rtxPrintToStream(pctxt, "}\n");
 }
 
-int printDotText(RtxContext* pctxt, const char* name, uint32_t numbits, uint32_t stored, const uint8_t* data,
-                 const char* conn) {
+int printDotText(RtxContext* pctxt, const char* name, const text::Bits& bits, const char* conn) {
+   const uint32_t numbits = bits.numbits;
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%snumbits = %u\n", name, conn, numbits));
    if (numbits == 0) return rtxPrintToStream(pctxt, "%s%sdata = NULL\n", name, conn);
    BitLines lines(pctxt);
-   QUORVA_PRINT_STEP(rtBitStringDumpToList(pctxt, stored, data, lines.list()));
+   QUORVA_PRINT_STEP(rtBitStringDumpToList(pctxt, bits.stored, bits.data, lines.list()));
    if (numbits < firstLongBits) return rtxPrintToStream(pctxt, "%s%sdata = %s\n", name, conn, lines.first());
    QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%sdata =\n", name, conn));
    return lines.forEach([&](const char* line) { return rtxPrintToStream(pctxt, "%s\n", line); });
-}
-
-int printNamedHead(RtxContext* pctxt, const char* name, uint32_t numbits, const char* conn) {
-   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
-   QUORVA_PRINT_STEP(
-         rtxPrintToStream(pctxt, "%s%snumbits = %lu\n", name, conn, static_cast<unsigned long>(numbits)));
-   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
-   return rtxPrintToStream(pctxt, "%s%sdata = ", name, conn);
-}
-
-// What follows the named bits of a string whose end is stored apart.
-int printRemainingBits(RtxContext* pctxt, uint32_t numbits, const uint8_t* data) {
-   const uint32_t whole = numbits / 8;
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, numbits > 71 ? " \n" : " "));
-   for (uint32_t i = 0; i < whole; ++i) {
-      if (i > 0) QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, i % octetsPerLine == 0 ? "\n" : " "));
-      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "0x%02X", data[i]));
-   }
-   if (numbits % 8 != 0) {
-      char bits[9];
-      partialOctetText(data[whole], numbits % 8, bits);
-      const char* fmt = whole % octetsPerLine == 15 ? "\n%.8s" : whole == 0 ? "%.8s" : " %.8s";
-      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, fmt, bits));
-   }
-   return 0;
 }
 
 } // namespace
@@ -160,80 +132,46 @@ int rtBitStringDumpToList(RtxContext* pctxt, uint32_t numbits, const uint8_t* da
 
 int rtBitStringDumpNamed(RtxContext* pctxt, uint32_t numbits, const uint8_t* data, size_t nameCount,
                          const uint32_t* bitNumbers, const char* const* bitNames) {
-   if (!data) numbits = 0;
-   size_t size = size_t{5} * numbits + sizeof("()");
-   for (size_t i = 0; i < nameCount; ++i) size += rtxUTF8LenBytes(bitNames[i]);
-   char* text = static_cast<char*>(malloc(size));
-   if (!text) return 0;
-   char* end = text;
-   *end++ = '(';
-   for (uint32_t bit = 0; bit < numbits; ++bit) {
-      for (size_t i = 0; i < nameCount; ++i) {
-         if (bitNumbers[i] != bit) continue;
-         const size_t len = rtxUTF8LenBytes(bitNames[i]);
-         if (len > 0) memcpy(end, bitNames[i], len);
-         end += len;
-         break;
-      }
-      *end++ = '(';
-      *end++ = rtxTestBit(data, numbits, bit) ? '1' : '0';
-      *end++ = ')';
-      if (bit + 1 < numbits) {
-         *end++ = ',';
-         *end++ = ' ';
-      }
-   }
-   *end++ = ')';
-   *end = '\0';
-   const int status = rtxPrintToStream(pctxt, "%s", text);
-   free(text);
-   return status;
+   return text::namedBitDump(StreamSink(pctxt), numbits, data, {nameCount, bitNumbers, bitNames});
 }
 
 int rtPrintToStreamBitStr(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
                           const char* conn) {
-   return printDotText(pctxt, name, numbits, numbits, data, conn);
+   return printDotText(pctxt, name, text::wholeBits(numbits, data), conn);
 }
 
 int rtPrintToStreamBitStrExt(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
                              size_t dataSize, const uint8_t* extData, const char* conn) {
-   QUORVA_PRINT_STEP(printDotText(pctxt, name, numbits, storedBits(numbits, dataSize), data, conn));
+   QUORVA_PRINT_STEP(printDotText(pctxt, name, text::splitBits(numbits, data, dataSize, extData), conn));
    return extData ? rtxPrintToStream(pctxt, "%s%sextdata = 0x%x\n", name, conn, *extData) : 0;
 }
 
 int rtPrintToStreamBitStrBraceText(RtxContext* pctxt, const char* name, uint32_t numbits,
                                    const uint8_t* data) {
-   return printBraceText(pctxt, name, numbits, numbits, data, nullptr);
+   return printBraceText(pctxt, name, text::wholeBits(numbits, data));
 }
 
 int rtPrintToStreamBitStrBraceTextExt(RtxContext* pctxt, const char* name, uint32_t numbits,
                                       const uint8_t* data, size_t dataSize, const uint8_t* extData) {
-   return printBraceText(pctxt, name, numbits, storedBits(numbits, dataSize), data, extData);
+   return printBraceText(pctxt, name, text::splitBits(numbits, data, dataSize, extData));
 }
 
 int rtPrintToStreamBitStrBin(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
                              const char* conn) {
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%snumbits = %u\n", name, conn, numbits));
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s%sdata = ", name, conn));
-   for (uint32_t i = 0; data && i < numbits; ++i)
-      QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, rtxTestBit(data, numbits, i) ? "1" : "0"));
-   return rtxPrintToStream(pctxt, "\n");
+   return text::bitStrBin(StreamSink(pctxt), name, text::wholeBits(numbits, data), conn, false);
 }
 
 int rtPrintToStreamBitStrNamed(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
                                const char* conn, size_t nameCount, const uint32_t* bitNumbers,
                                const char* const* bitNames) {
-   QUORVA_PRINT_STEP(printNamedHead(pctxt, name, numbits, conn));
-   QUORVA_PRINT_STEP(rtBitStringDumpNamed(pctxt, numbits, data, nameCount, bitNumbers, bitNames));
-   return rtxPrintToStream(pctxt, "\n");
+   const text::BitNames names = {nameCount, bitNumbers, bitNames};
+   return text::bitStr(StreamSink(pctxt), name, text::wholeBits(numbits, data), conn, &names, true);
 }
 
 int rtPrintToStreamBitStrNamedExt(RtxContext* pctxt, const char* name, uint32_t numbits, const uint8_t* data,
                                   size_t dataSize, const uint8_t* extData, const char* conn, size_t nameCount,
                                   const uint32_t* bitNumbers, const char* const* bitNames) {
-   const uint32_t stored = storedBits(numbits, dataSize);
-   QUORVA_PRINT_STEP(printNamedHead(pctxt, name, numbits, conn));
-   QUORVA_PRINT_STEP(rtBitStringDumpNamed(pctxt, stored, data, nameCount, bitNumbers, bitNames));
-   if (stored < numbits && extData) QUORVA_PRINT_STEP(printRemainingBits(pctxt, numbits - stored, extData));
-   return rtxPrintToStream(pctxt, "\n");
+   const text::BitNames names = {nameCount, bitNumbers, bitNames};
+   return text::bitStr(StreamSink(pctxt), name, text::splitBits(numbits, data, dataSize, extData), conn,
+                       &names, true);
 }

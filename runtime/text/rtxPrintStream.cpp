@@ -6,13 +6,11 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 #include "runtime/core/rtxInline.h"
-#include "runtime/text/textSteps.h"
+#include "runtime/text/valueText.h"
 
 RtxPrintStream g_PrintStream = {nullptr, nullptr};
 
 namespace {
-
-constexpr uint16_t indentStep = 3;
 
 // Indent of printing without a context.
 uint32_t processIndent = 0;
@@ -103,27 +101,25 @@ void rtxPrintToStreamResetIndent(RtxContext* pctxt) {
 
 void rtxPrintToStreamIncrIndent(RtxContext* pctxt) {
    if (pctxt)
-      pctxt->indent = static_cast<uint16_t>(pctxt->indent + indentStep);
+      quorva::increaseIndent(pctxt->indent);
    else
-      processIndent += indentStep;
+      quorva::increaseIndent(processIndent);
 }
 
 void rtxPrintToStreamDecrIndent(RtxContext* pctxt) {
    if (pctxt)
-      pctxt->indent = static_cast<uint16_t>(pctxt->indent > indentStep ? pctxt->indent - indentStep : 0);
+      quorva::decreaseIndent(pctxt->indent);
    else
-      processIndent = processIndent > indentStep ? processIndent - indentStep : 0;
+      quorva::decreaseIndent(processIndent);
 }
 
 int rtxPrintToStreamOpenBrace(RtxContext* pctxt, const char* name) {
-   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s {\n", name));
+   QUORVA_PRINT_STEP(quorva::text::openBrace(quorva::StreamSink(pctxt), name));
    rtxPrintToStreamIncrIndent(pctxt);
    return 0;
 }
 
 int rtxPrintToStreamCloseBrace(RtxContext* pctxt) {
    rtxPrintToStreamDecrIndent(pctxt);
-   QUORVA_PRINT_STEP(rtxPrintToStreamIndent(pctxt));
-   return rtxPrintToStream(pctxt, "}\n");
+   return quorva::text::closeBrace(quorva::StreamSink(pctxt));
 }

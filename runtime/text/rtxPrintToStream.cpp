@@ -1,85 +1,61 @@
-// Printers of common values.
+// Printers of common values to the print stream.
 #include "quorva/rtxPrintToStream.h"
-
-#include <cinttypes>
 
 #include "quorva/rtxFile.h"
 #include "quorva/rtxHexDump.h"
 #include "quorva/rtxStatus.h"
-#include "runtime/text/textSteps.h"
+#include "runtime/text/valueText.h"
 
-namespace {
-
-// Longest octet string that takes one line.
-constexpr size_t maxHexLine = 32;
-
-const char* textOrNull(const char* text) {
-   return text ? text : "(null)";
-}
-
-} // namespace
+using quorva::StreamSink;
+namespace text = quorva::text;
 
 int rtxPrintToStreamBoolean(RtxContext* pctxt, const char* name, uint8_t value) {
-   return rtxPrintToStream(pctxt, "%s = %s\n", name, value ? "true" : "false");
+   return text::boolean(StreamSink(pctxt), name, value != 0);
 }
 
 int rtxPrintToStreamInteger(RtxContext* pctxt, const char* name, int32_t value) {
-   return rtxPrintToStream(pctxt, "%s = %d\n", name, value);
+   return text::int32(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamUnsigned(RtxContext* pctxt, const char* name, uint32_t value) {
-   return rtxPrintToStream(pctxt, "%s = %u\n", name, value);
+   return text::uint32(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamInt64(RtxContext* pctxt, const char* name, int64_t value) {
-   return rtxPrintToStream(pctxt, "%s = %" PRId64 "\n", name, value);
+   return text::int64(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamUInt64(RtxContext* pctxt, const char* name, uint64_t value) {
-   return rtxPrintToStream(pctxt, "%s = %" PRIu64 "\n", name, value);
+   return text::uint64(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamReal(RtxContext* pctxt, const char* name, double value) {
-   return rtxPrintToStream(pctxt, "%s = %g\n", name, value);
+   return text::real(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamNull(RtxContext* pctxt, const char* name) {
-   return rtxPrintToStream(pctxt, "%s = <null>\n", name);
+   return text::null(StreamSink(pctxt), name);
 }
 
-int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* text) {
-   return rtxPrintToStream(pctxt, "%s = '%s'\n", name, textOrNull(text));
+int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* value) {
+   return text::charStr(StreamSink(pctxt), name, value);
 }
 
-int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* text) {
-   return rtxPrintToStreamCharStr(pctxt, name, text);
+int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* value) {
+   return text::charStr(StreamSink(pctxt), name, value);
 }
 
-int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* text,
+int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* value,
                                    int32_t nunits) {
-   if (!text) return 0;
-   size_t count = 0;
-   if (nunits < 0) {
-      while (text[count]) ++count;
-   } else {
-      count = static_cast<size_t>(nunits);
-   }
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s = '", name));
-   QUORVA_PRINT_STEP(quorva::printUnits(pctxt, text, count));
-   return rtxPrintToStream(pctxt, "'\n");
+   return text::unicode(StreamSink(pctxt), name, value, nunits);
 }
 
 int rtxPrintToStreamHexStrPlain(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s = 0x", name));
-   for (size_t i = 0; data && i < numocts; ++i) QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%02x", data[i]));
-   return rtxPrintToStream(pctxt, "\n");
+   return text::hexStrPlain(StreamSink(pctxt), name, numocts, data);
 }
 
 int rtxPrintToStreamHexStr(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {
-   if (numocts <= maxHexLine) return rtxPrintToStreamHexStrPlain(pctxt, name, numocts, data);
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s =\n", name));
-   rtxHexDumpToStream(pctxt, data, numocts);
-   return 0;
+   return text::hexStr(StreamSink(pctxt), name, numocts, data);
 }
 
 int rtxPrintToStreamHexStrNoAscii(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {
@@ -89,15 +65,11 @@ int rtxPrintToStreamHexStrNoAscii(RtxContext* pctxt, const char* name, size_t nu
 }
 
 int rtxPrintToStreamHexBinary(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s.numocts = %zu\n", name, numocts));
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s.data = \n", name));
-   rtxHexDumpToStream(pctxt, data, numocts);
-   return 0;
+   return text::hexBinary(StreamSink(pctxt), name, numocts, data);
 }
 
 int rtxPrintToStreamNVP(RtxContext* pctxt, const char* name, const RtxNVP* value) {
-   QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%s.name  = '%s'\n", name, textOrNull(value->name)));
-   return rtxPrintToStream(pctxt, "%s.value = '%s'\n", name, textOrNull(value->value));
+   return text::nameValue(StreamSink(pctxt), name, value);
 }
 
 int rtxPrintToStreamFile(RtxContext* pctxt, const char* fileName) {

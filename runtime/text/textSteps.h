@@ -31,19 +31,6 @@ inline void partialOctetText(uint8_t octet, unsigned nbits, char dest[9]) {
    dest[8] = '\0';
 }
 
-/** Prints the units of a text; what is not printable shows as 0x and all its digits. */
-template <typename Unit>
-int printUnits(RtxContext* pctxt, const Unit* data, size_t nunits) {
-   for (size_t i = 0; data && i < nunits; ++i) {
-      const uint32_t unit = data[i];
-      if (isPrintable(unit))
-         QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "%c", static_cast<char>(unit)));
-      else
-         QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, "0x%0*x", static_cast<int>(2 * sizeof(Unit)), unit));
-   }
-   return 0;
-}
-
 /** Text of a digit of a telephony BCD string; the filler is empty. */
 inline const char* tbcdDigitText(unsigned digit) {
    static constexpr char texts[16][2] = {"0", "1", "2", "3", "4", "5", "6", "7",
