@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "quorva/rtPrintToStream.h"
+#include "quorva/rtPrintToString.h"
 #include "quorva/rtxBits.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxDiag.h"
@@ -59,6 +60,27 @@ void bitStrings(RtxContext* pctxt, const uint8_t* data, size_t size, uint32_t nu
    rtPrintToStreamBitStrNamedExt(pctxt, "n", numbits, data, stored, data + stored, ".", 1, &number, &name);
 }
 
+// Texts of any size: never past the end, and always with a NUL.
+void texts(const uint8_t* data, size_t size, size_t room) {
+   const auto numbits = static_cast<uint32_t>(8 * size);
+   const auto numocts = static_cast<uint32_t>(size);
+   const uint32_t number = 3;
+   const char* const name = "three";
+   std::vector<char> text(room);
+   char* const b = text.data();
+   int statuses = rtPrintToStringOctStr("n", numocts, data, ".", b, room);
+   statuses |= rtPrintToStringHexStr("n", size, data, b, room);
+   statuses |= rtPrintToStringBitStrExt("n", numbits, data, size / 2, data, ".", b, room);
+   statuses |= rtPrintToStringBitStrNamedExt("n", numbits, data, size / 2, data + size / 2, ".", 1, &number,
+                                             &name, b, room);
+   statuses |= rtPrintToStringTBCDStr("n", size, data, b, room);
+   check(statuses == 0 || statuses == -1);
+   check(room == 0 || memchr(b, 0, room));
+   rtBitStrToString(numbits, data, b, room);
+   rtOctStrToString(numocts, data, b, room);
+   check(room == 0 || b[room - 1] == 0);
+}
+
 // Each octet steers one step of a codec.
 void trace(RtxContext* pctxt, const uint8_t* data, size_t size) {
    std::vector<uint8_t> message(data, data + size);
@@ -99,6 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    utf8(data + 1, size - 1);
    dumps(&ctxt, data + 1, size - 1, argument % 20);
    bitStrings(&ctxt, data + 1, size - 1, argument * 7u);
+   texts(data + 1, size - 1, argument * size_t{argument} / 8);
    trace(&ctxt, data + 1, size - 1);
    rtFreeContext(&ctxt);
    return 0;

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -94,9 +95,9 @@ void checkRow(const Row& row) {
    for (size_t size = 0; size <= whole.size() + 2; ++size) {
       SCOPED_TRACE(size);
       std::vector<char> buffer(size); // to the octet, for AddressSanitizer
-      memcpy(buffer.data(), before.c_str(), std::min(size, before.size() + 1));
+      std::copy_n(before.c_str(), std::min(size, before.size() + 1), buffer.data());
       const int status = row.string(buffer.data(), size);
-      const std::string left(buffer.data(), strnlen(buffer.data(), size));
+      const std::string left(buffer.begin(), std::find(buffer.begin(), buffer.end(), '\0'));
       // The dump takes its last line end for dispensable, see rtxHexDumpToStringEx.
       if ((row.dump && size == whole.size()) || size == row.oddSize) continue;
       EXPECT_EQ(left, whole.substr(0, left.size()));
@@ -332,7 +333,9 @@ TEST(PrintFamilies, BitStrings) {
       const char* last;
    } lengths[] = {{0, ""},  {3, "101xxxxx"},   {8, ""},   {11, "101xxxxx"},  {64, ""},  {71, "1010100x"},
                   {72, ""}, {121, "1xxxxxxx"}, {128, ""}, {129, "1xxxxxxx"}, {256, ""}, {259, "101xxxxx"}};
-   for (const auto& [n, last] : lengths) {
+   for (const auto& length : lengths) {
+      const uint32_t n = length.numbits;
+      const char* const last = length.last;
       const std::string upper = dump(n, "0x%02X", last), lower = dump(n, "0x%02x", last);
       const std::string head = "n.numbits = " + std::to_string(n) + "\nn.data = ";
       const std::string brace = "n = { " + std::to_string(n) + ", ";

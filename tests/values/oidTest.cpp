@@ -158,7 +158,8 @@ TEST(ObjectIdentifierContents, DecodesArcs) {
       const int32_t numocts = row.numocts == -2 ? static_cast<int32_t>(octets.size()) : row.numocts;
       const int status = rtDecOIDSubIds(ctxt, subids.data(), row.room, numocts);
       std::string result;
-      for (int i = 0; i < status; ++i) result += (i > 0 ? "." : "") + std::to_string(subids[i]);
+      for (int i = 0; i < status; ++i)
+         result += (i > 0 ? "." : "") + std::to_string(subids[static_cast<size_t>(i)]);
       EXPECT_EQ(row.result, status < 0 ? std::to_string(status) : result);
       EXPECT_EQ(status < 0 ? status : 0, rtxErrGetStatus(ctxt));
    }
