@@ -7,6 +7,7 @@
 
 #include "quorva/registry.h"
 #include "quorva/rt3gppNasSec.h"
+#include "quorva/rt3GPPTS32297.h"
 #include "quorva/rtBCD.h"
 #include "quorva/rtOID.h"
 #include "quorva/rtPLMNidentity.h"
@@ -33,6 +34,7 @@
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxMemHeapLayout.h"
+#include "quorva/rtxPcapFile.h"
 #include "quorva/rtxPrint.h"
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxRand.h"

@@ -31,29 +31,8 @@
 
 namespace {
 
+using quorva_test::standardOutput;
 using Strings = std::vector<std::string>;
-
-// What a call writes to standard output, which is a pipe meanwhile.
-template <typename Call>
-std::string standardOutput(Call call) {
-   fflush(stdout);
-   int ends[2];
-   EXPECT_EQ(0, pipe(ends));
-   const int kept = dup(1);
-   dup2(ends[1], 1);
-   close(ends[1]);
-   call();
-   fflush(stdout);
-   dup2(kept, 1);
-   close(kept);
-   std::string text(1 << 16, '\0');
-   size_t used = 0;
-   for (ssize_t got; (got = read(ends[0], &text[used], text.size() - used)) > 0;)
-      used += static_cast<size_t>(got);
-   close(ends[0]);
-   text.resize(used);
-   return text;
-}
 
 struct Row {
    const char* what;
