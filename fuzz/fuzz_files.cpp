@@ -31,14 +31,14 @@ void charging(RtxContext* ctxt, std::vector<uint8_t>& octets) {
    if (length >= 0) {
       need(static_cast<size_t>(length) <= octets.size() && ctxt->bufByteIndex == static_cast<size_t>(length));
       rtPrtToStrmTS32297FileHdr(ctxt, &hdr);
+      const bool whole = static_cast<uint32_t>(length) == hdr.headerLength && hdr.lowReleaseExtPresent;
       hdr.highRelease = numberOf(hdr.highRelease);
       hdr.lowRelease = numberOf(hdr.lowRelease);
       std::vector<uint8_t> written(rtTS32297CalcFileHdrLen(&hdr));
       give(ctxt, written);
       need(rtEncTS32297FileHdr(ctxt, &hdr) == static_cast<int>(written.size()));
       // What was read whole comes back as it was.
-      if (static_cast<uint32_t>(length) == hdr.headerLength && hdr.lowReleaseExtPresent)
-         need(memcmp(written.data(), octets.data(), written.size()) == 0);
+      if (whole) need(memcmp(written.data(), octets.data(), written.size()) == 0);
       // A filter longer than its file is refused, in what was written as well.
       give(ctxt, written);
       need(rtDecTS32297FileHdr(ctxt, &again) == static_cast<int>(written.size()) || hdr.fileLength < 65536);
