@@ -46,6 +46,8 @@
 #include "quorva/rtxTBCD.h"
 #include "quorva/rtxTypes.h"
 #include "quorva/rtxUTF8.h"
+#include "quorva/rtxUTF8Convert.h"
+#include "quorva/rtxUTF8Value.h"
 
 #include "quorva/modules.h"
 

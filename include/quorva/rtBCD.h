@@ -6,15 +6,9 @@
 #ifndef QUORVA_RTBCD_H
 #define QUORVA_RTBCD_H
 
-#include "quorva/rtxCommon.h"
+#include "quorva/rtxTypes.h"
 
 QUORVA_BEGIN_DECLS
-
-/** As RtxDynOctStr, with a count of the width of a size. */
-typedef struct RtxDynOctStr64 {
-   size_t numocts;
-   const uint8_t* data;
-} RtxDynOctStr64;
 
 /**
  * Converts a text into telephony BCD. The first character that is no digit ends it silently, and so do `size`

@@ -22,6 +22,24 @@ typedef struct RtxOID64 {
    uint64_t subid[RTX_MAX_SUBIDS];
 } RtxOID64;
 
+/** As RtxDynOctStr, with a count of the width of a size. */
+typedef struct RtxDynOctStr64 {
+   size_t numocts;
+   const uint8_t* data;
+} RtxDynOctStr64;
+
+/** As RtxDynBitStr, with a count of the width of a size. */
+typedef struct RtxDynBitStr64 {
+   size_t numbits;
+   const uint8_t* data;
+} RtxDynBitStr64;
+
+/** Named bit of a bit string: one row of a table that ends with a null name. */
+typedef struct RtxNamedBit {
+   const char* name;
+   uint32_t bitNumber; /**< 0 is the most significant bit of the first octet. */
+} RtxNamedBit;
+
 /** Text of 16-bit units; no terminator. */
 typedef struct Rtx16BitCharString {
    uint32_t nchars;

@@ -1,6 +1,6 @@
 /**
  * @file rtxUTF8.h
- * UTF-8 texts: the single-character coder, lengths, comparison, copies on the heap, 16-bit conversion.
+ * UTF-8 texts: the single-character coder, lengths, comparison, search, copies, 16-bit units to text.
  * The coder is the older UTF-8 of up to six octets: code points up to 31 bits, overlong forms and surrogates
  * are all accepted.
  */
@@ -68,6 +68,46 @@ QUORVA_API char* rtxUTF8Strndup(RtxContext* pctxt, const char* text, size_t nbyt
  * @return The text or its copy. Null for null, or when memory fails (not recorded).
  */
 QUORVA_API char* rtxUTF8StrRefOrDup(RtxContext* pctxt, const char* text);
+
+/**
+ * Copies a text; one that is too long is cut between two characters. The result always has its NUL.
+ * @param bufsiz  Size of `dest` in octets.
+ * @return dest, or null if the text was cut or an argument is null or the size 0.
+ */
+QUORVA_API char* rtxUTF8Strcpy(char* dest, size_t bufsiz, const char* src);
+
+/** As rtxUTF8Strcpy, of at most `nbytes` octets of the source; a NUL among them ends it. */
+QUORVA_API char* rtxUTF8Strncpy(char* dest, size_t bufsiz, const char* src, size_t nbytes);
+
+/** Joins up to five pieces in new heap memory; a null piece is absent. Null if memory fails (not recorded).
+ */
+QUORVA_API char* rtxUTF8StrJoin(RtxContext* pctxt, const char* s1, const char* s2, const char* s3,
+                                const char* s4, const char* s5);
+
+/**
+ * First place of a character in a text; 0 finds the terminating NUL. Null if the character is not there, or
+ * behind a bad sequence, or for a null text.
+ */
+QUORVA_API char* rtxUTF8StrChr(const char* text, uint32_t codePoint);
+
+/**
+ * Leaves out white space (blank, tab to carriage return) at both ends of a text, without copying.
+ * @param nbytes  Octets of `text`.
+ * @param ptext   Receives the first octet that is left.
+ * @return Octets that are left.
+ */
+QUORVA_API size_t rtxUTF8RemoveWhiteSpace(const char* text, size_t nbytes, const char** ptext);
+
+/**
+ * Takes the next token that white space ends off a text, in place: a NUL replaces the white space behind it.
+ * @param text   The text on the first call, null on the later ones.
+ * @param pnext  Where to go on; kept by the caller between the calls.
+ * @return The token, or null if there is none left.
+ */
+QUORVA_API char* rtxUTF8StrNextTok(char* text, char** pnext);
+
+/** The code point of the sequence at `octets`, of at most `nbytes` octets; RTX_E_BAD_UTF8 (not recorded). */
+QUORVA_API int32_t rtxUTF8CharToWC(const uint8_t* octets, size_t nbytes);
 
 /** Hash of a text for the maps with text keys; that of a null text is that of the empty one. */
 QUORVA_API uint32_t rtxUTF8StrHash(const char* text);

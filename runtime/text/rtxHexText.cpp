@@ -8,21 +8,14 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStatus.h"
 #include "quorva/rtxUTF8.h"
+#include "runtime/core/ascii.h"
 
 namespace {
 
 constexpr int maxDifferences = 101;
 
-// Value of a digit, -1 for any other character.
-int digitValue(char c) {
-   if (c >= '0' && c <= '9') return c - '0';
-   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-   return -1;
-}
-
 bool isSeparator(char c) {
-   return c == ' ' || c == ',' || (c >= '\t' && c <= '\r');
+   return c == ',' || quorva::isSpace(c);
 }
 
 // Reads a text token by token.
@@ -37,7 +30,7 @@ public:
       const bool first = at_ == start_;
       if (end_ - at_ >= 2 && at_[0] == '0' && (at_[1] == 'x' || at_[1] == 'X')) at_ += 2;
       digits_ = at_;
-      while (at_ != end_ && digitValue(*at_) >= 0) ++at_;
+      while (at_ != end_ && quorva::hexDigitValue(*at_) >= 0) ++at_;
       bad_ = at_ != end_ && !isSeparator(*at_);
       alone_ = first && at_ == end_;
       return !bad_;
@@ -109,8 +102,8 @@ int rtxHexCharsToBin(const char* text, size_t nchars, uint8_t* out, size_t size)
       while (left > 0) {
          if (used == size) return RTX_E_TOO_SMALL;
          const bool single = left == 1 || (left % 2 == 1 && tokens.oddDigitFirst());
-         int octet = digitValue(*digit++);
-         if (!single) octet = octet << 4 | digitValue(*digit++);
+         int octet = quorva::hexDigitValue(*digit++);
+         if (!single) octet = octet << 4 | quorva::hexDigitValue(*digit++);
          out[used++] = static_cast<uint8_t>(octet);
          left -= single ? 1 : 2;
       }

@@ -3,25 +3,16 @@
 #include <climits>
 #include <cstring>
 
-#include "quorva/rtxError.h"
+#include "quorva/rtxCharStr.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStatus.h"
-#include "runtime/core/rtxInline.h"
+#include "runtime/core/ascii.h"
 #include "runtime/values/heapText.h"
+#include "runtime/values/utf8Steps.h"
+
+using quorva::failed;
 
 namespace {
-
-// Records a status in the context, if there is one, and gives what the caller is to return.
-int failed(RtxContext* pctxt, int status) {
-   return pctxt ? quorva::recordNewFailure(pctxt, status) : status;
-}
-
-int badSequence(RtxContext* pctxt, uint32_t position) {
-   if (!pctxt) return RTX_E_BAD_UTF8;
-   rtxErrNewNode(pctxt);
-   rtxErrAddUIntParm(pctxt, position);
-   return quorva::recordFailure(pctxt, RTX_E_BAD_UTF8);
-}
 
 // Octets of the sequence that a lead octet of 0x80 or above begins; 0 if it can't begin one.
 size_t sequenceSize(uint8_t lead) {
@@ -41,6 +32,13 @@ size_t encodedSize(const uint16_t* text, size_t nunits) {
 }
 
 } // namespace
+
+int quorva::badUTF8(RtxContext* pctxt, size_t position) {
+   if (!pctxt) return RTX_E_BAD_UTF8;
+   rtxErrNewNode(pctxt);
+   rtxErrAddSizeParm(pctxt, position);
+   return recordFailure(pctxt, RTX_E_BAD_UTF8);
+}
 
 size_t rtxUTF8CharSize(uint32_t codePoint) {
    if (codePoint < 0x80) return 1;
@@ -64,17 +62,17 @@ int rtxUTF8EncodeChar(uint32_t codePoint, uint8_t* dest, size_t size) {
 
 int32_t rtxUTF8DecodeChar(RtxContext* pctxt, const uint8_t* octets, size_t* pSize) {
    if (!octets || !pSize) return failed(pctxt, RTX_E_BAD_UTF8);
-   if (*pSize == 0) return badSequence(pctxt, 0);
+   if (*pSize == 0) return quorva::badUTF8(pctxt, 0);
    if (octets[0] < 0x80) {
       *pSize = 1;
       return octets[0];
    }
    const size_t nocts = sequenceSize(octets[0]);
-   if (nocts == 0 || *pSize < nocts) return badSequence(pctxt, 0);
+   if (nocts == 0 || *pSize < nocts) return quorva::badUTF8(pctxt, 0);
    // The lead octet carries 7 - nocts bits.
    uint32_t codePoint = octets[0] & (0x7Fu >> nocts);
    for (size_t i = 1; i < nocts; ++i) {
-      if ((octets[i] & 0xC0) != 0x80) return badSequence(pctxt, 0);
+      if ((octets[i] & 0xC0) != 0x80) return quorva::badUTF8(pctxt, 0);
       codePoint = codePoint << 6 | (octets[i] & 0x3F);
    }
    *pSize = nocts;
@@ -141,6 +139,61 @@ char* rtxUTF8StrRefOrDup(RtxContext* pctxt, const char* text) {
       if (void* shared = rtxMemHeapAutoPtrRef(pctxt, ptr)) return static_cast<char*>(shared);
    }
    return rtxUTF8Strdup(pctxt, text);
+}
+
+char* rtxUTF8Strcpy(char* dest, size_t bufsiz, const char* src) {
+   return rtxUTF8Strncpy(dest, bufsiz, src, SIZE_MAX);
+}
+
+char* rtxUTF8Strncpy(char* dest, size_t bufsiz, const char* src, size_t nbytes) {
+   size_t len = src ? strnlen(src, nbytes) : 0;
+   const bool fits = len < bufsiz;
+   if (!fits && bufsiz > 0) {
+      len = bufsiz - 1;
+      while (len > 0 && (src[len] & 0xC0) == 0x80) --len;
+   }
+   return rtxStrncpy(dest, bufsiz, src, len) && fits ? dest : nullptr;
+}
+
+char* rtxUTF8StrJoin(RtxContext* pctxt, const char* s1, const char* s2, const char* s3, const char* s4,
+                     const char* s5) {
+   return rtxStrDynJoin(pctxt, s1, s2, s3, s4, s5);
+}
+
+char* rtxUTF8StrChr(const char* text, uint32_t codePoint) {
+   size_t left = rtxUTF8LenBytes(text);
+   while (left > 0) {
+      size_t used = left;
+      const int32_t here = rtxUTF8DecodeChar(nullptr, reinterpret_cast<const uint8_t*>(text), &used);
+      if (here < 0) return nullptr;
+      if (static_cast<uint32_t>(here) == codePoint) break;
+      text += used;
+      left -= used;
+   }
+   return left > 0 || (text && codePoint == 0) ? const_cast<char*>(text) : nullptr;
+}
+
+size_t rtxUTF8RemoveWhiteSpace(const char* text, size_t nbytes, const char** ptext) {
+   if (!text) nbytes = 0;
+   for (; nbytes > 0 && quorva::isSpace(*text); --nbytes) ++text;
+   while (nbytes > 0 && quorva::isSpace(text[nbytes - 1])) --nbytes;
+   if (ptext) *ptext = text;
+   return nbytes;
+}
+
+char* rtxUTF8StrNextTok(char* text, char** pnext) {
+   if (!text) text = *pnext;
+   if (!text) return nullptr;
+   while (quorva::isSpace(*text)) ++text;
+   char* end = text;
+   while (*end && !quorva::isSpace(*end)) ++end;
+   *pnext = *end ? end + 1 : end;
+   *end = '\0';
+   return end != text ? text : nullptr;
+}
+
+int32_t rtxUTF8CharToWC(const uint8_t* octets, size_t nbytes) {
+   return rtxUTF8DecodeChar(nullptr, octets, &nbytes);
 }
 
 uint32_t rtxUTF8StrHash(const char* text) {
