@@ -14,16 +14,6 @@ using quorva::failed;
 
 namespace {
 
-// Octets of the sequence that a lead octet of 0x80 or above begins; 0 if it can't begin one.
-size_t sequenceSize(uint8_t lead) {
-   if (lead < 0xC0) return 0;
-   if (lead < 0xE0) return 2;
-   if (lead < 0xF0) return 3;
-   if (lead < 0xF8) return 4;
-   if (lead < 0xFC) return 5;
-   return lead < 0xFE ? 6 : 0;
-}
-
 // Octets of a 16-bit text in UTF-8 without a NUL.
 size_t encodedSize(const uint16_t* text, size_t nunits) {
    size_t size = 0;
@@ -67,7 +57,7 @@ int32_t rtxUTF8DecodeChar(RtxContext* pctxt, const uint8_t* octets, size_t* pSiz
       *pSize = 1;
       return octets[0];
    }
-   const size_t nocts = sequenceSize(octets[0]);
+   const size_t nocts = quorva::utf8SequenceSize(octets[0]);
    if (nocts == 0 || *pSize < nocts) return quorva::badUTF8(pctxt, 0);
    // The lead octet carries 7 - nocts bits.
    uint32_t codePoint = octets[0] & (0x7Fu >> nocts);
