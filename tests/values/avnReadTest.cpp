@@ -104,7 +104,7 @@ TEST(ValueReader, BitStrings) {
 
 // Bits that turn out to be digits need four times the room, which must be there before they are moved.
 TEST(ValueReader, DigitsThatGrow) {
-   for (const size_t size : {1, 3})
+   for (const size_t size : {1u, 3u})
       expectAll(bits(size), {{"'10110011'H", "-1"}, {"'101100112'H", "-1|'H"}, {"'10110011'B", "8:b3"}});
    expectAll(bits(4), {{"'10110011'H", "32:10110011"}, {"'101100112'H", "-1|'H"}});
    expectAll(bits(5), {{"'101100112'H", "36:1011001120"}, {"'1011001F2'H", "36:1011001f20"}});
@@ -118,7 +118,7 @@ TEST(ValueReader, DigitsThatGrow) {
    };
    expectAll(octets, {{"'0101'H", "0101"}, {"'01010'H", "-1"}, {"'0101010101010101'B", "5555"}});
    // Beyond a fixed part the rest goes to the heap, wherever the parts meet.
-   for (const size_t size : {0, 1, 2, 7}) {
+   for (const size_t size : {0u, 1u, 2u, 7u}) {
       const Reader split = [size](RtxContext* c, std::string& value) {
          Octets data(size);
          uint8_t* more = nullptr;

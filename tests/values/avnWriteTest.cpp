@@ -83,7 +83,7 @@ TEST(ValueWriter, TextsAndNumbers) {
    const Rtx16BitCharString bmp = {3, narrow};
    EXPECT_EQ(writtenBy([&](RtxContext* c) { return rtAvnWriteBMPStr(c, &bmp); }),
              "\"\"\"\u00e9\xED\xA0\xBD\"");
-   for (const uint32_t count : {2, 3}) {
+   for (const uint32_t count : {2u, 3u}) {
       const Rtx32BitCharString univ = {count, wide};
       EXPECT_EQ(writtenBy([&](RtxContext* c) { return rtAvnWriteUnivStr(c, &univ); }),
                 count == 2 ? "\"a\U0001F600\"" : "-23 ?");

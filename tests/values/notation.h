@@ -40,7 +40,7 @@ inline std::string readBy(const Reader& reader, const std::string& text) {
    rtxCtxtSetBufPtr(&c, octets.get(), text.size());
    const int status = reader(&c, value);
    const std::string result = outcome(c, status, value, text.substr(c.bufByteIndex));
-   for (size_t chunk : {1, 7, 4096}) {
+   for (size_t chunk : {1u, 7u, 4096u}) {
       Streamed s(RTX_STREAM_READ, Octets(text.begin(), text.end()));
       static_cast<Transport&>(s).chunk = chunk;
       value.clear();
