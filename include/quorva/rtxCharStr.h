@@ -52,6 +52,9 @@ QUORVA_API char* rtxStrJoin(char* dest, size_t bufsiz, const char* s1, const cha
 QUORVA_API char* rtxStrDynJoin(RtxContext* pctxt, const char* s1, const char* s2, const char* s3,
                                const char* s4, const char* s5);
 
+/** Copy of a text on the heap. Null for null, or when memory fails (not recorded). */
+QUORVA_API char* rtxStrdup(RtxContext* pctxt, const char* text);
+
 /** Cuts white space off the end of a text, in place. Returns the text. */
 QUORVA_API char* rtxStrTrimEnd(char* text);
 

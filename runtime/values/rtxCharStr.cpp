@@ -107,6 +107,10 @@ char* rtxStrDynJoin(RtxContext* pctxt, const char* s1, const char* s2, const cha
    return text ? rtxStrJoin(text, size, s1, s2, s3, s4, s5) : nullptr;
 }
 
+char* rtxStrdup(RtxContext* pctxt, const char* text) {
+   return rtxUTF8Strdup(pctxt, text);
+}
+
 char* rtxStrTrimEnd(char* text) {
    if (!text) return nullptr;
    size_t len = strlen(text);
