@@ -32,7 +32,7 @@ int readName(RtxContext* pctxt, RtxMemBuf* buf, bool (*begins)(char)) {
       status = peekTwoChars(pctxt, next);
       if (status < 2 || !isAlphanumeric(next[1])) break;
       status = dropChar(pctxt);
-      if (status == RTX_OK) status = rtxMemBufAppend(buf, reinterpret_cast<const uint8_t*>("-"), 1);
+      if (status == RTX_OK) status = appendOctets(buf, "-", 1);
       if (status < 0) break;
    }
    return std::min(status, 0);
@@ -103,7 +103,7 @@ public:
    int append(uint32_t codePoint) {
       if (codePoint > std::numeric_limits<Unit>::max()) return recordNewFailure(pctxt, RTX_E_OVERFLOW);
       const auto unit = static_cast<Unit>(codePoint);
-      return rtxMemBufAppend(this, reinterpret_cast<const uint8_t*>(&unit), sizeof unit);
+      return appendOctets(this, &unit, sizeof unit);
    }
 
    size_t size() const { return usedCount / sizeof(Unit); }

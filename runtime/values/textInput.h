@@ -5,6 +5,8 @@
 #ifndef QUORVA_RUNTIME_VALUES_TEXTINPUT_H
 #define QUORVA_RUNTIME_VALUES_TEXTINPUT_H
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "quorva/rtxError.h"
@@ -29,6 +31,22 @@ int takeChar(RtxContext* pctxt, char* pchar);
 /** Passes over white space, and adds its octets to `*pcount`. */
 int skipSpace(RtxContext* pctxt, size_t* pcount);
 
+/**
+ * Appends octets that are not the buffer's own. The buffer doubles, so that the time for a long text grows
+ * with its length; in a static heap, which is small, it grows by no more than its step.
+ */
+inline int appendOctets(RtxMemBuf* buf, const void* octets, size_t numocts) {
+   if (numocts > buf->capacity - buf->usedCount) {
+      const RtxMemHeap* heap = buf->pctxt->memHeap;
+      const bool doubles = heap == nullptr || (heap->flags & RTX_MH_STATIC) == 0;
+      const int status = rtxMemBufPreAllocate(buf, doubles ? std::max(numocts, buf->capacity) : numocts);
+      if (status < 0) return status;
+   }
+   if (numocts != 0) std::memcpy(buf->bufferData + buf->usedCount, octets, numocts);
+   buf->usedCount += numocts;
+   return RTX_OK;
+}
+
 /** Reads characters into a buffer as long as `keep` holds; the end of the input is no failure. */
 template <class Keep>
 int takeWhile(RtxContext* pctxt, RtxMemBuf* buf, Keep keep) {
@@ -38,7 +56,7 @@ int takeWhile(RtxContext* pctxt, RtxMemBuf* buf, Keep keep) {
       if (status <= 0) return status;
       if (!keep(c)) return RTX_OK;
       status = dropChar(pctxt);
-      if (status == RTX_OK) status = rtxMemBufAppend(buf, reinterpret_cast<const uint8_t*>(&c), 1);
+      if (status == RTX_OK) status = appendOctets(buf, &c, 1);
       if (status < 0) return status;
    }
 }
@@ -57,9 +75,7 @@ public:
    TextBuffer(const TextBuffer&) = delete;
    TextBuffer& operator=(const TextBuffer&) = delete;
 
-   int append(std::string_view text) {
-      return rtxMemBufAppend(this, reinterpret_cast<const uint8_t*>(text.data()), text.size());
-   }
+   int append(std::string_view text) { return appendOctets(this, text.data(), text.size()); }
    int append(char c) { return append(std::string_view(&c, 1)); }
 
    std::string_view text() const { return {reinterpret_cast<const char*>(bufferData), usedCount}; }
