@@ -8,6 +8,7 @@
 #include "quorva/rtxStream.h"
 #include "quorva/rtxTxt.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -153,6 +154,12 @@ int readOne(RtxContext* pctxt, uint8_t kind, size_t room, std::string& value, Rt
    return status;
 }
 
+// One for all runs: a context is fit for use again after any failure.
+struct Context : RtxContext {
+   Context() { need(rtInitContext(this) == 0); }
+   ~Context() { rtFreeContext(this); }
+};
+
 struct Source {
    const uint8_t* data;
    size_t left;
@@ -188,9 +195,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    const std::unique_ptr<uint8_t[]> input(new uint8_t[size - 2]);
    if (size > 2) memcpy(input.get(), data + 2, size - 2);
 
-   RtxContext buffered, streamed, out;
-   if (rtInitContext(&buffered) != 0 || rtInitContext(&streamed) != 0 || rtInitContext(&out) != 0)
-      std::abort();
+   static Context buffered, streamed, out;
    rtxCtxtSetBufPtr(&buffered, input.get(), size - 2);
    Source source = {input.get(), size - 2, chunk};
    attach(&streamed, &source);
@@ -211,8 +216,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       rtxCtxtSetBufPtr(&buffered, again.get(), text.size());
       if (comesBack) need(readOne(&buffered, kind, room, other, nullptr) == 0 && other == value);
    }
-   rtFreeContext(&out);
-   rtFreeContext(&streamed);
-   rtFreeContext(&buffered);
+   rtxStreamClose(&streamed);
+   for (Context* context : {&buffered, &streamed, &out}) {
+      context->bufData = nullptr;
+      rtxMemReset(context);
+   }
    return 0;
 }
