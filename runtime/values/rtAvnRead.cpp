@@ -1,9 +1,9 @@
 // Words, reals, texts and open types from value notation.
 #include "quorva/rtAvn.h"
 #include "quorva/rtxBits.h"
-#include "quorva/rtxMemHeap.h"
 #include "quorva/rtxTxt.h"
 #include "quorva/rtxUTF8.h"
+#include "runtime/values/heapText.h"
 #include "runtime/values/numberText.h"
 #include "runtime/values/textInput.h"
 #include "runtime/values/utf8Steps.h"
@@ -120,9 +120,7 @@ public:
 
    // A copy on the heap with a 0 behind it; null, recorded, without memory.
    Unit* copy() const {
-      const size_t nocts = usedCount + sizeof(Unit);
-      // Whole units of 8 octets, for a static heap.
-      auto* units = static_cast<Unit*>(rtxMemHeapAlloc(pctxt, (nocts + 7) & ~size_t{7}));
+      Unit* units = allocUnits<Unit>(pctxt, size() + 1);
       if (!units) {
          recordNoMemory(pctxt);
          return nullptr;

@@ -29,8 +29,11 @@ public:
    int need(size_t count) {
       if (count <= size_ || count - size_ <= capacity_) return RTX_OK;
       if (!grows_) return recordNewFailure(pctxt_, RTX_E_BUFFER_FULL);
-      const size_t capacity = std::max(addSizes(capacity_, capacity_), count - size_);
-      void* more = rtxMemHeapRealloc(pctxt_, more_, capacity);
+      // Whole units of 8 octets, for a static heap.
+      const size_t capacity = (std::max(addSizes(capacity_, capacity_), count - size_) + 7) & ~size_t{7};
+      void* more = pctxt_->memHeap && (pctxt_->memHeap->flags & RTX_MH_STATIC)
+                         ? rtxMemHeapReallocStatic(pctxt_, more_, capacity_, capacity)
+                         : rtxMemHeapRealloc(pctxt_, more_, capacity);
       if (!more) return recordNoMemory(pctxt_);
       more_ = static_cast<uint8_t*>(more);
       capacity_ = capacity;

@@ -5,9 +5,9 @@
 #include <climits>
 #include <cstring>
 
-#include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStatus.h"
 #include "quorva/rtxUTF8.h"
+#include "runtime/values/heapText.h"
 #include "runtime/values/utf8Steps.h"
 
 using namespace quorva;
@@ -40,7 +40,7 @@ int toDynUnits(RtxContext* pctxt, const char* text, String* pvalue) {
    const int count = toUnits<Unit>(pctxt, text, nullptr, 0);
    if (count < 0) return count;
    const auto nunits = static_cast<size_t>(count);
-   auto* units = static_cast<Unit*>(rtxMemHeapAlloc(pctxt, (nunits + 1) * sizeof(Unit)));
+   auto* units = allocUnits<Unit>(pctxt, nunits + 1);
    if (!units) return recordNoMemory(pctxt);
    toUnits(pctxt, text, units, nunits);
    units[nunits] = 0;

@@ -8,6 +8,7 @@
 #include "quorva/rtxHexDump.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
+#include "runtime/values/heapText.h"
 #include "runtime/values/namedBits.h"
 #include "runtime/values/numberText.h"
 #include "runtime/values/utf8Steps.h"
@@ -163,7 +164,7 @@ int rtxUTF8StrnToDynHexStr(RtxContext* pctxt, const char* text, size_t nbytes, R
    uint8_t* octets = nullptr;
    if (count > 0) {
       const auto size = static_cast<size_t>(count);
-      octets = static_cast<uint8_t*>(rtxMemHeapAlloc(pctxt, size));
+      octets = allocUnits<uint8_t>(pctxt, size);
       if (!octets) return recordNoMemory(pctxt);
       rtxHexCharsToBin(text, nbytes, octets, size);
    }
