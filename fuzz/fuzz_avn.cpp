@@ -144,6 +144,23 @@ int readOne(RtxContext* pctxt, uint8_t kind, size_t room, std::string& value, Rt
       if (out && status == 0) need(rtxTxtWriteUInt(out, number) == 0);
       break;
    }
+   case 15:
+   case 16: {
+      RtxOID oid = {};
+      if ((status = kind == 15 ? rtAvnReadObjId(pctxt, &oid) : rtAvnReadRelOID(pctxt, &oid)) != 0) break;
+      value = octets(reinterpret_cast<const uint8_t*>(oid.subid), oid.numids * sizeof(oid.subid[0]));
+      if (out) need(rtAvnWriteOID(out, &oid) == 0);
+      break;
+   }
+   case 17:
+   case 18: {
+      const char* text = nullptr;
+      if ((status = kind == 17 ? rtAvnReadObjIdStr(pctxt, &text) : rtAvnReadRelOIDStr(pctxt, &text)) != 0)
+         break;
+      value = text;
+      if (out) need(rtAvnWriteOIDStr(out, text) == 0);
+      break;
+   }
    default: {
       uint32_t numocts = 0;
       if ((status = rtAvnReadOctString(pctxt, data.get(), &numocts, room)) != 0) break;
@@ -189,7 +206,7 @@ void attach(RtxContext* pctxt, Source* source) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 2) return 0;
-   const uint8_t kind = data[0] & 15;
+   const uint8_t kind = data[0] % 20;
    const size_t room = data[1] & 31;
    const size_t chunk = 1 + (data[1] >> 5) * size_t{3};
    const std::unique_ptr<uint8_t[]> input(new uint8_t[size - 2]);

@@ -317,4 +317,56 @@ TEST(ValueReader, OpenTypes) {
    EXPECT_EQ(readBy(open, "T : {" + many + "}"), "T : {" + many + "}");
 }
 
+TEST(ValueReader, ObjectIdentifiers) {
+   const auto arcs = [](int (*read)(RtxContext*, RtxOID*)) {
+      return [read](RtxContext* c, std::string& value) {
+         RtxOID oid = {};
+         const int status = read(c, &oid);
+         for (uint32_t i = 0; i < oid.numids; ++i) value += std::to_string(oid.subid[i]) + ".";
+         return status;
+      };
+   };
+   // The first four as X.680, clause 32, has them.
+   expectAll(arcs(rtAvnReadObjId), {{" {iso standard 8571 application-context (1)}", "1.0.8571.1."},
+                                    {"{1 0 8571 1}", "1.0.8571.1."},
+                                    {"{ iso(1) standard(0) standard8571(8571) }", "1.0.8571."},
+                                    {"{\n1 2\t840 }x", "1.2.840.|x"},
+                                    {"{1 2 4294967296}", "-23 ?"},
+                                    {"{1 foo}", "-14"},
+                                    {"{}", "-14"},
+                                    {"1 2", "-24 1| 2"},
+                                    {"{1 2", "-2"}});
+   expectAll(arcs(rtAvnReadRelOID), {{"{8571 1}", "8571.1."}, {"{iso 1}", "-14"}});
+   expectAll(text(rtAvnReadObjIdStr), {{" { iso ( 1 ) member-body(2) 840 113549 }", "1.2.840.113549"},
+                                       {"{2 25 329800735698586629295641978511506172918}",
+                                        "2.25.329800735698586629295641978511506172918"},
+                                       {"{1 2 x}", "-14"},
+                                       {"{1", "-2"}});
+   expectAll(text(rtAvnReadRelOIDStr), {{"{ 8571  1 }", "8571.1"}, {"{a 1}", "-14"}});
+   std::string many = "{1";
+   for (int i = 0; i < 200; ++i) many += " 2";
+   EXPECT_EQ(readBy(arcs(rtAvnReadObjId), many + "}").substr(0, 4), "-100");
+}
+
+// A static heap neither aligns nor moves what it hands out.
+TEST(ValueReader, StaticHeap) {
+   alignas(8) static uint8_t memory[4096];
+   Context c;
+   ASSERT_EQ(rtxMemHeapConvertStatic(&c, memory, sizeof memory), 0);
+   const std::string hex = "'" + std::string(201, 'A') + "'H";
+   for (int round = 0; round < 3; ++round) {
+      Octets input(hex.begin(), hex.end());
+      c.use(input);
+      std::string value;
+      ASSERT_EQ(octetsDyn(&c, value), 0);
+      EXPECT_EQ(value, std::string(201, 'a') + "0");
+      const std::string quoted = "\"abc\"";
+      input.assign(quoted.begin(), quoted.end());
+      c.use(input);
+      Rtx32BitCharString text;
+      ASSERT_EQ(rtAvnReadUCS4(&c, &text), 0);
+      EXPECT_EQ(reinterpret_cast<uintptr_t>(text.data) % alignof(uint32_t), 0u);
+   }
+}
+
 } // namespace
