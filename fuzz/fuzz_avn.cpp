@@ -26,6 +26,12 @@ std::string octets(const uint8_t* data, size_t size) {
    return std::string(reinterpret_cast<const char*>(data), size);
 }
 
+// A line end, which only an overlong form brings into a text, is written as it is, and falls out when read.
+template <class Text>
+bool holdsLineEnd(const Text& text) {
+   return std::any_of(text.data, text.data + text.nchars, [](uint32_t c) { return c >= '\n' && c <= '\r'; });
+}
+
 // Reads one kind of value and gives it in octets. With `out`, writes it there.
 int readOne(RtxContext* pctxt, uint8_t kind, size_t room, std::string& value, RtxContext* out) {
    int status = 0;
@@ -93,6 +99,7 @@ int readOne(RtxContext* pctxt, uint8_t kind, size_t room, std::string& value, Rt
       if ((status = rtAvnReadUCS2(pctxt, &text)) != 0) break;
       value = octets(reinterpret_cast<const uint8_t*>(text.data), size_t{text.nchars} * 2);
       if (out) need(rtAvnWriteBMPStr(out, &text) == 0);
+      if (out && holdsLineEnd(text)) return RTX_E_UNSUPPORTED;
       break;
    }
    case 8: {
@@ -100,6 +107,7 @@ int readOne(RtxContext* pctxt, uint8_t kind, size_t room, std::string& value, Rt
       if ((status = rtAvnReadUCS4(pctxt, &text)) != 0) break;
       value = octets(reinterpret_cast<const uint8_t*>(text.data), size_t{text.nchars} * 4);
       if (out) need(rtAvnWriteUnivStr(out, &text) == 0);
+      if (out && holdsLineEnd(text)) return RTX_E_UNSUPPORTED;
       break;
    }
    case 9: {

@@ -150,7 +150,8 @@ QUORVA_API int rtAvnWriteBitStrNamed(RtxContext* pctxt, size_t numbits, const ui
 /** Writes '...'H. RTX_E_OVERFLOW if the bits can't be counted. */
 QUORVA_API int rtAvnWriteOctStr(RtxContext* pctxt, size_t numocts, const uint8_t* data);
 
-/** Writes "..." with each quote doubled. */
+/** Writes "..." with each quote doubled. Line ends are written as they are; to the readers they are no part
+ * of a text. */
 QUORVA_API int rtAvnWriteCharStr(RtxContext* pctxt, const char* text);
 
 /** The same for a text that must be UTF-8: else RTX_E_BAD_UTF8, with the octet's place as a parameter and
