@@ -3,6 +3,7 @@
 
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStatus.h"
+#include "runtime/core/ascii.h"
 #include "runtime/nas/tbcd.h"
 
 #include <cstring>
@@ -10,13 +11,6 @@
 using namespace quorva;
 
 namespace {
-
-int fromHexDigit(char ch) {
-   if (ch >= '0' && ch <= '9') return ch - '0';
-   if (ch >= 'a' && ch <= 'f') return ch - 'a' + 10;
-   if (ch >= 'A' && ch <= 'F') return ch - 'A' + 10;
-   return -1;
-}
 
 /** Shift of the nibble that holds digit i. */
 int nibbleShift(size_t i, bool tbcd) {
@@ -32,7 +26,7 @@ int stringToDigits(const char* str, uint8_t* octets, size_t size, bool tbcd) {
    std::memset(octets, 0xFF, size);
    size_t count = 0;
    for (; count / 2 < size && str[count] != 0; ++count) {
-      const int digit = tbcd ? tbcdFromChar(str[count]) : fromHexDigit(str[count]);
+      const int digit = tbcd ? tbcdFromChar(str[count]) : hexDigitValue(str[count]);
       if (digit < 0) break;
       octets[count / 2] ^= static_cast<uint8_t>((digit ^ 15) << nibbleShift(count, tbcd));
    }

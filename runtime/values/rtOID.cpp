@@ -6,22 +6,15 @@
 
 #include "quorva/rtxBits.h"
 #include "quorva/rtxStatus.h"
+#include "runtime/core/ascii.h"
 #include "runtime/core/rtxInline.h"
 #include "runtime/values/heapText.h"
 
+using quorva::isDigit;
+using quorva::isLower;
+using quorva::isSpace;
+
 namespace {
-
-bool isDigit(char c) {
-   return c >= '0' && c <= '9';
-}
-
-bool isLower(char c) {
-   return c >= 'a' && c <= 'z';
-}
-
-bool isSpace(char c) {
-   return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 // Decimal digits of an arc, without zeros in front.
 struct Digits {
@@ -117,8 +110,7 @@ private:
       }
       if (numbersOnly_ || at_ == end_ || !isLower(*at_)) return RTX_E_BAD_VALUE;
       const char* name = at_;
-      while (at_ != end_ && (isDigit(*at_) || isLower(*at_) || (*at_ >= 'A' && *at_ <= 'Z') || *at_ == '-'))
-         ++at_;
+      while (at_ != end_ && (quorva::isAlphanumeric(*at_) || *at_ == '-')) ++at_;
       const Digits letters = {name, static_cast<size_t>(at_ - name)};
       skipInner();
       if (!see('(')) return lookUp(letters, digits);
