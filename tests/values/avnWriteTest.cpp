@@ -207,8 +207,7 @@ TEST(ValueNotation, ReadsWhatItWrites) {
    }
 }
 
-// Values as X.680 and RFC 3641 show them and as other ASN.1 tools print them, in and out. A blank text for
-// one way: this library has another form of the value there, which it reads all the same.
+// Values in the forms of X.680 and RFC 3641; those that this library writes in the same form, both ways.
 TEST(ValueNotation, TextsOfOthers) {
    const struct {
       Reader reader;
