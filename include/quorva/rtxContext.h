@@ -79,6 +79,11 @@ struct RtxContext {
    RtxDiagBitFieldList* bitFields; /**< Trace of the message at hand, or null. */
    uint16_t indent;                /**< Print indent in blanks. */
    uint16_t protocolRelease;       /**< 3GPP release that gates trailing fields; 0 is the newest. */
+   /* The library's own, to be left alone. */
+   uint32_t heapEpoch;      /**< Resets of the heap before errors and security state were allocated. */
+   RtxDListNode* errSummed; /**< Records up to this one are summed up in the next two fields. */
+   uint8_t errSummedFatal;  /**< Fatal ones among them: 0, 1, 2 for more. */
+   int16_t errSummedStatus; /**< Status of the first fatal one. */
 };
 
 /* Life of a context. */
@@ -118,10 +123,13 @@ QUORVA_API int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* source)
 /** Ends a context, but not its record. Returns 0, or the result of `freeHook`. */
 QUORVA_API int rtxFreeContext(RtxContext* pctxt);
 
-/** Returns 0 for a valid context and RTX_E_NOT_INIT for any other record. */
+/** Returns 0 for a valid context and RTX_E_NOT_INIT for any other record, or null. */
 QUORVA_API int rtxCheckContext(const RtxContext* pctxt);
 
-/** Makes `dest` work on the buffer, cursor, flags and stream of `source`; nothing is duplicated. */
+/**
+ * Makes `dest` work on the buffer, cursor, flags and stream of `source`; nothing is duplicated. Of the flags
+ * RTX_CTXT_ON_HEAP, which tells where the record itself came from, stays as it is in `dest`.
+ */
 QUORVA_API void rtxCopyContext(RtxContext* dest, const RtxContext* source);
 
 /**
@@ -283,10 +291,20 @@ QUORVA_API int64_t rtxCtxtGetContainerRemBits(const RtxContext* pctxt);
  */
 QUORVA_API void* rtxMemAllocArray2(RtxContext* pctxt, size_t count, size_t elemSize, uint32_t options);
 
-/** Forgets everything on the heap and gives its memory back to the system. */
+/**
+ * Forgets everything on the heap and gives its memory back to the system. With the heap's records go errors,
+ * names, containers, `nasSec` (later security calls give RTX_E_NO_SECURITY until rtx3gppSecInitialize),
+ * `bitFields`, and a buffer that the context owns. The capture of the attached stream is emptied, and taken
+ * off the stream if its record lies on the heap.
+ */
 QUORVA_API void rtxMemFree(RtxContext* pctxt);
 
-/** Forgets everything on the heap but keeps its blocks; the step between two messages. */
+/**
+ * Forgets everything on the heap but keeps its blocks; the step between two messages. What goes is what goes
+ * in rtxMemFree, but for the buffer: give the context another one if it has its own on the heap. In
+ * particular a protected message after it needs rtx3gppSecInitialize and its keys again. Other contexts on
+ * the same heap find their errors and security gone likewise; their own `bitFields` is theirs to clear.
+ */
 QUORVA_API void rtxMemReset(RtxContext* pctxt);
 
 /** Frees a list of RtxDynOctStr records on the heap, with nodes, records and octets. */

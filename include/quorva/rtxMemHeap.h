@@ -42,16 +42,16 @@ struct RtxMemHeap {
    RtxDListNode* spareNames;      /**< Name stack nodes to use again, linked by `next`. */
    RtxDListNode* spareContainers; /**< Container stack nodes to use again, each with its entry as `data`. */
    RtxFreeFunc recordFreeFn;      /**< Frees this record; differs from freeFn after a change to static. */
-   struct RtxMemHeapNodes* nodes; /**< Nodes for both stacks in a saved allocation, or null. */
-   uint32_t namesUsed;            /**< Of `nodes`: name nodes handed out, spare ones included. */
-   uint32_t containersUsed;       /**< The same of container nodes. */
-   uint32_t singleNodes;          /**< Not 0 if there may be nodes with an allocation of their own. */
+   struct RtxMemHeapNodes* nodes; /**< Where these nodes are: outside the blocks, the first piece behind this
+                                       record. */
+   size_t nodesAtReset;           /**< Nodes that were in use at the last reset. */
+   uint32_t epoch;                /**< How often everything was ended; contexts know by it what is gone. */
 };
 
 #define RTX_MH_FREE_EMPTY_BLOCK 0x00000001u /**< A block that becomes all free goes back to the system. */
 #define RTX_MH_CHECK_PTR 0x00000002u        /**< Verify each pointer to free or reallocate by a search. */
 #define RTX_MH_CHECK_HEAP 0x00000004u       /**< Run rtxMemHeapCheck before each operation. */
-#define RTX_MH_ZERO_ON_FREE 0x00000040u     /**< Clear what is freed. */
+#define RTX_MH_ZERO_ON_FREE 0x00000040u     /**< Clear what is freed (see below). */
 #define RTX_MH_OWN_RECORD 0x10000000u       /**< The record came from the heap's malloc function. */
 #define RTX_MH_RAW_ONLY 0x20000000u         /**< Each allocation is one system allocation (see below). */
 #define RTX_MH_STATIC 0x40000000u           /**< Static heap; only creation and conversion set it. */
@@ -68,6 +68,14 @@ struct RtxMemHeap {
  *
  * A static heap takes its memory from a buffer of the caller and frees nothing until it is reset. It
  * neither rounds nor aligns: a piece is aligned as the sizes asked for before it happen to leave it.
+ *
+ * RTX_MH_ZERO_ON_FREE clears allocations, the parts that reallocation cuts off or leaves behind, whole blocks
+ * and what a static heap gave out, each at the moment when it goes back. Set it before the first allocation:
+ * a raw block that grew before is cleared up to its first size only.
+ *
+ * Name and container stacks of the contexts (rtxCtxtPushElemName, rtxCtxtPushContainerBytes) take their nodes
+ * from the heap's record: 24 and 12 of them, more than messages nest, and beyond that pieces of system
+ * memory, in a static heap too. So they take no room in blocks, and a reset leaves those that are in use.
  *
  * The system functions of a heap must give memory aligned to 8 octets; memory that is not counts as none.
  * Nothing here is locked: a heap belongs to one thread at a time.
@@ -193,13 +201,21 @@ QUORVA_API int rtxMemHeapAutoPtrUnref(void* handle, void* ptr);
 /** References to an allocation. RTX_E_NULL for null, RTX_E_NOMEM as rtxMemHeapAutoPtrUnref. */
 QUORVA_API int rtxMemHeapAutoPtrGetRefCount(void* handle, void* ptr);
 
-/** Ends every allocation and returns the memory to the system. The heap stays. */
+/**
+ * Ends every allocation and returns the memory to the system. The heap stays. A context's errors and NAS
+ * security end with it, as in rtxMemHeapReset.
+ */
 QUORVA_API void rtxMemHeapFreeAll(void* handle);
 
-/** Ends every allocation but keeps the blocks: the next message of the same shape needs no system memory. */
+/**
+ * Ends every allocation but keeps the blocks: the next message of the same shape needs no system memory. The
+ * errors and the NAS security of the contexts on this heap lived there: each finds them gone. Open names and
+ * containers stay open until rtxErrReset. rtxMemReset does both.
+ */
 QUORVA_API void rtxMemHeapReset(void* handle);
 
-/** True if there is no heap or nothing is allocated in it. Spare name and container nodes don't count. */
+/** True if there is no heap or nothing was allocated, nor a name or container opened, since its last reset.
+ */
 QUORVA_API int rtxMemHeapIsEmpty(void* handle);
 
 /* System memory by the heap's functions, for what outlives a reset. Not tracked by the heap. A handle without

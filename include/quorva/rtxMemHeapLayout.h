@@ -16,6 +16,7 @@ QUORVA_BEGIN_DECLS
 #define RTX_ME_FREE 1u  /**< Element flag: free. */
 #define RTX_ME_SAVED 2u /**< Element flag: survives a reset. */
 #define RTX_ME_RAW 4u   /**< Element flag: the element is a raw block. */
+#define RTX_ME_GROWN 8u /**< Flag of a raw block that may be larger than its header tells. */
 
 /** Header of an element; its data follows. */
 typedef struct RtxMemElem {
@@ -58,7 +59,7 @@ typedef struct RtxRawMemBlk {
    size_t size;   /**< Octets of data, as first asked for. */
    uint32_t code; /**< Code guard. */
    uint16_t zero;
-   uint8_t flags;  /**< RTX_ME_RAW, perhaps RTX_ME_SAVED. */
+   uint8_t flags;  /**< RTX_ME_RAW, perhaps RTX_ME_SAVED and RTX_ME_GROWN. */
    uint8_t refCnt; /**< Owners. */
 } RtxRawMemBlk;
 

@@ -4,6 +4,7 @@
 #include "quorva/rtxCharStr.h"
 #include "quorva/rtxDList.h"
 #include "quorva/rtxError.h"
+#include "quorva/rtxMemBuf.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxSList.h"
@@ -15,7 +16,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 namespace {
 
@@ -49,60 +49,53 @@ void freeSystemBuffer(RtxContext* pctxt) {
    pctxt->flags &= ~RTX_CTXT_SYS_BUFFER;
 }
 
+/** Does a capture's record lie on the heap of the context? */
+bool recordOnHeap(RtxContext* pctxt, const RtxMemBuf* capture) {
+   const RtxMemHeap* heap = pctxt->memHeap;
+   if (!heap::isStatic(heap)) return rtxMemHeapCheckPtr(pctxt, capture) != 0;
+   const auto begin = reinterpret_cast<uintptr_t>(heap->staticBase);
+   return reinterpret_cast<uintptr_t>(capture) - begin < heap->staticSize;
+}
+
+/** Empties the capture of the stream where its octets, or even its record, are about to end with the heap. */
+void leaveCapture(RtxContext* pctxt) {
+   RtxMemBuf* capture = pctxt->stream->capture;
+   if (capture == nullptr || pctxt->memHeap == nullptr) return;
+   if (recordOnHeap(pctxt, capture))
+      pctxt->stream->capture = nullptr;
+   else if (!capture->useSysMem && capture->pctxt != nullptr && capture->pctxt->memHeap == pctxt->memHeap)
+      rtxMemBufFree(capture);
+}
+
+/** Drops what lives on the heap and is about to end, beside errors, names and containers. */
+inline void leaveHeap(RtxContext* pctxt) {
+   if (pctxt->stream != nullptr) [[unlikely]]
+      leaveCapture(pctxt);
+   pctxt->nasSec = nullptr;
+   pctxt->bitFields = nullptr;
+}
+
 } // namespace
 
 namespace quorva::hot {
 
-/** The nodes of the heap, allocated with their first use; null if there is no memory for them. */
-static RtxStackNodes* stackNodes(RtxContext* pctxt) {
-   if (pctxt->memHeap == nullptr || pctxt->memHeap->nodes == nullptr) [[unlikely]] {
-      void* nodes = heap::allocSaved(pctxt, sizeof(RtxStackNodes));
-      if (nodes == nullptr) return nullptr;
-      pctxt->memHeap->nodes = static_cast<RtxMemHeapNodes*>(nodes);
-      pctxt->memHeap->namesUsed = pctxt->memHeap->containersUsed = 0;
-   }
-   return reinterpret_cast<RtxStackNodes*>(pctxt->memHeap->nodes);
-}
-
-/** A node with an allocation of its own. */
-static RtxDListNode* singleNode(RtxContext* pctxt) {
-   auto* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDListNode)));
-   if (node != nullptr) pctxt->memHeap->singleNodes = 1;
-   return node;
-}
-
-/** In a static heap, which may be small, each node is allocated by itself. */
-static bool oneByOne(const RtxContext* pctxt) {
-   return pctxt->memHeap != nullptr && (pctxt->memHeap->flags & RTX_MH_STATIC) != 0;
+/** Is there a heap, and something in its list of spare nodes? */
+static bool haveSpare(RtxContext* pctxt, RtxDListNode* RtxMemHeap::*list) {
+   if (pctxt->memHeap == nullptr && rtxMemHeapCreate(pctxt) != RTX_OK) return false;
+   return pctxt->memHeap->*list != nullptr || heap::addNodes(pctxt->memHeap);
 }
 
 RtxDListNode* newNameNode(RtxContext* pctxt) {
-   if (!oneByOne(pctxt)) [[likely]] {
-      RtxStackNodes* nodes = stackNodes(pctxt);
-      if (nodes == nullptr) return nullptr;
-      if (pctxt->memHeap->namesUsed < std::size(nodes->names)) [[likely]]
-         return &nodes->names[pctxt->memHeap->namesUsed++];
-   }
-   return singleNode(pctxt);
+   if (!haveSpare(pctxt, &RtxMemHeap::spareNames)) return nullptr;
+   RtxDListNode* node = pctxt->memHeap->spareNames;
+   pctxt->memHeap->spareNames = node->next;
+   return node;
 }
 
 RtxDListNode* newContainerNode(RtxContext* pctxt) {
-   if (!oneByOne(pctxt)) [[likely]] {
-      RtxStackNodes* nodes = stackNodes(pctxt);
-      if (nodes == nullptr) return nullptr;
-      if (pctxt->memHeap->containersUsed < std::size(nodes->containers)) [[likely]] {
-         const uint32_t i = pctxt->memHeap->containersUsed++;
-         nodes->containers[i].data = &nodes->limits[i];
-         return &nodes->containers[i];
-      }
-   }
-   RtxDListNode* node = singleNode(pctxt);
-   if (node == nullptr) return nullptr;
-   node->data = rtxMemHeapAlloc(pctxt, sizeof(RtxContainer));
-   if (node->data == nullptr) {
-      rtxMemHeapFreePtr(pctxt, node);
-      return nullptr;
-   }
+   if (!haveSpare(pctxt, &RtxMemHeap::spareContainers)) return nullptr;
+   RtxDListNode* node = pctxt->memHeap->spareContainers;
+   pctxt->memHeap->spareContainers = node->next;
    return node;
 }
 
@@ -154,7 +147,7 @@ RtxContext* rtNewContext() {
 }
 
 void rtFreeContext(RtxContext* pctxt) {
-   if (pctxt == nullptr || rtxCheckContext(pctxt) != RTX_OK) return;
+   if (rtxCheckContext(pctxt) != RTX_OK) return;
    const bool onHeap = (pctxt->flags & RTX_CTXT_ON_HEAP) != 0;
    rtxFreeContext(pctxt);
    if (onHeap) std::free(pctxt);
@@ -203,7 +196,7 @@ int rtxFreeContext(RtxContext* pctxt) {
 }
 
 int rtxCheckContext(const RtxContext* pctxt) {
-   return pctxt->magic == RTX_CTXT_MAGIC ? RTX_OK : RTX_E_NOT_INIT;
+   return pctxt != nullptr && pctxt->magic == RTX_CTXT_MAGIC ? RTX_OK : RTX_E_NOT_INIT;
 }
 
 void rtxCopyContext(RtxContext* dest, const RtxContext* source) {
@@ -213,7 +206,7 @@ void rtxCopyContext(RtxContext* dest, const RtxContext* source) {
    dest->bufBitsLeft = source->bufBitsLeft;
    dest->bufDynamic = source->bufDynamic;
    dest->bufInherited = source->bufInherited;
-   dest->flags = source->flags;
+   dest->flags = (source->flags & ~RTX_CTXT_ON_HEAP) | (dest->flags & RTX_CTXT_ON_HEAP);
    dest->stream = source->stream;
 }
 
@@ -225,7 +218,9 @@ void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other) {
       rtxMemHeapRelease(pctxt);
    }
    pctxt->memHeap = other->memHeap;
-   if (pctxt->memHeap != nullptr) rtxMemHeapAddRef(pctxt);
+   if (pctxt->memHeap == nullptr) return;
+   rtxMemHeapAddRef(pctxt);
+   pctxt->heapEpoch = pctxt->memHeap->epoch;
 }
 
 void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask) {
@@ -336,11 +331,7 @@ void rtxCtxtPopContainer(RtxContext* pctxt) {
 
 void rtxCtxtPopAllContainers(RtxContext* pctxt) {
    RtxDList& list = pctxt->containers.dlist;
-   if (list.head == nullptr) return;
-   if (rtxMemHeapIsEmpty(pctxt)) { // the nodes went with a reset of the heap
-      list = RtxDList{};
-      return;
-   }
+   if (pctxt->memHeap == nullptr) list = RtxDList{}; // the nodes went with it
    while (list.head != nullptr) hot::popContainer(pctxt);
 }
 
@@ -385,17 +376,22 @@ void rtxMemFree(RtxContext* pctxt) {
       }
    }
    rtxFreeRegexpCache(pctxt);
+   rtxErrReset(pctxt); // containers too, whose nodes the heap keeps
    rtxStackInit(pctxt, &pctxt->containers);
-   pctxt->nasSec = nullptr;
-   pctxt->bitFields = nullptr;
-   rtxErrReset(pctxt);
+   leaveHeap(pctxt);
    rtxMemHeapFreeAll(pctxt);
+   if (pctxt->memHeap != nullptr) pctxt->heapEpoch = pctxt->memHeap->epoch;
 }
 
 void rtxMemReset(RtxContext* pctxt) {
-   rtxErrReset(pctxt);
-   // What names and containers are in use now are those of other owners of the heap.
-   if (RtxMemHeap* heap = pctxt->memHeap) heap::reset(heap, heap->refCount <= 1);
+   if (!hot::nothingOpen(pctxt)) [[unlikely]]
+      rtxErrReset(pctxt);
+   leaveHeap(pctxt);
+   if (RtxMemHeap* heap = pctxt->memHeap) {
+      // What names and containers are in use now are those of other owners of the heap.
+      heap::reset(heap, heap->refCount <= 1);
+      pctxt->heapEpoch = heap->epoch;
+   }
 }
 
 void rtxMemFreeOpenSeqExt(RtxContext* pctxt, RtxDList* elements) {

@@ -19,8 +19,46 @@ RtxErrInfo* infoOf(const RtxDListNode* node) {
    return static_cast<RtxErrInfo*>(node->data);
 }
 
+/** Oldest and newest record; null if there are none, or they went with a reset of the heap. */
+const RtxDListNode* firstNode(const RtxContext* pctxt) {
+   return haveEnded(pctxt) ? nullptr : pctxt->errList.head;
+}
 RtxErrInfo* lastInfo(const RtxContext* pctxt) {
-   return pctxt->errList.tail != nullptr ? infoOf(pctxt->errList.tail) : nullptr;
+   return pctxt->errList.tail != nullptr && !haveEnded(pctxt) ? infoOf(pctxt->errList.tail) : nullptr;
+}
+
+/** What the records up to a place in the list amount to. */
+struct Summary {
+   unsigned fatal; // 2 for more
+   int status;     // of the first fatal one
+
+   void add(const RtxErrInfo* info) {
+      if (!info->fatal || fatal == 2) return;
+      if (fatal++ == 0) status = info->status;
+   }
+   int overall() const { return fatal == 0 ? 0 : fatal == 1 ? status : RTX_E_MULTIPLE; }
+};
+
+/** What is summed up already, and the first record that is not. */
+RtxDListNode* summed(const RtxContext* pctxt, Summary& sum) {
+   if (pctxt->errSummed == nullptr) return pctxt->errList.head;
+   sum = {pctxt->errSummedFatal, pctxt->errSummedStatus};
+   return pctxt->errSummed->next;
+}
+
+/** All but the newest record, which alone changes, are kept summed up: their number may be great. */
+int sumUp(RtxContext* pctxt) {
+   if (pctxt->errList.tail == nullptr) return 0;
+   Summary sum{};
+   RtxDListNode* node = summed(pctxt, sum);
+   for (; node != nullptr && node->next != nullptr; node = node->next) {
+      sum.add(infoOf(node));
+      pctxt->errSummed = node;
+   }
+   pctxt->errSummedFatal = static_cast<uint8_t>(sum.fatal);
+   pctxt->errSummedStatus = static_cast<int16_t>(sum.status);
+   if (node != nullptr) sum.add(infoOf(node));
+   return sum.overall();
 }
 
 /** The address of an empty text stands for a parameter that is no heap memory. */
@@ -38,7 +76,9 @@ int addParm(RtxContext* pctxt, char* text) {
    return 1;
 }
 
-bool parmsFull(const RtxContext* pctxt) {
+/** Has errFixed no room for another parameter? */
+bool parmsFull(RtxContext* pctxt) {
+   dropEnded(pctxt);
    return pctxt->errFixed.parmCount >= RTX_ERR_MAX_PARMS;
 }
 
@@ -56,12 +96,14 @@ void freeTexts(RtxContext* pctxt, RtxErrInfo* info) {
 /** Takes `errFixed` off the list. Its node is no heap memory, so it never goes the way of the others. */
 void unlinkFixed(RtxContext* pctxt) {
    if (pctxt->errFixedNode.data == nullptr) return;
+   pctxt->errSummed = nullptr;
    rtxDListRemove(&pctxt->errList, &pctxt->errFixedNode);
    pctxt->errFixedNode = RtxDListNode{};
 }
 
 void freeInfoNode(RtxContext* pctxt, RtxDListNode* node) {
    RtxErrInfo* info = infoOf(node);
+   pctxt->errSummed = nullptr;
    rtxDListFreeNode(pctxt, &pctxt->errList, node);
    rtxMemHeapFreePtr(pctxt, info);
 }
@@ -80,9 +122,23 @@ bool copyTexts(RtxContext* dest, RtxErrInfo* to, const RtxErrInfo* from) {
    return true;
 }
 
+/** Empties the list without a look at what was there. */
+void dropErrors(RtxContext* pctxt) {
+   pctxt->errList = RtxDList{};
+   pctxt->errFixedNode = RtxDListNode{};
+   pctxt->errFixed = RtxErrInfo{};
+   pctxt->errSummed = nullptr;
+}
+
 } // namespace
 
 namespace quorva {
+
+void forgetEnded(RtxContext* pctxt) {
+   dropErrors(pctxt);
+   pctxt->nasSec = nullptr;
+   pctxt->heapEpoch = pctxt->memHeap->epoch;
+}
 
 int recordFailure(RtxContext* pctxt, int status) {
    const int overall = rtxErrSetData(pctxt, status, nullptr, 0);
@@ -97,17 +153,18 @@ int recordNewFailure(RtxContext* pctxt, int status) {
 } // namespace quorva
 
 int rtxErrSetData(RtxContext* pctxt, int status, const char* file, int line) {
+   dropEnded(pctxt);
    if (status == RTX_E_OVERFLOW) rtxErrAddElemNameParm(pctxt);
    RtxErrInfo* info = lastInfo(pctxt);
    if (info == nullptr) return rtxErrSetNewData(pctxt, status, file, line);
    if (info->status != 0) {
       // The status of every frame that a failure passes through is recorded once.
-      if (info->status == static_cast<int16_t>(status)) return rtxErrGetStatus(pctxt);
+      if (info->status == static_cast<int16_t>(status)) return sumUp(pctxt);
       info = rtxErrNewNode(pctxt);
       if (info == nullptr) return RTX_E_NOMEM;
    }
    info->status = static_cast<int16_t>(status);
-   return rtxErrGetStatus(pctxt);
+   return sumUp(pctxt);
 }
 
 int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) {
@@ -126,20 +183,16 @@ int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) 
 }
 
 int rtxErrGetStatus(const RtxContext* pctxt) {
-   int status = 0;
-   bool any = false;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next) {
-      if (!infoOf(node)->fatal) continue;
-      if (any) return RTX_E_MULTIPLE;
-      any = true;
-      status = infoOf(node)->status;
-   }
-   return status;
+   if (haveEnded(pctxt)) return 0;
+   Summary sum{};
+   for (const RtxDListNode* node = summed(pctxt, sum); node != nullptr && sum.fatal < 2; node = node->next)
+      sum.add(infoOf(node));
+   return sum.overall();
 }
 
 int rtxErrCheckNonFatal(const RtxContext* pctxt) {
    int status = 0;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next) {
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next) {
       if (status == 0)
          status = infoOf(node)->status;
       else if (infoOf(node)->status != status)
@@ -153,7 +206,8 @@ void rtxErrSetNonFatal(RtxContext* pctxt) {
 }
 
 int rtxErrGetFirstError(const RtxContext* pctxt) {
-   return pctxt->errList.head != nullptr ? infoOf(pctxt->errList.head)->status : 0;
+   const RtxDListNode* node = firstNode(pctxt);
+   return node != nullptr ? infoOf(node)->status : 0;
 }
 
 int rtxErrGetLastError(const RtxContext* pctxt) {
@@ -162,15 +216,13 @@ int rtxErrGetLastError(const RtxContext* pctxt) {
 }
 
 size_t rtxErrGetErrorCnt(const RtxContext* pctxt) {
-   return pctxt->errList.count;
+   return firstNode(pctxt) != nullptr ? pctxt->errList.count : 0;
 }
 
 [[gnu::noinline]] static void resetAll(RtxContext* pctxt) {
-   if (RtxDList& names = pctxt->elemNames; names.head != nullptr) {
-      if (rtxMemHeapIsEmpty(pctxt)) // the nodes went with a reset of the heap
-         names = RtxDList{};
-      while (names.head != nullptr) hot::removeName(pctxt);
-   }
+   RtxDList& names = pctxt->elemNames;
+   if (pctxt->memHeap == nullptr) names = RtxDList{}; // the nodes went with it
+   while (names.head != nullptr) hot::removeName(pctxt);
    rtxErrResetErrInfo(pctxt);
    rtxCtxtPopAllContainers(pctxt);
 }
@@ -183,12 +235,8 @@ int rtxErrReset(RtxContext* pctxt) {
 
 int rtxErrResetErrInfo(RtxContext* pctxt) {
    if (hot::nothingRecorded(pctxt)) return RTX_OK;
-   if (rtxMemHeapIsEmpty(pctxt)) { // records and texts went with a reset of the heap
-      pctxt->errList = RtxDList{};
-      pctxt->errFixedNode = RtxDListNode{};
-      pctxt->errFixed = RtxErrInfo{};
-      return RTX_OK;
-   }
+   if (pctxt->memHeap == nullptr) return dropErrors(pctxt), RTX_OK; // they went with it
+   dropEnded(pctxt);
    rtxErrFreeParms(pctxt);
    unlinkFixed(pctxt);
    while (pctxt->errList.head != nullptr) freeInfoNode(pctxt, pctxt->errList.head);
@@ -196,6 +244,7 @@ int rtxErrResetErrInfo(RtxContext* pctxt) {
 }
 
 int rtxErrResetLastErrors(RtxContext* pctxt, size_t count) {
+   dropEnded(pctxt);
    while (count-- != 0 && pctxt->errList.tail != nullptr) {
       RtxDListNode* node = pctxt->errList.tail;
       freeTexts(pctxt, infoOf(node));
@@ -208,13 +257,15 @@ int rtxErrResetLastErrors(RtxContext* pctxt, size_t count) {
 }
 
 void rtxErrFreeParms(RtxContext* pctxt) {
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next)
+   dropEnded(pctxt);
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next)
       freeTexts(pctxt, infoOf(node));
    freeTexts(pctxt, &pctxt->errFixed);
 }
 
 void rtxErrFreeNodeParms(RtxContext* pctxt, RtxErrInfo* info) {
    if (info == nullptr) return;
+   pctxt->errSummed = nullptr; // the record may be one of those
    for (int i = 0; i < info->parmCount && i < RTX_ERR_MAX_PARMS; ++i) {
       if (info->parms[i] != nullptr && info->parms[i] != emptyText) rtxMemHeapFreePtr(pctxt, info->parms[i]);
       info->parms[i] = nullptr;
@@ -224,6 +275,7 @@ void rtxErrFreeNodeParms(RtxContext* pctxt, RtxErrInfo* info) {
 }
 
 RtxErrInfo* rtxErrNewNode(RtxContext* pctxt) {
+   dropEnded(pctxt);
    auto* info = static_cast<RtxErrInfo*>(rtxMemHeapAllocZ(pctxt, sizeof(RtxErrInfo)));
    if (info == nullptr) return nullptr;
    if (rtxDListAppend(pctxt, &pctxt->errList, info) == nullptr) {
@@ -237,6 +289,7 @@ RtxErrInfo* rtxErrNewNode(RtxContext* pctxt) {
 int rtxErrCopy(RtxContext* dest, const RtxContext* source) {
    if (dest == source) return RTX_OK;
    rtxErrReset(dest);
+   if (haveEnded(source)) return RTX_OK;
    dest->errFixed.fatal = source->errFixed.fatal;
    // The status stays 0: what stands on the list of the source becomes a record of its own.
    int status = copyTexts(dest, &dest->errFixed, &source->errFixed) ? RTX_OK : RTX_E_NOMEM;
@@ -246,8 +299,8 @@ int rtxErrCopy(RtxContext* dest, const RtxContext* source) {
 }
 
 int rtxErrAppend(RtxContext* dest, const RtxContext* source) {
-   const RtxDListNode* node = source->errList.head;
-   for (size_t n = source->errList.count; n != 0; --n, node = node->next) { // dest may be the source
+   const RtxDListNode* node = firstNode(source);
+   for (size_t n = rtxErrGetErrorCnt(source); n != 0; --n, node = node->next) { // dest may be the source
       const RtxErrInfo* from = infoOf(node);
       RtxErrInfo* to = rtxErrNewNode(dest);
       if (to == nullptr) return RTX_E_NOMEM;
@@ -339,7 +392,7 @@ char* rtxErrGetTextBuf(RtxContext* pctxt, char* buf, size_t bufsiz) {
    if (buf == nullptr || bufsiz == 0) return nullptr;
    size_t used = 0;
    buf[0] = '\0';
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next) {
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next) {
       char number[16];
       char message[1] = "";
       rtxIntToCharStr(infoOf(node)->status, number, sizeof number, 0);
@@ -358,7 +411,7 @@ char* rtxErrGetTextBuf(RtxContext* pctxt, char* buf, size_t bufsiz) {
 char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* psize) {
    if (buf != nullptr && psize != nullptr) return rtxErrGetTextBuf(pctxt, buf, *psize);
    size_t size = 200;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next) {
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next) {
       const RtxErrInfo* info = infoOf(node);
       size += (info->locationCount + size_t{2}) * 100;
       if (info->elemName != nullptr) size += rtxUTF8LenBytes(info->elemName) + 20;
@@ -371,13 +424,13 @@ char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* psize) {
 
 char* rtxErrGetMsgText(RtxContext* pctxt) {
    size_t size = 1;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next)
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next)
       size += 1 + (infoOf(node)->elemName != nullptr ? rtxUTF8LenBytes(infoOf(node)->elemName) + 10 : 0);
    auto* text = static_cast<char*>(rtxMemHeapAlloc(pctxt, size));
    if (text == nullptr) return nullptr;
    text[0] = '\0';
    char* end = text;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next) {
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next) {
       const char* elemName = infoOf(node)->elemName;
       const char* const lineEnd = node->next != nullptr ? "\n" : nullptr;
       const size_t room = size - static_cast<size_t>(end - text);
@@ -393,21 +446,21 @@ char* rtxErrGetMsgText(RtxContext* pctxt) {
 char* rtxErrGetMsgTextBuf(RtxContext* pctxt, char* buf, size_t bufsiz) {
    if (buf == nullptr || bufsiz == 0) return nullptr;
    size_t used = 0;
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr && used + 1 < bufsiz;
-        node = node->next)
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr && used + 1 < bufsiz; node = node->next)
       buf[used++] = '\n';
    buf[used] = '\0';
    return buf;
 }
 
 void rtxErrPrintElement(const RtxErrInfo* info) {
+   if (info == nullptr) return;
    char message[1] = "";
    rtxErrFmtMsg(info, message, sizeof message);
    std::printf("ERROR: Status %d\n%s\n", info->status, message);
 }
 
 void rtxErrPrint(const RtxContext* pctxt) {
-   for (const RtxDListNode* node = pctxt->errList.head; node != nullptr; node = node->next)
+   for (const RtxDListNode* node = firstNode(pctxt); node != nullptr; node = node->next)
       rtxErrPrintElement(infoOf(node));
 }
 

@@ -26,20 +26,26 @@ inline int recordNoMemory(RtxContext* pctxt) {
    return recordNewFailure(pctxt, RTX_E_NOMEM);
 }
 
+/** For a context whose heap has ended all allocations since: drops errors and security state. */
+void forgetEnded(RtxContext* pctxt);
+
+/** Have errors and security state of the context ended with its heap's allocations? */
+inline bool haveEnded(const RtxContext* pctxt) {
+   return pctxt->memHeap != nullptr && pctxt->memHeap->epoch != pctxt->heapEpoch;
+}
+
+/** Drops them if they have; ahead of any use. */
+inline void dropEnded(RtxContext* pctxt) {
+   if (haveEnded(pctxt)) [[unlikely]]
+      forgetEnded(pctxt);
+}
+
 namespace hot {
 
 /** End of a length-delimited element: a position of the bit cursor. */
 struct RtxContainer {
    size_t byteIndex;
    int16_t bitsLeft;
-};
-
-/** Nodes for the stacks of most messages; what nests deeper gets one by one. Entries stand first, so that no
- * node has the address of the allocation. */
-struct RtxStackNodes {
-   RtxContainer limits[6];
-   RtxDListNode containers[6];
-   RtxDListNode names[12];
 };
 
 /* Uncommon cases, out of line. */
@@ -91,7 +97,8 @@ inline bool nothingOpen(const RtxContext* pctxt) {
           nothingRecorded(pctxt);
 }
 
-/* Name stack. Nodes are taken from the heap's spare ones and go back there; they are never searched for. */
+/* Name stack. Nodes are taken from the heap's spare ones and go back there; they are never searched for, and
+ * no reset of the heap takes away what is in use. */
 
 inline int appendName(RtxContext* pctxt, const char* name) {
    RtxMemHeap* heap = pctxt->memHeap;

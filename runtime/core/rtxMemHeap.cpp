@@ -10,9 +10,7 @@
 #include <functional>
 
 namespace quorva::heap {
-namespace {
 
-/** System memory for the heap's own records, which need their alignment. */
 void* systemAlloc(RtxMallocFunc mallocFn, RtxFreeFunc freeFn, size_t nbytes) {
    if (mallocFn == rtxMemStaticAlloc_Alloc) alignStaticAlloc();
    void* ptr = mallocFn(nbytes);
@@ -22,6 +20,8 @@ void* systemAlloc(RtxMallocFunc mallocFn, RtxFreeFunc freeFn, size_t nbytes) {
    }
    return ptr;
 }
+
+namespace {
 
 void widenRange(RtxMemHeap* heap, void* begin, size_t nbytes) {
    void* end = static_cast<uint8_t*>(begin) + nbytes;
@@ -122,22 +122,32 @@ void* allocInNewBlk(RtxMemHeap* heap, unsigned units) {
    return elem + 1;
 }
 
+/** Blocks that one search looks at, so that an allocation costs the same in a heap of any size. */
+constexpr unsigned kSearchedBlks = 32;
+
+/**
+ * Walks the ring of blocks once. In a long ring a walk without a hit ends before it is round; the new block
+ * goes in where it ended, and the next walk goes on there: all that is free is found in the end.
+ */
 void* allocInBlks(RtxMemHeap* heap, unsigned units) {
-   auto* first = static_cast<RtxMemBlk*>(heap->curBlock);
+   auto* const first = static_cast<RtxMemBlk*>(heap->curBlock);
    if (first != nullptr) {
       RtxMemBlk* blk = first;
+      unsigned left = kSearchedBlks;
       do {
          if (blk->maxFreeElem >= units) {
             if (void* ptr = searchBlk(blk, units)) {
-               // A large record fills its block; what follows goes on where there was room.
-               if (freeSize(blk, blk->freeHead) >= freeSize(first, first->freeHead)) heap->curBlock = blk;
+               heap->curBlock = blk; // the next search begins where this one ended
                return ptr;
             }
          }
          blk = blk->next;
-      } while (blk != first);
+      } while (blk != first && --left != 0);
+      heap->curBlock = blk;
    }
-   return allocInNewBlk(heap, units);
+   void* ptr = allocInNewBlk(heap, units);
+   if (ptr == nullptr) heap->curBlock = first;
+   return ptr;
 }
 
 void* allocStatic(RtxMemHeap* heap, size_t nbytes) {
@@ -209,7 +219,9 @@ void* reallocRaw(void* handle, RtxMemElem* elem, size_t nbytes) {
    RtxMemHeap* heap = heapOf(handle);
    RtxRawMemBlk* raw = rawOf(elem);
    if (nbytes >= SIZE_MAX - 34) return nullptr;
-   if (heap->reallocFn == nullptr) return reallocByCopy(handle, elem, nbytes);
+   // The system's function would leave octets uncleared. Without it the size in the header is always true.
+   const bool clears = (heap->flags & RTX_MH_ZERO_ON_FREE) != 0 && (raw->flags & RTX_ME_GROWN) == 0;
+   if (heap->reallocFn == nullptr || clears) return reallocByCopy(handle, elem, nbytes);
    // The stored size is deliberately left as it is. So that it never exceeds what is there, the memory
    // never gets smaller than it.
    const size_t size = std::max(nbytes, raw->size) + sizeof(RtxRawMemBlk);
@@ -224,6 +236,7 @@ void* reallocRaw(void* handle, RtxMemElem* elem, size_t nbytes) {
       static_cast<RawRing*>(head.prev)->next = reinterpret_cast<RawRing*>(moved);
       widenRange(heap, moved, size);
    }
+   moved->flags |= RTX_ME_GROWN;
    return moved + 1;
 }
 
@@ -238,10 +251,11 @@ void* reallocElem(void* handle, RtxMemElem* elem, size_t nbytes) {
    if (units == have) return elem + 1;
    if (units < have) {
       unsigned rest = have - units;
+      if (!nextFree && rest < 2) return elem + 1;
+      clearFreed(heapOf(handle), unitAt(blk, index + units), rest * kUnit);
       if (nextFree) {
          rest += next->nunits; // the next element begins earlier; its link stays
       } else {
-         if (rest < 2) return elem + 1;
          insertFree(blk, index + have - 1);
       }
       *elemAt(blk, index + units) = {u16(rest), u16(units), 0, RTX_ME_FREE, 0};
@@ -295,9 +309,11 @@ inline int unref(void* handle, RtxMemHeap* heap, void* ptr) {
 int createHeap(void* handle, RtxMallocFunc mallocFn, RtxReallocFunc reallocFn, RtxFreeFunc freeFn,
                uint32_t flags) {
    if (handle == nullptr) return RTX_E_BAD_ARGUMENT;
-   auto* heap = static_cast<RtxMemHeap*>(systemAlloc(mallocFn, freeFn, sizeof(RtxMemHeap)));
+   const size_t size = sizeof(RtxMemHeap) + firstNodesSize();
+   auto* heap = static_cast<RtxMemHeap*>(systemAlloc(mallocFn, freeFn, size));
    if (heap == nullptr) return RTX_E_NOMEM;
-   std::memset(heap, 0, sizeof *heap);
+   std::memset(heap, 0, size);
+   addFirstNodes(heap);
    heap->defBlkSize = g_defBlkSize != 0 ? g_defBlkSize : 4096;
    heap->refCount = 1;
    heap->flags = RTX_MH_OWN_RECORD | flags;
@@ -317,12 +333,6 @@ void makeStatic(RtxMemHeap* heap, void* buffer, size_t size) {
 }
 
 } // namespace
-
-void* allocSaved(void* handle, size_t nbytes) {
-   void* ptr = alloc(handle, nbytes);
-   if (ptr != nullptr) markSaved(elemOfData(ptr));
-   return ptr;
-}
 
 void releaseRaw(RtxMemHeap* heap, RtxRawMemBlk* raw) {
    auto* member = reinterpret_cast<RawRing*>(raw);
@@ -489,6 +499,7 @@ void* rtxMemHeapReallocStatic(void* handle, void* ptr, size_t oldSize, size_t ne
    if (ptr != static_cast<uint8_t*>(heap->staticBase) + (used - oldSize)) return nullptr;
    if (newSize > oldSize && newSize - oldSize > heap->staticSize - used) return nullptr;
    heap->staticUsed = used - oldSize + newSize;
+   if (newSize < oldSize) clearFreed(heap, static_cast<uint8_t*>(ptr) + newSize, oldSize - newSize);
    return ptr;
 }
 

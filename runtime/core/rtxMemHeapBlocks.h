@@ -149,11 +149,28 @@ inline bool knownPtr(const RtxMemHeap* heap, const void* ptr) {
    return !outOfRange(heap, ptr) && codeMatches(heap, elemOfData(ptr));
 }
 
-/** Memory that a reset leaves. */
-void* allocSaved(void* handle, size_t nbytes);
+/** rtxMemHeapReset. With `allSpare` no name or container is open. */
+void reset(RtxMemHeap* heap, bool allSpare);
 
-/** rtxMemHeapReset. With `spare` the nodes of both stacks are all spare, and stay. */
-void reset(RtxMemHeap* heap, bool spare);
+/** System memory for the heap's own records, which need their alignment. */
+void* systemAlloc(RtxMallocFunc mallocFn, RtxFreeFunc freeFn, size_t nbytes);
+
+/** Octets of the first nodes of name and container stacks, which lie behind the record of a heap. */
+size_t firstNodesSize();
+
+/** Makes the memory behind the record its first nodes, all of them spare. */
+void addFirstNodes(RtxMemHeap* heap);
+
+/** Adds a piece of system memory to the spare nodes; false if there is none. */
+bool addNodes(RtxMemHeap* heap);
+
+/** Notes that everything on the heap has ended. Nodes that are in use stay what they are. */
+void endAllocations(RtxMemHeap* heap);
+
+/** Clears octets that go back, if the heap is to. */
+inline void clearFreed(const RtxMemHeap* heap, void* octets, size_t count) {
+   if ((heap->flags & RTX_MH_ZERO_ON_FREE) != 0) std::memset(octets, 0, count);
+}
 
 /** Frees an element and joins it to its free neighbours. */
 void freeElem(RtxMemHeap* heap, RtxMemElem* elem);

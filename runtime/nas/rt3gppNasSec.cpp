@@ -107,6 +107,7 @@ uint32_t macOver(const RtxNasSecContext& sec, const uint8_t* octets, size_t leng
 
 int rtx3gppSecInitialize(RtxContext* pctxt) {
    // The record of before, if any, may have gone with a reset of the heap: it is not touched.
+   dropEnded(pctxt);
    auto* sec = static_cast<RtxNasSecContext*>(rtxMemHeapAllocZ(pctxt, sizeof(RtxNasSecContext)));
    if (sec == nullptr) return recordNoMemory(pctxt);
    pctxt->nasSec = sec;
@@ -115,6 +116,7 @@ int rtx3gppSecInitialize(RtxContext* pctxt) {
 
 int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const uint8_t* cipherKey,
                                int32_t integAlg, int32_t cipherAlg) {
+   dropEnded(pctxt);
    if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
    RtxNasSecContext& sec = *pctxt->nasSec;
 
@@ -151,6 +153,7 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
 
 int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
    // The code and the cipher of one message fail alike and leave one record: its status is -71, not -50.
+   dropEnded(pctxt);
    if (pctxt->nasSec == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (length == 0 || sec.cipherAlg == algNull) return RTX_OK;
@@ -164,6 +167,7 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
 }
 
 int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac) {
+   dropEnded(pctxt);
    if (pctxt->nasSec == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (mac == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);

@@ -1,9 +1,13 @@
 /** Heap: layout, placing, flags, ownership, reset, static heaps, system failures. */
 #include "quorva/rtxContext.h"
+#include "quorva/rtxError.h"
 #include "quorva/rtxMemHeapLayout.h"
+#include "quorva/TS24301Msg.h"
 #include "support/systemMemory.h"
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 #include <cstring>
 #include <string>
@@ -146,6 +150,17 @@ TEST_F(Heap, FullBlocksArePassedByTheirBound) {
    EXPECT_EQ(heap_->curBlock, blk); // the next search begins where this one ended
    alloc(16);
    EXPECT_EQ(blk->maxFreeElem, 0);
+   // A hit moves the search even where there is more room left in the block that it came from.
+   RtxMemBlk* roomy = blkOf(alloc(4));
+   free(second);
+   EXPECT_EQ(heap_->curBlock, roomy);
+   EXPECT_EQ(blkOf(alloc(1000)), roomy);
+   alloc(2900);
+   EXPECT_EQ(heap_->curBlock, roomy);
+   EXPECT_EQ(blkOf(alloc(1000)), blkOf(second));
+   EXPECT_EQ(heap_->curBlock, blkOf(second));
+   EXPECT_EQ(blkOf(alloc(2900)), blkOf(second));
+   EXPECT_EQ(blkOf(alloc(8)), blkOf(second));
 }
 
 TEST_F(Heap, ResetKeepsBlocksAndFreesRawOnes) {
@@ -208,6 +223,58 @@ TEST_F(Heap, ZeroOnFreeClearsWhatWasThere) {
    std::memset(alloc(1000), 0x5A, 1000);
    rtxMemHeapReset(&heap_);
    EXPECT_EQ(secrets(), 0);
+
+   // What a reallocation cuts off, in front of a free neighbour and of a used one.
+   void* ptr = std::memset(alloc(1000), 0x5A, 1000);
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 500), ptr);
+   EXPECT_EQ(secrets(), 504);
+   alloc(3500 - 528 - 16);
+   EXPECT_EQ(rtxMemHeapRealloc(&heap_, ptr, 100), ptr);
+   EXPECT_EQ(secrets(), 104);
+}
+
+/** A system that keeps what is freed, to look at it. */
+std::vector<std::pair<void*, size_t>> kept;
+void* keepingAlloc(size_t nbytes) {
+   kept.emplace_back(std::malloc(nbytes), nbytes);
+   return kept.back().first;
+}
+void* keepingRealloc(void* ptr, size_t nbytes) {
+   void* fresh = keepingAlloc(nbytes);
+   for (const auto& [old, size] : kept)
+      if (old == ptr) std::memcpy(fresh, ptr, std::min(size, nbytes));
+   return fresh;
+}
+
+TEST(ZeroOnFree, LeavesNothingToTheSystem) {
+   RtxContext context;
+   ASSERT_EQ(rtxInitContextExt(&context, keepingAlloc, keepingRealloc, [](void*) {}), 0);
+   rtxMemHeapSetFlags(&context, RTX_MH_ZERO_ON_FREE);
+   void* raw = std::memset(rtxMemHeapAlloc(&context, 600000), 0x5A, 600000);
+   raw = rtxMemHeapRealloc(&context, raw, 700000);
+   EXPECT_EQ(static_cast<uint8_t*>(raw)[599999], 0x5A);
+   std::memset(raw, 0x5A, 700000);
+   raw = rtxMemHeapRealloc(&context, raw, 650000);
+   EXPECT_EQ(static_cast<uint8_t*>(raw)[649999], 0x5A);
+   for (int i = 0; i < 40; ++i) rtxCtxtPushElemName(&context, "name");
+   std::memset(rtxMemHeapAlloc(&context, 100), 0x5A, 100);
+   rtxFreeContext(&context);
+   for (const auto& [ptr, size] : kept) {
+      EXPECT_TRUE(rtxMemIsZero(ptr, size)) << size;
+      std::free(ptr);
+   }
+   kept.clear();
+
+   alignas(8) uint8_t buffer[64] = {};
+   RtxMemHeap* heap = nullptr;
+   ASSERT_EQ(rtxMemStaticHeapCreate(&heap, buffer, sizeof buffer), 0);
+   rtxMemHeapSetFlags(&heap, RTX_MH_ZERO_ON_FREE);
+   void* ptr = std::memset(rtxMemHeapAlloc(&heap, 40), 0x5A, 40);
+   rtxMemHeapReallocStatic(&heap, ptr, 40, 10);
+   EXPECT_TRUE(rtxMemIsZero(buffer + 10, 54));
+   rtxMemHeapReset(&heap);
+   EXPECT_TRUE(rtxMemIsZero(buffer, 64));
+   rtxMemHeapRelease(&heap);
 }
 
 TEST_F(Heap, ReallocStaysInPlaceWhenItCan) {
@@ -515,88 +582,112 @@ TEST(SystemFailure, LeavesTheHeapWhole) {
    });
 }
 
-// Those that most messages use outlive it; none does in the modes for debugging.
-TEST(SpareNodes, OutliveTheResetOfTheContext) {
-   const auto run = [](uint32_t flags, int depth, bool ahead) {
-      RtxContext context;
-      system_memory::reset();
-      ASSERT_EQ(
-            rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-            0);
-      rtxMemHeapSetFlags(&context, flags);
-      if (ahead) rtxMemHeapAlloc(&context, 100);
-      size_t calls = 0;
-      for (int message = 0; message < 4; ++message) {
-         for (int i = 0; i < depth; ++i) {
-            ASSERT_EQ(rtxCtxtPushElemName(&context, "name"), 0);
-            ASSERT_EQ(rtxCtxtPushContainerBytes(&context, 1), 0);
-         }
-         EXPECT_FALSE(rtxMemHeapIsEmpty(&context));
-         rtxMemHeapAlloc(&context, 1000);
-         rtxMemReset(&context); // as behind a failure
-         EXPECT_EQ(context.elemNames.head, nullptr);
-         const bool kept = context.memHeap->spareNames != nullptr;
-         EXPECT_TRUE(message == 0 || kept == (flags == 0 && depth == 1)); // the first moves them to the front
-         EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
-         rtxMemHeapCheck(&context, __FILE__, __LINE__);
-         if (message == 0) calls = system_memory::calls;
-      }
-      EXPECT_TRUE(flags != 0 || system_memory::calls == calls);
-      const bool givesBack = (flags & (RTX_MH_RAW_ONLY | RTX_MH_FREE_EMPTY_BLOCK)) != 0;
-      EXPECT_TRUE(!givesBack || system_memory::live == 1); // the heap itself
-      rtxFreeContext(&context);
-      EXPECT_EQ(system_memory::live, 0u);
-   };
-   for (uint32_t flags :
-        {0u, RTX_MH_CHECK_HEAP, RTX_MH_RAW_ONLY, RTX_MH_FREE_EMPTY_BLOCK, RTX_MH_ZERO_ON_FREE})
-      for (int depth : {1, 30})
-         for (bool ahead : {false, true}) {
-            SCOPED_TRACE(testing::Message() << flags << " " << depth << " " << ahead);
-            run(flags, depth, ahead);
-         }
-}
-
-TEST(SpareNodes, BelongToTheHeapAndDontCount) {
+/** Messages without a failure leave nothing: neither saved elements nor a block that can't go back. */
+TEST_F(Heap, StacksTakeNoRoomInBlocks) {
    RtxContext context;
-   system_memory::reset();
    ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
              0);
-   const auto nest = [&] {
-      for (int i = 0; i < 5; ++i) {
+   rtxMemHeapSetFlags(&context, RTX_MH_FREE_EMPTY_BLOCK);
+   for (int depth : {1, 30, 100}) {
+      EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
+      for (int i = 0; i < depth; ++i) {
          ASSERT_EQ(rtxCtxtPushElemName(&context, "name"), 0);
          ASSERT_EQ(rtxCtxtPushContainerBytes(&context, 1), 0);
       }
-      for (int i = 0; i < 5; ++i) {
+      EXPECT_FALSE(rtxMemHeapIsEmpty(&context));
+      EXPECT_EQ(context.memHeap->curBlock, nullptr);
+      void* ptr = rtxMemHeapAlloc(&context, 100);
+      EXPECT_EQ(static_cast<char*>(ptr) - static_cast<char*>(context.memHeap->curBlock), 48);
+      EXPECT_EQ(blkOf(ptr)->nsaved, 0);
+      rtxMemHeapFreePtr(&context, ptr);
+      EXPECT_EQ(context.memHeap->curBlock, nullptr); // the last free returned it
+      for (int i = 0; i < depth; ++i) {
          EXPECT_STREQ(rtxCtxtPopElemName(&context), "name");
          rtxCtxtPopContainer(&context);
       }
-      EXPECT_EQ(context.elemNames.head, nullptr);
-      EXPECT_NE(context.memHeap->spareNames, nullptr);
-      EXPECT_NE(context.memHeap->spareContainers, nullptr);
-      EXPECT_TRUE(rtxMemHeapIsEmpty(&context));
-   };
-   // Whatever ends the nodes' memory forgets them; with another owner about they are given back.
-   const auto release = +[](void* handle) {
-      RtxMemHeap* other = static_cast<RtxContext*>(handle)->memHeap;
-      rtxMemHeapAddRef(&other);
-      rtxMemHeapRelease(&other);
-   };
-   for (auto* end : {release, rtxMemHeapReset, rtxMemHeapFreeAll}) {
-      nest();
-      end(&context);
-      EXPECT_EQ(context.memHeap->spareNames, nullptr);
-      EXPECT_EQ(context.memHeap->spareContainers, nullptr);
-      rtxMemHeapCheck(&context, __FILE__, __LINE__);
    }
-   alignas(8) static uint8_t buffer[5 * (2 * sizeof(RtxDListNode) + 16)]; // just those nodes
-   nest();
-   ASSERT_EQ(rtxMemHeapConvertStatic(&context, buffer, sizeof buffer), 0);
-   nest();
-   const size_t used = context.memHeap->staticUsed;
-   nest();
-   EXPECT_EQ(context.memHeap->staticUsed, used);
+   const size_t deep = system_memory::live;
+   rtxMemReset(&context);
+   EXPECT_EQ(system_memory::live, deep); // nodes stay for the next message
+   rtxMemFree(&context);
+   EXPECT_EQ(system_memory::live, 2u); // the records of two heaps
    rtxFreeContext(&context);
-   EXPECT_EQ(system_memory::live, 0u);
+}
+
+/** What ends all allocations leaves open names and containers alone: no node goes to two owners. */
+TEST(StackNodes, OutliveWhatEndsAllAllocations) {
+   const auto reset = +[](void* handle) { rtxMemHeapReset(handle); };
+   const auto bySub = +[](void* handle) {
+      RtxContext sub;
+      ASSERT_EQ(rtInitSubContext(&sub, static_cast<RtxContext*>(handle)), 0);
+      rtxMemReset(&sub);
+      ASSERT_EQ(rtxCtxtPushElemName(&sub, "other"), 0);
+      ASSERT_EQ(rtxCtxtPushContainerBytes(&sub, 9), 0);
+      rtFreeContext(&sub);
+   };
+   for (uint32_t flags : {0u, RTX_MH_RAW_ONLY, RTX_MH_ZERO_ON_FREE, RTX_MH_FREE_EMPTY_BLOCK})
+      for (auto* end : {reset, rtxMemHeapFreeAll, bySub}) {
+         RtxContext context;
+         ASSERT_EQ(rtInitContext(&context), 0);
+         rtxMemHeapSetFlags(&context, flags);
+         static const char* const kNames[] = {"a", "b", "c"};
+         std::string path;
+         for (int round = 0; round < 40; ++round) {
+            ASSERT_EQ(rtxCtxtPushElemName(&context, kNames[round % 3]), 0);
+            ASSERT_EQ(rtxCtxtPushContainerBytes(&context, static_cast<size_t>(round)), 0);
+            rtxErrSetData(&context, RTX_E_CONSTRAINT, nullptr, 0);
+            rtxErrAddStrParm(&context, "parameter");
+            end(&context);
+            if (void* ptr = rtxMemHeapAlloc(&context, 3000)) std::memset(ptr, 0xEE, 3000);
+            EXPECT_EQ(rtxErrGetStatus(&context), 0); // the record has ended with the rest
+            EXPECT_EQ(rtxErrGetErrorCnt(&context), 0u);
+            rtxMemHeapCheck(&context, __FILE__, __LINE__);
+         }
+         EXPECT_EQ(context.elemNames.count, 40u);
+         for (int round = 40; round-- > 0;) {
+            EXPECT_EQ(rtxCtxtGetContainerRemBits(&context), round * 8);
+            rtxCtxtPopContainer(&context);
+            EXPECT_EQ(rtxCtxtPopElemName(&context), kNames[round % 3]);
+         }
+         rtxErrReset(&context);
+         rtxMemHeapCheck(&context, __FILE__, __LINE__);
+         rtFreeContext(&context);
+      }
+}
+
+/** The alarm ends the process if the search for a spare node does not. */
+TEST(StackNodes, TruncatedMessagesAndResetsOfTheHeapEnd) {
+   alarm(20);
+   uint8_t octets[] = {0x07, 0x52, 0x06, 0x90, 0x5a, 0xda};
+   for (const size_t size : {size_t{3000}, size_t{100}, size_t{600000}}) {
+      RtxContext context;
+      ASSERT_EQ(rtInitContext(&context), 0);
+      TS24301Msg_PDU pdu;
+      for (int round = 0; round < 4; ++round) {
+         asn1Init_TS24301Msg_PDU(&pdu);
+         rtxCtxtSetBufPtr(&context, octets, sizeof octets);
+         EXPECT_LT(NASDec_TS24301Msg_PDU(&context, &pdu), 0);
+         rtxMemHeapReset(&context);
+         std::memset(rtxMemHeapAlloc(&context, size), 0xEE, size);
+      }
+      EXPECT_NE(context.elemNames.count, 0u);
+      rtxErrReset(&context);
+      EXPECT_EQ(context.elemNames.count, 0u);
+      rtxMemHeapCheck(&context, __FILE__, __LINE__);
+      rtFreeContext(&context);
+   }
+   alarm(0);
+}
+
+/** Blocks that a search of a long ring passes are counted by their effect: memory comes back into use. */
+TEST_F(Heap, LongRingsAreSearchedPieceByPiece) {
+   std::vector<void*> pieces;
+   for (int i = 0; i < 400; ++i) pieces.push_back(alloc(4000)); // a block each
+   const size_t full = system_memory::live;
+   for (int i = 0; i < 200; ++i) free(pieces[static_cast<size_t>(i)]);
+   for (int i = 0; i < 200; ++i) alloc(4000);
+   EXPECT_LE(system_memory::live, full + 400 / 32 + 1);
+   check();
 }
 
 } // namespace
