@@ -1,6 +1,7 @@
 /** Heap against malloc and free in the pattern of a decoder, and the cost of name and container nodes. */
 #include "quorva/rtxContext.h"
 #include "quorva/rtxDList.h"
+#include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 
 #include <benchmark/benchmark.h>
@@ -63,6 +64,53 @@ void MallocDecodingPattern(benchmark::State& state) {
                                                                    benchmark::Counter::kInvert);
 }
 BENCHMARK(MallocDecodingPattern);
+
+/** Allocations of 100 octets without a free: the figure of one must not grow with their number. */
+void HeapGrowth(benchmark::State& state) {
+   for (auto _ : state) {
+      RtxMemHeap* heap = nullptr;
+      for (int64_t i = 0; i < state.range(0); ++i) touch(rtxMemHeapAlloc(&heap, 100));
+      rtxMemHeapRelease(&heap);
+   }
+   state.counters["per_piece"] =
+         benchmark::Counter(static_cast<double>(state.range(0)),
+                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(HeapGrowth)->Arg(1000)->Arg(100000)->Arg(1000000)->Arg(10000000)->Unit(benchmark::kMillisecond);
+
+/** The same for sizes that leave room at the end of most blocks. */
+void HeapGrowthMixed(benchmark::State& state) {
+   for (auto _ : state) {
+      RtxMemHeap* heap = nullptr;
+      for (int64_t i = 0; i < state.range(0); ++i)
+         touch(rtxMemHeapAlloc(&heap, kSizes[static_cast<size_t>(i) % kPieces] * (1 + i % 3)));
+      rtxMemHeapRelease(&heap);
+   }
+   state.counters["per_piece"] =
+         benchmark::Counter(static_cast<double>(state.range(0)),
+                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(HeapGrowthMixed)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+/** Error records that are not fatal, and a deep stack of names, with what ends them. */
+void ManyErrors(benchmark::State& state) {
+   RtxContext context;
+   if (rtInitContext(&context) != 0) abort();
+   for (auto _ : state) {
+      for (int64_t i = 0; i < state.range(0); ++i) {
+         rtxCtxtPushElemName(&context, "name");
+         rtxErrSetNewData(&context, RTX_E_BAD_TIME, nullptr, 0);
+         rtxErrSetNonFatal(&context);
+      }
+      rtxErrReset(&context);
+      rtxMemReset(&context);
+   }
+   state.counters["per_error"] =
+         benchmark::Counter(static_cast<double>(state.range(0)),
+                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+   rtFreeContext(&context);
+}
+BENCHMARK(ManyErrors)->Arg(100)->Arg(10000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 /** One piece allocated and freed alone. */
 void HeapAllocFree(benchmark::State& state) {

@@ -21,7 +21,8 @@ QUORVA_BEGIN_DECLS
  * - `rtxMapFree` frees the entries and the table, not keys, values or the record. The map then takes nothing
  *   (RTX_E_NOT_INIT) and finds nothing.
  * - `rtxMapCopy` gives a new record with the same table size and entries; null if memory fails.
- * - `rtxMapInsert` adds an entry without a look for others of the same key, which it hides. 0 or RTX_E_NOMEM.
+ * - `rtxMapInsert` adds an entry without a look for others of the same key, which it hides until the table
+ *   grows: growth turns the order of entries with one key round. 0 or RTX_E_NOMEM.
  * - `rtxMapSearch` is true if the key is there; the value goes to `*pvalue` unless that is null.
  * - `rtxMapRemove` does the same and removes the entry.
  * - `rtxMapPut` replaces the value of a key that is there, else inserts. 0 or RTX_E_NOMEM.

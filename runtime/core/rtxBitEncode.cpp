@@ -209,11 +209,14 @@ int rtxEncBitsPattern(RtxContext* pctxt, uint8_t pattern, size_t nbits) {
 
 int rtxEncBitsFromByteArray(RtxContext* pctxt, const uint8_t* octets, size_t nbits) {
    if (nbits == 0) return RTX_OK;
+   if (octets == nullptr) [[unlikely]]
+      return recordFailure(pctxt, RTX_E_NULL);
    return pctxt->bufBitsLeft == 8 ? encodeAligned(pctxt, octets, nbits) : encodeShifted(pctxt, octets, nbits);
 }
 
 int rtxCopyBits(RtxContext* pctxt, const uint8_t* octets, size_t nbits, size_t startBit) {
    if (nbits == 0) return RTX_OK;
+   if (octets == nullptr) return recordFailure(pctxt, RTX_E_NULL);
    octets += startBit / 8;
    if (const size_t passed = startBit % 8) {
       const size_t have = 8 - passed;
@@ -228,6 +231,8 @@ int rtxCopyBits(RtxContext* pctxt, const uint8_t* octets, size_t nbits, size_t s
 
 int rtxWriteBytes(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
    if (numocts == 0) return RTX_OK;
+   if (octets == nullptr) [[unlikely]]
+      return recordFailure(pctxt, RTX_E_NULL);
    int status;
    if (!hot::streamActive(pctxt)) {
       status = writeToBuffer(pctxt, octets, numocts);

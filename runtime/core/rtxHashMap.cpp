@@ -124,13 +124,10 @@ struct Ops {
       const uint32_t nold = std::exchange(map->nbuckets, nbuckets);
       ++map->primeIndex;
       map->threshold = thresholdOf(nbuckets);
+      // Each entry goes to the head of its new bucket, so that of several with one key the order turns round:
+      // callers that insert a key twice count on nothing else.
       for (uint32_t i = 0; i < nold; ++i) {
-         Entry* reversed = nullptr; // so that of entries with one key the newer comes out in front again
          for (Entry *entry = old[i], *next; entry != nullptr; entry = next) {
-            next = std::exchange(entry->next, reversed);
-            reversed = entry;
-         }
-         for (Entry *entry = reversed, *next; entry != nullptr; entry = next) {
             next = entry->next;
             push(map, entry);
          }

@@ -643,7 +643,11 @@ int Scan::skipUnknown(Decoder decoder, unsigned iei, unsigned last, unsigned cod
    }
    // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated, so that a run of
    // one kind counts as a single error. In a shifted codeset nothing is reported.
-   if (((iei & 0x0F) | codeset) == 0 && iei != last) {
+   // Once several failures are on record more of them tell nothing: the message's result stays the same, and
+   // its sender would have memory for the asking.
+   constexpr size_t kMostRecords = 16; // eight such IEIs exist
+   if (((iei & 0x0F) | codeset) == 0 && iei != last &&
+       (ctxt->errList.count < kMostRecords || rtxErrGetStatus(ctxt) != RTX_E_MULTIPLE)) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei));
       const Site where = decoder.site(line);
       rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);

@@ -645,6 +645,7 @@ public:
       if (value.numbits > bitCapacity(value)) return kNotShort;
       const uint8_t* from = value.data;
       size_t count = value.numbits;
+      if (from == nullptr && count != 0) return kNotShort;
       for (; count >= 8; count -= 8)
          if (!put<8>(*from++)) return kNotShort;
       for (unsigned shift = 7; count != 0; --count, --shift)
@@ -729,9 +730,10 @@ private:
    static constexpr size_t bitCapacity(const RtxDynBitStr&) { return ~size_t{0}; }
 
    L3_INLINE int store(const uint8_t* data, size_t count) {
-      uint8_t* to = takeOctets(count);
+      if (count == 0) return used_ == 0 ? 0 : kNotShort;
+      uint8_t* to = data == nullptr ? nullptr : takeOctets(count);
       if (to == nullptr) return kNotShort;
-      if (count != 0) copyOctets(to, data, count);
+      copyOctets(to, data, count);
       return 0;
    }
    // The rest of the last octet is cleared.

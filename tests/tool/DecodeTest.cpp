@@ -255,3 +255,9 @@ TEST(Decode, OpensShortMessages) {
       EXPECT_EQ(run(std::string("decode --rp '") + message + "'").text,
                 run(std::string("decode '") + message + "'").text);
 }
+
+TEST(Decode, EndsOnInputWithoutAnEnd) {
+   const Result result = run("decode /dev/zero");
+   EXPECT_NE(result.code, 0);
+   EXPECT_EQ(result.text, "quorva: /dev/zero:1: more than 64 MiB in one message\n");
+}

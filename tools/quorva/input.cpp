@@ -9,6 +9,10 @@
 
 namespace quorva::tool {
 
+constexpr size_t kMostOctets = size_t{64} << 20;    // of a message
+constexpr size_t kMostCharacters = 4 * kMostOctets; // of a line; "0x" or blanks take some
+static const char kTooLong[] = "more than 64 MiB in one message";
+
 static bool isBlank(char ch) {
    return std::isspace(static_cast<unsigned char>(ch)) != 0 || ch == ',';
 }
@@ -64,6 +68,10 @@ std::optional<std::vector<uint8_t>> octetsFromHex(std::string_view text, std::st
       fault = "odd number of hexadecimal digits (" + std::to_string(digits.size()) + ")";
       return std::nullopt;
    }
+   if (digits.size() / 2 > kMostOctets) {
+      fault = kTooLong;
+      return std::nullopt;
+   }
    std::vector<uint8_t> octets(digits.size() / 2);
    for (size_t i = 0; i < octets.size(); ++i)
       octets[i] = static_cast<uint8_t>(digitValue(digits[2 * i]) << 4 | digitValue(digits[2 * i + 1]));
@@ -76,13 +84,34 @@ static Message messageFromHex(std::string origin, std::string_view text) {
    return message;
 }
 
+// The next line up to a #, or to the first character that spoils it; false at the end of the input. A line
+// that doesn't end in time has no end here.
+static bool readLine(std::istream& in, std::string& line, bool& endless) {
+   line.clear();
+   bool keep = true;
+   size_t length = 0;
+   for (char ch; in.get(ch) && ch != '\n';) {
+      endless = ++length > kMostCharacters;
+      if (endless) return true;
+      keep = keep && ch != '#';
+      if (keep) line += ch;
+      keep = keep && (isBlank(ch) || isHexDigit(ch) || ch == 'x' || ch == 'X');
+   }
+   return in.good() || length != 0;
+}
+
 static void readLines(std::istream& in, const std::string& name, std::vector<Message>& messages) {
    std::string line;
-   for (size_t number = 1; std::getline(in, line); ++number) {
-      line.erase(std::min(line.find('#'), line.size()));
+   bool endless = false;
+   for (size_t number = 1; readLine(in, line, endless); ++number) {
+      const std::string origin = name + ":" + std::to_string(number);
+      if (endless) {
+         messages.push_back({origin, {}, kTooLong});
+         return;
+      }
       bool blank = true;
       for (const char ch : line) blank = blank && isBlank(ch);
-      if (!blank) messages.push_back(messageFromHex(name + ":" + std::to_string(number), line));
+      if (!blank) messages.push_back(messageFromHex(origin, line));
    }
    if (in.bad()) messages.push_back({name, {}, "can't be read to its end"});
 }

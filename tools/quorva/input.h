@@ -23,7 +23,8 @@ std::optional<std::vector<uint8_t>> octetsFromHex(std::string_view text, std::st
 // All messages that the arguments of a command name. An argument is hexadecimal text, the name of a file, or
 // "-" for standard input; none at all means standard input too. Hexadecimal arguments of at most two digits
 // in a row are the octets of one message, longer ones are a message each. A file has one message a line;
-// empty lines and what follows a # are passed over.
+// empty lines and what follows a # are passed over. A message has 64 MiB at most; no more of an input is held
+// in memory, and a line of more than four times as many characters ends the reading.
 std::vector<Message> readMessages(const std::vector<std::string>& arguments);
 
 } // namespace quorva::tool
