@@ -18,6 +18,7 @@ QUORVA_BEGIN_DECLS
  * @return 0, or -20 for a null pointer, a lesser size or other texts; `plmn` is then untouched.
  */
 QUORVA_API int rtStringToPLMNidentity(const char* mcc, const char* mnc, uint8_t* plmn, size_t size);
+/** As rtStringToPLMNidentity, in the nibble order of the packet gateway's records; same statuses. */
 QUORVA_API int rtStringToPGWPLMNidentity(const char* mcc, const char* mnc, uint8_t* plmn, size_t size);
 
 /**
@@ -26,7 +27,9 @@ QUORVA_API int rtStringToPGWPLMNidentity(const char* mcc, const char* mnc, uint8
  * memory.
  */
 QUORVA_API char* rtGetMCCFromPLMNidentity(const uint8_t* plmn);
+/** MNC digits, two or three, into the caller's text; same result as for the MCC. */
 QUORVA_API char* rtGetMNCFromPLMNidentity(const uint8_t* plmn);
+/** MNC digits in the nibble order of the packet gateway's records. */
 QUORVA_API char* rtGetMNCFromPGWPLMNidentity(const uint8_t* plmn);
 
 QUORVA_END_DECLS

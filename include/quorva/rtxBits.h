@@ -17,11 +17,17 @@ QUORVA_BEGIN_DECLS
 
 /* Reading bits, right aligned. RTX_E_OVERFLOW for more bits than the target holds. */
 
+/** One bit, stored as 0 or 1. */
 QUORVA_API int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue);
+/** 0 to 32 bits, right aligned. */
 QUORVA_API int rtxDecBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits);
+/** 0 to 8 bits, right aligned. */
 QUORVA_API int rtxDecBitsToByte(RtxContext* pctxt, uint8_t* pvalue, uint8_t nbits);
+/** 0 to 16 bits, right aligned. */
 QUORVA_API int rtxDecBitsToUInt16(RtxContext* pctxt, uint16_t* pvalue, size_t nbits);
+/** 0 to 64 bits, right aligned. */
 QUORVA_API int rtxDecBitsToUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t nbits);
+/** 0 to 64 bits, right aligned, into a size. */
 QUORVA_API int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits);
 
 /**
@@ -33,6 +39,7 @@ QUORVA_API int rtxDecBitsToByteArray(RtxContext* pctxt, uint8_t* buf, size_t buf
 
 /** Reads without moving the cursor. rtxPeekBits can't go back on an active stream: RTX_E_UNSUPPORTED. */
 QUORVA_API int rtxPeekBit(RtxContext* pctxt, uint8_t* pvalue);
+/** 0 to 32 bits without a move; RTX_E_UNSUPPORTED on an active stream, where the cursor stays advanced. */
 QUORVA_API int rtxPeekBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits);
 
 /* Moving. Without a stream a move that fails with RTX_E_END_OF_DATA at the end is not undone. */
@@ -48,6 +55,7 @@ QUORVA_API int rtxSkipBytes(RtxContext* pctxt, size_t numocts);
 
 /* Reading octets. These ignore the position inside the octet. */
 
+/** Copies `numocts` octets to the target, or passes over them if that is null. */
 QUORVA_API int rtxReadBytes(RtxContext* pctxt, uint8_t* target, size_t numocts);
 
 /** RTX_E_BUFFER_FULL, not recorded, if the octets do not fit the target. */
@@ -72,12 +80,19 @@ QUORVA_API int rtxPeekBytes(RtxContext* pctxt, uint8_t* target, size_t targetSiz
  * forms take one more if it is 0 and comes first. The octets are consumed before that is checked.
  */
 QUORVA_API int rtxDecInt8(RtxContext* pctxt, int8_t* pvalue);
+/** 0 to 2 octets, two's complement. */
 QUORVA_API int rtxDecInt16(RtxContext* pctxt, int16_t* pvalue, size_t numocts);
+/** 0 to 4 octets, two's complement. */
 QUORVA_API int rtxDecInt32(RtxContext* pctxt, int32_t* pvalue, size_t numocts);
+/** 0 to 8 octets, two's complement. */
 QUORVA_API int rtxDecInt64(RtxContext* pctxt, int64_t* pvalue, size_t numocts);
+/** One octet. */
 QUORVA_API int rtxDecUInt8(RtxContext* pctxt, uint8_t* pvalue);
+/** 0 to 2 octets, or 3 of which the first is 0. */
 QUORVA_API int rtxDecUInt16(RtxContext* pctxt, uint16_t* pvalue, size_t numocts);
+/** 0 to 4 octets, or 5 of which the first is 0. */
 QUORVA_API int rtxDecUInt32(RtxContext* pctxt, uint32_t* pvalue, size_t numocts);
+/** 0 to 8 octets, or 9 of which the first is 0. */
 QUORVA_API int rtxDecUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t numocts);
 
 /*
@@ -85,10 +100,12 @@ QUORVA_API int rtxDecUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t numocts)
  * RTX_E_BAD_ARGUMENT for a width that the value does not have.
  */
 
+/** One bit: 1 for any value whose low octet is not 0. */
 QUORVA_API int rtxEncBit(RtxContext* pctxt, uint8_t value);
 
 /** Writes the low `nbits` of the value. */
 QUORVA_API int rtxEncBits(RtxContext* pctxt, uint32_t value, size_t nbits);
+/** The low 0 to 64 bits of a size; RTX_E_BAD_ARGUMENT above. */
 QUORVA_API int rtxEncBitsFromSize(RtxContext* pctxt, size_t value, size_t nbits);
 
 /** As rtxEncBits, but the bits behind the field keep their value: for lengths that are known only later. */
@@ -113,6 +130,7 @@ QUORVA_API int rtxEncUInt32(RtxContext* pctxt, uint32_t value, size_t numocts);
 
 /** Sets or clears a bit. Returns 0 or its mask, as it was before, or RTX_E_INDEX. */
 QUORVA_API int rtxSetBit(uint8_t* octets, size_t nbits, size_t index);
+/** Clears a bit; result and status as of rtxSetBit. */
 QUORVA_API int rtxClearBit(uint8_t* octets, size_t nbits, size_t index);
 
 /** Non-zero if the bit is set; 0 outside. */
@@ -144,7 +162,9 @@ QUORVA_API int rtxCheckUnusedBitsZero(const uint8_t* octets, size_t nbits);
 
 /** Significant bits; 0 for 0. */
 QUORVA_API uint32_t rtxGetBitCount(uint32_t value);
+/** Significant bits of a number, 0 to 32. */
 QUORVA_API uint32_t rtxUInt32BitLen(uint32_t value);
+/** Significant bits of a number, 0 to 64. */
 QUORVA_API uint32_t rtxUInt64BitLen(uint64_t value);
 
 /** Bits from the most significant one through the lowest set one; 0 for 0. */

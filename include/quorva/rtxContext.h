@@ -103,6 +103,7 @@ QUORVA_API int rtxInitContextExt(RtxContext* pctxt, RtxMallocFunc mallocFn, RtxR
  * rtFreeContext. Returns 0 or RTX_E_NOMEM, with nothing left to free.
  */
 QUORVA_API int rtInitASN1Context(RtxContext* pctxt);
+/** The usual entry: rtInitASN1Context under its short name. */
 QUORVA_API int rtInitContext(RtxContext* pctxt);
 
 /** Allocates and initialises a context, to be ended by rtFreeContext. Null when memory is exhausted. */
@@ -120,7 +121,10 @@ QUORVA_API int rtInitSubContext(RtxContext* pctxt, RtxContext* parent);
 /** Initialises a context for another thread: a heap of its own, `threadShared` of `source`. Returns 0. */
 QUORVA_API int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* source);
 
-/** Ends a context, but not its record. Returns 0, or the result of `freeHook`. */
+/**
+ * Ends a context, but not its record. `memHeap` becomes null, where others share the heap too: a dead context
+ * can't reach it. Returns 0, or the result of `freeHook`.
+ */
 QUORVA_API int rtxFreeContext(RtxContext* pctxt);
 
 /** Returns 0 for a valid context and RTX_E_NOT_INIT for any other record, or null. */
@@ -140,6 +144,7 @@ QUORVA_API void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other);
 
 /** Sets or clears RTX_CTXT_... bits. */
 QUORVA_API void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask);
+/** Removes RTX_CTXT_... bits. */
 QUORVA_API void rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
 
 /** Sets or clears RTX_CTXT_FAST_COPY. */
@@ -150,7 +155,9 @@ QUORVA_API void rtSetFastCopy(RtxContext* pctxt, int value);
  * rtxFreeContext calls rtCtxtFreeASN1Info before it frees the record.
  */
 QUORVA_API int rtCtxtInitASN1Info(RtxContext* pctxt);
+/** Empties the ASN.1 record, whose memory rtxFreeContext then frees. */
 QUORVA_API void rtCtxtFreeASN1Info(RtxContext* pctxt);
+/** Empties the ASN.1 record for further use. */
 QUORVA_API void rtCtxtResetASN1Info(RtxContext* pctxt);
 
 /** Version as a number: 780 is 7.8.0. */
@@ -168,6 +175,8 @@ QUORVA_API void rtxFreeRegexpCache(RtxContext* pctxt);
  * Gives the context a buffer and puts the cursor at its start.
  * @param data  The caller's octets, which must outlive their use. Null: a new buffer that may grow.
  * @param size  Number of octets; of a new buffer 0 stands for 1024.
+ * Over a stream without a context buffer nothing is allocated: `bufSize` is then 0, or that of the buffer
+ * that stays, since no octet may be written beyond what is there.
  * @return 0, RTX_E_NOT_INIT for an invalid context, or RTX_E_NOMEM.
  */
 QUORVA_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size);
@@ -187,8 +196,8 @@ QUORVA_API int rtxCheckOutputBuffer(RtxContext* pctxt, size_t numocts);
 
 /**
  * Gets room for `numocts` octets by writing the buffer to the active stream or by growing it.
- * @return 0, RTX_E_BUFFER_FULL if the buffer may not grow, RTX_E_NOMEM (buffer and size stay), or what the
- *         stream failed with.
+ * @return 0, RTX_E_BUFFER_FULL if the buffer may not grow, RTX_E_NOMEM (buffer and size stay: `bufSize` never
+ *         tells more than was allocated), or what the stream failed with.
  */
 QUORVA_API int rtxExpandOutputBuffer(RtxContext* pctxt, size_t numocts);
 
@@ -199,7 +208,7 @@ QUORVA_API int rtxIsOutputBufferFlushable(const RtxContext* pctxt);
 QUORVA_API int rtxFlushOutputBuffer(RtxContext* pctxt);
 
 /**
- * Sees to it that `numocts` octets lie at the cursor.
+ * Sees to it that `numocts` octets lie at the cursor. A stream is asked only if they don't lie there yet.
  * @return 0, RTX_E_END_OF_DATA, or RTX_E_END_OF_STREAM if a stream was asked for them.
  */
 QUORVA_API int rtxCheckInputBuffer(RtxContext* pctxt, size_t numocts);
@@ -227,6 +236,7 @@ QUORVA_API int rtxCtxtResetToBitPos(RtxContext* pctxt, size_t pos);
  * @return 0, RTX_E_UNSUPPORTED if the stream has no positions, RTX_E_BAD_ARGUMENT for a reset without a mark.
  */
 QUORVA_API int rtxMarkPos(RtxContext* pctxt, size_t* ppos);
+/** Goes back to an octet position of rtxMarkPos; statuses as above. */
 QUORVA_API int rtxResetToPos(RtxContext* pctxt, size_t pos);
 
 /** Octets moved through the attached stream; with none the index of the current octet. */
@@ -248,6 +258,7 @@ QUORVA_API int rtxCtxtPopArrayElemName(RtxContext* pctxt);
 
 /** Pushes and pops a copy of a name on the heap; `level` stays. RTX_E_NOMEM is not recorded. */
 QUORVA_API int rtxCtxtPushElemNameCopy(RtxContext* pctxt, const char* name);
+/** Removes the top name and frees the copy; nothing on an empty stack. */
 QUORVA_API void rtxCtxtPopElemNameCopy(RtxContext* pctxt);
 
 /** Pushes a name if the stack is empty, so that only the outermost type stands in the path. */
@@ -260,10 +271,12 @@ QUORVA_API const char* rtxCtxtPopTypeName(RtxContext* pctxt);
 
 /** Opens a container that ends `numocts` octets, or `nbits` bits, behind the cursor. 0 or RTX_E_NOMEM. */
 QUORVA_API int rtxCtxtPushContainerBytes(RtxContext* pctxt, size_t numocts);
+/** Opens a container that ends `nbits` bits behind the cursor. 0 or RTX_E_NOMEM. */
 QUORVA_API int rtxCtxtPushContainerBits(RtxContext* pctxt, size_t nbits);
 
 /** Closes the innermost container, or all of them. An empty stack is no error. */
 QUORVA_API void rtxCtxtPopContainer(RtxContext* pctxt);
+/** Closes all containers. */
 QUORVA_API void rtxCtxtPopAllContainers(RtxContext* pctxt);
 
 /** Does the cursor stand before the end? Without a container only whole octets of the buffer count. */

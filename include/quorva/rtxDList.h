@@ -41,6 +41,7 @@ QUORVA_API RtxDListNode* rtxDListAppend(RtxContext* pctxt, RtxDList* list, void*
 
 /** Links a given node at the tail, or so that it has the given index; an index above `count` appends. */
 QUORVA_API RtxDListNode* rtxDListAppendNode(RtxDList* list, RtxDListNode* node);
+/** Links a given node in at an index; at the end for one that is `count` or more. Returns the node. */
 QUORVA_API RtxDListNode* rtxDListInsertNode(RtxDList* list, size_t index, RtxDListNode* node);
 
 /** New node with the given index; an index above `count` appends. */
@@ -75,6 +76,7 @@ QUORVA_API RtxDListNode* rtxDListFindByIndex(const RtxDList* list, size_t index)
 
 /** First node with this data pointer, or null; its index, or -1. */
 QUORVA_API RtxDListNode* rtxDListFindByData(const RtxDList* list, const void* data);
+/** Index of the first node with this data pointer, or -1. */
 QUORVA_API int rtxDListFindIndexByData(const RtxDList* list, const void* data);
 
 /** First node whose data is not null, or null. */

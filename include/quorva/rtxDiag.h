@@ -75,6 +75,7 @@ QUORVA_API void rtxDiagStream(RtxContext* pctxt, const char* fmt, ...) QUORVA_PR
 
 /** Dump to standard output, or to the print stream, if diagnostics are on. */
 QUORVA_API void rtxDiagHexDump(const RtxContext* pctxt, const uint8_t* data, size_t numocts);
+/** As rtxDiagHexDump, to the print stream. */
 QUORVA_API void rtxDiagStreamHexDump(RtxContext* pctxt, const uint8_t* data, size_t numocts);
 
 /** The octets as characters and a line end to standard output, if diagnostics are on. */

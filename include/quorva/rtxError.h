@@ -38,6 +38,7 @@ QUORVA_API void rtxErrSetNonFatal(RtxContext* pctxt);
 
 /** Status of the first, or last, record; 0 if there is none. */
 QUORVA_API int rtxErrGetFirstError(const RtxContext* pctxt);
+/** Status of the newest record; 0 if there is none. */
 QUORVA_API int rtxErrGetLastError(const RtxContext* pctxt);
 
 /** Number of records. */
@@ -61,8 +62,11 @@ QUORVA_API void rtxErrFreeNodeParms(RtxContext* pctxt, RtxErrInfo* info);
 /** Appends an empty fatal record. Null when memory is exhausted (not recorded). */
 QUORVA_API RtxErrInfo* rtxErrNewNode(RtxContext* pctxt);
 
-/** Makes the errors of `dest` a copy of those of `source`. Returns 0 or RTX_E_NOMEM, with none left in
- * `dest`. */
+/**
+ * Makes the errors of `dest` a copy of those of `source`. Of `errFixed` the parameters are copied, not the
+ * status: it stands for a place in the list, and `dest` must be able to use its own when memory ends.
+ * @return 0 or RTX_E_NOMEM, with none left in `dest`.
+ */
 QUORVA_API int rtxErrCopy(RtxContext* dest, const RtxContext* source);
 
 /** Appends a copy of each record of `source`. Returns 0 or RTX_E_NOMEM. */
@@ -76,11 +80,17 @@ QUORVA_API int rtxErrInvUIntOpt(RtxContext* pctxt, uint32_t value);
  * no memory or RTX_ERR_MAX_PARMS are there already.
  */
 QUORVA_API int rtxErrAddStrParm(RtxContext* pctxt, const char* text);
+/** Adds at most `nchars` characters of a text. */
 QUORVA_API int rtxErrAddStrnParm(RtxContext* pctxt, const char* text, size_t nchars);
+/** Adds the decimal text of a signed 32-bit number. */
 QUORVA_API int rtxErrAddIntParm(RtxContext* pctxt, int32_t value);
+/** Adds the decimal text of an unsigned 32-bit number. */
 QUORVA_API int rtxErrAddUIntParm(RtxContext* pctxt, uint32_t value);
+/** Adds the decimal text of a signed 64-bit number. */
 QUORVA_API int rtxErrAddInt64Parm(RtxContext* pctxt, int64_t value);
+/** Adds the decimal text of an unsigned 64-bit number. */
 QUORVA_API int rtxErrAddUInt64Parm(RtxContext* pctxt, uint64_t value);
+/** Adds the decimal text of a size. */
 QUORVA_API int rtxErrAddSizeParm(RtxContext* pctxt, size_t value);
 
 /** Adds the text "?", whatever the value. */
@@ -117,6 +127,7 @@ QUORVA_API char* rtxErrGetMsgTextBuf(RtxContext* pctxt, char* buf, size_t bufsiz
 
 /** Prints one record, or all of them, to standard output. */
 QUORVA_API void rtxErrPrintElement(const RtxErrInfo* info);
+/** Prints all records on standard output, oldest first. */
 QUORVA_API void rtxErrPrint(const RtxContext* pctxt);
 
 typedef void (*RtxErrLogCallback)(const char* text, void* userArg);
@@ -129,7 +140,9 @@ QUORVA_API QUORVA_NORETURN void rtxErrAssertionFailed(const char* condition, int
 
 /* There are no tables of status texts to set up: these do nothing, and the last returns 0. */
 QUORVA_API void rtxErrInit(void);
+/** Does nothing. */
 QUORVA_API void rtErrASN1Init(void);
+/** Does nothing and returns 0: there are no tables of status texts. */
 QUORVA_API int rtxErrAddErrorTableEntry(const char* const* texts, int minStatus, int maxStatus);
 
 QUORVA_END_DECLS

@@ -24,6 +24,7 @@ QUORVA_API int rtxIntStackPush(RtxIntStack* stack, int32_t value);
 
 /** Take off or look at the top; `pvalue` may be null. 0, or RTX_E_END_OF_DATA for an empty stack. */
 QUORVA_API int rtxIntStackPop(RtxIntStack* stack, int32_t* pvalue);
+/** Gives the top without removing it; RTX_E_END_OF_DATA on an empty stack. */
 QUORVA_API int rtxIntStackPeek(const RtxIntStack* stack, int32_t* pvalue);
 
 QUORVA_END_DECLS

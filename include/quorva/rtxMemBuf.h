@@ -68,6 +68,7 @@ QUORVA_API size_t rtxMemBufTrimW(RtxMemBuf* buf);
 
 /** Set a field; the old value is returned. Change `useSysMem` only while the buffer has no memory. */
 QUORVA_API int rtxMemBufSetExpandable(RtxMemBuf* buf, int isExpandable);
+/** Makes the octets system memory (true) or heap memory. Returns the old setting. */
 QUORVA_API int rtxMemBufSetUseSysMem(RtxMemBuf* buf, int useSysMem);
 
 QUORVA_END_DECLS

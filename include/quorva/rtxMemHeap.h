@@ -46,6 +46,7 @@ struct RtxMemHeap {
                                        record. */
    size_t nodesAtReset;           /**< Nodes that were in use at the last reset. */
    uint32_t epoch;                /**< How often everything was ended; contexts know by it what is gone. */
+   uint32_t maxElsewhere;         /**< Units: no free element outside `curBlock` is larger. */
 };
 
 #define RTX_MH_FREE_EMPTY_BLOCK 0x00000001u /**< A block that becomes all free goes back to the system. */
@@ -93,6 +94,7 @@ QUORVA_API void rtxMemSetAllocFuncs(RtxMallocFunc mallocFn, RtxReallocFunc reall
 
 /** Sets the default block size in octets. RTX_E_BAD_ARGUMENT, and no change, for 0. */
 QUORVA_API int rtxMemSetDefBlkSize(uint32_t blkSize);
+/** Default block size in octets. */
 QUORVA_API uint32_t rtxMemGetDefBlkSize(void);
 
 /** Block size of a heap in octets; the default if there is no heap. */
@@ -157,6 +159,7 @@ QUORVA_API void rtxMemHeapSetProperty(void* handle, uint32_t property, const uin
 
 /** Sets or clears RTX_MH_ flags of an existing heap. RTX_MH_STATIC is left as it is. */
 QUORVA_API void rtxMemHeapSetFlags(void* handle, uint32_t flags);
+/** Removes RTX_MH_ flags of an existing heap; RTX_MH_STATIC is left as it is. */
 QUORVA_API void rtxMemHeapClearFlags(void* handle, uint32_t flags);
 
 /* Allocation. A null handle does nothing and gives null. */
@@ -173,7 +176,8 @@ QUORVA_API void* rtxMemHeapAllocZ(void* handle, size_t nbytes);
 /**
  * Changes the size of an allocation; the pointer may change, the contents are kept up to the smaller size.
  * A null pointer allocates; 0 octets free. An allocation with several owners is copied and stays for the
- * others. A pointer that is none of this heap ends the process (rtxMemHeapInvalidPtrHook).
+ * others. A pointer that is none of this heap ends the process (rtxMemHeapInvalidPtrHook). A raw block
+ * doesn't shrink, since the size in its head stays that of its allocation and a later copy goes by it.
  * @return The memory, or null with the old allocation in place: no memory, a freed pointer, a static heap.
  */
 QUORVA_API void* rtxMemHeapRealloc(void* handle, void* ptr, size_t nbytes);
@@ -221,10 +225,13 @@ QUORVA_API int rtxMemHeapIsEmpty(void* handle);
 /* System memory by the heap's functions, for what outlives a reset. Not tracked by the heap. A handle without
    a heap gets one. */
 
+/** `nbytes` octets, contents undefined; null if memory fails. Freed by rtxMemHeapSysFreePtr. */
 QUORVA_API void* rtxMemHeapSysAlloc(void* handle, size_t nbytes);
+/** As rtxMemHeapSysAlloc, zero-filled. */
 QUORVA_API void* rtxMemHeapSysAllocZ(void* handle, size_t nbytes);
 /** Null too if the heap has no realloc function. */
 QUORVA_API void* rtxMemHeapSysRealloc(void* handle, void* ptr, size_t nbytes);
+/** Frees what the functions above gave; a null pointer does nothing. */
 QUORVA_API void rtxMemHeapSysFreePtr(void* handle, void* ptr);
 
 /* Checks. */
@@ -249,6 +256,7 @@ QUORVA_API int rtxMemIsZero(const void* data, size_t nbytes);
 
 /** Lists blocks and elements on the standard print stream; the second also the free lists. */
 QUORVA_API void rtxMemHeapPrint(void* handle);
+/** Lists blocks and elements, and the free list of each block. */
 QUORVA_API void rtxMemHeapPrintWithFree(void* handle);
 
 /** Does nothing. */

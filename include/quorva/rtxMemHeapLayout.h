@@ -75,10 +75,14 @@ QUORVA_API RtxMemBlk* rtxMemHeapGetMemBlk(RtxMemElem* elem);
 /** Raw block of an element with RTX_ME_RAW. */
 QUORVA_API RtxRawMemBlk* rtxMemHeapGetRawMemBlk(RtxMemElem* elem);
 
+/** The element behind this one; that of the last is the end border. */
 QUORVA_API RtxMemElem* rtxMemHeapGetNextElem(RtxMemElem* elem);
+/** The element in front of this one; that of the first is the start border. */
 QUORVA_API RtxMemElem* rtxMemHeapGetPrevElem(RtxMemElem* elem);
 
+/** The next link in the block's ring of free elements. */
 QUORVA_API RtxMemLink* rtxMemHeapGetNextFree(RtxMemBlk* blk, RtxMemLink* link);
+/** The previous link in that ring. */
 QUORVA_API RtxMemLink* rtxMemHeapGetPrevFree(RtxMemBlk* blk, RtxMemLink* link);
 
 /** Does the code guard of an element show that it belongs to this heap? */
@@ -89,7 +93,9 @@ QUORVA_API void _rtxMemHeapFreeElem(void* handle, RtxMemElem* elem);
 
 /** Clear the data of an element, a whole block, a whole raw block. */
 QUORVA_API void _rtxMemHeapZeroElem(RtxMemElem* elem);
+/** Clears a whole block, its head included. */
 QUORVA_API void _rtxMemHeapZeroMemBlk(RtxMemBlk* blk);
+/** Clears a raw block, its head included, up to the size that the head tells. */
 QUORVA_API void _rtxMemHeapZeroRawBlk(RtxRawMemBlk* raw);
 
 /** rtxMemHeapPrint, with the free lists if `withFree` is not 0. */

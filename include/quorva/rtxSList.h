@@ -29,6 +29,7 @@ QUORVA_API void rtxSListInitEx(RtxContext* pctxt, RtxSList* list);
 
 /** As the two before, with a new record of the same kind of memory; null if memory fails. */
 QUORVA_API RtxSList* rtxSListCreate(void);
+/** A new list on the heap of the context; null if memory fails. */
 QUORVA_API RtxSList* rtxSListCreateEx(RtxContext* pctxt);
 
 /** New node at the tail; null if memory fails. */

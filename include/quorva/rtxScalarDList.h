@@ -40,19 +40,25 @@ QUORVA_API void rtxScalarDListInit(RtxScalarDList* list);
 /** New node at the tail; null if memory fails (not recorded). */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendInt32(RtxContext* pctxt, RtxScalarDList* list,
                                                          int32_t value);
+/** Appends an unsigned 32-bit value; the new node, or null if memory fails. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendUInt32(RtxContext* pctxt, RtxScalarDList* list,
                                                           uint32_t value);
+/** Appends a signed 64-bit value; the new node, or null if memory fails. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendInt64(RtxContext* pctxt, RtxScalarDList* list,
                                                          int64_t value);
+/** Appends an unsigned 64-bit value; the new node, or null if memory fails. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendUInt64(RtxContext* pctxt, RtxScalarDList* list,
                                                           uint64_t value);
+/** Appends a double; the new node, or null if memory fails. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendDouble(RtxContext* pctxt, RtxScalarDList* list,
                                                           double value);
+/** Appends a float; the new node, or null if memory fails. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendFloat(RtxContext* pctxt, RtxScalarDList* list,
                                                          float value);
 
 /** Links a given node at the tail, or so that it has the given index; an index above `count` appends. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendNode(RtxScalarDList* list, RtxScalarDListNode* node);
+/** Links a given node in at an index; at the end for one that is `count` or more. Returns the node. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListInsertNode(RtxScalarDList* list, size_t index,
                                                         RtxScalarDListNode* node);
 

@@ -134,6 +134,7 @@ void* allocInBlks(RtxMemHeap* heap, unsigned units) {
    if (first != nullptr) {
       RtxMemBlk* blk = first;
       unsigned left = kSearchedBlks;
+      unsigned largest = 0;
       do {
          if (blk->maxFreeElem >= units) {
             if (void* ptr = searchBlk(blk, units)) {
@@ -141,7 +142,13 @@ void* allocInBlks(RtxMemHeap* heap, unsigned units) {
                return ptr;
             }
          }
+         largest = std::max<unsigned>(largest, blk->maxFreeElem);
+         if (blk == first) {
+            raiseElsewhere(heap, largest);
+            if (heap->maxElsewhere < units) break; // which all others would confirm
+         }
          blk = blk->next;
+         if (blk == first) heap->maxElsewhere = largest;
       } while (blk != first && --left != 0);
       heap->curBlock = blk;
    }
@@ -262,6 +269,7 @@ void* reallocElem(void* handle, RtxMemElem* elem, size_t nbytes) {
       elemAt(blk, index + units + rest)->prevOff = u16(rest);
       elem->nunits = u16(units);
       if (blk->maxFreeElem < rest) blk->maxFreeElem = u16(rest);
+      raiseElsewhere(heapOf(handle), rest);
       return elem + 1;
    }
    blk->maxFreeElem = kUnknown;
@@ -391,6 +399,7 @@ void freeElem(RtxMemHeap* heap, RtxMemElem* elem) {
    elem->nunits = u16(size);
    nextElem(elem)->prevOff = u16(size);
    if (blk->maxFreeElem < size) blk->maxFreeElem = u16(size);
+   raiseElsewhere(heap, size);
    if (size == blk->nunits - 2u && (heap->flags & RTX_MH_FREE_EMPTY_BLOCK) != 0) releaseBlk(heap, blk);
 }
 

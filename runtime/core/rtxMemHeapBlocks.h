@@ -80,6 +80,11 @@ inline uint16_t u16(size_t value) {
    return static_cast<uint16_t>(value);
 }
 
+/** Notes a free element of a block that may not be the current one. */
+inline void raiseElsewhere(RtxMemHeap* heap, size_t units) {
+   if (heap->maxElsewhere < units) heap->maxElsewhere = static_cast<uint32_t>(units);
+}
+
 /** Takes a link out of the free ring. */
 inline void unlinkFree(RtxMemBlk* blk, size_t index) {
    const RtxMemLink link = *linkAt(blk, index);

@@ -60,6 +60,7 @@ size_t nodesInUse(const RtxMemHeap* heap) {
 void endAllocations(RtxMemHeap* heap) {
    ++heap->epoch;
    heap->nodesAtReset = nodesInUse(heap);
+   heap->maxElsewhere = kUnknown;
    if ((heap->flags & RTX_MH_ZERO_ON_FREE) == 0) return;
    for (RtxDListNode* node = heap->spareNames; node != nullptr; node = node->next)
       node->data = node->prev = nullptr;

@@ -117,6 +117,7 @@ void reset(RtxMemHeap* heap, bool allSpare) {
       return resetSlow(heap);
    ++heap->epoch;
    heap->nodesAtReset = 0;
+   heap->maxElsewhere = kUnknown;
    auto* const last = static_cast<RtxMemBlk*>(heap->curBlock);
    RtxMemBlk* blk = last;
    if (blk == nullptr) return;
@@ -163,6 +164,7 @@ void rtxMemHeapFreeAll(void* handle) {
    while (rawRing(heap)->next != rawRing(heap)) releaseRaw(heap, rawBlk(rawRing(heap)->next));
    while (heap->curBlock != nullptr) releaseBlk(heap, static_cast<RtxMemBlk*>(heap->curBlock));
    heap->minAddr = heap->maxAddr = nullptr;
+   heap->maxElsewhere = 0;
 }
 
 void rtxMemHeapReset(void* handle) {

@@ -6,7 +6,6 @@
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxStream.h"
-#include "runtime/core/rtxDiagInline.h"
 #include "support/systemMemory.h"
 
 namespace {
@@ -48,9 +47,7 @@ TEST(BitTrace, DisablingNests) {
    TracedMessage message;
    RtxDiagBitFieldList* list = message.list;
    message.read("a", "INTEGER", 4);
-   EXPECT_TRUE(quorva::hot::traceOn(&message.ctxt));
    for (int disable : {1, 5, 0}) EXPECT_TRUE(rtxDiagSetBitFldDisabled(list, disable));
-   EXPECT_FALSE(quorva::hot::traceOn(&message.ctxt));
    // Nothing feeds the list now.
    EXPECT_EQ(nullptr, message.read("b", "INTEGER", 8));
    rtxDiagSetBitFldNameSuffix(list, "X");
@@ -85,7 +82,6 @@ TEST(BitTrace, NullAndEmptyListsDoNothing) {
    EXPECT_EQ("", message.take());
    EXPECT_EQ(0u, message.list->fieldList.count);
    message.ctxt.bitFields = nullptr;
-   EXPECT_FALSE(quorva::hot::traceOn(&message.ctxt));
    EXPECT_EQ(0, rtxDiagCtxtBitFieldListInit(&message.ctxt));
    EXPECT_EQ(nullptr, message.ctxt.bitFields);
 }
