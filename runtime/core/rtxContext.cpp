@@ -215,6 +215,7 @@ void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other) {
    if (pctxt->memHeap != nullptr) {
       // Records and nodes of the old heap must not come up for reuse on the new one.
       rtxErrReset(pctxt);
+      if (pctxt->memHeap->refCount == 1) leaveHeap(pctxt);
       rtxMemHeapRelease(pctxt);
    }
    pctxt->memHeap = other->memHeap;
