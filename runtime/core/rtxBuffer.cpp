@@ -160,10 +160,18 @@ int rtxFlushOutputBuffer(RtxContext* pctxt) {
    return status;
 }
 
+/** Can input be loaded into a buffer? One that is not there yet is made, but for a text, which has none. */
+static bool loadable(const RtxContext* pctxt) {
+   const RtxStream* stream = pctxt->stream;
+   if (hasContextBuffer(stream)) return true;
+   return pctxt->bufData == nullptr && (stream->flags & RTX_STREAM_TEXT_FILTER) == 0 &&
+          (stream->flags & RTX_STREAM_READ) != 0;
+}
+
 int rtxCheckInputBuffer(RtxContext* pctxt, size_t numocts) {
    if (fitsBuffer(pctxt, numocts)) return RTX_OK;
    int failure = RTX_E_END_OF_DATA;
-   if (hot::streamActive(pctxt) && hasContextBuffer(pctxt->stream)) {
+   if (hot::streamActive(pctxt) && loadable(pctxt)) {
       const int status = rtxStreamLoadInputBuffer(pctxt, numocts);
       if (status < 0) return recordFailure(pctxt, status);
       failure = RTX_E_END_OF_STREAM;

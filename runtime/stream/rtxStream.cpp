@@ -1,36 +1,32 @@
-// The stream core: reading, writing and skipping through the attached stream and its context buffer.
+// The stream core: reading, writing, skipping, marks and positions of the attached stream.
 #include "quorva/rtxStream.h"
 
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxMemHeap.h"
-#include "runtime/core/rtxBuffer.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/stream/streamCore.h"
 
 #include <algorithm>
-#include <cstring>
 
 using namespace quorva;
+using namespace quorva::stream;
 
 namespace {
 
-constexpr size_t allOnes = static_cast<size_t>(-1);
-
-bool readable(const RtxStream* stream) {
-   return stream != nullptr && (stream->flags & RTX_STREAM_READ);
-}
-bool writable(const RtxStream* stream) {
-   return stream != nullptr && (stream->flags & RTX_STREAM_WRITE);
+/** Has the copy of what a read hands over been taken already, where it was loaded or when the copy began? */
+bool captured(const RtxStream* stream) {
+   if (stream->kind != RTX_STREAM_KIND_MEMORY) return buffersItself(stream);
+   return !memoryStashed(stream) && (stream->flags & RTX_STREAM_HEX_TEXT) == 0;
 }
 
-/** Enters octets that were moved in the stream's books. */
+/** Enters octets that were moved in the books of the stream, which an operation may have put in another's
+ * place. */
 void countMoved(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
    RtxStream* stream = pctxt->stream;
    if (stream->kind != RTX_STREAM_KIND_CTXT_BUF) stream->ioBytes += numocts;
-   if (stream->capture == nullptr || numocts == 0) return;
-   const int status = rtxMemBufAppend(stream->capture, octets, numocts);
-   if (status < 0) recordFailure(pctxt, status); // does not stop the move
+   if (!captured(stream)) capture(pctxt, stream, octets, numocts);
 }
 
 /** Reads from the source until the minimum is met. With a null target the octets are dropped. */
@@ -60,6 +56,11 @@ size_t takeBuffered(RtxContext* pctxt, uint8_t* target, size_t maxocts) {
    return run;
 }
 
+/** Has all been loaded that the limit allows? */
+bool atLimit(const RtxContext* pctxt) {
+   return addSizes(pctxt->bufSize, pctxt->stream->bufBase) >= pctxt->stream->inputLimit;
+}
+
 /** Lets go of what the context buffer holds: its octets now lie before it. */
 void dropBuffered(RtxContext* pctxt) {
    pctxt->stream->bufBase += pctxt->bufSize;
@@ -68,47 +69,37 @@ void dropBuffered(RtxContext* pctxt) {
    pctxt->bufSize = 0;
 }
 
+/** Past the buffer, straight into the target. */
+ptrdiff_t readPastBuffer(RtxContext* pctxt, uint8_t* target, size_t minocts, size_t maxocts) {
+   dropBuffered(pctxt);
+   RtxStream* stream = pctxt->stream;
+   const size_t most = std::min(maxocts, stream->inputLimit - std::min(stream->inputLimit, stream->bufBase));
+   const ptrdiff_t got = readDirect(pctxt, target, std::min(minocts, most), most);
+   if (got > 0) pctxt->stream->bufBase += static_cast<size_t>(got);
+   return got;
+}
+
 ptrdiff_t readBuffered(RtxContext* pctxt, uint8_t* target, size_t minocts, size_t maxocts) {
    size_t total = takeBuffered(pctxt, target, fitsBuffer(pctxt, minocts) ? minocts : maxocts);
-   if (total < minocts) {
+   while (total < minocts) {
       uint8_t* rest = target != nullptr ? target + total : nullptr;
       const size_t wanted = maxocts - total;
-      if (wanted <= maxLoad || (pctxt->stream->flags & RTX_STREAM_BUF_MARK)) { // a mark keeps its octets
-         const int status = rtxStreamLoadInputBuffer(pctxt, minocts - total);
-         if (status < 0) return status;
-         total += takeBuffered(pctxt, rest, wanted);
-      } else {
-         dropBuffered(pctxt);
-         const ptrdiff_t got = readDirect(pctxt, rest, minocts - total, wanted);
+      // A mark keeps its octets, and a text gives octets by groups that a target need not fit.
+      const bool keeps = (pctxt->stream->flags & (RTX_STREAM_BUF_MARK | RTX_STREAM_TEXT_FILTER)) != 0;
+      if (wanted > maxLoad && !keeps) {
+         const ptrdiff_t got = readPastBuffer(pctxt, rest, minocts - total, wanted);
          if (got < 0) return got;
-         pctxt->stream->bufBase += static_cast<size_t>(got);
          total += static_cast<size_t>(got);
+         break;
       }
+      const int status = rtxStreamLoadInputBuffer(pctxt, std::min(minocts - total, maxLoad));
+      if (status < 0) return status;
+      const size_t taken = takeBuffered(pctxt, rest, wanted);
+      total += taken;
+      if (taken == 0 || !keeps || atLimit(pctxt)) break;
    }
    if (pctxt->bufByteIndex != 0) pctxt->lastChar = pctxt->bufData[pctxt->bufByteIndex - 1];
    return static_cast<ptrdiff_t>(total);
-}
-
-/** Moves the octets from `from` on to the start of the buffer. */
-void shiftBuffer(RtxContext* pctxt, size_t from) {
-   if (from == 0) return;
-   if (pctxt->bufSize > from) std::memmove(pctxt->bufData, pctxt->bufData + from, pctxt->bufSize - from);
-   pctxt->bufSize = pctxt->bufSize > from ? pctxt->bufSize - from : 0;
-   pctxt->bufByteIndex -= from;
-}
-
-/** Brings the capacity of the context buffer up to `need`. */
-int growCtxtBuf(RtxContext* pctxt, size_t need, size_t numocts) {
-   RtxStream* stream = pctxt->stream;
-   if (need <= stream->ctxtBufSize) return RTX_OK;
-   if (!pctxt->bufDynamic) return recordFailure(pctxt, RTX_E_BUFFER_FULL);
-   const size_t loaded = pctxt->bufSize;
-   const size_t capacity = addSizes(stream->ctxtBufSize, std::max(stream->ctxtBufSize, numocts));
-   const int status = resizeBuffer(pctxt, std::max(capacity, need));
-   if (status < 0) return status;
-   stream->ctxtBufSize = pctxt->bufSize;
-   pctxt->bufSize = loaded; // what is valid, in an input buffer
-   return RTX_OK;
 }
 
 void freeStream(RtxContext* pctxt) {
@@ -116,7 +107,30 @@ void freeStream(RtxContext* pctxt) {
    pctxt->stream = nullptr;
 }
 
+int refuse(RtxContext* pctxt, const char* what) {
+   rtxErrAddStrParm(pctxt, what);
+   return recordFailure(pctxt, RTX_E_UNSUPPORTED);
+}
+
+/** Is there a stream that can be marked? The failure is recorded. */
+int checkMarks(RtxContext* pctxt) {
+   if (pctxt->stream == nullptr) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
+   return rtxStreamMarkSupported(pctxt) ? RTX_OK : refuse(pctxt, "stream mark/reset");
+}
+
+int recorded(RtxContext* pctxt, int status) {
+   return status < 0 ? recordFailure(pctxt, status) : status;
+}
+
 } // namespace
+
+int rtxStreamInit(RtxContext* pctxt) {
+   if (pctxt->stream != nullptr) rtxStreamRelease(pctxt);
+   pctxt->stream = static_cast<RtxStream*>(newRecord(pctxt, sizeof(RtxStream)));
+   if (pctxt->stream == nullptr) return RTX_E_NOMEM;
+   pctxt->flags &= ~RTX_CTXT_BUFFER_MODE;
+   return RTX_OK;
+}
 
 ptrdiff_t rtxStreamRead2(RtxContext* pctxt, uint8_t* target, size_t minocts, size_t maxocts) {
    const RtxStream* stream = pctxt->stream;
@@ -131,18 +145,27 @@ ptrdiff_t rtxStreamRead(RtxContext* pctxt, uint8_t* target, size_t numocts) {
    return rtxStreamRead2(pctxt, target, numocts, numocts);
 }
 
+ptrdiff_t rtxStreamReadDirect(RtxContext* pctxt, uint8_t* target, size_t numocts) {
+   const RtxStream* stream = pctxt->stream;
+   if (!readable(stream) || stream->read == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
+   const ptrdiff_t got = stream->read(pctxt->stream, target, numocts);
+   if (got < 0) return recordFailure(pctxt, static_cast<int>(got));
+   if (got > 0) countMoved(pctxt, target, static_cast<size_t>(got));
+   return got;
+}
+
 int rtxStreamWrite(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
    RtxStream* stream = pctxt->stream;
    if (!writable(stream) || stream->write == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
    if (octets == nullptr && pctxt->bufData != nullptr) octets = pctxt->bufData + pctxt->bufByteIndex;
+   // The layers of these kinds gather, and count what goes on; others are done with the octets, and may have
+   // moved the buffer that they lay in.
+   const bool gathers = buffersItself(stream);
+   if (!gathers) capture(pctxt, stream, octets, numocts);
    const int status = stream->write(stream, octets, numocts);
    if (status < 0) return recordFailure(pctxt, status);
    stream->bufBase += static_cast<size_t>(status);
-   stream->ioBytes += numocts;
-   if (stream->capture != nullptr && numocts != 0) {
-      const int appended = rtxMemBufAppend(stream->capture, octets, numocts);
-      if (appended < 0) recordFailure(pctxt, appended);
-   }
+   if (!gathers) stream->ioBytes += numocts;
    return status;
 }
 
@@ -153,15 +176,14 @@ int rtxStreamFlush(RtxContext* pctxt) {
       const int status = rtxFlushOutputBuffer(pctxt);
       if (status < 0) return status;
    }
-   if (stream->flush == nullptr) return RTX_OK;
-   const int status = stream->flush(stream);
-   return status < 0 ? recordFailure(pctxt, status) : status;
+   return stream->flush == nullptr ? RTX_OK : recorded(pctxt, stream->flush(stream));
 }
 
 int rtxStreamSkip(RtxContext* pctxt, size_t numocts) {
    RtxStream* stream = pctxt->stream;
    if (!readable(stream)) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
    if (stream->skip == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
+   if (numocts == 0) return RTX_OK;
    const bool buffered = coreBuffers(stream);
    if (buffered) {
       const size_t taken = takeBuffered(pctxt, nullptr, numocts);
@@ -176,10 +198,10 @@ int rtxStreamSkip(RtxContext* pctxt, size_t numocts) {
    }
    const int status = stream->skip(stream, numocts);
    if (status < 0) return recordFailure(pctxt, status);
-   stream->ioBytes += numocts;
+   pctxt->stream->ioBytes += numocts; // the skip may have put another stream in its place
    if (buffered) {
       dropBuffered(pctxt);
-      stream->bufBase += numocts;
+      pctxt->stream->bufBase += numocts;
    }
    return RTX_OK;
 }
@@ -190,18 +212,97 @@ int rtxStreamGetIOBytes(RtxContext* pctxt, size_t* pcount) {
    return RTX_OK;
 }
 
-void rtxStreamSetCapture(RtxContext* pctxt, RtxMemBuf* capture) {
+int rtxStreamMark(RtxContext* pctxt, size_t limit) {
+   int status = checkMarks(pctxt);
+   if (status < 0) return status;
    RtxStream* stream = pctxt->stream;
-   if (stream == nullptr) return;
-   stream->capture = capture;
-   // What a memory holds already will not pass through a read.
-   const bool inMemory = stream->kind == RTX_STREAM_KIND_MEMORY || stream->kind == RTX_STREAM_KIND_CTXT_BUF;
-   if (capture == nullptr || !inMemory || pctxt->bufData == nullptr || pctxt->bufSize == 0) return;
-   const int status = rtxMemBufAppend(capture, pctxt->bufData, pctxt->bufSize);
-   if (status < 0) recordFailure(pctxt, status);
+   if (stream->pendingPos != 0) {
+      status = stream->reset(stream);
+      if (status >= 0 && stream->skip != nullptr) status = stream->skip(stream, stream->pendingPos);
+      if (status < 0) return recordFailure(pctxt, status);
+   }
+   if (coreBuffers(stream)) pctxt->bufMark = pctxt->bufByteIndex;
+   status = stream->mark(stream, limit);
+   if (status < 0) return recordFailure(pctxt, status);
+   setFlags(stream, RTX_STREAM_MARK_SET);
+   stream->pendingPos = 0;
+   return RTX_OK;
 }
 
-RtxMemBuf* rtxStreamGetCapture(RtxContext* pctxt) {
+int rtxStreamReset(RtxContext* pctxt) {
+   int status = checkMarks(pctxt);
+   if (status < 0) return status;
+   RtxStream* stream = pctxt->stream;
+   clearFlags(stream, RTX_STREAM_MARK_SET);
+   if (coreBuffers(stream)) {
+      if (pctxt->bufMark <= pctxt->bufSize) { // all ones once it has left the buffer
+         pctxt->bufByteIndex = pctxt->bufMark;
+         return RTX_OK;
+      }
+      pctxt->bufByteIndex = 0;
+      pctxt->bufSize = 0;
+   }
+   status = stream->reset(stream);
+   if (status < 0) return recordFailure(pctxt, status);
+   pctxt->stream->pendingPos = 0;
+   return RTX_OK;
+}
+
+int rtxStreamMarkSupported(const RtxContext* pctxt) {
+   return pctxt->stream != nullptr && pctxt->stream->mark != nullptr && pctxt->stream->reset != nullptr;
+}
+
+int rtxStreamIsOpened(const RtxContext* pctxt) {
+   return pctxt->stream != nullptr && (pctxt->stream->flags & directions) != 0;
+}
+
+int rtxStreamIsReadable(const RtxContext* pctxt) {
+   return readable(pctxt->stream);
+}
+
+int rtxStreamIsWritable(const RtxContext* pctxt) {
+   return writable(pctxt->stream);
+}
+
+int rtxiStreamGetPos(RtxContext* pctxt, RtxStream* stream, size_t* ppos) {
+   if (stream == nullptr || ppos == nullptr) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
+   if (stream->getPos == nullptr) return refuse(pctxt, "stream get position");
+   if (stream->pendingPos != 0) {
+      *ppos = stream->pendingPos;
+      return RTX_OK;
+   }
+   return recorded(pctxt, stream->getPos(stream, ppos));
+}
+
+int rtxiStreamSetPos(RtxContext* pctxt, RtxStream* stream, size_t pos) {
+   if (stream == nullptr) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
+   if (stream->setPos == nullptr) return refuse(pctxt, "stream set position");
+   if (stream->pendingPos != 0) {
+      stream->pendingPos = pos;
+      return RTX_OK;
+   }
+   return recorded(pctxt, stream->setPos(stream, pos));
+}
+
+int rtxStreamGetPos(RtxContext* pctxt, size_t* ppos) {
+   return rtxiStreamGetPos(pctxt, pctxt->stream, ppos);
+}
+
+int rtxStreamSetPos(RtxContext* pctxt, size_t pos) {
+   return rtxiStreamSetPos(pctxt, pctxt->stream, pos);
+}
+
+void rtxStreamSetCapture(RtxContext* pctxt, RtxMemBuf* buffer) {
+   RtxStream* stream = pctxt->stream;
+   if (stream == nullptr) return;
+   stream->capture = buffer;
+   // What a memory or a layer holds already will not pass through a read again. A writer's buffer is room.
+   if (!readable(stream) || !captured(stream) || pctxt->bufData == nullptr) return;
+   const size_t from = stream->kind == RTX_STREAM_KIND_DIRECT_BUF ? pctxt->bufByteIndex : 0;
+   if (from < pctxt->bufSize) capture(pctxt, stream, pctxt->bufData + from, pctxt->bufSize - from);
+}
+
+RtxMemBuf* rtxStreamGetCapture(const RtxContext* pctxt) {
    return pctxt->stream != nullptr ? pctxt->stream->capture : nullptr;
 }
 
@@ -212,54 +313,26 @@ int rtxStreamInitCtxtBuf(RtxContext* pctxt) {
       rtxErrAddStrParm(pctxt, "context buffer pointer already set");
       return recordFailure(pctxt, RTX_E_CANNOT_DO);
    }
-   if (stream->kind == RTX_STREAM_KIND_DIRECT_BUF || stream->kind == RTX_STREAM_KIND_CTXT_BUF) {
-      rtxErrAddStrParm(pctxt, "init context buffer on already buffered stream");
-      return recordFailure(pctxt, RTX_E_UNSUPPORTED);
-   }
-   stream->flags |= RTX_STREAM_CTXT_BUF;
+   if (buffersItself(stream)) return refuse(pctxt, "init context buffer on already buffered stream");
+   setFlags(stream, RTX_STREAM_CTXT_BUF);
    const int status = rtxInitContextBuffer(pctxt, nullptr, 1024);
    if (status < 0) return status;
    if (readable(stream)) {
       pctxt->bufSize = 0;
+      pctxt->bufMark = allOnes;
       stream->inputLimit = allOnes;
    }
    stream->ctxtBufSize = 1024;
    return RTX_OK;
 }
 
-int rtxStreamLoadInputBuffer(RtxContext* pctxt, size_t numocts) {
-   if (pctxt == nullptr) return RTX_E_BAD_ARGUMENT;
+int rtxStreamRemoveCtxtBuf(RtxContext* pctxt) {
    RtxStream* stream = pctxt->stream;
-   if (!readable(stream) || stream->read == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
-   if (pctxt->bufData == nullptr) {
-      const int status = rtxStreamInitCtxtBuf(pctxt);
-      if (status < 0) return status;
-   }
-   if (addSizes(pctxt->bufSize, stream->bufBase) == stream->inputLimit)
-      return recordFailure(pctxt, RTX_E_END_OF_DATA);
-   size_t need = addSizes(pctxt->bufByteIndex, numocts);
-   if (need > stream->ctxtBufSize) {
-      if (stream->flags & RTX_STREAM_BUF_MARK) {
-         shiftBuffer(pctxt, stream->bufMarkBase); // `bufBase` deliberately stays
-         stream->bufMarkBase = 0;
-         need = addSizes(pctxt->bufByteIndex, numocts);
-      } else {
-         stream->bufBase += pctxt->bufByteIndex;
-         shiftBuffer(pctxt, pctxt->bufByteIndex);
-         pctxt->bufMark = allOnes;
-         need = numocts;
-      }
-      const int status = growCtxtBuf(pctxt, need, numocts);
-      if (status < 0) return status;
-   }
-   if (need > pctxt->bufSize) {
-      const ptrdiff_t got = readDirect(pctxt, pctxt->bufData + pctxt->bufSize, need - pctxt->bufSize,
-                                       stream->ctxtBufSize - pctxt->bufSize);
-      if (got < 0) return static_cast<int>(got);
-      pctxt->bufSize += static_cast<size_t>(got);
-   }
-   if (addSizes(pctxt->bufSize, stream->bufBase) > stream->inputLimit)
-      pctxt->bufSize = stream->inputLimit - std::min(stream->inputLimit, stream->bufBase);
+   if (stream == nullptr || !hasContextBuffer(stream)) return RTX_OK;
+   clearFlags(stream, RTX_STREAM_CTXT_BUF);
+   if (!pctxt->bufDynamic) return RTX_OK;
+   dropBuffer(pctxt);
+   stream->ctxtBufSize = 0;
    return RTX_OK;
 }
 
@@ -281,25 +354,16 @@ int rtxStreamClose(RtxContext* pctxt) {
       flushed = rtxStreamFlush(pctxt);
    }
    const int closed = stream->close(stream);
-   stream = pctxt->stream; // a layer may have given way to the stream below it
-   if (pctxt->bufData != nullptr) {
-      if (pctxt->bufDynamic && (pctxt->flags & RTX_CTXT_SYS_BUFFER)) {
-         rtxMemHeapSysFreePtr(pctxt, pctxt->bufData);
-         pctxt->flags &= ~RTX_CTXT_SYS_BUFFER;
-      }
-      pctxt->bufData = nullptr;
-      pctxt->bufByteIndex = 0;
-      pctxt->bufSize = 0;
-      pctxt->bufBitsLeft = 8;
-   }
-   if (stream != nullptr) freeStream(pctxt);
+   // A layer may have given way to the stream below it, which it has closed.
+   if (pctxt->bufData != nullptr) dropBuffer(pctxt);
+   if (pctxt->stream != nullptr) freeStream(pctxt);
    if (flushed < 0) return recordFailure(pctxt, flushed);
    return closed < 0 ? recordFailure(pctxt, closed) : RTX_OK;
 }
 
 int rtxStreamRelease(RtxContext* pctxt) {
    if (pctxt->stream == nullptr) return RTX_OK;
-   if (pctxt->stream->flags & (RTX_STREAM_READ | RTX_STREAM_WRITE))
+   if (rtxStreamIsOpened(pctxt))
       rtxStreamClose(pctxt);
    else
       freeStream(pctxt);
