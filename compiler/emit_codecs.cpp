@@ -68,6 +68,9 @@ public:
                  "(Coder& " + c() + parameters + ") {");
       } else {
          w_.open("int " + function + " {");
+         w_.line(std::string(enc_ ? "L3_TO_STREAM(" : "L3_FROM_STREAM(") +
+                 (enc_ ? encoderName(type) : decoderName(type)) + "(pctxt" + argumentNames(type, enc_) +
+                 "));");
          w_.line((enc_ ? "Encoder e" : "Decoder d") + std::string("(pctxt, kSource);"));
       }
       w_.line("L3_TRY(" + c() + ".begin(" + quoted(typeName(type)) + "));");
@@ -1111,8 +1114,10 @@ std::string digitCodec(const Type& type, bool encode) {
                                 : type.open         ? "decodeOpenDigitText"
                                                     : "decodeDigitText<" + std::to_string(type.count) + ">";
    const std::string names = argumentNames(type, encode);
-   return "int " + (encode ? encoderName(type) : decoderName(type)) + "(RtxContext* pctxt" + parameters +
-          ") {\n   return " + function + "(pctxt, kSource, \"" + type.name + "\"" + names + ");\n}\n" +
+   const std::string codec = encode ? encoderName(type) : decoderName(type);
+   return "int " + codec + "(RtxContext* pctxt" + parameters + ") {\n   " +
+          (encode ? "L3_TO_STREAM(" : "L3_FROM_STREAM(") + codec + "(pctxt" + names + "));\n   return " +
+          function + "(pctxt, kSource, \"" + type.name + "\"" + names + ");\n}\n" +
           shortDeclaration(type, encode) + " {\n   return " + function + "(at, end, pctxt" + names +
           ");\n}\n\n";
 }

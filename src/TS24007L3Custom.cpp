@@ -4,6 +4,7 @@
 using namespace quorva::frame;
 
 int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24007L3_L3HdrOptions(pctxt, pvalue));
    Encoder e(pctxt, "TS24007L3Enc");
    L3_TRY(e.begin("L3HdrOptions"));
    switch (pvalue->t) {
@@ -30,6 +31,7 @@ int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pva
 // Always the first alternative, whatever was encoded: the discriminator behind it is not known yet, and its
 // owner re-interprets the record.
 int NASDec_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24007L3_L3HdrOptions(pctxt, pvalue));
    Decoder d(pctxt, "TS24007L3Dec");
    L3_TRY(d.begin("L3HdrOptions"));
    pvalue->t = 1;

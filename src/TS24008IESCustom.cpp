@@ -13,6 +13,7 @@ const char kDecoder[] = "TS24008IESDec";
 } // namespace
 
 int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
+   L3_TO_STREAM(NASEnc_TS24008IE_GSMString(pctxt, value));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("GSMString"));
    L3_TRY(e.traced("GSMString", [&] { return rtx3GPPEncGSMCharStr(pctxt, value); }));
@@ -20,6 +21,7 @@ int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
 }
 
 int NASDec_TS24008IE_GSMString(RtxContext* pctxt, const char** pvalue, uint32_t octets, uint32_t spareBits) {
+   L3_FROM_STREAM(NASDec_TS24008IE_GSMString(pctxt, pvalue, octets, spareBits));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("GSMString"));
    // The septets are taken out of the buffer itself; a count beyond the data asks for no memory.
@@ -119,7 +121,7 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
    // An offset in bits less an index in octets. The units go on behind the element, and callers see it as -66
    // or as the end of the data, unless the count happens to fit.
    const size_t count = length.end > ctxt->bufByteIndex ? (length.end - ctxt->bufByteIndex) >> 1 : 0;
-   if (!quorva::hot::streamActive(ctxt) && !hasOctets(ctxt, 2 * count)) return d.failed(RTX_E_END_OF_DATA);
+   if (!hasOctets(ctxt, 2 * count)) return d.failed(RTX_E_END_OF_DATA);
    auto* units = static_cast<uint16_t*>(rtxMemHeapAlloc(ctxt, count * sizeof(uint16_t)));
    if (units == nullptr && count != 0) return d.failed(RTX_E_NOMEM);
    L3_TRY(d.traced("OCTET STRING", [&] {
@@ -136,6 +138,7 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
 } // namespace
 
 int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008IE_NetworkName(pctxt, pvalue));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("NetworkName"));
    OpenLength length;
@@ -159,6 +162,7 @@ int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
 }
 
 int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008IE_NetworkName(pctxt, pvalue));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("NetworkName"));
    Length length;
@@ -184,6 +188,7 @@ int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
 }
 
 int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008IE_NotificationIndicator(pctxt, pvalue));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("NotificationIndicator"));
    L3_TRY(e.fields(flag("ext", pvalue->ext),
@@ -192,6 +197,7 @@ int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_Notifica
 }
 
 int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008IE_NotificationIndicator(pctxt, pvalue));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("NotificationIndicator"));
    L3_TRY(d.fields(flag("ext", pvalue->ext),
@@ -203,6 +209,7 @@ int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_Notifica
 // Receive N-PDU numbers list, TS 24.008, 10.5.5.11: entries of twelve bits; a half octet of 0 fills the last
 // octet.
 int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("ReceiveNPDUNumberList"));
    OpenLength length;
@@ -215,6 +222,7 @@ int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveN
 }
 
 int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("ReceiveNPDUNumberList"));
    Length length;
@@ -253,6 +261,7 @@ constexpr uint8_t kExtendedTi = 7;
 } // namespace
 
 int NASEnc_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008IE_LinkedTI(pctxt, pvalue));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("LinkedTI"));
    const bool extended = pvalue->value >= kExtendedTi;
@@ -269,6 +278,7 @@ int NASEnc_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
 }
 
 int NASDec_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008IE_LinkedTI(pctxt, pvalue));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("LinkedTI"));
    L3_TRY(d.fields(integer<8>("length", pvalue->length)));
@@ -386,6 +396,7 @@ int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
 } // namespace
 
 int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008IE_TFT(pctxt, pvalue));
    Encoder e(pctxt, kEncoder);
    L3_TRY(e.begin("TFT"));
    L3_TRY(e.constant<8>("length", 0));
@@ -394,8 +405,6 @@ int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    L3_TRY(encodeFilterList(e, *pvalue));
    L3_TRY(e.repeat("paramList", pvalue->paramList.n, pvalue->paramList.elem, Limits{},
                    [](Encoder& each, auto& x) { return NASEnc_TS24008IE_TFTParam(each.ctxt(), &x); }));
-   // What has gone to a stream can't be changed any more.
-   if (quorva::hot::streamActive(pctxt)) return e.failed(RTX_E_UNSUPPORTED);
    const size_t numocts = pctxt->bufByteIndex - start;
    pvalue->length = static_cast<uint8_t>(numocts);
    pctxt->bufData[start - 1] = pvalue->length;
@@ -404,6 +413,7 @@ int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
 }
 
 int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008IE_TFT(pctxt, pvalue));
    Decoder d(pctxt, kDecoder);
    L3_TRY(d.begin("TFT"));
    L3_TRY(d.push("length"));

@@ -16,6 +16,7 @@ static const char kDecSource[] = "TS24008MsgsDec";
 
 // Only the network sends a force to standby here, and it has no IEI. TS 24.008, 9.4.6.
 int NASEnc_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008Msg_DetachAccept(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("DetachAccept"));
    if (pvalue->m.forceToStandbyPresent) {
@@ -27,6 +28,7 @@ int NASEnc_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* p
 }
 
 int NASDec_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008Msg_DetachAccept(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("DetachAccept"));
    pvalue->m = {};
@@ -106,6 +108,7 @@ L3_INLINE static int encodeHeader(Encoder e, TS24008Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24008Msg_PDU(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU"));
    L3_TRY(encodeHeader(e, pvalue));
@@ -166,6 +169,7 @@ L3_INLINE static int decodeHeader(Decoder d, TS24008Msg_PDU* pvalue) {
 }
 
 int NASDec_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24008Msg_PDU(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};

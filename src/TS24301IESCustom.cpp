@@ -98,6 +98,7 @@ static size_t remoteAddressOctets(uint32_t type) {
 // Remote UE context, TS 24.301, 9.9.4.20. Two bits between spare and addrType tell, ahead of the address,
 // whether the port ranges follow it.
 int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24301IE_RemoteUECtxt(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("RemoteUECtxt"));
    OpenLength length;
@@ -124,6 +125,7 @@ int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
 }
 
 int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24301IE_RemoteUECtxt(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("RemoteUECtxt"));
    pvalue->m = {};

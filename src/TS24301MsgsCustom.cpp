@@ -15,6 +15,7 @@ static const char kDecSource[] = "TS24301MsgsDec";
 
 // No octet tells the two forms apart; the direction of the context does. TS 24.301, 8.2.11.
 int NASEnc_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24301Msg_DetachRequest(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("DetachRequest"));
    switch (pvalue->t) {
@@ -26,6 +27,7 @@ int NASEnc_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest*
 }
 
 int NASDec_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24301Msg_DetachRequest(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("DetachRequest"));
    if ((pctxt->flags & RTX_CTXT_UPLINK) != 0) {
@@ -140,6 +142,7 @@ L3_INLINE static int decodeHeader(Decoder d, Pdu* pvalue) {
 
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
 int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24301Msg_PDU_SM(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(encodeHeader(e, pvalue));
@@ -148,6 +151,7 @@ int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
 }
 
 int NASDec_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24301Msg_PDU_SM(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU-SM"));
    L3_TRY(decodeHeader(d, pvalue));
@@ -230,6 +234,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
 }
 
 int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24301Msg_PDU(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
@@ -246,6 +251,7 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24301Msg_PDU(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;
@@ -258,7 +264,6 @@ int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
       if (request == nullptr) return e.failed(RTX_E_NULL);
       if (const int status = NASEnc_TS24301Msg_ServiceRequest(pctxt, request); status < 0)
          return e.failed(status);
-      if (pctxt->bufByteIndex < start + 4) return e.failed(RTX_E_CANNOT_DO); // gone into a stream
       uint32_t mac = 0;
       if (const int status = rtx3gppComputeMAC(pctxt, pctxt->bufData + start, 2, &mac); status < 0)
          return e.failed(status);

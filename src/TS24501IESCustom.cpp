@@ -195,6 +195,7 @@ L3_DECODER(TS24501IE_MobileIdentity, kDecSource, (TS24501IE_MobileIdentity * pva
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.
 int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24501IE_ExtCAGEntry(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("ExtCAGEntry"));
    OpenLength length;
@@ -222,6 +223,7 @@ int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalu
 }
 
 int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24501IE_ExtCAGEntry(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("ExtCAGEntry"));
    pvalue->m = {};

@@ -24,6 +24,7 @@ constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
 // encoder spells the type's name with a hyphen, the decoder with an underscore; readers of a trace go by
 // both.
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24501Msg_PDU_SM(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
@@ -35,6 +36,7 @@ int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 }
 
 int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24501Msg_PDU_SM(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    L3_TRY(d.begin("PDU_SM"));
    L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
@@ -203,6 +205,7 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
 }
 
 int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
+   L3_FROM_STREAM(NASDec_TS24501Msg_PDU(pctxt, pvalue));
    Decoder d(pctxt, kDecSource);
    pvalue->m = {};
    const uint8_t* at = plainHeader(pctxt, kMobilityHeader);
@@ -220,6 +223,7 @@ int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
+   L3_TO_STREAM(NASEnc_TS24501Msg_PDU(pctxt, pvalue));
    Encoder e(pctxt, kEncSource);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;

@@ -238,6 +238,9 @@ int rtxWriteBytes(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
       status = writeToBuffer(pctxt, octets, numocts);
    } else if (hasContextBuffer(pctxt->stream)) {
       status = writeBuffered(pctxt, octets, numocts);
+   } else if (pctxt->stream->kind == RTX_STREAM_KIND_MEMORY &&
+              (pctxt->stream->flags & RTX_STREAM_HEX_TEXT) != 0) {
+      status = rtxStreamWrite(pctxt, octets, numocts); // the buffer holds text
    } else if (pctxt->stream->kind == RTX_STREAM_KIND_MEMORY) {
       status = writeToBuffer(pctxt, octets, numocts);
       if (status >= 0) countMoved(pctxt, numocts);

@@ -66,6 +66,26 @@ int prepend(Buffered* layer, const uint8_t* octets, size_t numocts) {
    return RTX_OK;
 }
 
+/** Takes back what has gone to a context buffer ahead of the cursor. The last of it still stands before the
+ * index. */
+int unload(RtxStream* stream, Buffered* layer) {
+   RtxContext* pctxt = layer->pctxt;
+   if (!hasContextBuffer(stream)) return RTX_OK;
+   const size_t unread = octetsAtHand(pctxt);
+   if (unread == 0) return RTX_OK;
+   const size_t there = std::min(unread, layer->preReadIndex);
+   layer->preReadIndex -= there;
+   if (unread > there) {
+      const int status = prepend(layer, pctxt->bufData + pctxt->bufByteIndex, unread - there);
+      if (status < 0) {
+         layer->preReadIndex += there;
+         return status;
+      }
+   }
+   pctxt->bufSize = pctxt->bufByteIndex;
+   return RTX_OK;
+}
+
 /** How far a read may go from the mark. A context buffer reads ahead of the reader. */
 size_t markReach(const RtxStream* stream) {
    return addSizes(stream->markLimit, hasContextBuffer(stream) ? stream->ctxtBufSize : 0);
@@ -158,18 +178,9 @@ int cacheSkip(RtxStream* stream, size_t numocts) {
 int cacheMark(RtxStream* stream, size_t limit) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    Buffered* layer = bufferedOf(stream);
-   RtxContext* pctxt = layer->pctxt;
-   stream->bufMarkBase = stream->bufBase;
-   if (hasContextBuffer(stream)) {
-      // What has gone to the context buffer ahead of the cursor comes back, so that a reset finds it.
-      const size_t unread = octetsAtHand(pctxt);
-      if (unread != 0) {
-         const int status = prepend(layer, pctxt->bufData + pctxt->bufByteIndex, unread);
-         if (status < 0) return status;
-         pctxt->bufSize = pctxt->bufByteIndex;
-      }
-      stream->bufMarkBase += pctxt->bufByteIndex;
-   }
+   const int status = unload(stream, layer); // so that a reset finds it
+   if (status < 0) return status;
+   stream->bufMarkBase = stream->bufBase + (hasContextBuffer(stream) ? layer->pctxt->bufByteIndex : 0);
    layer->preReadMark = layer->preReadIndex;
    stream->markLimit = limit;
    return RTX_OK;
@@ -214,10 +225,6 @@ Buffered* topLayer(RtxContext* pctxt) {
    return nullptr;
 }
 
-int recorded(RtxContext* pctxt, int status) {
-   return status < 0 ? recordFailure(pctxt, status) : status;
-}
-
 } // namespace
 
 int rtxStreamBufferedCreate(RtxContext* pctxt, uint32_t options) {
@@ -255,8 +262,10 @@ int rtxStreamBufferedRelease(RtxContext* pctxt) {
          const int status = rtxStreamInitCtxtBuf(pctxt);
          if (status < 0) return status;
       }
-      const size_t atHand = octetsAtHand(pctxt);
-      if (atHand == 0) shiftBuffer(pctxt, std::min(pctxt->bufByteIndex, pctxt->bufSize));
+      if (octetsAtHand(pctxt) == 0) {
+         pctxt->stream->bufBase += pctxt->bufByteIndex;
+         shiftBuffer(pctxt, pctxt->bufByteIndex);
+      }
       const int status = growInput(pctxt, addSizes(pctxt->bufSize, layer->left()), layer->left());
       if (status < 0) return status;
       std::memcpy(pctxt->bufData + pctxt->bufSize, layer->preReadBuf + layer->preReadIndex, layer->left());
@@ -290,12 +299,7 @@ int rtxStreamBufferedPrependReadBuf(RtxContext* pctxt, const uint8_t* octets, si
    if (layer == nullptr) return RTX_E_BAD_ARGUMENT;
    if (numocts == 0) return RTX_OK;
    if (octets == nullptr) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
-   if (hasContextBuffer(pctxt->stream)) {
-      // What was loaded ahead is unread as well, and follows the new octets.
-      const size_t unread = octetsAtHand(pctxt);
-      const int status = unread == 0 ? RTX_OK : prepend(layer, pctxt->bufData + pctxt->bufByteIndex, unread);
-      if (status < 0) return recordFailure(pctxt, status);
-      pctxt->bufSize = std::min(pctxt->bufSize, pctxt->bufByteIndex);
-   }
-   return recorded(pctxt, prepend(layer, octets, numocts));
+   int status = unload(pctxt->stream, layer); // which follows the new octets
+   if (status >= 0) status = prepend(layer, octets, numocts);
+   return status < 0 ? recordFailure(pctxt, status) : status;
 }

@@ -47,6 +47,7 @@ size_t aheadOfLimit(const RtxStream* stream, size_t loaded, size_t numocts) {
 /** With a null target the octets are loaded, and stay at the cursor. */
 ptrdiff_t ctxtbufRead(RtxStream* stream, uint8_t* target, size_t numocts) {
    if (!isOfKind(stream, RTX_STREAM_READ)) return RTX_E_BAD_ARGUMENT;
+   if (!onTop(stream) && target != nullptr) return readInner(layerOf(stream), target, numocts);
    RtxContext* pctxt = layerOf(stream)->pctxt;
    if (pctxt->bufBitsLeft == 0) {
       ++pctxt->bufByteIndex;
@@ -61,6 +62,7 @@ ptrdiff_t ctxtbufRead(RtxStream* stream, uint8_t* target, size_t numocts) {
    pctxt->bufByteIndex += kept;
    if (kept == numocts) return static_cast<ptrdiff_t>(numocts);
    // The buffer is used up.
+   if (const int status = ensureBuffer(pctxt); status < 0) return status;
    const size_t wanted = numocts - kept;
    stream->bufBase += pctxt->bufByteIndex;
    pctxt->bufByteIndex = pctxt->bufSize = 0;
@@ -84,12 +86,11 @@ ptrdiff_t ctxtbufRead(RtxStream* stream, uint8_t* target, size_t numocts) {
 int ctxtbufSkip(RtxStream* stream, size_t numocts) {
    if (!isOfKind(stream, RTX_STREAM_READ)) return RTX_E_BAD_ARGUMENT;
    Layer* layer = layerOf(stream);
+   if (!onTop(stream)) return skipInner(layer, numocts);
    RtxContext* pctxt = layer->pctxt;
    const size_t run = std::min(numocts, octetsAtHand(pctxt));
    if (run < numocts) {
-      RtxStream* inner = layer->inner;
-      if (inner->skip == nullptr) return RTX_E_NOT_INIT;
-      const int status = inner->skip(inner, numocts - run);
+      const int status = skipInner(layer, numocts - run);
       if (status < 0) return status;
       stream->bufBase += pctxt->bufSize + numocts - run;
       pctxt->bufByteIndex = pctxt->bufSize = 0;
@@ -139,7 +140,7 @@ int layerFlush(RtxStream* stream) {
    if (!writable(stream) || stream->extra == nullptr) return RTX_E_BAD_ARGUMENT;
    Layer* layer = layerOf(stream);
    RtxContext* pctxt = layer->pctxt;
-   if (pctxt->bufData != nullptr && pctxt->bufByteIndex != 0) {
+   if (onTop(stream) && pctxt->bufData != nullptr && pctxt->bufByteIndex != 0) {
       if (stream->write == nullptr) return RTX_E_NOT_INIT;
       const int status = passDown(stream, pctxt->bufData, pctxt->bufByteIndex);
       if (status < 0) return status;
@@ -157,6 +158,7 @@ int layerWrite(RtxStream* stream, const uint8_t* octets, size_t numocts) {
    if (!writable(stream) || stream->extra == nullptr) return RTX_E_BAD_ARGUMENT;
    Layer* layer = layerOf(stream);
    RtxContext* pctxt = layer->pctxt;
+   if (!onTop(stream)) return passDown(stream, octets, numocts);
    uint8_t* data = pctxt->bufData;
    if (data != nullptr && octets == data + pctxt->bufByteIndex && fitsBuffer(pctxt, numocts)) {
       pctxt->bufByteIndex += numocts; // the caller has written into the buffer himself

@@ -84,6 +84,7 @@ int dirbufSkip(RtxStream* stream, size_t numocts) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    DirectBuf* layer = directOf(stream);
    RtxContext* pctxt = layer->pctxt;
+   if (!onTop(stream)) return skipInner(layer, numocts);
    RtxStream* inner = layer->inner;
    lapseMark(pctxt, numocts);
    if (numocts <= octetsAtHand(pctxt)) {
@@ -97,8 +98,8 @@ int dirbufSkip(RtxStream* stream, size_t numocts) {
       pctxt->bufByteIndex += numocts;
       return RTX_OK;
    }
-   const size_t rest = numocts - octetsAtHand(pctxt);
-   const int status = inner->skip(inner, rest);
+   const size_t rest = addSizes(numocts, pctxt->bufByteIndex) - pctxt->bufSize; // the cursor may be beyond
+   const int status = skipInner(layer, rest);
    if (status < 0) return status;
    stream->bufBase += pctxt->bufSize + rest;
    pctxt->bufByteIndex = pctxt->bufSize = 0;
@@ -108,6 +109,7 @@ int dirbufSkip(RtxStream* stream, size_t numocts) {
 /** With a null target the octets are loaded, and stay at the cursor. */
 ptrdiff_t dirbufRead(RtxStream* stream, uint8_t* target, size_t numocts) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
+   if (!onTop(stream) && target != nullptr) return readInner(directOf(stream), target, numocts);
    RtxContext* pctxt = directOf(stream)->pctxt;
    const int status = preRead(pctxt, numocts);
    if (status < 0) return status;

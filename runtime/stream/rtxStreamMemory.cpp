@@ -236,11 +236,14 @@ namespace quorva::stream {
 
 void stashMemory(RtxStream* stream) {
    MemoryStream* memory = memoryOf(stream);
-   const RtxContext* pctxt = memory->pctxt;
+   if (memory->stashed) return;
+   RtxContext* pctxt = memory->pctxt;
    memory->data = pctxt->bufData;
    memory->index = pctxt->bufByteIndex;
    memory->size = pctxt->bufSize;
    memory->stashed = true;
+   setCursor(pctxt, nullptr, 0);
+   pctxt->flags &= ~RTX_CTXT_SYS_BUFFER;
 }
 
 void unstashMemory(RtxStream* stream) {

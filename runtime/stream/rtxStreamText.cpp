@@ -268,7 +268,7 @@ int rtxStreamBase64TextAttach(RtxContext* pctxt) {
    // Text that has been loaded already is still to be decoded.
    uint8_t* text = nullptr;
    size_t numchars = 0;
-   const bool buffered = coreBuffers(pctxt->stream) || buffersItself(pctxt->stream);
+   const bool buffered = hasContextBuffer(pctxt->stream);
    if (readable(pctxt->stream) && buffered && pctxt->bufData != nullptr) numchars = octetsAtHand(pctxt);
    if (numchars != 0) {
       text = static_cast<uint8_t*>(newRecord(pctxt, numchars));
@@ -294,7 +294,7 @@ int rtxStreamBase64TextAttach(RtxContext* pctxt) {
       stream->read = base64TextRead;
       stream->skip = base64TextSkip;
    }
-   if (coreBuffers(inner)) { // the buffer holds octets from here on
+   if (hasContextBuffer(inner)) { // the buffer holds octets from here on
       if (readable(stream)) pctxt->bufByteIndex = pctxt->bufSize = 0;
       stream->ctxtBufSize = inner->ctxtBufSize;
       clearFlags(inner, RTX_STREAM_CTXT_BUF);
@@ -306,6 +306,9 @@ int rtxStreamBase64TextAttach(RtxContext* pctxt) {
 
 int rtxStreamHexTextAttach(RtxContext* pctxt) {
    if (pctxt->stream == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
-   setFlags(pctxt->stream, RTX_STREAM_HEX_TEXT);
+   RtxStream* stream = pctxt->stream;
+   setFlags(stream, RTX_STREAM_HEX_TEXT);
+   // The text gives way, so that `bufData` can hold octets.
+   if (stream->kind == RTX_STREAM_KIND_MEMORY && readable(stream)) stashMemory(stream);
    return RTX_OK;
 }

@@ -36,6 +36,11 @@ int writeInner(const Layer* layer, const uint8_t* octets, size_t numocts) {
    return inner->write(inner, octets, numocts);
 }
 
+int skipInner(const Layer* layer, size_t numocts) {
+   RtxStream* inner = layer->inner;
+   return inner->skip != nullptr ? inner->skip(inner, numocts) : RTX_E_NOT_INIT;
+}
+
 int closeInner(Layer* layer) {
    RtxStream* inner = layer->inner;
    if (inner == nullptr) return RTX_OK;
@@ -113,8 +118,9 @@ int makeRoom(RtxContext* pctxt, size_t numocts) {
       shiftBuffer(pctxt, pctxt->bufMark);
       pctxt->bufMark = 0;
    } else {
-      stream->bufBase += pctxt->bufByteIndex;
-      shiftBuffer(pctxt, pctxt->bufByteIndex);
+      const size_t from = std::min(pctxt->bufByteIndex, pctxt->bufSize);
+      stream->bufBase += from;
+      shiftBuffer(pctxt, from);
       pctxt->bufMark = allOnes;
    }
    return growInput(pctxt, addSizes(pctxt->bufByteIndex, numocts), numocts);
@@ -133,7 +139,45 @@ ptrdiff_t readInto(RtxContext* pctxt, uint8_t* to, size_t room) {
 
 } // namespace
 
+namespace {
+
+/** Reads over what lies between the buffer's end and a cursor beyond it. */
+int catchUp(RtxContext* pctxt) {
+   while (pctxt->bufByteIndex > pctxt->bufSize) {
+      RtxStream* stream = pctxt->stream;
+      if (pctxt->bufMark < pctxt->bufSize || (stream->flags & RTX_STREAM_BUF_MARK))
+         return RTX_OK; // it is kept
+      stream->bufBase += pctxt->bufSize;
+      if (pctxt->bufMark != allOnes) {
+         pctxt->bufMark -= pctxt->bufSize;
+         stream->bufMarkBase = stream->bufBase;
+      }
+      const size_t ahead = pctxt->bufByteIndex - pctxt->bufSize;
+      shiftBuffer(pctxt, pctxt->bufSize);
+      pctxt->bufSize = 0;
+      const ptrdiff_t got = readInto(pctxt, pctxt->bufData, std::min(ahead, stream->ctxtBufSize));
+      if (got <= 0) return static_cast<int>(got);
+      pctxt->bufSize = static_cast<size_t>(got);
+   }
+   return RTX_OK;
+}
+
+} // namespace
+
+int ensureBuffer(RtxContext* pctxt) {
+   if (pctxt->bufData != nullptr) return RTX_OK;
+   RtxStream* stream = pctxt->stream;
+   const size_t size = std::max<size_t>(stream->ctxtBufSize, 1024);
+   const int status = newSystemBuffer(pctxt, size);
+   if (status < 0) return status;
+   stream->ctxtBufSize = size;
+   pctxt->bufSize = 0;
+   return RTX_OK;
+}
+
 int fillInput(RtxContext* pctxt, size_t numocts) {
+   if (const int status = ensureBuffer(pctxt); status < 0) return status;
+   if (const int status = catchUp(pctxt); status < 0) return status;
    RtxStream* stream = pctxt->stream;
    const size_t base = addSizes(stream->bufBase, pctxt->bufByteIndex);
    // Octets beyond the limit belong to somebody else: they stay where they are.
@@ -158,8 +202,13 @@ int fillInput(RtxContext* pctxt, size_t numocts) {
 
 Layer* pushLayer(RtxContext* pctxt, size_t size) {
    RtxStream* inner = pctxt->stream;
-   pctxt->flags &= ~RTX_CTXT_BUFFER_MODE;
-   if (writable(inner) && coreBuffers(inner) && pctxt->bufData != nullptr && rtxFlushOutputBuffer(pctxt) < 0)
+   if (pctxt->flags & RTX_CTXT_BUFFER_MODE) { // the buffer is not the stream's any more
+      pctxt->flags &= ~RTX_CTXT_BUFFER_MODE;
+      if (hasContextBuffer(inner)) dropBuffer(pctxt);
+      clearFlags(inner, RTX_STREAM_CTXT_BUF);
+   }
+   if (writable(inner) && hasContextBuffer(inner) && pctxt->bufData != nullptr &&
+       rtxFlushOutputBuffer(pctxt) < 0)
       return nullptr;
    auto* layer = static_cast<Layer*>(newRecord(pctxt, size));
    auto* stream = layer == nullptr ? nullptr : static_cast<RtxStream*>(newRecord(pctxt, sizeof(RtxStream)));
@@ -174,9 +223,6 @@ Layer* pushLayer(RtxContext* pctxt, size_t size) {
    layer->inner = inner;
    if (inner->kind == RTX_STREAM_KIND_MEMORY && !memoryStashed(inner)) {
       stashMemory(inner);
-      pctxt->bufData = nullptr;
-      pctxt->bufSize = pctxt->bufByteIndex = 0;
-      pctxt->flags &= ~RTX_CTXT_SYS_BUFFER;
    } else if (readable(inner) && hasContextBuffer(inner)) {
       stream->bufBase = inner->bufBase + pctxt->bufByteIndex;
       shiftBuffer(pctxt, std::min(pctxt->bufByteIndex, pctxt->bufSize));
@@ -194,11 +240,12 @@ void popLayer(RtxContext* pctxt, bool keepBuffer) {
    RtxStream* inner = layer->inner;
    const bool memory = inner->kind == RTX_STREAM_KIND_MEMORY;
    const bool own = hasContextBuffer(stream) && pctxt->bufData != nullptr;
-   if (readable(stream) && own && (octetsAtHand(pctxt) != 0 || keepBuffer)) {
+   const bool unread = readable(stream) && (octetsAtHand(pctxt) != 0 || keepBuffer);
+   if (own && (unread || buffersItself(inner))) {
       setFlags(inner, RTX_STREAM_CTXT_BUF);
       inner->ctxtBufSize = stream->ctxtBufSize;
       inner->inputLimit = stream->inputLimit;
-      inner->bufBase = stream->bufBase;
+      if (readable(stream)) inner->bufBase = stream->bufBase;
    } else {
       if (readable(stream) && !memory) inner->bufBase = stream->bufBase + pctxt->bufByteIndex;
       if (own) dropBuffer(pctxt);
@@ -218,7 +265,7 @@ int rtxStreamLoadInputBuffer(RtxContext* pctxt, size_t numocts) {
    if (pctxt == nullptr) return RTX_E_BAD_ARGUMENT;
    const RtxStream* stream = pctxt->stream;
    if (!readable(stream) || stream->read == nullptr) return recordFailure(pctxt, RTX_E_NOT_INIT);
-   if (pctxt->bufData == nullptr) {
+   if (pctxt->bufData == nullptr && !buffersItself(stream)) {
       const int status = rtxStreamInitCtxtBuf(pctxt);
       if (status < 0) return status;
    }

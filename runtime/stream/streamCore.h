@@ -98,11 +98,22 @@ inline bool buffersItself(const RtxStream* stream) {
    return stream->kind == RTX_STREAM_KIND_DIRECT_BUF || stream->kind == RTX_STREAM_KIND_CTXT_BUF;
 }
 
+/** Such a layer below another one, which has taken its buffer over, hands everything on. */
+inline bool onTop(const RtxStream* stream) {
+   return static_cast<const Layer*>(stream->extra)->pctxt->stream == stream;
+}
+
+/** Skips in the stream below. */
+int skipInner(const Layer* layer, size_t numocts);
+
 /** Moves the octets of the input buffer from `from` on to its start, with the limits of open containers. */
 void shiftBuffer(RtxContext* pctxt, size_t from);
 
 /** Brings the capacity of an input buffer up to `need`. `step` is the least growth. */
 int growInput(RtxContext* pctxt, size_t need, size_t step);
+
+/** Makes the buffer of an input stream again where rtxMemFree has taken it. */
+int ensureBuffer(RtxContext* pctxt);
 
 /** Loads so that `numocts` octets lie at the cursor, if the stream has them. Not a failure if it has not. */
 int fillInput(RtxContext* pctxt, size_t numocts);

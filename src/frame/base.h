@@ -7,6 +7,7 @@
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/stream/wholeMessage.h"
 
 #include <bit>
 #include <cstdint>
@@ -23,6 +24,15 @@
       if (const int status_ = (__VA_ARGS__); status_ < 0) [[unlikely]]                                       \
          return status_;                                                                                     \
    } while (0)
+
+// First words of a codec. The outermost one on an active stream begins anew, on the whole message in the
+// buffer.
+#define L3_FROM_STREAM(...)                                                                                  \
+   if (quorva::hot::streamActive(pctxt)) [[unlikely]]                                                        \
+   return quorva::stream::fromStream(pctxt, [&] { return __VA_ARGS__; })
+#define L3_TO_STREAM(...)                                                                                    \
+   if (quorva::hot::streamActive(pctxt)) [[unlikely]]                                                        \
+   return quorva::stream::toStream(pctxt, [&] { return __VA_ARGS__; })
 
 namespace quorva::frame {
 

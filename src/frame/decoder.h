@@ -226,8 +226,8 @@ public:
       return Codec::same(Type::decode, arguments...);
    }
 
-   // Is there another octet? On a stream the read itself finds out.
-   bool octetAtHand() const { return hot::streamActive(ctxt_) || ctxt_->bufByteIndex < ctxt_->bufSize; }
+   // Is there another octet?
+   bool octetAtHand() const { return ctxt_->bufByteIndex < ctxt_->bufSize; }
 
    // Bits under a trace field of their own kind, without an element name.
    template <unsigned Bits>
@@ -354,7 +354,7 @@ public:
       void* array = nullptr;
       size_t count = 0, capacity = 0;
       do {
-         if (!hot::streamActive(ctxt_) && ctxt_->bufByteIndex >= ctxt_->bufSize) break;
+         if (!octetAtHand()) break;
          L3_TRY(decLeadBit(ctxt_, site(line), "ext bit", &ext));
          if (count == capacity)
             if (const int status = growArray(ctxt_, &array, count, &capacity, sizeof(T)); status < 0)
@@ -381,7 +381,7 @@ public:
       void* array = nullptr;
       size_t count = 0, capacity = 0;
       for (;;) {
-         if (!hot::streamActive(ctxt_) && ctxt_->bufByteIndex >= ctxt_->bufSize) break;
+         if (!octetAtHand()) break;
          uint8_t flag = 0;
          L3_TRY(decLeadBit(ctxt_, site(line), "eol bit", &flag));
          if (flag == 0) break;
@@ -603,6 +603,7 @@ public:
 
 #define L3_FULL_DECODER(ATTRIBUTE, TYPE, FULL, SOURCE, PARAMETERS, ARGUMENTS)                                \
    ATTRIBUTE static int fullDec_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                              \
+      L3_FROM_STREAM(NASDec_##TYPE(pctxt, L3_BARE ARGUMENTS));                                               \
       const quorva::frame::InFull inFull(pctxt);                                                             \
       quorva::frame::FULL d(pctxt, SOURCE);                                                                  \
       return decode_##TYPE(d, L3_BARE ARGUMENTS);                                                            \

@@ -126,7 +126,7 @@ int decodeDigitTextToHeap(RtxContext* ctxt, const char* source, const char* type
    Decoder d(ctxt, source);
    L3_TRY(d.begin(type));
    // A count beyond the data asks for no memory.
-   if (!hot::streamActive(ctxt) && !hasOctets(ctxt, numocts)) return d.failed(RTX_E_END_OF_DATA);
+   if (!hasOctets(ctxt, numocts)) return d.failed(RTX_E_END_OF_DATA);
    const size_t room = 2 * size_t{numocts} + 1;
    auto* digits = static_cast<char*>(rtxMemHeapAlloc(ctxt, room));
    if (digits == nullptr) return d.failed(RTX_E_NOMEM);

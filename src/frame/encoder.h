@@ -472,6 +472,7 @@ public:
 
 #define L3_FULL_ENCODER(ATTRIBUTE, TYPE, FULL, SOURCE, PARAMETERS, ARGUMENTS)                                \
    ATTRIBUTE static int fullEnc_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                              \
+      L3_TO_STREAM(NASEnc_##TYPE(pctxt, L3_BARE ARGUMENTS));                                                 \
       const quorva::frame::InFull inFull(pctxt);                                                             \
       quorva::frame::FULL e(pctxt, SOURCE);                                                                  \
       return encode_##TYPE(e, L3_BARE ARGUMENTS);                                                            \

@@ -221,10 +221,7 @@ int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, voi
 int closeInFull(RtxContext* ctxt, Site site, Length length) {
    const size_t offset = hot::bitOffset(ctxt);
    if (offset > length.end) return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
-   // A stream can't seek; it need not where the element has been read to its end.
-   if (offset != length.end) {
-      if (const int status = hot::setBitOffset(ctxt, length.end); status < 0) return fail(ctxt, status, site);
-   }
+   hot::setBitOffset(ctxt, length.end);
    hot::popContainer(ctxt);
    return 0;
 }
@@ -260,8 +257,7 @@ int readOctets(RtxContext* ctxt, Site site, uint8_t* data, size_t numocts) {
 
 // Memory for octets of the input: never more than what is there, so that a count can't ask for much.
 int readOctetsToHeap(RtxContext* ctxt, Site site, size_t numocts, const uint8_t** data) {
-   if (!hot::streamActive(ctxt) &&
-       (ctxt->bufByteIndex > ctxt->bufSize || numocts > ctxt->bufSize - ctxt->bufByteIndex))
+   if (ctxt->bufByteIndex > ctxt->bufSize || numocts > ctxt->bufSize - ctxt->bufByteIndex)
       return fail(ctxt, RTX_E_END_OF_DATA, site);
    auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
    if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
@@ -375,8 +371,7 @@ int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* val
    value->numbits = 0;
    if (numbits != 0) {
       const size_t numocts = (numbits >> 3) + 1;
-      if (!hot::streamActive(ctxt) && cursorBits(ctxt) + numbits > ctxt->bufSize * 8)
-         return fail(ctxt, RTX_E_END_OF_DATA, site);
+      if (cursorBits(ctxt) + numbits > ctxt->bufSize * 8) return fail(ctxt, RTX_E_END_OF_DATA, site);
       auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
       if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
       L3_TRY(readBits(ctxt, site, octets, numocts, numbits));
@@ -596,7 +591,7 @@ bool Scan::nextInFull() {
    RtxContext* ctxt = decoder_.ctxt();
    if (!decoder_.more()) return end(messageStatus(ctxt));
    // An IEI that is not there ends the message without a failure, so it is looked for before it is read.
-   if (!hot::streamActive(ctxt) && cursorBits(ctxt) + 8 > ctxt->bufSize * 8) return end(messageStatus(ctxt));
+   if (cursorBits(ctxt) + 8 > ctxt->bufSize * 8) return end(messageStatus(ctxt));
    uint8_t octet = 0;
    openTrace(ctxt, "IEI");
    int status = rtxDecBitsToByte(ctxt, &octet, 8);

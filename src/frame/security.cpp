@@ -16,7 +16,7 @@ void macMismatch(Decoder d, uint32_t received, uint32_t computed, int line) {
 void checkMac(Decoder d, size_t from, uint32_t received, int line) {
    RtxContext* ctxt = d.ctxt();
    uint32_t computed = 0;
-   // Under a stream the octets may have moved in the buffer, or left it. A code is never passed over.
+   // A code is never passed over.
    const int status = from > ctxt->bufSize
                             ? RTX_E_END_OF_DATA
                             : rtx3gppComputeMAC(ctxt, ctxt->bufData + from, ctxt->bufSize - from, &computed);
@@ -40,7 +40,6 @@ int protect(Encoder e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cip
             int line) {
    RtxContext* ctxt = e.ctxt();
    const Mark end(ctxt);
-   if (end.index < cipherFrom) return e.failed(RTX_E_CANNOT_DO, line); // gone into a stream
    if (cipher) {
       if (const int status = rtx3gppCipher(ctxt, ctxt->bufData + cipherFrom, end.index - cipherFrom);
           status < 0)

@@ -1,13 +1,15 @@
 #include "src/walk/registry.h"
 
 #include "quorva/rtxMemHeap.h"
+#include "runtime/stream/wholeMessage.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace quorva::walk {
 
-uint32_t octetsLeft(const RtxContext* pctxt) {
+uint32_t octetsLeft(RtxContext* pctxt) {
+   if (pctxt->stream != nullptr) stream::loadWhole(pctxt);
    const int64_t bits = rtxCtxtGetContainerRemBits(pctxt);
    return bits > 0 ? static_cast<uint32_t>(bits / 8) : 0;
 }

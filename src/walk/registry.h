@@ -7,7 +7,7 @@ namespace quorva::walk {
 
 // Octets up to the end of the innermost container, or of the buffer: what the decoder of a text is told when
 // nobody knows better.
-uint32_t octetsLeft(const RtxContext* pctxt);
+uint32_t octetsLeft(RtxContext* pctxt);
 
 // Decodes all digits that are left into a text of `room` characters; -16, and nothing stored, for more
 // digits.
