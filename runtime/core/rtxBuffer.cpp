@@ -106,6 +106,8 @@ int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size) {
 int rtxCheckBuffer(RtxContext* pctxt, size_t numocts) {
    if (fitsBuffer(pctxt, addSizes(numocts, !hot::octetAligned(pctxt)))) return RTX_OK;
    if (hot::streamActive(pctxt) && rtxStreamFlush(pctxt) >= 0 && fitsBuffer(pctxt, numocts)) return RTX_OK;
+   if (hot::streamActive(pctxt) && (pctxt->stream->flags & RTX_STREAM_READ))
+      return recordFailure(pctxt, RTX_E_NOT_INIT);
    if (!pctxt->bufDynamic) return recordNewFailure(pctxt, RTX_E_BUFFER_FULL);
    // Grows faster than rtxExpandOutputBuffer, deliberately; the cursor may stand beyond the end.
    size_t size = addSizes(addSizes(pctxt->bufSize, pctxt->bufSize), std::max(pctxt->bufSize, numocts));
@@ -121,6 +123,8 @@ int rtxCheckOutputBuffer(RtxContext* pctxt, size_t numocts) {
 int rtxExpandOutputBuffer(RtxContext* pctxt, size_t numocts) {
    if (hot::streamActive(pctxt)) {
       RtxStream* stream = pctxt->stream;
+      // The buffer of an input stream has the size of what is in it.
+      if (stream->flags & RTX_STREAM_READ) return recordFailure(pctxt, RTX_E_NOT_INIT);
       size_t need = addSizes(pctxt->bufByteIndex, numocts);
       if (stream->kind != RTX_STREAM_KIND_MEMORY) {
          if ((stream->flags & RTX_STREAM_TEXT_FILTER) == 0) {

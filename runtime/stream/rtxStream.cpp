@@ -363,9 +363,14 @@ int rtxStreamClose(RtxContext* pctxt) {
 
 int rtxStreamRelease(RtxContext* pctxt) {
    if (pctxt->stream == nullptr) return RTX_OK;
-   if (rtxStreamIsOpened(pctxt))
+   if (rtxStreamIsOpened(pctxt)) {
       rtxStreamClose(pctxt);
-   else
-      freeStream(pctxt);
+      return RTX_OK;
+   }
+   // A layer above a record that neither reads nor writes still has that record.
+   RtxStream* stream = pctxt->stream;
+   if (hasContextBuffer(stream)) dropBuffer(pctxt);
+   if (stream->extra != nullptr && stream->close != nullptr) stream->close(stream);
+   if (pctxt->stream != nullptr) freeStream(pctxt);
    return RTX_OK;
 }

@@ -317,7 +317,7 @@ TEST(Base64, WritesEachCallAsATextOfItsOwn) {
    EXPECT_EQ(std::string(ground.octets.begin(), ground.octets.end()), "Zm9vYmFyZg==Zm8=");
    EXPECT_EQ(ground.writes, 4); // four characters each
    ground.failure = RTX_E_FILE_WRITE;
-   EXPECT_EQ(rtxStreamWrite(context, ground.octets.data(), 3), RTX_E_FILE_WRITE);
+   EXPECT_EQ(rtxStreamWrite(context, numbered(3).data(), 3), RTX_E_FILE_WRITE);
 }
 
 // Characters that the file's buffer held when the layer came are part of the text; skips count characters.

@@ -28,7 +28,7 @@ TEST(StreamsWithoutMemory, EveryAllocationOfEveryTransport) {
                alignas(16) uint8_t value[4096] = {};
                ASSERT_LE(type.size, sizeof value);
                if (writes) {
-                  if (type.encode(&context, value) >= 0) rtxStreamWrite(&context, ground.octets.data(), 5);
+                  if (type.encode(&context, value) >= 0) rtxStreamWrite(&context, value, 5);
                } else {
                   if (type.decode(&context, value) >= 0) {
                      EXPECT_EQ(context.bufByteIndex != 0, true);
