@@ -41,6 +41,7 @@
 #include "quorva/rtxRand.h"
 #include "quorva/rtxScalarDList.h"
 #include "quorva/rtxSList.h"
+#include "quorva/rtxSocket.h"
 #include "quorva/rtxStack.h"
 #include "quorva/rtxStatus.h"
 #include "quorva/rtxStream.h"
