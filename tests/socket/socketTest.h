@@ -5,6 +5,7 @@
 #ifndef QUORVA_TESTS_SOCKET_SOCKETTEST_H
 #define QUORVA_TESTS_SOCKET_SOCKETTEST_H
 
+#include "quorva/rtxContext.h"
 #include "quorva/rtxSocket.h"
 
 #include <gtest/gtest.h>
@@ -33,16 +34,11 @@ inline void sleepMs(int milliseconds) {
    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-/** Seconds since it was made. */
-class Stopwatch {
-public:
-   double seconds() const {
-      return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-   }
-
-private:
-   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
+/** Seconds since a point in time. */
+using Clock = std::chrono::steady_clock;
+inline double secondsSince(Clock::time_point start) {
+   return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 /** A test that leaves no descriptor open. */
 class SocketTest : public testing::Test {
@@ -113,6 +109,28 @@ struct Pair {
    Listener listener;
    Connected connected{listener};
    Owned accepted;
+};
+
+/** Two connected sockets; one send arrives as one receive. */
+struct Packets {
+   Packets() {
+      int both[2];
+      EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, both), 0);
+      *ours.slot() = both[0];
+      *theirs.slot() = both[1];
+   }
+   template <class Text>
+   void send(const Text& octets) const {
+      EXPECT_EQ(rtxSocketSend(theirs, reinterpret_cast<const uint8_t*>(octets.data()), octets.size()), 0);
+   }
+   /** Attaches our end, which closes with the stream. */
+   RtxStream* attach(RtxContext* pctxt, unsigned flags) {
+      EXPECT_EQ(rtxStreamSocketAttach(pctxt, ours, static_cast<uint16_t>(flags)), 0);
+      ours.take();
+      return pctxt->stream;
+   }
+
+   Owned ours, theirs;
 };
 
 /** A part of a test in a process of its own; it gives whether all went well. */
