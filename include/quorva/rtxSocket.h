@@ -135,9 +135,11 @@ QUORVA_API int rtxSocketAddrToStr(uint32_t addr, char* target, size_t size);
 QUORVA_API int rtxSocketParseURL(char* url, char** pprotocol, char** paddress, int* pport);
 
 /**
- * Attaches a connected socket as stream, with a context buffer if the context has no buffer yet. An open
- * stream is closed first. The stream's close closes the socket; see rtxStreamSocketSetOwnership. After a
- * failure the socket stays the caller's.
+ * Attaches a connected socket as stream. An open stream is closed first. The stream's close closes the
+ * socket; see rtxStreamSocketSetOwnership. After a failure the socket stays the caller's.
+ *
+ * The stream gets a context buffer, which codecs need. A context that has a buffer already, as after
+ * rtxCtxtSetBufPtr, keeps that, and only rtxStreamRead, rtxStreamWrite and their like use the socket then.
  *
  * A read waits until octets come or the peer closes. A write is one rtxSocketSend: octets that a non-blocking
  * socket does not take are lost, without a report.
