@@ -8,11 +8,11 @@
 namespace quorva {
 
 /** Blank, or tab to carriage return? */
-inline bool isSpace(char c) {
+inline bool isSpace(int c) {
    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-inline bool isDigit(char c) {
+inline bool isDigit(int c) {
    return c >= '0' && c <= '9';
 }
 
@@ -28,8 +28,8 @@ inline bool isAlphanumeric(char c) {
    return isLower(c) || isUpper(c) || isDigit(c);
 }
 
-/** Value of a hexadecimal digit, -1 for any other character. */
-inline int hexDigitValue(char c) {
+/** Value of a hexadecimal digit, -1 for any other character and for the end of a text. */
+inline int hexDigitValue(int c) {
    if (isDigit(c)) return c - '0';
    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
    if (c >= 'A' && c <= 'F') return c - 'A' + 10;

@@ -161,9 +161,13 @@ int rtxStreamWrite(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
    // The layers of these kinds gather, and count what goes on; others are done with the octets, and may have
    // moved the buffer that they lay in.
    const bool gathers = buffersItself(stream);
+   const size_t copied = stream->capture != nullptr ? stream->capture->usedCount : 0;
    if (!gathers) capture(pctxt, stream, octets, numocts);
    const int status = stream->write(stream, octets, numocts);
-   if (status < 0) return recordFailure(pctxt, status);
+   if (status < 0) {
+      if (!gathers && stream->capture != nullptr) stream->capture->usedCount = copied; // none has moved
+      return recordFailure(pctxt, status);
+   }
    stream->bufBase += static_cast<size_t>(status);
    if (!gathers) stream->ioBytes += numocts;
    return status;
@@ -369,8 +373,9 @@ int rtxStreamRelease(RtxContext* pctxt) {
    }
    // A layer above a record that neither reads nor writes still has that record.
    RtxStream* stream = pctxt->stream;
+   const bool layer = buffersItself(stream) || (stream->flags & RTX_STREAM_TEXT_FILTER) != 0;
    if (hasContextBuffer(stream)) dropBuffer(pctxt);
-   if (stream->extra != nullptr && stream->close != nullptr) stream->close(stream);
+   if (layer && stream->extra != nullptr && stream->close != nullptr) stream->close(stream);
    if (pctxt->stream != nullptr) freeStream(pctxt);
    return RTX_OK;
 }

@@ -2,6 +2,7 @@
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxFile.h"
+#include "quorva/rtxHexDump.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStream.h"
 #include "runtime/stream/streamCore.h"
@@ -87,7 +88,8 @@ int fileWrite(RtxStream* stream, const uint8_t* octets, size_t numocts) {
    if ((stream->flags & RTX_STREAM_HEX_TEXT) == 0)
       return fwrite(octets, 1, numocts, file) == numocts ? RTX_OK : RTX_E_FILE_WRITE;
    for (size_t i = 0; i < numocts; ++i) {
-      const char digits[3] = {"0123456789abcdef"[octets[i] >> 4], "0123456789abcdef"[octets[i] & 15], 0};
+      char digits[3];
+      rtxByteToHexChar(octets[i], digits, sizeof digits);
       if (fputs(digits, file) < 0) return RTX_E_FILE_WRITE;
    }
    return RTX_OK;

@@ -1,6 +1,7 @@
 // Streams over memory: the buffer of the context is the data.
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
+#include "quorva/rtxHexDump.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxStream.h"
 #include "runtime/core/rtxInline.h"
@@ -122,9 +123,9 @@ int memWrite(RtxStream* stream, const uint8_t* octets, size_t numocts) {
       if (overlap) std::memmove(to, octets, numocts);
       const uint8_t* from = overlap ? to : octets;
       for (size_t i = numocts; i-- > 0;) {
-         const uint8_t octet = from[i];
-         to[2 * i] = static_cast<uint8_t>("0123456789abcdef"[octet >> 4]);
-         to[2 * i + 1] = static_cast<uint8_t>("0123456789abcdef"[octet & 15]);
+         char digits[3];
+         rtxByteToHexChar(from[i], digits, sizeof digits);
+         std::memcpy(to + 2 * i, digits, 2);
       }
       place.index += 2 * numocts;
       return RTX_OK;

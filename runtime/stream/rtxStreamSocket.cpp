@@ -65,7 +65,7 @@ ptrdiff_t receive(const SocketRecord* record, uint8_t* target, size_t maxocts) {
 ptrdiff_t convertPiece(SocketRecord* record, const char* text, size_t length, uint8_t* target,
                        size_t maxocts) {
    size_t digits = 0;
-   while (digits < length && hexDigit(text[length - 1 - digits]) >= 0) ++digits;
+   while (digits < length && hexDigitValue(text[length - 1 - digits]) >= 0) ++digits;
    if (digits % 2 != 0) record->heldDigit = text[--length];
    if (length == 0) return 0;
    // A prefix opens a token, but does not stand inside one, wherever the piece began.

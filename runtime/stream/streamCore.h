@@ -7,6 +7,7 @@
 
 #include "quorva/rtxStream.h"
 #include "runtime/core/rtxBuffer.h"
+#include "runtime/core/ascii.h"
 
 namespace quorva::stream {
 
@@ -135,16 +136,6 @@ void lapseMark(RtxContext* pctxt, size_t numocts);
 
 /* Hexadecimal text. */
 
-/** Value of a digit, or -1. */
-inline int hexDigit(int ch) {
-   if (ch >= '0' && ch <= '9') return ch - '0';
-   const int lower = ch | 0x20;
-   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-inline bool isBlank(int ch) {
-   return ch == ' ' || (ch >= 0x09 && ch <= 0x0D);
-}
-
 /**
  * Where a text of hexadecimal digits had been read to `numocts` octets before `pos`. `at` gives the character
  * at a position; `half` says that the last octet was a digit alone.
@@ -152,7 +143,7 @@ inline bool isBlank(int ch) {
 template <class At>
 size_t hexTextBefore(size_t pos, size_t numocts, bool half, At at) {
    size_t digits = 2 * numocts - (half && numocts != 0 ? 1 : 0);
-   while (digits != 0 && pos != 0) digits -= hexDigit(at(--pos)) >= 0;
+   while (digits != 0 && pos != 0) digits -= hexDigitValue(at(--pos)) >= 0;
    return pos;
 }
 
@@ -174,16 +165,16 @@ ptrdiff_t readHexText(uint8_t* target, size_t numocts, bool& half, Next next, Ba
          do {
             digit = next();
             taken += digit != endOfText;
-         } while (isBlank(digit));
+         } while (isSpace(digit));
          if (digit == endOfText) break;
-         if (hexDigit(digit) >= 0) continue;
+         if (hexDigitValue(digit) >= 0) continue;
          back(taken); // the octet with it is read again, and refused
          return count != 0 ? static_cast<ptrdiff_t>(count) : RTX_E_BAD_HEX;
       }
       if (digits[0] == endOfText) break;
       half = digits[1] == endOfText;
-      const int low = half ? 0 : hexDigit(digits[1]);
-      target[count++] = static_cast<uint8_t>(hexDigit(digits[0]) << 4 | low);
+      const int low = half ? 0 : hexDigitValue(digits[1]);
+      target[count++] = static_cast<uint8_t>(hexDigitValue(digits[0]) << 4 | low);
    }
    return static_cast<ptrdiff_t>(count);
 }

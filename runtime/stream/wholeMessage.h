@@ -27,14 +27,15 @@ int decodeWhole(RtxContext* pctxt, int (*decode)(void* argument), void* argument
  */
 int encodeWhole(RtxContext* pctxt, int (*encode)(void* argument), void* argument);
 
+/* By value, so that what a codec holds need not have an address for this. */
 template <class Code>
-int fromStream(RtxContext* pctxt, Code decode) {
+[[gnu::cold, gnu::noinline]] int fromStream(RtxContext* pctxt, Code decode) {
    return decodeWhole(
          pctxt, [](void* argument) { return (*static_cast<Code*>(argument))(); }, &decode);
 }
 
 template <class Code>
-int toStream(RtxContext* pctxt, Code encode) {
+[[gnu::cold, gnu::noinline]] int toStream(RtxContext* pctxt, Code encode) {
    return encodeWhole(
          pctxt, [](void* argument) { return (*static_cast<Code*>(argument))(); }, &encode);
 }

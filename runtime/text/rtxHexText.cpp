@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int maxDifferences = 101;
-
 bool isSeparator(char c) {
    return c == ',' || quorva::isSpace(c);
 }

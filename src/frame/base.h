@@ -29,10 +29,10 @@
 // buffer.
 #define L3_FROM_STREAM(...)                                                                                  \
    if (quorva::hot::streamActive(pctxt)) [[unlikely]]                                                        \
-   return quorva::stream::fromStream(pctxt, [&] { return __VA_ARGS__; })
+   return quorva::stream::fromStream(pctxt, [=] { return __VA_ARGS__; })
 #define L3_TO_STREAM(...)                                                                                    \
    if (quorva::hot::streamActive(pctxt)) [[unlikely]]                                                        \
-   return quorva::stream::toStream(pctxt, [&] { return __VA_ARGS__; })
+   return quorva::stream::toStream(pctxt, [=] { return __VA_ARGS__; })
 
 namespace quorva::frame {
 
