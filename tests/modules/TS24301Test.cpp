@@ -387,9 +387,9 @@ TEST(EpsSecurity, MessageInTheMiddleOfABuffer) {
    EXPECT_EQ(pdu->data.u.obj_AttachReject->emmCause, 11u);
 }
 
-// The buffer of a stream does not keep a message from its start. A code that can't be computed any more is
-// told; none is written over other octets.
-TEST(EpsSecurity, OctetsThatHaveLeftTheBuffer) {
+// A message on a stream needs a buffer that holds it whole. One that can't grow to that is told so, and
+// neither is a code passed over, nor anything of the message written.
+TEST(EpsSecurity, BufferOfAStreamTooSmallForTheMessage) {
    static Octets source;
    uint8_t buffer[8];
    const auto attach = [&buffer](TestContext& context, uint16_t direction, RtxStream& stream) {
@@ -418,16 +418,16 @@ TEST(EpsSecurity, OctetsThatHaveLeftTheBuffer) {
    context->bufByteIndex = context->bufSize = 0;
    uint8_t before[5];
    EXPECT_EQ(rtxReadBytes(context, before, sizeof before), 0);
-   EXPECT_EQ(state(context, NASDec_TS24301Msg_PDU(context, pdu)), "-2 @6.0 errors=-2")
-         << "the message is there";
-   EXPECT_EQ(pdu->data.u.obj_AttachReject->emmCause, 11u);
+   EXPECT_EQ(state(context, NASDec_TS24301Msg_PDU(context, pdu)), "-1 @0.0 errors=-1");
+   EXPECT_EQ(octetsOf("17 AA AA"), Octets(buffer, buffer + 3)); // what had been loaded stays
    rtxErrReset(context);
 
    pdu = attachReject(message, 2);
    attach(context, RTX_STREAM_WRITE, out);
    context->bufByteIndex = 5;
    context->bufSize = sizeof buffer;
-   EXPECT_EQ(state(context, NASEnc_TS24301Msg_PDU(context, pdu)), "-48 @6.0 names=PDU errors=-48");
+   EXPECT_EQ(state(context, NASEnc_TS24301Msg_PDU(context, pdu)),
+             "-1 @5.0 names=PDU.secHdr.msgAuthCode level=2 errors=-1");
    context->stream = nullptr;
 }
 
