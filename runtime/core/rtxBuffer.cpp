@@ -144,6 +144,8 @@ int rtxExpandOutputBuffer(RtxContext* pctxt, size_t numocts) {
       if (need <= pctxt->bufSize) return RTX_OK;
    }
    if (!pctxt->bufDynamic) return recordNewFailure(pctxt, RTX_E_BUFFER_FULL);
+   // What a stream gathers outlives a reset of the heap.
+   if (pctxt->stream != nullptr && pctxt->bufData == nullptr) pctxt->flags |= RTX_CTXT_SYS_BUFFER;
    const size_t size = addSizes(pctxt->bufSize, std::max(pctxt->bufSize, numocts));
    // The cursor may have been set beyond the end.
    return resizeBuffer(pctxt, std::max(size, addSizes(pctxt->bufByteIndex, numocts)));
