@@ -70,7 +70,7 @@ ptrdiff_t convertPiece(SocketRecord* record, const char* text, size_t length, ui
    if (length == 0) return 0;
    // A prefix opens a token, but does not stand inside one, wherever the piece began.
    if (record->inToken && length > 1 && text[0] == '0' && (text[1] | 0x20) == 'x') return RTX_E_BAD_HEX;
-   record->inToken = text[length - 1] != ',' && !isBlank(text[length - 1]);
+   record->inToken = text[length - 1] != ',' && !isSpace(text[length - 1]);
    return rtxHexCharsToBin(text, length, target, maxocts);
 }
 

@@ -176,7 +176,7 @@ ptrdiff_t base64TextRead(RtxStream* stream, uint8_t* target, size_t maxocts) {
          if (status < 0) return status;
          continue;
       }
-      if (isBlank(ch)) {
+      if (isSpace(ch)) {
          count(stream, 1);
          continue;
       }
@@ -196,8 +196,8 @@ ptrdiff_t base64TextRead(RtxStream* stream, uint8_t* target, size_t maxocts) {
                if (more < 0) return more;
                if (more == 0) break;
                count(stream, 1);
-            } while (isBlank(ch));
-            if (ch != '=' && !isBlank(ch)) return RTX_E_BAD_BASE64;
+            } while (isSpace(ch));
+            if (ch != '=' && !isSpace(ch)) return RTX_E_BAD_BASE64;
          }
          gathered = 0;
          group = 0;
