@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr int maxDifferences = 101;
+
 bool isSeparator(char c) {
    return c == ',' || quorva::isSpace(c);
 }
