@@ -5,8 +5,7 @@
  * is recorded.
  *
  * The decoders give release codes as they stand in the octet, 0 to 7; the encoders and the parser of texts
- * deal in release numbers, 3 and up. That is deliberate: a decoded record needs numbers in its place before
- * it is encoded.
+ * deal in release numbers, 3 and up: a decoded record needs numbers in their place before it is encoded.
  */
 #ifndef QUORVA_RT3GPPTS32297_H
 #define QUORVA_RT3GPPTS32297_H
@@ -104,8 +103,9 @@ QUORVA_API int rtEncTS32297Hdr(RtxContext* pctxt, const RtTS32297Hdr* hdr);
 /** Octets that a file header takes. */
 QUORVA_API uint32_t rtTS32297CalcFileHdrLen(const RtTS32297FileHdr* hdr);
 
-/** Print a header line by line, with no indent. Always 0. */
+/** Prints the header of a file line by line, with no indent. Always 0. */
 QUORVA_API int rtPrtToStrmTS32297FileHdr(RtxContext* pctxt, const RtTS32297FileHdr* hdr);
+/** The same of a CDR's header. */
 QUORVA_API int rtPrtToStrmTS32297Hdr(RtxContext* pctxt, const RtTS32297Hdr* hdr);
 
 /** Release number of a code: 99 for 0, 4 to 9 for 1 to 6, extension + 10 for 7. Otherwise RTX_E_BAD_VALUE. */

@@ -63,7 +63,7 @@ QUORVA_API int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length);
  *
  * The octets are copied behind the 8 octets that go ahead of them, into memory of the heap released before
  * the return. Only if `length` + 8 is beyond what a size can hold are those 8 octets written over the first
- * ones of `data`, and the code then covers `length` + 8 modulo the range of a size; this is deliberate.
+ * ones of `data`, and the code then covers `length` + 8 modulo the range of a size.
  * @return 0; recorded: -71 and -60 ("integrity algorithm") as for rtx3gppCipher, -47, -10.
  */
 QUORVA_API int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac);

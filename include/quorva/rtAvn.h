@@ -33,6 +33,7 @@ QUORVA_API int rtAvnReadBoolean(RtxContext* pctxt, uint8_t* pvalue);
  */
 QUORVA_API int rtAvnReadBitString(RtxContext* pctxt, uint8_t* data, uint32_t* pnumbits, size_t size,
                                   int namedBits, size_t limit);
+/** As rtAvnReadBitString, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadBitString64(RtxContext* pctxt, uint8_t* data, size_t* pnumbits, size_t size,
                                     int namedBits, size_t limit);
 
@@ -42,11 +43,13 @@ QUORVA_API int rtAvnReadBitString64(RtxContext* pctxt, uint8_t* data, size_t* pn
  */
 QUORVA_API int rtAvnReadBitStringExt(RtxContext* pctxt, uint8_t* data, size_t size, uint8_t** pextdata,
                                      uint32_t* pnumbits);
+/** As rtAvnReadBitStringExt, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadBitStringExt64(RtxContext* pctxt, uint8_t* data, size_t size, uint8_t** pextdata,
                                        size_t* pnumbits);
 
 /** The same with all octets on the heap; null for an empty string. */
 QUORVA_API int rtAvnReadBitStringDyn(RtxContext* pctxt, RtxDynBitStr* pvalue);
+/** As rtAvnReadBitStringDyn, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadBitStringDyn64(RtxContext* pctxt, RtxDynBitStr64* pvalue);
 
 /**
@@ -60,15 +63,18 @@ QUORVA_API int rtAvnReadBitStringDyn64(RtxContext* pctxt, RtxDynBitStr64* pvalue
  */
 QUORVA_API int rtAvnReadNamedBits(RtxContext* pctxt, const RtxNamedBit* table, uint8_t* data,
                                   uint32_t* pcount, size_t size);
+/** As rtAvnReadNamedBits, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadNamedBits64(RtxContext* pctxt, const RtxNamedBit* table, uint8_t* data,
                                     size_t* pcount, size_t size);
 
 /** As rtAvnReadBitString, in octets; bits of '...'B are filled up with zeros. */
 QUORVA_API int rtAvnReadOctString(RtxContext* pctxt, uint8_t* data, uint32_t* pnumocts, size_t size);
+/** As rtAvnReadOctString, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadOctString64(RtxContext* pctxt, uint8_t* data, size_t* pnumocts, size_t size);
 
 /** The same on the heap; null for an empty string. */
 QUORVA_API int rtAvnReadOctStringDyn(RtxContext* pctxt, RtxDynOctStr* pvalue);
+/** As rtAvnReadOctStringDyn, with the count in a `size_t`. */
 QUORVA_API int rtAvnReadOctStringDyn64(RtxContext* pctxt, RtxDynOctStr64* pvalue);
 
 /** Reads a name that begins with a lower-case letter: letters, digits, single hyphens inside.
@@ -82,15 +88,16 @@ QUORVA_API int rtAvnReadIdentifierToBuffer(RtxContext* pctxt, RtxMemBuf* buf);
 QUORVA_API int rtAvnReadTypeRefToBuffer(RtxContext* pctxt, RtxMemBuf* buf);
 
 /**
- * Read {arc arc ...} with arcs that are numbers, names, or names with a number in parentheses; for a relative
- * object identifier numbers alone.
- * @return Also the statuses of rtOIDParseCompList and rtRelOIDParseCompList.
+ * Reads {arc arc ...} with arcs that are numbers, names, or names with a number in parentheses.
+ * @return Also the statuses of rtOIDParseCompList.
  */
 QUORVA_API int rtAvnReadObjId(RtxContext* pctxt, RtxOID* pvalue);
+/** The same of a relative object identifier, with numbers alone. */
 QUORVA_API int rtAvnReadRelOID(RtxContext* pctxt, RtxOID* pvalue);
 
-/** The same as dotted text. Also the statuses of rtOIDAsn2Xml. */
+/** As rtAvnReadObjId, as dotted text with arcs of any size and number. Also the statuses of rtOIDAsn2Xml. */
 QUORVA_API int rtAvnReadObjIdStr(RtxContext* pctxt, const char** ptext);
+/** The same of a relative object identifier. */
 QUORVA_API int rtAvnReadRelOIDStr(RtxContext* pctxt, const char** ptext);
 
 /**
@@ -112,6 +119,7 @@ QUORVA_API int rtAvnReadString(RtxContext* pctxt, const char** ptext);
  * quote and the bad sequence as a parameter; RTX_E_OVERFLOW for a character above 16 bits in 16-bit units.
  */
 QUORVA_API int rtAvnReadUCS2(RtxContext* pctxt, Rtx16BitCharString* pvalue);
+/** The same in units of 32 bits. */
 QUORVA_API int rtAvnReadUCS4(RtxContext* pctxt, Rtx32BitCharString* pvalue);
 
 /**
@@ -131,7 +139,7 @@ QUORVA_API size_t rtAvnLookupIdentifier(const char* identifier, const char* cons
 /**
  * Writes '...'H, or '...'B if the number of bits is no multiple of 4.
  *
- * If it is a multiple of 4 and not of 8, the low half of the last octet is not written; nor is, deliberately,
+ * If it is a multiple of 4 and not of 8, the low half of the last octet is not written; nor is
  * the low half of the last octet of `data` when the string goes on in `extdata`.
  * @param size     Octets at `data`.
  * @param extdata  The octets behind those, or null; RTX_E_BAD_ARGUMENT if they are needed.
@@ -160,6 +168,7 @@ QUORVA_API int rtAvnWriteUTF8Str(RtxContext* pctxt, const char* text);
 
 /** The same, each unit as UTF-8. RTX_E_OVERFLOW for a unit above 31 bits. */
 QUORVA_API int rtAvnWriteBMPStr(RtxContext* pctxt, const Rtx16BitCharString* value);
+/** The same with units of 32 bits. */
 QUORVA_API int rtAvnWriteUnivStr(RtxContext* pctxt, const Rtx32BitCharString* value);
 
 /** Writes a real with up to six digits, in the manner of "%g", or a special word as rtAvnReadReal reads it.

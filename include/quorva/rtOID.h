@@ -28,6 +28,7 @@ QUORVA_API int rtRelOIDParseCompList(const char* text, size_t length, RtxOID* va
 /** As rtOIDParseCompList, with components separated by ".", `iso.member-body(2).840`, and no blanks inside.
  */
 QUORVA_API int rtOIDParseString(const char* text, size_t length, RtxOID* value);
+/** The same of a relative object identifier: numbers only. */
 QUORVA_API int rtRelOIDParseString(const char* text, size_t length, RtxOID* value);
 
 /**

@@ -18,18 +18,19 @@ QUORVA_BEGIN_DECLS
  * @return 0, or -20 for a null pointer, a lesser size or other texts; `plmn` is then untouched.
  */
 QUORVA_API int rtStringToPLMNidentity(const char* mcc, const char* mnc, uint8_t* plmn, size_t size);
-/** As rtStringToPLMNidentity, in the nibble order of the packet gateway's records; same statuses. */
+/** As rtStringToPLMNidentity, in the octet order of the message elements (TS 24.008, 10.5.1.3). */
 QUORVA_API int rtStringToPGWPLMNidentity(const char* mcc, const char* mnc, uint8_t* plmn, size_t size);
 
 /**
- * Digits of the MCC or MNC in the three octets of a PLMN identity.
+ * The three digits of the MCC in the three octets of a PLMN identity, which has the same place in both
+ * orders.
  * @return a text that the caller releases with free(); null for a nibble above 9, a null pointer, or no
  * memory.
  */
 QUORVA_API char* rtGetMCCFromPLMNidentity(const uint8_t* plmn);
-/** MNC digits, two or three, into the caller's text; same result as for the MCC. */
+/** The two or three digits of the MNC; a new text or null, as rtGetMCCFromPLMNidentity. */
 QUORVA_API char* rtGetMNCFromPLMNidentity(const uint8_t* plmn);
-/** MNC digits in the nibble order of the packet gateway's records. */
+/** The same of an identity in the order of rtStringToPGWPLMNidentity. */
 QUORVA_API char* rtGetMNCFromPGWPLMNidentity(const uint8_t* plmn);
 
 QUORVA_END_DECLS

@@ -15,6 +15,7 @@ QUORVA_BEGIN_DECLS
 /** `name.numocts = number`, `name.data =` and a dump. */
 QUORVA_API int rtPrintToStreamOctStr(RtxContext* pctxt, const char* name, uint32_t numocts,
                                      const uint8_t* data, const char* conn);
+/** The same for the octets of an open type. */
 QUORVA_API int rtPrintToStreamOpenType(RtxContext* pctxt, const char* name, uint32_t numocts,
                                        const uint8_t* data, const char* conn);
 
@@ -28,12 +29,14 @@ QUORVA_API int rtPrintToStreamOpenTypeExtBraceText(RtxContext* pctxt, const char
 /** `name.nchars = number`, `name.data =` and a dump of the units as they lie in memory. */
 QUORVA_API int rtPrintToStream16BitCharStr(RtxContext* pctxt, const char* name,
                                            const Rtx16BitCharString* value, const char* conn);
+/** The same with units of 32 bits. */
 QUORVA_API int rtPrintToStream32BitCharStr(RtxContext* pctxt, const char* name,
                                            const Rtx32BitCharString* value, const char* conn);
 
-/** `name = 'text'`; units outside 0x20 to 0x7E show as 0x and four (eight) digits. */
+/** `name = 'text'`; units outside 0x20 to 0x7E show as 0x and four digits. */
 QUORVA_API int rtPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name,
                                              const Rtx16BitCharString* value);
+/** The same with eight digits. */
 QUORVA_API int rtPrintToStreamUnivCharStr(RtxContext* pctxt, const char* name,
                                           const Rtx32BitCharString* value);
 
@@ -56,15 +59,19 @@ QUORVA_API int rtPrintToStreamTBCDStr(RtxContext* pctxt, const char* name, size_
 /** `name = ` and the text of rtxDateTimeToString. -1 for a record that has none, with the line left open. */
 QUORVA_API int rtPrintToStreamDateTime(RtxContext* pctxt, const char* name, const RtxDateTime* value);
 
-/** `{ 1 2 3 }`, with no name. */
+/** `{ 1 2 3 }`, with no name. An arc from 2^31 on shows as a negative number, here and below. */
 QUORVA_API int rtPrintToStreamOIDValue(RtxContext* pctxt, const RtxOID* value);
+/** The same of `numids` arcs. */
 QUORVA_API int rtPrintToStreamOIDValue2(RtxContext* pctxt, uint32_t numids, const uint32_t* subid);
+/** The same with arcs of 64 bits, negative from 2^63 on. */
 QUORVA_API int rtPrintToStreamOID64Value(RtxContext* pctxt, const RtxOID64* value);
 
 /** `name = { 1 2 3 }`. */
 QUORVA_API int rtPrintToStreamOID(RtxContext* pctxt, const char* name, const RtxOID* value);
+/** The same of `numids` arcs. */
 QUORVA_API int rtPrintToStreamOID2(RtxContext* pctxt, const char* name, uint32_t numids,
                                    const uint32_t* subid);
+/** The same with arcs of 64 bits. */
 QUORVA_API int rtPrintToStreamOID64(RtxContext* pctxt, const char* name, const RtxOID64* value);
 
 /** `name = { 1 2 3 }` from the text "1.2.3"; `name = (null)` from null. RTX_E_NOMEM if memory fails. */

@@ -64,7 +64,7 @@ QUORVA_API int rtxArrayListIndexOf(const RtxArrayList* list, const void* item);
 
 /** Sets an iterator before the item with index `start`. */
 QUORVA_API void rtxArrayListInitIter(RtxArrayListIter* iter, const RtxArrayList* list, size_t start);
-/** True if rtxArrayListNextItem has an item left to give. */
+/** 1 if rtxArrayListNextItem has an item left to give, else 0. */
 QUORVA_API int rtxArrayListHasNextItem(const RtxArrayListIter* iter);
 
 /** The item behind the position, which moves over it; null at the end. */

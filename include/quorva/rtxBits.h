@@ -21,13 +21,13 @@ QUORVA_BEGIN_DECLS
 QUORVA_API int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue);
 /** 0 to 32 bits, right aligned. */
 QUORVA_API int rtxDecBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits);
-/** 0 to 8 bits, right aligned. */
+/** 0 to 8 bits, right aligned. With a null target a move, as rtxMoveBitCursor. */
 QUORVA_API int rtxDecBitsToByte(RtxContext* pctxt, uint8_t* pvalue, uint8_t nbits);
 /** 0 to 16 bits, right aligned. */
 QUORVA_API int rtxDecBitsToUInt16(RtxContext* pctxt, uint16_t* pvalue, size_t nbits);
 /** 0 to 64 bits, right aligned. */
 QUORVA_API int rtxDecBitsToUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t nbits);
-/** 0 to 64 bits, right aligned, into a size. */
+/** 0 to the bits of a `size_t`, right aligned. */
 QUORVA_API int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits);
 
 /**
@@ -37,9 +37,12 @@ QUORVA_API int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits)
  */
 QUORVA_API int rtxDecBitsToByteArray(RtxContext* pctxt, uint8_t* buf, size_t bufsiz, size_t nbits);
 
-/** Reads without moving the cursor. rtxPeekBits can't go back on an active stream: RTX_E_UNSUPPORTED. */
+/** Reads a bit without moving the cursor. */
 QUORVA_API int rtxPeekBit(RtxContext* pctxt, uint8_t* pvalue);
-/** 0 to 32 bits without a move; RTX_E_UNSUPPORTED on an active stream, where the cursor stays advanced. */
+/**
+ * Reads 0 to 32 bits without moving the cursor. An active stream can't go back: RTX_E_UNSUPPORTED, with the
+ * value stored and the cursor behind it.
+ */
 QUORVA_API int rtxPeekBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits);
 
 /* Moving. Without a stream a move that fails with RTX_E_END_OF_DATA at the end is not undone. */
@@ -55,7 +58,7 @@ QUORVA_API int rtxSkipBytes(RtxContext* pctxt, size_t numocts);
 
 /* Reading octets. These ignore the position inside the octet. */
 
-/** Copies `numocts` octets to the target, or passes over them if that is null. */
+/** Copies octets. A buffer that holds fewer gives none, a stream what it has before it fails. */
 QUORVA_API int rtxReadBytes(RtxContext* pctxt, uint8_t* target, size_t numocts);
 
 /** RTX_E_BUFFER_FULL, not recorded, if the octets do not fit the target. */
@@ -79,6 +82,7 @@ QUORVA_API int rtxPeekBytes(RtxContext* pctxt, uint8_t* target, size_t targetSiz
  * Integers of whole octets, big endian. RTX_E_OVERFLOW for more octets than the target holds; the unsigned
  * forms take one more if it is 0 and comes first. The octets are consumed before that is checked.
  */
+/** One octet, two's complement. */
 QUORVA_API int rtxDecInt8(RtxContext* pctxt, int8_t* pvalue);
 /** 0 to 2 octets, two's complement. */
 QUORVA_API int rtxDecInt16(RtxContext* pctxt, int16_t* pvalue, size_t numocts);
@@ -100,12 +104,12 @@ QUORVA_API int rtxDecUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t numocts)
  * RTX_E_BAD_ARGUMENT for a width that the value does not have.
  */
 
-/** One bit: 1 for any value whose low octet is not 0. */
+/** One bit: 1 for any value but 0. */
 QUORVA_API int rtxEncBit(RtxContext* pctxt, uint8_t value);
 
 /** Writes the low `nbits` of the value. */
 QUORVA_API int rtxEncBits(RtxContext* pctxt, uint32_t value, size_t nbits);
-/** The low 0 to 64 bits of a size; RTX_E_BAD_ARGUMENT above. */
+/** Writes the low `nbits`, up to 64, of a size. */
 QUORVA_API int rtxEncBitsFromSize(RtxContext* pctxt, size_t value, size_t nbits);
 
 /** As rtxEncBits, but the bits behind the field keep their value: for lengths that are known only later. */
@@ -128,9 +132,9 @@ QUORVA_API int rtxEncUInt32(RtxContext* pctxt, uint32_t value, size_t numocts);
 
 /* Bits of an octet array; bit 0 is the most significant bit of octet 0. */
 
-/** Sets or clears a bit. Returns 0 or its mask, as it was before, or RTX_E_INDEX. */
+/** Sets a bit. Returns what it was, 0 or its mask in the octet, or RTX_E_INDEX if it is none of `nbits`. */
 QUORVA_API int rtxSetBit(uint8_t* octets, size_t nbits, size_t index);
-/** Clears a bit; result and status as of rtxSetBit. */
+/** Clears a bit; result as of rtxSetBit. */
 QUORVA_API int rtxClearBit(uint8_t* octets, size_t nbits, size_t index);
 
 /** Non-zero if the bit is set; 0 outside. */
@@ -160,11 +164,11 @@ QUORVA_API int rtxCheckUnusedBitsZero(const uint8_t* octets, size_t nbits);
 
 /* Sizes of numbers. */
 
-/** Significant bits; 0 for 0. */
+/** As rtxUInt32BitLen. */
 QUORVA_API uint32_t rtxGetBitCount(uint32_t value);
-/** Significant bits of a number, 0 to 32. */
+/** Significant bits, 1 to 32; 0 for 0. */
 QUORVA_API uint32_t rtxUInt32BitLen(uint32_t value);
-/** Significant bits of a number, 0 to 64. */
+/** Significant bits, 1 to 64; 0 for 0. */
 QUORVA_API uint32_t rtxUInt64BitLen(uint64_t value);
 
 /** Bits from the most significant one through the lowest set one; 0 for 0. */

@@ -18,13 +18,13 @@ QUORVA_BEGIN_DECLS
  * @return 0, RTX_E_BAD_ARGUMENT for a null destination, or RTX_E_TOO_SMALL, with nothing written.
  */
 QUORVA_API int rtxUIntToCharStr(uint32_t value, char* dest, size_t bufsiz, char padchar);
-/** Decimal text of a signed 32-bit number. */
+/** As rtxUIntToCharStr, for a signed number. */
 QUORVA_API int rtxIntToCharStr(int32_t value, char* dest, size_t bufsiz, char padchar);
-/** Decimal text of an unsigned 64-bit number. */
+/** As rtxUIntToCharStr, for a number of 64 bits. */
 QUORVA_API int rtxUInt64ToCharStr(uint64_t value, char* dest, size_t bufsiz, char padchar);
-/** Decimal text of a signed 64-bit number. */
+/** As rtxUIntToCharStr, for a signed number of 64 bits. */
 QUORVA_API int rtxInt64ToCharStr(int64_t value, char* dest, size_t bufsiz, char padchar);
-/** Decimal text of a size. */
+/** As rtxUIntToCharStr, for a size. */
 QUORVA_API int rtxSizeToCharStr(size_t value, char* dest, size_t bufsiz, char padchar);
 
 /**

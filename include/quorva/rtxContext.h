@@ -103,7 +103,7 @@ QUORVA_API int rtxInitContextExt(RtxContext* pctxt, RtxMallocFunc mallocFn, RtxR
  * rtFreeContext. Returns 0 or RTX_E_NOMEM, with nothing left to free.
  */
 QUORVA_API int rtInitASN1Context(RtxContext* pctxt);
-/** The usual entry: rtInitASN1Context under its short name. */
+/** rtInitASN1Context by its usual name; same statuses. */
 QUORVA_API int rtInitContext(RtxContext* pctxt);
 
 /** Allocates and initialises a context, to be ended by rtFreeContext. Null when memory is exhausted. */
@@ -122,7 +122,7 @@ QUORVA_API int rtInitSubContext(RtxContext* pctxt, RtxContext* parent);
 QUORVA_API int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* source);
 
 /**
- * Ends a context, but not its record. `memHeap` becomes null, where others share the heap too: a dead context
+ * Ends a context, but not its record. `memHeap` becomes null, even if others share the heap: a dead context
  * can't reach it. Returns 0, or the result of `freeHook`.
  */
 QUORVA_API int rtxFreeContext(RtxContext* pctxt);
@@ -142,22 +142,19 @@ QUORVA_API void rtxCopyContext(RtxContext* dest, const RtxContext* source);
  */
 QUORVA_API void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other);
 
-/** Sets or clears RTX_CTXT_... bits. */
+/** Sets RTX_CTXT_... bits; the others stay. */
 QUORVA_API void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask);
-/** Removes RTX_CTXT_... bits. */
+/** Clears RTX_CTXT_... bits; the others stay. */
 QUORVA_API void rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
 
 /** Sets or clears RTX_CTXT_FAST_COPY. */
 QUORVA_API void rtSetFastCopy(RtxContext* pctxt, int value);
 
-/**
- * The ASN.1 record of a context: made by the first (0 or RTX_E_NOMEM), emptied by the other two, of which
- * rtxFreeContext calls rtCtxtFreeASN1Info before it frees the record.
- */
+/** Makes the ASN.1 record of a context unless it has one. 0, or RTX_E_NOMEM recorded. */
 QUORVA_API int rtCtxtInitASN1Info(RtxContext* pctxt);
-/** Empties the ASN.1 record, whose memory rtxFreeContext then frees. */
+/** Empties that record, if any; rtxFreeContext calls it before it frees the record. */
 QUORVA_API void rtCtxtFreeASN1Info(RtxContext* pctxt);
-/** Empties the ASN.1 record for further use. */
+/** The same; the record can be used on. */
 QUORVA_API void rtCtxtResetASN1Info(RtxContext* pctxt);
 
 /** Version as a number: 780 is 7.8.0. */
@@ -172,11 +169,11 @@ QUORVA_API void rtxFreeRegexpCache(RtxContext* pctxt);
 /* Buffer. All sizes are octets. */
 
 /**
- * Gives the context a buffer and puts the cursor at its start.
+ * Gives the context a buffer and puts the cursor at its start. Null data over a stream without a context
+ * buffer allocate nothing: `bufSize` is then 0, or that of the buffer that stays, since no octet may be
+ * written beyond what is there.
  * @param data  The caller's octets, which must outlive their use. Null: a new buffer that may grow.
  * @param size  Number of octets; of a new buffer 0 stands for 1024.
- * Over a stream without a context buffer nothing is allocated: `bufSize` is then 0, or that of the buffer
- * that stays, since no octet may be written beyond what is there.
  * @return 0, RTX_E_NOT_INIT for an invalid context, or RTX_E_NOMEM.
  */
 QUORVA_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size);
@@ -236,7 +233,7 @@ QUORVA_API int rtxCtxtResetToBitPos(RtxContext* pctxt, size_t pos);
  * @return 0, RTX_E_UNSUPPORTED if the stream has no positions, RTX_E_BAD_ARGUMENT for a reset without a mark.
  */
 QUORVA_API int rtxMarkPos(RtxContext* pctxt, size_t* ppos);
-/** Goes back to an octet position of rtxMarkPos; statuses as above. */
+/** Goes back to a position of rtxMarkPos, in a buffer without a look at its bounds; statuses as above. */
 QUORVA_API int rtxResetToPos(RtxContext* pctxt, size_t pos);
 
 /** Octets moved through the attached stream; with none the index of the current octet. */
@@ -256,9 +253,9 @@ QUORVA_API int rtxCtxtPushArrayElemName(RtxContext* pctxt, const char* name, siz
 /** Removes and frees what rtxCtxtPushArrayElemName pushed. True if there was an entry. */
 QUORVA_API int rtxCtxtPopArrayElemName(RtxContext* pctxt);
 
-/** Pushes and pops a copy of a name on the heap; `level` stays. RTX_E_NOMEM is not recorded. */
+/** Pushes a copy of a name on the heap; `level` stays. 0, or RTX_E_NOMEM, not recorded. */
 QUORVA_API int rtxCtxtPushElemNameCopy(RtxContext* pctxt, const char* name);
-/** Removes the top name and frees the copy; nothing on an empty stack. */
+/** Takes off the top name, which must be such a copy, and frees it; nothing on an empty stack. */
 QUORVA_API void rtxCtxtPopElemNameCopy(RtxContext* pctxt);
 
 /** Pushes a name if the stack is empty, so that only the outermost type stands in the path. */
@@ -269,12 +266,12 @@ QUORVA_API const char* rtxCtxtPopTypeName(RtxContext* pctxt);
 
 /* Container stack: where length-delimited elements end. It limits no read by itself. */
 
-/** Opens a container that ends `numocts` octets, or `nbits` bits, behind the cursor. 0 or RTX_E_NOMEM. */
+/** Opens a container that ends `numocts` octets behind the cursor. 0, or RTX_E_NOMEM recorded. */
 QUORVA_API int rtxCtxtPushContainerBytes(RtxContext* pctxt, size_t numocts);
-/** Opens a container that ends `nbits` bits behind the cursor. 0 or RTX_E_NOMEM. */
+/** The same with its length in bits. */
 QUORVA_API int rtxCtxtPushContainerBits(RtxContext* pctxt, size_t nbits);
 
-/** Closes the innermost container, or all of them. An empty stack is no error. */
+/** Closes the innermost container. An empty stack is no error. */
 QUORVA_API void rtxCtxtPopContainer(RtxContext* pctxt);
 /** Closes all containers. */
 QUORVA_API void rtxCtxtPopAllContainers(RtxContext* pctxt);

@@ -39,9 +39,9 @@ QUORVA_API void rtxDListInit(RtxDList* list);
 /** New node at the tail. */
 QUORVA_API RtxDListNode* rtxDListAppend(RtxContext* pctxt, RtxDList* list, void* data);
 
-/** Links a given node at the tail, or so that it has the given index; an index above `count` appends. */
+/** Links a given node at the tail. Gives it back. */
 QUORVA_API RtxDListNode* rtxDListAppendNode(RtxDList* list, RtxDListNode* node);
-/** Links a given node in at an index; at the end for one that is `count` or more. Returns the node. */
+/** Links a given node so that it has the index; one of `count` or more appends. Gives the node back. */
 QUORVA_API RtxDListNode* rtxDListInsertNode(RtxDList* list, size_t index, RtxDListNode* node);
 
 /** New node with the given index; an index above `count` appends. */
@@ -74,7 +74,7 @@ QUORVA_API int rtxDListAppendArrayCopy(RtxContext* pctxt, RtxDList* list, const 
 /** Node with an index, or null. */
 QUORVA_API RtxDListNode* rtxDListFindByIndex(const RtxDList* list, size_t index);
 
-/** First node with this data pointer, or null; its index, or -1. */
+/** First node with this data pointer, or null. */
 QUORVA_API RtxDListNode* rtxDListFindByData(const RtxDList* list, const void* data);
 /** Index of the first node with this data pointer, or -1. */
 QUORVA_API int rtxDListFindIndexByData(const RtxDList* list, const void* data);

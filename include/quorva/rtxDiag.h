@@ -73,9 +73,9 @@ QUORVA_API void rtxDiagPrint(const RtxContext* pctxt, const char* fmt, ...) QUOR
 /** As rtxDiagPrint, to the print stream. */
 QUORVA_API void rtxDiagStream(RtxContext* pctxt, const char* fmt, ...) QUORVA_PRINTF(2, 3);
 
-/** Dump to standard output, or to the print stream, if diagnostics are on. */
+/** Dump to standard output, if diagnostics are on. */
 QUORVA_API void rtxDiagHexDump(const RtxContext* pctxt, const uint8_t* data, size_t numocts);
-/** As rtxDiagHexDump, to the print stream. */
+/** Dump to the print stream, if diagnostics are on. */
 QUORVA_API void rtxDiagStreamHexDump(RtxContext* pctxt, const uint8_t* data, size_t numocts);
 
 /** The octets as characters and a line end to standard output, if diagnostics are on. */

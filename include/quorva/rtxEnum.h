@@ -38,7 +38,7 @@ QUORVA_API int rtxLookupEnumU32(const char* text, size_t len, const RtxEnumItem*
 
 /** Searches a table by value, row by row. Index of the row, or RTX_E_BAD_ENUM. */
 QUORVA_API int rtxLookupEnumByValue(int32_t value, const RtxEnumItem* table, size_t count);
-/** The row of an unsigned 32-bit value; null if there is none. */
+/** As rtxLookupEnumByValue, with values read as unsigned. */
 QUORVA_API int rtxLookupEnumU32ByValue(uint32_t value, const RtxEnumItem* table, size_t count);
 
 /** As rtxLookupEnum. */

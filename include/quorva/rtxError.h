@@ -36,7 +36,7 @@ QUORVA_API int rtxErrCheckNonFatal(const RtxContext* pctxt);
 /** The last record no longer counts in rtxErrGetStatus. */
 QUORVA_API void rtxErrSetNonFatal(RtxContext* pctxt);
 
-/** Status of the first, or last, record; 0 if there is none. */
+/** Status of the oldest record; 0 if there is none. */
 QUORVA_API int rtxErrGetFirstError(const RtxContext* pctxt);
 /** Status of the newest record; 0 if there is none. */
 QUORVA_API int rtxErrGetLastError(const RtxContext* pctxt);
@@ -79,18 +79,19 @@ QUORVA_API int rtxErrInvUIntOpt(RtxContext* pctxt, uint32_t value);
  * Parameters. A copy goes to the heap and is added to `errFixed`. The result is true, or false when there is
  * no memory or RTX_ERR_MAX_PARMS are there already.
  */
+/** Adds a copy of a text, "(null)" for null. */
 QUORVA_API int rtxErrAddStrParm(RtxContext* pctxt, const char* text);
-/** Adds at most `nchars` characters of a text. */
+/** The same with at most `nchars` octets of the text. */
 QUORVA_API int rtxErrAddStrnParm(RtxContext* pctxt, const char* text, size_t nchars);
-/** Adds the decimal text of a signed 32-bit number. */
+/** Adds a signed number in decimal. */
 QUORVA_API int rtxErrAddIntParm(RtxContext* pctxt, int32_t value);
-/** Adds the decimal text of an unsigned 32-bit number. */
+/** Adds an unsigned number in decimal. */
 QUORVA_API int rtxErrAddUIntParm(RtxContext* pctxt, uint32_t value);
-/** Adds the decimal text of a signed 64-bit number. */
+/** Adds a signed number of 64 bits in decimal. */
 QUORVA_API int rtxErrAddInt64Parm(RtxContext* pctxt, int64_t value);
-/** Adds the decimal text of an unsigned 64-bit number. */
+/** Adds an unsigned number of 64 bits in decimal. */
 QUORVA_API int rtxErrAddUInt64Parm(RtxContext* pctxt, uint64_t value);
-/** Adds the decimal text of a size. */
+/** Adds a size in decimal. */
 QUORVA_API int rtxErrAddSizeParm(RtxContext* pctxt, size_t value);
 
 /** Adds the text "?", whatever the value. */
@@ -125,9 +126,9 @@ QUORVA_API char* rtxErrGetMsgText(RtxContext* pctxt);
 /** Fills the buffer with the empty message and a line break for each record. */
 QUORVA_API char* rtxErrGetMsgTextBuf(RtxContext* pctxt, char* buf, size_t bufsiz);
 
-/** Prints one record, or all of them, to standard output. */
+/** Prints a record to standard output: status and an empty line. Null: nothing. */
 QUORVA_API void rtxErrPrintElement(const RtxErrInfo* info);
-/** Prints all records on standard output, oldest first. */
+/** The same for all records, the oldest first. */
 QUORVA_API void rtxErrPrint(const RtxContext* pctxt);
 
 typedef void (*RtxErrLogCallback)(const char* text, void* userArg);
@@ -138,11 +139,13 @@ QUORVA_API void rtxErrLogUsingCB(RtxContext* pctxt, RtxErrLogCallback callback, 
 /** Prints the condition and ends the process. */
 QUORVA_API QUORVA_NORETURN void rtxErrAssertionFailed(const char* condition, int line, const char* file);
 
-/* There are no tables of status texts to set up: these do nothing, and the last returns 0. */
+/* There are no tables of status texts to set up. */
+
+/** Does nothing. */
 QUORVA_API void rtxErrInit(void);
 /** Does nothing. */
 QUORVA_API void rtErrASN1Init(void);
-/** Does nothing and returns 0: there are no tables of status texts. */
+/** Does nothing. Always 0. */
 QUORVA_API int rtxErrAddErrorTableEntry(const char* const* texts, int minStatus, int maxStatus);
 
 QUORVA_END_DECLS

@@ -14,8 +14,9 @@
 
 QUORVA_BEGIN_DECLS
 
-/** Dump to the print stream, one call a line and no indent; single octets where no group size is given. */
+/** Dump to the print stream by single octets, one call a line and no indent. */
 QUORVA_API void rtxHexDumpToStream(RtxContext* pctxt, const uint8_t* data, size_t numocts);
+/** The same by groups of octets. */
 QUORVA_API void rtxHexDumpToStreamEx(RtxContext* pctxt, const uint8_t* data, size_t numocts,
                                      size_t groupSize);
 
@@ -23,17 +24,21 @@ QUORVA_API void rtxHexDumpToStreamEx(RtxContext* pctxt, const uint8_t* data, siz
 QUORVA_API void rtxHexDumpToStreamExNoAscii(RtxContext* pctxt, const uint8_t* data, size_t numocts,
                                             size_t groupSize);
 
-/** Dump to an open file. */
+/** Dump to an open file by single octets; a null file takes nothing, here and below. */
 QUORVA_API void rtxHexDumpToFile(FILE* file, const uint8_t* data, size_t numocts);
+/** The same by groups of octets. */
 QUORVA_API void rtxHexDumpToFileEx(FILE* file, const uint8_t* data, size_t numocts, size_t groupSize);
+/** As rtxHexDumpToFileEx, without the characters. */
 QUORVA_API void rtxHexDumpToFileExNoAscii(FILE* file, const uint8_t* data, size_t numocts, size_t groupSize);
 
-/** Dump to standard output. */
+/** Dump to standard output by single octets. */
 QUORVA_API void rtxHexDump(const uint8_t* data, size_t numocts);
+/** The same by groups of octets. */
 QUORVA_API void rtxHexDumpEx(const uint8_t* data, size_t numocts, size_t groupSize);
 
-/** Dump to a new file, with characters or without. 0, or RTX_E_FILE_WRITE if it can't be opened. */
+/** Dump to a new file by single octets. 0, or RTX_E_FILE_WRITE if it can't be opened. */
 QUORVA_API int rtxHexDumpToNamedFile(const char* fileName, const uint8_t* data, size_t numocts);
+/** The same without the characters. */
 QUORVA_API int rtxHexDumpToNamedFileNoAscii(const char* fileName, const uint8_t* data, size_t numocts);
 
 /**
@@ -53,7 +58,7 @@ QUORVA_API int rtxHexDumpFileContentsToFile(const char* inFileName, const char* 
  * @param bufsize    Room at `buffer` in octets.
  * @param groupSize  1, 2, 4 or 8; 8 makes two groups of 4 a line. Anything else appends nothing.
  * @return The new length; 0 if nothing was to append; -1 when a line does not fit, with the lines before it
- * in the buffer.
+ * in the buffer, and for a null buffer or an offset outside it.
  */
 QUORVA_API int rtxHexDumpToStringEx(const uint8_t* data, size_t numocts, char* buffer, size_t offset,
                                     size_t bufsize, size_t groupSize);
@@ -62,7 +67,7 @@ QUORVA_API int rtxHexDumpToStringEx(const uint8_t* data, size_t numocts, char* b
 QUORVA_API int rtxHexDumpToString(const uint8_t* data, size_t numocts, char* buffer, size_t offset,
                                   size_t bufsize);
 
-/** Writes two lower-case digits and a NUL. 0, or -1 if there is no room for three characters. */
+/** Writes two lower-case digits and a NUL. 0, or -1 for null and without room for three characters. */
 QUORVA_API int rtxByteToHexChar(uint8_t byte, char* dest, size_t size);
 
 /** As rtxByteToHexChar, behind a prefix that may be null or empty. */
@@ -71,7 +76,7 @@ QUORVA_API int rtxByteToHexCharWithPrefix(uint8_t byte, char* dest, size_t size,
 /**
  * Octets that rtxHexCharsToBin makes of a text.
  * @param nchars  Length of the text; 0: up to its NUL.
- * @return Their number, 0 for null, or RTX_E_BAD_HEX.
+ * @return Their number, 0 for null, RTX_E_BAD_HEX, or RTX_E_OVERFLOW for more than 2^31 - 1.
  */
 QUORVA_API int rtxHexCharsToBinCount(const char* text, size_t nchars);
 
@@ -81,12 +86,13 @@ QUORVA_API int rtxHexCharsToBinCount(const char* text, size_t nchars);
  * text is one token that runs to its end.
  * @param out   Receives the octets; nothing after RTX_E_BAD_HEX.
  * @param size  Room at `out` in octets.
- * @return Number of octets, RTX_E_BAD_HEX, or RTX_E_TOO_SMALL with as many octets as there is room for.
+ * @return A result of rtxHexCharsToBinCount, or RTX_E_TOO_SMALL with as many octets as there is room for.
  */
 QUORVA_API int rtxHexCharsToBin(const char* text, size_t nchars, uint8_t* out, size_t size);
 
 /**
- * Lists the differences of two octet arrays, "[index]xx != yy" joined by ", ", at most 101 of them.
+ * Lists the differences of two octet arrays, "[index]xx != yy" joined by ", ". The 101st is the last, with
+ * ", ..." behind it.
  * @return Heap text, to be freed with rtxMemHeapFreePtr. Null if there is no difference or memory fails at
  * the first; failing later, it gives what it has.
  */

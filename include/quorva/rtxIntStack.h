@@ -22,9 +22,9 @@ QUORVA_API int rtxIntStackInit(RtxContext* pctxt, RtxIntStack* stack, size_t cap
 /** Doubles the room when it is full. 0 or RTX_E_NOMEM, with the stack as it was. */
 QUORVA_API int rtxIntStackPush(RtxIntStack* stack, int32_t value);
 
-/** Take off or look at the top; `pvalue` may be null. 0, or RTX_E_END_OF_DATA for an empty stack. */
+/** Takes off the top; `pvalue` may be null. 0, or RTX_E_END_OF_DATA for an empty stack. */
 QUORVA_API int rtxIntStackPop(RtxIntStack* stack, int32_t* pvalue);
-/** Gives the top without removing it; RTX_E_END_OF_DATA on an empty stack. */
+/** As rtxIntStackPop, but the top stays. */
 QUORVA_API int rtxIntStackPeek(const RtxIntStack* stack, int32_t* pvalue);
 
 QUORVA_END_DECLS

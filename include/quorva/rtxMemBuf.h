@@ -66,9 +66,9 @@ QUORVA_API size_t rtxMemBufGetDataLen(const RtxMemBuf* buf);
  */
 QUORVA_API size_t rtxMemBufTrimW(RtxMemBuf* buf);
 
-/** Set a field; the old value is returned. Change `useSysMem` only while the buffer has no memory. */
+/** Sets `isExpandable`, which the buffer itself does not read. Returns the old value. */
 QUORVA_API int rtxMemBufSetExpandable(RtxMemBuf* buf, int isExpandable);
-/** Makes the octets system memory (true) or heap memory. Returns the old setting. */
+/** Lets the octets be system memory. Only while the buffer has no memory. Returns the old value. */
 QUORVA_API int rtxMemBufSetUseSysMem(RtxMemBuf* buf, int useSysMem);
 
 QUORVA_END_DECLS

@@ -94,7 +94,7 @@ QUORVA_API void rtxMemSetAllocFuncs(RtxMallocFunc mallocFn, RtxReallocFunc reall
 
 /** Sets the default block size in octets. RTX_E_BAD_ARGUMENT, and no change, for 0. */
 QUORVA_API int rtxMemSetDefBlkSize(uint32_t blkSize);
-/** Default block size in octets. */
+/** Default block size in octets, `g_defBlkSize` as it stands. */
 QUORVA_API uint32_t rtxMemGetDefBlkSize(void);
 
 /** Block size of a heap in octets; the default if there is no heap. */
@@ -111,7 +111,7 @@ QUORVA_API void rtxMemSetStaticAlloc(void* buffer, size_t size);
 /** Next `nbytes` octets of the buffer, without any alignment; null if they don't fit. */
 QUORVA_API void* rtxMemStaticAlloc_Alloc(size_t nbytes);
 
-/** As rtxMemStaticAlloc_Alloc. Deliberately does not copy what `ptr` holds. */
+/** As rtxMemStaticAlloc_Alloc. What `ptr` holds is not copied: its size is not known. */
 QUORVA_API void* rtxMemStaticAlloc_Realloc(void* ptr, size_t nbytes);
 
 /** Does nothing. */
@@ -129,7 +129,7 @@ QUORVA_API void rtxMemFreeStatic(void);
 QUORVA_API int rtxMemHeapCreate(void* handle);
 
 /**
- * As rtxMemHeapCreate, with the given functions. The code guard is deliberately 0.
+ * As rtxMemHeapCreate, with the given functions. The code guard is 0.
  * @param reallocFn  May be null: raw blocks then grow by copying.
  * @return Also RTX_E_BAD_ARGUMENT if only one of mallocFn and freeFn is given. With neither, the defaults.
  */
@@ -157,9 +157,9 @@ QUORVA_API void rtxMemHeapRelease(void* handle);
 /** Sets one RTX_MHP_ property. Unknown numbers, a null value and a block size of 0 do nothing. */
 QUORVA_API void rtxMemHeapSetProperty(void* handle, uint32_t property, const uint32_t* value);
 
-/** Sets or clears RTX_MH_ flags of an existing heap. RTX_MH_STATIC is left as it is. */
+/** Sets RTX_MH_ flags of an existing heap; RTX_MH_STATIC is left as it is. */
 QUORVA_API void rtxMemHeapSetFlags(void* handle, uint32_t flags);
-/** Removes RTX_MH_ flags of an existing heap; RTX_MH_STATIC is left as it is. */
+/** Clears RTX_MH_ flags of an existing heap; RTX_MH_STATIC is left as it is. */
 QUORVA_API void rtxMemHeapClearFlags(void* handle, uint32_t flags);
 
 /* Allocation. A null handle does nothing and gives null. */
@@ -177,7 +177,8 @@ QUORVA_API void* rtxMemHeapAllocZ(void* handle, size_t nbytes);
  * Changes the size of an allocation; the pointer may change, the contents are kept up to the smaller size.
  * A null pointer allocates; 0 octets free. An allocation with several owners is copied and stays for the
  * others. A pointer that is none of this heap ends the process (rtxMemHeapInvalidPtrHook). A raw block
- * doesn't shrink, since the size in its head stays that of its allocation and a later copy goes by it.
+ * that the system's function resizes doesn't shrink: the size in its head stays that of its allocation, and a
+ * later copy goes by it.
  * @return The memory, or null with the old allocation in place: no memory, a freed pointer, a static heap.
  */
 QUORVA_API void* rtxMemHeapRealloc(void* handle, void* ptr, size_t nbytes);
@@ -225,13 +226,13 @@ QUORVA_API int rtxMemHeapIsEmpty(void* handle);
 /* System memory by the heap's functions, for what outlives a reset. Not tracked by the heap. A handle without
    a heap gets one. */
 
-/** `nbytes` octets, contents undefined; null if memory fails. Freed by rtxMemHeapSysFreePtr. */
+/** `nbytes` octets, to be freed with rtxMemHeapSysFreePtr; null for a null handle or if memory fails. */
 QUORVA_API void* rtxMemHeapSysAlloc(void* handle, size_t nbytes);
 /** As rtxMemHeapSysAlloc, zero-filled. */
 QUORVA_API void* rtxMemHeapSysAllocZ(void* handle, size_t nbytes);
 /** Null too if the heap has no realloc function. */
 QUORVA_API void* rtxMemHeapSysRealloc(void* handle, void* ptr, size_t nbytes);
-/** Frees what the functions above gave; a null pointer does nothing. */
+/** Frees what the functions above gave; a null handle or pointer does nothing. */
 QUORVA_API void rtxMemHeapSysFreePtr(void* handle, void* ptr);
 
 /* Checks. */
@@ -254,9 +255,9 @@ QUORVA_API void rtxMemHeapCheck(void* handle, const char* file, int line);
 /** True if all octets are 0. */
 QUORVA_API int rtxMemIsZero(const void* data, size_t nbytes);
 
-/** Lists blocks and elements on the standard print stream; the second also the free lists. */
+/** Lists raw blocks, blocks and elements on the standard print stream; nothing of a static heap. */
 QUORVA_API void rtxMemHeapPrint(void* handle);
-/** Lists blocks and elements, and the free list of each block. */
+/** The same with the free list of each block. */
 QUORVA_API void rtxMemHeapPrintWithFree(void* handle);
 
 /** Does nothing. */

@@ -80,7 +80,7 @@ QUORVA_API RtxMemElem* rtxMemHeapGetNextElem(RtxMemElem* elem);
 /** The element in front of this one; that of the first is the start border. */
 QUORVA_API RtxMemElem* rtxMemHeapGetPrevElem(RtxMemElem* elem);
 
-/** The next link in the block's ring of free elements. */
+/** The next link in the block's ring of free elements, of which the sentinel is one. */
 QUORVA_API RtxMemLink* rtxMemHeapGetNextFree(RtxMemBlk* blk, RtxMemLink* link);
 /** The previous link in that ring. */
 QUORVA_API RtxMemLink* rtxMemHeapGetPrevFree(RtxMemBlk* blk, RtxMemLink* link);
@@ -91,7 +91,7 @@ QUORVA_API int rtxMemHeapCheckCode(const RtxMemHeap* heap, const void* elem);
 /** Frees an element, whatever its reference count, and joins it to its free neighbours. */
 QUORVA_API void _rtxMemHeapFreeElem(void* handle, RtxMemElem* elem);
 
-/** Clear the data of an element, a whole block, a whole raw block. */
+/** Clears the data of an element. */
 QUORVA_API void _rtxMemHeapZeroElem(RtxMemElem* elem);
 /** Clears a whole block, its head included. */
 QUORVA_API void _rtxMemHeapZeroMemBlk(RtxMemBlk* blk);

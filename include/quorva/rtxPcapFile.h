@@ -50,13 +50,14 @@ QUORVA_API int rtxDecPcapHdr(RtxContext* pctxt, RtxPcapHdr* hdr, uint8_t* pSwap)
 QUORVA_API int rtxDecPcapRecHdr(RtxContext* pctxt, RtxPcapRecHdr* hdr, uint8_t swap);
 
 /**
- * Decodes or, with null, skips the header of a frame. Its type follows `swap` like all numbers, deliberately:
+ * Decodes or, with null, skips the header of a frame. Its type follows `swap` like all numbers:
  * with low octets first it comes out with its octets exchanged, 8 for IPv4.
  */
 QUORVA_API int rtxDecEtherHdr(RtxContext* pctxt, RtxEtherHdr* hdr, uint8_t swap);
 
-/** Print a header to standard output, numbers signed. */
+/** Prints the header of a capture to standard output, numbers signed. */
 QUORVA_API void rtxPrintPcapHdr(const RtxPcapHdr* hdr);
+/** The same of a packet's header. */
 QUORVA_API void rtxPrintPcapRecHdr(const RtxPcapRecHdr* hdr);
 
 QUORVA_END_DECLS

@@ -90,11 +90,11 @@ QUORVA_API int rtxPrintToStreamBoolean(RtxContext* pctxt, const char* name, uint
 
 /** `name = value` in decimal. */
 QUORVA_API int rtxPrintToStreamInteger(RtxContext* pctxt, const char* name, int32_t value);
-/** Prints an unsigned 32-bit number. */
+/** The same, unsigned. */
 QUORVA_API int rtxPrintToStreamUnsigned(RtxContext* pctxt, const char* name, uint32_t value);
-/** Prints a signed 64-bit number. */
+/** The same with 64 bits. */
 QUORVA_API int rtxPrintToStreamInt64(RtxContext* pctxt, const char* name, int64_t value);
-/** Prints an unsigned 64-bit number. */
+/** The same with 64 bits, unsigned. */
 QUORVA_API int rtxPrintToStreamUInt64(RtxContext* pctxt, const char* name, uint64_t value);
 
 /** `name = value`, in the manner of %g. */
@@ -105,7 +105,7 @@ QUORVA_API int rtxPrintToStreamNull(RtxContext* pctxt, const char* name);
 
 /** `name = 'text'`; a null text shows as (null). */
 QUORVA_API int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* text);
-/** Prints a UTF-8 text. */
+/** The same; the octets go out as they are. */
 QUORVA_API int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* text);
 
 /**

@@ -17,16 +17,16 @@ QUORVA_BEGIN_DECLS
 /** Seeds the numbers that follow; the same seed gives the same ones. */
 QUORVA_API void rtxRandInit(unsigned seed);
 
-/** A number from `min` to `max`. With the lowest `min` of all the range ends below `max`. */
+/** A number from `min` to `max`. If `min` is the lowest number of all and not `max`, `max` never comes. */
 QUORVA_API int32_t rtxRandInt32(RtxContext* pctxt, int32_t min, int32_t max);
-/** A signed 64-bit number between two bounds, both included. */
+/** The same with 64 bits. What is drawn has bits 31 and 63 clear: a range above 2^31 may have gaps. */
 QUORVA_API int64_t rtxRandInt64(RtxContext* pctxt, int64_t min, int64_t max);
 
 /** A number from `min` to `max`. From 0 to the highest of all, that one never comes. */
 QUORVA_API uint32_t rtxRandUInt32(RtxContext* pctxt, uint32_t min, uint32_t max);
-/** An unsigned 64-bit number between two bounds, both included. */
+/** A number from `min` to `max`, with gaps as of rtxRandInt64. */
 QUORVA_API uint64_t rtxRandUInt64(RtxContext* pctxt, uint64_t min, uint64_t max);
-/** A size between two bounds, both included. */
+/** As rtxRandUInt64. */
 QUORVA_API size_t rtxRandSize(RtxContext* pctxt, size_t min, size_t max);
 
 /** A number from `min` to `max`. */
@@ -73,11 +73,11 @@ typedef struct RtxUInt64Range {
  * @return 0, or RTX_E_BAD_ENUM.
  */
 QUORVA_API int rtxTestNumericEnum(int32_t value, const RtxInt32Range* table, size_t count);
-/** A value of an unsigned 32-bit enumeration. */
+/** As rtxTestNumericEnum, for unsigned numbers. */
 QUORVA_API int rtxTestNumericEnumU32(uint32_t value, const RtxUInt32Range* table, size_t count);
-/** A value of a signed 64-bit enumeration. */
+/** As rtxTestNumericEnum, for numbers of 64 bits. */
 QUORVA_API int rtxTestNumericEnum64(int64_t value, const RtxInt64Range* table, size_t count);
-/** A value of an unsigned 64-bit enumeration. */
+/** As rtxTestNumericEnum, for unsigned numbers of 64 bits. */
 QUORVA_API int rtxTestNumericEnumU64(uint64_t value, const RtxUInt64Range* table, size_t count);
 
 QUORVA_END_DECLS

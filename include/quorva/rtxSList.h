@@ -27,9 +27,9 @@ QUORVA_API void rtxSListInit(RtxSList* list);
 /** Makes an empty list with nodes on the heap; a null context as rtxSListInit. */
 QUORVA_API void rtxSListInitEx(RtxContext* pctxt, RtxSList* list);
 
-/** As the two before, with a new record of the same kind of memory; null if memory fails. */
+/** A new empty list, record and nodes in system memory; null if memory fails. */
 QUORVA_API RtxSList* rtxSListCreate(void);
-/** A new list on the heap of the context; null if memory fails. */
+/** The same on the heap; a null context as rtxSListCreate. */
 QUORVA_API RtxSList* rtxSListCreateEx(RtxContext* pctxt);
 
 /** New node at the tail; null if memory fails. */

@@ -37,28 +37,28 @@ typedef RtxDList RtxScalarDList;
 /** Makes an empty list. */
 QUORVA_API void rtxScalarDListInit(RtxScalarDList* list);
 
-/** New node at the tail; null if memory fails (not recorded). */
+/** New node at the tail; null if memory fails (not recorded), here and in the next five. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendInt32(RtxContext* pctxt, RtxScalarDList* list,
                                                          int32_t value);
-/** Appends an unsigned 32-bit value; the new node, or null if memory fails. */
+/** New node with an unsigned number. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendUInt32(RtxContext* pctxt, RtxScalarDList* list,
                                                           uint32_t value);
-/** Appends a signed 64-bit value; the new node, or null if memory fails. */
+/** New node with a signed number of 64 bits. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendInt64(RtxContext* pctxt, RtxScalarDList* list,
                                                          int64_t value);
-/** Appends an unsigned 64-bit value; the new node, or null if memory fails. */
+/** New node with an unsigned number of 64 bits. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendUInt64(RtxContext* pctxt, RtxScalarDList* list,
                                                           uint64_t value);
-/** Appends a double; the new node, or null if memory fails. */
+/** New node with a double. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendDouble(RtxContext* pctxt, RtxScalarDList* list,
                                                           double value);
-/** Appends a float; the new node, or null if memory fails. */
+/** New node with a float. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendFloat(RtxContext* pctxt, RtxScalarDList* list,
                                                          float value);
 
-/** Links a given node at the tail, or so that it has the given index; an index above `count` appends. */
+/** Links a given node at the tail and points its `link.data` at the value. Gives it back. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListAppendNode(RtxScalarDList* list, RtxScalarDListNode* node);
-/** Links a given node in at an index; at the end for one that is `count` or more. Returns the node. */
+/** The same so that it has the index; one of `count` or more appends. */
 QUORVA_API RtxScalarDListNode* rtxScalarDListInsertNode(RtxScalarDList* list, size_t index,
                                                         RtxScalarDListNode* node);
 

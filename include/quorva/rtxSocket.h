@@ -73,7 +73,7 @@ QUORVA_API int rtxSocketSelect(int nfds, fd_set* readfds, fd_set* writefds, fd_s
 
 /**
  * Sends octets in one go.
- * @return 0, deliberately also if only some of the octets were taken, as happens on a non-blocking socket or
+ * @return 0, also if only some of the octets were taken, as happens on a non-blocking socket or
  *         when a signal comes in between; RTX_E_OVERFLOW, with nothing sent, for 2^31 octets and more.
  */
 QUORVA_API int rtxSocketSend(RtxSocket socket, const uint8_t* octets, size_t numocts);
@@ -156,7 +156,7 @@ QUORVA_API int rtxStreamSocketAttach(RtxContext* pctxt, RtxSocket socket, uint16
 QUORVA_API int rtxStreamSocketCreateWriter(RtxContext* pctxt, const char* host, int port);
 
 /**
- * Closes the stream, as rtxStreamClose, after a sleep of 2 seconds, deliberately: what was sent has time to
+ * Closes the stream, as rtxStreamClose, after a sleep of 2 seconds, in which what was sent has time to
  * arrive.
  */
 QUORVA_API int rtxStreamSocketClose(RtxContext* pctxt);

@@ -34,26 +34,37 @@ QUORVA_API int rtxTxtMatchChar(RtxContext* pctxt, char expected, int skip);
 QUORVA_API int rtxTxtMatchChars(RtxContext* pctxt, const char* expected, int skip);
 
 /*
- * Read a decimal number behind white space; the signed ones may have a plus or a minus sign. It ends before
- * the first character that is no digit. RTX_E_BAD_CHAR, with the character as a parameter, if there is no
- * digit; RTX_E_OVERFLOW if the target does not hold the number.
+ * Numbers. The readers take a decimal number behind white space; the signed ones may have a plus or a minus
+ * sign. It ends before the first character that is no digit. RTX_E_BAD_CHAR, with the character as a
+ * parameter, if there is no digit; RTX_E_OVERFLOW if the target does not hold the number.
  */
+/** Reads a signed number of 8 bits. */
 QUORVA_API int rtxTxtReadInt8(RtxContext* pctxt, int8_t* pvalue);
+/** Reads a signed number of 16 bits. */
 QUORVA_API int rtxTxtReadInt16(RtxContext* pctxt, int16_t* pvalue);
+/** Reads a signed number of 32 bits. */
 QUORVA_API int rtxTxtReadInt32(RtxContext* pctxt, int32_t* pvalue);
+/** Reads a signed number of 64 bits. */
 QUORVA_API int rtxTxtReadInt64(RtxContext* pctxt, int64_t* pvalue);
+/** Reads an unsigned number of 8 bits. */
 QUORVA_API int rtxTxtReadUInt8(RtxContext* pctxt, uint8_t* pvalue);
+/** Reads an unsigned number of 16 bits. */
 QUORVA_API int rtxTxtReadUInt16(RtxContext* pctxt, uint16_t* pvalue);
+/** Reads an unsigned number of 32 bits. */
 QUORVA_API int rtxTxtReadUInt32(RtxContext* pctxt, uint32_t* pvalue);
+/** Reads an unsigned number of 64 bits. */
 QUORVA_API int rtxTxtReadUInt64(RtxContext* pctxt, uint64_t* pvalue);
 
 /** Reads a signed decimal number of any length as a heap text, without a plus sign. */
 QUORVA_API int rtxTxtReadBigInt(RtxContext* pctxt, const char** ptext);
 
-/* Write a number in decimal. */
+/** Writes a number in decimal. */
 QUORVA_API int rtxTxtWriteInt(RtxContext* pctxt, int32_t value);
+/** The same with 64 bits. */
 QUORVA_API int rtxTxtWriteInt64(RtxContext* pctxt, int64_t value);
+/** The same, unsigned. */
 QUORVA_API int rtxTxtWriteUInt(RtxContext* pctxt, uint32_t value);
+/** The same with 64 bits, unsigned. */
 QUORVA_API int rtxTxtWriteUInt64(RtxContext* pctxt, uint64_t value);
 
 /** Writes the octets of a text. RTX_E_BAD_ARGUMENT for null. */

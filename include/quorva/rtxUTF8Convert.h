@@ -32,6 +32,7 @@ QUORVA_API int rtxUTF8ToUnicode32(RtxContext* pctxt, const char* text, uint32_t*
  *         then untouched.
  */
 QUORVA_API int rtxUTF8ToDynUniStr(RtxContext* pctxt, const char* text, Rtx16BitCharString* pvalue);
+/** The same to 32-bit units. */
 QUORVA_API int rtxUTF8ToDynUniStr32(RtxContext* pctxt, const char* text, Rtx32BitCharString* pvalue);
 
 /**
@@ -51,21 +52,24 @@ QUORVA_API int rtxLatin1ToUTF8(const uint8_t* source, size_t length, uint8_t* de
 QUORVA_API int rtxUTF8ToLatin1(const uint8_t* source, size_t length, uint8_t* dest, size_t size);
 
 /**
- * Converts UTF-16 without a byte order mark (U+FEFF is a character like others) to UTF-8.
+ * Converts little-endian UTF-16 without a byte order mark (U+FEFF is a character like others) to UTF-8.
  * @param length  Octets of the source.
  * @return Octets written. RTX_E_BUFFER_FULL for a null pointer or a size of 0; RTX_E_BAD_UTF8 for a surrogate
  *         without its partner, at the end of the source too.
  */
 QUORVA_API int rtxUTF16LEToUTF8(const uint8_t* source, size_t length, uint8_t* dest, size_t size);
+/** The same from big-endian units. */
 QUORVA_API int rtxUTF16BEToUTF8(const uint8_t* source, size_t length, uint8_t* dest, size_t size);
 
 /**
- * Converts UTF-8 to UTF-16 without a byte order mark; a code point above 16 bits becomes a pair.
+ * Converts UTF-8 to little-endian UTF-16 without a byte order mark; a code point above 16 bits becomes a
+ * pair.
  * @param size  Room at `dest` in octets.
  * @return Octets written, or a status as of rtxUTF8ToLatin1; RTX_E_BAD_UTF8 also for a code point that is a
  *         surrogate, RTX_E_BAD_CHAR for one above 0x10FFFF.
  */
 QUORVA_API int rtxUTF8ToUTF16LE(const uint8_t* source, size_t length, uint8_t* dest, size_t size);
+/** The same to big-endian units. */
 QUORVA_API int rtxUTF8ToUTF16BE(const uint8_t* source, size_t length, uint8_t* dest, size_t size);
 
 /** The same in the processor's order of octets; `dest` need not be aligned. */

@@ -16,6 +16,7 @@ QUORVA_BEGIN_DECLS
 
 /** Reads "true" or "1", "false" or "0". Returns 0 or RTX_E_BAD_FORMAT. */
 QUORVA_API int rtxUTF8StrnToBool(const char* text, size_t nbytes, uint8_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToBool(const char* text, uint8_t* pvalue);
 
 /**
@@ -24,19 +25,30 @@ QUORVA_API int rtxUTF8StrToBool(const char* text, uint8_t* pvalue);
  * @return 0, RTX_E_BAD_REAL, or RTX_E_OVERFLOW for one that is too large.
  */
 QUORVA_API int rtxUTF8StrnToDouble(const char* text, size_t nbytes, double* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToDouble(const char* text, double* pvalue);
 
 /* Decimal integers with an optional plus sign, the signed ones also with a minus sign. 0, RTX_E_BAD_FORMAT,
  * or RTX_E_OVERFLOW for a number that the target does not hold. */
+/** Reads a signed number of 32 bits. */
 QUORVA_API int rtxUTF8StrnToInt(const char* text, size_t nbytes, int32_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToInt(const char* text, int32_t* pvalue);
+/** Reads a signed number of 64 bits. */
 QUORVA_API int rtxUTF8StrnToInt64(const char* text, size_t nbytes, int64_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToInt64(const char* text, int64_t* pvalue);
+/** Reads an unsigned number of 32 bits. */
 QUORVA_API int rtxUTF8StrnToUInt(const char* text, size_t nbytes, uint32_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToUInt(const char* text, uint32_t* pvalue);
+/** Reads an unsigned number of 64 bits. */
 QUORVA_API int rtxUTF8StrnToUInt64(const char* text, size_t nbytes, uint64_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToUInt64(const char* text, uint64_t* pvalue);
+/** Reads a size. */
 QUORVA_API int rtxUTF8StrnToSize(const char* text, size_t nbytes, size_t* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToSize(const char* text, size_t* pvalue);
 
 /**
@@ -45,6 +57,7 @@ QUORVA_API int rtxUTF8StrToSize(const char* text, size_t* pvalue);
  */
 QUORVA_API int rtxUTF8StrnToDynHexStr(RtxContext* pctxt, const char* text, size_t nbytes,
                                       RtxDynOctStr* pvalue);
+/** The same up to the NUL. */
 QUORVA_API int rtxUTF8StrToDynHexStr(RtxContext* pctxt, const char* text, RtxDynOctStr* pvalue);
 
 /**
