@@ -109,7 +109,7 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t numocts) {
    if (hot::streamActive(pctxt) && (pctxt->stream->flags & RTX_STREAM_READ))
       return recordFailure(pctxt, RTX_E_NOT_INIT);
    if (!pctxt->bufDynamic) return recordNewFailure(pctxt, RTX_E_BUFFER_FULL);
-   // Grows faster than rtxExpandOutputBuffer, deliberately; the cursor may stand beyond the end.
+   // Grows faster than rtxExpandOutputBuffer; the cursor may stand beyond the end.
    size_t size = addSizes(addSizes(pctxt->bufSize, pctxt->bufSize), std::max(pctxt->bufSize, numocts));
    size = std::max(size, addSizes(pctxt->bufByteIndex, addSizes(numocts, 1)));
    return resizeBuffer(pctxt, size);

@@ -172,7 +172,7 @@ int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) 
    if (rtxErrNewNode(pctxt) != nullptr) {
       fixed.status = 0;
    } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
-      // This status needs no memory. Deliberately the record is not fatal.
+      // This status needs no memory. The record is not fatal: callers see 0.
       unlinkFixed(pctxt);
       pctxt->errFixedNode.data = &fixed;
       rtxDListAppendNode(&pctxt->errList, &pctxt->errFixedNode);
@@ -359,7 +359,7 @@ int rtxErrAddSizeParm(RtxContext* pctxt, size_t value) {
 }
 
 int rtxErrAddDoubleParm(RtxContext* pctxt, double) {
-   return rtxErrAddStrParm(pctxt, "?"); // deliberately, whatever the value
+   return rtxErrAddStrParm(pctxt, "?"); // whatever the value
 }
 
 int rtxErrAddUniStrParm(RtxContext* pctxt, const uint16_t* text) {

@@ -220,7 +220,7 @@ inline void popContainer(RtxContext* pctxt) {
    heap->spareContainers = node;
 }
 
-/** Without a container the position inside the octet is deliberately not looked at. */
+/** Without a container an octet that is read in part counts: the position inside it is not looked at. */
 inline bool containerHasRemBits(const RtxContext* pctxt) {
    const RtxContainer* top = topContainer(pctxt);
    if (top == nullptr) return pctxt->bufByteIndex < pctxt->bufSize;

@@ -229,8 +229,8 @@ void* reallocRaw(void* handle, RtxMemElem* elem, size_t nbytes) {
    // The system's function would leave octets uncleared. Without it the size in the header is always true.
    const bool clears = (heap->flags & RTX_MH_ZERO_ON_FREE) != 0 && (raw->flags & RTX_ME_GROWN) == 0;
    if (heap->reallocFn == nullptr || clears) return reallocByCopy(handle, elem, nbytes);
-   // The stored size is deliberately left as it is. So that it never exceeds what is there, the memory
-   // never gets smaller than it.
+   // The stored size stays that of the allocation, by which a later copy goes. So that it never exceeds what
+   // is there, the memory never gets smaller than it.
    const size_t size = std::max(nbytes, raw->size) + sizeof(RtxRawMemBlk);
    const RtxRawMemBlk head = *raw;
    const auto before = reinterpret_cast<uintptr_t>(raw);

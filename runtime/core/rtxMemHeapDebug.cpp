@@ -181,7 +181,7 @@ private:
          if (index >= blk->nunits) fault(15, "invalid free element", blk, nullptr);
          if (index != 0) {
             const size_t size = freeSize(blk, index);
-            // deliberately the number of the bound above
+            // reports give it the number of the bound above
             if (size == 0 || size > index - 1) fault(15, "invalid free element", blk, nullptr);
             const RtxMemElem* elem = elemAt(blk, index + 1 - size);
             if (++count > nfree_) fault(16, "broken free list", blk, elem);

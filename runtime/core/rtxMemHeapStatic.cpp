@@ -54,7 +54,7 @@ void* rtxMemStaticAlloc_Alloc(size_t nbytes) {
 }
 
 void* rtxMemStaticAlloc_Realloc(void* /*ptr*/, size_t nbytes) {
-   return rtxMemStaticAlloc_Alloc(nbytes); // deliberately no copy
+   return rtxMemStaticAlloc_Alloc(nbytes); // no copy: the old size is not known
 }
 
 void rtxMemStaticAlloc_Free(void* /*ptr*/) {}

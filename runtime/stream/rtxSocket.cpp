@@ -219,7 +219,7 @@ int rtxSocketAccept(RtxSocket socket, RtxSocket* pNewSocket, uint32_t* paddr, in
       return ::accept(socket, reinterpret_cast<sockaddr*>(&peer), &size);
    });
    if (accepted < 0) return socketStatus(errno);
-   if (accepted == 0) { // counts as a failure, deliberately
+   if (accepted == 0) { // callers see a failure
       ::close(accepted);
       return RTX_E_SOCKET;
    }
@@ -238,7 +238,7 @@ int rtxSocketSelect(int nfds, fd_set* readfds, fd_set* writefds, fd_set* exceptf
 int rtxSocketSend(RtxSocket socket, const uint8_t* octets, size_t numocts) {
    if (socket == RTX_SOCKET_INVALID) return RTX_E_SOCKET;
    if (numocts > INT32_MAX) return RTX_E_OVERFLOW;
-   // A partial send is a success too, deliberately.
+   // A partial send is a success too: callers see 0.
    const ssize_t sent = uninterrupted([=] { return ::send(socket, octets, numocts, MSG_NOSIGNAL); });
    return sent < 0 ? socketStatus(errno) : RTX_OK;
 }

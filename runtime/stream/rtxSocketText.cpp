@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr uint32_t maxPart = 256; // deliberately not 255
-constexpr size_t minTextSize = 8; // deliberately for any address: "1.2.3.4" and its NUL
+constexpr uint32_t maxPart = 256; // callers see it as 0
+constexpr size_t minTextSize = 8; // "1.2.3.4" and its NUL, whatever the address
 
 } // namespace
 

@@ -229,7 +229,7 @@ Buffered* topLayer(RtxContext* pctxt) {
 
 int rtxStreamBufferedCreate(RtxContext* pctxt, uint32_t options) {
    if (pctxt->stream == nullptr) return recordFailure(pctxt, RTX_E_BAD_ARGUMENT);
-   if (!readable(pctxt->stream)) { // an empty record takes the place of the old stream: deliberate
+   if (!readable(pctxt->stream)) { // callers see an empty record in place of the old stream
       const int status = rtxStreamInit(pctxt);
       return recordFailure(pctxt, status < 0 ? status : RTX_E_BAD_ARGUMENT);
    }

@@ -56,7 +56,7 @@ int dirbufReset(RtxStream* stream) {
    return RTX_OK;
 }
 
-/** Beyond what is loaded, too: deliberate. */
+/** Beyond what is loaded, too. */
 int dirbufSetPos(RtxStream* stream, size_t pos) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    DirectBuf* layer = directOf(stream);

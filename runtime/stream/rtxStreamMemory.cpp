@@ -178,7 +178,7 @@ int memGetPos(RtxStream* stream, size_t* ppos) {
    return RTX_OK;
 }
 
-/** Beyond the end, too: deliberate. */
+/** Beyond the end, too. */
 int memSetPos(RtxStream* stream, size_t pos) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    setPosition(stream, pos);
@@ -277,7 +277,7 @@ int rtxStreamMemoryCreate(RtxContext* pctxt, uint16_t flags) {
    setCursor(pctxt, nullptr, 0);
    if (flags & RTX_STREAM_READ) return RTX_OK;
    pctxt->bufData = static_cast<uint8_t*>(rtxMemHeapSysAlloc(pctxt, size));
-   if (pctxt->bufData == nullptr) { // not recorded: deliberate
+   if (pctxt->bufData == nullptr) { // not recorded
       rtxStreamRelease(pctxt);
       return RTX_E_NOMEM;
    }
@@ -292,7 +292,7 @@ int rtxStreamMemoryAttach(RtxContext* pctxt, uint8_t* octets, size_t size, uint1
    const int status = makeMemory(pctxt, flags, true);
    if (status < 0) return status;
    RtxStream* stream = pctxt->stream;
-   if (flags & RTX_STREAM_READ) { // those that write can't be marked: deliberate
+   if (flags & RTX_STREAM_READ) { // those that write can't be marked
       stream->mark = memMark;
       stream->reset = memReset;
       stream->getPos = memGetPos;

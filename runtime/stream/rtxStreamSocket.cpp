@@ -258,7 +258,7 @@ int rtxStreamSocketCreateWriter(RtxContext* pctxt, const char* host, int port) {
 }
 
 int rtxStreamSocketClose(RtxContext* pctxt) {
-   std::this_thread::sleep_for(closingDelay); // deliberately
+   std::this_thread::sleep_for(closingDelay); // so that what was sent arrives
    return rtxStreamClose(pctxt);
 }
 

@@ -215,7 +215,7 @@ ptrdiff_t base64TextRead(RtxStream* stream, uint8_t* target, size_t maxocts) {
    }
 }
 
-/** Counts characters of the text: deliberate. */
+/** Counts characters of the text, not octets. */
 int base64TextSkip(RtxStream* stream, size_t numchars) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    Base64* layer = base64Of(stream);
@@ -227,7 +227,7 @@ int base64TextSkip(RtxStream* stream, size_t numchars) {
    return inner->skip != nullptr ? inner->skip(inner, numchars) : RTX_E_NOT_INIT;
 }
 
-/** No state passes from one call to the next: a count that is no multiple of 3 ends the text. Deliberate. */
+/** No state passes from one call to the next: a count that is no multiple of 3 ends the text. */
 int base64TextWrite(RtxStream* stream, const uint8_t* octets, size_t numocts) {
    if (!isWriter(stream)) return RTX_E_BAD_ARGUMENT;
    const Base64* layer = base64Of(stream);

@@ -110,7 +110,7 @@ int makeRoom(RtxContext* pctxt, size_t numocts) {
    RtxStream* stream = pctxt->stream;
    const bool direct = stream->kind == RTX_STREAM_KIND_DIRECT_BUF;
    if ((stream->flags & RTX_STREAM_BUF_MARK) && !buffersItself(stream)) {
-      shiftBuffer(pctxt, stream->bufMarkBase); // `bufBase` deliberately stays
+      shiftBuffer(pctxt, stream->bufMarkBase); // `bufBase` stays
       stream->bufMarkBase = 0;
    } else if (direct && pctxt->bufMark != allOnes && pctxt->bufMark <= pctxt->bufByteIndex) {
       stream->bufBase += pctxt->bufMark;

@@ -19,7 +19,7 @@ int bitDump(const TextSink& to, uint32_t numbits, const uint8_t* data) {
    if (numbits % 8 == 0) return 0;
    char bits[9];
    partialOctetText(data[whole], numbits % 8, bits);
-   // A line of 15 octets takes no 16th item, deliberately, but a full one takes a 17th.
+   // A line of 15 octets takes no 16th item, but a full one takes a 17th.
    return to.print(whole % octetsPerLine == 15 ? "\n%.8s" : whole == 0 ? "%.8s" : " %.8s", bits);
 }
 

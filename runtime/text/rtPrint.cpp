@@ -82,7 +82,7 @@ int rtPrintOID64(const char* name, const RtxOID64* value) {
 }
 
 int rtPrintOIDStr(const char* name, const char* value) {
-   // The copy stays, deliberately.
+   // The copy stays, as the header tells.
    return text::oidStr(
          StdoutSink(), name, value, nullptr, [](void*, const char* arcs) { return strdup(arcs); },
          [](void*, char*) {});

@@ -120,7 +120,7 @@ int rtxPrintArrayNVP(const char* name, size_t index, const RtxNVP* value) {
 }
 
 int rtxPrintHexStrNoAscii(const char* name, size_t numocts, const uint8_t* data) {
-   // The one line of a short text is deliberate; the print stream takes a dump at any length.
+   // A short text takes one line; the print stream takes a dump at any length.
    if (numocts <= text::maxHexLine) return text::hexStrPlain(StdoutSink(), name, numocts, data);
    QUORVA_PRINT_STEP(StdoutSink().print("%s =\n", name));
    rtxHexDumpToFileExNoAscii(stdout, data, numocts, 1);
@@ -131,7 +131,7 @@ int rtxPrintFile(const char* fileName) {
    FILE* file = nullptr;
    if (rtxFileOpen(&file, fileName, "r") != RTX_OK) return RTX_E_FILE_NOT_FOUND;
    char line[1024];
-   // Each line gets a second end, deliberately.
+   // Each line has its end and gets a second one.
    while (fgets(line, sizeof(line), file)) puts(line);
    fclose(file);
    return 0;

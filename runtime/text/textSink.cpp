@@ -9,7 +9,7 @@ namespace quorva {
 
 uint32_t stdoutIndent = 0, stringIndent = 0;
 
-// The differences are deliberate: programs read these texts.
+// Programs read these texts, so the differences stay.
 const TextDialect StreamSink::dialect = {"true", "false", " = ", "\n", 6, true, false, " \n", " \n", "\n"};
 const TextDialect StdoutSink::dialect = {"true", "false", " = ", "\n", 12, true, false, " \n", " \n", "\n"};
 const TextDialect StringSink::dialect = {"TRUE", "FALSE", " =  = ", "\n\n", 6, false, true, " ", "\n", " \n"};

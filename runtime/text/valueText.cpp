@@ -122,7 +122,7 @@ int ipv4(const TextSink& to, const char* name, size_t numocts, const uint8_t* da
 
 int ipv6(const TextSink& to, const char* name, size_t numocts, const uint8_t* data) {
    QUORVA_PRINT_STEP(to.print("%s = ", name));
-   // Each octet goes out without a leading zero, deliberately.
+   // Each octet goes out without a leading zero: callers see 201:db8.
    for (size_t i = 0; data && i < numocts; ++i)
       QUORVA_PRINT_STEP(to.print(i % 2 == 1 && i + 1 < numocts ? "%x:" : "%x", data[i]));
    return to.print("\n");

@@ -19,7 +19,7 @@ constexpr uint32_t fixedLength = 52;
 constexpr uint8_t extendedCode = 7, firstExtended = 10;
 constexpr uint8_t maxVersion = 31;
 
-// By their numbers. 14 and 15 are not in order, deliberately.
+// By their numbers. 14 and 15 are not in order.
 constexpr uint32_t tsNumbers[] = {5,   15,  205, 215, 225, 235, 250, 251,
                                   252, 260, 270, 271, 272, 273, 275, 274};
 
@@ -120,7 +120,7 @@ public:
       if (status_ == RTX_OK) keep(rtxEncBits(pctxt_, value, nbits));
    }
 
-   // Takes a number, not a code, deliberately; 99 is beyond the codes then.
+   // Takes a number, not a code; 99 is beyond the codes then.
    void release(uint32_t number, uint32_t version) {
       if (number < 3) return keep(RTX_E_BAD_VALUE);
       bits(number < firstExtended ? number - 3 : extendedCode, 3);

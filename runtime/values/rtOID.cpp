@@ -193,7 +193,7 @@ int rtOIDParseDottedNumberString(const char* text, size_t length, RtxOID* value)
    value->numids = 0;
    uint32_t arc = 0;
    bool digits = false;
-   // Anything but digits and points is skipped, and large numbers wrap: both deliberate.
+   // Anything but digits and points is skipped, and large numbers wrap.
    for (size_t i = 0; i <= length; ++i) {
       const char c = i < length ? text[i] : '\0';
       if (isDigit(c)) {

@@ -103,7 +103,7 @@ int rtParseGeneralizedTime2(RtxContext* pctxt, const char* string, RtxDateTime* 
    } else if (text.peek() == '+' || text.peek() == '-') {
       if (!readOffset(text, true, *value)) return text.failure();
    } else {
-      // Local time, whatever stands there: deliberate.
+      // Local time, whatever stands there.
       text.violation(needsZ);
    }
    return finish(text, *value);

@@ -92,7 +92,7 @@ TEST_F(DList, SortedInsertion) {
          {{"a1", "b1", "c1", "d1", "e1"}, "a1b1c1d1e1", 4},
          {{"b1", "b2", "b3", "b4", "b5"}, "b1b2b3b4b5", 4}, // an equal tail: order of arrival
          {{"e1", "d1", "c1", "b1", "a1"}, "a1b1c1d1e1", 7},
-         {{"a1", "c1", "a2", "c2", "a3"}, "a3a2a1c1c2", 6}, // elsewhere deliberately before its equals
+         {{"a1", "c1", "a2", "c2", "a3"}, "a3a2a1c1c2", 6}, // elsewhere before its equals
          {{"a1", "b1", "d1", "b2", "c1"}, "a1b2b1c1d1", 10},
    };
    for (const auto& c : cases) {

@@ -319,7 +319,7 @@ TEST_F(BitSet, GrowsByItsIncrement) {
    RtxDynBitSet copy;
    ASSERT_EQ(rtxDynBitSetCopy(&context_, &copy, &set_), 0);
    for (const size_t bit : {128u, 127u}) rtxDynBitSetClearBit(&copy, bit);
-   EXPECT_EQ(copy.maxBit, 1); // deliberately not 0
+   EXPECT_EQ(copy.maxBit, 1); // no bit is left, and yet not 0
    EXPECT_TRUE(rtxDynBitSetTestBit(&set_, 128));
    rtxDynBitSetFree(&context_, &copy);
    EXPECT_EQ(copy.capacity, 0);

@@ -137,7 +137,7 @@ TEST(Texts, TwoLinesARecord) {
    EXPECT_EQ(rtxErrGetMsgTextBuf(&c, buf, 0), nullptr);
    buf[0] = 'q';
    EXPECT_EQ(rtxErrFmtMsg(&c.errFixed, buf, 1), buf);
-   EXPECT_EQ(buf[0], 'q'); // deliberately there is no text
+   EXPECT_EQ(buf[0], 'q'); // there is no text
    EXPECT_EQ(rtxErrFmtMsg(nullptr, buf, 1), nullptr);
 }
 
@@ -186,7 +186,7 @@ TEST(NoMemory, GoesOnRecordInTheFixedRecord) {
    system_memory::reset();
    ASSERT_EQ(rtxInitContextExt(&c, system_memory::alloc, nullptr, system_memory::free), 0);
    system_memory::failNth(1, true);
-   EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_NOMEM, nullptr, 0), 0); // deliberately not fatal
+   EXPECT_EQ(rtxErrSetNewData(&c, RTX_E_NOMEM, nullptr, 0), 0); // not fatal
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 1u);
    EXPECT_EQ(rtxErrGetFirstError(&c), RTX_E_NOMEM);
    EXPECT_EQ(rtxErrGetStatus(&c), 0);

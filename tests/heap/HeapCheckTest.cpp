@@ -74,7 +74,7 @@ TEST(HeapCheckDeathTest, NumbersItsFaults) {
          {"13: invalid beginOff field", [](Sample& s) { ++s.elem(s.second)->beginOff; }},
          {"14: invalid nsaved field", [](Sample& s) { s.elem(s.second)->flags = RTX_ME_SAVED; }},
          {"15: invalid maxFreeElem field", [](Sample& s) { s.blk->maxFreeElem = 5; }},
-         {"15: invalid free element", // deliberately the same number
+         {"15: invalid free element", // the same number again
           [](Sample& s) {             // a link in front of octets that name no size
              auto* link = static_cast<RtxMemLink*>(s.third);
              link[1] = {0, 0, 0};

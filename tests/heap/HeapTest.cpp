@@ -315,7 +315,7 @@ TEST_F(Heap, RawBlocksMoveInTheirRing) {
    EXPECT_EQ(ptr[599999], 9);
    ptr[4999999] = 1;
    check();
-   // The size in the header deliberately remains the first one, so a copy keeps no more than that.
+   // The size in the header remains the first one, so a copy keeps no more than that.
    EXPECT_EQ(rtxMemHeapGetRawMemBlk(elemOf(ptr))->size, 600000u);
    ptr = static_cast<uint8_t*>(rtxMemHeapRealloc(&heap_, ptr, 100000));
    EXPECT_EQ(rtxMemHeapGetRawMemBlk(elemOf(ptr))->size, 600000u);
@@ -455,7 +455,7 @@ TEST(HeapCreation, CodeGuards) {
    EXPECT_EQ(rtxMemHeapGetMemBlk(elemOf(ptr))->sentinel.code, code);
    rtxMemHeapRelease(&heap);
    ASSERT_EQ(rtxMemHeapCreateExt(&heap, malloc, nullptr, free), 0);
-   EXPECT_EQ(heap->code, 0u); // deliberately not from rand
+   EXPECT_EQ(heap->code, 0u); // not from rand
    rtxMemHeapRelease(&heap);
    EXPECT_EQ(rtxMemHeapCreate(nullptr), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(rtxMemHeapCreateExt(&heap, malloc, nullptr, nullptr), RTX_E_BAD_ARGUMENT);
@@ -524,7 +524,7 @@ TEST(StaticSystemMemory, ServesWholeHeaps) {
    EXPECT_EQ(rtxMemStaticAlloc_Alloc(2), buffer + 4); // no alignment
    buffer[4] = 1;
    EXPECT_EQ(rtxMemStaticAlloc_Realloc(buffer + 4, 2), buffer + 6);
-   EXPECT_EQ(buffer[6], 0); // deliberately no copy
+   EXPECT_EQ(buffer[6], 0); // no copy
    rtxMemStaticAlloc_Free(buffer + 6);
    EXPECT_EQ(rtxMemStaticAlloc_Alloc(sizeof buffer), nullptr);
    rtxMemFreeStatic();
