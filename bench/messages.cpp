@@ -2,6 +2,8 @@
 // bare TLV walk and a memcpy of the same octets and the prototype of 64 flags, in one run. The first argument
 // of a message's row is its place in kMessages.
 
+#include "bench/vectors.h"
+
 #include "quorva/modules.h"
 #include "quorva/registry.h"
 #include "quorva/rt3gppNasSec.h"
@@ -10,7 +12,6 @@
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
-#include "tests/support/vectors.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,7 +20,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <initializer_list>
 #include <random>
 #include <string>
@@ -28,6 +28,9 @@
 #include <vector>
 
 namespace {
+
+using quorva::bench::plain;
+using quorva::bench::vectorsOf;
 
 struct Message {
    const char* label;
@@ -61,21 +64,6 @@ constexpr Message kMessages[] = {
       {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2", "2 L 3 L 6 L"},
       {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1", "4 L L"},
 };
-
-std::vector<quorva::test::Vector> vectorsOf(const std::string& file) {
-   const std::string path = QUORVA_VECTORS "/" + file + ".txt";
-   if (!std::ifstream(path)) return {};
-   return quorva::test::loadVectors(path);
-}
-
-// The message from its plain header on: what a security header of EPS or 5GS covers stands behind it.
-std::vector<uint8_t> plain(std::vector<uint8_t> octets) {
-   const bool eps = octets.size() > 6 && (octets[0] & 0x0F) == 7 && (octets[0] >> 4) != 0;
-   const bool fiveG = octets.size() > 7 && octets[0] == 0x7E && octets[1] != 0;
-   if (eps) octets.erase(octets.begin(), octets.begin() + 6);
-   if (fiveG) octets.erase(octets.begin(), octets.begin() + 7);
-   return octets;
-}
 
 std::vector<uint8_t> octetsOf(const Message& message) {
    for (auto& vector : vectorsOf(message.file))

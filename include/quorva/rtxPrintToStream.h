@@ -5,6 +5,10 @@
  * Text goes to the callback registered in the context, else to the process-wide one, else to standard output.
  * What a callback returns is dropped, so printing can't fail; the printers return 0 unless their comment says
  * otherwise. Wherever a context is taken it may be null. The value printers write no indent; the caller does.
+ *
+ * Printers of records, dumps and listings of bits don't call the stock callbacks below, nor flush standard
+ * output at each piece when nothing is registered: they write what these would write straight to its place,
+ * and flush at the end of each line. Any other callback gets every piece by a call.
  */
 #ifndef QUORVA_RTXPRINTTOSTREAM_H
 #define QUORVA_RTXPRINTTOSTREAM_H

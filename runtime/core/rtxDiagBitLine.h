@@ -1,15 +1,15 @@
 /**
  * @file rtxDiagBitLine.h
  * The lines of a bit listing: four octets a line, as bits, as digits and as characters. A sink takes each
- * line: `sink(bits, hex, chars)`, texts of at most 35, 8 and 4 characters.
+ * line: `sink(bits, hex, chars)`, views of at most 35, 8 and 4 characters.
  */
 #ifndef QUORVA_RUNTIME_CORE_RTXDIAGBITLINE_H
 #define QUORVA_RUNTIME_CORE_RTXDIAGBITLINE_H
 
 #include <cstring>
+#include <string_view>
 
 #include "quorva/rtxDiag.h"
-#include "quorva/rtxHexDump.h"
 #include "runtime/text/textSteps.h"
 
 namespace quorva {
@@ -38,9 +38,15 @@ public:
       hideNeighbour();
       const size_t begin = min(field.bitOffset, source.nbits);
       const size_t end = begin + min(field.bitCount, source.nbits - begin);
-      for (size_t i = begin; i < end; ++i) {
-         const bool bit = rtxTestBit(source.data, source.nbits, i) != 0;
-         putBit(bit ? '1' : '0', bit);
+      for (size_t i = begin; i < end;) {
+         if (i % 8 == 0 && end - i >= 8 && line_.mask == 128) {
+            putWholeOctet(source.data[i / 8]);
+            i += 8;
+         } else {
+            const bool bit = (source.data[i / 8] >> (7 - i % 8) & 1) != 0;
+            putBit(bit ? '1' : '0', bit);
+            ++i;
+         }
       }
       for (size_t i = end; i < min(nextOffset, source.nbits); ++i) putBit('x', false);
       if (line_.numBits > 0) putUnfinished();
@@ -70,8 +76,16 @@ private:
       if (line_.mask == 0) putOctet();
    }
 
+   void putWholeOctet(uint8_t octet) {
+      for (int i = 0; i < 8; ++i)
+         line_.bits[line_.numBits + i] = static_cast<char>('0' + (octet >> (7 - i) & 1));
+      line_.numBits += 8;
+      line_.octet = static_cast<uint8_t>(line_.octet | octet);
+      putOctet();
+   }
+
    void putOctet() {
-      rtxByteToHexChar(line_.octet, line_.hex + line_.numHex, 3);
+      hexDigits(line_.octet, line_.hex + line_.numHex);
       line_.numHex += 2;
       line_.chars[line_.numChars++] = isPrintable(line_.octet) ? static_cast<char>(line_.octet) : '.';
       line_.octet = 0;
@@ -80,8 +94,7 @@ private:
          line_.bits[line_.numBits++] = ' ';
          return;
       }
-      terminate(line_.numBits, line_.numHex, line_.numChars);
-      sink_(line_.bits, line_.hex, line_.chars);
+      handOn(line_.numBits, line_.numHex, line_.numChars);
       line_.numBits = line_.numHex = line_.numChars = 0;
    }
 
@@ -90,14 +103,17 @@ private:
       for (int i = line_.numBits; i < maxBits; ++i) line_.bits[i] = isGap(i) ? ' ' : '-';
       memset(line_.hex + line_.numHex, '-', static_cast<size_t>(maxHex - line_.numHex));
       memset(line_.chars + line_.numChars, '-', static_cast<size_t>(maxChars - line_.numChars));
-      terminate(maxBits, maxHex, maxChars);
-      sink_(line_.bits, line_.hex, line_.chars);
+      handOn(maxBits, maxHex, maxChars);
    }
 
-   void terminate(int numBits, int numHex, int numChars) {
+   // With a NUL behind each text.
+   void handOn(int numBits, int numHex, int numChars) {
       line_.bits[numBits] = '\0';
       line_.hex[numHex] = '\0';
       line_.chars[numChars] = '\0';
+      sink_(std::string_view(line_.bits, static_cast<size_t>(numBits)),
+            std::string_view(line_.hex, static_cast<size_t>(numHex)),
+            std::string_view(line_.chars, static_cast<size_t>(numChars)));
    }
 
    RtxDiagBitLine& line_;
@@ -110,10 +126,38 @@ BitSource bufferBits(const RtxContext* pctxt);
 /** What passed through the context's stream; false if it has no capture. */
 bool capturedBits(RtxContext* pctxt, BitSource* pSource);
 
-/**
- * Title of a field, cut to `size`: the prefix, the element path, the kind. Any of them may be missing.
- */
-void bitFieldTitle(char* title, size_t size, const char* prefix, const RtxDiagBitField& field);
+/** Title of a field, cut to its room: the prefix, the element path, the kind. Any of them may be missing. */
+template <size_t room>
+class BitFieldTitle {
+public:
+   BitFieldTitle(const char* prefix, const RtxDiagBitField& field) {
+      constexpr size_t maxSuffix = 32;
+      append("", prefix, room);
+      append(".", field.elemName, room);
+      append(" ", field.nameSuffix, maxSuffix);
+      text_[used_] = '\0';
+   }
+
+   /** NUL-terminated. */
+   std::string_view text() const { return {text_, used_}; }
+
+private:
+   void append(std::string_view separator, const char* text, size_t maxLength) {
+      if (text == nullptr || *text == '\0') return;
+      if (used_ > 0) append(separator);
+      append({text, strnlen(text, maxLength)});
+   }
+
+   void append(std::string_view text) {
+      const size_t left = room - 1 - used_;
+      const size_t count = text.size() < left ? text.size() : left;
+      memcpy(text_ + used_, text.data(), count);
+      used_ += count;
+   }
+
+   char text_[room];
+   size_t used_ = 0;
+};
 
 } // namespace quorva
 

@@ -2,17 +2,19 @@
 // and leaves elements open (thead, code, td), which readers of such pages rely on.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
-#include "quorva/rtxCharStr.h"
 #include "quorva/rtxFile.h"
 #include "quorva/rtxStatus.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxDiagBitLine.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/text/textWriter.h"
 
 namespace {
 
 using quorva::BitSource;
+using quorva::TextWriter;
 
 constexpr char pageHead[] =
       "<!DOCTYPE html PUBLIC \"-//W3C//DTD HTML 4.01 Transitional//EN\">\n"
@@ -46,77 +48,100 @@ constexpr char bodyTail[] = "</table>\n"
 
 // One line of a field.
 struct PageLine {
-   char bits[36];
-   char hex[9];
-   char chars[5];
+   char bits[35];
+   char hex[8];
+   char chars[4];
+   uint8_t numBits, numHex, numChars;
 };
 
-// The lines of one field. A line that can't be allocated is left out.
+// The lines of one field at a time. A line for which there is no memory is left out.
 class PageLines {
 public:
-   PageLines() { rtxSListInitEx(nullptr, &list_); }
-   ~PageLines() { rtxSListFreeAll(&list_); }
+   PageLines() = default;
+   ~PageLines() {
+      if (lines_ != few_) free(lines_);
+   }
    PageLines(const PageLines&) = delete;
    PageLines& operator=(const PageLines&) = delete;
 
-   void operator()(const char* bits, const char* hex, const char* chars) {
-      auto* line = static_cast<PageLine*>(malloc(sizeof(PageLine)));
-      if (!line) return;
-      rtxStrcpy(line->bits, sizeof(line->bits), bits);
-      rtxStrcpy(line->hex, sizeof(line->hex), hex);
-      rtxStrcpy(line->chars, sizeof(line->chars), chars);
-      if (!rtxSListAppend(&list_, line)) free(line);
+   void clear() { count_ = 0; }
+   bool empty() const { return count_ == 0; }
+
+   void operator()(std::string_view bits, std::string_view hex, std::string_view chars) {
+      if (count_ == size_ && !grow()) return;
+      PageLine& line = lines_[count_++];
+      line.numBits = static_cast<uint8_t>(bits.copy(line.bits, sizeof(line.bits)));
+      line.numHex = static_cast<uint8_t>(hex.copy(line.hex, sizeof(line.hex)));
+      line.numChars = static_cast<uint8_t>(chars.copy(line.chars, sizeof(line.chars)));
    }
 
    // Writes one column, its lines parted by line breaks. Characters are not escaped.
    template <typename Column>
-   void write(FILE* file, Column column) const {
-      for (const RtxSListNode* node = list_.head; node; node = node->next) {
-         fprintf(file, "%s\n", column(*static_cast<const PageLine*>(node->data)));
-         if (node->next) fprintf(file, "<br/>\n");
+   void write(TextWriter& out, Column column) const {
+      for (size_t i = 0; i < count_; ++i) {
+         if (i > 0) out.put("<br/>\n");
+         out.put(column(lines_[i]));
+         out.put('\n');
       }
    }
 
-   bool empty() const { return !list_.head; }
-
 private:
-   RtxSList list_;
+   bool grow() {
+      auto* more = static_cast<PageLine*>(malloc(2 * size_ * sizeof(PageLine)));
+      if (!more) return false;
+      memcpy(more, lines_, count_ * sizeof(PageLine));
+      if (lines_ != few_) free(lines_);
+      lines_ = more;
+      size_ *= 2;
+      return true;
+   }
+
+   PageLine few_[16];
+   PageLine* lines_ = few_;
+   size_t size_ = sizeof(few_) / sizeof(few_[0]);
+   size_t count_ = 0;
 };
 
-void writeField(FILE* file, const BitSource& source, const RtxDiagBitField& field, const char* prefix,
-                size_t nextOffset, RtxDiagBitLine& line) {
-   char title[400];
-   quorva::bitFieldTitle(title, sizeof(title), prefix, field);
-   fprintf(file, "<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n%s<br/>\n", title);
-   fprintf(file, "bit offset: %zd bit count: %zd next bit offset: %zd", static_cast<ssize_t>(field.bitOffset),
-           static_cast<ssize_t>(field.bitCount), static_cast<ssize_t>(nextOffset));
-   fprintf(file, "</td>\n</tr>\n\n");
+void writeField(TextWriter& out, PageLines& lines, const BitSource& source, const RtxDiagBitField& field,
+                const char* prefix, size_t nextOffset, RtxDiagBitLine& line) {
+   out.put("<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n");
+   out.put(quorva::BitFieldTitle<400>(prefix, field).text());
+   out.put("<br/>\nbit offset: ");
+   out.putNumber(static_cast<ssize_t>(field.bitOffset));
+   out.put(" bit count: ");
+   out.putNumber(static_cast<ssize_t>(field.bitCount));
+   out.put(" next bit offset: ");
+   out.putNumber(static_cast<ssize_t>(nextOffset));
+   out.put("</td>\n</tr>\n\n");
 
-   PageLines lines;
+   lines.clear();
    quorva::BitLineWriter writer(line, lines);
    writer.putField(source, field, nextOffset);
-   fprintf(file, "<tr>\n<td align=\"left\" width=\"60%%\"><code>\n");
-   lines.write(file, [](const PageLine& l) { return l.bits; });
-   fprintf(file, "</code></td>\n<td align=\"left\" width=\"25%%\"><code>\n");
-   lines.write(file, [](const PageLine& l) { return l.hex; });
-   if (lines.empty()) fprintf(file, "&nbsp;\n");
-   fprintf(file, "<td align=\"left\" width=\"15%%\"><code>\n");
-   lines.write(file, [](const PageLine& l) { return l.chars; });
-   fprintf(file, "</code></td>\n</tr>\n\n");
+   out.put("<tr>\n<td align=\"left\" width=\"60%\"><code>\n");
+   lines.write(out, [](const PageLine& l) { return std::string_view(l.bits, l.numBits); });
+   out.put("</code></td>\n<td align=\"left\" width=\"25%\"><code>\n");
+   lines.write(out, [](const PageLine& l) { return std::string_view(l.hex, l.numHex); });
+   if (lines.empty()) out.put("&nbsp;\n");
+   out.put("<td align=\"left\" width=\"15%\"><code>\n");
+   lines.write(out, [](const PageLine& l) { return std::string_view(l.chars, l.numChars); });
+   out.put("</code></td>\n</tr>\n\n");
 }
 
 void writePage(FILE* file, const RtxDiagBitFieldList* list, const BitSource& source, const char* prefix) {
-   fputs(pageHead, file);
-   fputs(bodyHead, file);
+   TextWriter out(file);
+   PageLines lines;
+   out.put(pageHead);
+   out.put(bodyHead);
    // A line of its own: the page neither depends on what was printed before nor disturbs what will be.
    RtxDiagBitLine line = {};
    line.mask = 128;
    for (const RtxSListNode* node = list->fieldList.head; node; node = node->next) {
       const size_t nextOffset =
             node->next ? static_cast<const RtxDiagBitField*>(node->next->data)->bitOffset : 0;
-      writeField(file, source, *static_cast<const RtxDiagBitField*>(node->data), prefix, nextOffset, line);
+      writeField(out, lines, source, *static_cast<const RtxDiagBitField*>(node->data), prefix, nextOffset,
+                 line);
    }
-   fputs(bodyTail, file);
+   out.put(bodyTail);
 }
 
 } // namespace

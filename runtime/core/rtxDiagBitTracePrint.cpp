@@ -1,10 +1,10 @@
 // The bit trace as a text.
-#include "quorva/rtxCharStr.h"
 #include "quorva/rtxMemBuf.h"
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxStream.h"
 #include "runtime/core/rtxDiagBitLine.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/text/textWriter.h"
 
 namespace {
 
@@ -21,42 +21,99 @@ const RtxDiagBitField& fieldOf(const RtxSListNode* node) {
    return *static_cast<const RtxDiagBitField*>(node->data);
 }
 
-void dumpField(RtxContext* pctxt, const BitSource& source, const RtxDiagBitField& field, const char* prefix,
-               size_t nextOffset, RtxDiagBitLine& line) {
-   char title[800];
-   quorva::bitFieldTitle(title, sizeof(title), prefix, field);
-   rtxPrintToStream(pctxt, "%s\n", title);
-   rtxPrintToStream(pctxt, "bit offset: %d\tbit count: %d\tnext bit offset: %d\n",
-                    static_cast<int>(field.bitOffset), static_cast<int>(field.bitCount),
-                    static_cast<int>(nextOffset));
-   auto print = [pctxt](const char* bits, const char* hex, const char* chars) {
-      rtxPrintToStream(pctxt, "%-35.35s    %-8.8s    %-4.4s\n", bits, hex, chars);
-   };
-   quorva::BitLineWriter writer(line, print);
-   writer.putField(source, field, nextOffset);
-   rtxPrintToStream(pctxt, "\n");
-}
+// Writes the listing to the end of the print stream, or calls it for each line.
+class Listing {
+public:
+   explicit Listing(RtxContext* pctxt) : pctxt_(pctxt), out_(pctxt) {}
+
+   void field(const BitSource& source, const RtxDiagBitField& field, const char* prefix, size_t nextOffset,
+              RtxDiagBitLine& line) {
+      title(quorva::BitFieldTitle<800>(prefix, field).text());
+      numbers(static_cast<int>(field.bitOffset), static_cast<int>(field.bitCount),
+              static_cast<int>(nextOffset));
+      quorva::BitLineWriter writer(line, *this);
+      writer.putField(source, field, nextOffset);
+      if (out_.direct())
+         out_.endLine();
+      else
+         rtxPrintToStream(pctxt_, "\n");
+   }
+
+   // A line of bits.
+   void operator()(std::string_view bits, std::string_view hex, std::string_view chars) {
+      if (!out_.direct()) {
+         rtxPrintToStream(pctxt_, "%-35.35s    %-8.8s    %-4.4s\n", bits.data(), hex.data(), chars.data());
+         return;
+      }
+      column(bits, 35);
+      out_.put("    ");
+      column(hex, 8);
+      out_.put("    ");
+      column(chars, 4);
+      out_.endLine();
+   }
+
+   void commit() { out_.commit(); }
+   void resume() { out_.resume(); }
+
+private:
+   void title(std::string_view text) {
+      if (!out_.direct()) {
+         rtxPrintToStream(pctxt_, "%s\n", text.data());
+         return;
+      }
+      out_.put(text);
+      out_.endLine();
+   }
+
+   void numbers(int bitOffset, int bitCount, int nextOffset) {
+      if (!out_.direct()) {
+         rtxPrintToStream(pctxt_, "bit offset: %d\tbit count: %d\tnext bit offset: %d\n", bitOffset, bitCount,
+                          nextOffset);
+         return;
+      }
+      out_.put("bit offset: ");
+      out_.putNumber(bitOffset);
+      out_.put("\tbit count: ");
+      out_.putNumber(bitCount);
+      out_.put("\tnext bit offset: ");
+      out_.putNumber(nextOffset);
+      out_.endLine();
+   }
+
+   void column(std::string_view text, size_t width) {
+      out_.put(text);
+      out_.putBlanks(width - text.size());
+   }
+
+   RtxContext* pctxt_;
+   quorva::TextWriter out_;
+};
 
 // Lists the fields behind the last one listed.
 void dumpFields(RtxDiagBitFieldList* list, const char* prefix, unsigned depth, const BitSource& source) {
    RtxContext* pctxt = list->fieldList.pctxt;
    RtxSListNode* node = list->lastField ? list->lastField->next : list->fieldList.head;
    if (!node) return;
+   Listing listing(pctxt);
    size_t adjustment = 0;
    if (isAdjustment(fieldOf(node))) {
       adjustment = fieldOf(node).bitOffset;
       rtxPrintToStream(pctxt, "bit adjustment set to %d\n", static_cast<int>(adjustment));
+      listing.resume();
       node = node->next;
    }
    for (; node; node = node->next) {
       auto& field = *static_cast<RtxDiagBitField*>(node->data);
       const size_t nextOffset = node->next ? fieldOf(node->next).bitOffset + adjustment : 0;
       field.bitOffset += adjustment;
-      dumpField(pctxt, source, field, prefix, nextOffset, list->lineState);
+      listing.field(source, field, prefix, nextOffset, list->lineState);
       if (field.openTypeFields && depth < maxDepth) {
+         listing.commit();
          rtxPrintToStream(pctxt, "*** Open Type Data ***\n");
          dumpFields(field.openTypeFields, prefix, depth + 1, source.from(field.bitOffset / 8));
          rtxPrintToStream(pctxt, "***\n");
+         listing.resume();
       }
       list->lastField = node;
    }
@@ -65,19 +122,6 @@ void dumpFields(RtxDiagBitFieldList* list, const char* prefix, unsigned depth, c
 } // namespace
 
 namespace quorva {
-
-void bitFieldTitle(char* title, size_t size, const char* prefix, const RtxDiagBitField& field) {
-   constexpr size_t maxSuffix = 32;
-   rtxStrcpy(title, size, prefix ? prefix : "");
-   if (field.elemName && *field.elemName) {
-      if (*title) rtxStrcat(title, size, ".");
-      rtxStrcat(title, size, field.elemName);
-   }
-   if (field.nameSuffix && *field.nameSuffix) {
-      if (*title) rtxStrcat(title, size, " ");
-      rtxStrncat(title, size, field.nameSuffix, maxSuffix);
-   }
-}
 
 bool capturedBits(RtxContext* pctxt, BitSource* pSource) {
    RtxMemBuf* capture = rtxStreamGetCapture(pctxt);

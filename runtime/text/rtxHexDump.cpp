@@ -9,6 +9,7 @@
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxStatus.h"
 #include "runtime/text/textSteps.h"
+#include "runtime/text/textWriter.h"
 
 namespace {
 
@@ -103,11 +104,18 @@ int dumpContents(FILE* in, FILE* out) {
 } // namespace
 
 void rtxHexDumpToStreamEx(RtxContext* pctxt, const uint8_t* data, size_t numocts, size_t groupSize) {
-   dump(data, numocts, groupSize, [pctxt](DumpLine& line, bool full) {
-      if (full)
+   quorva::TextWriter out(pctxt);
+   dump(data, numocts, groupSize, [pctxt, &out](DumpLine& line, bool full) {
+      if (out.direct()) {
+         out.putText(line.hex());
+         out.put(' ');
+         out.putText(full ? line.chars() : line.trimmedChars());
+         out.endLine();
+      } else if (full) {
          rtxPrintToStream(pctxt, "%48s %16s\n", line.hex(), line.chars());
-      else
+      } else {
          rtxPrintToStream(pctxt, "%48s %s\n", line.hex(), line.trimmedChars());
+      }
       return true;
    });
 }

@@ -6,6 +6,8 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/text/textSteps.h"
+#include "runtime/text/textWriter.h"
 #include "runtime/text/valueText.h"
 
 RtxPrintStream g_PrintStream = {nullptr, nullptr};
@@ -16,6 +18,10 @@ namespace {
 uint32_t processIndent = 0;
 
 } // namespace
+
+uint32_t quorva::printIndent(const RtxContext* pctxt) {
+   return pctxt ? pctxt->indent : processIndent;
+}
 
 int rtxSetPrintStream(RtxContext* pctxt, RtxPrintCallback pfn, void* pUserData) {
    if (!pctxt) return RTX_E_BAD_ARGUMENT;
@@ -87,7 +93,7 @@ int rtxPrintStreamToStringCB(void* pUserData, const char* fmt, va_list args) {
 }
 
 int rtxPrintToStreamIndent(RtxContext* pctxt) {
-   const uint32_t indent = pctxt ? pctxt->indent : processIndent;
+   const uint32_t indent = quorva::printIndent(pctxt);
    for (uint32_t i = 0; i < indent; ++i) QUORVA_PRINT_STEP(rtxPrintToStream(pctxt, " "));
    return 0;
 }

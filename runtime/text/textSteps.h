@@ -25,6 +25,13 @@ inline bool isPrintable(uint32_t unit) {
    return unit >= 0x20 && unit <= 0x7E;
 }
 
+/** Writes the two digits of an octet. */
+inline void hexDigits(uint8_t octet, char* dest) {
+   constexpr char digits[] = "0123456789abcdef";
+   dest[0] = digits[octet >> 4];
+   dest[1] = digits[octet & 15];
+}
+
 /** Writes the `nbits` most significant bits of an octet as 1 and 0, then x up to 8 characters, and a NUL. */
 inline void partialOctetText(uint8_t octet, unsigned nbits, char dest[9]) {
    for (unsigned i = 0; i < 8; ++i) dest[i] = i >= nbits ? 'x' : rtxTestBit(&octet, nbits, i) ? '1' : '0';

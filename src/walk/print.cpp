@@ -1,9 +1,8 @@
 #include "src/walk/print.h"
 
-#include "quorva/rtPrintToStream.h"
 #include "quorva/rtxCharStr.h"
-#include "quorva/rtxPrintToStream.h"
 #include "src/walk/enums.h"
+#include "src/walk/lines.h"
 
 #include <algorithm>
 
@@ -17,19 +16,21 @@ const void* pointerAt(const uint8_t* place) {
    return *reinterpret_cast<const void* const*>(place);
 }
 
+// Walks a record and hands each line on.
+template <class Lines>
 class Printer {
 public:
-   explicit Printer(RtxContext* ctxt) : ctxt_(ctxt) {}
+   explicit Printer(Lines lines) : lines_(lines) {}
 
    void type(const Module& module, const Type& type, const char* name, const uint8_t* value) {
       switch (type.form) {
       case Form::Record:
-         rtxPrintToStreamOpenBrace(ctxt_, name);
+         lines_.open(name);
          block(module, type.first, type.rows, value);
-         rtxPrintToStreamCloseBrace(ctxt_);
+         lines_.close();
          return;
       case Form::Value: return row(module, module.rows[type.first], name, value);
-      case Form::Empty: return null(name);
+      case Form::Empty: return lines_.null(name);
       }
    }
 
@@ -44,11 +45,6 @@ private:
          if (bit(record, field.group) && bit(record, field.presence))
             row(module, field, module.texts + field.name, record);
       }
-   }
-
-   void null(const char* name) {
-      rtxPrintToStreamIndent(ctxt_);
-      rtxPrintToStreamNull(ctxt_, name);
    }
 
    // The lower of the stored count and what the record has room for.
@@ -66,9 +62,9 @@ private:
       const uint8_t* place = record + row.offset;
       switch (row.kind) {
       case Kind::Group:
-         rtxPrintToStreamOpenBrace(ctxt_, name);
+         lines_.open(name);
          block(module, row.first, row.rows, record);
-         rtxPrintToStreamCloseBrace(ctxt_);
+         lines_.close();
          return;
       case Kind::Nested: return nested(row, name, place);
       case Kind::Message:
@@ -76,36 +72,22 @@ private:
          return;
       case Kind::List: return list(module, row, name, record);
       case Kind::Choice: return choice(module, row, name, record);
-      case Kind::Null: return null(name);
+      case Kind::Null: return lines_.null(name);
       case Kind::Store: return;
-      default: break;
-      }
-      rtxPrintToStreamIndent(ctxt_);
-      switch (row.kind) {
-      case Kind::Flag: rtxPrintToStreamBoolean(ctxt_, name, *place); return;
-      case Kind::Number: return number(name, load(place, row.width), row.width);
+      case Kind::Flag: return lines_.boolean(name, *place);
+      case Kind::Number: return lines_.number(name, load(place, row.width), row.width);
       case Kind::Enumeration:
       case Kind::OpenEnumeration: return enumeration(module, row, name, load(place, row.width));
       case Kind::NamedNumber: return namedNumber(module, row, name, load(place, row.width));
-      case Kind::Octets: rtxPrintToStreamHexStr(ctxt_, name, row.capacity, place); return;
-      case Kind::CountedOctets:
-         rtxPrintToStreamHexStr(ctxt_, name, count(row, record), contents(row, record));
-         return;
-      case Kind::Bits: rtPrintToStreamBitStrBraceText(ctxt_, name, row.capacity, place); return;
+      case Kind::Octets: return lines_.octets(name, row.capacity, place);
+      case Kind::CountedOctets: return lines_.octets(name, count(row, record), contents(row, record));
+      case Kind::Bits: return lines_.bits(name, row.capacity, place);
       case Kind::CountedBits:
-         rtPrintToStreamBitStrBraceText(ctxt_, name, static_cast<uint32_t>(count(row, record)),
-                                        contents(row, record));
-         return;
-      case Kind::CountedUnits: {
-         const Rtx16BitCharString text{static_cast<uint32_t>(count(row, record)),
-                                       reinterpret_cast<const uint16_t*>(contents(row, record))};
-         rtPrintToStreamUnicodeCharStr(ctxt_, name, &text);
-         return;
-      }
-      case Kind::Text:
-         rtxPrintToStreamCharStr(ctxt_, name, reinterpret_cast<const char*>(contents(row, record)));
-         return;
-      default: return;
+         return lines_.bits(name, static_cast<uint32_t>(count(row, record)), contents(row, record));
+      case Kind::CountedUnits:
+         return lines_.units(name, {static_cast<uint32_t>(count(row, record)),
+                                    reinterpret_cast<const uint16_t*>(contents(row, record))});
+      case Kind::Text: return lines_.text(name, reinterpret_cast<const char*>(contents(row, record)));
       }
    }
 
@@ -114,43 +96,26 @@ private:
       type(module, module.types[row.index], name, value);
    }
 
-   void number(const char* name, uint64_t value, unsigned width) {
-      if (width > 4)
-         rtxPrintToStreamUInt64(ctxt_, name, value);
-      else
-         rtxPrintToStreamUnsigned(ctxt_, name, static_cast<uint32_t>(value));
-   }
-
-   // A text that is itself the format, as the callbacks expect it of names and of rows.
-   void literal(const char* text) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security"
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-      rtxPrintToStream(ctxt_, text);
-#pragma GCC diagnostic pop
-   }
-
    void enumeration(const Module& module, const Row& row, const char* name, uint64_t value) {
-      literal(name); // a percent sign in it acts as a directive: names are the callers' own
       const Names& names = module.names[row.index];
       if (const RtxEnumItem* item = findValue(names.items, names.count, static_cast<uint32_t>(value)))
-         rtxPrintToStream(ctxt_, " = %s\n", item->name);
+         lines_.named(name, item->name);
       else if (row.kind == Kind::OpenEnumeration)
-         rtxPrintToStreamUnsigned(ctxt_, "", static_cast<uint32_t>(value));
+         lines_.unlisted(name, static_cast<uint32_t>(value));
       else
-         literal(" = ???\n");
+         lines_.unlisted(name);
    }
 
    void namedNumber(const Module& module, const Row& row, const char* name, uint64_t value) {
       const Names& names = module.names[row.index];
       const RtxEnumItem* item = findValue(names.items, names.count, static_cast<uint32_t>(value));
-      if (item == nullptr) return number(name, value, row.width);
+      if (item == nullptr) return lines_.number(name, value, row.width);
       char text[kMaxName];
       rtxStrcpy(text, sizeof text, name);
       rtxStrcat(text, sizeof text, " = ");
       rtxStrcat(text, sizeof text, item->name);
       rtxStrcat(text, sizeof text, "\n");
-      literal(text);
+      lines_.line(text);
    }
 
    void list(const Module& module, const Row& row, const char* name, const uint8_t* record) {
@@ -170,19 +135,25 @@ private:
       const uint64_t value = row.flags & kSteeredByExpression ? module.expressions[row.index](record)
                                                               : load(record + row.count, row.width);
       const Row* arm = findArm(module, row, value);
-      if (!(row.flags & kUnnamed)) rtxPrintToStreamOpenBrace(ctxt_, name);
+      if (!(row.flags & kUnnamed)) lines_.open(name);
       if (arm != nullptr && module.texts[arm->name] != 0 && bit(record, arm->presence))
          this->row(module, *arm, module.texts + arm->name, record);
-      if (!(row.flags & kUnnamed)) rtxPrintToStreamCloseBrace(ctxt_);
+      if (!(row.flags & kUnnamed)) lines_.close();
    }
 
-   RtxContext* ctxt_;
+   Lines lines_;
 };
 
 } // namespace
 
 int print(RtxContext* pctxt, const char* name, const Module& module, unsigned type, const void* value) {
-   Printer(pctxt).type(module, module.types[type], name, static_cast<const uint8_t*>(value));
+   const Type& row = module.types[type];
+   const auto* record = static_cast<const uint8_t*>(value);
+   TextWriter out(pctxt);
+   if (out.direct())
+      Printer(WrittenLines(pctxt, out)).type(module, row, name, record);
+   else
+      Printer(CalledLines(pctxt)).type(module, row, name, record);
    return 0;
 }
 

@@ -1,0 +1,142 @@
+// Printing decoded messages: ns a printed line through each kind of print stream, beside a memcpy of the
+// finished text; and the listings of a traced message. What matters is the ratio of rows of one run.
+
+#include "bench/vectors.h"
+
+#include "quorva/registry.h"
+#include "quorva/rtxContext.h"
+#include "quorva/rtxDiag.h"
+#include "quorva/rtxMemHeap.h"
+#include "quorva/rtxPrintToStream.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Message {
+   const char* label;
+   const char* pdu;
+   const char* file;
+   const char* vector;
+};
+
+constexpr Message kMessages[] = {
+      {"EPS AttachRequest", "TS24301Msg_PDU", "eps", "attach-request-pdn-connectivity-request-3"},
+      {"EPS AttachAccept", "TS24301Msg_PDU", "eps", "attach-accept-activate-default-eps-bearer-contex-3"},
+      {"5GS RegRequest", "TS24501Msg_PDU", "5gs", "registration-request-1"},
+      {"5GS SessEstAccept", "TS24501Msg_PDU", "5gs", "pdu-session-establishment-accept-1"},
+      {"CC Setup", "TS24008Msg_PDU", "ts24008", "setup-1"},
+};
+
+// A callback of the caller's own that does the same as the stock one.
+int toString(void* user, const char* format, va_list arguments) {
+   return rtxPrintStreamToStringCB(user, format, arguments);
+}
+
+// A message decoded once, with its trace if asked for.
+class Fixture {
+public:
+   Fixture(const Message& message, bool traced) : type(quorvaFindType(message.pdu)), memory(1 << 20) {
+      rtInitContext(&ctxt);
+      for (auto& vector : quorva::bench::vectorsOf(message.file))
+         if (vector.name == message.vector) octets = quorva::bench::plain(vector.octets);
+      record.resize(type->size);
+      status = decode(traced);
+      rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text);
+      print();
+      lines = static_cast<double>(std::count(memory.data(), memory.data() + text.used, '\n'));
+   }
+   ~Fixture() { rtxFreeContext(&ctxt); }
+
+   int decode(bool traced) {
+      rtxMemReset(&ctxt);
+      ctxt.bitFields = nullptr;
+      if (traced) {
+         auto* list = static_cast<RtxDiagBitFieldList*>(rtxMemHeapAlloc(&ctxt, sizeof(RtxDiagBitFieldList)));
+         rtxDiagBitFieldListInit(&ctxt, list);
+         ctxt.bitFields = list;
+      }
+      if (type->init != nullptr) type->init(record.data());
+      rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
+      return type->decode(&ctxt, record.data());
+   }
+
+   void print() {
+      text.used = 0;
+      type->print(&ctxt, "PDU", record.data());
+   }
+
+   RtxContext ctxt;
+   const QuorvaType* type;
+   std::vector<uint8_t> octets, record;
+   std::vector<char> memory;
+   RtxPrintToStringBuffer text{memory.data(), memory.size(), 0};
+   double lines = 0;
+   int status = 0;
+};
+
+benchmark::Counter perLine(const benchmark::State& state, const Fixture& fixture) {
+   return {fixture.lines * static_cast<double>(state.iterations()),
+           benchmark::Counter::kIsRate | benchmark::Counter::kInvert};
+}
+
+void printMessage(benchmark::State& state, const Message* message, RtxPrintCallback callback) {
+   Fixture fixture(*message, false);
+   if (fixture.status != 0) return state.SkipWithError("does not decode");
+   std::FILE* file = callback == rtxPrintStreamToFileCB ? std::fopen("/dev/null", "w") : nullptr;
+   rtxSetPrintStream(&fixture.ctxt, callback, file != nullptr ? static_cast<void*>(file) : &fixture.text);
+   for (auto _ : state) fixture.print();
+   state.counters["line"] = perLine(state, fixture);
+   if (file != nullptr) std::fclose(file);
+}
+
+void copyText(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message, false);
+   std::vector<char> copy(fixture.text.used);
+   for (auto _ : state) {
+      std::memcpy(copy.data(), fixture.memory.data(), copy.size());
+      benchmark::DoNotOptimize(copy.data());
+      benchmark::ClobberMemory();
+   }
+   state.counters["line"] = perLine(state, fixture);
+}
+
+enum class Listing { None, Text, Html };
+
+void traceMessage(benchmark::State& state, const Message* message, bool traced, Listing listing) {
+   Fixture fixture(*message, traced);
+   if (fixture.status != 0) return state.SkipWithError("does not decode");
+   for (auto _ : state) {
+      benchmark::DoNotOptimize(fixture.decode(traced));
+      fixture.text.used = 0;
+      if (listing == Listing::Text) rtxDiagBitTracePrint(fixture.ctxt.bitFields, "PDU");
+      if (listing == Listing::Html) rtxDiagBitTracePrintHTML("/dev/null", fixture.ctxt.bitFields, "PDU");
+   }
+}
+
+const bool registered = [] {
+   for (const Message& message : kMessages) {
+      const std::string name = message.label;
+      const auto add = [&name](const std::string& row, auto function, auto... arguments) {
+         benchmark::RegisterBenchmark((row + "/" + name).c_str(), function, arguments...);
+      };
+      add("memcpy of the text", copyText, &message);
+      add("string", printMessage, &message, rtxPrintStreamToStringCB);
+      add("file", printMessage, &message, rtxPrintStreamToFileCB);
+      add("own callback", printMessage, &message, toString);
+      add("decode", traceMessage, &message, false, Listing::None);
+      add("decode with trace", traceMessage, &message, true, Listing::None);
+      add("decode with trace and listing", traceMessage, &message, true, Listing::Text);
+      add("decode with trace and page", traceMessage, &message, true, Listing::Html);
+   }
+   return true;
+}();
+
+} // namespace
