@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace quorva_test;
 using testing::EndsWith;
@@ -214,6 +215,40 @@ TEST(Decode, TakesAnyType) {
    result = run("decode --status --type TS24301IE_UENetworkCapability 02F0F0C040");
    EXPECT_EQ(result.code, 0);
    EXPECT_THAT(result.text, EndsWith("}\nstatus: RTX_OK (0)\nleft over: 2 of 5 octets\n"));
+}
+
+TEST(Decode, QuietShowsStatusesOnly) {
+   const Folder folder;
+   const std::string file =
+         folder.write("messages", "7E005B01\n7E0053  # no such type\n\n7E005B01FF\n7E00\n");
+   EXPECT_EQ(run("decode --quiet " + file).text, "status: RTX_OK (0)\n"
+                                                 "status: RTX_E_BAD_CHOICE (-9)\n"
+                                                 "status: RTX_OK (0)\n"
+                                                 "status: RTX_E_END_OF_DATA (-2)\n");
+   EXPECT_EQ(run("decode --quiet 7E005B01").code, 0);
+   EXPECT_EQ(run("decode --quiet 7E00").code, 1);
+   EXPECT_EQ(run("decode --quiet --trace 7E005B01").code, 2);
+}
+
+TEST(Decode, ShowsAMessageBeforeTheNextLineComes) {
+   const Folder folder;
+   const std::string in = folder.file("in"), out = folder.file("out");
+   ASSERT_EQ(mkfifo(in.c_str(), 0600), 0);
+   ASSERT_EQ(mkfifo(out.c_str(), 0600), 0);
+   const Result result = run("decode <" + in + " >" + out + " & exec 3>" + in + " 4<" + out +
+                             "; echo 7E005B01 >&3; timeout 20 head -n 1 <&4; exec 3>&-; cat <&4 >/dev/null");
+   EXPECT_EQ(result.text, "PDU {\n");
+}
+
+TEST(Decode, PassesOverALineThatIsLongerThanAnyMessage) {
+   const Folder folder;
+   const std::string digits(size_t{65} << 20, '0');
+   for (const char* end : {"\n7E005B01\n", ""}) {
+      const Result result = run("decode --quiet " + folder.write("long", "7E005B01\n" + digits + end));
+      EXPECT_NE(result.text.find("long:2: longer than any message\n"), std::string::npos) << result.text;
+      EXPECT_EQ(result.text.find("status: RTX_OK (0)\n", 5) != std::string::npos, *end != 0);
+      EXPECT_EQ(result.code, 1);
+   }
 }
 
 TEST(Decode, ListsBits) {

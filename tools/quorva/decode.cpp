@@ -1,7 +1,6 @@
 #include "tools/quorva/decode.h"
 
 #include "tools/quorva/partial.h"
-#include "tools/quorva/session.h"
 #include "tools/quorva/statusName.h"
 
 #include "quorva/rtxDiag.h"
@@ -67,13 +66,15 @@ bool isReport(int status) {
    return status == RTX_E_MAC_MISMATCH || status == RTX_E_BAD_IEI || status == RTX_E_NO_SECURITY;
 }
 
-void show(const std::string& text) {
+constexpr std::string_view goodStatus = "status: RTX_OK (0)\n";
+
+void show(std::string_view text) {
    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
-void complain(const std::string& origin, const std::string& text) {
+void complain(const Message& message, const std::string& text) {
    std::fflush(stdout);
-   std::fprintf(stderr, "quorva: %s: %s\n", origin.c_str(), text.c_str());
+   std::fprintf(stderr, "quorva: %s: %s\n", message.origin().c_str(), text.c_str());
 }
 
 bool isType(const QuorvaType& type, const char* name) {
@@ -209,103 +210,137 @@ InnerMessage innerMessage(const QuorvaType& type, const void* value) {
    return inner;
 }
 
-class Decoding {
-public:
-   explicit Decoding(const DecodeOptions& options) : options_(options), security_(options.security) {}
+} // namespace
 
-   // Decodes and prints a message, and what it carries. True for status 0.
-   bool decode(const std::string& origin, std::vector<uint8_t> octets, const QuorvaType& type);
-
-private:
-   bool writePage(const std::string& origin, RtxContext* ctxt);
-
-   const DecodeOptions& options_;
-   Security security_;
-   int printed_ = 0; // messages
-   int pages_ = 0;   // of HTML
+// A message of a type; its octets stay as they are, since deciphering works on a copy.
+struct Decoding::Given {
+   const Message& message; // that it stands in
+   const std::vector<uint8_t>& octets;
+   const QuorvaType& type;
 };
 
-bool Decoding::decode(const std::string& origin, std::vector<uint8_t> octets, const QuorvaType& type) {
-   if (printed_++ > 0) show("\n");
-   Session session;
-   RtxContext* ctxt = session.ctxt();
-   int status = security_.prepare(ctxt, octets);
+bool Decoding::decode(const Given& given) {
+   if (printed_++ > 0 && !options_.quiet) show("\n");
+   const uint32_t count = options_.security.any() ? security_.countOf(given.octets) : 0;
+   if (!options_.trace && options_.htmlFile.empty()) {
+      if (const auto good = decodeQuickly(given, count)) return *good;
+   }
+   return decodeTraced(given, count);
+}
+
+// Most messages decode well. Of others, no result: which element failed only the trace tells.
+std::optional<bool> Decoding::decodeQuickly(const Given& given, uint32_t count) {
+   if (!session_) session_.emplace(stdout);
+   RtxContext* ctxt = session_->ctxt();
+   int status = security_.prepare(ctxt, count);
    if (status < 0) {
-      complain(origin, "no security state: " + statusName(status));
+      complain(given.message, "no security state: " + statusName(status));
+      session_.reset();
       return false;
    }
-   const std::string name = printName(type);
-   if (!session.startTrace()) throw std::bad_alloc();
-   Value value(type);
-   if (type.init != nullptr) type.init(value.get());
-   rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-   status = type.decode(ctxt, value.get());
+   Value value(given.type);
+   if (given.type.init != nullptr) given.type.init(value.get());
+   copy_ = given.octets;
+   rtxCtxtSetBufPtr(ctxt, copy_.data(), copy_.size());
+   status = given.type.decode(ctxt, value.get());
+   if (status < 0) {
+      session_.reset();
+      if (!options_.quiet) return std::nullopt;
+      show("status: " + statusName(status) + "\n");
+      return false;
+   }
+   if (!options_.quiet) given.type.print(ctxt, printName(given.type).c_str(), value.get());
+   showEnd(ctxt, copy_.size());
+   const InnerMessage inner = options_.openRP ? innerMessage(given.type, value.get()) : InnerMessage();
+   session_->forget();
+   return inner.type == nullptr || decode({given.message, inner.octets, *quorvaFindType(inner.type)});
+}
 
-   const Stop stop = stopOf(type, ctxt, status);
-   if (status < 0) show(failureText(ctxt, status, stop));
-   type.print(ctxt, name.c_str(), value.get());
-   show(stop.early ? textUpTo(session.takeText(), stop.path) : session.takeText());
-   if (status >= 0 && options_.status) show("status: " + statusName(RTX_OK) + "\n");
-   if (status >= 0 && ctxt->bufByteIndex < octets.size())
-      show("left over: " + std::to_string(octets.size() - ctxt->bufByteIndex) + " of " +
-           std::to_string(octets.size()) + " octets\n");
+bool Decoding::decodeTraced(const Given& given, uint32_t count) {
+   Session session;
+   RtxContext* ctxt = session.ctxt();
+   int status = security_.prepare(ctxt, count);
+   if (status < 0) {
+      complain(given.message, "no security state: " + statusName(status));
+      return false;
+   }
+   if (!session.startTrace()) throw std::bad_alloc();
+   Value value(given.type);
+   if (given.type.init != nullptr) given.type.init(value.get());
+   std::vector<uint8_t> octets = given.octets;
+   rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
+   status = given.type.decode(ctxt, value.get());
+
+   const Stop stop = stopOf(given.type, ctxt, status);
    bool good = status >= 0;
+   if (options_.quiet) {
+      if (!good) show("status: " + statusName(status) + "\n");
+   } else {
+      if (!good) show(failureText(ctxt, status, stop));
+      given.type.print(ctxt, printName(given.type).c_str(), value.get());
+      show(stop.early ? textUpTo(session.takeText(), stop.path) : session.takeText());
+   }
+   if (good) showEnd(ctxt, octets.size());
    if (options_.trace) {
       rtxDiagBitTracePrint(ctxt->bitFields, "");
       show("\n" + session.takeText());
    }
-   if (!options_.htmlFile.empty()) good = writePage(origin, ctxt) && good;
+   if (!options_.htmlFile.empty()) good = writePage(given, ctxt) && good;
    if (options_.openRP && !stop.early) {
-      if (InnerMessage inner = innerMessage(type, value.get()); inner.type != nullptr)
-         good = decode(origin, std::move(inner.octets), *quorvaFindType(inner.type)) && good;
+      if (const InnerMessage inner = innerMessage(given.type, value.get()); inner.type != nullptr)
+         good = decode({given.message, inner.octets, *quorvaFindType(inner.type)}) && good;
    }
    return good;
 }
 
+// What stands behind the text of a good message.
+void Decoding::showEnd(const RtxContext* ctxt, size_t size) {
+   if (options_.status || options_.quiet) show(goodStatus);
+   if (ctxt->bufByteIndex < size && !options_.quiet)
+      show("left over: " + std::to_string(size - ctxt->bufByteIndex) + " of " + std::to_string(size) +
+           " octets\n");
+}
+
 // The page of the first message has the name given; those of further ones have a number in front of its
 // suffix.
-bool Decoding::writePage(const std::string& origin, RtxContext* ctxt) {
+bool Decoding::writePage(const Given& given, RtxContext* ctxt) {
    std::filesystem::path file = options_.htmlFile;
    if (++pages_ > 1)
       file.replace_filename(file.stem().string() + "-" + std::to_string(pages_) + file.extension().string());
    if (std::FILE* probe = std::fopen(file.c_str(), "w"); probe != nullptr) {
       std::fclose(probe);
    } else {
-      complain(origin, "can't write " + file.string());
+      complain(given.message, "can't write " + file.string());
       return false;
    }
    rtxDiagBitTracePrintHTML(file.c_str(), ctxt->bitFields, "");
    return true;
 }
 
-} // namespace
-
-bool decodeMessages(const DecodeOptions& options, const std::vector<Message>& messages) {
-   Decoding decoding(options);
-   bool good = true;
-   for (const Message& message : messages) {
-      if (!message.fault.empty()) {
-         complain(message.origin, message.fault);
-         good = false;
-         continue;
-      }
-      const char* name = options.type.empty() ? pduOf(message.octets[0]) : options.type.c_str();
-      if (name == nullptr) {
-         complain(message.origin,
-                  "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
-         good = false;
-         continue;
-      }
-      const QuorvaType* type = quorvaFindType(name);
-      if (type == nullptr || type->decode == nullptr || type->print == nullptr) {
-         complain(message.origin, std::string(name) + (type == nullptr ? " is no type; see: quorva types"
-                                                                       : " has no decoder and printer"));
-         good = false;
-         continue;
-      }
-      good = decoding.decode(message.origin, message.octets, *type) && good;
+// The type to decode a message as; null, with a word about it, if there is none.
+const QuorvaType* Decoding::typeOf(const Message& message) {
+   const char* name = options_.type.empty() ? pduOf(message.octets[0]) : options_.type.c_str();
+   if (name == nullptr) {
+      complain(message, "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
+      return nullptr;
    }
-   return good;
+   if (type_ != nullptr && isType(*type_, name)) return type_;
+   const QuorvaType* type = quorvaFindType(name);
+   if (type == nullptr || type->decode == nullptr || type->print == nullptr) {
+      complain(message, std::string(name) + (type == nullptr ? " is no type; see: quorva types"
+                                                             : " has no decoder and printer"));
+      return nullptr;
+   }
+   return type_ = type;
+}
+
+bool Decoding::decode(const Message& message) {
+   if (!message.fault.empty()) {
+      complain(message, message.fault);
+      return false;
+   }
+   const QuorvaType* type = typeOf(message);
+   return type != nullptr && decode({message, message.octets, *type});
 }
 
 } // namespace quorva::tool

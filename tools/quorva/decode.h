@@ -3,7 +3,9 @@
 
 #include "tools/quorva/input.h"
 #include "tools/quorva/security.h"
+#include "tools/quorva/session.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,12 +15,36 @@ struct DecodeOptions {
    std::string type; // name of the type to decode; empty: by each message's discriminator
    SecurityOptions security;
    bool status = false;  // show the status of good messages too
+   bool quiet = false;   // show statuses only
    bool trace = false;   // list the bits
    bool openRP = false;  // open SMS transfer down to the RP message
    std::string htmlFile; // page of the bits; empty: none
 };
 
-// Decodes and prints all messages. True if each of them had status 0.
-bool decodeMessages(const DecodeOptions& options, const std::vector<Message>& messages);
+// Decodes and prints messages, one after the other.
+class Decoding {
+public:
+   explicit Decoding(const DecodeOptions& options) : options_(options), security_(options.security) {}
+
+   // True if the message has status 0.
+   bool decode(const Message& message);
+
+private:
+   struct Given;
+   bool decode(const Given& given);
+   std::optional<bool> decodeQuickly(const Given& given, uint32_t count);
+   bool decodeTraced(const Given& given, uint32_t count);
+   void showEnd(const RtxContext* ctxt, size_t size);
+   const QuorvaType* typeOf(const Message& message);
+   bool writePage(const Given& given, RtxContext* ctxt);
+
+   const DecodeOptions& options_;
+   Security security_;
+   std::optional<Session> session_;   // of messages that decode well
+   const QuorvaType* type_ = nullptr; // of the last message
+   std::vector<uint8_t> copy_;
+   size_t printed_ = 0; // messages
+   size_t pages_ = 0;   // of HTML
+};
 
 } // namespace quorva::tool

@@ -1,11 +1,15 @@
 #include "tools/quorva/input.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iostream>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace quorva::tool {
 
@@ -46,6 +50,38 @@ static std::string digitsOf(std::string_view text, size_t& bad) {
    return digits;
 }
 
+// What a character is worth in hexadecimal text: a digit's value, or one of these.
+constexpr uint8_t kBlank = 16;
+constexpr uint8_t kOther = 17;
+
+static constexpr std::array<uint8_t, 256> kValues = [] {
+   std::array<uint8_t, 256> values{};
+   values.fill(kOther);
+   for (const char ch : {' ', '\t', '\n', '\v', '\f', '\r', ','}) values[static_cast<uint8_t>(ch)] = kBlank;
+   for (uint8_t i = 0; i < 10; ++i) values['0' + i] = i;
+   for (uint8_t i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = static_cast<uint8_t>(10 + i);
+   return values;
+}();
+
+// Octets of text with nothing but pairs of digits and blanks; false for any other.
+static bool plainOctets(std::string_view text, std::vector<uint8_t>& octets) {
+   octets.clear();
+   octets.reserve(text.size() / 2);
+   unsigned high = kOther; // none
+   for (const char ch : text) {
+      const uint8_t value = kValues[static_cast<uint8_t>(ch)];
+      if (value == kBlank) continue;
+      if (value == kOther) return false;
+      if (high == kOther) {
+         high = value;
+      } else {
+         octets.push_back(static_cast<uint8_t>(high << 4 | value));
+         high = kOther;
+      }
+   }
+   return high == kOther && !octets.empty();
+}
+
 static uint8_t digitValue(char digit) {
    if (digit <= '9') return static_cast<uint8_t>(digit - '0');
    return static_cast<uint8_t>((digit | 0x20) - 'a' + 10);
@@ -78,71 +114,132 @@ std::optional<std::vector<uint8_t>> octetsFromHex(std::string_view text, std::st
    return octets;
 }
 
-static Message messageFromHex(std::string origin, std::string_view text) {
-   Message message{std::move(origin), {}, {}};
-   if (auto octets = octetsFromHex(text, message.fault)) message.octets = std::move(*octets);
-   return message;
+static void setOctets(Message& message, std::string_view text) {
+   message.fault.clear();
+   if (plainOctets(text, message.octets)) return;
+   auto octets = octetsFromHex(text, message.fault);
+   message.octets = octets ? std::move(*octets) : std::vector<uint8_t>();
 }
 
-// The next line up to a #, or to the first character that spoils it; false at the end of the input. A line
-// that doesn't end in time has no end here.
-static bool readLine(std::istream& in, std::string& line, bool& endless) {
-   line.clear();
-   bool keep = true;
-   size_t length = 0;
-   for (char ch; in.get(ch) && ch != '\n';) {
-      endless = ++length > kMostCharacters;
-      if (endless) return true;
-      keep = keep && ch != '#';
-      if (keep) line += ch;
-      keep = keep && (isBlank(ch) || isHexDigit(ch) || ch == 'x' || ch == 'X');
-   }
-   return in.good() || length != 0;
-}
+// The lines of a file, read in pieces.
+class Lines {
+public:
+   explicit Lines(int file) : file_(file), buffer_(size_t{1} << 16) {}
 
-static void readLines(std::istream& in, const std::string& name, std::vector<Message>& messages) {
-   std::string line;
-   bool endless = false;
-   for (size_t number = 1; readLine(in, line, endless); ++number) {
-      const std::string origin = name + ":" + std::to_string(number);
-      if (endless) {
-         messages.push_back({origin, {}, kTooLong});
-         return;
+   // The next line, which stands until the next call; none at the end and where reading fails. `whole` is
+   // false if it is cut, being longer than any message.
+   std::optional<std::string_view> next(bool& whole) {
+      whole = true;
+      for (size_t searched = 0;;) {
+         char* const begin = buffer_.data() + begin_;
+         const size_t held = end_ - begin_;
+         if (auto* lineEnd = static_cast<char*>(std::memchr(begin + searched, '\n', held - searched))) {
+            const auto length = static_cast<size_t>(lineEnd - begin);
+            begin_ += length + 1;
+            return std::string_view(begin, length);
+         }
+         searched = held;
+         if (held >= kMaxLine) { // the rest is passed over
+            whole = false;
+            begin_ = end_;
+            searched = 0;
+         }
+         if (!fill()) {
+            if ((held == 0 && whole) || failed()) return std::nullopt;
+            begin_ = end_;
+            return std::string_view(begin, held);
+         }
       }
-      bool blank = true;
-      for (const char ch : line) blank = blank && isBlank(ch);
-      if (!blank) messages.push_back(messageFromHex(origin, line));
    }
-   if (in.bad()) messages.push_back({name, {}, "can't be read to its end"});
+
+   bool failed() const { return error_ != 0; }
+   bool readAny() const { return any_; }
+   int error() const { return error_; }
+
+private:
+   static constexpr size_t kMaxLine = size_t{64} << 20;
+
+   // Reads on behind what is held; false at the end.
+   bool fill() {
+      if (begin_ > 0) {
+         std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+         end_ -= begin_;
+         begin_ = 0;
+      }
+      if (end_ == buffer_.size()) buffer_.resize(2 * buffer_.size());
+      pollfd waiting{file_, POLLIN, 0};
+      // Before a wait all that is decoded shows.
+      if (poll(&waiting, 1, 0) == 0) std::fflush(stdout);
+      ssize_t count = 0;
+      do count = read(file_, buffer_.data() + end_, buffer_.size() - end_);
+      while (count < 0 && errno == EINTR);
+      if (count < 0) error_ = errno;
+      if (count <= 0) return false;
+      any_ = true;
+      end_ += static_cast<size_t>(count);
+      return true;
+   }
+
+   int file_;
+   std::vector<char> buffer_;
+   size_t begin_ = 0, end_ = 0; // of what is held
+   bool any_ = false;
+   int error_ = 0;
+};
+
+using Take = std::function<void(const Message&)>;
+
+static void readLines(Lines& lines, const std::string& name, const Take& take) {
+   Message message{name, 0, {}, {}};
+   bool whole = true;
+   while (auto line = lines.next(whole)) {
+      ++message.line;
+      if (!whole) {
+         message.octets.clear();
+         message.fault = "longer than any message";
+         take(message);
+         continue;
+      }
+      const std::string_view text = line->substr(0, line->find('#'));
+      if (std::all_of(text.begin(), text.end(), isBlank)) continue;
+      setOctets(message, text);
+      take(message);
+   }
+   if (lines.failed() && lines.readAny()) take({name, 0, {}, "can't be read to its end"});
 }
 
-static void readFile(const std::string& name, std::vector<Message>& messages) {
-   errno = 0;
-   std::ifstream file(name);
-   // A directory opens, and fails at its first character.
-   if (file && (file.peek(), !file.bad())) {
-      file.clear();
-      readLines(file, name, messages);
-      return;
+static void readFile(const std::string& name, const Take& take) {
+   const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+   int error = errno;
+   if (file >= 0) {
+      Lines lines(file);
+      readLines(lines, name, take);
+      close(file);
+      if (!lines.failed() || lines.readAny()) return;
+      error = lines.error(); // a directory opens, and fails at its first octet
    }
-   const std::string reason = errno != 0 ? std::strerror(errno) : "can't be read";
-   messages.push_back({name, {}, "neither hexadecimal text nor a readable file: " + reason});
+   take({name, 0, {}, std::string("neither hexadecimal text nor a readable file: ") + std::strerror(error)});
 }
 
-std::vector<Message> readMessages(const std::vector<std::string>& arguments) {
-   std::vector<Message> messages;
+static void readInput(const Take& take) {
+   Lines lines(STDIN_FILENO);
+   readLines(lines, "standard input", take);
+   if (lines.failed() && !lines.readAny()) take({"standard input", 0, {}, "can't be read to its end"});
+}
+
+void readMessages(const std::vector<std::string>& arguments, const Take& take) {
    size_t given = 0; // messages on the command line itself
    for (size_t i = 0; i < arguments.size(); ++i) {
       const std::string& argument = arguments[i];
       if (argument == "-") {
-         readLines(std::cin, "standard input", messages);
+         readInput(take);
          continue;
       }
       size_t bad = 0;
       std::string text = argument;
       std::string digits = digitsOf(argument, bad);
       if (bad != std::string::npos) {
-         readFile(argument, messages);
+         readFile(argument, take);
          continue;
       }
       while (!digits.empty() && digits.size() <= 2 && i + 1 < arguments.size()) {
@@ -150,10 +247,11 @@ std::vector<Message> readMessages(const std::vector<std::string>& arguments) {
          if (bad != std::string::npos || digits.empty() || digits.size() > 2) break;
          text += ' ' + arguments[++i];
       }
-      messages.push_back(messageFromHex("message " + std::to_string(++given), text));
+      Message message{"message " + std::to_string(++given), 0, {}, {}};
+      setOctets(message, text);
+      take(message);
    }
-   if (arguments.empty()) readLines(std::cin, "standard input", messages);
-   return messages;
+   if (arguments.empty()) readInput(take);
 }
 
 } // namespace quorva::tool

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fnmatch.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -115,7 +116,9 @@ static int run(int argc, char** argv) {
 
    SecurityOptions& security = options.security;
    decode->add_flag("--status", options.status, "Show the status of good messages too");
-   decode->add_flag("--trace", options.trace, "List each message bit by bit");
+   CLI::Option* quiet =
+         decode->add_flag("--quiet", options.quiet, "Show nothing but the status of each message");
+   decode->add_flag("--trace", options.trace, "List each message bit by bit")->excludes(quiet);
    decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
          ->type_name("FILE");
    decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
@@ -163,12 +166,18 @@ static int run(int argc, char** argv) {
    if (explain->parsed()) return explainType(name);
    if (!options.type.empty() && knownType(options.type) == nullptr) return kFailed;
    security.bearer = static_cast<uint8_t>(bearer);
-   const auto messages = readMessages(inputs);
-   if (messages.empty()) {
-      std::fputs("quorva: no message\n", stderr);
-      return kFailed;
-   }
-   return decodeMessages(options, messages) ? kGood : kFailed;
+   // To a file or a pipe in big pieces.
+   if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, nullptr, _IOFBF, size_t{1} << 16);
+   Decoding decoding(options);
+   size_t count = 0;
+   bool good = true;
+   readMessages(inputs, [&](const Message& message) {
+      ++count;
+      good = decoding.decode(message) && good;
+   });
+   if (count > 0) return good ? kGood : kFailed;
+   std::fputs("quorva: no message\n", stderr);
+   return kFailed;
 }
 
 } // namespace quorva::tool

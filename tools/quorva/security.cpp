@@ -41,7 +41,7 @@ uint32_t Security::countOf(const std::vector<uint8_t>& octets) {
    return count;
 }
 
-int Security::prepare(RtxContext* ctxt, const std::vector<uint8_t>& octets) {
+int Security::prepare(RtxContext* ctxt, uint32_t count) const {
    if (options_.uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
    if (!options_.any()) return 0;
    int status = rtx3gppSecInitialize(ctxt);
@@ -50,7 +50,7 @@ int Security::prepare(RtxContext* ctxt, const std::vector<uint8_t>& octets) {
    status = rtx3gppAssignAlgorithmKeys(ctxt, keyOf(options_.integrityKey), keyOf(options_.cipherKey),
                                        options_.integrityKey ? 2 : 0, options_.cipherKey ? 2 : 0);
    if (status < 0) return status;
-   ctxt->nasSec->count = countOf(octets);
+   ctxt->nasSec->count = count;
    ctxt->nasSec->bearer = options_.bearer;
    ctxt->nasSec->direction = options_.uplink ? 0 : 1;
    return 0;

@@ -30,12 +30,13 @@ class Security {
 public:
    explicit Security(const SecurityOptions& options) : options_(options), next_(options.count.value_or(0)) {}
 
-   // Prepares the context for a message. A status below 0 is a failure.
-   int prepare(RtxContext* ctxt, const std::vector<uint8_t>& octets);
-
-private:
+   // NAS COUNT of the next message.
    uint32_t countOf(const std::vector<uint8_t>& octets);
 
+   // Prepares the context for a message. A status below 0 is a failure.
+   int prepare(RtxContext* ctxt, uint32_t count) const;
+
+private:
    const SecurityOptions& options_;
    uint32_t next_; // lowest COUNT that the next message may have
    bool started_ = false;

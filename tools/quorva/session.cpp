@@ -1,9 +1,11 @@
 #include "tools/quorva/session.h"
 
+#include "quorva/rt3gppNasSec.h"
 #include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
+#include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -15,39 +17,40 @@ static void* zeroedMemory(size_t size) {
    return std::calloc(1, size);
 }
 
-static int appendToText(void* userData, const char* format, va_list args) {
-   auto& text = *static_cast<std::string*>(userData);
-   char line[512];
-   va_list again;
-   va_copy(again, args);
-   const int length = std::vsnprintf(line, sizeof line, format, args);
-   if (length >= 0 && static_cast<size_t>(length) < sizeof line) {
-      text.append(line, static_cast<size_t>(length));
-   } else if (length > 0) {
-      const size_t start = text.size();
-      text.resize(start + static_cast<size_t>(length) + 1);
-      std::vsnprintf(text.data() + start, static_cast<size_t>(length) + 1, format, again);
-      text.pop_back();
+Session::Session(std::FILE* out) {
+   if (out == nullptr) out = collector_ = open_memstream(&text_, &length_);
+   const bool ready = out != nullptr && rtxInitContextExt(&ctxt_, zeroedMemory, nullptr, std::free) >= 0;
+   if (ready && rtCtxtInitASN1Info(&ctxt_) >= 0 &&
+       rtxSetPrintStream(&ctxt_, rtxPrintStreamToFileCB, out) >= 0) {
+      flags_ = ctxt_.flags;
+      return;
    }
-   va_end(again);
-   return length;
-}
-
-Session::Session() {
-   if (rtxInitContextExt(&ctxt_, zeroedMemory, nullptr, std::free) < 0) throw std::bad_alloc();
-   if (rtCtxtInitASN1Info(&ctxt_) < 0 || rtxSetPrintStream(&ctxt_, appendToText, &text_) < 0) {
-      rtFreeContext(&ctxt_);
-      throw std::bad_alloc();
-   }
+   if (ready) rtFreeContext(&ctxt_);
+   closeCollector();
+   throw std::bad_alloc();
 }
 
 Session::~Session() {
    rtFreeContext(&ctxt_);
+   closeCollector();
+}
+
+void Session::closeCollector() {
+   if (collector_ != nullptr) std::fclose(collector_);
+   std::free(text_);
+}
+
+void Session::forget() {
+   if (ctxt_.nasSec != nullptr) rtx3gppSecFree(&ctxt_);
+   rtxErrReset(&ctxt_);
+   rtxMemReset(&ctxt_);
+   ctxt_.flags = flags_;
 }
 
 std::string Session::takeText() {
-   std::string text;
-   text.swap(text_);
+   if (std::fflush(collector_) != 0) throw std::bad_alloc();
+   std::string text(text_, length_);
+   std::rewind(collector_);
    return text;
 }
 

@@ -1,4 +1,4 @@
-// A context for one message, whose print stream goes into a text.
+// A context for messages, and where its print stream goes.
 #pragma once
 
 #include "quorva/registry.h"
@@ -6,30 +6,41 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace quorva::tool {
 
-// Every message gets a context of its own, so that no flag, name, error or open tail of one reaches the next.
+// One message after the other: no flag, name, error or open tail of one reaches the next.
 class Session {
 public:
-   Session(); // throws std::bad_alloc
+   // Printed text goes to a file; without one it is collected. Throws std::bad_alloc.
+   explicit Session(std::FILE* out = nullptr);
    ~Session();
    Session(const Session&) = delete;
    Session& operator=(const Session&) = delete;
 
    RtxContext* ctxt() { return &ctxt_; }
 
-   // What was printed since the last call.
+   // Forgets a message that was decoded well. Behind one that failed another session is needed, whose memory
+   // is zeroed: the printer of a record that was decoded only in part must meet no chance values.
+   void forget();
+
+   // What was collected since the last call.
    std::string takeText();
 
    // Begins the bit trace. False if there is no memory.
    bool startTrace();
 
 private:
+   void closeCollector();
+
    RtxContext ctxt_;
-   std::string text_;
+   uint32_t flags_ = 0; // at its start
+   std::FILE* collector_ = nullptr;
+   char* text_ = nullptr;
+   size_t length_ = 0;
 };
 
 // Zeroed memory for a value of a type.
