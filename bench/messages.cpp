@@ -61,6 +61,7 @@ constexpr Message kMessages[] = {
       {"5GS SecModeCmd", "TS24501Msg_PDU", "5gs", "security-mode-command-1", "5 L"},
       {"MM LocUpdatingRequest", "TS24008Msg_PDU", "ts24008", "location-updating-request-1", "9 L"},
       {"CC Setup", "TS24008Msg_PDU", "ts24008", "setup-1", "2"},
+      {"CC Setup, octets 3b", "TS24008Msg_PDU", "ts24008", "setup-3", "2"},
       {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2", "2 L 3 L 6 L"},
       {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1", "4 L L"},
 };

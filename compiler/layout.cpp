@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 
 namespace l3c {
 
@@ -139,8 +140,52 @@ bool hasShortForm(const Type& type) {
    }
 }
 
+namespace {
+
+// Collects the types of values that follow a bit.
+class BehindBits {
+public:
+   void search(const Type& type) {
+      if (type.kind == TypeKind::List && type.entries != Entries::Rest) add(type.base.type);
+      for (auto& field : type.fields) search(*field, false);
+   }
+
+   bool has(const Type& type) const { return types_.count(&type) != 0; }
+
+private:
+   void search(const Field& field, bool behind) {
+      behind = behind || field.lead != Lead::None ||
+               (field.kind == Kind::Each && field.entries != Entries::Rest);
+      if (behind) add(field.type.type);
+      for (auto& inner : field.fields) search(*inner, behind || field.kind == Kind::Chain);
+      for (auto& arm : field.arms)
+         if (arm.field != nullptr) search(*arm.field, behind);
+   }
+
+   // What is in such a record stands behind the bit too.
+   void add(const Type* type) {
+      if (type == nullptr || type->custom) return;
+      if (type->kind == TypeKind::Alias || type->kind == TypeKind::OneElement) return add(type->base.type);
+      if (type->kind != TypeKind::Record || type->cls != Class::V || !types_.insert(type).second) return;
+      for (auto& field : type->fields) search(*field, true);
+   }
+
+   std::set<const Type*> types_;
+};
+
+} // namespace
+
+void markBehindBits(Model& model) {
+   BehindBits behind;
+   for (auto& module : model.modules)
+      for (auto& type : module->types) behind.search(*type);
+   for (auto& module : model.modules)
+      for (auto& type : module->types)
+         if (behind.has(*type)) type->amongBits = true;
+}
+
 bool standsAmongBits(const Type& type) {
-   if (type.custom) return type.amongBits;
+   if (type.custom || type.amongBits) return type.amongBits;
    if (type.kind != TypeKind::Record || type.cls == Class::LV || type.cls == Class::LVE) return false;
    return type.cls == Class::LB || std::any_of(type.fields.begin(), type.fields.end(), [](auto& field) {
              return field->lead != Lead::None ||

@@ -66,6 +66,9 @@ std::string argumentNames(const Type& type, bool encode);
 // Has the codec a short form beside the full one? What holds a message, ends early on purpose or counts in
 // bits has none.
 bool hasShortForm(const Type& type);
+// Marks the types whose values follow a bit of the elements that they stand in: entries of chains and of
+// lists with flags, and what a leading bit announces.
+void markBehindBits(Model& model);
 // May a value of the type begin or end inside an octet, without being one of a run?
 bool standsAmongBits(const Type& type);
 std::string shortDeclaration(const Type& type, bool encode);

@@ -199,7 +199,7 @@ struct Type {
    bool open = false;                   // Digits: the text has the room that the count asks for
    bool padded = false;                 // Record: the contents end within an octet, on purpose
    bool shortForm = false;              // custom: the codec by hand has a short form
-   bool amongBits = false;              // custom: it stands inside an octet
+   bool amongBits = false;              // it stands behind a bit inside an octet; custom: by its description
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    TypeRef base;              // Alias, OneElement, List

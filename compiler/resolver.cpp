@@ -1,4 +1,5 @@
 // Names to types, expressions to fields, storage, group numbers, nested names.
+#include "compiler/layout.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -313,6 +314,7 @@ private:
 
 void resolve(Model& model, Diagnostics& diagnostics) {
    Resolver(model, diagnostics).run();
+   markBehindBits(model);
 }
 
 } // namespace l3c
