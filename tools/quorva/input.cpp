@@ -116,7 +116,7 @@ std::optional<std::vector<uint8_t>> octetsFromHex(std::string_view text, std::st
 
 static void setOctets(Message& message, std::string_view text) {
    message.fault.clear();
-   if (plainOctets(text, message.octets)) return;
+   if (text.size() <= kMostOctets && plainOctets(text, message.octets)) return;
    auto octets = octetsFromHex(text, message.fault);
    message.octets = octets ? std::move(*octets) : std::vector<uint8_t>();
 }
@@ -126,10 +126,9 @@ class Lines {
 public:
    explicit Lines(int file) : file_(file), buffer_(size_t{1} << 16) {}
 
-   // The next line, which stands until the next call; none at the end and where reading fails. `whole` is
-   // false if it is cut, being longer than any message.
-   std::optional<std::string_view> next(bool& whole) {
-      whole = true;
+   // The next line, which stands until the next call; none at the end, where reading fails, and where a line
+   // does not end in time.
+   std::optional<std::string_view> next() {
       for (size_t searched = 0;;) {
          char* const begin = buffer_.data() + begin_;
          const size_t held = end_ - begin_;
@@ -139,26 +138,22 @@ public:
             return std::string_view(begin, length);
          }
          searched = held;
-         if (held >= kMaxLine) { // the rest is passed over
-            whole = false;
-            begin_ = end_;
-            searched = 0;
-         }
+         endless_ = held > kMostCharacters;
+         if (endless_) return std::nullopt;
          if (!fill()) {
-            if ((held == 0 && whole) || failed()) return std::nullopt;
+            if (held == 0 || failed()) return std::nullopt;
             begin_ = end_;
-            return std::string_view(begin, held);
+            return std::string_view(buffer_.data() + begin_ - held, held);
          }
       }
    }
 
+   bool endless() const { return endless_; }
    bool failed() const { return error_ != 0; }
    bool readAny() const { return any_; }
    int error() const { return error_; }
 
 private:
-   static constexpr size_t kMaxLine = size_t{64} << 20;
-
    // Reads on behind what is held; false at the end.
    bool fill() {
       if (begin_ > 0) {
@@ -184,6 +179,7 @@ private:
    std::vector<char> buffer_;
    size_t begin_ = 0, end_ = 0; // of what is held
    bool any_ = false;
+   bool endless_ = false;
    int error_ = 0;
 };
 
@@ -191,20 +187,14 @@ using Take = std::function<void(const Message&)>;
 
 static void readLines(Lines& lines, const std::string& name, const Take& take) {
    Message message{name, 0, {}, {}};
-   bool whole = true;
-   while (auto line = lines.next(whole)) {
+   while (auto line = lines.next()) {
       ++message.line;
-      if (!whole) {
-         message.octets.clear();
-         message.fault = "longer than any message";
-         take(message);
-         continue;
-      }
       const std::string_view text = line->substr(0, line->find('#'));
       if (std::all_of(text.begin(), text.end(), isBlank)) continue;
       setOctets(message, text);
       take(message);
    }
+   if (lines.endless()) take({name, message.line + 1, {}, kTooLong});
    if (lines.failed() && lines.readAny()) take({name, 0, {}, "can't be read to its end"});
 }
 
