@@ -6,8 +6,8 @@
 #define QUORVA_RUNTIME_STREAM_STREAMCORE_H
 
 #include "quorva/rtxStream.h"
-#include "runtime/core/rtxBuffer.h"
 #include "runtime/core/ascii.h"
+#include "runtime/core/rtxBuffer.h"
 
 namespace quorva::stream {
 
