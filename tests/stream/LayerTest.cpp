@@ -299,7 +299,7 @@ TEST(Base64, ATargetTooSmallLosesNothing) {
    ASSERT_EQ(rows::readMemory(context, ground, Octets(text.begin(), text.end())), 0);
    ASSERT_EQ(rtxStreamBase64TextAttach(context), 0);
    uint8_t target[8];
-   for (const size_t room : {4, 1, 3, 5, 6}) {
+   for (const size_t room : {4u, 1u, 3u, 5u, 6u}) {
       EXPECT_EQ(rtxStreamReadDirect(context, target, room), RTX_E_TOO_SMALL) << room;
       rtxErrReset(context);
    }

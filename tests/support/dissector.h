@@ -41,13 +41,13 @@ struct DissectorInput {
    /** The message without some of its elements. */
    DissectorInput without(const std::vector<std::string>& names) const {
       DissectorInput rest{name, type, {}, {}};
-      size_t at = 0;
+      const uint8_t* at = octets.data();
       for (const OptionalElement& element : elements) {
          if (std::find(names.begin(), names.end(), element.name) == names.end()) continue;
-         rest.octets.insert(rest.octets.end(), octets.begin() + at, octets.begin() + element.begin);
-         at = element.end;
+         rest.octets.insert(rest.octets.end(), at, octets.data() + element.begin);
+         at = octets.data() + element.end;
       }
-      rest.octets.insert(rest.octets.end(), octets.begin() + at, octets.end());
+      rest.octets.insert(rest.octets.end(), at, octets.data() + octets.size());
       return rest;
    }
 };
