@@ -124,7 +124,8 @@ QUORVA_API int rtTS32297TimestampToText(const RtTS32297Timestamp* timestamp, cha
 /** Reads such a text; what follows it is ignored. 0 or RTX_E_BAD_VALUE. */
 QUORVA_API int rtParseTS32297TimestampText(const char* text, RtTS32297Timestamp* timestamp);
 
-/** `32.251`, the specification of the record, from the low five bits. 0, or RTX_E_BAD_VALUE and "Unknown". */
+/** `32.251`, the number of the TS that the record follows, from the low five bits. 0, or RTX_E_BAD_VALUE and
+ * "Unknown". */
 QUORVA_API int rtTS32297TSNumberToText(uint8_t number, char* dest, size_t size);
 
 /** Number of such a text. 0, RTX_E_BAD_VALUE, or RTX_E_BAD_FORMAT and RTX_E_OVERFLOW for what follows "32.".
