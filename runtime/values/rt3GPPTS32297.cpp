@@ -10,6 +10,7 @@
 #include "quorva/rtxCharStr.h"
 #include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxStatus.h"
+#include "runtime/core/ascii.h"
 #include "runtime/core/rtxInline.h"
 
 namespace {
@@ -155,14 +156,10 @@ private:
    int status_ = RTX_OK;
 };
 
-bool isDigit(char c) {
-   return c >= '0' && c <= '9';
-}
-
 // Takes digits, which may be absent, of a number up to 255.
 bool readOctet(const char*& text, uint8_t& value) {
    uint32_t number = 0;
-   for (; isDigit(*text); ++text) {
+   for (; quorva::isDigit(*text); ++text) {
       number = number * 10 + static_cast<uint32_t>(*text - '0');
       if (number > UINT8_MAX) return false;
    }
@@ -380,7 +377,7 @@ int rtParseTS32297TimestampText(const char* text, RtTS32297Timestamp* timestamp)
                  {&RtTS32297Timestamp::hour, 0, 24, ":"},   {&RtTS32297Timestamp::minute, 0, 59, "+-"},
                  {&RtTS32297Timestamp::tzHour, 0, 12, ":"}, {&RtTS32297Timestamp::tzMinute, 0, 59, nullptr}};
    for (const auto& field : fields) {
-      if (!isDigit(text[0]) || !isDigit(text[1])) return RTX_E_BAD_VALUE;
+      if (!quorva::isDigit(text[0]) || !quorva::isDigit(text[1])) return RTX_E_BAD_VALUE;
       const int value = (text[0] - '0') * 10 + text[1] - '0';
       text += 2;
       if (value < field.least || value > field.most) return RTX_E_BAD_VALUE;

@@ -21,7 +21,7 @@ bool readFraction(TimeReader& text, double& fraction) {
    text.step();
    if (text.numDigits() == 0) return false;
    char last = '0';
-   for (double place = 0.1; TimeReader::isDigit(text.peek()); place /= 10) {
+   for (double place = 0.1; quorva::isDigit(text.peek()); place /= 10) {
       last = text.peek();
       fraction += (last - '0') * place;
       text.step();

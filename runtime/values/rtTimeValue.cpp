@@ -86,7 +86,7 @@ int readFraction(TimeReader& text, RtxTimePart& part) {
    if (count > maxFracDigits) return RTX_E_OVERFLOW;
    part.parts |= RTX_TIME_FRACTION;
    part.fracDigits = static_cast<uint32_t>(count);
-   for (; TimeReader::isDigit(text.peek()); text.step())
+   for (; quorva::isDigit(text.peek()); text.step())
       part.fraction = part.fraction * 10 + static_cast<uint64_t>(text.peek() - '0');
    return RTX_OK;
 }
@@ -95,7 +95,7 @@ int readFraction(TimeReader& text, RtxTimePart& part) {
 int readNumber(TimeReader& text, uint32_t& value) {
    if (text.numDigits() == 0) return RTX_E_BAD_FORMAT;
    uint64_t number = 0;
-   for (; TimeReader::isDigit(text.peek()); text.step()) {
+   for (; quorva::isDigit(text.peek()); text.step()) {
       number = number * 10 + static_cast<uint64_t>(text.peek() - '0');
       if (number > INT32_MAX) return RTX_E_OVERFLOW;
    }
@@ -190,7 +190,7 @@ int parseDuration(TimeReader& text, RtxTimePart& duration) {
    if (!text.skip('P')) return RTX_E_BAD_FORMAT;
    size_t next = 0; // units before this one may not follow any more
    bool zero = false, time = false;
-   while (TimeReader::isDigit(text.peek()) || (!time && text.peek() == 'T')) {
+   while (quorva::isDigit(text.peek()) || (!time && text.peek() == 'T')) {
       if (!time && text.skip('T')) {
          time = true;
          next = firstTimeUnit;
@@ -230,7 +230,7 @@ int parseEnd(TimeReader& text, RtxTime& value, bool startZone) {
 
 int parseTime(TimeReader& text, RtxTime& value) {
    if (text.skip('R')) {
-      if (TimeReader::isDigit(text.peek())) {
+      if (quorva::isDigit(text.peek())) {
          if (const int status = readNumber(text, value.recurrence)) return status;
       } else {
          value.flags |= RTX_TIME_UNLIMITED;

@@ -11,6 +11,7 @@
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxStatus.h"
+#include "runtime/core/ascii.h"
 #include "runtime/core/rtxInline.h"
 #include "runtime/values/heapText.h"
 #include "runtime/values/rtxDateTime.h"
@@ -37,8 +38,6 @@ public:
       ++at_;
       return true;
    }
-
-   static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
    /** Digits from the cursor on. */
    size_t numDigits() const {
