@@ -24,21 +24,6 @@ std::string quotedLines(const std::string& text) {
    return '"' + quoted + '"';
 }
 
-// The value behind `v`, as the type's encoder and printer take it.
-std::string valueOf(const Type& type, bool constant) {
-   const std::string record = recordName(type);
-   const std::string word = constant ? "const " : "";
-   switch (passing(type)) {
-   case Passing::Value: return ", *static_cast<" + word + record + "*>(v)";
-   case Passing::Array: return ", static_cast<" + word + "uint8_t*>(v)";
-   case Passing::Text: return ", static_cast<" + word + "char*>(v)";
-   case Passing::TextPointer: return std::string(", *static_cast<const char* ") + word + "*>(v)";
-   case Passing::Nothing: return "";
-   case Passing::Pointer: break;
-   }
-   return ", static_cast<" + word + record + "*>(v)";
-}
-
 // What a decoder is told by its caller besides: a text its octets, a partial list what it is in a sample.
 std::string decoderExtras(const Type& type) {
    const Type& base = baseType(type);
@@ -52,16 +37,6 @@ std::string decoderExtras(const Type& type) {
 // Digits whose decoder trusts its caller to have room for as many octets as it is told.
 bool isInlineDigits(const Type& type) {
    return baseType(type).kind == TypeKind::Digits && passing(type) == Passing::Text;
-}
-
-std::string targetOf(const Type& type) {
-   switch (passing(type)) {
-   case Passing::Array: return ", static_cast<uint8_t*>(v)";
-   case Passing::Text: return ", static_cast<char*>(v)";
-   case Passing::TextPointer: return ", static_cast<const char**>(v)";
-   case Passing::Nothing: return "";
-   default: return ", static_cast<" + recordName(type) + "*>(v)";
-   }
 }
 
 std::string sampler(const Type& type) {

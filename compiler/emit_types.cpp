@@ -36,7 +36,11 @@ public:
                     decodeParameters(*type) + ");");
       }
       for (auto& type : module_.types) {
-         if (!hasShortForm(*type)) continue;
+         if (hasMessageForm(*type)) {
+            w_.line("int messageEnc_" + recordName(*type) + "(RtxContext* pctxt, void* v);");
+            w_.line("int messageDec_" + recordName(*type) + "(RtxContext* pctxt, void* v, uint64_t, uint64_t);");
+         }
+         if (!hasShortForm(*type) || &baseType(*type) != type.get()) continue;
          w_.line(shortDeclaration(*type, true) + ";");
          w_.line(shortDeclaration(*type, false) + ";");
          if (!standsAmongBits(*type)) continue;
@@ -87,11 +91,12 @@ private:
    }
    void tail(const Type& type) {
       if (hasShortForm(type)) {
-         w_.line("static constexpr auto shortEncode = &::shortEnc_" + recordName(type) + ";");
-         w_.line("static constexpr auto shortDecode = &::shortDec_" + recordName(type) + ";");
-         if (standsAmongBits(type)) {
-            w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + recordName(type) + ";");
-            w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + recordName(type) + ";");
+         const std::string base = recordName(baseType(type));
+         w_.line("static constexpr auto shortEncode = &::shortEnc_" + base + ";");
+         w_.line("static constexpr auto shortDecode = &::shortDec_" + base + ";");
+         if (standsAmongBits(baseType(type))) {
+            w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + base + ";");
+            w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + base + ";");
          }
       }
       w_.line("static constexpr auto encode = &::" + encoderName(type) + ";");

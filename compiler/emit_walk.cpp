@@ -1,10 +1,12 @@
-// The constant table of a module, and the printers and sample builders that walk it.
+// The constant table of a module, one row a field, and the printers and sample builders that walk it.
 
 #include "compiler/emit.h"
 #include "compiler/enum_rows.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/samples.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
 #include <map>
@@ -22,15 +24,11 @@ std::string tableName(const Module& module) {
    return "quorva::walk::table_" + module.name;
 }
 
-// Number by which rows refer to a type of a module: aliases have none of their own.
+// Number of a type in its module's table.
 size_t typeNumber(const Type& type) {
-   const Type& base = baseType(type);
-   size_t at = 0;
-   for (auto& other : base.module->types) {
-      if (other.get() == &base) return at;
-      if (&baseType(*other) == other.get()) ++at;
-   }
-   return at;
+   const auto& types = type.module->types;
+   return static_cast<size_t>(std::ranges::find_if(types, [&](auto& t) { return t.get() == &type; }) -
+                              types.begin());
 }
 
 // Octets of the C type of an integer.
@@ -41,54 +39,104 @@ unsigned widthOfCount(const Storage& storage) {
    return storage.heap ? 4 : storage.capacity <= 255 ? 1 : storage.capacity <= 65535 ? 2 : 4;
 }
 
+// Texts, each once, and where they begin.
+class Texts {
+public:
+   Texts() { (void)at(""); }
+   size_t at(const std::string& text) {
+      auto [hit, fresh] = at_.emplace(text, size_);
+      if (fresh) {
+         all_.push_back(text);
+         size_ += text.size() + 1;
+      }
+      return hit->second;
+   }
+   const std::vector<std::string>& all() const { return all_; }
+
+private:
+   std::map<std::string, size_t> at_;
+   std::vector<std::string> all_;
+   size_t size_ = 0;
+};
+
+// Entries of a table, each once, and their numbers; the first one stands there from the start.
+class Numbered {
+public:
+   explicit Numbered(const std::string& first) { (void)at(first); }
+   size_t at(const std::string& entry) {
+      auto [hit, fresh] = at_.emplace(entry, all_.size());
+      if (fresh) all_.push_back(entry);
+      return hit->second;
+   }
+   const std::vector<std::string>& all() const { return all_; }
+
+private:
+   std::map<std::string, size_t> at_;
+   std::vector<std::string> all_;
+};
+
+std::string joined(const std::vector<std::string>& words, const char* none = "0") {
+   std::string text;
+   for (auto& word : words) text += (text.empty() ? "" : " | ") + word;
+   return text.empty() ? none : text;
+}
+
 // One row of the table, its members as C++ expressions.
 struct RowText {
-   std::string name;
+   std::string name, wireName;
    std::string offset = "0", count = "0", capacity = "0", stride = "0";
    std::string presence = "kNone", group = "kNone";
    uint64_t sample = 0;
    size_t first = 0, rows = 0, index = 0, module = 0;
    std::string kind;
-   unsigned width = 0;
+   std::string width = "0";
    std::vector<std::string> flags;
+
+   std::vector<std::string> wire;
+   size_t argument = 0, test = 0, second = 0, limits = 0;
+   int line = 0;
+   uint64_t number = 0, lead = 0;
+   unsigned bits = 0, iei = 0, ieiBits = 0;
+   std::string format = "0";
 };
 
 class TableEmitter {
 public:
    TableEmitter(const Model& model, const Module& module) : module_(module) {
       for (size_t i = 0; i < model.modules.size(); ++i) moduleNumbers_[model.modules[i].get()] = i;
-      textAt_[""] = 0;
-      texts_.push_back("");
-      textSize_ = 1;
    }
 
    std::string run() {
-      for (auto& type : module_.types)
-         if (&baseType(*type) == type.get()) types_.push_back(this->type(*type));
+      for (auto& type : module_.types) types_.push_back(this->type(*type));
       Writer w;
       w.line("namespace {");
       w.line();
       namesOut(w);
-      for (size_t i = 0; i < expressions_.size(); ++i) {
-         w.open("uint64_t expression" + number(i) + "(const void* record) {");
-         w.line("return " + expressions_[i] + ";");
+      for (size_t i = 1; i < expressions_.all().size(); ++i) {
+         w.open("uint64_t expression" + number(i) +
+                "([[maybe_unused]] const void* record, [[maybe_unused]] const RtxContext* ctxt,");
+         w.line("                     [[maybe_unused]] uint64_t parameter) {");
+         w.line("return " + expressions_.all()[i] + ";");
          w.close();
          w.line();
       }
       w.open("constexpr char kTexts[] =");
-      for (auto& text : texts_) w.line("\"" + text + "\\0\"");
+      for (auto& text : texts_.all()) w.line("\"" + text + "\\0\"");
       w.close("      ;");
       w.line();
       array(w, "Row", "kRows", rows_);
+      array(w, "Wire", "kWires", wires_);
       array(w, "Arm", "kArms", arms_);
       array(w, "Type", "kTypes", types_);
-      std::vector<std::string> functions;
-      for (size_t i = 0; i < expressions_.size(); ++i) functions.push_back("expression" + number(i));
+      array(w, "frame::Limits", "kLimits", limits_.all());
+      array(w, "frame::LegalSet", "kLegals", legals_.all());
+      std::vector<std::string> functions = {"nullptr"};
+      for (size_t i = 1; i < expressions_.all().size(); ++i) functions.push_back("expression" + number(i));
       array(w, "Expression", "kExpressions", functions);
       w.line("} // namespace");
       w.line();
-      w.line("const Module table_" + module_.name +
-             " = {kTexts, kTypes, kRows, kArms, kNames, kExpressions};");
+      w.line("const Module table_" + module_.name + " = {kTexts, kTypes, kRows, kWires, kArms, kNames,");
+      w.line("      kExpressions, kLimits, kLegals, \"" + module_.file + "Enc\", \"" + module_.file + "Dec\"};");
       return w.text();
    }
 
@@ -105,40 +153,35 @@ private:
 
    void namesOut(Writer& w) const {
       std::vector<std::string> rows;
-      for (size_t i = 0; i < names_.size(); ++i) {
-         const Type& type = *names_[i];
-         std::string items = "::" + recordName(type) + "_ENUMTAB";
-         if (type.kind == TypeKind::Number) {
-            items = "kNames_" + recordName(type);
+      for (const Type* type : names_) {
+         std::string items = "::" + recordName(*type) + "_ENUMTAB";
+         if (type->kind == TypeKind::Number) {
+            items = "kNames_" + recordName(*type);
             w.open("constexpr RtxEnumItem " + items + "[] = {");
-            for (auto& row : enumTableRows(type.rows)) w.line(row + ",");
+            for (auto& row : enumTableRows(type->rows)) w.line(row + ",");
             w.close("};");
             w.line();
          }
-         rows.push_back("{" + items + ", " + number(type.rows.size()) + "}");
+         rows.push_back("{" + items + ", " + number(type->rows.size()) + "}");
       }
       array(w, "Names", "kNames", rows);
-   }
-
-   std::string text(const std::string& name) {
-      auto [hit, fresh] = textAt_.emplace(name, textSize_);
-      if (fresh) {
-         texts_.push_back(name);
-         textSize_ += name.size() + 1;
-      }
-      return number(hit->second);
    }
 
    size_t add(const std::vector<RowText>& block) {
       const size_t first = rows_.size();
       for (auto& row : block) {
-         std::string flags;
-         for (auto& flag : row.flags) flags += (flags.empty() ? "" : " | ") + flag;
-         rows_.push_back("{" + text(row.name) + ", " + row.offset + ", " + row.count + ", " + row.capacity +
-                         ", " + row.stride + ", " + row.presence + ", " + row.group + ", " +
-                         number(row.sample) + ", " + number(row.first) + ", " + number(row.rows) + ", " +
-                         number(row.index) + ", " + number(row.module) + ", Kind::" + row.kind + ", " +
-                         number(row.width) + ", " + (flags.empty() ? "0" : flags) + "}");
+         const size_t name = texts_.at(row.name);
+         rows_.push_back("{" + number(name) + ", " + row.offset + ", " + row.count + ", " + row.capacity + ", " +
+                         row.stride + ", " + row.presence + ", " + row.group + ", " + number(row.sample) +
+                         ", " + number(row.first) + ", " + number(row.rows) + ", " + number(row.index) + ", " +
+                         number(row.module) + ", Kind::" + row.kind + ", " + row.width + ", " +
+                         joined(row.flags) + "}");
+         wires_.push_back("{" + number(row.wireName.empty() ? name : texts_.at(row.wireName)) + ", " +
+                          joined(row.wire) + ", " + number(row.argument) + ", " + number(row.test) + ", " +
+                          number(row.second) + ", " + number(static_cast<uint64_t>(row.line)) + ", " +
+                          number(row.number) + ", " + number(row.bits) + ", " + number(row.limits) + ", " +
+                          hex(row.iei, 2) + ", " + number(row.ieiBits) + ", " + row.format + ", " +
+                          number(row.lead) + "}");
       }
       return first;
    }
@@ -146,72 +189,172 @@ private:
    std::string offset(const std::string& member) const {
       return member.empty() ? "0" : "offsetof(" + record_ + ", " + member + ")";
    }
+   std::string sizeOf(const std::string& member) const {
+      return "sizeof(static_cast<" + record_ + "*>(nullptr)->" + member + ")";
+   }
+   std::string bit(const BitPlace& place) const {
+      if (!place) return "kNone";
+      return (place.record.empty() ? "" : offset(place.record + "m") + " * 8 + ") + number(place.number);
+   }
+
+   size_t limits(const Bounds& bounds) { return limits_.at("frame::" + limitsText(bounds)); }
+   // Of an integer: with no bounds of its own one of whole octets takes any value.
+   size_t range(unsigned bits, const Bounds& bounds) {
+      if (bounds.empty() && bits % 8 == 0) return 0;
+      return limits_.at("frame::Limits{" + number(bounds.low.value_or(0)) + ", " +
+                        number(bounds.high.value_or(maxOf(bits))) + "}");
+   }
+
+   size_t expression(const Term& term) {
+      if (term.expr == nullptr) return 0;
+      return expressions_.at("static_cast<uint64_t>(" +
+                             written(term, "static_cast<const " + record_ + "*>(record)->", "octetsLeft(ctxt)",
+                                     "parameter") +
+                             ")");
+   }
 
    // The row of the table for a type.
    std::string type(const Type& type) {
       const Sample sample(type);
       sample_ = &sample;
+      type_ = &type;
       record_ = "::" + recordName(type);
+      const Program program = lower(type);
       std::vector<RowText> block;
-      std::string form = "Value";
-      std::string size = "sizeof(" + record_ + ")";
-      RowText row;
+      std::string form = "Value", codec = type.custom ? "ByHand" : "Element", size = "sizeof(" + record_ + ")";
+      std::string firstRow, rowCount;
+      std::vector<std::string> flags;
+      size_t mandatory = 0, legal = 0;
+      unsigned halfOctets = 0;
       switch (type.kind) {
-      case TypeKind::Enum:
+      case TypeKind::Alias:
+      case TypeKind::OneElement:
+         form = "Alias";
+         if (type.kind == TypeKind::OneElement) codec = "OneElement";
+         firstRow = number(typeNumber(*type.base.type));
+         rowCount = number(moduleNumbers_.at(type.base.type->module));
+         break;
+      case TypeKind::Enum: {
+         RowText& row = block.emplace_back(RowText{});
          row.kind = type.unchecked ? "OpenEnumeration" : "Enumeration";
-         row.width = 4;
+         row.width = "4";
          row.index = names(type);
          row.sample = Sample::typeNumber(type);
-         block.push_back(row);
+         if (!type.unchecked && type.rows.size() != (uint64_t{1} << type.bits))
+            legal = legals_.at("type::" + recordName(type) + "::legal");
+         else if (type.checked)
+            flags.push_back("kTestsNumber");
          break;
-      case TypeKind::Number:
-         row.kind = type.rows.empty() ? "Number" : "NamedNumber";
-         if (!type.rows.empty()) row.index = names(type);
-         row.width = widthOfUint(type.bits);
-         row.sample = Sample::typeNumber(type);
-         block.push_back(row);
-         break;
-      case TypeKind::Octets:
-         if (type.count != 0) {
-            row.kind = "Octets";
-            row.capacity = number(type.count);
-         } else {
-            counted(row, "CountedOctets", "numocts", "data", type.storage, Sample::typeCount(type));
-         }
-         block.push_back(row);
-         break;
+      }
       case TypeKind::Digits:
-      case TypeKind::Text:
+      case TypeKind::Text: {
+         codec = "ByHand";
+         RowText& row = block.emplace_back(RowText{});
          row.kind = "Text";
          row.capacity = number(type.storage.capacity);
          if (type.storage.heap) row.flags.push_back("kHeap");
          if (type.kind == TypeKind::Text) row.flags.push_back("kCharacters");
-         block.push_back(row);
          break;
-      case TypeKind::List:
-         counted(row, "List", "n", "elem", type.storage, Sample::typeCount(type));
-         row.stride = "sizeof(*" + record_ + "::elem)";
-         row.first = add({element(type.base.type, type.bits)});
-         block.push_back(row);
-         break;
+      }
       case TypeKind::Empty:
          form = "Empty";
+         codec = "Message";
          size = "0";
          break;
       default:
-         form = "Record";
-         if (type.kind == TypeKind::Record && !type.bare && type.cls != Class::V) {
+         if (type.kind == TypeKind::Message) codec = type.custom ? "ByHand" : "Message";
+         if (type.kind == TypeKind::Pdu) codec = type.table.empty() ? "Pdu" : "ByHand";
+         if (type.kind != TypeKind::Number && type.kind != TypeKind::Octets && type.kind != TypeKind::List)
+            form = "Record";
+         if (form == "Record" && type.kind == TypeKind::Record && !type.bare && type.cls != Class::V) {
+            RowText& row = block.emplace_back(RowText{});
             row.name = "length";
             row.kind = "Number";
             row.offset = offset("length");
-            row.width = type.cls == Class::LVE ? 2 : 1;
-            block.push_back(row);
+            row.width = type.cls == Class::LVE ? "2" : "1";
          }
-         type_ = &type;
-         fields(type.fields, "", block);
+         std::vector<RowText> stores;
+         level(program.steps, block, stores);
+         mandatory = block.size();
+         for (auto& step : program.optional)
+            if (step.field->ieiBits == 4) halfOctets |= 1u << step.field->iei;
+         level(program.optional, block, stores);
+         block.insert(block.end(), stores.begin(), stores.end());
       }
-      const size_t first = add(block);
-      return "{" + size + ", " + number(first) + ", " + number(block.size()) + ", Form::" + form + "}";
+      // Ahead of the contents of most types stands their length.
+      unsigned length = 0;
+      Bounds bounds = type.bounds;
+      if (codec == "Element") {
+         if (type.kind == TypeKind::Record) {
+            length = lengthBits(type);
+         } else if (type.bare) {
+            length = type.cls == Class::LVE ? 16 : 8;
+            bounds = Bounds();
+            if (const uint64_t octets = type.kind == TypeKind::Octets ? type.count : type.bits / 8;
+                octets != 0 && type.kind != TypeKind::List)
+               bounds.low = bounds.high = octets;
+         }
+      }
+      if (length == 0) bounds = Bounds();
+      if (type.bare) flags.push_back("kBare");
+      if (type.aligned) flags.push_back("kAligned");
+      if (type.cls == Class::LB) flags.push_back("kCountsBits");
+      if (type.leaveTail) flags.push_back("kTailStays");
+      if (type.shifts) flags.push_back("kShifts");
+      if (type.tailstop) flags.push_back("kTailStops");
+      const bool hasBits = form == "Record" && !presenceBits(type.fields).empty();
+      if (firstRow.empty()) {
+         firstRow = number(add(block));
+         rowCount = number(block.size());
+      }
+      const bool hasLength = length != 0 && !type.bare;
+      return "{" + size + ", " + firstRow + ", " + rowCount + ", Form::" + form + ", Codec::" + codec + ", " +
+             joined(flags) + ", " + number(length) + ", " + number(limits(bounds)) + ", " +
+             number(type.kind == TypeKind::Enum ? type.bits : 0) + ", " + number(legal) + ", " +
+             (hasBits ? sizeOf("m") : "0") + ", " + (hasBits ? offset("m") : "0") + ", " +
+             (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) + ", " +
+             number(texts_.at(type.name)) + ", " + number(texts_.at(decodedName(type))) + ",\n      " +
+             functions(type, codec) + "}";
+   }
+
+   // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
+   // encoders keep the hyphens. The difference stays.
+   static std::string decodedName(const Type& type) {
+      const bool differs = type.name == "MsgType-MM-CC-SS" || type.kind == TypeKind::Pdu;
+      return differs ? cName(type.name) : type.name;
+   }
+
+   // Short form, codec of a kind of its own, initialiser.
+   static std::string functions(const Type& type, const std::string& codec) {
+      std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ";
+      const Type& base = baseType(type);
+      if (codec != "Element") {
+         // tried elsewhere
+      } else if (isUniform(base)) {
+         shorts = "shortDec_" + recordName(base) + ", shortEnc_" + recordName(base) + ", ";
+      } else if (hasShortForm(base) && base.kind != TypeKind::Digits && base.kind != TypeKind::Text &&
+                 base.parameters.empty()) {
+         shorts = "[](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return shortDec_" +
+                  recordName(base) + "(a, e, c" + targetOf(base) + "); },\n      "
+                  "[](uint8_t* a, uint8_t* e, RtxContext* c, void* v) -> uint8_t* { return shortEnc_" +
+                  recordName(base) + "(a, e, c" + valueOf(base, false) + "); }, ";
+      }
+      if (codec == "Message" && hasMessageForm(type)) {
+         own = "messageDec_" + recordName(type) + ", messageEnc_" + recordName(type) + ", ";
+      } else if (codec == "ByHand") {
+         std::string more;
+         const size_t parameters = type.kind == TypeKind::Digits ? 1 : type.parameters.size();
+         if (parameters > 0) more += ", static_cast<uint32_t>(a)";
+         if (parameters > 1) more += ", static_cast<uint32_t>(b)";
+         own = "[](RtxContext* c, void* v, " + std::string(parameters > 0 ? "uint64_t a" : "uint64_t") + ", " +
+               (parameters > 1 ? "uint64_t b" : "uint64_t") + ") -> int { return " + decoderName(type) + "(c" +
+               targetOf(type) + more + "); },\n      [](RtxContext* c, void* v) -> int { return " +
+               encoderName(type) + "(c" + valueOf(type, false) + "); }, ";
+      }
+      const bool inits = hasInit(type) && passing(type) == Passing::Pointer;
+      return shorts + own +
+             (inits ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) + "*>(v)); }"
+                    : "nullptr");
    }
 
    size_t names(const Type& type) {
@@ -225,94 +368,43 @@ private:
       row.count = offset(count);
       row.offset = offset(data);
       row.capacity = number(storage.capacity);
-      row.width = widthOfCount(storage);
+      row.width = number(widthOfCount(storage));
       row.sample = few;
       if (storage.heap) row.flags.push_back("kHeap");
    }
 
    void nested(RowText& row, const Type& type) const {
-      const Type& base = baseType(type);
       row.kind = "Nested";
-      row.module = moduleNumbers_.at(base.module);
-      row.index = typeNumber(base);
+      row.module = moduleNumbers_.at(type.module);
+      row.index = typeNumber(type);
    }
 
-   // An entry of a repetition, from its own start.
-   RowText element(const Type* type, unsigned bits) const {
-      RowText row;
-      if (type != nullptr) {
-         nested(row, *type);
-      } else {
-         row.kind = "Number";
-         row.width = widthOfUint(bits);
-         row.sample = (bits < 8 ? 1u << bits : 256u) - 2;
-      }
-      return row;
-   }
-
-   // The presence bits of one record, as numbers from the start of the type's record.
-   struct Presence {
-      std::map<const Field*, std::string> fields;
-      std::map<int, std::string> groups;
-   };
-   Presence presence(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place) const {
-      Presence all;
-      size_t at = 0;
-      for (auto& bit : presenceBits(fields)) {
-         const std::string place8 = place.empty() ? "" : offset(place + "m") + " * 8 + ";
-         const std::string text = place8 + number(at++);
-         if (bit.field != nullptr)
-            all.fields[bit.field] = text;
-         else
-            all.groups[bit.group] = text;
-      }
-      return all;
-   }
-
-   void fields(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place,
-               std::vector<RowText>& block) {
-      const Presence bits = presence(fields, place);
-      level(fields, place, bits, "kNone", false, block);
-   }
-
-   // The fields of a record, those within wire groups too.
-   void level(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place,
-              const Presence& bits, const std::string& outerGroup, bool absent, std::vector<RowText>& block) {
-      for (auto& field : fields) {
-         std::string group = outerGroup;
-         bool left = absent;
-         if (field->kind == Kind::Since || field->ieiBits != 0) {
-            auto hit = bits.groups.find(field->group);
-            if (hit != bits.groups.end() && (field->kind == Kind::Since || field->group != 0))
-               group = hit->second;
+   // The fields of a record, those within wire groups too. What a sample stores comes behind all of them, so that
+   // the number of a row is that of its step.
+   void level(const std::vector<Step>& steps, std::vector<RowText>& block, std::vector<RowText>& stores) {
+      for (size_t i = 0; i < steps.size(); ++i) {
+         const Step& step = steps[i];
+         RowText row = this->row(step);
+         if (step.counts != 0) {
+            const Step& counted = steps[i + step.counts];
+            row.wire.push_back("kCounts");
+            row.number = step.field->countsPlus;
+            row.count = offset(counted.member + ".numocts");
+            row.capacity = counted.storage.heap ? "kNone" : number(counted.storage.capacity);
+            row.stride = bit(counted.present);
+            row.index = widthOfCount(counted.storage);
          }
-         if (field->kind == Kind::Since) left |= sample_->absent(*field);
-         if (field->kind == Kind::Frame) one(*field, place, bits, group, left, block);
-         if (field->onlyOnWire())
-            level(field->fields, place, bits, group, left, block);
-         else
-            one(*field, place, bits, group, left, block);
+         block.push_back(row);
+         if (step.field == nullptr) continue;
+         for (auto& set : sample_->overridesBehind(*step.field)) stores.push_back(store(set, step.place));
       }
-   }
-
-   void one(const Field& field, const std::string& place, const Presence& bits, const std::string& group,
-            bool absent, std::vector<RowText>& block) {
-      if (field.kind == Kind::Const || (field.kind == Kind::Null && field.name.empty())) return;
-      const Presence* around = std::exchange(bits_, &bits);
-      RowText row = this->row(field, place);
-      bits_ = around;
-      row.group = group;
-      if (auto hit = bits.fields.find(&field); hit != bits.fields.end()) row.presence = hit->second;
-      if (absent || sample_->absent(field)) row.flags.push_back("kNoSample");
-      block.push_back(row);
-      for (auto& set : sample_->overridesBehind(field)) block.push_back(store(set, place));
    }
 
    RowText store(const Sample::Override& set, const std::string& place) const {
       RowText row;
       row.kind = "Store";
       row.offset = offset(set.path.size() == 1 ? place + cName(set.path[0]->name) : pathMember(set.path));
-      row.width = widthOfNumber(*set.path.back());
+      row.width = number(widthOfNumber(*set.path.back()));
       row.sample = set.value;
       return row;
    }
@@ -333,118 +425,261 @@ private:
       return member;
    }
 
-   RowText row(const Field& field, const std::string& place) {
-      const std::string member = place + cName(field.name);
+   // What all rows have: when the step is taken, how its failures go out.
+   void common(const Step& step, RowText& row) {
+      row.presence = bit(step.present);
+      row.group = bit(step.group);
+      switch (step.when) {
+      case When::Always: break;
+      case When::IfMore: row.wire.push_back("kIfMore"); break;
+      case When::IfTest: row.wire.push_back("kIfTest"); break;
+      case When::ByBit: row.wire.push_back("kByBit"); break;
+      case When::ByBitIfMore: row.wire.push_back("kByBitIfMore"); break;
+      }
+      if (step.test.expr != nullptr) {
+         row.test = expression(step.test);
+         if (step.when != When::IfTest) row.wire.push_back("kIfTest");
+      }
+      if (step.guarded) row.wire.push_back("kGuarded");
+      if (step.endTested) row.wire.push_back("kEndTested");
+      if (step.logged) row.wire.push_back("kLogged");
+      if (step.last) row.wire.push_back("kLast");
+      if (step.opensTail) row.wire.push_back("kOpensTail");
+      if (step.rest) row.wire.push_back("kRest");
+      if (step.byCount) row.wire.push_back("kByCount");
+      if (step.name.empty()) row.wire.push_back("kUnnamedOnWire");
+      row.argument = expression(step.argument);
+      row.second = expression(step.second);
+      if (step.field == nullptr) return;
+      const Field& field = *step.field;
+      row.line = field.pos.line;
+      if (field.leaveTail) row.wire.push_back("kKeepsTail");
+      if (field.beside) row.wire.push_back("kBeside");
+      if (step.bareAround) {
+         row.wire.push_back("kBareAround");
+         row.lead = field.bareBits;
+      }
+      if (field.ieiBits != 0) {
+         row.iei = field.iei;
+         row.ieiBits = field.ieiBits;
+         const ScanFormat format = scanFormat(field);
+         row.format = std::string("static_cast<uint8_t>(frame::Format::") + format.name + ")";
+         row.lead = format.octets;
+      }
+      if (sample_->absent(field)) row.flags.push_back("kNoSample");
+   }
+
+   RowText row(const Step& step) {
       RowText row;
-      row.name = printName(field.name);
-      switch (field.kind) {
-      case Kind::Flag:
+      const Field* field = step.field;
+      if (field != nullptr) row.name = printName(field->name);
+      row.wireName = step.name;
+      common(step, row);
+      row.bits = step.bits;
+      switch (step.op) {
+      case Op::Flag:
          row.kind = "Flag";
-         row.offset = offset(member);
-         row.width = 1;
-         row.sample = sample_->number(field);
+         row.offset = offset(step.member);
+         row.width = "1";
+         row.sample = sample_->number(*field);
          break;
-      case Kind::Uint:
-      case Kind::Frame:
+      case Op::Integer:
          row.kind = "Number";
-         row.offset = offset(member);
-         row.width = widthOfUint(field.bits);
-         // The encoder sets what frames and aside fields say.
-         row.sample = field.kind == Kind::Frame || field.aside ? 0 : sample_->number(field);
-         break;
-      case Kind::Octets:
-      case Kind::Bits:
-         row.kind = field.kind == Kind::Octets ? "Octets" : "Bits";
-         row.offset = offset(member);
-         row.capacity = number(field.count);
-         break;
-      case Kind::Named:
-         if (field.present) {
-            row.kind = "Null";
-            break;
+         row.offset = offset(step.member);
+         row.width = number(widthOfUint(step.bits));
+         row.limits = range(step.bits, step.bounds);
+         if (field != nullptr) {
+            row.sample = sample_->number(*field);
+         } else {
+            row.sample = Sample::typeNumber(*type_);
+            if (!type_->rows.empty()) {
+               row.kind = "NamedNumber";
+               row.index = names(*type_);
+            }
          }
-         nested(row, *field.type.type);
-         row.offset = offset(member);
-         row.sample = field.sample.value_or(0);
          break;
-      case Kind::Counted:
-      case Kind::Sized:
-      case Kind::Fill:
-      case Kind::Tail:
-         if (field.kind == Kind::Fill && field.bits == 16)
-            counted(row, "CountedUnits", member + ".nchars", member + ".data", Storage{true, 0},
-                    sample_->count(field));
+      case Op::Constant:
+         row.kind = "Constant";
+         row.flags.push_back("kWireOnly");
+         row.number = field->number;
+         break;
+      case Op::Octets:
+      case Op::Bits:
+         row.kind = step.op == Op::Octets ? "Octets" : "Bits";
+         row.offset = offset(step.member);
+         row.capacity = number(step.count);
+         break;
+      case Op::Counted:
+      case Op::Sized: {
+         const std::string place = step.member.empty() ? "" : step.member + ".";
+         const uint64_t few = field == nullptr ? Sample::typeCount(*type_) : sample_->count(*field);
+         if (field != nullptr && field->kind == Kind::Fill && field->bits == 16)
+            counted(row, "CountedUnits", place + "nchars", place + "data", Storage{true, 0}, few);
          else
-            counted(row, "CountedOctets", member + ".numocts", member + ".data", field.storage,
-                    sample_->count(field));
-         break;
-      case Kind::BitTail: {
-         const bool heap = field.storage.heap || field.storage.capacity == 0;
-         const Storage inBits{heap, field.storage.capacity * 8};
-         counted(row, "CountedBits", member + ".numbits", member + ".data", inBits, sample_->count(field));
+            counted(row, "CountedOctets", place + "numocts", place + "data", step.storage, few);
+         row.limits = limits(step.bounds);
+         // Behind a count of their own.
+         row.bits = step.op == Op::Counted ? step.bits : 0;
          break;
       }
-      case Kind::Group: {
-         row.kind = "Group";
-         std::vector<RowText> inner;
-         fields(field.fields, member + ".", inner);
-         row.first = add(inner);
-         row.rows = inner.size();
+      case Op::RestBits: {
+         const Storage inBits{step.storage.heap, step.storage.capacity * 8};
+         counted(row, "CountedBits", step.member + ".numbits", step.member + ".data", inBits,
+                 sample_->count(*field));
          break;
       }
-      case Kind::Each: {
-         counted(row, "List", member + ".n", member + ".elem", field.storage, sample_->count(field));
-         row.stride = "sizeof(*static_cast<" + record_ + "*>(nullptr)->" + member + ".elem)";
-         RowText entry = element(field.type.type, field.bits);
-         if (field.entry) {
-            const Storage& storage = field.entry->storage;
-            entry = RowText();
-            entry.kind = "CountedOctets";
-            entry.width = widthOfCount(storage);
-            entry.offset = number(entry.width); // count and octets stand side by side
-            entry.capacity = number(storage.capacity);
-            entry.sample = field.entry->kind == Kind::Sized ? sample_->count(*field.entry)
-                                                            : std::min<uint64_t>(storage.capacity, 4);
+      case Op::Nothing:
+      case Op::Pointers:
+         row.kind = "Null";
+         if (step.op == Op::Pointers) messages(step, row);
+         else if (step.name.empty()) row.flags.push_back("kWireOnly");
+         break;
+      case Op::Call:
+      case Op::Contents:
+      case Op::Message:
+         nested(row, *step.type);
+         row.offset = offset(step.member);
+         row.sample = field->sample.value_or(0);
+         if (step.op == Op::Message) row.wire.push_back("kInner");
+         if (field->valueOnly) row.wire.push_back("kContents");
+         if (field->ahead != 0) {
+            row.wire.push_back("kAhead");
+            row.number = field->ahead;
          }
-         row.first = add({entry});
          break;
-      }
-      case Kind::Choice: choice(field, place, row); break;
-      case Kind::Messages: messages(field, place, row); break;
-      default: row.kind = "Null"; break;
+      case Op::Group:
+         row.kind = "Group";
+         row.offset = offset(step.member);
+         if (!presenceBits(field->fields).empty()) {
+            row.count = offset(step.member + ".m");
+            row.width = sizeOf(step.member + ".m");
+         }
+         inside(step, row);
+         break;
+      case Op::List: list(step, row); break;
+      case Op::Choice: choice(step, row); break;
+      case Op::Length:
+         row.kind = "Length";
+         row.limits = limits(step.bounds);
+         if (step.member.empty()) {
+            row.flags.push_back("kUnnamed");
+         } else {
+            row.offset = offset(step.member);
+            row.width = number(widthOfUint(step.bits));
+         }
+         inside(step, row);
+         break;
+      case Op::Span:
+         row.kind = "Span";
+         row.offset = offset(step.member);
+         row.width = number(widthOfUint(step.bits));
+         inside(step, row);
+         break;
+      case Op::Chain:
+         row.kind = "Chain";
+         if (field->skip) row.wire.push_back("kSkips");
+         inside(step, row);
+         break;
+      case Op::Swap:
+         row.kind = "Swap";
+         inside(step, row);
+         break;
+      case Op::Since:
+         row.kind = "Since";
+         row.number = field->number;
+         row.lead = field->needs;
+         if (field->quits) row.wire.push_back("kQuits");
+         inside(step, row);
+         break;
       }
       return row;
+   }
+
+   void inside(const Step& step, RowText& row) {
+      std::vector<RowText> block, stores;
+      level(step.steps, block, stores);
+      block.insert(block.end(), stores.begin(), stores.end());
+      row.first = add(block);
+      row.rows = block.size();
+   }
+
+   void list(const Step& step, RowText& row) {
+      const std::string place = step.member.empty() ? "" : step.member + ".";
+      const Field* field = step.field;
+      const uint64_t few = field == nullptr               ? Sample::typeCount(*type_)
+                           : field->kind == Kind::Named ? Sample::typeCount(baseType(*field->type.type))
+                                                          : sample_->count(*field);
+      counted(row, "List", place + "n", place + "elem", step.storage, few);
+      row.stride = sizeOf(place + "elem[0]");
+      row.limits = limits(step.bounds);
+      row.bits = 0;
+      const Entries entries = field == nullptr                ? type_->entries
+                              : field->kind == Kind::Named ? Entries::Ext
+                                                              : field->entries;
+      if (entries == Entries::Ext) row.wire.push_back("kLedByExt");
+      if (entries == Entries::Flags) row.wire.push_back("kLedByFlags");
+      if (step.argument.expr != nullptr) row.wire.push_back("kTimes");
+      if (field == nullptr ? type_->freeCount : field->freeCount) row.wire.push_back("kFree");
+      if (step.entryInits) row.wire.push_back("kInits");
+      // An entry, from its own start.
+      RowText entry;
+      entry.wire.push_back("kUnnamedOnWire");
+      entry.line = row.line;
+      if (step.type != nullptr) {
+         nested(entry, *step.type);
+      } else if (!step.steps.empty()) {
+         const Storage& storage = step.steps.front().storage;
+         entry = this->row(step.steps.front());
+         entry.name.clear();
+         entry.kind = "CountedOctets";
+         entry.width = number(widthOfCount(storage));
+         entry.count = "0";
+         entry.offset = entry.width; // count and octets stand side by side
+         entry.capacity = number(storage.capacity);
+         entry.presence = entry.group = "kNone";
+         entry.sample = step.steps.front().rest ? std::min<uint64_t>(storage.capacity, 4)
+                                                : sample_->count(*step.steps.front().field);
+      } else {
+         entry.kind = "Number";
+         entry.bits = step.bits;
+         entry.limits = range(step.bits, Bounds());
+         entry.width = number(widthOfUint(step.bits));
+         entry.sample = (step.bits < 8 ? 1u << step.bits : 256u) - 2;
+      }
+      row.first = add({entry});
    }
 
    void arm(uint64_t low, uint64_t high, size_t row) {
       arms_.push_back("{" + number(low) + "u, " + number(high) + "u, " + number(row) + "}");
    }
 
-   void choice(const Field& field, const std::string& place, RowText& row) {
-      const std::string inner = field.name.empty() ? place : place + cName(field.name) + ".";
+   void choice(const Step& step, RowText& row) {
+      const Field& field = *step.field;
+      const std::string inner = field.name.empty() ? step.place : step.member + ".";
       row.kind = "Choice";
       row.sample = sample_->selector(field);
       if (field.name.empty()) row.flags.push_back("kUnnamed");
       if (field.selector != Selector::Field) {
          row.flags.push_back("kOwnSelector");
          row.count = offset(inner + "t");
-         row.width = 4;
+         row.width = "4";
+         if (field.selector == Selector::Record) {
+            row.bits = 0;
+            row.number = field.arms.front().values.front().low;
+         }
       } else if (field.argument->op == Expr::Op::Name && !field.argument->parameter &&
-                 std::none_of(field.argument->path.begin(), field.argument->path.end(),
-                              [](const Field* f) { return f->optional; })) {
+                 std::ranges::none_of(field.argument->path, [](const Field* f) { return f->optional; })) {
          row.count = offset(pathMember(field.argument->path));
-         row.width = widthOfNumber(*field.argument->path.back());
+         row.width = number(widthOfNumber(*field.argument->path.back()));
       } else {
          row.flags.push_back("kSteeredByExpression");
-         row.index = expressions_.size();
-         expressions_.push_back(expression(*field.argument));
       }
+      if (field.arms.size() == 1 && !field.arms.front().field->name.empty()) row.wire.push_back("kSingle");
       // Rows of the arms first, for those within may bring arms of their own.
       std::vector<size_t> places;
-      for (const Arm& arm : field.arms) {
-         RowText content = this->row(*arm.field, inner + "u.");
-         if (auto hit = bits_->fields.find(arm.field.get()); hit != bits_->fields.end())
-            content.presence = hit->second;
+      for (const Step& arm : step.steps) {
+         RowText content = this->row(arm);
+         std::erase(content.flags, "kNoSample"); // the selector decides
          places.push_back(add({content}));
       }
       row.first = arms_.size();
@@ -455,13 +690,12 @@ private:
       row.rows = arms_.size() - row.first;
    }
 
-   void messages(const Field& field, const std::string& place, RowText& row) {
-      const std::string member = place + cName(field.name);
+   void messages(const Step& step, RowText& row) {
       row.kind = "Choice";
       row.flags.push_back("kOwnSelector");
-      row.count = offset(member + ".t");
-      row.width = 4;
-      row.sample = sample_->selector(field);
+      row.count = offset(step.member + ".t");
+      row.width = "4";
+      row.sample = sample_->selector(*step.field);
       std::vector<std::pair<uint64_t, size_t>> places;
       for (auto& line : type_->table) {
          RowText content;
@@ -470,7 +704,7 @@ private:
          if (line.record.type != nullptr) {
             nested(content, *line.record.type);
             if (!line.inlineValue) content.kind = "Message";
-            content.offset = offset(member + ".u." + cName(line.member));
+            content.offset = offset(step.member + ".u." + cName(line.member));
          }
          places.emplace_back(line.selector, add({content}));
       }
@@ -479,77 +713,27 @@ private:
       row.rows = places.size();
    }
 
-   // The number at a path; 0 if an optional field on the way is absent, as for the codecs.
-   std::string path(const std::vector<const Field*>& fields) const {
-      const std::string record = "static_cast<const " + record_ + "*>(record)->";
-      std::string conditions;
-      std::vector<const Field*> way;
-      for (auto* field : fields) {
-         const std::string owner = way.empty() ? "" : pathMember(way) + ".";
-         if (field->optional) conditions += record + owner + "m." + presenceName(*field) + " == 0 ? 0 : ";
-         way.push_back(field);
-      }
-      const std::string number = "uint64_t{" + record + pathMember(fields) + "}";
-      return conditions.empty() ? number : "(" + conditions + number + ")";
-   }
-
-   std::string expression(const Expr& e) const {
-      const auto binary = [&](const char* op) {
-         return "(" + expression(*e.left) + " " + op + " " + expression(*e.right) + ")";
-      };
-      switch (e.op) {
-      case Expr::Op::Number: return "uint64_t{" + number(e.number) + "}";
-      case Expr::Op::Name: return path(e.path);
-      case Expr::Op::Rest: return "uint64_t{0}"; // nothing is left of a record that is there
-      case Expr::Op::Add: return binary("+");
-      case Expr::Op::Sub: return binary("-");
-      case Expr::Op::Mul: return binary("*");
-      case Expr::Op::Eq: return binary("==");
-      case Expr::Op::Ne: return binary("!=");
-      case Expr::Op::Lt: return binary("<");
-      case Expr::Op::Gt: return binary(">");
-      case Expr::Op::Le: return binary("<=");
-      case Expr::Op::Ge: return binary(">=");
-      case Expr::Op::And: return binary("&&");
-      case Expr::Op::Or: return binary("||");
-      case Expr::Op::Not: return "!" + expression(*e.left);
-      }
-      return "0";
-   }
-
    const Module& module_;
    std::map<const Module*, size_t> moduleNumbers_;
-   std::map<std::string, size_t> textAt_;
-   std::vector<std::string> texts_;
-   size_t textSize_ = 0;
-   std::vector<std::string> rows_, arms_, types_, expressions_;
+   Texts texts_;
+   std::vector<std::string> rows_, wires_, arms_, types_;
+   Numbered expressions_{""}, limits_{"frame::Limits{}"}, legals_{"frame::LegalSet{}"};
    std::vector<const Type*> names_;
    // Of the type at hand
    const Type* type_ = nullptr;
    const Sample* sample_ = nullptr;
-   const Presence* bits_ = nullptr; // of the record at hand
    std::string record_;
 };
 
-void declareTables(const Module& module, Writer& w) {
-   std::vector<const Module*> used = {&module};
-   for (auto& type : module.types) {
-      const Module* other = baseType(*type).module;
-      if (std::find(used.begin(), used.end(), other) == used.end()) used.push_back(other);
-   }
-   w.line("namespace quorva::walk {");
-   for (auto* other : used) w.line("extern const Module table_" + other->name + ";");
-   w.line("} // namespace quorva::walk");
-   w.line();
-}
-
-void prologue(const Module& module, const std::string& what, const std::string& include, Writer& w) {
+void prologue(const Module& module, const std::string& what, const std::vector<std::string>& includes, Writer& w) {
    w.line("// " + what + " of module " + module.name + ". Generated by l3c from " + module.file + ".l3d.");
    w.line();
-   w.line("#include \"quorva/" + module.name + ".h\"");
-   w.line("#include \"src/walk/" + include + ".h\"");
+   for (auto& include : includes) w.line("#include \"" + include + "\"");
    w.line();
-   declareTables(module, w);
+   w.line("namespace quorva::walk {");
+   w.line("extern const Module table_" + module.name + ";");
+   w.line("} // namespace quorva::walk");
+   w.line();
 }
 
 void printer(const Type& type, Writer& w) {
@@ -617,25 +801,26 @@ void selectors(const Type& pdu, Writer& w) {
 } // namespace
 
 std::string tableArguments(const Type& type) {
-   return tableName(*baseType(type).module) + ", " + number(typeNumber(type));
+   return tableName(*type.module) + ", " + number(typeNumber(type));
 }
 
 void emitWalk(const Model& model, const Module& module, Outputs& out) {
-   Writer printers;
-   prologue(module, "Printers and the table that they walk", "print", printers);
-   printers.line("namespace quorva::walk {");
-   printers.line();
-   printers.raw(TableEmitter(model, module).run());
-   printers.line();
-   printers.line("} // namespace quorva::walk");
-   printers.line();
-   Writer samples;
-   prologue(module, "Samples and selectors", "sample", samples);
+   const std::string header = "quorva/" + module.name + ".h";
+   Writer table, printers, samples;
+   prologue(module, "The table", {header, "src/" + module.file + "Types.h", "src/walk/codec.h", "src/frame/scan.h"}, table);
+   table.line("namespace quorva::walk {");
+   table.line();
+   table.raw(TableEmitter(model, module).run());
+   table.line();
+   table.line("} // namespace quorva::walk");
+   prologue(module, "Printers", {header, "src/walk/print.h"}, printers);
+   prologue(module, "Samples and selectors", {header, "src/walk/sample.h"}, samples);
    for (auto& type : module.types) {
       if (!type->noPrinter) printer(*type, printers);
       if (hasSample(*type)) builder(*type, samples);
       if (type->kind == TypeKind::Pdu) selectors(*type, samples);
    }
+   out["src/" + module.file + "Table.cpp"] = table.text();
    out["src/" + module.file + "PrtToStrm.cpp"] = printers.text();
    out["src/" + module.file + "Test.cpp"] = samples.text();
 }

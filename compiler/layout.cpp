@@ -73,6 +73,55 @@ std::string encodeParameters(const Type& type) {
    return ", " + recordName(type) + "* pvalue";
 }
 
+// The value behind `v`, as the type's encoder and printer take it.
+std::string valueOf(const Type& type, bool constant) {
+   const std::string record = recordName(type);
+   const std::string word = constant ? "const " : "";
+   switch (passing(type)) {
+   case Passing::Value: return ", *static_cast<" + word + record + "*>(v)";
+   case Passing::Array: return ", static_cast<" + word + "uint8_t*>(v)";
+   case Passing::Text: return ", static_cast<" + word + "char*>(v)";
+   case Passing::TextPointer: return std::string(", *static_cast<const char* ") + word + "*>(v)";
+   case Passing::Nothing: return "";
+   case Passing::Pointer: break;
+   }
+   return ", static_cast<" + word + record + "*>(v)";
+}
+
+std::string targetOf(const Type& type) {
+   switch (passing(type)) {
+   case Passing::Array: return ", static_cast<uint8_t*>(v)";
+   case Passing::Text: return ", static_cast<char*>(v)";
+   case Passing::TextPointer: return ", static_cast<const char**>(v)";
+   case Passing::Nothing: return "";
+   default: return ", static_cast<" + recordName(type) + "*>(v)";
+   }
+}
+
+std::string limitsText(const Bounds& bounds) {
+   if (bounds.empty()) return "Limits{}";
+   std::string text = "Limits{" + std::to_string(bounds.low.value_or(0));
+   if (bounds.high) text += ", " + std::to_string(*bounds.high);
+   if (!bounds.values.empty()) {
+      uint64_t mask = 0;
+      for (uint64_t value : bounds.values) mask |= uint64_t{1} << (value & 63);
+      text += ", " + hex(mask);
+   }
+   return text + "}";
+}
+
+ScanFormat scanFormat(const Field& field) {
+   if (field.present) return {"T"};
+   if (field.ieiBits == 4) return {"HalfOctet"};
+   Class cls = field.cls;
+   if (field.kind == Kind::Named) {
+      const Type& own = *field.type.type;
+      cls = own.cls != Class::V ? own.cls : baseType(own).cls;
+      if (cls != Class::LV && cls != Class::LVE) return {"TV", valueOctets(own)};
+   }
+   return {cls == Class::LVE ? "TLVE" : cls == Class::LV ? "TLV" : "TV"};
+}
+
 namespace {
 
 // What the caller of a decoder hands over beside the target.
@@ -140,6 +189,15 @@ bool hasShortForm(const Type& type) {
    }
 }
 
+bool isUniform(const Type& type) {
+   return hasShortForm(type) && !type.custom && passing(type) == Passing::Pointer && type.parameters.empty() &&
+          type.kind != TypeKind::Alias;
+}
+
+bool hasMessageForm(const Type& type) {
+   return type.kind == TypeKind::Message && !type.custom;
+}
+
 namespace {
 
 // Collects the types of values that follow a bit.
@@ -196,7 +254,8 @@ bool standsAmongBits(const Type& type) {
 std::string shortDeclaration(const Type& type, bool encode) {
    const std::string octets = encode ? "uint8_t* " : "const uint8_t* ";
    return octets + (encode ? "shortEnc_" : "shortDec_") + recordName(type) + "(" + octets + "at, " + octets +
-          "end, RtxContext* pctxt" + (encode ? encodeParameters(type) : decodeParameters(type)) + ")";
+          "end, RtxContext* pctxt" +
+          (isUniform(type) ? ", void* v" : encode ? encodeParameters(type) : decodeParameters(type)) + ")";
 }
 
 std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {

@@ -56,6 +56,20 @@ std::string countType(const Storage& storage);
 std::string encodeArgument(const Type& type, const std::string& place);
 std::string pointerArgument(const Type& type, const std::string& place);
 
+// The value behind a `void* v`, as the type's encoder and printer take it, and as its decoder does.
+std::string valueOf(const Type& type, bool constant);
+std::string targetOf(const Type& type);
+
+// `Limits{...}` for the bounds of a length or count.
+std::string limitsText(const Bounds& bounds);
+
+// What an optional element takes behind its IEI, for the skip of one that is out of order.
+struct ScanFormat {
+   std::string name;
+   unsigned octets = 0; // TV
+};
+ScanFormat scanFormat(const Field& field);
+
 // Parameter lists of the exported functions, behind the context.
 std::string encodeParameters(const Type& type);
 std::string decodeParameters(const Type& type);
@@ -66,6 +80,9 @@ std::string argumentNames(const Type& type, bool encode);
 // Has the codec a short form beside the full one? What holds a message, ends early on purpose or counts in
 // bits has none.
 bool hasShortForm(const Type& type);
+// One of a signature that all such have: made by l3c, of a record and nothing besides.
+bool isUniform(const Type& type);
+bool hasMessageForm(const Type& type);
 // Marks the types whose values follow a bit of the elements that they stand in: entries of chains and of
 // lists with flags, and what a leading bit announces.
 void markBehindBits(Model& model);

@@ -587,29 +587,41 @@ int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
    return 0;
 }
 
-bool Scan::nextInFull() {
-   RtxContext* ctxt = decoder_.ctxt();
-   if (!decoder_.more()) return end(messageStatus(ctxt));
+bool Scan::next(Decoder& decoder) {
+   do {
+      if (!read(decoder)) return false;
+   } while (shifts_ && shifted());
+   return true;
+}
+
+bool Scan::read(Decoder& decoder) {
+   RtxContext* ctxt = decoder.ctxt();
+   if (!decoder.more()) return end(messageStatus(ctxt));
    // An IEI that is not there ends the message without a failure, so it is looked for before it is read.
    if (cursorBits(ctxt) + 8 > ctxt->bufSize * 8) return end(messageStatus(ctxt));
+   const auto stop = [&](int status, int line) {
+      failed_ = true;
+      return end(fail(ctxt, status, decoder.site(line)));
+   };
    uint8_t octet = 0;
    openTrace(ctxt, "IEI");
    int status = rtxDecBitsToByte(ctxt, &octet, 8);
    if (status == RTX_E_END_OF_DATA) return end(messageStatus(ctxt));
-   if (status != 0) return stop(fail(ctxt, status, decoder_.site(__LINE__)));
+   if (status != 0) return stop(status, __LINE__);
    closeTrace(ctxt);
    if ((halfOctets_ >> (octet >> 4) & 1) != 0) {
       --ctxt->bufByteIndex;
       status = rtxDecBitsToByte(ctxt, &octet, 4);
-      if (status < 0) return stop(fail(ctxt, status, decoder_.site(__LINE__)));
+      if (status < 0) return stop(status, __LINE__);
       closeTrace(ctxt);
    }
    iei_ = octet;
    return true;
 }
 
-int Scan::dropElement(Decoder decoder, Format format, size_t valueOctets, int line) {
+int Scan::drop(Decoder& decoder, Format format, size_t valueOctets, int line) {
    RtxContext* ctxt = decoder.ctxt();
+   previous_ = iei_;
    size_t length = 0;
    if (format == Format::TLV) {
       uint8_t octet = 0;
@@ -626,9 +638,11 @@ int Scan::dropElement(Decoder decoder, Format format, size_t valueOctets, int li
    return 0;
 }
 
-int Scan::skipUnknown(Decoder decoder, unsigned iei, unsigned last, unsigned codeset, int line) {
+int Scan::unknown(Decoder& decoder, int line) {
    RtxContext* ctxt = decoder.ctxt();
-   if ((iei & 0x80) != 0) return 0; // one octet
+   const unsigned last = previous_;
+   previous_ = iei_;
+   if ((iei_ & 0x80) != 0) return 0; // one octet
    uint8_t length = 0;
    if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0)
       return fail(ctxt, status, decoder.site(line));
@@ -641,9 +655,9 @@ int Scan::skipUnknown(Decoder decoder, unsigned iei, unsigned last, unsigned cod
    // Once several failures are on record more of them tell nothing: the message's result stays the same, and
    // its sender would have memory for the asking.
    constexpr size_t kMostRecords = 16; // eight such IEIs exist
-   if (((iei & 0x0F) | codeset) == 0 && iei != last &&
+   if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last &&
        (ctxt->errList.count < kMostRecords || rtxErrGetStatus(ctxt) != RTX_E_MULTIPLE)) {
-      rtxErrAddIntParm(ctxt, static_cast<int>(iei));
+      rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       const Site where = decoder.site(line);
       rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);
    }

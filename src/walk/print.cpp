@@ -1,6 +1,7 @@
 #include "src/walk/print.h"
 
 #include "quorva/rtxCharStr.h"
+#include "src/walk/codec.h"
 #include "src/walk/enums.h"
 #include "src/walk/lines.h"
 
@@ -31,18 +32,18 @@ public:
          return;
       case Form::Value: return row(module, module.rows[type.first], name, value);
       case Form::Empty: return lines_.null(name);
+      case Form::Alias: {
+         const Module& other = *modules[type.rows];
+         return this->type(other, other.types[type.first], name, value);
+      }
       }
    }
 
 private:
-   static bool bit(const uint8_t* record, uint32_t number) {
-      return number == kNone || (record[number / 8] >> number % 8 & 1) != 0;
-   }
-
    void block(const Module& module, unsigned first, unsigned rows, const uint8_t* record) {
       for (unsigned i = first; i < first + rows; ++i) {
          const Row& field = module.rows[i];
-         if (bit(record, field.group) && bit(record, field.presence))
+         if (hasBit(record, field.group) && hasBit(record, field.presence))
             row(module, field, module.texts + field.name, record);
       }
    }
@@ -72,8 +73,18 @@ private:
          return;
       case Kind::List: return list(module, row, name, record);
       case Kind::Choice: return choice(module, row, name, record);
-      case Kind::Null: return lines_.null(name);
-      case Kind::Store: return;
+      case Kind::Null:
+         if ((row.flags & kWireOnly) == 0) lines_.null(name);
+         return;
+      case Kind::Store:
+      case Kind::Constant: return;
+      case Kind::Length:
+      case Kind::Span:
+         if (row.width != 0) lines_.number(name, load(place, row.width), row.width);
+         return block(module, row.first, row.rows, record);
+      case Kind::Chain:
+      case Kind::Since:
+      case Kind::Swap: return block(module, row.first, row.rows, record);
       case Kind::Flag: return lines_.boolean(name, *place);
       case Kind::Number: return lines_.number(name, load(place, row.width), row.width);
       case Kind::Enumeration:
@@ -89,6 +100,10 @@ private:
                                     reinterpret_cast<const uint16_t*>(contents(row, record))});
       case Kind::Text: return lines_.text(name, reinterpret_cast<const char*>(contents(row, record)));
       }
+   }
+
+   static Expression expression(const Module& module, const Row& row) {
+      return module.expressions[module.wires[&row - module.rows].argument];
    }
 
    void nested(const Row& row, const char* name, const uint8_t* value) {
@@ -132,11 +147,11 @@ private:
    }
 
    void choice(const Module& module, const Row& row, const char* name, const uint8_t* record) {
-      const uint64_t value = row.flags & kSteeredByExpression ? module.expressions[row.index](record)
+      const uint64_t value = row.flags & kSteeredByExpression ? expression(module, row)(record, nullptr, 0)
                                                               : load(record + row.count, row.width);
       const Row* arm = findArm(module, row, value);
       if (!(row.flags & kUnnamed)) lines_.open(name);
-      if (arm != nullptr && module.texts[arm->name] != 0 && bit(record, arm->presence))
+      if (arm != nullptr && module.texts[arm->name] != 0 && hasBit(record, arm->presence))
          this->row(module, *arm, module.texts + arm->name, record);
       if (!(row.flags & kUnnamed)) lines_.close();
    }

@@ -1,6 +1,7 @@
 #include "src/walk/sample.h"
 
 #include "quorva/rtxMemHeap.h"
+#include "src/walk/codec.h"
 
 #include <algorithm>
 #include <cstring>
@@ -26,16 +27,16 @@ public:
    // `selector`, if not 0, is the arm that the record's own choice takes. False if memory is exhausted.
    bool type(const Module& module, const Type& type, uint8_t* value, uint32_t selector = 0) {
       if (type.form == Form::Empty) return true;
+      if (type.form == Form::Alias) {
+         const Module& other = *modules[type.rows];
+         return this->type(other, other.types[type.first], value, selector);
+      }
       for (unsigned i = type.first; i < unsigned{type.first} + type.rows; ++i)
          if (!field(module, module.rows[i], value, selector)) return false;
       return true;
    }
 
 private:
-   static void setBit(uint8_t* record, uint32_t number) {
-      if (number != kNone) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
-   }
-
    bool field(const Module& module, const Row& row, uint8_t* record, uint32_t selector) {
       if (row.flags & kNoSample) return true;
       if (!fill(module, row, record, selector)) return false;
@@ -59,10 +60,14 @@ private:
       case Kind::CountedBits:
       case Kind::CountedUnits: return counted(module, row, record);
       case Kind::Text: text(module, row, place); return true;
+      case Kind::Length:
+      case Kind::Span:
+         if (row.width != 0) store(place, row.width, row.sample); // the encoder sets it
+         return block(module, row, record);
       case Kind::Group:
-         for (unsigned i = row.first; i < unsigned{row.first} + row.rows; ++i)
-            if (!field(module, module.rows[i], record, 0)) return false;
-         return true;
+      case Kind::Chain:
+      case Kind::Since:
+      case Kind::Swap: return block(module, row, record);
       case Kind::Nested: return nested(row, place, row.sample);
       case Kind::Message: return message(row, place);
       case Kind::List: return list(module, row, record);
@@ -72,8 +77,15 @@ private:
          const Row* arm = findArm(module, row, value);
          return arm == nullptr || field(module, *arm, record, 0);
       }
-      case Kind::Null: return true;
+      case Kind::Null:
+      case Kind::Constant: return true;
       }
+      return true;
+   }
+
+   bool block(const Module& module, const Row& row, uint8_t* record) {
+      for (unsigned i = row.first; i < unsigned{row.first} + row.rows; ++i)
+         if (!field(module, module.rows[i], record, 0)) return false;
       return true;
    }
 

@@ -1,5 +1,8 @@
 #include "src/walk/table.h"
 
+#include "runtime/core/rtxInline.h"
+#include "src/walk/codec.h"
+
 #include <cstring>
 
 namespace quorva::walk {
@@ -37,6 +40,12 @@ void store(void* place, unsigned width, uint64_t value) {
    case 4: return storeAs<uint32_t>(place, value);
    default: return storeAs<uint64_t>(place, value);
    }
+}
+
+uint64_t octetsLeft(const RtxContext* ctxt) {
+   if (ctxt == nullptr) return 0;
+   const int64_t bits = hot::containerRemBits(ctxt);
+   return bits > 0 ? static_cast<uint64_t>(bits) >> 3 : 0;
 }
 
 const Row* findArm(const Module& module, const Row& choice, uint64_t value) {

@@ -1,0 +1,389 @@
+#include "compiler/layout.h"
+#include "compiler/naming.h"
+#include "compiler/program.h"
+
+#include <algorithm>
+
+namespace l3c {
+
+namespace {
+
+using Fields = std::vector<std::unique_ptr<Field>>;
+
+// Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
+// record as it was, counts and pointers included.
+bool mayStayUnset(const Type& type);
+
+bool mayStayUnset(const Field& field) {
+   if (field.type.type != nullptr && mayStayUnset(*field.type.type)) return true;
+   for (auto& inner : field.fields)
+      if (mayStayUnset(*inner)) return true;
+   return std::ranges::any_of(field.arms,
+                              [](auto& arm) { return arm.field != nullptr && mayStayUnset(*arm.field); });
+}
+
+bool mayStayUnset(const Type& type) {
+   const Type& base = baseType(type);
+   if (base.custom && base.cls != Class::V) return true;
+   return std::ranges::any_of(base.fields, [](auto& field) { return mayStayUnset(*field); });
+}
+
+// Where the fields at hand lie.
+struct Place {
+   std::string record;    // prefix of their members
+   bool inLength = false; // among the octets of a length
+   bool arm = false;
+   std::string root;               // record that expressions begin at
+   const Fields* level = nullptr;  // the record with their presence bits
+   std::string levelRecord;        // and its prefix
+
+   Place inner() const {
+      Place place = *this;
+      place.inLength = false;
+      return place;
+   }
+   // A record of its own among the same.
+   Place record_(const std::string& prefix, const Fields& fields) const {
+      Place place = inner();
+      place.record = place.levelRecord = prefix;
+      place.level = &fields;
+      return place;
+   }
+};
+
+bool isPassable(const Field& field) {
+   return field.optional || field.guarded || field.kind == Kind::Since;
+}
+
+class Lowering {
+public:
+   explicit Lowering(const Type& type) : type_(type) { program_.type = &type; }
+
+   Program run() {
+      Place place;
+      place.level = &type_.fields;
+      const bool byLength = type_.cls != Class::V;
+      switch (type_.kind) {
+      case TypeKind::Number: {
+         Step& step = program_.steps.emplace_back(value(Op::Integer));
+         step.bits = type_.bits;
+         step.bounds = type_.bounds;
+         break;
+      }
+      case TypeKind::Octets: octets(); break;
+      case TypeKind::List: {
+         Step& step = program_.steps.emplace_back(value(Op::List));
+         list(step, type_.base.type, type_.bits, type_.bounds, type_.storage);
+         step.argument = term(type_.times.get(), place);
+         break;
+      }
+      case TypeKind::Record: sequence(type_.fields, withLength(place, byLength), true, program_.steps); break;
+      case TypeKind::Message:
+         sequence(type_.fields, place, false, program_.steps);
+         for (auto& field : type_.fields)
+            if (field->ieiBits != 0) program_.optional.push_back(element(*field, place));
+         break;
+      case TypeKind::Pdu: sequence(type_.fields, place, false, program_.steps); break;
+      default: break;
+      }
+      return std::move(program_);
+   }
+
+private:
+   static Place withLength(Place place, bool inLength) {
+      place.inLength = inLength;
+      return place;
+   }
+
+   static Step value(Op op) {
+      Step step;
+      step.op = op;
+      return step;
+   }
+
+   void octets() {
+      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Octets
+                                                     : type_.fill     ? Op::Sized
+                                                                      : Op::Counted));
+      step.count = type_.count;
+      step.bits = type_.cls == Class::LVE ? 16 : 8;
+      step.bounds = type_.bounds;
+      step.storage = type_.storage;
+      step.rest = type_.fill;
+      step.last = true;
+   }
+
+   static Term term(const Expr* expr, const Place& place) { return {expr, place.root, place.record}; }
+
+   static void list(Step& step, const Type* entry, unsigned bits, const Bounds& bounds, const Storage& storage) {
+      step.type = entry;
+      step.bits = bits;
+      step.bounds = bounds;
+      step.storage = storage;
+      // No initialiser of the record around an array has been at its elements.
+      step.entryInits = entry != nullptr && (storage.heap || mayStayUnset(*entry)) && hasInit(*entry);
+   }
+
+   BitPlace bit(const Place& place, const Field* field, int group) const {
+      const auto bits = presenceBits(*place.level);
+      for (size_t i = 0; i < bits.size(); ++i)
+         if (field != nullptr ? bits[i].field == field : bits[i].field == nullptr && bits[i].group == group)
+            return {place.levelRecord, bits[i].name, i};
+      return {};
+   }
+
+   // Fields one behind the other. `last`: nothing follows in the codec that must be there.
+   void sequence(const Fields& fields, const Place& place, bool last, std::vector<Step>& steps) {
+      const size_t first = steps.size();
+      for (size_t i = 0; i < fields.size() && fields[i]->ieiBits == 0; ++i) {
+         const Field& field = *fields[i];
+         bool isLast = last;
+         for (size_t next = i + 1; next < fields.size(); ++next) isLast = isLast && isPassable(*fields[next]);
+         if (field.aside && field.kind != Kind::Frame && i + 1 < fields.size()) {
+            Step span = base(Op::Span, field, place);
+            span.bits = field.bits;
+            span.steps.push_back(one(*fields[++i], place, false));
+            steps.push_back(std::move(span));
+         } else if (field.beside) {
+            steps.push_back(one(field, place.inner(), false));
+         } else {
+            steps.push_back(one(field, place, isLast));
+         }
+      }
+      for (size_t i = first; i < steps.size(); ++i) {
+         if (steps[i].field->counted == nullptr) continue;
+         for (size_t j = i + 1; j < steps.size(); ++j) {
+            if (steps[j].field != steps[i].field->counted) continue;
+            steps[i].counts = j - i;
+            steps[j].byCount = true;
+         }
+      }
+   }
+
+   Step base(Op op, const Field& field, const Place& place) const {
+      Step step;
+      step.op = op;
+      step.field = &field;
+      step.name = field.name;
+      step.place = place.record;
+      step.member = place.record + cName(field.name);
+      step.logged = place.arm;
+      return step;
+   }
+
+   // One field with its option.
+   Step one(const Field& field, const Place& place, bool last) {
+      Step step = contents(field, field.optional || field.guarded ? place.inner() : place, last);
+      step.run = isRunContent(field);
+      step.bareAround = field.bareBits != 0;
+      if (field.bareBits != 0) step.last = false;
+      const bool chain = field.kind == Kind::Chain;
+      if (!field.optional || chain) {
+         step.guarded = field.guarded;
+         step.endTested = place.inLength && field.kind != Kind::Null && field.kind != Kind::Swap &&
+                          !(field.kind == Kind::Frame && field.aside);
+         return step;
+      }
+      step.present = bit(place, &field, 0);
+      if (field.bareBits != 0) {
+         step.when = When::IfMore;
+         return step;
+      }
+      step.endTested = place.inLength;
+      if (field.lead != Lead::None) {
+         step.when = place.inLength ? When::ByBitIfMore : When::ByBit;
+      } else {
+         step.when = field.when ? When::IfTest : When::IfMore;
+      }
+      if (field.when) step.test = term(field.when.get(), place);
+      return step;
+   }
+
+   // An optional element of a message.
+   Step element(const Field& field, const Place& place) {
+      Step step = contents(field, place, false);
+      if (field.present) step.op = Op::Nothing;
+      step.run = !field.present && isRunContent(field);
+      step.present = bit(place, &field, 0);
+      if (field.group != 0) step.group = bit(place, nullptr, field.group);
+      return step;
+   }
+
+   Step contents(const Field& field, const Place& place, bool last) {
+      Step step = base(Op::Nothing, field, place);
+      step.bits = field.bits;
+      step.bounds = field.bounds;
+      step.storage = field.storage;
+      step.count = field.count;
+      switch (field.kind) {
+      case Kind::Flag: step.op = Op::Flag; break;
+      case Kind::Uint: step.op = Op::Integer; break;
+      case Kind::Const: step.op = Op::Constant; break;
+      case Kind::Octets:
+      case Kind::Bits:
+         step.op = field.kind == Kind::Octets ? Op::Octets : Op::Bits;
+         step.last = last;
+         break;
+      case Kind::Named: named(step, place, last); break;
+      case Kind::Counted: step.op = Op::Counted; break;
+      case Kind::Sized:
+         step.op = Op::Sized;
+         step.argument = term(field.argument.get(), place);
+         break;
+      case Kind::Fill:
+      case Kind::Tail:
+         step.op = Op::Sized;
+         step.rest = true;
+         step.opensTail = field.kind == Kind::Tail;
+         break;
+      case Kind::BitTail:
+         step.op = Op::RestBits;
+         step.storage.heap = field.storage.heap || field.storage.capacity == 0;
+         step.opensTail = type_.cls != Class::LB;
+         break;
+      case Kind::Group:
+         step.op = Op::Group;
+         sequence(field.fields, place.record_(step.member + ".", field.fields), last, step.steps);
+         break;
+      case Kind::Each:
+         step.op = Op::List;
+         list(step, field.type.type, field.bits, field.bounds, field.storage);
+         step.argument = term(field.argument.get(), place);
+         step.opensTail = field.tail;
+         if (field.entry != nullptr) {
+            Step entry = value(Op::Sized);
+            entry.field = field.entry.get();
+            entry.rest = field.entry->kind == Kind::Fill;
+            if (!entry.rest) entry.argument = term(field.entry->argument.get(), place);
+            entry.storage = field.entry->storage;
+            step.steps.push_back(entry);
+         }
+         break;
+      case Kind::Choice: choice(step, place, last); break;
+      case Kind::Null: break;
+      case Kind::Messages: step.op = Op::Pointers; break;
+      case Kind::Frame:
+      case Kind::Bare: {
+         step.op = field.aside ? Op::Span : Op::Length;
+         Place inner = place;
+         inner.inLength = inner.inLength || !field.aside;
+         if (field.kind == Kind::Bare) step.member.clear();
+         if (!field.aside && field.name.empty()) step.name = "length";
+         sequence(field.fields, inner, last, step.steps);
+         break;
+      }
+      case Kind::Swap:
+         step.op = Op::Swap;
+         for (auto& inner : field.fields) step.steps.push_back(one(*inner, place, false));
+         break;
+      case Kind::Since:
+         step.op = Op::Since;
+         step.present = bit(place, nullptr, field.group);
+         sequence(field.fields, place, last, step.steps);
+         break;
+      case Kind::Chain: chain(step, place); break;
+      }
+      return step;
+   }
+
+   void named(Step& step, const Place& place, bool last) {
+      const Field& field = *step.field;
+      const Type& type = *field.type.type;
+      const Type& base = baseType(type);
+      step.type = &type;
+      step.argument = term(field.argument.get(), place);
+      step.second = term(field.second.get(), place);
+      step.op = base.kind == TypeKind::Pdu || base.kind == TypeKind::Message ? Op::Message : Op::Call;
+      if (!field.valueOnly && field.ahead == 0) return;
+      step.op = Op::Contents;
+      Place inner = place.record_(step.member + ".", base.fields);
+      inner.root = inner.record;
+      inner.inLength = field.valueOnly;
+      if (field.valueOnly)
+         sequence(base.fields, inner, last, step.steps);
+      else
+         step.steps.push_back(contents(*base.fields.front(), inner, last));
+   }
+
+   void choice(Step& step, const Place& place, bool last) {
+      const Field& field = *step.field;
+      step.op = Op::Choice;
+      if (field.name.empty()) step.member = place.record; // of `t` and `u`
+      const std::string prefix = field.name.empty() ? place.record : step.member + ".";
+      if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
+      Place inner = place.inner();
+      inner.record = prefix + "u.";
+      inner.arm = true;
+      for (auto& arm : field.arms) step.steps.push_back(one(*arm.field, inner, last));
+   }
+
+   void chain(Step& step, const Place& place) {
+      step.op = Op::Chain;
+      for (auto& octet : step.field->fields) {
+         Step inner = contents(*octet, place, false);
+         inner.run = isRunContent(*octet);
+         inner.endTested = place.inLength;
+         if (octet->optional) inner.present = bit(place, octet.get(), 0);
+         if (octet->kind == Kind::Named && baseType(*octet->type.type).kind == TypeKind::List) {
+            const Type& type = baseType(*octet->type.type);
+            inner.op = Op::List;
+            list(inner, type.base.type, type.bits, type.bounds, type.storage);
+         }
+         step.steps.push_back(std::move(inner));
+      }
+      if (step.field->fields.front()->optional) step.when = When::IfMore;
+   }
+
+   const Type& type_;
+   Program program_;
+};
+
+// A path begins at the record of the type. An optional field that is absent counts as 0.
+std::string writtenPath(const Term& term, const Expr& e, const std::string& record) {
+   std::string text = record + term.root, present;
+   for (size_t i = 0; i < e.path.size(); ++i) {
+      const Field& field = *e.path[i];
+      if (i != 0 && text.back() != '>' && text.back() != '.') text += '.';
+      if (field.optional && !(record + term.inside).starts_with(text + cName(field.name) + "."))
+         present = text + "m." + presenceName(field);
+      if (!field.name.empty()) text += cName(field.name);
+      if (field.kind == Kind::Choice) text += field.name.empty() ? "u" : ".u";
+   }
+   return present.empty() ? text : "(" + present + " ? " + text + " : 0)";
+}
+
+} // namespace
+
+Program lower(const Type& type) {
+   return Lowering(type).run();
+}
+
+bool isList(const Step& step) {
+   return step.op == Op::List;
+}
+
+std::string written(const Term& term, const std::string& record, const std::string& rest,
+                    const std::string& parameter) {
+   struct Writing {
+      const Term& term;
+      const std::string &record, &rest, &parameter;
+      std::string operator()(const Expr& e) const {
+         static const char* const signs[] = {"+", "-", "*", "==", "!=", "<", ">", "<=", ">=", "&&", "||"};
+         switch (e.op) {
+         case Expr::Op::Number: return std::to_string(e.number);
+         case Expr::Op::Rest: return rest;
+         case Expr::Op::Name:
+            if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
+            return writtenPath(term, e, record);
+         case Expr::Op::Not: return "!" + (*this)(*e.left);
+         default: {
+            const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
+            return "(" + (*this)(*e.left) + " " + signs[sign] + " " + (*this)(*e.right) + ")";
+         }
+         }
+      }
+   };
+   return Writing{term, record, rest, parameter}(*term.expr);
+}
+
+} // namespace l3c

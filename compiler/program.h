@@ -1,0 +1,106 @@
+// What a type does on the wire, step by step: all that a description leaves to its surroundings is said at the
+// step. The short codecs, the rows that the walkers run over and the C records behind them agree because they
+// are made from it.
+#pragma once
+
+#include "compiler/model.h"
+
+#include <string>
+#include <vector>
+
+namespace l3c {
+
+enum class Op {
+   Flag,
+   Integer,
+   Constant, // on the wire alone
+   Octets,   // of a fixed number
+   Bits,
+   Counted,  // octets behind their count
+   Sized,    // octets: as many as an expression says, or all that is left
+   RestBits, // all bits that are left
+   Nothing,
+   Call,     // a value of another type
+   Contents, // the contents of a type with a length, without it
+   Message,  // a message or a PDU inside
+   Group,    // a record of its own under a name
+   Choice,
+   Pointers, // the messages of a PDU
+   List,
+   Length, // octets around a part of a record
+   Chain,
+   Since,
+   Swap,
+   Span // in the record alone: the octets that its steps take
+};
+
+// What tells that a step is taken at all; encoders ask the presence bit.
+enum class When { Always, IfMore, IfTest, ByBit, ByBitIfMore };
+
+// An expression, with the record at which its names begin.
+struct Term {
+   const Expr* expr = nullptr;
+   std::string root;   // "", or the member with a point behind it
+   std::string inside; // what the step lies in is there, whatever its presence bit says yet
+};
+
+// A presence bit: the member that `m` belongs to, the name, the number.
+struct BitPlace {
+   std::string record;
+   std::string name;
+   size_t number = 0;
+   explicit operator bool() const { return !name.empty(); }
+};
+
+struct Step {
+   Op op = Op::Nothing;
+   const Field* field = nullptr;
+   const Type* type = nullptr; // Call, Contents, Message; List: of an entry, if it is no number
+   std::string name;           // on the wire's side; empty: none
+   std::string place;          // member of the record around, with a point behind it
+   std::string member;         // of the record; empty: the value itself
+   unsigned bits = 0;          // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
+   Bounds bounds;
+   Storage storage;
+   uint64_t count = 0; // Octets, Bits
+
+   When when = When::Always;
+   Term test;
+   BitPlace present, group;
+   bool guarded = false;  // mandatory, yet decoded only if the container has something
+   bool endTested = false; // the decoder compares the cursor with the end of the length around
+   bool logged = false;   // a failed bound is logged: in the arm of a choice
+   bool last = false;     // Octets, Bits: their status is the codec's own
+   bool run = false;      // of fixed width
+   bool rest = false;     // Sized: all that is left
+   bool byCount = false;  // Sized: the encoder goes by the record's count
+   bool opensTail = false;
+   bool entryInits = false; // List: the decoder initialises the entries
+   bool bareAround = false; // a length of Field::bareBits around this step alone
+
+   Term argument; // Sized, Contents, Call: size; List: how often; Choice: what steers it
+   Term second;   // Call of a text type with two parameters
+   size_t counts = 0; // Integer: its value is the octet count of the step so many further
+
+   std::vector<Step> steps; // Group, Length, Chain, Since, Swap, Span, Contents; Choice: one an arm; List: of
+                            // an entry that is octets
+   bool isOptional() const { return when != When::Always; }
+};
+
+struct Program {
+   const Type* type = nullptr;
+   std::vector<Step> steps;    // of a message the mandatory part
+   std::vector<Step> optional; // of a message
+};
+
+Program lower(const Type& type);
+
+// Is the step a list whose entries are led by ext bits?
+bool isList(const Step& step);
+
+// The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets left,
+// `parameter` for the type's parameter if not its name.
+std::string written(const Term& term, const std::string& record, const std::string& rest,
+                    const std::string& parameter = "");
+
+} // namespace l3c

@@ -1,0 +1,45 @@
+// The codecs of types by their rows: what a caller of NASEnc_ and NASDec_ functions gets.
+#pragma once
+
+#include "src/walk/table.h"
+
+namespace quorva::walk {
+
+// The short form if that will do, else the exact one: names, trace, containers and error records on the way.
+// `parameter` is what the decoder of a partial list is told.
+int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter = 0);
+int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);
+
+// Rows of a message, from the `first` of its table on, in the exact form; of an optional element what stands
+// behind its IEI when decoding, and the IEI too when encoding.
+int decodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count);
+int encodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count);
+
+// Octets that the container at hand has left, of which expressions speak. None without a context.
+uint64_t octetsLeft(const RtxContext* ctxt);
+
+// Octets of the value of a counted string and the like: inline or by pointer.
+inline uint8_t* contentsOf(const Row& row, uint8_t* record) {
+   uint8_t* place = record + row.offset;
+   if ((row.flags & kHeap) == 0) return place;
+   uint8_t* data;
+   __builtin_memcpy(&data, place, sizeof data);
+   return data;
+}
+
+inline bool hasBit(const uint8_t* record, uint32_t number) {
+   return number == kNone || (record[number / 8] >> number % 8 & 1) != 0;
+}
+inline void setBit(uint8_t* record, uint32_t number) {
+   if (number != kNone) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+}
+
+// Are the length and its row of the record the first of the type's rows?
+inline unsigned firstOnWire(const Type& type) {
+   return type.first + (type.form == Form::Record && type.lengthBits != 0 && (type.flags & kBare) == 0 ? 1u : 0u);
+}
+inline unsigned behindRows(const Type& type) {
+   return unsigned{type.first} + type.rows;
+}
+
+} // namespace quorva::walk

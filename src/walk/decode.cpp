@@ -1,0 +1,572 @@
+// The exact decoder: one body for all types, over their rows.
+
+#include "runtime/core/rtxMemHeapInline.h"
+#include "src/frame/scan.h"
+#include "src/walk/codec.h"
+
+namespace quorva::walk {
+
+using namespace frame;
+
+namespace {
+
+constexpr size_t kNoEnd = ~size_t{0};
+
+// A type at the cursor, as its function would.
+int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter = 0,
+               uint64_t second = 0);
+
+class Decoding : public frame::Codec {
+public:
+   Decoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record, uint64_t parameter = 0)
+         : Codec(ctxt, module.decodeSource), module_(module), type_(type), record_(record), parameter_(parameter) {}
+
+   int element() {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      if (type_.form == Form::Alias) return alias();
+      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      frame::Length length{kNoEnd};
+      if (type_.lengthBits != 0) L3_TRY(openType(length));
+      if (type_.bits != 0)
+         L3_TRY(enumeration());
+      else
+         L3_TRY(block(firstOnWire(type_), behindRows(type_), length.end));
+      if (quit_) return 0; // the early way out leaves the container and the names pushed; callers see it by them
+      if ((type_.flags & kAligned) != 0) align();
+      if (type_.lengthBits != 0) L3_TRY(closeType(length));
+      if ((type_.flags & kAligned) != 0) align();
+      return done(result_);
+   }
+
+   // Mandatory part, then the scan.
+   int message() {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      Decoder decoder(ctxt_, file_);
+      if (type_.form != Form::Empty) L3_TRY(block(type_.first, unsigned{type_.first} + type_.mandatory, kNoEnd));
+      const unsigned first = unsigned{type_.first} + type_.mandatory;
+      if (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store) {
+         L3_TRY(decoder.nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
+         return decoder.ended();
+      }
+      Scan scan(type_.halfOctets, (type_.flags & kShifts) != 0);
+      while (scan.next(decoder)) L3_TRY(optional(scan, decoder, first));
+      return scan.finish(decoder);
+   }
+
+   // The codec of one element under the name of a message.
+   int oneElement() {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      const Module& module = *modules[type_.rows];
+      const Type& base = module.types[type_.first];
+      Decoder decoder(ctxt_, file_);
+      int result = 0;
+      if (base.codec == walk::Codec::Message) {
+         // What that message reports is no failure: it comes out at the end.
+         L3_TRY(inner(decoder, module, base, record_));
+         result = messageStatus(ctxt_);
+      } else {
+         if (const int status = decodeType(ctxt_, module, base, record_); status < 0) return failed(status, 0);
+         L3_TRY(decoder.nonImperative(0));
+      }
+      return decoder.ended(result);
+   }
+
+   // A PDU that needs no table; its end reports what the message inside did.
+   int pdu() {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      L3_TRY(block(type_.first, behindRows(type_), kNoEnd));
+      return Decoder(ctxt_, file_).ended(messageStatus(ctxt_));
+   }
+
+   int rows(unsigned first, unsigned count) {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      return block(first, first + count, kNoEnd);
+   }
+   // An optional element of a message, behind its IEI.
+   int optionalRow(unsigned index) {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      return contents(index, kNoEnd);
+   }
+
+private:
+   Site here(unsigned index) const { return site(module_.wires[index].line); }
+   bool more() const { return hot::containerHasRemBits(ctxt_); }
+   uint64_t value(unsigned expression) const {
+      return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
+   }
+   void clearPresence(uint32_t offset, unsigned octets) { std::memset(record_ + offset, 0, octets); }
+   int within(unsigned index, size_t end) {
+      return hot::bitOffset(ctxt_) > end ? fail(ctxt_, RTX_E_LENGTH_OVERRUN, here(index)) : 0;
+   }
+   void align() {
+      if (ctxt_->bufBitsLeft == 8) return;
+      ++ctxt_->bufByteIndex;
+      ctxt_->bufBitsLeft = 8;
+   }
+
+   int alias() {
+      const Module& module = *modules[type_.rows];
+      const Type& base = module.types[type_.first];
+      if (base.codec == walk::Codec::Message) {
+         Decoder decoder(ctxt_, file_);
+         L3_TRY(inner(decoder, module, base, record_));
+         return done(messageStatus(ctxt_));
+      }
+      if (const int status = decodeType(ctxt_, module, base, record_, parameter_); status < 0)
+         return failed(status, 0);
+      return done();
+   }
+
+   int openType(frame::Length& length) {
+      uint16_t unused = 0;
+      const bool bare = (type_.flags & kBare) != 0;
+      void* place = bare ? static_cast<void*>(&unused) : record_ + type_.lengthOffset;
+      const unsigned octets = type_.lengthBits == 16 ? 2 : 1;
+      const Limits& limits = module_.limits[type_.limits];
+      const bool countsBits = (type_.flags & kCountsBits) != 0;
+      if (type_.lengthBits == 4 && !countsBits) return openNibble(*static_cast<uint8_t*>(place), limits, length);
+      if (!countsBits)
+         return openInFull(ctxt_, site(0), "length", type_.lengthBits, place, octets, limits, true, length);
+      L3_TRY(openInFull(ctxt_, site(0), "length", type_.lengthBits, place, octets, Limits{}, false, length));
+      const auto bits = static_cast<size_t>(load(place, octets));
+      length.end = hot::bitOffset(ctxt_) + bits;
+      const int status = hot::pushContainerBits(ctxt_, bits);
+      return status < 0 ? failed(status, 0) : 0;
+   }
+   // What stands beside a length of 4 bits in its octet is outside of the container.
+   int openNibble(uint8_t& place, const Limits& limits, frame::Length& length) {
+      Decoder decoder(ctxt_, file_);
+      L3_TRY(decoder.openNibble("length", place, limits, 0));
+      for (unsigned i = firstOnWire(type_); i < behindRows(type_); ++i)
+         if ((module_.wires[i].flags & kBeside) != 0) L3_TRY(field(i, kNoEnd));
+      besideDone_ = true;
+      return decoder.pushContainer(place, length, 0);
+   }
+   int closeType(const frame::Length& length) {
+      if ((type_.flags & kCountsBits) == 0) return closeInFull(ctxt_, site(0), length);
+      // Such an element ends where it ends: nothing is skipped.
+      if (hot::bitOffset(ctxt_) > length.end) return failed(RTX_E_LENGTH_OVERRUN, 0);
+      hot::popContainer(ctxt_);
+      return 0;
+   }
+
+   int enumeration() {
+      uint32_t number = 0;
+      std::memcpy(&number, record_, sizeof number);
+      const int status = decEnumeration(ctxt_, site(0), &number, type_.bits);
+      std::memcpy(record_, &number, sizeof number);
+      L3_TRY(status);
+      return type_.legal == 0 || module_.legals[type_.legal].has(number) ? 0 : RTX_E_BAD_ENUM;
+   }
+
+   int block(unsigned first, unsigned behind, size_t end) {
+      for (unsigned i = first; i < behind; ++i) {
+         if (module_.rows[i].kind == Kind::Store) continue;
+         if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
+         L3_TRY(field(i, end));
+         if (quit_) return 0;
+      }
+      return 0;
+   }
+
+   // One field with its option.
+   int field(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      constexpr uint32_t kAsked = kIfMore | kIfTest | kByBit | kByBitIfMore | kGuarded;
+      if ((wire.flags & kBareAround) != 0) return aroundBare(index, end);
+      if ((wire.flags & kAsked) != 0 && row.kind != Kind::Chain) {
+         bool there = (wire.flags & kIfTest) != 0 ? value(wire.test) != 0 : more();
+         if ((wire.flags & (kByBit | kByBitIfMore)) != 0) {
+            uint8_t bit = 0;
+            if (there || (wire.flags & kByBit) != 0)
+               L3_TRY(decLeadBit(ctxt_, here(index), "optional bit", &bit));
+            if ((wire.flags & kByBitIfMore) != 0) L3_TRY(within(index, end));
+            there = bit != 0;
+         }
+         if (!there) return absent(row, wire);
+      }
+      if (row.kind == Kind::Since) {
+         bool known = more() && knowsRelease(ctxt_, wire.number);
+         if (wire.lead != 0) {
+            // With fewer bits left, all later groups are given up too.
+            if (groups_ && known) groups_ = hot::bitOffset(ctxt_) + wire.lead <= end;
+            known = known && groups_;
+         }
+         if (!known) return 0;
+      }
+      L3_TRY(contents(index, end));
+      setBit(record_, row.presence);
+      if ((wire.flags & kEndTested) != 0) L3_TRY(within(index, end));
+      if ((wire.flags & kQuits) != 0 && offset() == end) quit_ = true;
+      return 0;
+   }
+   int absent(const Row& row, const Wire& wire) {
+      if (row.kind == Kind::List && row.presence != kNone) store(record_ + row.count, row.width, 0);
+      if ((wire.flags & kGuarded) != 0 && row.kind == Kind::Nested) {
+         const Type& type = modules[row.module]->types[row.index];
+         if (type.codec == walk::Codec::ByHand && type.form == Form::Value) emptyText(row, *modules[row.module], type);
+      }
+      return 0;
+   }
+   void emptyText(const Row& row, const Module& module, const Type& type) {
+      const Row& text = module.rows[type.first];
+      if (text.kind != Kind::Text || (text.flags & kHeap) == 0) return;
+      const char* empty = "";
+      std::memcpy(record_ + row.offset, &empty, sizeof empty);
+   }
+   // A bare length is always there; what is left in it tells whether an optional field is.
+   int aroundBare(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      L3_TRY(push(module_.texts + wire.name));
+      uint16_t unused = 0;
+      frame::Length length;
+      L3_TRY(openInFull(ctxt_, here(index), "length", wire.lead, &unused, wire.lead / 8u, Limits{}, true, length));
+      if (row.presence == kNone) {
+         L3_TRY(contents(index, kNoEnd, true));
+      } else if (more()) {
+         L3_TRY(contents(index, kNoEnd, true));
+         setBit(record_, row.presence);
+      } else if (row.kind == Kind::List) {
+         store(record_ + row.count, row.width, 0);
+      }
+      L3_TRY(closeInFull(ctxt_, here(index), length));
+      pop();
+      return (wire.flags & kEndTested) != 0 ? within(index, end) : 0;
+   }
+
+   // `unnamed`: the name is pushed already.
+   int contents(unsigned index, size_t end, bool unnamed = false) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const char* name = unnamed || (wire.flags & kUnnamedOnWire) != 0 ? nullptr : module_.texts + wire.name;
+      uint8_t* place = record_ + row.offset;
+      if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
+      switch (row.kind) {
+      case Kind::Flag: return decFlag(ctxt_, here(index), name, place);
+      case Kind::Number:
+      case Kind::NamedNumber: return integer(index, name, place);
+      case Kind::Constant: {
+         uint32_t unused;
+         return decInteger(ctxt_, here(index), name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
+      }
+      case Kind::Octets: return untested(wire, decOctets(ctxt_, here(index), name, place, row.capacity));
+      case Kind::Bits:
+         return untested(wire, decBitString(ctxt_, name, place, (row.capacity + 7) / 8, row.capacity));
+      case Kind::CountedOctets: return countedOctets(index, name);
+      case Kind::CountedBits: return countedBits(index, name);
+      case Kind::Null: return name != nullptr ? nothing(name) : 0;
+      case Kind::Nested: return nested(index, name, place);
+      case Kind::Group:
+         if (name != nullptr) L3_TRY(push(name));
+         clearPresence(row.count, row.width);
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows, kNoEnd));
+         if (name != nullptr) pop();
+         return 0;
+      case Kind::Choice:
+         if (name != nullptr) L3_TRY(push(name));
+         L3_TRY(choice(index, end));
+         if (name != nullptr) pop();
+         return 0;
+      case Kind::List: return list(index, name);
+      case Kind::Length: {
+         uint16_t unused = 0;
+         frame::Length length;
+         void* target = row.width == 0 ? static_cast<void*>(&unused) : place;
+         L3_TRY(openInFull(ctxt_, here(index), module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
+                           module_.limits[wire.limits], true, length));
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows, length.end));
+         return quit_ ? 0 : closeInFull(ctxt_, here(index), length);
+      }
+      case Kind::Chain: return chain(index, end);
+      case Kind::Since: return block(row.first, unsigned{row.first} + row.rows, end);
+      case Kind::Swap:
+         for (unsigned i = row.rows; i-- > 0;) L3_TRY(field(row.first + i, end));
+         return 0;
+      case Kind::Span: {
+         const size_t start = offset();
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows, end));
+         store(place, row.width, (offset() - start) / 8);
+         return 0;
+      }
+      default: return 0;
+      }
+   }
+
+   // Octets and bits of a fixed number: their status is the codec's own if they come last, and dropped
+   // otherwise, as all codecs of the family do: what follows meets the same end.
+   int untested(const Wire& wire, int status) {
+      result_ = 0;
+      if ((wire.flags & kLast) == 0) return unlessMemory(status);
+      result_ = status;
+      return 0;
+   }
+   int integer(unsigned index, const char* name, uint8_t* place) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const Limits& limits = module_.limits[wire.limits];
+      return decInteger(ctxt_, here(index), name, place,
+                        {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
+   }
+   int countedOctets(unsigned index, const char* name, uint8_t* record) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const Limits& limits = module_.limits[wire.limits];
+      uint8_t* data = record + row.offset;
+      const bool own = wire.bits != 0;
+      const size_t numocts =
+            own ? 0 : (wire.flags & walk::kRest) != 0 ? frame::kRest : static_cast<size_t>(value(wire.argument));
+      if ((row.flags & kHeap) != 0) {
+         auto* string = reinterpret_cast<RtxDynOctStr*>(record + row.count);
+         return own ? decCountedHeap(ctxt_, here(index), name, wire.bits / 8u, limits, string)
+                    : decSizedHeap(ctxt_, here(index), name, numocts, string);
+      }
+      uint32_t count = 0;
+      const int status =
+            own ? decCounted(ctxt_, here(index), name, wire.bits / 8u, data, row.capacity, limits, &count)
+                : decSized(ctxt_, here(index), name, numocts, data, row.capacity, limits, &count);
+      store(record + row.count, row.width, count);
+      return status;
+   }
+   int countedOctets(unsigned index, const char* name) { return countedOctets(index, name, record_); }
+   int countedBits(unsigned index, const char* name) {
+      const Row& row = module_.rows[index];
+      if ((row.flags & kHeap) != 0)
+         return decRestBits(ctxt_, here(index), name, reinterpret_cast<RtxDynBitStr*>(record_ + row.count));
+      uint32_t count = 0;
+      const int status =
+            decRestBitsInline(ctxt_, here(index), name, record_ + row.offset, row.capacity / 8, &count);
+      store(record_ + row.count, row.width, count);
+      return status;
+   }
+
+   // A message that stands inside something else.
+   static int inner(Decoder& decoder, const Module& module, const Type& type, uint8_t* value) {
+      return decoder.inner(
+            0, [&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); }, value);
+   }
+   int nested(unsigned index, const char* name, uint8_t* place) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const Module& module = *modules[row.module];
+      const Type& type = module.types[row.index];
+      if (name != nullptr) L3_TRY(push(name));
+      if ((wire.flags & (kContents | kAhead)) != 0) {
+         L3_TRY(inside(index, module, type, place));
+      } else if ((wire.flags & kInner) != 0) {
+         Decoder decoder(ctxt_, file_);
+         L3_TRY(inner(decoder, module, type, place));
+      } else {
+         const uint64_t first = value(wire.argument), second = value(wire.second);
+         if (const int status = decodeType(ctxt_, module, type, place, first, second); status < 0)
+            return fail(ctxt_, status, here(index));
+      }
+      if (name != nullptr) pop();
+      return 0;
+   }
+   // The contents of a type with a length, without it; or its choice, by a bit further on.
+   int inside(unsigned index, const Module& module, const Type& type, uint8_t* place) {
+      const Wire& wire = module_.wires[index];
+      Decoding contents(ctxt_, module, type, place);
+      Decoder decoder(ctxt_, file_);
+      const unsigned first = firstOnWire(type);
+      if ((wire.flags & kAhead) != 0) {
+         store(place + module.rows[first].count, 4, 1 + decoder.bitAhead(wire.number));
+         return contents.arms(first, load(place + module.rows[first].count, 4), kNoEnd);
+      }
+      const size_t start = offset();
+      contents.clearPresence(type.presenceOffset, type.presenceOctets);
+      frame::Length length;
+      L3_TRY(decoder.pushContainer(static_cast<size_t>(value(wire.argument)), length, wire.line));
+      L3_TRY(contents.block(first, behindRows(type), length.end));
+      L3_TRY(closeInFull(ctxt_, here(index), length));
+      if (first != type.first) store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      return 0;
+   }
+
+   int choice(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument), end);
+      uint32_t t = wire.number; // no octet tells the arm: the first one, until the caller knows better
+      if (wire.bits != 0) L3_TRY(decSelector(ctxt_, here(index), wire.bits, &t));
+      store(record_ + row.count, 4, t);
+      return arms(index, t, end);
+   }
+   int arms(unsigned index, uint64_t on, size_t end) {
+      const Row& row = module_.rows[index];
+      if (const Row* arm = findArm(module_, row, static_cast<uint32_t>(on)))
+         return field(static_cast<unsigned>(arm - module_.rows), end);
+      return noArm(index);
+   }
+   // Where a single arm may be, a refusal bears its name.
+   int noArm(unsigned index) {
+      if ((module_.wires[index].flags & kSingle) != 0)
+         L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
+      return fail(ctxt_, RTX_E_BAD_CHOICE, here(index));
+   }
+
+   // Entries: how many, how they are led, where they go.
+   int list(unsigned index, const char* name) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const bool heap = (row.flags & kHeap) != 0, timed = (wire.flags & kTimes) != 0;
+      const bool byExt = (wire.flags & kLedByExt) != 0, led = byExt || (wire.flags & kLedByFlags) != 0;
+      const bool toEnd = !timed && !led;
+      const size_t times = timed ? static_cast<size_t>(value(wire.argument)) : 0;
+      const uint64_t most = row.width >= 4 ? UINT32_MAX : (uint64_t{1} << 8 * row.width) - 1;
+      if (name != nullptr) L3_TRY(push(name));
+      void* array = heap ? nullptr : record_ + row.offset;
+      size_t count = 0, capacity = heap ? 0 : row.capacity;
+      for (bool more = true; more;) {
+         // The end of the data ends a list of led entries as their bit does.
+         if (timed ? count >= times : led ? ctxt_->bufByteIndex >= ctxt_->bufSize : !this->more()) break;
+         if (toEnd && heap && count == most) return RTX_E_CONSTRAINT;
+         if (led) {
+            uint8_t bit = 0;
+            L3_TRY(decLeadBit(ctxt_, here(index), byExt ? "ext bit" : "eol bit", &bit));
+            if (byExt) ext_ = bit;
+            if (!byExt && bit == 0) break;
+            more = !byExt || bit == 0;
+         }
+         if (count == capacity) {
+            if (!heap) return RTX_E_CONSTRAINT;
+            if (const int status = growArray(ctxt_, &array, count, &capacity, row.stride); status < 0)
+               return byExt ? fail(ctxt_, status, here(index)) : status;
+         }
+         const size_t before = offset();
+         L3_TRY(pushIndex(count));
+         uint8_t* target = static_cast<uint8_t*>(array) + count * row.stride;
+         if (const int status = entry(index, target); status < 0) return fail(ctxt_, status, here(index));
+         popIndex(count);
+         ++count;
+         if (toEnd && offset() == before) return RTX_E_CONSTRAINT; // an element that takes nothing
+      }
+      store(record_ + row.count, row.width, timed ? times : count);
+      if (heap) std::memcpy(record_ + row.offset, &array, sizeof array);
+      if (!led && !module_.limits[wire.limits].allow(timed ? times : count)) return RTX_E_CONSTRAINT;
+      if (name != nullptr) pop();
+      return 0;
+   }
+   int entry(unsigned index, uint8_t* target) {
+      const unsigned at = module_.rows[index].first;
+      const Row& row = module_.rows[at];
+      if (row.kind == Kind::Nested) {
+         const Module& module = *modules[row.module];
+         const Type& type = module.types[row.index];
+         if ((module_.wires[index].flags & kInits) != 0) type.init(target);
+         return decodeType(ctxt_, module, type, target);
+      }
+      return row.kind == Kind::Number ? integer(at, nullptr, target) : countedOctets(at, nullptr, target);
+   }
+
+   // Octets led by an ext bit, each under its own name: 1 ends the chain.
+   int chain(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const bool skips = (wire.flags & kSkips) != 0;
+      if ((wire.flags & kIfMore) == 0 || more()) {
+         L3_TRY(chainOctet(row.first, end));
+      } else if (!skips) {
+         return 0;
+      }
+      // Without its first octet a chain that skips goes by the ext bit of the chain ahead.
+      for (unsigned i = 1; i < row.rows && ext_ == 0; ++i) L3_TRY(chainOctet(row.first + i, end));
+      if (skips && ext_ == 0) {
+         ext_ = 1;
+         L3_TRY(skipExtensions(ctxt_, here(index)));
+      }
+      return skips && (wire.flags & kEndTested) != 0 ? within(index, end) : 0;
+   }
+   int chainOctet(unsigned index, size_t end) {
+      if (module_.rows[index].kind != Kind::List) {
+         L3_TRY(push(module_.texts + module_.wires[index].name));
+         L3_TRY(decLeadBit(ctxt_, here(index), "ext bit", &ext_));
+         pop();
+      }
+      L3_TRY(contents(index, end));
+      setBit(record_, module_.rows[index].presence);
+      return (module_.wires[index].flags & kEndTested) != 0 ? within(index, end) : 0;
+   }
+
+   int optional(Scan& scan, Decoder& decoder, unsigned first) {
+      const unsigned iei = scan.iei();
+      const Wire* known = nullptr;
+      for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
+         if (module_.wires[i].iei != iei) continue;
+         if (known == nullptr) known = &module_.wires[i];
+         if (!scan.expects(i - first)) continue;
+         L3_TRY(contents(i, kNoEnd));
+         setBit(record_, module_.rows[i].group);
+         setBit(record_, module_.rows[i].presence);
+         scan.took(i - first);
+         return 0;
+      }
+      if (known == nullptr) return scan.unknown(decoder);
+      return scan.drop(decoder, static_cast<Format>(known->format), known->lead);
+   }
+
+   const Module& module_;
+   const Type& type_;
+   uint8_t* record_;
+   uint64_t parameter_;
+   int result_ = 0;
+   uint8_t ext_ = 1;
+   bool groups_ = true;
+   bool quit_ = false;
+   bool besideDone_ = false;
+};
+
+int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
+                 uint64_t second) {
+   switch (type.codec) {
+   case walk::Codec::Element:
+      if (type.shortDecode != nullptr) {
+         const InFull full(ctxt);
+         return Decoding(ctxt, module, type, value, parameter).element();
+      }
+      return Decoding(ctxt, module, type, value, parameter).element();
+   case walk::Codec::Message: return Decoding(ctxt, module, type, value).message();
+   case walk::Codec::OneElement: return Decoding(ctxt, module, type, value).oneElement();
+   case walk::Codec::Pdu: return Decoding(ctxt, module, type, value).pdu();
+   case walk::Codec::ByHand: break;
+   }
+   return type.decode(ctxt, value, parameter, second);
+}
+
+int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
+               uint64_t second) {
+   const bool message = type.codec == walk::Codec::Message && type.decode != nullptr;
+   if (type.shortDecode != nullptr || message) {
+      const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
+      if (end != nullptr) [[likely]] {
+         if (message) return type.decode(ctxt, value, 0, 0);
+         const uint8_t* behind = type.shortDecode(ctxt->bufData + ctxt->bufByteIndex, end, ctxt, value);
+         if (behind != nullptr) [[likely]] {
+            ctxt->bufByteIndex = static_cast<size_t>(behind - ctxt->bufData);
+            return frame::Codec(ctxt, module.decodeSource).done();
+         }
+      }
+   }
+   return decodeInFull(ctxt, module, type, value, parameter, second);
+}
+
+} // namespace
+
+int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter) {
+   if (hot::streamActive(ctxt)) [[unlikely]]
+      return stream::fromStream(ctxt, [=, &module] { return decode(ctxt, module, type, value, parameter); });
+   return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter);
+}
+
+int decodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first,
+               unsigned count) {
+   const Type& row = module.types[type];
+   Decoding decoding(ctxt, module, row, static_cast<uint8_t*>(record));
+   return first < row.mandatory ? decoding.rows(row.first + first, count) : decoding.optionalRow(row.first + first);
+}
+
+} // namespace quorva::walk

@@ -1,0 +1,410 @@
+// The exact encoder: one body for all types, over their rows.
+
+#include "src/frame/decoder.h"
+#include "src/frame/encoder.h"
+#include "src/walk/codec.h"
+
+namespace quorva::walk {
+
+using namespace frame;
+
+namespace {
+
+int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value);
+
+class Encoding : public frame::Codec {
+public:
+   Encoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record)
+         : Codec(ctxt, module.encodeSource), module_(module), type_(type), record_(record) {}
+
+   int element() {
+      L3_TRY(begin(module_.texts + type_.name));
+      if (type_.form == Form::Alias) {
+         const Module& module = *modules[type_.rows];
+         if (const int status = encodeType(ctxt_, module, module.types[type_.first], record_); status < 0)
+            return failed(status, 0);
+         return done();
+      }
+      OpenLength length{};
+      inLength_ = type_.lengthBits != 0;
+      if (inLength_) L3_TRY(encOpenInFull(ctxt_, site(0), "length", type_.lengthBits, length));
+      if (type_.bits != 0)
+         L3_TRY(enumeration());
+      else
+         L3_TRY(contents());
+      if ((type_.flags & kAligned) != 0) align();
+      if (inLength_) L3_TRY(closeType(length));
+      if ((type_.flags & kAligned) != 0) align();
+      return done(result_);
+   }
+
+   int message() {
+      L3_TRY(begin(module_.texts + type_.name));
+      if (type_.form == Form::Empty) return done();
+      const unsigned first = unsigned{type_.first} + type_.mandatory;
+      L3_TRY(block(type_.first, first));
+      for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
+         const Row& row = module_.rows[i];
+         if (!hasBit(record_, row.group) || !hasBit(record_, row.presence)) continue;
+         if ((type_.flags & kTailStops) != 0 && (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0) continue;
+         L3_TRY(optional(i));
+      }
+      return done();
+   }
+
+   int rows(unsigned first, unsigned count) {
+      L3_TRY(begin(module_.texts + type_.name));
+      return block(first, first + count);
+   }
+   // IEI and element.
+   int optionalRow(unsigned index) {
+      L3_TRY(begin(module_.texts + type_.name));
+      return optional(index);
+   }
+
+private:
+   Site here(unsigned index) const { return site(module_.wires[index].line); }
+   uint64_t value(unsigned expression) const {
+      return expression == 0 ? 0 : module_.expressions[expression](record_, nullptr, 0);
+   }
+   void align() {
+      if (ctxt_->bufBitsLeft == 8) return;
+      ++ctxt_->bufByteIndex;
+      ctxt_->bufBitsLeft = 8;
+   }
+
+   int contents() {
+      const unsigned first = firstOnWire(type_), behind = behindRows(type_);
+      if (type_.lengthBits != 4) return block(first, behind);
+      // What stands beside a length of 4 bits comes ahead of all else.
+      for (unsigned i = first; i < behind; ++i)
+         if ((module_.wires[i].flags & kBeside) != 0) L3_TRY(field(i));
+      besideDone_ = true;
+      return block(first, behind);
+   }
+
+   int enumeration() {
+      uint32_t number;
+      std::memcpy(&number, record_, sizeof number);
+      if (type_.legal != 0 ? !module_.legals[type_.legal].has(number)
+                           : (type_.flags & kTestsNumber) != 0 && number >> type_.bits != 0)
+         return RTX_E_BAD_ENUM;
+      return encEnumeration(ctxt_, site(0), number, type_.bits);
+   }
+
+   int closeType(const OpenLength& length) {
+      const bool bare = (type_.flags & kBare) != 0;
+      const unsigned bits = type_.lengthBits;
+      uint32_t count = 0;
+      if ((type_.flags & kCountsBits) != 0) {
+         L3_TRY(encCloseBits(ctxt_, site(0), bits, length, &count));
+         if (!bare) store(record_ + type_.lengthOffset, 1, count);
+         return count < (1u << bits) ? 0 : RTX_E_CONSTRAINT;
+      }
+      L3_TRY(encCloseInFull(ctxt_, site(0), bits, length, &count, (type_.flags & kTailStays) != 0));
+      if (!bare) store(record_ + type_.lengthOffset, bits == 16 ? 2 : 1, count);
+      const Limits limits = bare ? Limits{} : module_.limits[type_.limits];
+      if (limits.allow(count) && count >> bits == 0) return 0;
+      return bits == 4 ? failBound(ctxt_, count, site(0)) : RTX_E_CONSTRAINT;
+   }
+
+   int block(unsigned first, unsigned behind) {
+      for (unsigned i = first; i < behind; ++i) {
+         if (module_.rows[i].kind == Kind::Store) continue;
+         if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
+         L3_TRY(field(i));
+      }
+      return 0;
+   }
+
+   int optional(unsigned index) {
+      const Wire& wire = module_.wires[index];
+      L3_TRY(push(module_.texts + wire.name));
+      L3_TRY(encIei(ctxt_, site(0), wire.ieiBits, wire.iei));
+      L3_TRY(contents(index, true));
+      pop();
+      return 0;
+   }
+
+   // One field with its option.
+   int field(unsigned index) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      if ((wire.flags & kCounts) != 0) L3_TRY(countAhead(row, wire));
+      if ((wire.flags & kBareAround) != 0) return aroundBare(index);
+      // A chain looks at each of its octets itself.
+      if (row.presence != kNone && row.kind != Kind::Chain) {
+         const bool there = hasBit(record_, row.presence);
+         if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
+            L3_TRY(encLeadBit(ctxt_, here(index), "optional bit", there));
+         if (!there) return 0;
+      }
+      return contents(index);
+   }
+   // The number of octets of a later string.
+   int countAhead(const Row& row, const Wire& wire) {
+      uint64_t octets = hasBit(record_, row.stride) ? load(record_ + row.count, row.index) : 0;
+      if (octets > row.capacity) return RTX_E_CONSTRAINT;
+      store(record_ + row.offset, row.width, octets + wire.number);
+      return 0;
+   }
+   int aroundBare(unsigned index) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const bool around = inLength_;
+      OpenLength length{};
+      L3_TRY(push(module_.texts + wire.name));
+      L3_TRY(encOpenInFull(ctxt_, here(index), "length", wire.lead, length));
+      inLength_ = true;
+      if (hasBit(record_, row.presence)) L3_TRY(contents(index, true));
+      inLength_ = around;
+      L3_TRY(close(index, wire.lead, Limits{}, length, nullptr));
+      pop();
+      return 0;
+   }
+   int close(unsigned index, unsigned bits, const Limits& limits, const OpenLength& length, uint8_t* place) {
+      uint32_t count = 0;
+      const bool keeps = (module_.wires[index].flags & kKeepsTail) != 0;
+      L3_TRY(encCloseInFull(ctxt_, here(index), bits, length, &count, keeps));
+      if (place != nullptr) store(place, module_.rows[index].width, count);
+      return limits.allow(count) && count >> bits == 0 ? 0 : RTX_E_CONSTRAINT;
+   }
+
+   // `unnamed`: the name is pushed already.
+   int contents(unsigned index, bool unnamed = false) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const char* name = unnamed || (wire.flags & kUnnamedOnWire) != 0 ? nullptr : module_.texts + wire.name;
+      uint8_t* place = record_ + row.offset;
+      if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
+      switch (row.kind) {
+      case Kind::Flag: return encFlag(ctxt_, here(index), name, *place);
+      case Kind::Number:
+      case Kind::NamedNumber: return integer(index, name, load(place, row.width));
+      case Kind::Constant: return integer(index, name, wire.number);
+      case Kind::Octets: return untested(wire, encOctets(ctxt_, here(index), name, place, row.capacity));
+      case Kind::Bits: return untested(wire, encBitString(ctxt_, name, place, row.capacity));
+      case Kind::CountedOctets: return countedOctets(index, name, record_);
+      case Kind::CountedBits: return countedBits(index, name);
+      case Kind::Null: return name != nullptr ? nothing(name) : 0;
+      case Kind::Nested: return nested(index, name, place);
+      case Kind::Group:
+         if (name != nullptr) L3_TRY(push(name));
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows));
+         if (name != nullptr) pop();
+         return 0;
+      case Kind::Choice:
+         if (name != nullptr) L3_TRY(push(name));
+         L3_TRY(choice(index));
+         if (name != nullptr) pop();
+         return 0;
+      case Kind::List: return list(index, name);
+      case Kind::Length: {
+         const bool around = inLength_;
+         OpenLength length{};
+         L3_TRY(encOpenInFull(ctxt_, here(index), module_.texts + wire.name, wire.bits, length));
+         inLength_ = true;
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows));
+         inLength_ = around;
+         if (row.width == 0) return close(index, wire.bits, Limits{}, length, nullptr);
+         return close(index, wire.bits, module_.limits[wire.limits], length, place);
+      }
+      case Kind::Chain: return chain(row);
+      case Kind::Since: return block(row.first, unsigned{row.first} + row.rows);
+      case Kind::Swap:
+         for (unsigned i = row.rows; i-- > 0;) L3_TRY(field(row.first + i));
+         return 0;
+      case Kind::Span: {
+         const size_t start = offset();
+         L3_TRY(block(row.first, unsigned{row.first} + row.rows));
+         store(place, row.width, (offset() - start) / 8);
+         return 0;
+      }
+      default: return 0;
+      }
+   }
+
+   // Their status is the codec's own if they come last and no length is closed behind them.
+   int untested(const Wire& wire, int status) {
+      result_ = 0;
+      if ((wire.flags & kLast) == 0 || inLength_) return unlessMemory(status);
+      result_ = status;
+      return 0;
+   }
+   int integer(unsigned index, const char* name, uint64_t number) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const Limits& limits = module_.limits[wire.limits];
+      return encInteger(ctxt_, here(index), name, static_cast<uint32_t>(number),
+                        {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
+   }
+   int countedOctets(unsigned index, const char* name, uint8_t* record) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const uint8_t* data = contentsOf(row, record);
+      const auto numocts = static_cast<size_t>(load(record + row.count, row.width));
+      const size_t capacity = (row.flags & kHeap) != 0 ? ~size_t{0} : row.capacity;
+      if (wire.bits != 0) return encCounted(ctxt_, here(index), name, wire.bits / 8u, data, numocts, capacity);
+      const bool free = (wire.flags & (walk::kRest | kByCount)) != 0;
+      const bool fits = numocts <= capacity && (free || numocts == value(wire.argument));
+      return encSized(ctxt_, name, data, numocts, fits, (wire.flags & kOpensTail) != 0);
+   }
+   int countedBits(unsigned index, const char* name) {
+      const Row& row = module_.rows[index];
+      const auto numbits = static_cast<size_t>(load(record_ + row.count, row.width));
+      const bool fits = (row.flags & kHeap) != 0 || numbits <= row.capacity;
+      const int status = encBitString(ctxt_, name, contentsOf(row, record_), fits ? numbits : 0, fits);
+      if (fits && (module_.wires[index].flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
+      return status;
+   }
+
+   int nested(unsigned index, const char* name, uint8_t* place) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const Module& module = *modules[row.module];
+      const Type& type = module.types[row.index];
+      if (name != nullptr) L3_TRY(push(name));
+      if ((wire.flags & (kContents | kAhead)) != 0) {
+         L3_TRY(inside(wire, module, type, place));
+      } else if (const int status = encodeType(ctxt_, module, type, place); status < 0) {
+         return fail(ctxt_, status, here(index));
+      }
+      if (name != nullptr) pop();
+      return 0;
+   }
+   // The contents of a type with a length, without it; or its choice, whose selector stands elsewhere.
+   int inside(const Wire& wire, const Module& module, const Type& type, uint8_t* place) {
+      Encoding contents(ctxt_, module, type, place);
+      contents.inLength_ = inLength_;
+      const unsigned first = firstOnWire(type);
+      if ((wire.flags & kAhead) != 0) return contents.arms(first, load(place + module.rows[first].count, 4));
+      const size_t start = offset();
+      L3_TRY(contents.block(first, behindRows(type)));
+      if (first != type.first) store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      return 0;
+   }
+
+   int choice(unsigned index) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument));
+      const auto t = static_cast<uint32_t>(load(record_ + row.count, 4));
+      if (wire.bits != 0) L3_TRY(encSelector(ctxt_, here(index), wire.bits, t));
+      return arms(index, t);
+   }
+   int arms(unsigned index, uint64_t on) {
+      if (const Row* arm = findArm(module_, module_.rows[index], static_cast<uint32_t>(on)))
+         return field(static_cast<unsigned>(arm - module_.rows));
+      // Where a single arm may be, a refusal bears its name.
+      if ((module_.wires[index].flags & kSingle) != 0)
+         L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
+      return fail(ctxt_, RTX_E_BAD_CHOICE, here(index));
+   }
+
+   int list(unsigned index, const char* name) {
+      const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
+      const bool byExt = (wire.flags & kLedByExt) != 0, byFlags = (wire.flags & kLedByFlags) != 0;
+      const auto n = static_cast<size_t>(load(record_ + row.count, row.width));
+      const bool timed = (wire.flags & kTimes) != 0 && (wire.flags & kFree) == 0;
+      const size_t times = timed ? static_cast<size_t>(value(wire.argument)) : n;
+      if (name != nullptr) L3_TRY(push(name));
+      if (!byExt && !byFlags && (!module_.limits[wire.limits].allow(times) || times > n)) return RTX_E_CONSTRAINT;
+      uint8_t* entries = contentsOf(row, record_);
+      if (times != 0 && entries == nullptr) return fail(ctxt_, RTX_E_NULL, here(index));
+      for (size_t i = 0; i < times; ++i) {
+         L3_TRY(pushIndex(i));
+         if (byExt) L3_TRY(encLeadBit(ctxt_, here(index), "ext bit", i + 1 == times));
+         if (byFlags) L3_TRY(encLeadBit(ctxt_, here(index), "eol bit", true));
+         if (const int status = entry(index, entries + i * row.stride); status < 0)
+            return fail(ctxt_, status, here(index));
+         popIndex(i);
+      }
+      if (byFlags) L3_TRY(encLeadBit(ctxt_, here(index), "eol bit", false));
+      if (name != nullptr) pop();
+      if ((wire.flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
+      return 0;
+   }
+   int entry(unsigned index, uint8_t* place) {
+      const unsigned at = module_.rows[index].first;
+      const Row& row = module_.rows[at];
+      if (row.kind == Kind::Nested) {
+         const Module& module = *modules[row.module];
+         return encodeType(ctxt_, module, module.types[row.index], place);
+      }
+      return row.kind == Kind::Number ? integer(at, nullptr, load(place, row.width))
+                                      : countedOctets(at, nullptr, place);
+   }
+
+   // Octets led by an ext bit: 1 where no other one follows.
+   int chain(const Row& chain) {
+      for (unsigned i = chain.first; i < unsigned{chain.first} + chain.rows; ++i) {
+         const Row& row = module_.rows[i];
+         if (row.kind == Kind::List) {
+            if (load(record_ + row.count, row.width) != 0) L3_TRY(list(i, module_.texts + module_.wires[i].name));
+            continue;
+         }
+         if (!hasBit(record_, row.presence)) return 0;
+         const bool more = i + 1 < unsigned{chain.first} + chain.rows && follows(module_.rows[i + 1]);
+         L3_TRY(push(module_.texts + module_.wires[i].name));
+         L3_TRY(encLeadBit(ctxt_, here(i), "ext bit", !more));
+         pop();
+         L3_TRY(contents(i));
+      }
+      return 0;
+   }
+   bool follows(const Row& row) const {
+      return row.kind == Kind::List ? load(record_ + row.count, row.width) != 0 : hasBit(record_, row.presence);
+   }
+
+   const Module& module_;
+   const Type& type_;
+   uint8_t* record_;
+   int result_ = 0;
+   bool inLength_ = false;
+   bool besideDone_ = false;
+};
+
+int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
+   switch (type.codec) {
+   case walk::Codec::Message: return Encoding(ctxt, module, type, value).message();
+   case walk::Codec::ByHand: return type.encode(ctxt, value);
+   default: break;
+   }
+   if (type.shortEncode == nullptr) return Encoding(ctxt, module, type, value).element();
+   const InFull full(ctxt);
+   return Encoding(ctxt, module, type, value).element();
+}
+
+int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
+   const bool message = type.codec == walk::Codec::Message && type.encode != nullptr;
+   if ((type.shortEncode != nullptr || message) && isPlain(ctxt) && ctxt->bufBitsLeft == 8 &&
+       (ctxt->flags & kInFull) == 0 && ctxt->bufByteIndex <= ctxt->bufSize) [[likely]] {
+      if (message) return type.encode(ctxt, value);
+      const uint32_t flags = ctxt->flags;
+      uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;
+      uint8_t* behind = type.shortEncode(at, ctxt->bufData + ctxt->bufSize, ctxt, value);
+      if (behind != nullptr) [[likely]] {
+         ctxt->bufByteIndex += static_cast<size_t>(behind - at);
+         return frame::Codec(ctxt, module.encodeSource).done();
+      }
+      ctxt->flags = flags;
+   }
+   return encodeInFull(ctxt, module, type, value);
+}
+
+} // namespace
+
+int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
+   if (hot::streamActive(ctxt)) [[unlikely]]
+      return stream::toStream(ctxt, [=, &module] { return encode(ctxt, module, type, value); });
+   return encodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value));
+}
+
+int encodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count) {
+   const Type& row = module.types[type];
+   Encoding encoding(ctxt, module, row, static_cast<uint8_t*>(record));
+   return first < row.mandatory ? encoding.rows(row.first + first, count) : encoding.optionalRow(row.first + first);
+}
+
+} // namespace quorva::walk
