@@ -24,26 +24,38 @@ struct Message {
    TailRecord tlve;
 };
 
+// One optional element of a message: its decoder, then its presence bits.
+#define ELEMENT(IEI, K, FORMAT, OCTETS, DECODE, ...)                                                         \
+   case IEI:                                                                                                 \
+      if (scan.expects(K)) {                                                                                 \
+         L3_TRY(DECODE);                                                                                     \
+         __VA_ARGS__;                                                                                        \
+         scan.took(K);                                                                                       \
+      } else {                                                                                               \
+         L3_TRY(scan.drop(d, Format::FORMAT, OCTETS));                                                       \
+      }                                                                                                      \
+      break;
+
 int decMessage(RtxContext* pctxt, Message* pvalue) {
    Decoder d(pctxt, kSource);
    L3_TRY(d.begin("Message"));
    pvalue->m = {};
    L3_TRY(d.fields(integer<8>("first", pvalue->first)));
-   Scan scan(d, 1u << 9);
-   while (scan.next()) {
+   Scan scan(1u << 9, false);
+   while (scan.next(d)) {
       switch (scan.iei()) {
-         L3_OPTIONAL(0x21, 0, TLV, 0, scan.other([&] { return d.item("tlv", decLv, &pvalue->tlv); }),
+         ELEMENT(0x21, 0, TLV, 0, d.item("tlv", decLv, &pvalue->tlv),
                      pvalue->m.tlvPresent = 1)
-         L3_OPTIONAL(0x32, 1, TV, 2, scan.fields(integer<16>("tv", pvalue->tv)), pvalue->m.tvPresent = 1)
-         L3_OPTIONAL(0x09, 2, HalfOctet, 0, scan.half(value<Mode>("half", pvalue->half)),
+         ELEMENT(0x32, 1, TV, 2, d.fields(integer<16>("tv", pvalue->tv)), pvalue->m.tvPresent = 1)
+         ELEMENT(0x09, 2, HalfOctet, 0, d.fields(value<Mode>("half", pvalue->half)),
                      pvalue->m.halfPresent = 1)
-         L3_OPTIONAL(0xA4, 3, T, 0, scan.nothing("t"), pvalue->m.group1Present = 1, pvalue->m.tPresent = 1)
-         L3_OPTIONAL(0x75, 4, TLVE, 0, scan.other([&] { return d.item("tlve", decTail, &pvalue->tlve); }),
+         ELEMENT(0xA4, 3, T, 0, d.nothing("t"), pvalue->m.group1Present = 1, pvalue->m.tPresent = 1)
+         ELEMENT(0x75, 4, TLVE, 0, d.item("tlve", decTail, &pvalue->tlve),
                      pvalue->m.group1Present = 1, pvalue->m.tlvePresent = 1)
-      default: L3_TRY(scan.unknown()); break;
+      default: L3_TRY(scan.unknown(d)); break;
       }
    }
-   return scan.finish();
+   return scan.finish(d);
 }
 
 // Its elements can leave the flag of the open tail set: `tlve` does here.
