@@ -60,10 +60,10 @@ public:
       type_ = &type;
       message_ = true;
       w_.open(std::string("int ") + (enc_ ? "messageEnc_" : "messageDec_") + recordName(type) +
-              "(RtxContext* pctxt, void* v" + (enc_ ? ") {" : ", uint64_t, uint64_t) {"));
+              "(RtxContext* pctxt, void* v" + (enc_ ? ") {" : ", const uint8_t* end) {"));
       w_.line("auto* pvalue = static_cast<" + recordName(type) + "*>(v);");
       w_.line(std::string(enc_ ? "MessageEncoder e" : "MessageDecoder d") + "(pctxt, " + tableArguments(type) +
-              ", pvalue);");
+              ", pvalue" + (enc_ ? ");" : ", end);"));
       clearPresence(type.fields, "");
       row_ = 0;
       sequence(program.steps);
@@ -178,7 +178,12 @@ private:
             run(steps, first, i);
             continue;
          }
-         if (enc_ && steps[i].counts != 0) countAhead(steps[i], steps[i + steps[i].counts]);
+         const Step* counted = enc_ && steps[i].counts != 0 ? &steps[i + steps[i].counts] : nullptr;
+         if (counted != nullptr && message_) {
+            part(steps[i++], row_++, counted);
+            continue;
+         }
+         if (counted != nullptr) countAhead(steps[i], *counted);
          one(steps[i++]);
       }
    }
@@ -214,7 +219,7 @@ private:
    // One step with its option.
    void one(const Step& step) {
       if (message_ && step.op == Op::Swap) return swapped(step);
-      if (message_ && !isPlainItem(step)) return attempt("row(" + number(row_++) + ")");
+      if (message_ && !isPlainItem(step)) return part(step, row_++);
       if (step.guarded && !enc_) {
          w_.open("if (d.more()) {");
          kind(step);
@@ -317,8 +322,10 @@ private:
          return;
       case Op::Since: return since(step);
       case Op::Chain: return chain(step);
-      case Op::Bits:
       case Op::Message:
+         return attempt("message<" + (enc_ ? encoderName(*step.type) : decoderName(*step.type)) + ">(&" +
+                        lvalue(step) + ")");
+      case Op::Bits:
       case Op::Pointers: return; // such a type has no short form
       }
    }
@@ -464,6 +471,7 @@ private:
       w_.open("if (" + condition + ") {");
       sequence(step.steps);
       if (!enc_) w_.line(hasBit(step.present) + " = 1;");
+      if (!enc_ && field.quits) w_.line("if (d.atEnd()) return d.quit(length);");
       w_.close();
    }
 
@@ -506,7 +514,10 @@ private:
       if (conditional) w_.open("if (" + hasBit(step.present) + ") {");
       if (step.op == Op::List) {
          w_.open("if (" + follows(step) + ") {");
-         list(step);
+         if (step.field->kind == Kind::Named)
+            attempt(codec("item", *step.field->type.type) + quoted(step.name) + ", &" + lvalue(step) + ")");
+         else
+            list(step);
          w_.close();
       } else {
          attempt("extBit(" + quoted(step.name) + ", " +
@@ -517,14 +528,25 @@ private:
       if (conditional) w_.close();
    }
 
-   // Messages. What is more than a type's codec or a run goes row by row.
+   // Messages. What is more than a type's codec or a run is a part in the words of elements.
+   void part(const Step& step, size_t row, const Step* counted = nullptr) {
+      message_ = false;
+      w_.open("L3_TRY(" + c() + ".part(" + number(row) + ", [&](" + (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") +
+              ") -> int {");
+      if (counted != nullptr) countAhead(step, *counted);
+      one(step);
+      w_.line("return 0;");
+      w_.close("}));");
+      message_ = true;
+   }
    static bool isPlainItem(const Step& step) {
       return (step.run || (step.op == Op::Call && step.argument.expr == nullptr)) && !step.isOptional() &&
              !step.guarded && !step.bareAround && step.counts == 0;
    }
    // Two half octets, the later one first.
    void swapped(const Step& step) {
-      if (!std::ranges::all_of(step.steps, isPlainItem)) return attempt("row(" + number(row_++) + ")");
+      if (!std::ranges::all_of(step.steps, [](auto& inner) { return isPlainItem(inner) && inner.run; }))
+         return part(step, row_++);
       std::string parts;
       for (auto& inner : step.steps)
          parts = ", " + runPart(*inner.field, "pvalue->" + inner.place, false) + parts;
@@ -542,11 +564,22 @@ private:
             if (!own.empty()) w_.open("if (" + own + guard + ") {");
             group = own;
          }
+         if (step.op == Op::Choice) {
+            w_.open("if (" + hasBit(step.present) + guard + ") {");
+            message_ = false;
+            w_.open("L3_TRY(e.part(" + number(row) + ", [&](ShortEncoder& e) -> int {");
+            attempt("iei(" + hex(step.field->iei, 2) + ")");
+            kind(step);
+            w_.line("return 0;");
+            w_.close("}));");
+            message_ = true;
+            w_.close();
+            ++row;
+            continue;
+         }
          w_.line("if (" + hasBit(step.present) + guard + ")");
          std::string call = "optional<" + number(step.field->ieiBits);
-         if (step.op == Op::Choice)
-            call = "row(" + number(row);
-         else if (step.op == Op::Call)
+         if (step.op == Op::Call)
             call += ", quorva::type::" + recordName(*step.type) + ">(" + number(row) + ", " + hex(step.field->iei, 2) +
                     ", " + encodeArgument(*step.type, lvalue(step));
          else
@@ -579,6 +612,15 @@ private:
          w_.line("case " + hex(field.iei, 2) + ":");
          for (size_t twin : twins) {
             const size_t row = program.steps.size() + twin;
+            if (optional[twin].op == Op::Choice) {
+               w_.open("if (d.expects(" + number(twin) + ")) {");
+               part(optional[twin], row);
+               w_.line(presenceMark(optional[twin]) + ";");
+               w_.line("d.took(" + number(twin) + ");");
+               w_.line("break;");
+               w_.close();
+               continue;
+            }
             w_.line("   L3_ELEMENT(" + number(twin) + ", " + decodeElement(optional[twin], row) + ",");
             w_.line("              " + presenceMark(optional[twin]) + ")");
          }
@@ -709,7 +751,10 @@ void emitMessages(const Module& module, Outputs& out) {
           ".l3d.");
    w.line();
    w.line("#include \"src/" + module.file + "Types.h\"");
+   w.line("#include \"src/frame/message.h\"");
    w.line("#include \"src/frame/pdu.h\"");
+   w.line();
+   w.line("using namespace quorva::frame;");
    for (auto& type : module.types) {
       if (type->table.empty()) continue;
       w.line();
@@ -727,10 +772,13 @@ void emitMessages(const Module& module, Outputs& out) {
          w.line(text + "sizeof(" + record + "), \"u." + row.member + "\",");
          const std::string init =
                hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
-         w.line("   [](RtxContext* c, void* r) { " + init + "return " + decoderName(message) +
-                "(c, static_cast<" + record + "*>(r)); },");
-         w.line("   [](RtxContext* c, void* r) { return " + encoderName(message) + "(c, " +
-                (value ? "*" : "") + "static_cast<" + record + "*>(r)); }},");
+         const bool plain = hasMessageForm(message);
+         w.line("   [](RtxContext* c, void* r) { " + init +
+                (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") + decoderName(message) +
+                (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
+         w.line(std::string("   [](RtxContext* c, void* r) { return ") +
+                (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
+                (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") + "; }},");
       }
       w.close("};");
       const std::string name = "k" + recordName(*type);

@@ -38,7 +38,7 @@ public:
       for (auto& type : module_.types) {
          if (hasMessageForm(*type)) {
             w_.line("int messageEnc_" + recordName(*type) + "(RtxContext* pctxt, void* v);");
-            w_.line("int messageDec_" + recordName(*type) + "(RtxContext* pctxt, void* v, uint64_t, uint64_t);");
+            w_.line("int messageDec_" + recordName(*type) + "(RtxContext* pctxt, void* v, const uint8_t* end);");
          }
          if (!hasShortForm(*type) || &baseType(*type) != type.get()) continue;
          w_.line(shortDeclaration(*type, true) + ";");
@@ -94,6 +94,7 @@ private:
          const std::string base = recordName(baseType(type));
          w_.line("static constexpr auto shortEncode = &::shortEnc_" + base + ";");
          w_.line("static constexpr auto shortDecode = &::shortDec_" + base + ";");
+         if (leavesContainer(baseType(type))) w_.line("static constexpr bool leavesContainer = true;");
          if (standsAmongBits(baseType(type))) {
             w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + base + ";");
             w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + base + ";");

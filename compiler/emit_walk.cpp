@@ -326,10 +326,10 @@ private:
 
    // Short form, codec of a kind of its own, initialiser.
    static std::string functions(const Type& type, const std::string& codec) {
-      std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ";
+      std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ", message = "nullptr, nullptr, ";
       const Type& base = baseType(type);
-      if (codec != "Element") {
-         // tried elsewhere
+      if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
+         // none that callers of the type itself could take
       } else if (isUniform(base)) {
          shorts = "shortDec_" + recordName(base) + ", shortEnc_" + recordName(base) + ", ";
       } else if (hasShortForm(base) && base.kind != TypeKind::Digits && base.kind != TypeKind::Text &&
@@ -340,7 +340,7 @@ private:
                   recordName(base) + "(a, e, c" + valueOf(base, false) + "); }, ";
       }
       if (codec == "Message" && hasMessageForm(type)) {
-         own = "messageDec_" + recordName(type) + ", messageEnc_" + recordName(type) + ", ";
+         message = "messageDec_" + recordName(type) + ", messageEnc_" + recordName(type) + ", ";
       } else if (codec == "ByHand") {
          std::string more;
          const size_t parameters = type.kind == TypeKind::Digits ? 1 : type.parameters.size();
@@ -352,7 +352,7 @@ private:
                encoderName(type) + "(c" + valueOf(type, false) + "); }, ";
       }
       const bool inits = hasInit(type) && passing(type) == Passing::Pointer;
-      return shorts + own +
+      return shorts + message + own +
              (inits ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) + "*>(v)); }"
                     : "nullptr");
    }

@@ -158,20 +158,35 @@ std::string argumentNames(const Type& type, bool encode) {
 
 namespace {
 
-bool hasShortForm(const Field& field) {
-   if (field.quits || field.kind == Kind::Bits || field.kind == Kind::Messages ||
-       (field.kind == Kind::Fill && field.bits == 16))
-      return false;
-   if (field.type.type != nullptr && !hasShortForm(*field.type.type)) return false;
-   if (field.entry != nullptr && !hasShortForm(*field.entry)) return false;
-   for (auto& inner : field.fields)
-      if (!hasShortForm(*inner)) return false;
-   for (auto& arm : field.arms)
-      if (arm.field != nullptr && !hasShortForm(*arm.field)) return false;
-   return true;
+bool isMessage(const Type& type) {
+   const TypeKind kind = baseType(type).kind;
+   return kind == TypeKind::Pdu || kind == TypeKind::Message;
+}
+
+// All fields and arms below, those of types within too, until one fits.
+template <class Test>
+bool anyField(const Field& field, const Test& test) {
+   if (test(field) || (field.entry != nullptr && anyField(*field.entry, test))) return true;
+   return std::ranges::any_of(field.fields, [&](auto& inner) { return anyField(*inner, test); }) ||
+          std::ranges::any_of(field.arms, [&](auto& arm) { return arm.field != nullptr && anyField(*arm.field, test); });
+}
+template <class Test>
+bool anyField(const Type& type, const Test& test) {
+   return std::ranges::any_of(type.fields, [&](auto& field) { return anyField(*field, test); });
 }
 
 } // namespace
+
+bool quits(const Type& type) {
+   return anyField(type, [](const Field& field) {
+      return field.quits || (field.type.type != nullptr && field.type.type->cls == Class::V && quits(*field.type.type)) ||
+             (field.type.type != nullptr && field.type.type->cls == Class::LB && quits(*field.type.type));
+   });
+}
+
+bool leavesContainer(const Type& type) {
+   return (type.cls == Class::LV || type.cls == Class::LVE) && quits(type);
+}
 
 bool hasShortForm(const Type& type) {
    if (type.custom || type.kind == TypeKind::Text) return type.shortForm;
@@ -183,8 +198,13 @@ bool hasShortForm(const Type& type) {
    case TypeKind::Alias:
    case TypeKind::List: return type.base.type == nullptr || hasShortForm(*type.base.type);
    case TypeKind::Record:
-      return type.cls != Class::L4 && std::all_of(type.fields.begin(), type.fields.end(),
-                                                  [](auto& field) { return hasShortForm(*field); });
+      return type.cls != Class::L4 && !anyField(type, [](const Field& field) {
+         if (field.kind == Kind::Bits || field.kind == Kind::Messages ||
+             (field.kind == Kind::Fill && field.bits == 16))
+            return true;
+         const Type* inner = field.type.type;
+         return inner != nullptr && !isMessage(*inner) && (!hasShortForm(*inner) || leavesContainer(*inner));
+      });
    default: return false;
    }
 }

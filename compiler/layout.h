@@ -77,12 +77,15 @@ std::string decodeParameters(const Type& type);
 // Their names, as arguments behind the context.
 std::string argumentNames(const Type& type, bool encode);
 
-// Has the codec a short form beside the full one? What holds a message, ends early on purpose or counts in
-// bits has none.
+// Has the codec a short form? Fixed bits, 16-bit characters and lengths of four bits have none.
 bool hasShortForm(const Type& type);
 // One of a signature that all such have: made by l3c, of a record and nothing besides.
 bool isUniform(const Type& type);
 bool hasMessageForm(const Type& type);
+// A decoder that can return early, with the container of the type left behind; callers see it by that.
+bool leavesContainer(const Type& type);
+// Can be told by a caller of the type itself only in the exact form.
+bool quits(const Type& type);
 // Marks the types whose values follow a bit of the elements that they stand in: entries of chains and of
 // lists with flags, and what a leading bit announces.
 void markBehindBits(Model& model);

@@ -189,6 +189,91 @@ const uint8_t* shortEnd(const RtxContext* ctxt) {
    return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
 }
 
+namespace {
+
+// What a codec that failed inside a short form leaves is taken back: the exact form leaves it anew.
+class Before {
+public:
+   explicit Before(RtxContext* ctxt)
+         : ctxt_(ctxt), index_(ctxt->bufByteIndex), flags_(ctxt->flags), names_(ctxt->elemNames.count),
+           containers_(ctxt->containers.dlist.count), level_(ctxt->level) {}
+
+   L3_COLD void comeBack() const {
+      rtxErrResetErrInfo(ctxt_);
+      while (ctxt_->elemNames.count > names_) hot::removeName(ctxt_);
+      ctxt_->level = level_;
+      while (ctxt_->containers.dlist.count > containers_) hot::popContainer(ctxt_);
+      goBack();
+      ctxt_->flags = flags_;
+   }
+   void goBack() const {
+      ctxt_->bufByteIndex = index_;
+      ctxt_->bufBitsLeft = 8;
+   }
+
+private:
+   RtxContext* ctxt_;
+   size_t index_;
+   uint32_t flags_;
+   size_t names_, containers_;
+   uint8_t level_;
+};
+
+} // namespace
+
+const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* end,
+                            int (*decode)(RtxContext*, void*), void* value) {
+   if (!hot::nothingRecorded(ctxt)) return nullptr;
+   const Before before(ctxt);
+   ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData);
+   int status = hot::pushContainerBytes(ctxt, static_cast<size_t>(end - at));
+   bool stopped = true;
+   if (status >= 0) {
+      const uint32_t outer = ctxt->flags & kMessageOpen;
+      ctxt->flags |= kMessageOpen;
+      status = decode(ctxt, value);
+      stopped = (ctxt->flags & kMessageOpen) != 0;
+      ctxt->flags = (ctxt->flags & ~kMessageOpen) | outer;
+   }
+   const uint8_t* behind = ctxt->bufData + ctxt->bufByteIndex;
+   const bool fine = (status >= 0 || !stopped) && ctxt->bufBitsLeft == 8 && behind <= end;
+   if (!fine || ctxt->errList.count != 0) {
+      before.comeBack();
+      return nullptr;
+   }
+   hot::popContainer(ctxt);
+   before.goBack();
+   return behind;
+}
+
+uint8_t* encodeInside(RtxContext* ctxt, uint8_t* at, int (*encode)(RtxContext*, void*), void* value) {
+   if (!hot::nothingRecorded(ctxt)) return nullptr;
+   const Before before(ctxt);
+   ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData);
+   if (encode(ctxt, value) < 0 || ctxt->bufBitsLeft != 8) {
+      before.comeBack();
+      return nullptr;
+   }
+   uint8_t* behind = ctxt->bufData + ctxt->bufByteIndex;
+   before.goBack();
+   return behind;
+}
+
+int leaveContainer(RtxContext* ctxt, const uint8_t* end, unsigned extra) {
+   const size_t index = ctxt->bufByteIndex;
+   const int16_t left = ctxt->bufBitsLeft;
+   ctxt->bufByteIndex = static_cast<size_t>(end - ctxt->bufData);
+   ctxt->bufBitsLeft = static_cast<int16_t>(8 - extra);
+   const int status = hot::pushContainerBits(ctxt, 0);
+   ctxt->bufByteIndex = index;
+   ctxt->bufBitsLeft = left;
+   return status;
+}
+
+void takeContainersBack(RtxContext* ctxt, unsigned count) {
+   while (count-- != 0) hot::popContainer(ctxt);
+}
+
 uint64_t loadEnd(const uint8_t* octets, size_t count) {
    uint64_t word = 0;
    for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[i]} << (56 - 8 * i);

@@ -11,10 +11,10 @@ namespace quorva::frame {
 
 class MessageDecoder : private Scan {
 public:
-   MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record)
-         : Scan(0, false), ctxt_(ctxt), module_(module), type_(type), record_(record) {
-      setPlace({ctxt->bufData + ctxt->bufByteIndex, shortEnd(ctxt), 0});
-   }
+   // `end`: of the container around, as shortEnd() tells.
+   MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record, const uint8_t* end)
+         : Scan(0, false), ctxt_(ctxt), module_(module), type_(type), record_(record),
+           at_(ctxt->bufData + ctxt->bufByteIndex), end_(end) {}
 
    MessageDecoder(const MessageDecoder&) = default;
 
@@ -42,6 +42,10 @@ public:
          if (end_ != nullptr) [[likely]] {
             if (const uint8_t* behind = Type::shortDecode(at_, end_, ctxt_, arguments...)) [[likely]] {
                at_ = behind;
+               if constexpr (requires { Type::leavesContainer; }) {
+                  goOut(ctxt_, at_, false);
+                  end_ = shortEnd(ctxt_);
+               }
                return 0;
             }
          }
@@ -49,6 +53,18 @@ public:
       return rows(row, 1);
    }
    L3_INLINE int row(unsigned row) { return rows(row, 1); }
+   // Anything else, in the words of elements.
+   template <class Function>
+   L3_INLINE int part(unsigned row, Function decode) {
+      if (end_ != nullptr) [[likely]] {
+         ShortDecoder d(at_, end_, ctxt_);
+         if (const uint8_t* behind = d.result(decode(d))) [[likely]] {
+            at_ = behind;
+            return 0;
+         }
+      }
+      return rows(row, 1);
+   }
 
    template <bool Shifts>
    L3_INLINE bool next(unsigned halfOctets) {
@@ -157,17 +173,17 @@ private:
    const walk::Module& module_;
    unsigned type_;
    void* record_;
-   const uint8_t* at_ = nullptr;
-   const uint8_t* end_ = nullptr;
+   const uint8_t* at_;
+   const uint8_t* end_;
    unsigned octet_ = 0x100; // that of the IEI
 };
 
 class MessageEncoder {
 public:
+   // Where short forms may write.
    MessageEncoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record)
-         : ctxt_(ctxt), module_(module), type_(type), record_(record) {
-      setPlace(comeBack(ctxt, 0));
-   }
+         : ctxt_(ctxt), module_(module), type_(type), record_(record), at_(ctxt->bufData + ctxt->bufByteIndex),
+           end_(ctxt->bufData + ctxt->bufSize) {}
 
    template <class... Parts>
    L3_INLINE int fields(unsigned row, const Parts&... parts) {
@@ -184,7 +200,20 @@ public:
             return 0;
       return rows(row, 1);
    }
-   L3_INLINE int row(unsigned row) { return rows(row, 1); }
+   // Anything else, in the words of elements.
+   template <class Function>
+   L3_INLINE int part(unsigned row, Function encode) {
+      if (at_ != nullptr) [[likely]] {
+         const uint32_t flags = ctxt_->flags;
+         ShortEncoder e(at_, end_, ctxt_);
+         if (uint8_t* behind = e.result(encode(e))) [[likely]] {
+            at_ = behind;
+            return 0;
+         }
+         ctxt_->flags = flags;
+      }
+      return rows(row, 1);
+   }
 
    // Optional element: IEI, then the element.
    template <unsigned Bits, class Type, class... Arguments>
@@ -266,9 +295,7 @@ private:
    }
 
    static Place comeBack(const RtxContext* ctxt, int status) {
-      const bool plain = isPlain(ctxt) && ctxt->bufBitsLeft == 8 && (ctxt->flags & kInFull) == 0 &&
-                         ctxt->bufByteIndex <= ctxt->bufSize;
-      return {plain ? ctxt->bufData + ctxt->bufByteIndex : nullptr, ctxt->bufData + ctxt->bufSize, status};
+      return {canWriteShort(ctxt) ? ctxt->bufData + ctxt->bufByteIndex : nullptr, ctxt->bufData + ctxt->bufSize, status};
    }
    L3_INLINE int rows(unsigned first, unsigned count) {
       return setPlace(rowsAside(ctxt_, module_, type_ << 16 | first, record_, at_, count));
@@ -280,9 +307,21 @@ private:
    const walk::Module& module_;
    unsigned type_;
    void* record_;
-   uint8_t* at_ = nullptr; // null: by rows, with the context's cursor
-   uint8_t* end_ = nullptr;
+   uint8_t* at_; // null: by rows, with the context's cursor
+   uint8_t* end_;
 };
+
+// A message's codec on plain octets, or the one for all cases.
+template <class Record>
+L3_INLINE int decodePlain(RtxContext* ctxt, void* value, walk::MessageDecode plain,
+                          int (*any)(RtxContext*, Record*)) {
+   const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
+   return end != nullptr ? plain(ctxt, value, end) : any(ctxt, static_cast<Record*>(value));
+}
+template <class Record>
+L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain, int (*any)(RtxContext*, Record*)) {
+   return canWriteShort(ctxt) ? plain(ctxt, value) : any(ctxt, static_cast<Record*>(value));
+}
 
 } // namespace quorva::frame
 

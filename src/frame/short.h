@@ -84,6 +84,16 @@ L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
    std::memcpy(at, &word, N);
 }
 
+// A message inside a short form, with the context's cursor: where it ends. What it merely reports is no failure; if
+// it stopped, or something was on record before, null, and nothing is left behind.
+const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* end,
+                            int (*decode)(RtxContext*, void*), void* value);
+uint8_t* encodeInside(RtxContext* ctxt, uint8_t* at, int (*encode)(RtxContext*, void*), void* value);
+
+// Leaves the container that ends there to the context. 0 or -10.
+int leaveContainer(RtxContext* ctxt, const uint8_t* end, unsigned extra);
+void takeContainersBack(RtxContext* ctxt, unsigned count);
+
 // The words that leave nothing behind in the short form.
 class ShortForm {
 public:
@@ -118,7 +128,12 @@ public:
          : ShortForm(ctxt), at_(at), end_(end) {}
 
    // Where the element ends, or null.
-   L3_INLINE const uint8_t* result(int status) const { return status >= 0 && used_ == 0 ? at_ : nullptr; }
+   L3_INLINE const uint8_t* result(int status) const {
+      const bool done = status >= 0 && used_ == 0;
+      if (!done && quits_ != 0) [[unlikely]]
+         takeContainersBack(ctxt_, quits_);
+      return done ? at_ : nullptr;
+   }
 
    size_t offset() const { return reinterpret_cast<uintptr_t>(at_) * 8 + used_; }
 
@@ -202,6 +217,28 @@ public:
    void align() {
       if (used_ != 0) ++at_;
       used_ = 0;
+   }
+
+   // A message inside.
+   template <auto Decode, class T>
+   int message(T* value) {
+      if (used_ != 0 || extra_ != 0) return kNotShort;
+      const uint8_t* behind = decodeInside(
+            ctxt_, at_, end_, [](RtxContext* ctxt, void* v) { return Decode(ctxt, static_cast<T*>(v)); }, value);
+      if (behind == nullptr) return kNotShort;
+      at_ = behind;
+      return 0;
+   }
+
+   // The early way out of a length that counts bits, which leaves containers behind, as the exact form does: all
+   // that are closed later on close the last one there is.
+   bool atEnd() const { return at_ == end_ && used_ == extra_; }
+   int quit(const Length& length) {
+      const bool first = quits_++ == 0;
+      L3_TRY(leaveContainer(ctxt_, first ? length.outer : left_, first ? length.outerExtra : leftExtra_));
+      left_ = end_;
+      leftExtra_ = extra_;
+      return closeBits(length);
    }
 
    template <class Type, class... Arguments>
@@ -504,6 +541,9 @@ private:
    const uint8_t* end_; // of the innermost container
    unsigned used_ = 0;  // bits of the octet at hand that have been read
    unsigned extra_ = 0; // bits of the octet behind the container that belong to it
+   unsigned quits_ = 0; // containers left behind; the last one that was quitted
+   unsigned leftExtra_ = 0;
+   const uint8_t* left_ = nullptr;
 };
 
 class ShortEncoder : public ShortForm {
@@ -578,6 +618,18 @@ public:
    }
    void setTail() { ctxt_->flags |= RTX_CTXT_RAW_TAIL; }
    bool tailOpen() const { return (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0; }
+
+   L3_INLINE int iei(uint8_t iei) { return put<8>(iei) ? 0 : kNotShort; }
+
+   template <auto Encode, class T>
+   int message(T* value) {
+      if (used_ != 0) return kNotShort;
+      uint8_t* behind = encodeInside(
+            ctxt_, at_, [](RtxContext* ctxt, void* v) { return Encode(ctxt, static_cast<T*>(v)); }, value);
+      if (behind == nullptr) return kNotShort;
+      at_ = behind;
+      return 0;
+   }
 
    template <class Type, class... Arguments>
    L3_INLINE int call(Arguments... arguments) {
@@ -770,6 +822,11 @@ private:
 
 // How far a short form may read: the end of the container around; null if there is none.
 const uint8_t* shortEnd(const RtxContext* ctxt);
+// Can a short form begin to write?
+L3_INLINE bool canWriteShort(const RtxContext* ctxt) {
+   return isPlain(ctxt) && ctxt->bufBitsLeft == 8 && (ctxt->flags & kInFull) == 0 &&
+          ctxt->bufByteIndex <= ctxt->bufSize;
+}
 
 // An element in short form at the cursor; false if it has to be done in full.
 template <class Type, class... Arguments>
@@ -785,8 +842,7 @@ L3_INLINE bool decodeShort(RtxContext* ctxt, const uint8_t* end, Arguments... ar
 
 template <class Type, class... Arguments>
 L3_INLINE bool encodeShort(RtxContext* ctxt, Arguments... arguments) {
-   if (!isPlain(ctxt) || ctxt->bufBitsLeft != 8 || (ctxt->flags & kInFull) != 0 ||
-       ctxt->bufByteIndex > ctxt->bufSize) [[unlikely]]
+   if (!canWriteShort(ctxt)) [[unlikely]]
       return false;
    const uint32_t flags = ctxt->flags;
    uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;

@@ -15,6 +15,9 @@ constexpr size_t kNoEnd = ~size_t{0};
 // A type at the cursor, as its function would.
 int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter = 0,
                uint64_t second = 0);
+// The same without the short form.
+int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
+                 uint64_t second);
 
 class Decoding : public frame::Codec {
 public:
@@ -80,12 +83,15 @@ public:
       return Decoder(ctxt_, file_).ended(messageStatus(ctxt_));
    }
 
+   // Those of a message, whose short forms have been tried.
    int rows(unsigned first, unsigned count) {
+      tried_ = true;
       L3_TRY(begin(module_.texts + type_.decodedName));
       return block(first, first + count, kNoEnd);
    }
    // An optional element of a message, behind its IEI.
    int optionalRow(unsigned index) {
+      tried_ = true;
       L3_TRY(begin(module_.texts + type_.decodedName));
       return contents(index, kNoEnd);
    }
@@ -361,8 +367,9 @@ private:
          L3_TRY(inner(decoder, module, type, place));
       } else {
          const uint64_t first = value(wire.argument), second = value(wire.second);
-         if (const int status = decodeType(ctxt_, module, type, place, first, second); status < 0)
-            return fail(ctxt_, status, here(index));
+         const int status = tried_ ? decodeInFull(ctxt_, module, type, place, first, second)
+                                   : decodeType(ctxt_, module, type, place, first, second);
+         if (status < 0) return fail(ctxt_, status, here(index));
       }
       if (name != nullptr) pop();
       return 0;
@@ -518,6 +525,7 @@ private:
    bool groups_ = true;
    bool quit_ = false;
    bool besideDone_ = false;
+   bool tried_ = false; // short forms of the rows' types
 };
 
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
@@ -537,17 +545,29 @@ int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
    return type.decode(ctxt, value, parameter, second);
 }
 
+// In short form at the cursor; false if that will not do.
+L3_INLINE bool decodeShortly(RtxContext* ctxt, const Type& type, uint8_t* value, const uint8_t* end) {
+   const uint8_t* behind = type.shortDecode(ctxt->bufData + ctxt->bufByteIndex, end, ctxt, value);
+   if (behind == nullptr) [[unlikely]]
+      return false;
+   ctxt->bufByteIndex = static_cast<size_t>(behind - ctxt->bufData);
+   return true;
+}
+
 int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                uint64_t second) {
-   const bool message = type.codec == walk::Codec::Message && type.decode != nullptr;
-   if (type.shortDecode != nullptr || message) {
-      const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
-      if (end != nullptr) [[likely]] {
-         if (message) return type.decode(ctxt, value, 0, 0);
-         const uint8_t* behind = type.shortDecode(ctxt->bufData + ctxt->bufByteIndex, end, ctxt, value);
-         if (behind != nullptr) [[likely]] {
-            ctxt->bufByteIndex = static_cast<size_t>(behind - ctxt->bufData);
-            return frame::Codec(ctxt, module.decodeSource).done();
+   const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
+   if (end != nullptr) [[likely]] {
+      if (type.messageDecode != nullptr) return type.messageDecode(ctxt, value, end);
+      if (type.shortDecode != nullptr && decodeShortly(ctxt, type, value, end))
+         return frame::Codec(ctxt, module.decodeSource).done();
+      // A message of one element, with nothing behind it.
+      if (type.codec == walk::Codec::OneElement) {
+         const Type& base = modules[type.rows]->types[type.first];
+         if (base.shortDecode != nullptr && decodeShortly(ctxt, base, value, end)) {
+            Decoder decoder(ctxt, module.decodeSource);
+            if (ctxt->bufData + ctxt->bufByteIndex != end) L3_TRY(decoder.nonImperative(0));
+            return decoder.ended();
          }
       }
    }

@@ -11,6 +11,8 @@ using namespace frame;
 namespace {
 
 int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value);
+// The same without the short form.
+int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value);
 
 class Encoding : public frame::Codec {
 public:
@@ -52,12 +54,15 @@ public:
       return done();
    }
 
+   // Those of a message, whose short forms have been tried.
    int rows(unsigned first, unsigned count) {
+      tried_ = true;
       L3_TRY(begin(module_.texts + type_.name));
       return block(first, first + count);
    }
    // IEI and element.
    int optionalRow(unsigned index) {
+      tried_ = true;
       L3_TRY(begin(module_.texts + type_.name));
       return optional(index);
    }
@@ -266,8 +271,10 @@ private:
       if (name != nullptr) L3_TRY(push(name));
       if ((wire.flags & (kContents | kAhead)) != 0) {
          L3_TRY(inside(wire, module, type, place));
-      } else if (const int status = encodeType(ctxt_, module, type, place); status < 0) {
-         return fail(ctxt_, status, here(index));
+      } else {
+         const int status =
+               tried_ ? encodeInFull(ctxt_, module, type, place) : encodeType(ctxt_, module, type, place);
+         if (status < 0) return fail(ctxt_, status, here(index));
       }
       if (name != nullptr) pop();
       return 0;
@@ -363,6 +370,7 @@ private:
    int result_ = 0;
    bool inLength_ = false;
    bool besideDone_ = false;
+   bool tried_ = false; // short forms of the rows' types
 };
 
 int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
@@ -377,18 +385,19 @@ int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
 }
 
 int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
-   const bool message = type.codec == walk::Codec::Message && type.encode != nullptr;
-   if ((type.shortEncode != nullptr || message) && isPlain(ctxt) && ctxt->bufBitsLeft == 8 &&
-       (ctxt->flags & kInFull) == 0 && ctxt->bufByteIndex <= ctxt->bufSize) [[likely]] {
-      if (message) return type.encode(ctxt, value);
-      const uint32_t flags = ctxt->flags;
-      uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;
-      uint8_t* behind = type.shortEncode(at, ctxt->bufData + ctxt->bufSize, ctxt, value);
-      if (behind != nullptr) [[likely]] {
-         ctxt->bufByteIndex += static_cast<size_t>(behind - at);
-         return frame::Codec(ctxt, module.encodeSource).done();
+   if (canWriteShort(ctxt)) [[likely]] {
+      if (type.messageEncode != nullptr) return type.messageEncode(ctxt, value);
+      const Type& base = type.codec == walk::Codec::OneElement ? modules[type.rows]->types[type.first] : type;
+      if (base.shortEncode != nullptr) {
+         const uint32_t flags = ctxt->flags;
+         uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;
+         uint8_t* behind = base.shortEncode(at, ctxt->bufData + ctxt->bufSize, ctxt, value);
+         if (behind != nullptr) [[likely]] {
+            ctxt->bufByteIndex += static_cast<size_t>(behind - at);
+            return frame::Codec(ctxt, module.encodeSource).done();
+         }
+         ctxt->flags = flags;
       }
-      ctxt->flags = flags;
    }
    return encodeInFull(ctxt, module, type, value);
 }

@@ -152,6 +152,7 @@ enum TypeFlags : uint8_t {
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
 using ShortEncode = uint8_t* (*)(uint8_t* at, uint8_t* end, RtxContext* ctxt, void* value);
+using MessageDecode = int (*)(RtxContext* ctxt, void* value, const uint8_t* end);
 using PlainCodec = int (*)(RtxContext* ctxt, void* value);
 using HandDecode = int (*)(RtxContext* ctxt, void* value, uint64_t first, uint64_t second);
 
@@ -172,9 +173,11 @@ struct Type {
    uint16_t mandatory;   // Message: rows ahead of the optional elements
    uint16_t halfOctets;  // Message: bit n for the half-octet IEI n
    uint32_t name, decodedName; // on the name stack
-   // Short form, or the codec by hand, or the message's codec on plain octets.
+   // Short form; the codec of a message on plain octets; the codec by hand.
    ShortDecode shortDecode;
    ShortEncode shortEncode;
+   MessageDecode messageDecode;
+   PlainCodec messageEncode;
    HandDecode decode;
    PlainCodec encode;
    int (*init)(void* value);
