@@ -200,13 +200,21 @@ public:
 
    L3_COLD void comeBack() const {
       rtxErrResetErrInfo(ctxt_);
-      while (ctxt_->elemNames.count > names_) hot::removeName(ctxt_);
-      ctxt_->level = level_;
+      while (ctxt_->elemNames.count > names_ + (placed_ ? 1 : 0)) hot::removeName(ctxt_);
+      ctxt_->level = static_cast<uint8_t>(level_ + (placed_ ? 1 : 0));
       while (ctxt_->containers.dlist.count > containers_) hot::popContainer(ctxt_);
       goBack();
       ctxt_->flags = flags_;
    }
+   // A name alone would be taken for that of the type inside, which pops its own.
+   int placeName() {
+      if (names_ != 1) return 0;
+      placed_ = true;
+      return pushName(ctxt_, "");
+   }
    void goBack() const {
+      if (placed_) [[unlikely]]
+         popName(ctxt_);
       ctxt_->bufByteIndex = index_;
       ctxt_->bufBitsLeft = 8;
    }
@@ -217,6 +225,7 @@ private:
    uint32_t flags_;
    size_t names_, containers_;
    uint8_t level_;
+   bool placed_ = false;
 };
 
 } // namespace
@@ -224,7 +233,8 @@ private:
 const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* end,
                             int (*decode)(RtxContext*, void*), void* value) {
    if (!hot::nothingRecorded(ctxt)) return nullptr;
-   const Before before(ctxt);
+   Before before(ctxt);
+   if (before.placeName() < 0) return nullptr;
    ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData);
    int status = hot::pushContainerBytes(ctxt, static_cast<size_t>(end - at));
    bool stopped = true;
@@ -248,9 +258,12 @@ const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* 
 
 uint8_t* encodeInside(RtxContext* ctxt, uint8_t* at, int (*encode)(RtxContext*, void*), void* value) {
    if (!hot::nothingRecorded(ctxt)) return nullptr;
-   const Before before(ctxt);
-   ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData);
-   if (encode(ctxt, value) < 0 || ctxt->bufBitsLeft != 8) {
+   Before before(ctxt);
+   const uint8_t* buffer = ctxt->bufData;
+   if (before.placeName() < 0) return nullptr;
+   ctxt->bufByteIndex = static_cast<size_t>(at - buffer);
+   // A buffer that grows on demand may have moved, and what the short forms around know of it is void.
+   if (encode(ctxt, value) < 0 || ctxt->bufBitsLeft != 8 || ctxt->bufData != buffer) {
       before.comeBack();
       return nullptr;
    }

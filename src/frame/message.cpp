@@ -57,8 +57,8 @@ int MessageDecoder::finish(int shifts) {
 }
 
 MessageEncoder::Place MessageEncoder::rowsAside(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow,
-                                                void* record, uint8_t* at, unsigned count) {
-   if (at != nullptr) ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData);
+                                                void* record, size_t index, unsigned count) {
+   if (index != kNowhere) ctxt->bufByteIndex = index;
    const int status = walk::encodeRows(ctxt, module, typeAndRow >> 16, record, typeAndRow & 0xFFFF, count);
    return comeBack(ctxt, status);
 }

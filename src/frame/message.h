@@ -182,8 +182,8 @@ class MessageEncoder {
 public:
    // Where short forms may write.
    MessageEncoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record)
-         : ctxt_(ctxt), module_(module), type_(type), record_(record), at_(ctxt->bufData + ctxt->bufByteIndex),
-           end_(ctxt->bufData + ctxt->bufSize) {}
+         : ctxt_(ctxt), module_(module), type_(type), record_(record), buffer_(ctxt->bufData),
+           at_(ctxt->bufData + ctxt->bufByteIndex), end_(ctxt->bufData + ctxt->bufSize) {}
 
    template <class... Parts>
    L3_INLINE int fields(unsigned row, const Parts&... parts) {
@@ -298,16 +298,21 @@ private:
       return {canWriteShort(ctxt) ? ctxt->bufData + ctxt->bufByteIndex : nullptr, ctxt->bufData + ctxt->bufSize, status};
    }
    L3_INLINE int rows(unsigned first, unsigned count) {
-      return setPlace(rowsAside(ctxt_, module_, type_ << 16 | first, record_, at_, count));
+      const size_t index = at_ != nullptr ? static_cast<size_t>(at_ - buffer_) : kNowhere;
+      const int status = setPlace(rowsAside(ctxt_, module_, type_ << 16 | first, record_, index, count));
+      buffer_ = ctxt_->bufData;
+      return status;
    }
-   static Place rowsAside(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record, uint8_t* at,
-                          unsigned count);
+   static constexpr size_t kNowhere = ~size_t{0};
+   static Place rowsAside(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
+                          size_t index, unsigned count);
 
    RtxContext* ctxt_;
    const walk::Module& module_;
    unsigned type_;
    void* record_;
-   uint8_t* at_; // null: by rows, with the context's cursor
+   const uint8_t* buffer_; // one that grows on demand may have moved when a short form ends
+   uint8_t* at_;           // null: by rows, with the context's cursor
    uint8_t* end_;
 };
 
