@@ -64,6 +64,63 @@ QUORVA_API int rtx3GPPDecGSMCharStr(RtxContext* pctxt, char* dest, size_t destSi
  */
 QUORVA_API int rtx3GPPDecL3NonImperative(RtxContext* pctxt, int shifts);
 
+/*
+ * CSN.1 (TS 24.007, annex B). Padding is the octet 0x2B, over and over, in step with the octets of the
+ * buffer. A bit that is as the padding at its place reads L, the other one H.
+ */
+
+/**
+ * Codes a determinant, the bits that tell which alternative follows.
+ * @param value right aligned; bits above `nbits` are dropped.
+ * @param nbits 0 to 32.
+ * @param mask  its top `nbits` say which bits of the determinant are L/H bits: of these, 0 is written as L
+ * and 1 as H. Mask 0 writes plain bits.
+ * @return -20 for more than 32 bits.
+ */
+QUORVA_API int rtx3GPPEncAltDetmnt(RtxContext* pctxt, uint32_t value, size_t nbits, uint32_t mask);
+
+/**
+ * Decodes a determinant, as rtx3GPPEncAltDetmnt codes it.
+ * @param pvalue may be null; nothing is stored on failure.
+ * @return -23 for more than 32 bits.
+ */
+QUORVA_API int rtx3GPPDecAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, size_t nbits, uint32_t mask);
+
+/** One bit of a determinant of varying width. */
+typedef struct Rtx3GPPDetmntRow {
+   uint32_t patterned; /**< Not 0: an L/H bit, in which L counts as 1 and H as 0. */
+   int32_t next0; /**< On 0: row of the next bit; 0: that was the last one; negative: no such determinant. */
+   uint32_t value0; /**< On 0, at the last bit: what the determinant stands for, by custom its bits, left
+                       aligned. */
+   int32_t next1;   /**< On 1, likewise. */
+   uint32_t value1;
+} Rtx3GPPDetmntRow;
+
+/**
+ * Decodes a determinant of varying width, bit by bit from row 0 on. One is coded by rtx3GPPEncAltDetmnt.
+ * @param pvalue may be null; nothing is stored on failure.
+ * @return -9 for bits that are no determinant, -19 if a row is none of the `rowCount`.
+ */
+QUORVA_API int rtx3GPPDecVarAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, const Rtx3GPPDetmntRow* rows,
+                                      uint32_t rowCount);
+
+/** Codes a count in unary: so many times `bit`, 0 or not, and then the other one. */
+QUORVA_API int rtx3GPPEncIntAsBits(RtxContext* pctxt, uint32_t count, uint8_t bit);
+
+/**
+ * Decodes a count in unary: the bits up to the first that is not `bit`, which is passed too.
+ * @param pcount may be null; on failure it has what was counted until then.
+ * @return -23 at the 256th bit of a run.
+ */
+QUORVA_API int rtx3GPPDecIntAsBits(RtxContext* pctxt, uint8_t* pcount, uint8_t bit);
+
+/** As rtx3GPPEncIntAsBits, but each bit is that of the octet `pattern` at its place: 0xD4 counts in H, 0x2B
+ * in L. */
+QUORVA_API int rtx3GPPEncIntAsBitsPattern(RtxContext* pctxt, uint32_t count, uint8_t pattern);
+
+/** As rtx3GPPDecIntAsBits, for such a count. */
+QUORVA_API int rtx3GPPDecIntAsBitsPattern(RtxContext* pctxt, uint8_t* pcount, uint8_t pattern);
+
 QUORVA_END_DECLS
 
 #endif
