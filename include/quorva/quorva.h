@@ -51,6 +51,7 @@
 #include "quorva/rtxUTF8.h"
 #include "quorva/rtxUTF8Convert.h"
 #include "quorva/rtxUTF8Value.h"
+#include "quorva/TS44018Misc.h"
 
 #include "quorva/modules.h"
 
