@@ -49,8 +49,8 @@ QUORVA_API int rtx3GPPGetARFCNRange(const uint16_t* arfcns, uint16_t count, uint
  * last two bits of ORIG-ARFCN, as a whole through the second pointer: it should be the first one plus 1, or
  * null for just that.
  * @param bufferSize octets of a caller's output.
- * @param pbits      gets the number of bits, whole octets filled up with 0; may be null. The bit map 0 does
- * not set it.
+ * @param pbits      gets the number of bits, which fill the element's octets; may be null. The bit map 0 does
+ * not set it. What an element of fixed size has beyond them is 0: a node of 0 ends the tree.
  * @return 0; recorded: -1 if the output is too small; -14 for a channel outside 1 to 124 in the bit map 0, a
  * span above that of the format, an ORIG-ARFCN above 1023 or that is none of the channels, a list whose
  * channels are not different or span more than `range` says (as far as the tree shows it), an unknown format;
@@ -70,7 +70,8 @@ QUORVA_API int rtx3GPPEncARFCN(RtxContext* pctxt, const uint16_t* arfcns, uint16
  * @param parfcns gets an array on the context's heap.
  * @param pcount  gets the number of channels.
  * @return 0; recorded: -14 for a number of bits that the format cannot have (124 in the bit map 0, at least 1
- * in the range format 1024, 10 in others) or an unknown format; -10.
+ * in the range format 1024, 10 in others) or an unknown format; -10. Of a tree of range 1024 or 512 the first
+ * 256 nodes are read as they were written, and one more at most.
  */
 QUORVA_API int rtx3GPPDecARFCN(RtxContext* pctxt, uint32_t format, const uint8_t* data, uint16_t bits,
                                uint16_t** parfcns, uint16_t* pcount);

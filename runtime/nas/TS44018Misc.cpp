@@ -254,25 +254,30 @@ int encodeRange(RtxContext* pctxt, const Rtx3GPPArfcnFormat& format, const TreeE
    return TreeEncoder(pctxt, format, output, octets).encode_subtree(1, 0, entries.set, n);
 }
 
-/** Calls `take` with the index of each set bit from `first` to ahead of `end`, rising. */
+/** Up to 64 bits, the first one as the lowest. */
+uint64_t loadReversed(const uint8_t* octets, size_t count) {
+   uint64_t word = 0;
+   if (count == 8 && std::endian::native == std::endian::little) {
+      std::memcpy(&word, octets, 8);
+   } else {
+      for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[i]} << (8 * i);
+   }
+   // Within each octet.
+   word = (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
+   word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
+   return (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
+}
+
+/** Calls `take` with the index of each set bit from `first`, below 64, to ahead of `end`, rising. */
 template <class Take>
 void forEachBit(const uint8_t* octets, size_t first, size_t end, Take take) {
-   for (size_t at = first & ~size_t{7}; at < end; at += 64) {
-      uint64_t word = 0;
-      const size_t count = std::min<size_t>(8, (end - at + 7) / 8);
-      if (count == 8) {
-         std::memcpy(&word, octets + at / 8, 8);
-         if constexpr (std::endian::native == std::endian::little) word = __builtin_bswap64(word);
-      } else {
-         for (size_t i = 0; i < count; ++i) word |= uint64_t{octets[at / 8 + i]} << (56 - 8 * i);
-      }
-      if (at < first) word &= ~uint64_t{0} >> (first - at);
-      if (end - at < 64) word &= ~(~uint64_t{0} >> (end - at));
-      while (word != 0) {
-         const int bit = std::countl_zero(word);
-         word ^= uint64_t{1} << 63 >> bit;
-         take(at + static_cast<size_t>(bit));
-      }
+   uint64_t wanted = ~uint64_t{0} << first;
+   for (size_t at = 0; at < end; at += 64) {
+      const size_t rest = end - at;
+      if (rest < 64) wanted &= ~(~uint64_t{0} << rest);
+      uint64_t word = loadReversed(octets + at / 8, std::min<size_t>(8, (rest + 7) / 8)) & wanted;
+      for (; word != 0; word &= word - 1) take(at + static_cast<size_t>(std::countr_zero(word)));
+      wanted = ~uint64_t{0};
    }
 }
 
