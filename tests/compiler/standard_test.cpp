@@ -2,6 +2,7 @@
 // tests/vectors/tables-*.txt and values-*.txt, whose heads tell their form.
 #include "tests/compiler/described.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace l3c {
@@ -281,6 +282,60 @@ TEST(StandardValues, AreThoseOfTheEnumerations) {
       }
       close();
    }
+}
+
+// --- Bounds and parts that may be missing
+
+std::string text(const Bounds& bounds) {
+   std::string text;
+   for (const uint64_t value : bounds.values) text += (text.empty() ? "" : "/") + std::to_string(value);
+   if (!text.empty()) return text;
+   const std::string low = std::to_string(bounds.low.value_or(0));
+   return bounds.low == bounds.high ? low : low + '-' + (bounds.high ? std::to_string(*bounds.high) : "n");
+}
+
+// What tests/vectors/bounds.txt tells, as the descriptions have it.
+std::map<std::string, std::string> boundsOf(const Model& model) {
+   std::map<std::string, std::string> all;
+   for (auto& module : model.modules)
+      for (auto& type : module->types) {
+         if (type->kind == TypeKind::Message || type->kind == TypeKind::Pdu) continue;
+         const std::string name = module->name + '_' + type->name;
+         if (!type->bounds.empty()) all[name] = text(type->bounds);
+         const std::function<void(const Field&, std::string)> tell = [&](const Field& field,
+                                                                         std::string way) {
+            if (!field.name.empty()) way += '.' + field.name;
+            if (field.optional)
+               all[name + '?'] += (all[name + '?'].empty() ? "" : " ") + way.substr(name.size() + 1);
+            if (!field.bounds.empty()) all[way] = text(field.bounds);
+            for (auto& inner : field.fields) tell(*inner, way);
+            for (const Arm& arm : field.arms)
+               if (arm.field) tell(*arm.field, way);
+         };
+         for (auto& field : type->fields) tell(*field, name);
+      }
+   return all;
+}
+
+TEST(StandardBounds, AreThoseOfTheElements) {
+   std::map<std::string, std::string> left = boundsOf(own().model);
+   for (const std::string& line : linesOf("bounds.txt")) {
+      SCOPED_TRACE(line);
+      Row row = split(line, '|');
+      row.resize(4);
+      const auto& [what, here, standard, why] = std::tie(row[0], row[1], row[2], row[3]);
+      EXPECT_EQ(left[what], here);
+      left.erase(what);
+      const bool other = why.rfind("other:", 0) == 0;
+      if (what.back() == '?' || standard == "-") {
+         EXPECT_TRUE(standard == "=" || !why.empty()) << "why?";
+      } else if (here != standard) {
+         const auto wide = range(here), asked = range(standard);
+         EXPECT_TRUE(other || (!why.empty() && wide.first <= asked.first && wide.second >= asked.second))
+               << "why?";
+      }
+   }
+   for (auto& [what, here] : left) ADD_FAILURE() << what << " | " << here << " isn't told";
 }
 
 } // namespace
