@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Changes one fact of a description at a time and tells which changes no test notices.
 
-    tests/mutate.py [--count N] [--seed S] [--scratch FOLDER] [--only KIND] [--list]
+    tests/mutate.py [--count N] [--seed S] [--scratch FOLDER] [--only KIND] [--resume FILE] [--list]
 
-The tree is cloned into the scratch folder (default build/mutants) and built there without optimisation. Each mutant
-changes one line of an EPS or 5GS description: an IEI, a width, the order of two fields, a bound, an enumerator, presence,
-the length class, a pair of flags. It is killed if l3c refuses it, or a test fails: first those of the compiler, which read
-the descriptions; then those of layouts, many mutants in one build, each of which must be found out at its own type, and
-none of which holds another; what is left is built alone and goes through all tests of modules. Survivors are listed.
-Not part of .ci/run.
+The tree is cloned into the scratch folder (default build/scratch) and built there without optimisation. Each mutant
+changes one line of a description: an IEI, a width, the order of two fields, a bound, an enumerator, presence, the length
+class, a pair of flags. It is killed if l3c refuses it, or a test fails: first those of the compiler, which read the
+descriptions; then those of layouts, many mutants in one build, each of which must be found out at its own type, and none
+of which holds another; what is left is built alone and goes through all tests of modules. Survivors are listed. With
+--resume the mutants that FILE, the output of an earlier run, tells of are not tried again. Not part of .ci/run.
 """
 import argparse
 import random
@@ -17,59 +17,96 @@ import subprocess
 import sys
 from pathlib import Path
 
-MODULES = ["TS24301IES", "TS24301Msgs", "TS24501IES", "TS24501Msgs"]
+MODULES = ["TS24008IES", "TS24008Msgs", "TS24011IES", "TS24011Msgs", "TS24301IES", "TS24301Msgs", "TS24501IES", "TS24501Msgs"]
 ROOT = Path(__file__).resolve().parent.parent
 
+# --- The spelling of descriptions: all that this script knows of it.
 
-def candidates(module, lines):
+DECLARATION = re.compile(r"(?:enum|number|octets|digits|text|list|alias|type|element|structure|message|pdu|table|test|module)\b")
+NO_FACTS = ("#", "--", "test", "module")
+
+
+def other_iei(iei):
+    return "%X-" % (8 + (int(iei[0], 16) - 7) % 8) if iei[1] == "-" else "%02X" % (int(iei, 16) ^ 5)
+
+
+def other_bound(low, high):
+    return low + ".." + str(int(high) - 1) if high else str(int(low) + 1) + ".."
+
+
+def swapped(match):
+    return match.group(2) + match.group(0)[len(match.group(1)):-len(match.group(2))] + match.group(1)
+
+
+# Kind, in which declarations, pattern, and what stands for the match instead (None: the match is as it was). The
+# pattern runs over the code of a line, behind the head of an enumeration.
+FACTS = [
+    ("iei", {"message"}, r"(?<=\s)(?:[0-9A-F]{2}|[89A-F]-)(?=\s)", lambda m: other_iei(m.group(0))),
+    ("width", {"element", "structure"}, r"(?<=[a-zA-Z0-9_?] )\d+(?=\s*(?:,|}|$|init|\[))",
+     lambda m: str(int(m.group(0)) - 1) if 1 < int(m.group(0)) <= 32 else None),
+    ("bound", {"element", "structure", "octets", "list", "number", "type"}, r"(?:(?<=\bLV )|(?<=\bLV-E )|(?<=\bL4 )|(?<=\[))(\d*)\.\.(\d*)",
+     lambda m: other_bound(m.group(1), m.group(2))),
+    # Exchanged with the next on its line, as another value alone would often be there already.
+    ("enumerator", {"enum"}, r"(?<=[\w-] )(\d+), *[\w-]+ (\d+)(?=,| *}|$)", swapped),
+    ("enumerator", {"enum"}, r"(?<=[\w-] )\d+(?= *}|,?$)", lambda m: str(int(m.group(0)) ^ 1)),
+    ("presence", {"element", "structure"}, r"(?<=\w)\?(?=[\s,])", lambda m: ""),
+    ("class", {"element", "octets"}, r"(?<=\s)LV(-E)?(?=\s|$)", lambda m: "LV" if m.group(1) else "LV-E"),
+    ("flags", {"element", "structure"}, r"(?<=[{, ])([a-z]\w*),\s*([a-z]\w*)(?=,| }|$)", swapped),
+]
+# Two lines of one field each, which can stand in the other order.
+FIELD = re.compile(r"\s+(?:[0-9A-F]{2}\s+|[89A-F]-\s+)?[a-zA-Z][\w-]*\??\s+[^\s{}][^{}]*(?<!\()$")
+
+
+def candidates(lines):
     """(kind, type, line number, new line) for each fact that can be changed alone."""
     inside = owner = None
     for number, line in enumerate(lines):
-        head = re.match(r"(enum|number|octets|digits|list|alias|element|message|pdu|table|test|module)\b", line)
+        head = DECLARATION.match(line)
         if head:
-            inside, owner = head.group(1), line.split()[1].split("(")[0].replace("-", "_")
-        if line.startswith(("#", "--", "test", "module")) or inside in ("test", "table", "module"):
+            inside, owner = head.group(0), line.split()[1].split("(")[0].replace("-", "_")
+        if line.startswith(NO_FACTS) or inside in ("test", "table", "module"):
             continue
         code, mark, comment = line.partition(" #")
-
-        def changed(kind, new):
-            return kind, owner, number, new + mark + comment
-
-        iei = re.match(r"(\s+\S+\s+)([0-9A-F]{2}|[89A-F]-)(\s+\S.*)", code)
-        if inside == "message" and iei:
-            old = iei.group(2)
-            new = "%X-" % (8 + (int(old[0], 16) - 7) % 8) if old[1] == "-" else "%02X" % (int(old, 16) ^ 5)
-            yield changed("iei", iei.group(1) + new + iei.group(3))
-        for width in re.finditer(r"(?<=[a-zA-Z0-9_?] )(\d+)(?=\s*(,|}|$|init|\[))", code):
-            if inside == "element" and 1 < int(width.group(1)) <= 32:
-                bits = int(width.group(1)) - 1
-                yield changed("width", code[:width.start()] + str(bits) + code[width.end():])
-        bound = re.search(r"\b(LV|LV-E) (\d*)\.\.(\d*)", code)
-        if head and bound and (bound.group(2) or bound.group(3)):
-            low, high = bound.group(2), bound.group(3)
-            low, high = (str(int(low) + 1), high) if low else (low, str(int(high) - 1))
-            yield changed("bound", code[:bound.start(2)] + low + ".." + high + code[bound.end(3):])
-        span = re.search(r"\[(\d+)\.\.(\d+)\]", code)
-        if inside == "element" and span:
-            yield changed("bound", code[:span.start(2)] + str(int(span.group(2)) - 1) + code[span.end(2):])
-        if inside == "enum":
-            for row in re.finditer(r"([A-Za-z][\w-]*) (\d+)(?=,| *}|$)", re.sub(r"^enum \S+ \d+", lambda m: " " * len(m.group(0)), code)):
-                yield changed("enumerator", code[:row.start(2)] + str(int(row.group(2)) ^ 1) + code[row.end(2):])
-        optional = re.match(r"(\s+)([a-zA-Z][\w-]*)\?(\s+.*)", code)
-        if inside == "element" and optional:
-            yield changed("presence", optional.group(1) + optional.group(2) + " " + optional.group(3))
-        lengths = re.match(r"(element \S+) (LV-E|LV)\b(.*)", code)
-        if lengths:
-            new = "LV" if lengths.group(2) == "LV-E" else "LV-E"
-            yield changed("class", lengths.group(1) + " " + new + lengths.group(3))
-        flags = [f for f in re.finditer(r"(?<=[{, ])([a-z]\w*)(?=,| }|$)", code)] if inside == "element" else []
-        for one, two in zip(flags, flags[1:]):
-            if re.fullmatch(r",\s*", code[one.end():two.start()]):
-                yield changed("flags", code[:one.start()] + two.group(0) + code[one.end():two.start()] + one.group(0) + code[two.end():])
-        if inside in ("element", "message") and number + 1 < len(lines):
+        code, dashes, doc = code.partition(" -- ")
+        start = re.match(r"enum \S+ \d+", code).end() if head and inside == "enum" else 0
+        for kind, where, pattern, other in FACTS:
+            if inside not in where:
+                continue
+            pattern, at = re.compile(pattern), start
+            while match := pattern.search(code, at):
+                at = match.start(match.lastindex) if other is swapped else match.end()
+                new = other(match)
+                if new is not None and match.group(0) != "..":
+                    yield kind, owner, number, code[:match.start()] + new + code[match.end():] + dashes + doc + mark + comment
+        if inside in ("element", "structure", "message") and number + 1 < len(lines):
             following = lines[number + 1]
-            if all(re.match(r"\s+[a-zA-Z][\w-]*\??\s+\S", text) and "{" not in text and "}" not in text for text in (line, following)):
+            if FIELD.match(line) and FIELD.match(following):
                 yield "order", owner, number, following + "\n" + line
+
+
+def reach(texts):
+    """The types that each type holds, at any depth."""
+    bodies, owner = {}, None
+    for lines in texts.values():
+        for line in lines:
+            if DECLARATION.match(line) and not line.startswith(("table", "test", "module")):
+                owner = line.split()[1].split("(")[0].replace("-", "_")
+                bodies[owner] = ""
+            if owner:
+                bodies[owner] += " " + line.partition("#")[0]
+    names = {owner: {w for w in re.findall(r"\w+", body.replace("-", "_")) if w in bodies and w != owner} for owner, body in bodies.items()}
+    held = {}
+    for owner in names:
+        seen, todo = set(), [owner]
+        while todo:
+            for name in names[todo.pop()] - seen:
+                seen.add(name)
+                todo.append(name)
+        held[owner] = seen
+    return held
+
+
+# --- Trying them.
 
 
 def run(command, folder, **options):
@@ -84,6 +121,8 @@ class Tree:
         self.texts = {m: (ROOT / "src" / (m + ".l3d")).read_text().split("\n") for m in MODULES}
         if not (folder / ".git").exists():
             subprocess.run(["git", "clone", "-q", ROOT, folder], check=True)
+        subprocess.run(["git", "fetch", "-q", ROOT, "HEAD"], cwd=folder, check=True)
+        subprocess.run(["git", "reset", "-q", "--hard", "FETCH_HEAD"], cwd=folder, check=True)
 
     def make(self, *targets):
         return run(["cmake", "--build", self.build, "--target", *targets], self.folder)
@@ -144,42 +183,20 @@ class Mutant:
         return re.sub(r"(IE|Msg)S?s?$", r"\1", self.module)
 
 
-def reach(texts):
-    """The types that each type holds, at any depth."""
-    bodies, owner = {}, None
-    for lines in texts.values():
-        for line in lines:
-            head = re.match(r"(?:enum|number|octets|digits|list|alias|element|message|pdu) (\S+)", line)
-            if head:
-                owner = head.group(1).split("(")[0].replace("-", "_")
-                bodies[owner] = ""
-            if owner:
-                bodies[owner] += " " + line.partition("#")[0]
-    names = {owner: {w for w in re.findall(r"\w+", body.replace("-", "_")) if w in bodies and w != owner} for owner, body in bodies.items()}
-    held = {}
-    for owner in names:
-        seen, todo = set(), [owner]
-        while todo:
-            for name in names[todo.pop()] - seen:
-                seen.add(name)
-                todo.append(name)
-        held[owner] = seen
-    return held
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--count", type=int, default=200)
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--scratch", type=Path, default=ROOT / "build/mutants")
+    parser.add_argument("--scratch", type=Path, default=ROOT / "build/scratch")
     parser.add_argument("--only", help="one kind of change")
+    parser.add_argument("--resume", type=Path, help="output of an earlier run")
     parser.add_argument("--list", action="store_true", help="show the mutants, run nothing")
     options = parser.parse_args()
 
     tree = Tree(options.scratch)
     kinds = {}
     for module, lines in tree.texts.items():
-        for kind, owner, number, new in candidates(module, lines):
+        for kind, owner, number, new in candidates(lines):
             kinds.setdefault(kind, []).append(Mutant(module, kind, owner, number, new, lines[number]))
     chooser = random.Random(options.seed)
     chosen = []
@@ -188,6 +205,9 @@ def main():
         if options.only in (None, kind):
             share = options.count if options.only else -(-options.count // len(kinds))
             chosen += chooser.sample(kinds[kind], min(share, len(kinds[kind])))
+    if options.resume:
+        told = {line.partition(": ")[2] for line in options.resume.read_text().split("\n")}
+        chosen = [mutant for mutant in chosen if mutant.what not in told]
     if options.list:
         print("\n".join(mutant.what for mutant in chosen))
         return 0
