@@ -23,6 +23,8 @@ ROOT = Path(__file__).resolve().parent.parent
 # --- The spelling of descriptions: all that this script knows of it.
 
 DECLARATION = re.compile(r"(?:enum|number|octets|digits|text|list|alias|type|element|structure|message|pdu|table|test|module)\b")
+# Words that a number follows which isn't the width of a field.
+NO_NAMES = {"V", "LV", "E", "L4", "LB7", "init", "sample", "inline", "const", "ahead", "needs", "since", "case", "else"}
 NO_FACTS = ("#", "--", "test", "module")
 
 
@@ -34,6 +36,13 @@ def other_bound(low, high):
     return low + ".." + str(int(high) - 1) if high else str(int(low) + 1) + ".."
 
 
+def other_width(match):
+    word, blanks, bits = match.groups()
+    if word in NO_NAMES or word.isdigit() or not 1 < int(bits) <= 32:
+        return None
+    return word + blanks + str(int(bits) - 1)
+
+
 def swapped(match):
     return match.group(2) + match.group(0)[len(match.group(1)):-len(match.group(2))] + match.group(1)
 
@@ -42,8 +51,7 @@ def swapped(match):
 # pattern runs over the code of a line, behind the head of an enumeration.
 FACTS = [
     ("iei", {"message"}, r"(?<=\s)(?:[0-9A-F]{2}|[89A-F]-)(?=\s)", lambda m: other_iei(m.group(0))),
-    ("width", {"element", "structure"}, r"(?<=[a-zA-Z0-9_?] )\d+(?=\s*(?:,|}|$|init|\[))",
-     lambda m: str(int(m.group(0)) - 1) if 1 < int(m.group(0)) <= 32 else None),
+    ("width", {"element", "structure"}, r"([\w?]+)(\s+|(?<=octets)\(|(?<=bits)\()(\d+)(?=[\s,})]|$)", other_width),
     ("bound", {"element", "structure", "octets", "list", "number", "type"}, r"(?:(?<=\bLV )|(?<=\bLV-E )|(?<=\bL4 )|(?<=\[))(\d*)\.\.(\d*)",
      lambda m: other_bound(m.group(1), m.group(2))),
     # Exchanged with the next on its line, as another value alone would often be there already.
