@@ -124,9 +124,9 @@ def run(command, folder, **options):
 class Tree:
     """A clone of the repository in which descriptions are changed."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, texts):
         self.folder, self.build = folder, folder / "build/mutants"
-        self.texts = {m: (ROOT / "src" / (m + ".l3d")).read_text().split("\n") for m in MODULES}
+        self.texts = texts
         if not (folder / ".git").exists():
             subprocess.run(["git", "clone", "-q", ROOT, folder], check=True)
         subprocess.run(["git", "fetch", "-q", ROOT, "HEAD"], cwd=folder, check=True)
@@ -139,6 +139,7 @@ class Tree:
         subprocess.run(["cmake", "-S", ".", "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DQUORVA_BUILD_TOOLS=OFF"], cwd=self.folder, check=True, stdout=subprocess.DEVNULL)
         assert self.make("compiler_test", "layout_test", "modules_test"), "the tree itself does not build"
+        assert not self.by_descriptions() and not self.by_all(), "the tree itself does not pass"
 
     def write(self, mutants):
         """The descriptions with these mutants, and no others."""
@@ -150,8 +151,8 @@ class Tree:
             if path.read_text() != text:
                 path.write_text(text)
 
-    def by_descriptions(self, mutant):
-        self.write([mutant])
+    def by_descriptions(self, *mutant):
+        self.write(mutant)
         sources = sorted((self.folder / "src").glob("*.l3d"))
         if not run([self.build / "compiler/l3c", "--out", self.folder / "build/refused", *sources], self.folder):
             return "refused by l3c"
@@ -167,8 +168,8 @@ class Tree:
         test = subprocess.run([self.build / "tests/layout_test"], cwd=self.folder, capture_output=True, text=True, errors="replace")
         return [m for m in mutants if re.search(r"\b%s_%s\b" % (m.prefix(), m.owner), test.stdout)]
 
-    def by_all(self, mutant):
-        self.write([mutant])
+    def by_all(self, *mutant):
+        self.write(mutant)
         if not self.make("layout_test", "modules_test"):
             return "the compiler"
         try:
@@ -201,9 +202,9 @@ def main():
     parser.add_argument("--list", action="store_true", help="show the mutants, run nothing")
     options = parser.parse_args()
 
-    tree = Tree(options.scratch)
+    texts = {module: (ROOT / "src" / (module + ".l3d")).read_text().split("\n") for module in MODULES}
     kinds = {}
-    for module, lines in tree.texts.items():
+    for module, lines in texts.items():
         for kind, owner, number, new in candidates(lines):
             kinds.setdefault(kind, []).append(Mutant(module, kind, owner, number, new, lines[number]))
     chooser = random.Random(options.seed)
@@ -219,6 +220,7 @@ def main():
     if options.list:
         print("\n".join(mutant.what for mutant in chosen))
         return 0
+    tree = Tree(options.scratch.resolve(), texts)
     tree.prepare()
 
     killed, survivors, alone = {}, [], []
