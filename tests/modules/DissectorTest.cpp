@@ -308,7 +308,7 @@ std::vector<DissectorInput> samplesRp() {
       const std::string octets = context.written();
       const auto count = static_cast<uint8_t>(octets.size() / 2);
       inputs.push_back(
-            {kinds[type].name, type, octetsFromHex("1901" + hexFromOctets(&count, 1) + octets), {}});
+            {kinds[type].name, type, octetsFromHex("1901" + hexFromOctets(&count, 1) + octets), {}, {}});
    }
    return inputs;
 }
@@ -317,6 +317,16 @@ TEST(Dissector, SmsRelay) {
    SKIP_WITHOUT_DISSECTOR();
    const std::vector<DissectorInput> inputs = samplesRp();
    compareDissections(inputs, "gsm_a_dtap", {"gsm_a.rp.msg_type"}, {});
+}
+
+// --- Fields
+
+TEST(Dissector, ShowsEachFieldUnderItsName) {
+   SKIP_WITHOUT_DISSECTOR();
+   compareMeanings(epsSamples(), "nas-eps", meaningsOf("eps"));
+   compareMeanings(samples5gs(), "nas-5gs", meaningsOf("5gs"));
+   compareMeanings(samples24008(), "gsm_a_dtap", meaningsOf("ts24008"));
+   compareMeanings(samplesCp(), "gsm_a_dtap", meaningsOf("sms"));
 }
 
 } // namespace

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -31,16 +32,23 @@ struct OptionalElement {
    size_t begin, end; ///< Its octets.
 };
 
+/** A field of a message. */
+struct TracedField {
+   std::string path; ///< Below the message.
+   size_t bitOffset, bitCount;
+};
+
 /** A message to be dissected. */
 struct DissectorInput {
    std::string name; ///< The union member.
    unsigned type;    ///< The message type.
    Octets octets;
    std::vector<OptionalElement> elements;
+   std::vector<TracedField> fields;
 
    /** The message without some of its elements. */
    DissectorInput without(const std::vector<std::string>& names) const {
-      DissectorInput rest{name, type, {}, {}};
+      DissectorInput rest{name, type, {}, {}, {}};
       const uint8_t* at = octets.data();
       for (const OptionalElement& element : elements) {
          if (std::find(names.begin(), names.end(), element.name) == names.end()) continue;
@@ -52,12 +60,11 @@ struct DissectorInput {
    }
 };
 
-/** The optional elements of a message, from the bit trace of its decoder. */
+/** Fills in the optional elements and the fields of a message, from the bit trace of its decoder. */
 template <class Pdu>
-std::vector<OptionalElement> optionalElements(const Octets& octets, int (*init)(Pdu*),
-                                              int (*decode)(RtxContext*, Pdu*)) {
+void traceFields(DissectorInput& input, int (*init)(Pdu*), int (*decode)(RtxContext*, Pdu*)) {
    TestContext context;
-   context.decode(octets);
+   context.decode(input.octets);
    EXPECT_EQ(rtx3gppSecInitialize(context), 0);
    RtxDiagBitFieldList trace;
    EXPECT_EQ(rtxDiagBitFieldListInit(context, &trace), 0);
@@ -67,7 +74,7 @@ std::vector<OptionalElement> optionalElements(const Octets& octets, int (*init)(
    decode(context, &pdu); // a wrong MAC among others is no matter here
    context->bitFields = nullptr;
 
-   std::vector<OptionalElement> elements;
+   std::vector<OptionalElement>& elements = input.elements;
    std::string message; // the path of the outermost message
    for (const RtxSListNode* node = trace.fieldList.head; node != nullptr; node = node->next) {
       const auto* field = static_cast<const RtxDiagBitField*>(node->data);
@@ -77,13 +84,14 @@ std::vector<OptionalElement> optionalElements(const Octets& octets, int (*init)(
       if (message.empty()) continue;
       if (path == message && std::string(field->nameSuffix).find("IEI") != std::string::npos) {
          if (!elements.empty()) elements.back().end = field->bitOffset / 8;
-         elements.push_back({"", field->bitOffset / 8, octets.size()});
+         elements.push_back({"", field->bitOffset / 8, input.octets.size()});
       } else if (!elements.empty() && elements.back().name.empty() && path.size() > message.size()) {
          elements.back().name =
                path.substr(message.size() + 1, path.find('.', message.size() + 1) - message.size() - 1);
       }
+      if (path.size() > message.size() && field->bitCount > 0)
+         input.fields.push_back({path.substr(message.size() + 1), field->bitOffset, field->bitCount});
    }
-   return elements;
 }
 
 /** What the dissector saw. */
@@ -135,8 +143,8 @@ private:
       prepare_(context, pdu);
       context.encode(4096);
       EXPECT_GE(encode_(context, &pdu), 0) << name;
-      const Octets octets = octetsFromHex(context.written());
-      inputs.push_back({name, pdu.msgType, octets, optionalElements(octets, init_, decode_)});
+      inputs.push_back({name, pdu.msgType, octetsFromHex(context.written()), {}, {}});
+      traceFields(inputs.back(), init_, decode_);
    }
 
    int (*init_)(Pdu*);
@@ -147,12 +155,11 @@ private:
 
 /**
  * Has all messages dissected.
- * @param dissector  tshark's name of the dissector: "nas-eps".
- * @param typeFields Its fields that hold a message type.
+ * @param dissector tshark's name of the dissector: "nas-eps".
+ * @param format    Its options for the form of the text that is returned.
  */
-inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs,
-                                       const std::string& dissector,
-                                       const std::vector<std::string>& typeFields) {
+inline std::string runDissector(const std::vector<Octets>& messages, const std::string& dissector,
+                                const std::string& format) {
    namespace fs = std::filesystem;
    const fs::path path = fs::temp_directory_path() / ("quorva-" + std::to_string(getpid()) + ".pcap");
    {
@@ -162,17 +169,14 @@ inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs
       };
       const uint32_t kUserLinkType = 147;
       for (const uint32_t value : {0xA1B2C3D4u, 0x00040002u, 0u, 0u, 65535u, kUserLinkType}) word(value);
-      for (const DissectorInput& input : inputs) {
-         const auto size = static_cast<uint32_t>(input.octets.size());
+      for (const Octets& octets : messages) {
+         const auto size = static_cast<uint32_t>(octets.size());
          for (const uint32_t value : {0u, 0u, size, size}) word(value);
-         file.write(reinterpret_cast<const char*>(input.octets.data()), size);
+         file.write(reinterpret_cast<const char*>(octets.data()), size);
       }
    }
-   std::string command =
-         "tshark -r '" + path.string() + "' -o 'uat:user_dlts:\"User 0 (DLT=147)\",\"" + dissector +
-         "\",\"0\",\"\",\"0\",\"\"' -T fields -E 'separator=|' -E 'aggregator=^'" + " -e _ws.expert.message";
-   for (const std::string& field : typeFields) command += " -e " + field;
-   command += " 2>/dev/null";
+   const std::string command = "tshark -r '" + path.string() + "' -o 'uat:user_dlts:\"User 0 (DLT=147)\",\"" +
+                               dissector + "\",\"0\",\"\",\"0\",\"\"' " + format + " 2>/dev/null";
    std::string output;
    if (FILE* pipe = popen(command.c_str(), "r")) {
       char part[4096];
@@ -180,6 +184,18 @@ inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs
       pclose(pipe);
    }
    fs::remove(path);
+   return output;
+}
+
+/** Their types, by the names of its fields that hold a message type, and its remarks. */
+inline std::vector<Dissection> dissect(const std::vector<DissectorInput>& inputs,
+                                       const std::string& dissector,
+                                       const std::vector<std::string>& typeFields) {
+   std::string format = "-T fields -E 'separator=|' -E 'aggregator=^' -e _ws.expert.message";
+   for (const std::string& field : typeFields) format += " -e " + field;
+   std::vector<Octets> messages;
+   for (const DissectorInput& input : inputs) messages.push_back(input.octets);
+   const std::string output = runDissector(messages, dissector, format);
 
    std::vector<Dissection> dissections;
    std::istringstream lines(output);
@@ -283,6 +299,88 @@ inline void compareDissections(const std::vector<DissectorInput>& inputs, const 
       EXPECT_TRUE(!seen.types.empty() && seen.types[0] == input.type)
             << where << " is taken for " << (seen.types.empty() ? 0 : seen.types[0]);
    }
+}
+
+/** What the dissector shows of its fields, by their names. */
+using ShownFields = std::map<std::string, std::string>;
+
+inline std::vector<ShownFields> fieldsShown(const std::vector<Octets>& messages,
+                                            const std::string& dissector) {
+   std::vector<ShownFields> all;
+   std::istringstream lines(runDissector(messages, dissector, "-T pdml"));
+   for (std::string line; std::getline(lines, line);) {
+      const auto attribute = [&line](const char* name) {
+         const size_t at = line.find(std::string(" ") + name + "=\"");
+         if (at == std::string::npos) return std::string();
+         const size_t begin = line.find('"', at) + 1;
+         return line.substr(begin, line.find('"', begin) - begin);
+      };
+      if (line.find("<packet>") != std::string::npos) all.emplace_back();
+      if (all.empty() || line.find("<field ") == std::string::npos) continue;
+      const std::string shown = attribute("showname");
+      all.back()[attribute("name")] += (shown.empty() ? attribute("show") : shown) + '\n';
+   }
+   EXPECT_EQ(all.size(), messages.size());
+   all.resize(messages.size());
+   return all;
+}
+
+/** The known fields of a section of tests/vectors/meanings.txt, and what the dissector calls them. */
+struct Meaning {
+   std::string message, field, name;
+};
+
+inline std::vector<Meaning> meaningsOf(const std::string& section) {
+   std::vector<Meaning> meanings;
+   std::ifstream file(QUORVA_TEST_DATA "/vectors/meanings.txt");
+   bool inside = false;
+   for (std::string line; std::getline(file, line);) {
+      if (!line.empty() && line[0] == '[') inside = line == "[" + section + "]";
+      std::istringstream words(line);
+      Meaning meaning;
+      if (inside && words >> meaning.message >> meaning.field >> meaning.name) meanings.push_back(meaning);
+   }
+   return meanings;
+}
+
+/**
+ * Turns the last bit of each field of the table; the dissector must show something else under the field's
+ * name. Another version may call some by another name.
+ */
+inline void compareMeanings(const std::vector<DissectorInput>& inputs, const std::string& dissector,
+                            const std::vector<Meaning>& meanings) {
+   std::vector<Octets> messages;
+   for (const Meaning& meaning : meanings) {
+      const auto input = std::find_if(inputs.begin(), inputs.end(),
+                                      [&](const DissectorInput& one) { return one.name == meaning.message; });
+      ASSERT_NE(input, inputs.end()) << meaning.message;
+      const TracedField* field = nullptr;
+      for (const TracedField& one : input->fields)
+         if (one.path == meaning.field && (field == nullptr || one.bitCount > field->bitCount)) field = &one;
+      ASSERT_NE(field, nullptr) << meaning.message << ' ' << meaning.field;
+      const std::string own = meaning.field.substr(0, meaning.field.find('.'));
+      std::vector<std::string> others;
+      for (const OptionalElement& element : input->elements)
+         if (element.name != own) others.push_back(element.name);
+      const size_t bit = field->bitOffset + field->bitCount - 1;
+      DissectorInput turned = *input;
+      turned.octets[bit / 8] = static_cast<uint8_t>(turned.octets[bit / 8] ^ 0x80 >> bit % 8);
+      messages.push_back(input->without(others).octets);
+      messages.push_back(turned.without(others).octets);
+   }
+   const std::vector<ShownFields> shown = fieldsShown(messages, dissector);
+   size_t unknown = 0;
+   for (size_t i = 0; i < meanings.size(); ++i) {
+      const auto before = shown[2 * i].find(meanings[i].name),
+                 after = shown[2 * i + 1].find(meanings[i].name);
+      if (before == shown[2 * i].end() && after == shown[2 * i + 1].end())
+         ++unknown;
+      else
+         EXPECT_TRUE(before == shown[2 * i].end() || after == shown[2 * i + 1].end() ||
+                     before->second != after->second)
+               << meanings[i].message << ' ' << meanings[i].field << " isn't " << meanings[i].name;
+   }
+   EXPECT_LE(unknown, meanings.size() / 10);
 }
 
 } // namespace quorva::test
