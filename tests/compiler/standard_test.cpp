@@ -251,6 +251,10 @@ INSTANTIATE_TEST_SUITE_P(Files, StandardTables,
 // --- Values
 
 TEST(StandardValues, AreThoseOfTheEnumerations) {
+   std::set<const Type*> left;
+   for (auto& module : own().model.modules)
+      for (auto& type : module->types)
+         if (type->kind == TypeKind::Enum) left.insert(type.get());
    for (const std::string file : {"values-5gs.txt", "values-eps.txt", "values-ts24008.txt"}) {
       const Type* type = nullptr;
       std::map<uint64_t, std::string> typed;
@@ -274,14 +278,19 @@ TEST(StandardValues, AreThoseOfTheEnumerations) {
             type = owner->find(name.substr(module.size() + 1));
             ASSERT_NE(type, nullptr) << line;
             EXPECT_EQ(std::to_string(type->bits), bits) << name;
+            left.erase(type);
             continue;
          }
-         const Row row = split(line, '|'); // number, name here, words of the standard
+         const Row row = split(line, '|'); // number, name here, words of the standard, why none here
          ASSERT_GE(row.size(), 3u) << line;
+         EXPECT_TRUE(row[1] != "-" || row.size() > 3 || row[2].find("eserved") == 1 ||
+                     row[2].find("nused") == 1)
+               << line;
          if (row[1] != "-") typed[std::stoull(row[0])] = row[1];
       }
       close();
    }
+   for (const Type* missing : left) ADD_FAILURE() << missing->name << " has no list";
 }
 
 // --- Bounds and parts that may be missing
