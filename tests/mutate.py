@@ -161,12 +161,12 @@ class Tree:
         return None
 
     def by_layouts(self, mutants):
-        """Which of the mutants the layouts find out; None if they don't build together."""
+        """Which of the mutants the layouts find out, and whether they were tried to the end; None if they don't build together."""
         self.write(mutants)
         if not self.make("layout_test"):
             return None
         test = subprocess.run([self.build / "tests/layout_test"], cwd=self.folder, capture_output=True, text=True, errors="replace")
-        return [m for m in mutants if re.search(r"\b%s_%s\b" % (m.prefix(), m.owner), test.stdout)]
+        return [m for m in mutants if re.search(r"\b%s_%s\b" % (m.prefix(), m.owner), test.stdout)], test.returncode >= 0
 
     def by_all(self, *mutant):
         self.write(mutant)
@@ -238,20 +238,24 @@ def main():
             else:
                 left.append(mutant)
         held = reach(tree.texts)
+        most = 60
         while left:
             batch = []
             for mutant in left:
                 related = any(m.owner == mutant.owner or m.owner in held[mutant.owner] or mutant.owner in held[m.owner] for m in batch)
-                if not related and len(batch) < 25:
+                if not related and len(batch) < most:
                     batch.append(mutant)
-            left = [mutant for mutant in left if mutant not in batch]
-            found = tree.by_layouts(batch)
-            if found is None:
-                alone += batch
-                continue
+            result = tree.by_layouts(batch)
+            found, whole = result or ([], False)
             for mutant in found:
                 tell(mutant, "layouts")
-            alone += [mutant for mutant in batch if mutant not in found]
+            done, most = batch, 60
+            if not whole and len(batch) > 1:  # one hid the others: they are tried again, fewer at a time
+                done, most = found, len(batch) // 2
+            alone += [mutant for mutant in done if mutant not in found]
+            left = [mutant for mutant in left if mutant not in done]
+            if not whole:
+                left = left[1:] + left[:1]
         for mutant in alone:
             by = tree.by_all(mutant)
             if by:
