@@ -139,7 +139,7 @@ class Tree:
         subprocess.run(["cmake", "-S", ".", "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DQUORVA_BUILD_TOOLS=OFF"], cwd=self.folder, check=True, stdout=subprocess.DEVNULL)
         assert self.make("compiler_test", "layout_test", "modules_test"), "the tree itself does not build"
-        assert not self.by_descriptions() and not self.by_all(), "the tree itself does not pass"
+        assert not self.by_descriptions() and self.by_layouts([]) == ([], True), "the tree itself does not pass"
 
     def write(self, mutants):
         """The descriptions with these mutants, and no others."""
@@ -235,6 +235,8 @@ def main():
             by = tree.by_descriptions(mutant)
             if by:
                 tell(mutant, by)
+            elif mutant.kind == "width" and re.search(r"\b(frame|bare)\b|= octets", mutant.new):
+                alone.append(mutant)  # lengths of odd widths don't compile
             else:
                 left.append(mutant)
         held = reach(tree.texts)
