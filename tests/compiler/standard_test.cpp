@@ -94,14 +94,18 @@ struct Tables {
 struct Element {
    const Field* field;
    Row row;
+   bool lower = false; // the next one goes ahead of it on the wire
 };
 
 void elementsOf(const std::vector<std::unique_ptr<Field>>& fields, std::vector<Element>& all) {
    for (auto& field : fields)
-      if (field->onlyOnWire())
+      if (field->onlyOnWire()) {
+         const size_t first = all.size();
          elementsOf(field->fields, all);
-      else
+         all[first].lower = field->kind == Kind::Swap;
+      } else {
          all.push_back({field.get(), {}});
+      }
 }
 
 std::vector<Element> elementsOf(const Type& message) {
@@ -123,11 +127,20 @@ std::vector<Element> elementsOf(const Type& message) {
                      column("Presence", "Format"), column("Format", "Length"), column("Length", "")};
       if (element.row[0].empty()) element.row[0] = "-";
    }
-   // Half an octet of nothing but spare bits is no row in the standards' tables.
-   all.erase(std::remove_if(
-                   all.begin(), all.end(),
-                   [](const Element& e) { return e.row[5] == "1/2" && e.row[1].rfind("spare", 0) == 0; }),
-             all.end());
+   // Half an octet of nothing but spare bits is no row in the standards' tables. It is the upper one, with
+   // the half octet of a row below.
+   const auto half = [](const Element& e) { return e.row[5] == "1/2" && e.row[0] == "-"; };
+   const auto spare = [&](const Element& e) { return half(e) && e.row[1].rfind("spare", 0) == 0; };
+   std::vector<Element> wire = all;
+   for (size_t i = 0; i + 1 < wire.size(); ++i)
+      if (wire[i].lower) std::swap(wire[i], wire[i + 1]), ++i;
+   bool lower = false;
+   for (size_t i = 0; i < wire.size(); ++i) {
+      EXPECT_TRUE(!spare(wire[i]) ||
+                  (!lower && i + 1 < wire.size() && half(wire[i + 1]) && !spare(wire[i + 1])));
+      lower = half(wire[i]) && !lower;
+   }
+   all.erase(std::remove_if(all.begin(), all.end(), spare), all.end());
    return all;
 }
 
