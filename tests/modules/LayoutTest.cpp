@@ -1,10 +1,12 @@
 // Elements against their figures in the standard: tests/vectors/layouts-*.txt, whose form the head of
-// layouts-ts24008-1.txt tells.
+// layouts-ts24008-1.txt tells. The variable QUORVA_LAYOUTS_OF limits them to those of one type, for
+// tests/mutate.py.
 
 #include "modules/records.h"
 #include "support/facts.h"
 
 #include <bitset>
+#include <cstdlib>
 #include <regex>
 
 using namespace quorva::test;
@@ -49,6 +51,9 @@ std::vector<Layout> layouts() {
                throw std::runtime_error(line);
       }
    }
+   if (const char* only = std::getenv("QUORVA_LAYOUTS_OF"))
+      all.erase(std::remove_if(all.begin(), all.end(), [&](const Layout& one) { return one.type != only; }),
+                all.end());
    return all;
 }
 
