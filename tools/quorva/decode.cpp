@@ -1,5 +1,6 @@
 #include "tools/quorva/decode.h"
 
+#include "tools/quorva/headline.h"
 #include "tools/quorva/partial.h"
 #include "tools/quorva/statusName.h"
 
@@ -51,14 +52,37 @@ std::string joined(const std::vector<std::string>& words, const char* separator)
    return text;
 }
 
-// The failures on record.
-std::vector<int> recordedStatuses(const RtxContext* ctxt) {
+// The failures on record. A wrong code is none if nobody gave a key to check it with.
+std::vector<int> recordedStatuses(const RtxContext* ctxt, bool macChecked) {
    std::vector<int> statuses;
-   for (const RtxDListNode* node = ctxt->errList.head; node != nullptr; node = node->next)
+   for (const RtxDListNode* node = ctxt->errList.head; node != nullptr; node = node->next) {
+      const int status = static_cast<const RtxErrInfo*>(node->data)->status;
       // An overall status that was handed up is recorded again; it tells nothing.
-      if (const int status = static_cast<const RtxErrInfo*>(node->data)->status; status != RTX_E_MULTIPLE)
+      if (status != RTX_E_MULTIPLE && (macChecked || status != RTX_E_MAC_MISMATCH))
          statuses.push_back(status);
+   }
    return statuses;
+}
+
+bool isMacChecked(const Protection& protection) {
+   return protection.mac != Protection::Mac::notChecked && protection.mac != Protection::Mac::noneFits;
+}
+
+// The status of a message, but for a code that was not checked.
+int statusOf(const RtxContext* ctxt, int status, const Protection& protection) {
+   if (isMacChecked(protection) || (status != RTX_E_MAC_MISMATCH && status != RTX_E_MULTIPLE)) return status;
+   const auto recorded = recordedStatuses(ctxt, false);
+   if (recorded.empty()) return 0;
+   const bool same =
+         std::all_of(recorded.begin(), recorded.end(), [&](int each) { return each == recorded[0]; });
+   return same ? recorded[0] : status;
+}
+
+// Is what came out of a message that was taken as null-ciphered one? Only a message of EPS session management
+// has no more to tell it by than half an octet: it has to be right to its end.
+bool isMessage(Octets octets, const SecurityHeader& header, int status) {
+   if (status >= 0) return true;
+   return octets.size() > header.size && (octets[header.size] & 15) != 2 && status != RTX_E_BAD_CHOICE;
 }
 
 // Statuses that a decoder records before it goes on.
@@ -105,12 +129,12 @@ std::vector<std::string> lastTraced(const RtxContext* ctxt) {
    return path;
 }
 
-Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status) {
+Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status, bool macChecked) {
    Stop stop;
    if (status >= 0) return stop;
    stop.early = true;
    stop.path = openNames(ctxt);
-   const auto recorded = recordedStatuses(ctxt);
+   const auto recorded = recordedStatuses(ctxt, macChecked);
    const bool onlyReports = !recorded.empty() && std::all_of(recorded.begin(), recorded.end(), isReport);
    const bool eps = isType(type, "TS24301Msg_PDU");
    const std::string root = printName(type);
@@ -135,13 +159,15 @@ Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status) {
 }
 
 // What the failure records of a context tell.
-std::string failureText(const RtxContext* ctxt, int status, const Stop& stop) {
+std::string failureText(const RtxContext* ctxt, int status, const Stop& stop, bool macChecked) {
    std::string text = "status: " + statusName(status) + "\n";
-   const auto recorded = recordedStatuses(ctxt);
+   const auto recorded = recordedStatuses(ctxt, macChecked);
    if (status == RTX_E_MULTIPLE)
       for (const int each : recorded) text += "   recorded: " + statusName(each) + "\n";
    std::vector<std::string> parameters;
    for (size_t i = 0; i < ctxt->errFixed.parmCount; ++i) parameters.emplace_back(ctxt->errFixed.parms[i]);
+   if (rtxErrGetFirstError(ctxt) == RTX_E_MAC_MISMATCH && !macChecked && parameters.size() >= 2)
+      parameters.erase(parameters.begin(), parameters.begin() + 2);
    if (!recorded.empty() && recorded[0] == RTX_E_MAC_MISMATCH && parameters.size() >= 2) {
       char line[80];
       std::snprintf(line, sizeof line, "   wrong MAC: received 0x%08lx, computed 0x%08lx\n",
@@ -162,11 +188,15 @@ std::string failureText(const RtxContext* ctxt, int status, const Stop& stop) {
    return text;
 }
 
+} // namespace
+
 // A message in the user data of another, which the codec of that one leaves as octets.
 struct InnerMessage {
    const char* type = nullptr;
    std::vector<uint8_t> octets;
 };
+
+namespace {
 
 InnerMessage innerMessage(const QuorvaType& type, const void* value) {
    InnerMessage inner;
@@ -210,6 +240,21 @@ InnerMessage innerMessage(const QuorvaType& type, const void* value) {
    return inner;
 }
 
+// What the messages of a terminal have in common: the ends of their connection, in either direction, and its
+// name there.
+std::string terminalOf(const capture::Finding& finding) {
+   if (finding.terminal.empty()) return {};
+   const auto text = [](Octets octets) { return std::string(octets.begin(), octets.end()); };
+   std::string ends[] = {text({finding.source.octets, finding.source.size}),
+                         text({finding.target.octets, finding.target.size})};
+   if (ends[1] < ends[0]) std::swap(ends[0], ends[1]);
+   return finding.carrier + ends[0] + ends[1] + text(finding.terminal);
+}
+
+void showStatus(int status) {
+   show("status: " + statusName(status) + "\n");
+}
+
 } // namespace
 
 // A message of a type; its octets stay as they are, since deciphering works on a copy.
@@ -217,22 +262,43 @@ struct Decoding::Given {
    const Message& message; // that it stands in
    const std::vector<uint8_t>& octets;
    const QuorvaType& type;
+   Protection protection = {};
+   bool inner = false; // in the user data of another
 };
 
 bool Decoding::decode(const Given& given) {
-   if (printed_++ > 0 && !options_.quiet) show("\n");
-   const uint32_t count = options_.security.any() ? security_.countOf(given.octets) : 0;
-   if (!options_.trace && options_.htmlFile.empty()) {
-      if (const auto good = decodeQuickly(given, count)) return *good;
+   if (options_.trace || !options_.htmlFile.empty()) return decodeTraced(given);
+   const auto good = decodeQuickly(given);
+   return good ? *good : decodeTraced(given);
+}
+
+// What stands ahead of a message's text. The octets are in the clear as far as they could be opened.
+void Decoding::showHead(const Given& given, Octets octets, int status, bool opened) {
+   if (options_.quiet) return;
+   if (options_.summary) {
+      if (given.inner) return;
+      const SecurityHeader& header = given.protection.header;
+      std::string line = headline(given.message) + "  ";
+      line += opened ? names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())))
+                     : "protected";
+      if (status < 0) line += "  " + statusName(status);
+      if (const std::string remark = securityRemark(given.protection, opened); !remark.empty())
+         line += "  " + remark;
+      return show(line + "\n");
    }
-   return decodeTraced(given, count);
+   if (printed_++ > 0) show("\n");
+   if (given.message.frame == nullptr || given.inner) return;
+   std::string text = headline(given.message) + "\n";
+   if (const std::string remark = securityRemark(given.protection, opened); !remark.empty())
+      text += "   " + remark + "\n";
+   show(text);
 }
 
 // Most messages decode well. Of others, no result: which element failed only the trace tells.
-std::optional<bool> Decoding::decodeQuickly(const Given& given, uint32_t count) {
+std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    if (!session_) session_.emplace(stdout);
    RtxContext* ctxt = session_->ctxt();
-   int status = security_.prepare(ctxt, count);
+   int status = Security::prepare(ctxt, given.protection);
    if (status < 0) {
       complain(given.message, "no security state: " + statusName(status));
       session_.reset();
@@ -242,24 +308,32 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given, uint32_t count) 
    if (given.type.init != nullptr) given.type.init(value.get());
    copy_ = given.octets;
    rtxCtxtSetBufPtr(ctxt, copy_.data(), copy_.size());
-   status = given.type.decode(ctxt, value.get());
+   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
    if (status < 0) {
       session_.reset();
-      if (!options_.quiet) return std::nullopt;
-      show("status: " + statusName(status) + "\n");
+      if (!options_.quiet || given.protection.guess) return std::nullopt;
+      showStatus(status);
       return false;
    }
-   if (!options_.quiet) given.type.print(ctxt, printName(given.type).c_str(), value.get());
+   showHead(given, copy_, status, true);
+   if (showsText()) given.type.print(ctxt, printName(given.type).c_str(), value.get());
    showEnd(ctxt, copy_.size());
    const InnerMessage inner = options_.openRP ? innerMessage(given.type, value.get()) : InnerMessage();
    session_->forget();
-   return inner.type == nullptr || decode({given.message, inner.octets, *quorvaFindType(inner.type)});
+   return inner.type == nullptr || decodeInner(given, inner);
 }
 
-bool Decoding::decodeTraced(const Given& given, uint32_t count) {
+bool Decoding::decodeInner(const Given& given, const InnerMessage& inner) {
+   Given within{given.message, inner.octets, *quorvaFindType(inner.type)};
+   within.protection.direction = given.protection.direction;
+   within.inner = true;
+   return decode(within);
+}
+
+bool Decoding::decodeTraced(const Given& given) {
    Session session;
    RtxContext* ctxt = session.ctxt();
-   int status = security_.prepare(ctxt, count);
+   int status = Security::prepare(ctxt, given.protection);
    if (status < 0) {
       complain(given.message, "no security state: " + statusName(status));
       return false;
@@ -269,14 +343,24 @@ bool Decoding::decodeTraced(const Given& given, uint32_t count) {
    if (given.type.init != nullptr) given.type.init(value.get());
    std::vector<uint8_t> octets = given.octets;
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-   status = given.type.decode(ctxt, value.get());
+   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
+   const SecurityHeader& header = given.protection.header;
+   const bool guessed = given.protection.guess && given.protection.keys != nullptr;
+   if (guessed && !isMessage(octets, header, status)) {
+      // It is ciphered indeed, and ends at its header.
+      Given closed = given;
+      closed.protection.keys = nullptr;
+      return decodeTraced(closed);
+   }
 
-   const Stop stop = stopOf(given.type, ctxt, status);
+   const bool macChecked = isMacChecked(given.protection);
+   const Stop stop = stopOf(given.type, ctxt, status, macChecked);
    bool good = status >= 0;
+   showHead(given, octets, status, !given.protection.guess || guessed);
    if (options_.quiet) {
-      if (!good) show("status: " + statusName(status) + "\n");
-   } else {
-      if (!good) show(failureText(ctxt, status, stop));
+      if (!good) showStatus(status);
+   } else if (showsText()) {
+      if (!good) show(failureText(ctxt, status, stop, macChecked));
       given.type.print(ctxt, printName(given.type).c_str(), value.get());
       show(stop.early ? textUpTo(session.takeText(), stop.path) : session.takeText());
    }
@@ -288,15 +372,15 @@ bool Decoding::decodeTraced(const Given& given, uint32_t count) {
    if (!options_.htmlFile.empty()) good = writePage(given, ctxt) && good;
    if (options_.openRP && !stop.early) {
       if (const InnerMessage inner = innerMessage(given.type, value.get()); inner.type != nullptr)
-         good = decode({given.message, inner.octets, *quorvaFindType(inner.type)}) && good;
+         good = decodeInner(given, inner) && good;
    }
    return good;
 }
 
 // What stands behind the text of a good message.
 void Decoding::showEnd(const RtxContext* ctxt, size_t size) {
-   if (options_.status || options_.quiet) show(goodStatus);
-   if (ctxt->bufByteIndex < size && !options_.quiet)
+   if (options_.quiet || (options_.status && showsText())) show(goodStatus);
+   if (ctxt->bufByteIndex < size && showsText())
       show("left over: " + std::to_string(size - ctxt->bufByteIndex) + " of " + std::to_string(size) +
            " octets\n");
 }
@@ -319,13 +403,20 @@ bool Decoding::writePage(const Given& given, RtxContext* ctxt) {
 
 // The type to decode a message as; null, with a word about it, if there is none.
 const QuorvaType* Decoding::typeOf(const Message& message) {
-   const char* name = options_.type.empty() ? pduOf(message.octets[0]) : options_.type.c_str();
+   const char* found = message.finding == nullptr ? nullptr : message.finding->type;
+   const char* name = !options_.type.empty() ? options_.type.c_str()
+                      : found != nullptr     ? found
+                                             : pduOf(message.octets[0]);
    if (name == nullptr) {
       complain(message, "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
       return nullptr;
    }
    if (type_ != nullptr && isType(*type_, name)) return type_;
    const QuorvaType* type = quorvaFindType(name);
+   if (type == nullptr && name == found) {
+      showUndecoded(message, std::string(name) + ": no module of the library decodes it");
+      return nullptr;
+   }
    if (type == nullptr || type->decode == nullptr || type->print == nullptr) {
       complain(message, std::string(name) + (type == nullptr ? " is no type; see: quorva types"
                                                              : " has no decoder and printer"));
@@ -334,13 +425,25 @@ const QuorvaType* Decoding::typeOf(const Message& message) {
    return type_ = type;
 }
 
+// A message that has nothing to show but where it is.
+void Decoding::showUndecoded(const Message& message, const std::string& why) {
+   if (options_.quiet) return showStatus(RTX_E_UNSUPPORTED);
+   if (!options_.summary && printed_++ > 0) show("\n");
+   show(headline(message) + (options_.summary ? "  " : "\n   ") + why + "\n");
+}
+
 bool Decoding::decode(const Message& message) {
    if (!message.fault.empty()) {
-      complain(message, message.fault);
-      return false;
+      if (message.wanted) complain(message, message.fault);
+      return !message.wanted;
    }
+   const capture::Finding* finding = message.finding;
+   Protection protection =
+         finding == nullptr ? security_.protect(message.octets)
+                            : security_.protect(message.octets, finding->direction, terminalOf(*finding));
+   if (!message.wanted) return true;
    const QuorvaType* type = typeOf(message);
-   return type != nullptr && decode({message, message.octets, *type});
+   return type != nullptr && decode({message, message.octets, *type, protection});
 }
 
 } // namespace quorva::tool

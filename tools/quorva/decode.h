@@ -1,6 +1,7 @@
 // The command "decode".
 #pragma once
 
+#include "tools/quorva/headline.h"
 #include "tools/quorva/input.h"
 #include "tools/quorva/security.h"
 #include "tools/quorva/session.h"
@@ -16,6 +17,7 @@ struct DecodeOptions {
    SecurityOptions security;
    bool status = false;  // show the status of good messages too
    bool quiet = false;   // show statuses only
+   bool summary = false; // a line a message
    bool trace = false;   // list the bits
    bool openRP = false;  // open SMS transfer down to the RP message
    std::string htmlFile; // page of the bits; empty: none
@@ -32,14 +34,19 @@ public:
 private:
    struct Given;
    bool decode(const Given& given);
-   std::optional<bool> decodeQuickly(const Given& given, uint32_t count);
-   bool decodeTraced(const Given& given, uint32_t count);
+   std::optional<bool> decodeQuickly(const Given& given);
+   bool decodeTraced(const Given& given);
+   bool decodeInner(const Given& given, const struct InnerMessage& inner);
+   void showHead(const Given& given, Octets octets, int status, bool opened);
    void showEnd(const RtxContext* ctxt, size_t size);
+   void showUndecoded(const Message& message, const std::string& why);
+   bool showsText() const { return !options_.quiet && !options_.summary; }
    const QuorvaType* typeOf(const Message& message);
    bool writePage(const Given& given, RtxContext* ctxt);
 
    const DecodeOptions& options_;
    Security security_;
+   MessageNames names_;
    std::optional<Session> session_;   // of messages that decode well
    const QuorvaType* type_ = nullptr; // of the last message
    std::vector<uint8_t> copy_;

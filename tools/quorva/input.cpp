@@ -1,235 +1,200 @@
 #include "tools/quorva/input.h"
 
+#include "tools/quorva/captureInput.h"
+#include "tools/quorva/dump.h"
+#include "tools/quorva/hexText.h"
+#include "tools/quorva/source.h"
+
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <optional>
+#include <string_view>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace quorva::tool {
 
-constexpr size_t kMostOctets = size_t{64} << 20;    // of a message
+namespace {
+
 constexpr size_t kMostCharacters = 4 * kMostOctets; // of a line; "0x" or blanks take some
-static const char kTooLong[] = "more than 64 MiB in one message";
+constexpr char kNotToItsEnd[] = "can't be read to its end";
 
-static bool isBlank(char ch) {
-   return std::isspace(static_cast<unsigned char>(ch)) != 0 || ch == ',';
-}
-
-static bool isHexDigit(char ch) {
-   return std::isxdigit(static_cast<unsigned char>(ch)) != 0;
-}
-
-// Is there a "0x" here that digits follow, and that begins a word?
-static bool isPrefix(std::string_view text, size_t at) {
-   return text[at] == '0' && at + 2 < text.size() && (text[at + 1] == 'x' || text[at + 1] == 'X') &&
-          isHexDigit(text[at + 2]) && (at == 0 || isBlank(text[at - 1]));
-}
-
-// The digits of a hexadecimal text, or at `bad` the first character that does not belong into one.
-static std::string digitsOf(std::string_view text, size_t& bad) {
-   std::string digits;
-   bad = std::string_view::npos;
-   for (size_t i = 0; i < text.size(); ++i) {
-      if (isBlank(text[i])) continue;
-      if (isPrefix(text, i)) {
-         ++i;
-         continue;
-      }
-      if (!isHexDigit(text[i])) {
-         bad = i;
-         return digits;
-      }
-      digits += text[i];
-   }
-   return digits;
-}
-
-// What a character is worth in hexadecimal text: a digit's value, or one of these.
-constexpr uint8_t kBlank = 16;
-constexpr uint8_t kOther = 17;
-
-static constexpr std::array<uint8_t, 256> kValues = [] {
-   std::array<uint8_t, 256> values{};
-   values.fill(kOther);
-   for (const char ch : {' ', '\t', '\n', '\v', '\f', '\r', ','}) values[static_cast<uint8_t>(ch)] = kBlank;
-   for (uint8_t i = 0; i < 10; ++i) values['0' + i] = i;
-   for (uint8_t i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = static_cast<uint8_t>(10 + i);
-   return values;
-}();
-
-// Octets of text with nothing but pairs of digits and blanks; false for any other.
-static bool plainOctets(std::string_view text, std::vector<uint8_t>& octets) {
-   octets.clear();
-   octets.reserve(text.size() / 2);
-   unsigned high = kOther; // none
-   for (const char ch : text) {
-      const uint8_t value = kValues[static_cast<uint8_t>(ch)];
-      if (value == kBlank) continue;
-      if (value == kOther) return false;
-      if (high == kOther) {
-         high = value;
-      } else {
-         octets.push_back(static_cast<uint8_t>(high << 4 | value));
-         high = kOther;
-      }
-   }
-   return high == kOther && !octets.empty();
-}
-
-static uint8_t digitValue(char digit) {
-   if (digit <= '9') return static_cast<uint8_t>(digit - '0');
-   return static_cast<uint8_t>((digit | 0x20) - 'a' + 10);
-}
-
-std::optional<std::vector<uint8_t>> octetsFromHex(std::string_view text, std::string& fault) {
-   size_t bad = 0;
-   const std::string digits = digitsOf(text, bad);
-   if (bad != std::string_view::npos) {
-      const auto code = static_cast<unsigned char>(text[bad]);
-      fault = std::isprint(code) != 0 ? "'" + std::string(1, text[bad]) + "' is no hexadecimal digit"
-                                      : "character " + std::to_string(code) + " is no hexadecimal digit";
-      return std::nullopt;
-   }
-   if (digits.empty()) {
-      fault = "no octets";
-      return std::nullopt;
-   }
-   if (digits.size() % 2 != 0) {
-      fault = "odd number of hexadecimal digits (" + std::to_string(digits.size()) + ")";
-      return std::nullopt;
-   }
-   if (digits.size() / 2 > kMostOctets) {
-      fault = kTooLong;
-      return std::nullopt;
-   }
-   std::vector<uint8_t> octets(digits.size() / 2);
-   for (size_t i = 0; i < octets.size(); ++i)
-      octets[i] = static_cast<uint8_t>(digitValue(digits[2 * i]) << 4 | digitValue(digits[2 * i + 1]));
-   return octets;
-}
-
-static void setOctets(Message& message, std::string_view text) {
-   message.fault.clear();
-   if (text.size() <= kMostOctets && plainOctets(text, message.octets)) return;
-   auto octets = octetsFromHex(text, message.fault);
-   message.octets = octets ? std::move(*octets) : std::vector<uint8_t>();
-}
-
-// The lines of a file, read in pieces.
+// The lines of a source.
 class Lines {
 public:
-   explicit Lines(int file) : file_(file), buffer_(size_t{1} << 16) {}
+   explicit Lines(Source& source) : source_(source) {}
 
    // The next line, which stands until the next call; none at the end, where reading fails, and where a line
    // does not end in time.
    std::optional<std::string_view> next() {
       for (size_t searched = 0;;) {
-         char* const begin = buffer_.data() + begin_;
-         const size_t held = end_ - begin_;
-         if (auto* lineEnd = static_cast<char*>(std::memchr(begin + searched, '\n', held - searched))) {
-            const auto length = static_cast<size_t>(lineEnd - begin);
-            begin_ += length + 1;
-            return std::string_view(begin, length);
+         const std::string_view held = source_.held();
+         if (const size_t length = held.find('\n', searched); length != std::string_view::npos) {
+            source_.take(length + 1);
+            return held.substr(0, length);
          }
-         searched = held;
-         endless_ = held > kMostCharacters;
+         searched = held.size();
+         endless_ = held.size() > kMostCharacters;
          if (endless_) return std::nullopt;
-         if (!fill()) {
-            if (held == 0 || failed()) return std::nullopt;
-            begin_ = end_;
-            return std::string_view(buffer_.data() + begin_ - held, held);
+         if (!source_.fill()) {
+            if (searched == 0 || source_.failed()) return std::nullopt;
+            const std::string_view last = source_.held();
+            source_.take(last.size());
+            return last;
          }
       }
    }
 
    bool endless() const { return endless_; }
-   bool failed() const { return error_ != 0; }
-   bool readAny() const { return any_; }
-   int error() const { return error_; }
 
 private:
-   // Reads on behind what is held; false at the end.
-   bool fill() {
-      if (begin_ > 0) {
-         std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-         end_ -= begin_;
-         begin_ = 0;
-      }
-      if (end_ == buffer_.size()) buffer_.resize(2 * buffer_.size());
-      pollfd waiting{file_, POLLIN, 0};
-      // Before a wait all that is decoded shows.
-      if (poll(&waiting, 1, 0) == 0) std::fflush(stdout);
-      ssize_t count = 0;
-      do count = read(file_, buffer_.data() + end_, buffer_.size() - end_);
-      while (count < 0 && errno == EINTR);
-      if (count < 0) error_ = errno;
-      if (count <= 0) return false;
-      any_ = true;
-      end_ += static_cast<size_t>(count);
-      return true;
-   }
-
-   int file_;
-   std::vector<char> buffer_;
-   size_t begin_ = 0, end_ = 0; // of what is held
-   bool any_ = false;
+   Source& source_;
    bool endless_ = false;
-   int error_ = 0;
 };
 
-using Take = std::function<void(const Message&)>;
+// Reads the text of a file into messages.
+class TextReader {
+public:
+   TextReader(Source& source, const std::string& name, const TakeMessage& take)
+         : lines_(source), source_(source), message_{name}, take_(take) {}
 
-static void readLines(Lines& lines, const std::string& name, const Take& take) {
-   Message message{name, 0, {}, {}};
-   while (auto line = lines.next()) {
-      ++message.line;
-      const std::string_view text = line->substr(0, line->find('#'));
-      if (std::all_of(text.begin(), text.end(), isBlank)) continue;
-      setOctets(message, text);
-      take(message);
+   void read() {
+      while (const auto line = lines_.next()) {
+         ++message_.line;
+         if (dump_.open()) {
+            if (dump_.goOn(*line)) {
+               if (dump_.ended()) endDump();
+               continue;
+            }
+            endDump();
+         }
+         if (pending_.empty() && dump_.begin(*line)) {
+            dumpLine_ = message_.line;
+            continue;
+         }
+         takeText(line->substr(0, line->find('#')));
+      }
+      if (dump_.open()) endDump();
+      if (!pending_.empty()) takeWhole(pending_);
+      if (lines_.endless()) take_({message_.source, message_.line + 1, {}, kTooLong});
+      if (source_.failed() && source_.readAny()) take_({message_.source, 0, {}, kNotToItsEnd});
    }
-   if (lines.endless()) take({name, message.line + 1, {}, kTooLong});
-   if (lines.failed() && lines.readAny()) take({name, 0, {}, "can't be read to its end"});
+
+private:
+   void takeText(std::string_view text) {
+      if (std::all_of(text.begin(), text.end(), isBlank)) return;
+      const bool goesOn = text[text.find_last_not_of(" \t\r")] == ',';
+      if (!goesOn && pending_.empty()) return takeWhole(text);
+      pending_.append(text) += ' ';
+      if (goesOn && pending_.size() <= kMostCharacters) return;
+      takeWhole(pending_);
+      pending_.clear();
+   }
+
+   void takeWhole(std::string_view text) {
+      if (!setOctets(text, message_.octets, message_.fault) && message_.fault.starts_with("character"))
+         message_.fault += "; octets are read by --binary";
+      take_(message_);
+   }
+
+   void endDump() {
+      std::swap(message_.line, dumpLine_);
+      message_.octets = dump_.finish(message_.fault);
+      take_(message_);
+      std::swap(message_.line, dumpLine_);
+   }
+
+   Lines lines_;
+   Source& source_;
+   Message message_;
+   const TakeMessage& take_;
+   Dump dump_;
+   size_t dumpLine_ = 0;
+   std::string pending_; // lines that go on
+};
+
+// The octets of a file as one message.
+void readBinary(Source& source, const std::string& name, const TakeMessage& take) {
+   Message message{name};
+   while (source.held().size() <= kMostOctets && source.fill()) {}
+   const std::string_view held = source.held();
+   if (source.failed()) {
+      if (!source.readAny()) return;
+      message.fault = kNotToItsEnd;
+   } else if (held.empty()) {
+      message.fault = "no octets";
+   } else if (held.size() > kMostOctets) {
+      message.fault = kTooLong;
+   } else {
+      message.octets.assign(held.begin(), held.end());
+   }
+   take(message);
 }
 
-static void readFile(const std::string& name, const Take& take) {
+// A capture, or text. To tell them apart it waits for no more octets than the beginnings have in common.
+void readSource(Source& source, const std::string& name, const InputOptions& options,
+                const TakeMessage& take) {
+   while (capture::mayBeCapture(source.held()) && source.fill()) {}
+   if (capture::isCapture(source.held())) return readCapture(source, name, options, take);
+   if (const char* refused = capture::refusedFormat(source.held())) return take({name, 0, {}, refused});
+   TextReader(source, name, take).read();
+}
+
+using Read = std::function<void(Source&)>;
+
+// False, with the reason in errno, if there is nothing that can be read.
+bool withFile(const std::string& name, const Read& read) {
    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-   int error = errno;
-   if (file >= 0) {
-      Lines lines(file);
-      readLines(lines, name, take);
-      close(file);
-      if (!lines.failed() || lines.readAny()) return;
-      error = lines.error(); // a directory opens, and fails at its first octet
+   if (file < 0) return false;
+   Source source(file);
+   read(source);
+   close(file);
+   errno = source.error();
+   return !source.failed() || source.readAny(); // a directory opens, and fails at its first octet
+}
+
+const std::string& titleOf(const std::string& name) {
+   static const std::string standardInput = "standard input";
+   return name == "-" ? standardInput : name;
+}
+
+// By its name; "-" is standard input.
+void readNamed(const std::string& name, const char* unreadable, const TakeMessage& take, const Read& read) {
+   if (name != "-") {
+      if (!withFile(name, read)) take({name, 0, {}, std::string(unreadable) + std::strerror(errno)});
+      return;
    }
-   take({name, 0, {}, std::string("neither hexadecimal text nor a readable file: ") + std::strerror(error)});
+   Source source(STDIN_FILENO);
+   read(source);
+   if (source.failed() && !source.readAny()) take({titleOf(name), 0, {}, kNotToItsEnd});
 }
 
-static void readInput(const Take& take) {
-   Lines lines(STDIN_FILENO);
-   readLines(lines, "standard input", take);
-   if (lines.failed() && !lines.readAny()) take({"standard input", 0, {}, "can't be read to its end"});
+} // namespace
+
+std::string Message::origin() const {
+   if (frame != nullptr) return source + ": frame " + std::to_string(frame->number);
+   return line == 0 ? source : source + ":" + std::to_string(line);
 }
 
-void readMessages(const std::vector<std::string>& arguments, const Take& take) {
+void readMessages(const InputOptions& options, const TakeMessage& take) {
+   const auto& arguments = options.arguments;
+   const auto readArgument = [&](const std::string& name) {
+      readNamed(name, "neither hexadecimal text nor a readable file: ", take,
+                [&](Source& source) { readSource(source, titleOf(name), options, take); });
+   };
+   for (const std::string& name : options.binaryFiles)
+      readNamed(name, "not readable: ", take,
+                [&](Source& source) { readBinary(source, titleOf(name), take); });
    size_t given = 0; // messages on the command line itself
    for (size_t i = 0; i < arguments.size(); ++i) {
       const std::string& argument = arguments[i];
-      if (argument == "-") {
-         readInput(take);
-         continue;
-      }
       size_t bad = 0;
       std::string text = argument;
       std::string digits = digitsOf(argument, bad);
       if (bad != std::string::npos) {
-         readFile(argument, take);
+         readArgument(argument);
          continue;
       }
       while (!digits.empty() && digits.size() <= 2 && i + 1 < arguments.size()) {
@@ -237,11 +202,11 @@ void readMessages(const std::vector<std::string>& arguments, const Take& take) {
          if (bad != std::string::npos || digits.empty() || digits.size() > 2) break;
          text += ' ' + arguments[++i];
       }
-      Message message{"message " + std::to_string(++given), 0, {}, {}};
-      setOctets(message, text);
+      Message message{"message " + std::to_string(++given)};
+      setOctets(text, message.octets, message.fault);
       take(message);
    }
-   if (arguments.empty()) readInput(take);
+   if (arguments.empty() && options.binaryFiles.empty()) readArgument("-");
 }
 
 } // namespace quorva::tool

@@ -1,5 +1,7 @@
 // quorva: decodes messages and shows what the library knows.
 
+#include "tools/quorva/capture/carriers.h"
+#include "tools/quorva/cdr.h"
 #include "tools/quorva/decode.h"
 #include "tools/quorva/session.h"
 #include "tools/quorva/statusName.h"
@@ -14,6 +16,8 @@
 #include <cstdio>
 #include <exception>
 #include <limits>
+#include <sstream>
+#include <stdexcept>
 
 namespace quorva::tool {
 
@@ -77,14 +81,41 @@ static int explainType(const std::string& name) {
    return kGood;
 }
 
-static Key keyFromHex(const std::string& text) {
+struct Protocol {
+   const char* name;
+   const char* type;
+   const char* description;
+};
+
+static constexpr Protocol kProtocols[] = {{"eps", "TS24301Msg_PDU", "EPS NAS, TS 24.301"},
+                                          {"5gs", "TS24501Msg_PDU", "5GS NAS, TS 24.501"},
+                                          {"24008", "TS24008Msg_PDU", "MM, CC, GMM and SM, TS 24.008"},
+                                          {"sms", "TS24011Msg_CP_PDU", "SMS control protocol, TS 24.011"}};
+
+// "147=eps,148=5gs": link types with what their frames hold, a protocol or a type.
+static std::map<int, std::string> linksFrom(const std::string& text) {
+   std::map<int, std::string> links;
+   std::istringstream words(text);
+   for (std::string word; std::getline(words, word, ',');) {
+      const size_t equals = word.find('=');
+      const int link = equals == 3 ? std::atoi(word.c_str()) : 0;
+      if (!capture::isUserLink(link))
+         throw CLI::ValidationError("--link", "'" + word + "' is not 147=NAME to 162=NAME");
+      const std::string name = word.substr(equals + 1);
+      const auto* protocol = std::find_if(std::begin(kProtocols), std::end(kProtocols),
+                                          [&](const Protocol& each) { return each.name == name; });
+      links[link] = protocol != std::end(kProtocols) ? protocol->type : name;
+      if (quorvaFindType(links[link].c_str()) == nullptr)
+         throw CLI::ValidationError("--link", "'" + name + "' is none of eps, 5gs, 24008, sms, and no type");
+   }
+   return links;
+}
+
+static Key keyOption(const std::string& text) {
    std::string fault;
-   const auto octets = octetsFromHex(text, fault);
-   if (octets && octets->size() != 16) fault = "a key has 16 octets, not " + std::to_string(octets->size());
-   if (!fault.empty()) throw CLI::ValidationError("key", fault);
-   Key key{};
-   std::copy(octets->begin(), octets->end(), key.begin());
-   return key;
+   const auto key = keyFromHex(text, fault);
+   if (!key) throw CLI::ValidationError("key", fault);
+   return *key;
 }
 
 static int run(int argc, char** argv) {
@@ -94,31 +125,50 @@ static int run(int argc, char** argv) {
    app.require_subcommand(1);
 
    DecodeOptions options;
-   std::vector<std::string> inputs;
-   CLI::App* decode =
-         app.add_subcommand("decode", "Decode messages given as hexadecimal text and print them");
-   decode->add_option("input", inputs,
-                      "HEX, octets of a message; FILE, one message a line, # begins a comment; - or nothing: "
-                      "standard input")
+   InputOptions input;
+   CLI::App* decode = app.add_subcommand(
+         "decode", "Decode messages from captures, dumps and hexadecimal text, and print them");
+   decode->add_option(
+               "input", input.arguments,
+               "HEX, octets of a message; FILE, a capture, dumps with offsets, or one message a line, # "
+               "begins a comment; - or nothing: standard input")
          ->type_name("HEX|FILE|-");
+   decode->add_option("--binary", input.binaryFiles, "The octets of this file are a message; may be repeated")
+         ->type_name("FILE")
+         ->expected(1);
+   decode->add_option_function<std::string>(
+               "--frames",
+               [&](const std::string& text) {
+                  if (!input.frames.parse(text))
+                     throw CLI::ValidationError("--frames",
+                                                "'" + text + "' is not like 12, 12-40, 100- or 1,5-7");
+               },
+               "Of a capture show these frames only")
+         ->type_name("RANGES");
+   decode->add_option_function<std::string>(
+               "--link", [&](const std::string& text) { input.links = linksFrom(text); },
+               "What frames of user link types hold, like 147=eps,148=5gs; without it each goes by its first "
+               "octet")
+         ->type_name("LINK=PROTOCOL,...");
    CLI::Option_group* protocol = decode->add_option_group("Protocol", "at most one; without it as --auto");
    protocol->require_option(0, 1);
    protocol->add_flag("--auto")->description("Go by the protocol discriminator of each message");
-   const std::pair<const char*, std::pair<const char*, const char*>> protocols[] = {
-         {"--eps", {"TS24301Msg_PDU", "EPS NAS, TS 24.301"}},
-         {"--5gs", {"TS24501Msg_PDU", "5GS NAS, TS 24.501"}},
-         {"--24008", {"TS24008Msg_PDU", "MM, CC, GMM and SM, TS 24.008"}},
-         {"--sms", {"TS24011Msg_CP_PDU", "SMS control protocol, TS 24.011"}}};
-   for (const auto& [flag, row] : protocols)
+   for (const Protocol& each : kProtocols)
       protocol->add_flag_callback(
-            flag, [&options, type = row.first] { options.type = type; }, row.second);
+            std::string("--") + each.name, [&options, type = each.type] { options.type = type; },
+            each.description);
    protocol->add_option("--type", options.type, "A type by its name, see: quorva types")->type_name("NAME");
 
    SecurityOptions& security = options.security;
+   Keys& keys = security.keys;
    decode->add_flag("--status", options.status, "Show the status of good messages too");
    CLI::Option* quiet =
          decode->add_flag("--quiet", options.quiet, "Show nothing but the status of each message");
-   decode->add_flag("--trace", options.trace, "List each message bit by bit")->excludes(quiet);
+   CLI::Option* summary =
+         decode->add_flag("--summary", options.summary, "Show a line a message")->excludes(quiet);
+   decode->add_flag("--trace", options.trace, "List each message bit by bit")
+         ->excludes(quiet)
+         ->excludes(summary);
    decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
          ->type_name("FILE");
    decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
@@ -127,29 +177,45 @@ static int run(int argc, char** argv) {
          ->description("The messages come from the network (the default)")
          ->excludes(uplink);
    decode->add_option_function<std::string>(
-               "--eia2,--nia2", [&](const std::string& text) { security.integrityKey = keyFromHex(text); },
+               "--eia2,--nia2", [&](const std::string& text) { keys.integrityKey = keyOption(text); },
                "Verify messages by 128-EIA2 (128-NIA2) with this key")
          ->type_name("KEY");
    CLI::Option* cipherKey =
          decode->add_option_function<std::string>(
-                     "--eea2,--nea2", [&](const std::string& text) { security.cipherKey = keyFromHex(text); },
+                     "--eea2,--nea2", [&](const std::string& text) { keys.cipherKey = keyOption(text); },
                      "Decipher messages by 128-EEA2 (128-NEA2) with this key")
                ->type_name("KEY");
-   decode->add_flag("--eea0,--nea0", security.nullCipher, "Ciphered messages are by the null algorithm")
+   decode->add_flag("--eea0,--nea0", keys.nullCipher, "Ciphered messages are by the null algorithm")
          ->excludes(cipherKey);
    decode->add_option_function<uint64_t>(
-               "--count", [&](uint64_t count) { security.count = static_cast<uint32_t>(count); },
+               "--count", [&](uint64_t count) { keys.count = static_cast<uint32_t>(count); },
                "NAS COUNT of the first protected message")
          ->check(CLI::Range(uint64_t{0}, uint64_t{std::numeric_limits<uint32_t>::max()}))
          ->type_name("N");
-   unsigned bearer = 0;
-   decode->add_option("--bearer", bearer, "BEARER of the security, 0 to 31")
+   decode->add_option_function<unsigned>(
+               "--bearer", [&](unsigned bearer) { keys.bearer = static_cast<uint8_t>(bearer); },
+               "BEARER of the security, 0 to 31")
          ->check(CLI::Range(0, 31))
          ->type_name("N");
+   decode->add_option_function<std::vector<std::string>>(
+               "--keys",
+               [&](const std::vector<std::string>& files) {
+                  std::string fault;
+                  for (const std::string& file : files)
+                     if (!readKeys(file, security.subscribers, fault)) throw std::runtime_error(fault);
+               },
+               "Keys of subscribers, a line each: NAME eia2=KEY eea2=KEY")
+         ->type_name("FILE")
+         ->expected(1);
 
    std::string pattern = "*";
    CLI::App* types = app.add_subcommand("types", "List the types");
    types->add_option("pattern", pattern, "Shell pattern, or a part of the name")->type_name("PATTERN");
+   std::string cdrFile;
+   bool cdrOctets = false;
+   CLI::App* cdr = app.add_subcommand("cdr", "List the records of a charging file, TS 32.297");
+   cdr->add_option("file", cdrFile, "The file; - is standard input")->required()->type_name("FILE|-");
+   cdr->add_flag("--octets", cdrOctets, "Show the octets of each record");
    std::string name;
    CLI::App* sample = app.add_subcommand("sample", "Show a sample value: its octets and its text");
    sample->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
@@ -163,16 +229,16 @@ static int run(int argc, char** argv) {
    }
    if (types->parsed()) return listTypes(pattern);
    if (sample->parsed()) return showSample(name);
+   if (cdr->parsed()) return listRecords(cdrFile, cdrOctets) ? kGood : kFailed;
    if (explain->parsed()) return explainType(name);
    if (!options.type.empty() && knownType(options.type) == nullptr) return kFailed;
-   security.bearer = static_cast<uint8_t>(bearer);
    // To a file or a pipe in big pieces.
    if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, nullptr, _IOFBF, size_t{1} << 16);
    Decoding decoding(options);
    size_t count = 0;
    bool good = true;
-   readMessages(inputs, [&](const Message& message) {
-      ++count;
+   readMessages(input, [&](const Message& message) {
+      count += message.wanted ? 1 : 0;
       good = decoding.decode(message) && good;
    });
    if (count > 0) return good ? kGood : kFailed;

@@ -2,57 +2,207 @@
 
 #include "quorva/rt3gppNasSec.h"
 
+#include <algorithm>
+
 namespace quorva::tool {
 
-// The part of COUNT that a message carries.
-struct SequenceNumber {
-   uint32_t value;
-   unsigned bits;
-};
+// The null algorithms.
+static const Keys kNoKeys;
 
-static std::optional<SequenceNumber> sequenceNumberOf(const std::vector<uint8_t>& octets) {
-   if (octets.empty()) return std::nullopt;
+constexpr size_t kMostTerminals = 65536; // that are remembered
+constexpr size_t kMostTries = 4096;      // of COUNT for a message
+constexpr uint32_t kOverflows = 256;     // that are tried where a capture begins amid a connection
+
+SecurityHeader securityHeaderOf(Octets octets) {
+   SecurityHeader header;
+   if (octets.empty()) return header;
    const unsigned first = octets[0];
+   unsigned type = first >> 4;
    if (first == 0x7E) { // TS 24.501, 9.1.1
-      if (octets.size() < 7 || (octets[1] & 15) == 0) return std::nullopt;
-      return SequenceNumber{octets[6], 8};
+      if (octets.size() < 7 || (octets[1] & 15) == 0) return header;
+      type = octets[1] & 15;
+      header.fiveG = true;
+      header.size = 7;
+   } else if ((first & 15) == 7 && type >= 12) { // Service Request, TS 24.301, 9.9.3.19
+      if (octets.size() < 2) return header;
+      header.shortForm = header.present = true;
+      header.sequenceNumber = octets[1] & 31u;
+      header.sequenceBits = 5;
+      return header;
+   } else {
+      if ((first & 15) != 7 || type == 0 || octets.size() < 6) return header;
+      header.size = 6;
    }
-   if ((first & 15) != 7 || first >> 4 == 0) return std::nullopt;
-   if (first >> 4 >= 12) { // Service Request, TS 24.301, 9.9.3.19
-      if (octets.size() < 2) return std::nullopt;
-      return SequenceNumber{octets[1] & 31u, 5};
-   }
-   if (octets.size() < 6) return std::nullopt;
-   return SequenceNumber{octets[5], 8};
+   header.present = true;
+   header.ciphered = type == 2 || type == 4;
+   header.newContext = type == 3 || type == 4;
+   header.sequenceNumber = octets[header.size - 1];
+   header.sequenceBits = 8;
+   return header;
 }
 
-uint32_t Security::countOf(const std::vector<uint8_t>& octets) {
-   const auto sequence = sequenceNumberOf(octets);
-   if (!sequence) return next_;
-   const bool exact = !started_ && options_.count.has_value();
-   started_ = true;
-   uint32_t count = next_;
-   if (!exact) {
-      const uint32_t range = 1u << sequence->bits;
-      count = (next_ & ~(range - 1)) | sequence->value;
-      if (count < next_) count += range;
+Security::Security(const SecurityOptions& options) : options_(options) {
+   if (options.keys.any()) subscribers_.push_back({options.keys});
+   for (const Keys& each : options.subscribers) {
+      Keys keys = each;
+      if (!keys.count) keys.count = options.keys.count;
+      if (!keys.bearer) keys.bearer = options.keys.bearer;
+      keys.nullCipher = keys.nullCipher || options.keys.nullCipher;
+      subscribers_.push_back({keys});
    }
-   next_ = count + 1;
-   return count;
 }
 
-int Security::prepare(RtxContext* ctxt, uint32_t count) const {
-   if (options_.uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
-   if (!options_.any()) return 0;
+// The next COUNT that ends in the sequence number.
+static uint32_t countBehind(uint32_t next, const SecurityHeader& header) {
+   const uint32_t range = 1u << header.sequenceBits;
+   const uint32_t count = (next & ~(range - 1)) | header.sequenceNumber;
+   return count < next ? count + range : count;
+}
+
+// The same, or the last one if that is much nearer: a capture may hold a message twice.
+static uint32_t countNear(uint32_t next, const SecurityHeader& header) {
+   const uint32_t range = 1u << header.sequenceBits;
+   const uint32_t count = countBehind(next, header);
+   return count - next >= range / 4 * 3 && count >= range ? count - range : count;
+}
+
+Protection Security::protect(Octets octets) {
+   if (!options_.subscribers.empty())
+      return protect(octets, options_.uplink ? Direction::uplink : Direction::downlink, {});
+   Protection protection;
+   protection.header = securityHeaderOf(octets);
+   protection.direction = options_.uplink ? Direction::uplink : Direction::downlink;
+   if (subscribers_.empty()) return protection;
+   Subscriber& own = subscribers_.front();
+   const size_t way = options_.uplink ? 0 : 1;
+   protection.keys = &own.keys;
+   protection.bearer = own.keys.bearer.value_or(0);
+   const bool exact = !own.started[way] && own.keys.count.has_value();
+   const uint32_t next = own.started[way] ? own.next[way] : own.keys.count.value_or(0);
+   protection.count = next;
+   if (!protection.header.present) return protection;
+   if (!exact) protection.count = countBehind(next, protection.header);
+   own.next[way] = protection.count + 1;
+   own.started[way] = true;
+   return protection;
+}
+
+bool Security::macFits(const Keys& keys, Octets octets, const Protection& protection) {
+   const SecurityHeader& header = protection.header;
+   // The code stands ahead of the sequence number and what follows; the half of it in a Service Request
+   // behind that, TS 24.301, 9.9.3.28.
+   if (header.shortForm && octets.size() < 4) return false;
+   const Octets code = header.shortForm ? octets.subspan(2, 2) : octets.subspan(header.size - 5, 4);
+   const Octets covered = header.shortForm ? octets.first(2) : octets.subspan(header.size - 1);
+   uint32_t received = 0, computed = 0;
+   for (const uint8_t octet : code) received = received << 8 | octet;
+   if (!session_) session_.emplace(stdout);
+   Protection trial = protection;
+   trial.keys = &keys;
+   RtxContext* ctxt = session_->ctxt();
+   // The octets are only read.
+   const bool done =
+         prepare(ctxt, trial) >= 0 &&
+         rtx3gppComputeMAC(ctxt, const_cast<uint8_t*>(covered.data()), covered.size(), &computed) >= 0;
+   session_->forget();
+   return done && received == (header.shortForm ? computed & 0xFFFF : computed);
+}
+
+// Finds the COUNT with which the message's code is right under the keys of a subscriber.
+bool Security::findCount(Subscriber& subscriber, Octets octets, Protection& protection) {
+   const SecurityHeader& header = protection.header;
+   const size_t way = protection.direction == Direction::uplink ? 0 : 1;
+   const uint32_t range = 1u << header.sequenceBits;
+   const uint32_t start = subscriber.keys.count.value_or(0);
+   const uint32_t next = subscriber.started[way] ? subscriber.next[way] : start;
+   uint32_t last = 0;
+   const auto fits = [&](uint32_t count, bool first = false) {
+      if (!first && count == last) return false;
+      protection.count = last = count;
+      return macFits(subscriber.keys, octets, protection);
+   };
+   bool found = fits(countNear(next, header), true) || fits(countBehind(next, header)) ||
+                fits(header.sequenceNumber) || (!subscriber.started[way] && fits(start));
+   if (!subscriber.started[way]) {
+      // Nobody told how often the sequence number had begun anew when the capture began.
+      const auto tries =
+            static_cast<uint32_t>(std::min<size_t>(kOverflows, kMostTries / subscribers_.size()));
+      for (uint32_t i = 1; i < tries && !found; ++i) found = fits(i * range + header.sequenceNumber);
+   }
+   if (!found) return false;
+   subscriber.next[way] = protection.count + 1;
+   return subscriber.started[way] = true;
+}
+
+Protection Security::protect(Octets octets, Direction direction, const std::string& terminal) {
+   Protection protection;
+   protection.header = securityHeaderOf(octets);
+   protection.direction = direction != Direction::unknown ? direction
+                          : options_.uplink               ? Direction::uplink
+                                                          : Direction::downlink;
+   if (!protection.header.present) return protection;
+   protection.keys = &kNoKeys;
+   protection.mac = Protection::Mac::notChecked;
+   const auto known = subscriberOf_.find(terminal);
+   Subscriber* chosen = known == subscriberOf_.end() ? nullptr : &subscribers_[known->second];
+   // BEARER of EPS is 0, that of 5GS the identifier of the access: 1 is that of 3GPP (TS 33.501, 6.4.2.2).
+   const auto bearerOf = [&](const Subscriber& subscriber) {
+      return subscriber.keys.bearer.value_or(protection.header.fiveG ? 1 : 0);
+   };
+   const auto isRight = [&](Subscriber& subscriber) {
+      protection.bearer = bearerOf(subscriber);
+      return subscriber.keys.integrityKey && findCount(subscriber, octets, protection);
+   };
+   Subscriber* right = chosen != nullptr && isRight(*chosen) ? chosen : nullptr;
+   for (Subscriber& each : subscribers_)
+      if (right == nullptr && &each != chosen && isRight(each)) right = &each;
+   if (right != nullptr) {
+      if (subscriberOf_.size() >= kMostTerminals) subscriberOf_.clear();
+      subscriberOf_[terminal] = static_cast<size_t>(right - subscribers_.data());
+      protection.mac = Protection::Mac::right;
+      chosen = right;
+   } else {
+      if (chosen == nullptr && subscribers_.size() == 1) chosen = &subscribers_.front();
+      const auto unproved = std::find_if(subscribers_.begin(), subscribers_.end(),
+                                         [](const Subscriber& each) { return !each.keys.integrityKey; });
+      if (chosen == nullptr && unproved != subscribers_.end()) chosen = &*unproved;
+      if (chosen == nullptr && !subscribers_.empty()) protection.mac = Protection::Mac::noneFits;
+   }
+   if (chosen != nullptr) {
+      protection.keys = &chosen->keys;
+      protection.bearer = bearerOf(*chosen);
+   }
+   if (chosen != nullptr && right == nullptr) {
+      const size_t way = protection.direction == Direction::uplink ? 0 : 1;
+      const uint32_t next = chosen->started[way] ? chosen->next[way] : chosen->keys.count.value_or(0);
+      protection.count = protection.header.newContext ? protection.header.sequenceNumber
+                                                      : countNear(next, protection.header);
+      if (chosen->keys.integrityKey) {
+         protection.mac = Protection::Mac::wrong;
+      } else {
+         chosen->next[way] = protection.count + 1;
+         chosen->started[way] = true;
+      }
+   }
+   protection.guess =
+         protection.header.ciphered && !protection.keys->cipherKey && !protection.keys->nullCipher;
+   return protection;
+}
+
+int Security::prepare(RtxContext* ctxt, const Protection& protection) {
+   const bool uplink = protection.direction == Direction::uplink;
+   if (uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
+   if (protection.keys == nullptr) return 0;
    int status = rtx3gppSecInitialize(ctxt);
    if (status < 0) return status;
    const auto keyOf = [](const std::optional<Key>& key) { return key ? key->data() : nullptr; };
-   status = rtx3gppAssignAlgorithmKeys(ctxt, keyOf(options_.integrityKey), keyOf(options_.cipherKey),
-                                       options_.integrityKey ? 2 : 0, options_.cipherKey ? 2 : 0);
+   const Keys& keys = *protection.keys;
+   status = rtx3gppAssignAlgorithmKeys(ctxt, keyOf(keys.integrityKey), keyOf(keys.cipherKey),
+                                       keys.integrityKey ? 2 : 0, keys.cipherKey ? 2 : 0);
    if (status < 0) return status;
-   ctxt->nasSec->count = count;
-   ctxt->nasSec->bearer = options_.bearer;
-   ctxt->nasSec->direction = options_.uplink ? 0 : 1;
+   ctxt->nasSec->count = protection.count;
+   ctxt->nasSec->bearer = protection.bearer;
+   ctxt->nasSec->direction = uplink ? 0 : 1;
    return 0;
 }
 

@@ -1,45 +1,76 @@
 // NAS security of the messages that a command decodes.
 #pragma once
 
-#include "quorva/rtxContext.h"
+#include "tools/quorva/capture/finding.h"
+#include "tools/quorva/keys.h"
+#include "tools/quorva/session.h"
 
-#include <array>
-#include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace quorva::tool {
 
-using Key = std::array<uint8_t, 16>;
+using capture::Direction;
+using capture::Octets;
 
-struct SecurityOptions {
-   std::optional<Key> integrityKey; // 128-EIA2, 128-NIA2
-   std::optional<Key> cipherKey;    // 128-EEA2, 128-NEA2
-   std::optional<uint32_t> count;   // NAS COUNT of the first protected message
-   uint8_t bearer = 0;
-   bool nullCipher = false; // there is a security state even without keys
-   bool uplink = false;
-
-   bool any() const { return integrityKey || cipherKey || count || nullCipher; }
+// The part of a NAS message that TS 24.301, 9.2 and TS 24.501, 9.1 put ahead of it for security.
+struct SecurityHeader {
+   bool present = false;
+   bool fiveG = false;
+   bool ciphered = false;
+   bool newContext = false;     // the first message under new keys
+   bool shortForm = false;      // EPS Service Request
+   size_t size = 0;             // octets ahead of the message inside
+   uint32_t sequenceNumber = 0; // lowest bits of COUNT
+   unsigned sequenceBits = 0;
 };
 
-// Gives each message in turn its security state. The lowest octet of NAS COUNT travels in the message
-// (TS 24.301, 4.4.3.1); the first protected message has the COUNT of the options, and those behind it have
-// the next COUNT that ends in their sequence number.
+SecurityHeader securityHeaderOf(Octets octets);
+
+// What is known of a message's security before it is decoded.
+struct Protection {
+   SecurityHeader header;
+   Direction direction = Direction::downlink;
+   const Keys* keys = nullptr; // null: the message is decoded without a security state
+   uint32_t count = 0;
+   uint8_t bearer = 0;
+   enum class Mac { none, notChecked, noneFits, right, wrong } mac = Mac::none;
+   bool guess = false; // ciphered and no key for it: by the null algorithm if that gives a message
+};
+
+// Gives each message in turn its keys and its COUNT. The lowest bits of NAS COUNT travel in the message
+// (TS 24.301, 4.4.3.1). The first protected message of a direction has the COUNT of the options, and those
+// behind it have the next COUNT that ends in their sequence number.
 class Security {
 public:
-   explicit Security(const SecurityOptions& options) : options_(options), next_(options.count.value_or(0)) {}
+   explicit Security(const SecurityOptions& options);
 
-   // NAS COUNT of the next message.
-   uint32_t countOf(const std::vector<uint8_t>& octets);
+   // A message given by itself.
+   Protection protect(Octets octets);
+
+   // A message of a capture, where not every message need be, and several terminals may: those that share
+   // `terminal` are of one. Whose keys it has, and what its COUNT is, shows by its authentication code.
+   Protection protect(Octets octets, Direction direction, const std::string& terminal);
 
    // Prepares the context for a message. A status below 0 is a failure.
-   int prepare(RtxContext* ctxt, uint32_t count) const;
+   static int prepare(RtxContext* ctxt, const Protection& protection);
 
 private:
+   // The keys of a subscriber, and the next COUNT of each direction.
+   struct Subscriber {
+      Keys keys;
+      uint32_t next[2] = {};
+      bool started[2] = {};
+   };
+   bool findCount(Subscriber& subscriber, Octets octets, Protection& protection);
+   bool macFits(const Keys& keys, Octets octets, const Protection& protection);
+
    const SecurityOptions& options_;
-   uint32_t next_; // lowest COUNT that the next message may have
-   bool started_ = false;
+   std::vector<Subscriber> subscribers_;
+   std::map<std::string, size_t> subscriberOf_; // terminals whose keys are found
+   std::optional<Session> session_;             // to compute codes in
 };
 
 } // namespace quorva::tool

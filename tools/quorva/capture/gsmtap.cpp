@@ -1,0 +1,102 @@
+// GSMTAP: messages of the radio side in UDP, behind a header that tells the channel.
+
+#include "tools/quorva/capture/walk.h"
+
+#include <algorithm>
+
+namespace quorva::capture {
+
+namespace {
+
+enum Payload : unsigned { kUm = 1, kAbis = 2, kLteNas = 18 };
+
+enum class Framing { none, pseudoLength, lapdm };
+
+// A channel of the GSM radio interface. Other channels have no messages of Layer 3.
+struct Channel {
+   unsigned number;
+   Framing framing;
+   const char* carrier;
+};
+
+constexpr Channel kChannels[] = {
+      {1, Framing::pseudoLength, "GSMTAP Um BCCH"}, {2, Framing::pseudoLength, "GSMTAP Um CCCH"},
+      {4, Framing::pseudoLength, "GSMTAP Um AGCH"}, {5, Framing::pseudoLength, "GSMTAP Um PCH"},
+      {6, Framing::lapdm, "GSMTAP Um SDCCH"},       {7, Framing::lapdm, "GSMTAP Um SDCCH/4"},
+      {8, Framing::lapdm, "GSMTAP Um SDCCH/8"},     {9, Framing::lapdm, "GSMTAP Um FACCH/F"},
+      {10, Framing::lapdm, "GSMTAP Um FACCH/H"},
+};
+constexpr unsigned kSlow = 0x80; // the slow associated channel (SACCH) of a channel
+
+// Types of radio resource messages, TS 44.018: with a pseudo length, then those of dedicated channels by
+// direction. While no module of the library has them, they are found and named only.
+constexpr const char* kWithPseudoLength = "TS44018Msg_L2_PSEUDO_LEN_PDU";
+constexpr const char* kDownlinkDedicated = "TS44018Msg_DL_DCCH_PDU";
+constexpr const char* kUplinkDedicated = "TS44018Msg_UL_DCCH_PDU";
+constexpr const char* kUplinkSlow = "TS44018Msg_UL_SACCH_PDU";
+
+constexpr unsigned kRadioResource = 6; // protocol discriminator
+constexpr size_t kMostOpen = 4096;     // channels that are within a message
+
+} // namespace
+
+// A message of a dedicated channel; other protocols than radio resource go by their discriminator.
+void Walk::dedicated(Octets message, bool slow, const char* carrier) {
+   if (message.empty()) return;
+   const char* type = nullptr;
+   if ((message[0] & 15) == kRadioResource) {
+      type = direction == Direction::downlink ? kDownlinkDedicated : slow ? kUplinkSlow : kUplinkDedicated;
+   }
+   found(message, type, carrier);
+}
+
+// Takes the message out of a frame of the data link, TS 44.006. `place` tells its channel from all others.
+void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
+   Reader reader(frame);
+   if (slow) reader.skip(2); // of the physical layer
+   const unsigned address = reader.number(1);
+   const unsigned control = reader.number(1);
+   const unsigned length = reader.number(1);
+   const bool numbered = (control & 1) == 0;
+   const bool establishes = (control & 0xEF) == 0x2F; // SABM
+   if (!reader.good() || (address & 0x61) != 1 || (length & 1) == 0) return;
+   if (!numbered && !establishes && (control & 0xEF) != 0x03) return;
+   const Octets message = reader.take(std::min<size_t>(length >> 2, reader.left()));
+   if (message.empty()) return;
+   const bool goesOn = numbered && state_.openSegments_.erase(place) > 0;
+   const bool more = numbered && (length & 2) != 0;
+   if (more && state_.openSegments_.size() < kMostOpen) state_.openSegments_.insert(place);
+   if (goesOn || more) return fault(carrier, "LAPDm segment: segments are not put together");
+   if (message.size() < length >> 2) return fault(carrier, "cut short when it was captured");
+   dedicated(message, slow, carrier);
+}
+
+void Walk::gsmtap(Octets packet) {
+   Reader reader(packet);
+   const unsigned version = reader.number(1);
+   const size_t headerLength = reader.number(1) * 4;
+   const unsigned payload = reader.number(1);
+   const unsigned slot = reader.number(1);
+   const unsigned arfcn = reader.number(2);
+   reader.skip(6);
+   const unsigned channelNumber = reader.number(1);
+   reader.skip(1);
+   const unsigned subSlot = reader.number(1);
+   if (!reader.good() || version != 2 || headerLength < 16 || headerLength > packet.size()) return;
+   const Octets content = packet.subspan(headerLength);
+   direction = (arfcn & 0x4000) != 0 ? Direction::uplink : Direction::downlink;
+   if (payload == kLteNas) return found(content, "TS24301Msg_PDU", "GSMTAP LTE NAS");
+   if (payload == kAbis) return dedicated(content, false, "GSMTAP Abis");
+   if (payload != kUm) return;
+   const bool slow = (channelNumber & kSlow) != 0;
+   for (const Channel& each : kChannels) {
+      if (each.number != (channelNumber & ~kSlow)) continue;
+      if (each.framing == Framing::pseudoLength) return found(content, kWithPseudoLength, each.carrier);
+      // SAPI is the last part.
+      const uint64_t place = uint64_t{arfcn} << 32 | slot << 24 | subSlot << 16 | channelNumber << 8 |
+                             (content.size() > 2 ? content[slow ? 2 : 0] & 0x1Cu : 0u);
+      return lapdm(place, slow, content, each.carrier);
+   }
+}
+
+} // namespace quorva::capture

@@ -1,0 +1,107 @@
+#include "tools/quorva/headline.h"
+
+#include <arpa/inet.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <sstream>
+
+namespace quorva::tool {
+
+static std::string timeText(const capture::Frame& frame) {
+   const auto seconds = static_cast<std::time_t>(frame.seconds);
+   std::tm time{};
+   char text[40] = "";
+   if (gmtime_r(&seconds, &time) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &time);
+   char fraction[16];
+   // Nanoseconds where there are any.
+   if (frame.nanoseconds % 1000 == 0) {
+      std::snprintf(fraction, sizeof fraction, ".%06uZ", frame.nanoseconds / 1000);
+   } else {
+      std::snprintf(fraction, sizeof fraction, ".%09uZ", frame.nanoseconds);
+   }
+   return std::string(text) + fraction;
+}
+
+static std::string addressText(const capture::Address& address) {
+   char text[INET6_ADDRSTRLEN];
+   if (address.size == 0) return "-";
+   const char* done = inet_ntop(address.size == 4 ? AF_INET : AF_INET6, address.octets, text, sizeof text);
+   return done == nullptr ? "-" : done;
+}
+
+std::string headline(const Message& message) {
+   if (message.frame == nullptr) return message.origin();
+   std::string line = "frame " + std::to_string(message.frame->number) + "  " + timeText(*message.frame);
+   const capture::Finding* finding = message.finding;
+   if (finding == nullptr) return line;
+   static constexpr const char* kDirections[] = {"-", "uplink", "downlink"};
+   line += std::string("  ") + kDirections[static_cast<size_t>(finding->direction)] + "  ";
+   line += finding->source.size + finding->target.size == 0
+                 ? "-"
+                 : addressText(finding->source) + " > " + addressText(finding->target);
+   return line + "  " + finding->carrier;
+}
+
+std::string securityRemark(const Protection& protection, bool opened) {
+   std::string text;
+   switch (protection.mac) {
+   case Protection::Mac::none: return text;
+   case Protection::Mac::notChecked: text = "MAC not checked"; break;
+   case Protection::Mac::noneFits: text = "MAC not checked: no keys given fit"; break;
+   case Protection::Mac::wrong: text = "MAC wrong"; break;
+   case Protection::Mac::right: text = "MAC right"; break;
+   }
+   if (protection.keys != nullptr && protection.keys->any()) {
+      text += ", COUNT " + std::to_string(protection.count);
+      if (!protection.keys->name.empty()) text += ", keys of " + protection.keys->name;
+   }
+   if (!protection.guess) return text;
+   if (opened) return text + ", taken as null-ciphered";
+   const std::string letter = protection.header.fiveG ? "n" : "e";
+   return text + ", ciphered: opened by --" + letter + "ea2 KEY or --keys FILE, by --" + letter +
+          "ea0 if with the null algorithm";
+}
+
+// Where the message type stands, and which of its bits count.
+struct TypePlace {
+   size_t at;
+   uint8_t mask = 0xFF;
+};
+
+static TypePlace typePlaceOf(const QuorvaType& type, uint8_t first) {
+   const std::string_view name = type.name;
+   if (name == "TS24501Msg_PDU") return {first == 0x2E ? size_t{3} : size_t{2}};
+   if (name == "TS24301Msg_PDU") return {(first & 15) == 2 ? size_t{2} : size_t{1}};
+   // Of mobility and call control two bits are a sequence number, TS 24.007, 11.2.3.2.
+   const bool numbered = (first & 15) == 3 || (first & 15) == 5 || (first & 15) == 11;
+   return {1, static_cast<uint8_t>(numbered ? 0x3F : 0xFF)};
+}
+
+std::string MessageNames::nameOf(const QuorvaType& type, Octets octets) {
+   const auto [entry, isNew] = names_.try_emplace(&type);
+   Names& names = entry->second;
+   if (isNew && type.explanation != nullptr) {
+      // The table of messages is part of the explanation: discriminator, type, selector, member.
+      std::istringstream lines(type.explanation);
+      std::string line, member;
+      while (std::getline(lines, line) && !line.starts_with("Discriminator")) {}
+      unsigned discriminator = 0, number = 0, selector = 0;
+      while (lines >> std::hex >> discriminator >> number >> std::dec >> selector >> member &&
+             std::getline(lines, line))
+         names.try_emplace(discriminator << 8 | number,
+                           member.starts_with("obj_") ? member.substr(4) : member);
+   }
+   if (octets.empty()) return type.name;
+   const uint8_t first = octets[0];
+   const bool shortForm =
+         type.name == std::string_view("TS24301Msg_PDU") && first >= 0xC0 && (first & 15) == 7;
+   const TypePlace place = typePlaceOf(type, first);
+   if (place.at >= octets.size()) return type.name;
+   const uint32_t discriminator = std::string_view(type.name) == "TS24501Msg_PDU" ? first : first & 15;
+   const auto found = names.find(discriminator << 8 | (shortForm ? 0u : octets[place.at] & place.mask));
+   return found == names.end() ? type.name : found->second;
+}
+
+} // namespace quorva::tool

@@ -1,0 +1,35 @@
+// What stands ahead of a message's text: where it comes from, what it is, how its security stands.
+#pragma once
+
+#include "tools/quorva/input.h"
+#include "tools/quorva/security.h"
+
+#include "quorva/registry.h"
+
+#include <map>
+#include <string>
+#include <unordered_map>
+
+namespace quorva::tool {
+
+// "frame 12  2021-05-05T20:08:31.293502Z  uplink  172.16.10.104 > 172.16.10.101  S1AP"; what is not known is
+// a
+// "-". A message that is of no capture has its origin.
+std::string headline(const Message& message);
+
+// How the security of a message stands, without keys what is left open; empty for one without.
+std::string securityRemark(const Protection& protection, bool opened);
+
+// Names of messages by their octets.
+class MessageNames {
+public:
+   // "AttachRequest"; a message that is not known, or has no discriminator, has the name of its type. The
+   // octets are in the clear, and begin with the discriminator.
+   std::string nameOf(const QuorvaType& type, Octets octets);
+
+private:
+   using Names = std::unordered_map<uint32_t, std::string>; // by discriminator and message type
+   std::map<const QuorvaType*, Names> names_;
+};
+
+} // namespace quorva::tool

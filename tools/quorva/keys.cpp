@@ -1,0 +1,73 @@
+#include "tools/quorva/keys.h"
+
+#include "tools/quorva/hexText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace quorva::tool {
+
+std::optional<Key> keyFromHex(std::string_view text, std::string& fault) {
+   fault.clear();
+   const auto octets = octetsFromHex(text, fault);
+   if (octets && octets->size() != 16) fault = "a key has 16 octets, not " + std::to_string(octets->size());
+   if (!fault.empty()) return std::nullopt;
+   Key key{};
+   std::copy(octets->begin(), octets->end(), key.begin());
+   return key;
+}
+
+static bool takeNumber(std::string_view text, uint32_t most, uint32_t& number) {
+   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+   return error == std::errc() && end == text.data() + text.size() && number <= most;
+}
+
+static bool takeWord(std::string_view word, Keys& keys, std::string& fault) {
+   const size_t equals = word.find('=');
+   const std::string_view name = word.substr(0, equals);
+   if (name == "eea0" || name == "nea0") return keys.nullCipher = true;
+   if (equals == std::string_view::npos) {
+      if (!keys.name.empty()) fault = "a second name, '" + std::string(word) + "'";
+      keys.name = word;
+      return fault.empty();
+   }
+   const std::string_view value = word.substr(equals + 1);
+   uint32_t number = 0;
+   if (name == "eia2" || name == "nia2") {
+      keys.integrityKey = keyFromHex(value, fault);
+   } else if (name == "eea2" || name == "nea2") {
+      keys.cipherKey = keyFromHex(value, fault);
+   } else if (name == "count" && takeNumber(value, std::numeric_limits<uint32_t>::max(), number)) {
+      keys.count = number;
+   } else if (name == "bearer" && takeNumber(value, 31, number)) {
+      keys.bearer = static_cast<uint8_t>(number);
+   } else {
+      fault = "'" + std::string(word) + "' is none of eia2=KEY, eea2=KEY, eea0, count=N and bearer=0 to 31";
+   }
+   return fault.empty();
+}
+
+bool readKeys(const std::string& file, std::vector<Keys>& keys, std::string& fault) {
+   std::ifstream in(file);
+   std::string line;
+   size_t number = 0;
+   while (std::getline(in, line)) {
+      ++number;
+      std::istringstream words(line.substr(0, line.find('#')));
+      Keys found;
+      for (std::string word; words >> word;) {
+         if (takeWord(word, found, fault)) continue;
+         fault = file + ":" + std::to_string(number) + ": " + fault;
+         return false;
+      }
+      if (found.any()) keys.push_back(std::move(found));
+   }
+   if (in.eof() && !in.bad() && number > 0) return true;
+   fault = file + ": can't be read, or empty";
+   return false;
+}
+
+} // namespace quorva::tool
