@@ -75,11 +75,11 @@ void readCapture(Source& source, const std::string& name, const InputOptions& op
          if (finding.type == nullptr) finding.type = linked;
          message.finding = &finding;
          message.octets.assign(finding.octets.begin(), finding.octets.end());
-         message.fault = finding.fault;
+         message.fault = finding.fault.empty() ? "" : std::string(finding.carrier) + ": " + finding.fault;
          const uint8_t* const frameEnd = frame->octets.data() + frame->octets.size();
          if (frame->fullSize > frame->octets.size() &&
              finding.octets.data() + finding.octets.size() == frameEnd)
-            message.fault = "cut short when it was captured";
+            message.fault = std::string(finding.carrier) + ": cut short when it was captured";
          take(message);
       });
    }

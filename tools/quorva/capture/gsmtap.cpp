@@ -61,6 +61,8 @@ void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    const bool establishes = (control & 0xEF) == 0x2F; // SABM
    if (!reader.good() || (address & 0x61) != 1 || (length & 1) == 0) return;
    if (!numbered && !establishes && (control & 0xEF) != 0x03) return;
+   // System information on the slow channel counts the length octet in, as its pseudo length.
+   const Octets withLength = frame.subspan(frame.size() - reader.left() - 1);
    const Octets message = reader.take(std::min<size_t>(length >> 2, reader.left()));
    if (message.empty()) return;
    const bool goesOn = numbered && state_.openSegments_.erase(place) > 0;
@@ -68,6 +70,8 @@ void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    if (more && state_.openSegments_.size() < kMostOpen) state_.openSegments_.insert(place);
    if (goesOn || more) return fault(carrier, "LAPDm segment: segments are not put together");
    if (message.size() < length >> 2) return fault(carrier, "cut short when it was captured");
+   if (!numbered && !establishes && direction == Direction::downlink && (message[0] & 15) == kRadioResource)
+      return found(withLength.first(message.size() + 1), kWithPseudoLength, carrier);
    dedicated(message, slow, carrier);
 }
 

@@ -1,0 +1,336 @@
+// quorva decode on captures: each carrier, what is cut or in fragments, keys.
+
+#include "tool/captures.h"
+#include "tool/program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+
+using namespace quorva_test;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+static const Bytes kIdentity = bytes("075501");     // Identity Request of EPS
+static const Bytes kIdentity5G = bytes("7e005b01"); // and of 5GS
+static const Bytes kDetach = bytes("0745090bf600f110000101"
+                                   "1a984cf8"); // it has another form in each direction
+
+// Bearer items: identity, quality of service (with bit rates or not), tunnel, message.
+static const Bytes kQos = bytes("00093c"), kTunnel = bytes("0f80c000020300000001");
+static const Bytes kQosWithRates = bytes("40013c"
+                                         "080100"
+                                         "0005"
+                                         "800102030405"
+                                         "0007");
+static const Bytes kTransfer = open(bytes("000000"));
+
+static Bytes gsmtapFrame(bool uplink, const Bytes& message) {
+   return ethernet(ipv4(17, udp(gsmtap(18, uplink, 0, message))));
+}
+
+static Bytes s1apFrame(size_t procedure, const std::vector<Bytes>& fields) {
+   return ethernet(ipv4(132, sctp(18, applicationPdu(procedure, fields))));
+}
+
+static Bytes ngapFrame(size_t procedure, const std::vector<Bytes>& fields) {
+   return ethernet(ipv4(132, sctp(60, applicationPdu(procedure, fields))));
+}
+
+static Bytes exported(const std::string& tags, const Bytes& data) {
+   return bytes(tags) + bytes("00000000") + data;
+}
+
+struct Carried {
+   size_t linkType;
+   Bytes frame;
+   Bytes message;
+   const char* head; // of its line behind the time
+};
+
+static std::vector<Carried> everyCarrier() {
+   const Bytes tap = udp(gsmtap(18, false, 0, kIdentity));
+   const std::string ends = "192.0.2.1 > 192.0.2.2  ";
+   const Bytes dtap = bytes("051801");
+   const Bytes bearerIds = bytes("00000500") + bytes("00080003000007");
+   std::vector<Carried> carried = {
+         {147, kIdentity, kIdentity, "-  -  USER0"},
+         {162, kIdentity5G, kIdentity5G, "-  -  USER15"},
+         {252, exported("000c00086e61732d65707300", kIdentity), kIdentity, "-  -  exported NAS-EPS"},
+         {252,
+          exported("000c00086e61732d35677300"
+                   "001400040a000001"
+                   "001500040a000002"
+                   "0023000400000001",
+                   kIdentity5G),
+          kIdentity5G, "downlink  10.0.0.1 > 10.0.0.2  exported NAS-5GS"},
+         {252,
+          exported("000e0009736374702e7070690000200004000000"
+                   "3c",
+                   applicationPdu(4, {field(38, open(kIdentity5G))})),
+          kIdentity5G, "downlink  -  NGAP"},
+         {1, ethernet(ipv4(17, tap)), kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {1,
+          ethernet(ipv4(17, tap), "81000005"
+                                  "0800"),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {1,
+          ethernet(ipv6(17, tap), "88a80005"
+                                  "81000006"
+                                  "86dd"),
+          kIdentity, "downlink  2001:db8::1 > 2001:db8::2  GSMTAP LTE NAS"},
+         {1, ethernet(ipv6(0, bytes("1100010400000000") + tap), "86dd"), kIdentity,
+          "downlink  2001:db8::1 > 2001:db8::2  GSMTAP LTE NAS"},
+         {113,
+          bytes("0000000100060200000000010000"
+                "0800") +
+                ipv4(17, tap),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {276,
+          bytes("0800"
+                "0000"
+                "00000001"
+                "0001"
+                "00"
+                "06"
+                "0200000000010000") +
+                ipv4(17, tap),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {0, bytes("02000000") + ipv4(17, tap), kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {101, ipv4(17, tap), kIdentity, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {229, ipv6(17, tap), kIdentity, "downlink  2001:db8::1 > 2001:db8::2  GSMTAP LTE NAS"},
+         {1, gsmtapFrame(true, kDetach), kDetach, "uplink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {1, gsmtapFrame(false, kDetach), kDetach, "downlink  192.0.2.1 > 192.0.2.2  GSMTAP LTE NAS"},
+         {1, ethernet(ipv4(17, udp(gsmtap(2, true, 0, dtap)))), dtap,
+          "uplink  192.0.2.1 > 192.0.2.2  GSMTAP Abis"},
+         // SDCCH/8: information frames, that on the slow channel of a short message.
+         {1, ethernet(ipv4(17, udp(gsmtap(1, false, 8, bytes("03000d0518012b2b"))))), dtap,
+          "downlink  192.0.2.1 > 192.0.2.2  GSMTAP Um SDCCH/8"},
+         {1, ethernet(ipv4(17, udp(gsmtap(1, true, 0x88, bytes("00000d000919042b2b"))))), bytes("1904"),
+          "uplink  192.0.2.1 > 192.0.2.2  GSMTAP Um SDCCH/8"},
+         {1, s1apFrame(12, {field(8, bytes("0001")), field(26, open(kDetach))}), kDetach,
+          "uplink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {248, sctp(18u << 24, applicationPdu(11, {field(26, open(kDetach))})), kDetach, "downlink  -  S1AP"},
+         {1,
+          s1apFrame(9, {field(24, bytes("00") +
+                                        field(52, bytes("45") + kQosWithRates + kTunnel + open(kIdentity)))}),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {1,
+          s1apFrame(5, {field(16, bytes("00") + field(17, bytes("0a") + kQos + kTunnel + open(kIdentity)))}),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {1, s1apFrame(6, {field(30, bytes("00") + field(36, bytes("0a") + kQos + open(kIdentity)))}),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {1, ngapFrame(46, {field(85, bytes("0001")), field(38, open(kIdentity5G))}), kIdentity5G,
+          "uplink  192.0.2.1 > 192.0.2.2  NGAP"},
+         {1,
+          ngapFrame(14, {field(71, bytes("00"
+                                         "4001") +
+                                         open(kIdentity5G) +
+                                         bytes("4020"
+                                               "000001") +
+                                         kTransfer)}),
+          kIdentity5G, "downlink  192.0.2.1 > 192.0.2.2  NGAP"},
+         {1,
+          ngapFrame(29, {field(74, bytes("00"
+                                         "4001") +
+                                         open(kIdentity5G) + bytes("0020") + kTransfer)}),
+          kIdentity5G, "downlink  192.0.2.1 > 192.0.2.2  NGAP"},
+         {1,
+          ngapFrame(26, {field(64, bytes("00"
+                                         "4001") +
+                                         open(kIdentity5G) + kTransfer)}),
+          kIdentity5G, "downlink  192.0.2.1 > 192.0.2.2  NGAP"},
+   };
+   return carried;
+}
+
+TEST(Capture, EveryCarrierEndsInTheSameText) {
+   const Folder folder;
+   for (const Carried& each : everyCarrier()) {
+      const std::string file = folder.write("x.pcap", capture(each.linkType, {each.frame}));
+      const std::string message = quorva::test::hexFromOctets({each.message.begin(), each.message.end()});
+      const std::string head = std::string("frame 1  2023-11-14T22:13:20.000000Z  ") + each.head + "\n";
+      const Result bare = run(std::string("decode ") +
+                              (head.find("uplink") != std::string::npos ? "--uplink " : "") + message);
+      const Result result = run("decode " + file);
+      EXPECT_EQ(result.text, head + bare.text);
+      EXPECT_EQ(result.code, bare.code) << head;
+   }
+}
+
+// The same frames, a capture a link type, hold the same messages for an independent dissector.
+TEST(Capture, ADissectorFindsTheMessagesToo) {
+   if (std::system("tshark --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "tshark is not installed";
+   const Folder folder;
+   std::map<size_t, std::vector<Bytes>> frames;
+   for (const Carried& each : everyCarrier()) frames[each.linkType].push_back(each.frame);
+   for (const auto& [linkType, each] : frames) {
+      const std::string file = folder.write("x.pcap", capture(linkType, each));
+      const std::string command =
+            "tshark -o 'uat:user_dlts:\"User 0 (DLT=147)\",\"nas-eps\",\"0\",\"\",\"0\",\"\"' "
+            "-o 'uat:user_dlts:\"User 15 (DLT=162)\",\"nas-5gs\",\"0\",\"\",\"0\",\"\"' "
+            "-Y 'nas-eps || nas-5gs || gsm_a.dtap' -r " +
+            file + " 2>/dev/null >" + folder.file("found");
+      EXPECT_EQ(std::system(command.c_str()), 0);
+      const std::string found = Folder::read(folder.file("found"));
+      EXPECT_EQ(static_cast<size_t>(std::count(found.begin(), found.end(), '\n')), each.size())
+            << "link type " << linkType << '\n'
+            << found;
+   }
+}
+
+// The same capture as pcapng.
+static Bytes captureNg(size_t linkType, const std::vector<Bytes>& frames, size_t secondLink = 0) {
+   const auto block = [](size_t type, const Bytes& body) {
+      const Bytes length = number(4, 12 + body.size());
+      return number(4, type) + length + body + length;
+   };
+   Bytes file = block(0x0A0D0D0A, bytes("1a2b3c4d00010000ffffffffffffffff"));
+   file += block(1, number(2, linkType) + bytes("000000040000"));
+   if (secondLink != 0) file += block(1, number(2, secondLink) + bytes("000000040000"));
+   for (const Bytes& frame : frames)
+      file += block(6, bytes("00000000"
+                             "00060a24"
+                             "181e4000") +
+                             number(4, frame.size()) + number(4, frame.size()) + frame +
+                             Bytes(-frame.size() & 3, '\0'));
+   return file;
+}
+
+TEST(Capture, CutAnywhereItEndsWithALine) {
+   const Folder folder;
+   const std::vector<Bytes> frames = {kIdentity, kIdentity5G};
+   const Bytes whole = captureNg(147, frames);
+   EXPECT_EQ(run("decode --quiet " + folder.write("ng", whole)).text,
+             "status: RTX_OK (0)\nstatus: RTX_OK (0)\n");
+   const struct {
+      Bytes octets;
+      std::vector<size_t> borders; // where a cut leaves a whole capture with a frame
+   } cases[] = {{capture(147, frames), {24 + 16 + 3}}, {whole, {28 + 20 + 36}}};
+   for (const auto& each : cases) {
+      for (size_t length = 0; length < each.octets.size(); ++length) {
+         const Result result = run("decode --quiet " + folder.write("cut", each.octets.substr(0, length)));
+         if (std::count(each.borders.begin(), each.borders.end(), length) != 0) {
+            EXPECT_EQ(result.code, 0) << length;
+            continue;
+         }
+         EXPECT_EQ(result.code, 1) << length;
+         EXPECT_THAT(result.text, HasSubstr("quorva: ")) << length;
+         EXPECT_THAT(result.text, EndsWith("\n")) << length;
+      }
+   }
+}
+
+// Frames with something that looks like a message, but is not to be had; and those with nothing.
+TEST(Capture, ReportsWhatItCanNotRead) {
+   const Folder folder;
+   const Bytes pdu = applicationPdu(11, {field(26, open(kIdentity))});
+   const Bytes tap = udp(gsmtap(18, false, 0, kIdentity));
+   const auto um = [](const char* hex, bool uplink = false, size_t channel = 8) {
+      return ethernet(ipv4(17, udp(gsmtap(1, uplink, channel, bytes(hex)))));
+   };
+   const struct {
+      Bytes frame;
+      const char* line; // null: it is passed over
+   } cases[] = {
+         {ethernet(ipv4(132, sctp(18, pdu), 0x2000)),
+          "IP fragment, offset 0: fragments are not put together"},
+         {ethernet(ipv4(132, kIdentity, 0x0010)), "IP fragment, offset 128: fragments are not put together"},
+         {ethernet(ipv4(17, tap, 0x2000)), "IP fragment, offset 0"},
+         {ethernet(ipv4(17, kIdentity, 0x0010)), nullptr}, // of any datagram
+         {ethernet(ipv6(44, bytes("8400000100000001") + sctp(18, pdu)), "86dd"), "IP fragment, offset 0"},
+         {ethernet(ipv4(132, sctp(18, pdu, 2))), "SCTP fragment: fragments are not put together"},
+         {ethernet(ipv4(132, sctp(18, pdu, 1))), "SCTP fragment"},
+         {ethernet(ipv4(132, sctp(46, pdu))), nullptr}, // Diameter
+         {ethernet(ipv4(132, sctp(18, pdu))).substr(0, 70), "cut short when it was captured: "},
+         {ethernet(ipv4(17, tap)).substr(0, 60), "cut short when it was captured: 26 of 27 octets"},
+         {ethernet(ipv4(132, sctp(18, pdu.substr(0, 9)))), "S1AP: its elements don't end within the PDU"},
+         {ethernet(ipv4(132, sctp(18, bytes("2000") + pdu.substr(2)))), nullptr}, // an answer
+         {um("03020f0518012b2b"), "LAPDm segment: segments are not put together"},
+         {um("0302090519012b2b"), "LAPDm segment"}, // the rest of it
+         {um("590601", false, 1), "TS44018Msg_L2_PSEUDO_LEN_PDU: no module of the library decodes it"},
+         {um("00000303090627", false, 0x88), "TS44018Msg_L2_PSEUDO_LEN_PDU: no module"},
+         {um("0300090627"), "TS44018Msg_DL_DCCH_PDU: no module"},
+         {um("013f090627", true), "TS44018Msg_UL_DCCH_PDU: no module"},
+         {um("00000103090615", true, 0x88), "TS44018Msg_UL_SACCH_PDU: no module"},
+         {um("0361010627"), nullptr},  // an acknowledgement without a message
+         {um("00", true, 3), nullptr}, // a random access burst
+   };
+   std::vector<Bytes> frames;
+   for (const auto& each : cases) frames.push_back(each.frame);
+   const Result result = run("decode --summary " + folder.write("x", capture(1, frames)));
+   EXPECT_EQ(result.code, 1);
+   for (size_t i = 0; i < frames.size(); ++i) {
+      const std::string frame = "frame " + std::to_string(i + 1) + "(:|  )[^\n]*";
+      if (cases[i].line == nullptr) {
+         EXPECT_THAT(result.text, Not(testing::ContainsRegex(frame)));
+      } else {
+         EXPECT_THAT(result.text, testing::ContainsRegex(frame + cases[i].line));
+      }
+   }
+}
+
+TEST(Capture, RefusesWithALine) {
+   const Folder folder;
+   const std::vector<Bytes> one = {kIdentity};
+   const struct {
+      Bytes octets;
+      const char* line;
+   } cases[] = {
+         {bytes("1f8b0800000000000003"), "compressed; try: gzip -dc"},
+         {captureNg(147, {kIdentity}, 148), "the capture ends here: an interface has a type 148 different"},
+         {capture(105, one), "no carrier of messages is known on link type 105 (IEEE802_11)"},
+         {capture(1, one), "no message"},
+         {bytes("a1b2c3d400630004") + Bytes(16, '\0'), "the capture ends here: "}};
+   for (const auto& each : cases) {
+      const Result result = run("decode < " + folder.write("x", each.octets));
+      EXPECT_EQ(result.code, 1);
+      EXPECT_THAT(result.text, HasSubstr(each.line));
+   }
+}
+
+TEST(Capture, ShowsTheFramesAskedFor) {
+   const Folder folder;
+   const std::string file = folder.write("x", capture(148, std::vector<Bytes>(9, kIdentity5G)));
+   const struct {
+      const char* ranges;
+      const char* frames;
+   } cases[] = {{"3", "3"}, {"2-3", "23"}, {"-2", "12"}, {"8-", "89"}, {"1,4-5,9", "1459"}, {"10-", ""}};
+   for (const auto& each : cases) {
+      const Result result = run(std::string("decode --summary --frames ") + each.ranges + " " + file);
+      std::string frames;
+      for (size_t at = 0; (at = result.text.find("frame ", at)) != std::string::npos; ++at)
+         frames += result.text[at + 6];
+      EXPECT_EQ(frames, each.frames);
+      EXPECT_EQ(result.code, frames.empty() ? 1 : 0);
+   }
+   for (const char* ranges : {"0", "3-2", "x", "1,", "-", "1-2-3"})
+      EXPECT_EQ(run(std::string("decode --frames ") + ranges + " " + file).code, 2) << ranges;
+   EXPECT_EQ(run("decode --summary --frames 5 " + file).text,
+             "frame 5  2023-11-14T22:13:21.000000Z  -  -  USER1  IdentityRequest5G\n");
+}
+
+TEST(Capture, ALinkIsWhatTheOptionSays) {
+   const Folder folder;
+   // A message of TS 24.008 without its neighbours' octets could be one of EPS.
+   const std::string file = folder.write("x", capture(150, {kIdentity, bytes("051801")}));
+   EXPECT_EQ(run("decode --summary --link 147=5gs,150=24008 " + file).text,
+             "frame 1  2023-11-14T22:13:20.000000Z  -  -  USER3  TS24008Msg_PDU  RTX_E_BAD_CHOICE (-9)\n"
+             "frame 2  2023-11-14T22:13:20.250000Z  -  -  USER3  IdentityRequest\n");
+   for (const char* link : {"150", "146=eps", "150=nonsense", "150=eps,,"})
+      EXPECT_EQ(run(std::string("decode --link ") + link + " " + file).code, 2) << link;
+}
+
+// Nanoseconds where a capture has them; both octet orders.
+TEST(Capture, ReadsNanoseconds) {
+   const Folder folder;
+   Bytes file = capture(147, {kIdentity});
+   file.replace(0, 4, bytes("a1b23c4d"));
+   file.replace(28, 4, number(4, 123456789));
+   EXPECT_THAT(run("decode " + folder.write("x", file)).text,
+               StartsWith("frame 1  2023-11-14T22:13:20.123456789Z  "));
+}
