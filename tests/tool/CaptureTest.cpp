@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
 
 using namespace quorva_test;
 using testing::EndsWith;
@@ -333,4 +334,193 @@ TEST(Capture, ReadsNanoseconds) {
    file.replace(28, 4, number(4, 123456789));
    EXPECT_THAT(run("decode " + folder.write("x", file)).text,
                StartsWith("frame 1  2023-11-14T22:13:20.123456789Z  "));
+}
+
+// All captured messages whose keys are known, of several terminals, in one capture: keys are found by the
+// codes, COUNT by the sequence numbers in each direction.
+static const auto kVectors = quorva::test::loadVectors(QUORVA_TEST_DATA "/vectors/nas-security.txt");
+
+struct SecuredCapture {
+   Bytes file;
+   std::vector<const quorva::test::Vector*> vectors; // of its frames
+   std::string keys;                                 // of all of them
+   std::map<std::string, std::string> names;         // of their subscribers, by key
+};
+
+static SecuredCapture securedCapture() {
+   SecuredCapture secured;
+   std::vector<Bytes> frames;
+   for (const auto& vector : kVectors) {
+      // Names in UCS-2 don't decode, whatever the message came in.
+      if (!vector.has("integrity-key") ||
+          vector.name.find("configuration-update-command") != std::string::npos)
+         continue;
+      const std::string key = vector.fact("integrity-key");
+      const auto [name, isNew] = secured.names.emplace(key, "sim" + std::to_string(secured.names.size()));
+      if (isNew)
+         secured.keys += name->second + " eia2=" + key + " eea2=" + vector.fact("cipher-key") + "  # found\n";
+      const bool uplink = vector.number("direction") == 0, fiveG = vector.fact("family") == "5gs";
+      const Bytes message(vector.octets.begin(), vector.octets.end());
+      frames.push_back(fiveG ? ngapFrame(uplink ? 46 : 4, {field(85, number(2, secured.names.size())),
+                                                           field(38, open(message))})
+                             : s1apFrame(uplink ? 13 : 11, {field(26, open(message))}));
+      secured.vectors.push_back(&vector);
+   }
+   secured.file = capture(1, frames);
+   return secured;
+}
+
+static std::vector<std::string> linesOf(const std::string& text) {
+   std::vector<std::string> lines;
+   std::istringstream in(text);
+   for (std::string line; std::getline(in, line);) lines.push_back(line);
+   return lines;
+}
+
+TEST(Capture, KeysOfAFileAreFoundByTheCodes) {
+   const Folder folder;
+   const SecuredCapture secured = securedCapture();
+   const std::string file = folder.write("x", secured.file);
+   // Somebody else's keys stand first.
+   const std::string keys =
+         folder.write("keys", "other nia2=00112233445566778899aabbccddeeff count=9\n\n" + secured.keys);
+   const Result result = run("decode --summary --keys " + keys + " " + file);
+   const auto lines = linesOf(result.text);
+   ASSERT_EQ(lines.size(), secured.vectors.size()) << result.text;
+   EXPECT_GT(lines.size(), 20u);
+   EXPECT_EQ(result.code, 0) << result.text;
+   for (size_t i = 0; i < lines.size(); ++i) {
+      const auto& vector = *secured.vectors[i];
+      EXPECT_THAT(lines[i], HasSubstr("  MAC right, COUNT " + std::to_string(vector.number("count")) +
+                                      ", keys of " + secured.names.at(vector.fact("integrity-key"))));
+   }
+   // Frames that are not shown count as well, and of one terminal the keys are found once.
+   EXPECT_EQ(run("decode --summary --frames 5- --keys " + keys + " " + file).text,
+             result.text.substr(result.text.find("frame 5 ")));
+
+   // The text is that of the plain message; what is null-ciphered is told so.
+   const auto bodyOf = [](const std::string& text) {
+      return text.substr(std::min(text.find("\n   msgType ="), text.size()));
+   };
+   for (size_t i = 0; i < secured.vectors.size(); ++i) {
+      const auto& vector = *secured.vectors[i];
+      if (!vector.has("plain")) continue;
+      const std::string direction = vector.number("direction") == 0 ? "--uplink " : "";
+      const Result one = run("decode --frames " + std::to_string(i + 1) + " --keys " + keys + " " + file);
+      EXPECT_EQ(bodyOf(one.text), bodyOf(run("decode " + direction + vector.fact("plain")).text))
+            << vector.name;
+      const bool null =
+            (vector.octets[vector.octets[0] == 0x7E ? 1 : 0] >> (vector.octets[0] == 0x7E ? 0 : 4) & 1) == 0;
+      EXPECT_EQ(one.text.find(", taken as null-ciphered\n") != std::string::npos,
+                null && vector.number("cipher-algorithm") == 0)
+            << one.text;
+   }
+}
+
+// One ciphered message, one by the null algorithm, an open one: without a key, with some, with wrong ones.
+TEST(Capture, TellsHowTheSecurityStands) {
+   const Folder folder;
+   const auto find = [](const std::string& name) {
+      for (const auto& vector : kVectors)
+         if (vector.name == name) return &vector;
+      throw std::out_of_range(name);
+   };
+   const auto* ciphered = find("sec-eps-detach-request-2-eea2");
+   const auto* null = find("sec-eps-detach-request-1");
+   const auto* fiveG = find("sec-5gs-registration-complete-1-eea2");
+   std::vector<Bytes> frames;
+   for (const auto* each : {ciphered, null, fiveG})
+      frames.push_back(each == fiveG
+                             ? ngapFrame(46, {field(38, open({each->octets.begin(), each->octets.end()}))})
+                             : s1apFrame(13, {field(26, open({each->octets.begin(), each->octets.end()}))}));
+   const std::string file = folder.write("x", capture(1, frames));
+   const std::string eia = " --eia2 " + null->fact("integrity-key"),
+                     eea = " --eea2 " + null->fact("cipher-key");
+   const std::string wrong = " --eia2 00112233445566778899aabbccddeeff";
+   const struct {
+      std::string options;
+      int code;
+      const char* lines[3]; // what stands behind the carrier
+   } cases[] = {
+         {"",
+          1,
+          {"protected  RTX_E_NO_SECURITY (-71)  MAC not checked, ciphered: opened by --eea2 KEY or --keys "
+           "FILE, by "
+           "--eea0 if with the null algorithm",
+           "DetachRequest  MAC not checked, taken as null-ciphered",
+           "protected  RTX_E_NO_SECURITY (-71)  MAC not checked, ciphered: opened by --nea2 KEY or --keys "
+           "FILE, by "
+           "--nea0 if with the null algorithm"}},
+         {eia,
+          1,
+          {"protected  RTX_E_NO_SECURITY (-71)  MAC right, COUNT 3, ciphered: ",
+           "DetachRequest  MAC right, COUNT 3, taken as null-ciphered",
+           "RTX_E_NO_SECURITY (-71)  MAC wrong"}},
+         {eea,
+          1,
+          {"DetachRequest  MAC not checked, COUNT 3",
+           "DetachRequest  MAC not checked, COUNT 3, taken as null-", "BAD"}},
+         {eia + eea,
+          1,
+          {"DetachRequest  MAC right, COUNT 3", "DetachRequest  MAC right, COUNT 3, taken as null-ciphered",
+           "MAC wrong"}},
+         {eia + " --eea0", 1, {"MAC right, COUNT 3", "DetachRequest  MAC right, COUNT 3", "RTX_E_"}},
+         {wrong + eea,
+          1,
+          {"DetachRequest  RTX_E_MAC_MISMATCH (-70)  MAC wrong, COUNT 3",
+           "DetachRequest  RTX_E_MAC_MISMATCH (-70)  MAC wrong, COUNT 3, taken as null-ciphered",
+           "MAC wrong"}},
+   };
+   for (const auto& each : cases) {
+      const Result result = run("decode --summary" + each.options + " " + file);
+      const auto lines = linesOf(result.text);
+      ASSERT_EQ(lines.size(), 3u) << result.text;
+      for (size_t i = 0; i < 3; ++i) EXPECT_THAT(lines[i], HasSubstr(each.lines[i])) << each.options;
+      EXPECT_EQ(result.code, each.code) << each.options;
+   }
+   // Below the head line in the text; nothing of a wrong code there.
+   EXPECT_THAT(run("decode --frames 2 " + file).text,
+               testing::MatchesRegex(
+                     "frame 2  [^\n]*  S1AP\n   MAC not checked, taken as null-ciphered\nPDU \\{\n(.|\n)*"));
+   EXPECT_EQ(run("decode --quiet " + file).text,
+             "status: RTX_E_NO_SECURITY (-71)\nstatus: RTX_OK (0)\nstatus: RTX_E_NO_SECURITY (-71)\n");
+}
+
+// A capture that begins amid a connection, a message that was captured twice, one that is lost.
+TEST(Capture, CountFollowsTheSequenceNumbersOfEachDirection) {
+   const Folder folder;
+   const auto* vector = &kVectors.front();
+   for (const auto& each : kVectors)
+      if (each.name == "sec-eps-detach-request-2-eea2") vector = &each;
+   const Bytes message(vector->octets.begin(), vector->octets.end());
+   const std::vector<Bytes> frames(2, s1apFrame(13, {field(26, open(message))}));
+   const std::string file = folder.write("x", capture(1, frames));
+   const std::string options = "decode --summary --eea2 " + vector->fact("cipher-key") + " ";
+   // The code alone tells COUNT; without it a message of the same number is the same message.
+   for (const char* count : {"", "--count 3 ", "--count 1 "}) {
+      const Result result = run(options + count + file);
+      EXPECT_EQ(result.code, 0) << result.text;
+      EXPECT_THAT(result.text, testing::ContainsRegex("COUNT 3\n.*COUNT 3\n"));
+   }
+   EXPECT_THAT(run(options + "--count 260 " + file).text, HasSubstr("COUNT 259"));
+   EXPECT_EQ(run(options + "--count 260 --eia2 " + vector->fact("integrity-key") + " " + file).code, 0);
+}
+
+TEST(Capture, RefusesWrongKeys) {
+   const Folder folder;
+   const struct {
+      const char* text;
+      const char* line;
+   } cases[] = {{"a eia2=0011\n", ":1: a key has 16 octets, not 2"},
+                {"\n# none\na eia3=00112233445566778899aabbccddeeff",
+                 ":3: 'eia3=00112233445566778899aabbccddeeff' is none of "},
+                {"a count=x\n", ":1: 'count=x' is none of"},
+                {"a bearer=32\n", ":1: 'bearer=32' is none of"},
+                {"a b eea0\n", ":1: a second name, 'b'"},
+                {"", "can't be read, or empty"}};
+   for (const auto& each : cases) {
+      const Result result = run("decode --keys " + folder.write("keys", each.text) + " 7E005B01");
+      EXPECT_EQ(result.code, 1);
+      EXPECT_THAT(result.text, HasSubstr(each.line));
+   }
 }

@@ -78,13 +78,6 @@ int statusOf(const RtxContext* ctxt, int status, const Protection& protection) {
    return same ? recorded[0] : status;
 }
 
-// Is what came out of a message that was taken as null-ciphered one? Only a message of EPS session management
-// has no more to tell it by than half an octet: it has to be right to its end.
-bool isMessage(Octets octets, const SecurityHeader& header, int status) {
-   if (status >= 0) return true;
-   return octets.size() > header.size && (octets[header.size] & 15) != 2 && status != RTX_E_BAD_CHOICE;
-}
-
 // Statuses that a decoder records before it goes on.
 bool isReport(int status) {
    return status == RTX_E_MAC_MISMATCH || status == RTX_E_BAD_IEI || status == RTX_E_NO_SECURITY;
@@ -273,23 +266,23 @@ bool Decoding::decode(const Given& given) {
 }
 
 // What stands ahead of a message's text. The octets are in the clear as far as they could be opened.
-void Decoding::showHead(const Given& given, Octets octets, int status, bool opened) {
+void Decoding::showHead(const Given& given, Octets octets, int status) {
    if (options_.quiet) return;
    if (options_.summary) {
       if (given.inner) return;
       const SecurityHeader& header = given.protection.header;
       std::string line = headline(given.message) + "  ";
-      line += opened ? names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())))
-                     : "protected";
+      const bool closed = given.protection.closed || (header.ciphered && given.protection.keys == nullptr);
+      line += closed ? "protected"
+                     : names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())));
       if (status < 0) line += "  " + statusName(status);
-      if (const std::string remark = securityRemark(given.protection, opened); !remark.empty())
-         line += "  " + remark;
+      if (const std::string remark = securityRemark(given.protection); !remark.empty()) line += "  " + remark;
       return show(line + "\n");
    }
    if (printed_++ > 0) show("\n");
    if (given.message.frame == nullptr || given.inner) return;
    std::string text = headline(given.message) + "\n";
-   if (const std::string remark = securityRemark(given.protection, opened); !remark.empty())
+   if (const std::string remark = securityRemark(given.protection); !remark.empty())
       text += "   " + remark + "\n";
    show(text);
 }
@@ -311,11 +304,11 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
    if (status < 0) {
       session_.reset();
-      if (!options_.quiet || given.protection.guess) return std::nullopt;
+      if (!options_.quiet || given.protection.mayBeNull) return std::nullopt;
       showStatus(status);
       return false;
    }
-   showHead(given, copy_, status, true);
+   showHead(given, copy_, status);
    if (showsText()) given.type.print(ctxt, printName(given.type).c_str(), value.get());
    showEnd(ctxt, copy_.size());
    const InnerMessage inner = options_.openRP ? innerMessage(given.type, value.get()) : InnerMessage();
@@ -328,6 +321,29 @@ bool Decoding::decodeInner(const Given& given, const InnerMessage& inner) {
    within.protection.direction = given.protection.direction;
    within.inner = true;
    return decode(within);
+}
+
+// Is what came out of a protected message a message of a known type? By half an octet, all that one of EPS
+// session management begins with, nothing is told: it has to be right to its end.
+bool Decoding::isMessage(const Given& given, Octets octets, int status) {
+   const SecurityHeader& header = given.protection.header;
+   if (status >= 0) return true;
+   if (octets.size() <= header.size) return false;
+   const Octets message = octets.subspan(header.size);
+   const bool begins = header.fiveG ? message[0] == 0x7E || message[0] == 0x2E : message[0] == 0x07;
+   return begins && names_.find(given.type, message) != nullptr;
+}
+
+// The status alone.
+int Decoding::tryToDecode(const Given& given) {
+   Session session;
+   RtxContext* ctxt = session.ctxt();
+   if (const int status = Security::prepare(ctxt, given.protection); status < 0) return status;
+   Value value(given.type);
+   if (given.type.init != nullptr) given.type.init(value.get());
+   std::vector<uint8_t> octets = given.octets;
+   rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
+   return statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
 }
 
 bool Decoding::decodeTraced(const Given& given) {
@@ -344,19 +360,22 @@ bool Decoding::decodeTraced(const Given& given) {
    std::vector<uint8_t> octets = given.octets;
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
    status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
-   const SecurityHeader& header = given.protection.header;
-   const bool guessed = given.protection.guess && given.protection.keys != nullptr;
-   if (guessed && !isMessage(octets, header, status)) {
-      // It is ciphered indeed, and ends at its header.
-      Given closed = given;
-      closed.protection.keys = nullptr;
-      return decodeTraced(closed);
+   if (given.protection.mayBeNull && !isMessage(given, octets, status)) {
+      Given other = given;
+      other.protection.mayBeNull = false;
+      if (given.protection.taken) {
+         other.protection.closed = true;
+         return decodeTraced(other);
+      }
+      // The key does not open it; maybe it needs none.
+      other.protection.taken = true;
+      if (isMessage(other, given.octets, tryToDecode(other))) return decodeTraced(other);
    }
 
    const bool macChecked = isMacChecked(given.protection);
    const Stop stop = stopOf(given.type, ctxt, status, macChecked);
    bool good = status >= 0;
-   showHead(given, octets, status, !given.protection.guess || guessed);
+   showHead(given, octets, status);
    if (options_.quiet) {
       if (!good) showStatus(status);
    } else if (showsText()) {

@@ -36,8 +36,10 @@ private:
    bool decode(const Given& given);
    std::optional<bool> decodeQuickly(const Given& given);
    bool decodeTraced(const Given& given);
+   bool isMessage(const Given& given, Octets octets, int status);
+   int tryToDecode(const Given& given);
    bool decodeInner(const Given& given, const struct InnerMessage& inner);
-   void showHead(const Given& given, Octets octets, int status, bool opened);
+   void showHead(const Given& given, Octets octets, int status);
    void showEnd(const RtxContext* ctxt, size_t size);
    void showUndecoded(const Message& message, const std::string& why);
    bool showsText() const { return !options_.quiet && !options_.summary; }

@@ -44,7 +44,7 @@ std::string headline(const Message& message) {
    return line + "  " + finding->carrier;
 }
 
-std::string securityRemark(const Protection& protection, bool opened) {
+std::string securityRemark(const Protection& protection) {
    std::string text;
    switch (protection.mac) {
    case Protection::Mac::none: return text;
@@ -57,8 +57,7 @@ std::string securityRemark(const Protection& protection, bool opened) {
       text += ", COUNT " + std::to_string(protection.count);
       if (!protection.keys->name.empty()) text += ", keys of " + protection.keys->name;
    }
-   if (!protection.guess) return text;
-   if (opened) return text + ", taken as null-ciphered";
+   if (!protection.closed) return protection.taken ? text + ", taken as null-ciphered" : text;
    const std::string letter = protection.header.fiveG ? "n" : "e";
    return text + ", ciphered: opened by --" + letter + "ea2 KEY or --keys FILE, by --" + letter +
           "ea0 if with the null algorithm";
@@ -80,6 +79,11 @@ static TypePlace typePlaceOf(const QuorvaType& type, uint8_t first) {
 }
 
 std::string MessageNames::nameOf(const QuorvaType& type, Octets octets) {
+   const std::string* name = find(type, octets);
+   return name == nullptr ? type.name : *name;
+}
+
+const std::string* MessageNames::find(const QuorvaType& type, Octets octets) {
    const auto [entry, isNew] = names_.try_emplace(&type);
    Names& names = entry->second;
    if (isNew && type.explanation != nullptr) {
@@ -93,15 +97,15 @@ std::string MessageNames::nameOf(const QuorvaType& type, Octets octets) {
          names.try_emplace(discriminator << 8 | number,
                            member.starts_with("obj_") ? member.substr(4) : member);
    }
-   if (octets.empty()) return type.name;
+   if (octets.empty()) return nullptr;
    const uint8_t first = octets[0];
    const bool shortForm =
          type.name == std::string_view("TS24301Msg_PDU") && first >= 0xC0 && (first & 15) == 7;
    const TypePlace place = typePlaceOf(type, first);
-   if (place.at >= octets.size()) return type.name;
+   if (place.at >= octets.size()) return nullptr;
    const uint32_t discriminator = std::string_view(type.name) == "TS24501Msg_PDU" ? first : first & 15;
    const auto found = names.find(discriminator << 8 | (shortForm ? 0u : octets[place.at] & place.mask));
-   return found == names.end() ? type.name : found->second;
+   return found == names.end() ? nullptr : &found->second;
 }
 
 } // namespace quorva::tool

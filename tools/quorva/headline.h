@@ -17,8 +17,8 @@ namespace quorva::tool {
 // "-". A message that is of no capture has its origin.
 std::string headline(const Message& message);
 
-// How the security of a message stands, without keys what is left open; empty for one without.
-std::string securityRemark(const Protection& protection, bool opened);
+// How the security of a message of a capture stands, and what would open it; empty for one without.
+std::string securityRemark(const Protection& protection);
 
 // Names of messages by their octets.
 class MessageNames {
@@ -26,6 +26,9 @@ public:
    // "AttachRequest"; a message that is not known, or has no discriminator, has the name of its type. The
    // octets are in the clear, and begin with the discriminator.
    std::string nameOf(const QuorvaType& type, Octets octets);
+
+   // Null for one that is not known.
+   const std::string* find(const QuorvaType& type, Octets octets);
 
 private:
    using Names = std::unordered_map<uint32_t, std::string>; // by discriminator and message type

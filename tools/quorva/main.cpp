@@ -135,7 +135,7 @@ static int run(int argc, char** argv) {
          ->type_name("HEX|FILE|-");
    decode->add_option("--binary", input.binaryFiles, "The octets of this file are a message; may be repeated")
          ->type_name("FILE")
-         ->expected(1);
+         ->allow_extra_args(false);
    decode->add_option_function<std::string>(
                "--frames",
                [&](const std::string& text) {
@@ -206,7 +206,7 @@ static int run(int argc, char** argv) {
                },
                "Keys of subscribers, a line each: NAME eia2=KEY eea2=KEY")
          ->type_name("FILE")
-         ->expected(1);
+         ->allow_extra_args(false);
 
    std::string pattern = "*";
    CLI::App* types = app.add_subcommand("types", "List the types");

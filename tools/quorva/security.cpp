@@ -184,21 +184,22 @@ Protection Security::protect(Octets octets, Direction direction, const std::stri
          chosen->started[way] = true;
       }
    }
-   protection.guess =
-         protection.header.ciphered && !protection.keys->cipherKey && !protection.keys->nullCipher;
+   protection.mayBeNull = protection.header.ciphered && !protection.keys->nullCipher;
+   protection.taken = protection.mayBeNull && !protection.keys->cipherKey;
    return protection;
 }
 
 int Security::prepare(RtxContext* ctxt, const Protection& protection) {
    const bool uplink = protection.direction == Direction::uplink;
    if (uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
-   if (protection.keys == nullptr) return 0;
+   if (protection.keys == nullptr || protection.closed) return 0;
    int status = rtx3gppSecInitialize(ctxt);
    if (status < 0) return status;
    const auto keyOf = [](const std::optional<Key>& key) { return key ? key->data() : nullptr; };
    const Keys& keys = *protection.keys;
+   const bool deciphers = keys.cipherKey && !protection.taken;
    status = rtx3gppAssignAlgorithmKeys(ctxt, keyOf(keys.integrityKey), keyOf(keys.cipherKey),
-                                       keys.integrityKey ? 2 : 0, keys.cipherKey ? 2 : 0);
+                                       keys.integrityKey ? 2 : 0, deciphers ? 2 : 0);
    if (status < 0) return status;
    ctxt->nasSec->count = protection.count;
    ctxt->nasSec->bearer = protection.bearer;

@@ -37,7 +37,10 @@ struct Protection {
    uint32_t count = 0;
    uint8_t bearer = 0;
    enum class Mac { none, notChecked, noneFits, right, wrong } mac = Mac::none;
-   bool guess = false; // ciphered and no key for it: by the null algorithm if that gives a message
+   // Of a ciphered message in a capture: it may be by the null algorithm, though nobody says so.
+   bool mayBeNull = false;
+   bool taken = false;  // as null-ciphered: no cipher key is used
+   bool closed = false; // it is ciphered indeed, and decoded to the end of its header alone
 };
 
 // Gives each message in turn its keys and its COUNT. The lowest bits of NAS COUNT travel in the message
