@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 using namespace quorva_test;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -291,4 +293,88 @@ TEST(Decode, EndsOnInputWithoutAnEnd) {
    const Result result = run("decode /dev/zero");
    EXPECT_NE(result.code, 0);
    EXPECT_EQ(result.text, "quorva: /dev/zero:1: more than 64 MiB in one message\n");
+}
+
+// Dumps of the same message, by the programs that are named, and as text2pcap reads them.
+TEST(Decode, TakesDumpsWithOffsets) {
+   const std::string text = run("decode " + kAuthRequest).text;
+   const struct {
+      const char* program;
+      const char* dump;
+   } cases[] = {
+         {"od -Ax -tx1", "000000 07 52 06 90 5a da 1e 7d a5 57 ad a1 e7 26 50 e2\n"
+                         "000010 1e e5 e3 10 4b fb 73 f6 b4 55 80 00 b1 90 3a b8\n"
+                         "000020 8a 27 23 7f\n"
+                         "000024\n"},
+         {"od -tx1", "0000000 07 52 06 90 5a da 1e 7d a5 57 ad a1 e7 26 50 e2\n"
+                     "0000020 1e e5 e3 10 4b fb 73 f6 b4 55 80 00 b1 90 3a b8\n"
+                     "0000040 8a 27 23 7f\n"
+                     "0000044\n"},
+         {"xxd", "00000000: 0752 0690 5ada 1e7d a557 ada1 e726 50e2  .R..Z..}.W...&P.\n"
+                 "00000010: 1ee5 e310 4bfb 73f6 b455 8000 b190 3ab8  ....K.s..U....:.\n"
+                 "00000020: 8a27 237f                                .'#.\n"},
+         {"hexdump -C", "00000000  07 52 06 90 5a da 1e 7d  a5 57 ad a1 e7 26 50 e2  |.R..Z..}.W...&P.|\n"
+                        "00000010  1e e5 e3 10 4b fb 73 f6  b4 55 80 00 b1 90 3a b8  |....K.s..U....:.|\n"
+                        "00000020  8a 27 23 7f                                       |.'#.|\n"
+                        "00000024\n"},
+         {"text2pcap, characters that look like digits",
+          "000000 07 52 06 90 5a da 1e 7d a5 57 ad a1 e7 26 50 e2 ab cd ef\n"
+          "000010 1e e5 e3 10 4b fb 73 f6 b4 55 80 00 b1 90 3a b8 12\n"
+          "000020 8a 27 23 7f\n"},
+         {"a protocol analyser", "0000  07 52 06 90 5a da 1e 7d a5 57 ad a1 e7 26 50 e2   .R..Z..}.W...&P.\n"
+                                 "0010  1e e5 e3 10 4b fb 73 f6 b4 55 80 00 b1 90 3a b8   ....K.s..U....:.\n"
+                                 "0020  8a 27 23 7f                                       .'#.\n"},
+         {"octets of C, over lines", "0x07, 0x52, 0x06, 0x90, 0x5a, 0xda, 0x1e, 0x7d, 0xa5, 0x57, 0xad, "
+                                     "0xa1, 0xe7, 0x26, 0x50, 0xe2, 0x1e,\n"
+                                     "0xe5, 0xe3, 0x10, 0x4b, 0xfb, 0x73, 0xf6, 0xb4, 0x55, 0x80, 0x00, "
+                                     "0xb1, 0x90, 0x3a, 0xb8, 0x8a, 0x27, "
+                                     "0x23, 0x7f\n"},
+   };
+   const Folder folder;
+   std::string all;
+   for (const auto& each : cases) {
+      EXPECT_EQ(run("decode " + folder.write("in", each.dump)).text, text) << each.program;
+      all += std::string("# another\n7E005B01\n") + each.dump;
+   }
+   // One behind the other, between messages by themselves.
+   const Result result = run("decode --quiet " + folder.write("all", all));
+   EXPECT_EQ(result.code, 0);
+   EXPECT_EQ(std::count(result.text.begin(), result.text.end(), '\n'), 2 * std::size(cases));
+}
+
+TEST(Decode, TakesDumpsOfAnyKindOnlyIfTheyAreWhole) {
+   const struct {
+      const char* dump;
+      const char* octets; // or the fault
+   } cases[] = {
+         // Lines that are left out, with and without the offset of the end.
+         {"0000000 07 63 42 00\n0000004 00 00 00 00\n*\n0000105\n", "decode --type TS24011Msg_CP_PDU"},
+         {"000000 07 52\n*\n", "needs the offset of its end"},
+         {"000000 07 52 06\n000010 00\n", "offset 000010 doesn't follow the octets ahead of it"},
+         {"0000000 5207 9006\n0000004\n", "1: a dump of words, which exchanges octets"},
+         {"000000 7e 00\n000002 5b 01\n000000 7e 00 5b 01\n000004\n",
+          "status: RTX_OK (0)\nstatus: RTX_OK (0)\n"},
+         {"0000 7e 00 5b 01 .~..\n7E005B01\n", "status: RTX_OK (0)\nstatus: RTX_OK (0)\n"},
+   };
+   const Folder folder;
+   for (size_t i = 1; i < std::size(cases); ++i)
+      EXPECT_THAT(run("decode --quiet " + folder.write("in", cases[i].dump)).text,
+                  HasSubstr(cases[i].octets));
+   // 4 octets, then zeros up to 0105 octal.
+   EXPECT_EQ(run("decode --eps " + folder.write("in", cases[0].dump)).text,
+             run("decode --eps 07634200" + std::string(130, '0')).text);
+}
+
+TEST(Decode, TakesOctetsOfAFile) {
+   const Folder folder;
+   const std::string file = folder.write("m.bin", std::string("\x7e\0\x5b\1", 4));
+   for (const std::string& form : {"decode --binary " + file, "decode --binary - < " + file})
+      EXPECT_EQ(run(form).text, kIdentityRequest);
+   EXPECT_EQ(run("decode --quiet --binary " + file + " --binary " + file + " 7E005B01").text,
+             "status: RTX_OK (0)\nstatus: RTX_OK (0)\nstatus: RTX_OK (0)\n");
+   EXPECT_THAT(run("decode --binary /dev/null").text, HasSubstr("/dev/null: no octets"));
+   EXPECT_THAT(run("decode --binary /dev/zero").text,
+               HasSubstr("/dev/zero: more than 64 MiB in one message"));
+   EXPECT_THAT(run("decode --binary /").text, HasSubstr("/: not readable: "));
+   EXPECT_THAT(run("decode --binary /none").text, HasSubstr("/none: not readable: "));
 }

@@ -81,6 +81,8 @@ std::optional<size_t> Dump::next(std::string_view offset) {
       const auto result = std::from_chars(offset.data(), end, number, kBases[i]);
       if ((bases_ & 1u << i) != 0 && result.ptr == end && result.ec == std::errc()) numbers[i] = number;
    }
+   // Where several fit, it is octal if there are seven digits, as od writes by itself.
+   if (offset.size() == 7) std::swap(numbers[0], numbers[1]);
    const auto take = [&](const auto& fits) {
       for (const auto& number : numbers)
          if (!found && number && fits(*number)) found = number;
@@ -92,6 +94,7 @@ std::optional<size_t> Dump::next(std::string_view offset) {
       // Of the line's end some was characters.
       if (!last_.exact) take([&](size_t number) { return number > least && number < most; });
    }
+   if (offset.size() == 7) std::swap(numbers[0], numbers[1]);
    for (size_t i = 0; found && i < std::size(kBases); ++i)
       if (numbers[i] != found) bases_ &= ~(1u << i);
    return found;
