@@ -27,6 +27,6 @@ need_packages() {
 }
 
 # Packages for the library and its program, and those for the tests beside them.
-build_packages=(cmake ninja-build g++ libcli11-dev)
+build_packages=(cmake ninja-build g++ libcli11-dev libpcap-dev)
 test_packages=(ccache libgtest-dev libgmock-dev libbenchmark-dev tshark valgrind pkgconf
   clang libclang-rt-14-dev llvm clang-format libosmocore-dev)
