@@ -18,17 +18,33 @@ namespace {
 
 constexpr size_t kMessages = 100000;
 
-// A file of messages that goes with the object.
+// A number of a capture's headers.
+void put(std::ofstream& out, uint32_t word) {
+   for (int bit = 24; bit >= 0; bit -= 8) out.put(static_cast<char>(word >> bit));
+}
+
+// A file of messages that goes with the object: a message a line, or a capture with a message a frame.
 class Input {
 public:
-   Input() {
+   explicit Input(bool capture) {
       close(mkstemp(path_));
-      std::vector<std::string> lines;
+      std::vector<std::vector<uint8_t>> messages;
       for (const char* file : {"eps", "5gs", "ts24008"})
          for (const auto& vector : quorva::bench::vectorsOf(file))
-            lines.push_back(quorva::test::hexFromOctets(quorva::bench::plain(vector.octets)));
-      std::ofstream out(path_);
-      for (size_t i = 0; i < kMessages; ++i) out << lines[i % lines.size()] << '\n';
+            messages.push_back(quorva::bench::plain(vector.octets));
+      std::ofstream out(path_, std::ios::binary);
+      for (const uint32_t word : {0xA1B2C3D4u, 0x20004u, 0u, 0u, 65535u, 147u})
+         if (capture) put(out, word);
+      for (size_t i = 0; i < kMessages; ++i) {
+         const auto& message = messages[i % messages.size()];
+         if (!capture) {
+            out << quorva::test::hexFromOctets(message) << '\n';
+            continue;
+         }
+         const auto size = static_cast<uint32_t>(message.size());
+         for (const uint32_t word : {static_cast<uint32_t>(i), 0u, size, size}) put(out, word);
+         out.write(reinterpret_cast<const char*>(message.data()), size);
+      }
    }
    ~Input() { unlink(path_); }
    const char* path() const { return path_; }
@@ -41,8 +57,9 @@ double seconds(const timeval& time) {
    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
 
-void program(benchmark::State& state, const char* command, const char* option) {
-   static const Input input;
+void program(benchmark::State& state, const char* command, const char* option, bool capture = false) {
+   static const Input inputs[] = {Input(false), Input(true)};
+   const Input& input = inputs[capture ? 1 : 0];
    long memory = 0;
    for (auto _ : state) {
       const pid_t child = fork();
@@ -70,5 +87,8 @@ void program(benchmark::State& state, const char* command, const char* option) {
 BENCHMARK_CAPTURE(program, wc, "wc", nullptr)->UseManualTime();
 BENCHMARK_CAPTURE(program, decode, QUORVA_PROGRAM, "--auto")->UseManualTime();
 BENCHMARK_CAPTURE(program, decode quiet, QUORVA_PROGRAM, "--quiet")->UseManualTime();
+BENCHMARK_CAPTURE(program, decode capture, QUORVA_PROGRAM, "--auto", true)->UseManualTime();
+BENCHMARK_CAPTURE(program, decode capture quiet, QUORVA_PROGRAM, "--quiet", true)->UseManualTime();
+BENCHMARK_CAPTURE(program, decode capture summary, QUORVA_PROGRAM, "--summary", true)->UseManualTime();
 
 } // namespace

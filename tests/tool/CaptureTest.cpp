@@ -524,3 +524,14 @@ TEST(Capture, RefusesWrongKeys) {
       EXPECT_THAT(result.text, HasSubstr(each.line));
    }
 }
+
+// The lines that the page of the project shows.
+TEST(Capture, ReadsTheExample) {
+   const std::string folder = QUORVA_TEST_DATA "/../";
+   const std::string command = "decode --summary --keys " + folder + "examples/attach.keys ";
+   const std::string file = folder + "examples/attach.pcapng";
+   const Result result = run(command + file);
+   EXPECT_EQ(result.code, 0);
+   EXPECT_THAT(Folder::read(folder + "README.md"), HasSubstr("attach.pcapng\n" + result.text + "```\n"));
+   EXPECT_EQ(run(command + "- < " + file).text, result.text);
+}
