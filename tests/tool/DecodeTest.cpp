@@ -1,5 +1,6 @@
 // quorva decode: messages in, text out.
 
+#include "tool/captures.h"
 #include "tool/program.h"
 
 #include <gmock/gmock.h>
@@ -232,14 +233,20 @@ TEST(Decode, QuietShowsStatusesOnly) {
    EXPECT_EQ(run("decode --quiet --trace 7E005B01").code, 2);
 }
 
-TEST(Decode, ShowsAMessageBeforeTheNextLineComes) {
+TEST(Decode, ShowsAMessageBeforeTheNextOneComes) {
    const Folder folder;
    const std::string in = folder.file("in"), out = folder.file("out");
    ASSERT_EQ(mkfifo(in.c_str(), 0600), 0);
    ASSERT_EQ(mkfifo(out.c_str(), 0600), 0);
-   const Result result = run("decode <" + in + " >" + out + " & exec 3>" + in + " 4<" + out +
-                             "; echo 7E005B01 >&3; timeout 20 head -n 1 <&4; exec 3>&-; cat <&4 >/dev/null");
-   EXPECT_EQ(result.text, "PDU {\n");
+   // A line, and the first frame of a capture.
+   const std::string line = folder.write("line", "7E005B01\n"),
+                     frame = folder.write("x", capture(148, {bytes("7E005B01")}));
+   for (const std::string& start : {line, frame}) {
+      const Result result =
+            run("decode --summary <" + in + " >" + out + " & exec 3>" + in + " 4<" + out + "; cat " + start +
+                " >&3; timeout 20 head -n 1 <&4; exec 3>&-; cat <&4 >/dev/null");
+      EXPECT_THAT(result.text, HasSubstr("  IdentityRequest5G\n"));
+   }
 }
 
 TEST(Decode, EndsAtALineWithoutEnd) {

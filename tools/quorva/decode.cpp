@@ -1,22 +1,16 @@
 #include "tools/quorva/decode.h"
 
-#include "tools/quorva/headline.h"
+#include "tools/quorva/failure.h"
+#include "tools/quorva/innerMessage.h"
 #include "tools/quorva/partial.h"
 #include "tools/quorva/statusName.h"
 
 #include "quorva/rtxDiag.h"
-#include "quorva/rtxError.h"
-#include "quorva/TS24011Msg.h"
-#include "quorva/TS24301Msg.h"
-#include "quorva/TS24501Msg.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <new>
-#include <sstream>
 #include <string_view>
 
 namespace quorva::tool {
@@ -39,50 +33,6 @@ const char* pduOf(uint8_t first) {
    }
 }
 
-std::vector<std::string> openNames(const RtxContext* ctxt) {
-   std::vector<std::string> names;
-   for (const RtxDListNode* node = ctxt->elemNames.head; node != nullptr; node = node->next)
-      names.emplace_back(static_cast<const char*>(node->data));
-   return names;
-}
-
-std::string joined(const std::vector<std::string>& words, const char* separator) {
-   std::string text;
-   for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
-   return text;
-}
-
-// The failures on record. A wrong code is none if nobody gave a key to check it with.
-std::vector<int> recordedStatuses(const RtxContext* ctxt, bool macChecked) {
-   std::vector<int> statuses;
-   for (const RtxDListNode* node = ctxt->errList.head; node != nullptr; node = node->next) {
-      const int status = static_cast<const RtxErrInfo*>(node->data)->status;
-      // An overall status that was handed up is recorded again; it tells nothing.
-      if (status != RTX_E_MULTIPLE && (macChecked || status != RTX_E_MAC_MISMATCH))
-         statuses.push_back(status);
-   }
-   return statuses;
-}
-
-bool isMacChecked(const Protection& protection) {
-   return protection.mac != Protection::Mac::notChecked && protection.mac != Protection::Mac::noneFits;
-}
-
-// The status of a message, but for a code that was not checked.
-int statusOf(const RtxContext* ctxt, int status, const Protection& protection) {
-   if (isMacChecked(protection) || (status != RTX_E_MAC_MISMATCH && status != RTX_E_MULTIPLE)) return status;
-   const auto recorded = recordedStatuses(ctxt, false);
-   if (recorded.empty()) return 0;
-   const bool same =
-         std::all_of(recorded.begin(), recorded.end(), [&](int each) { return each == recorded[0]; });
-   return same ? recorded[0] : status;
-}
-
-// Statuses that a decoder records before it goes on.
-bool isReport(int status) {
-   return status == RTX_E_MAC_MISMATCH || status == RTX_E_BAD_IEI || status == RTX_E_NO_SECURITY;
-}
-
 constexpr std::string_view goodStatus = "status: RTX_OK (0)\n";
 
 void show(std::string_view text) {
@@ -92,145 +42,6 @@ void show(std::string_view text) {
 void complain(const Message& message, const std::string& text) {
    std::fflush(stdout);
    std::fprintf(stderr, "quorva: %s: %s\n", message.origin().c_str(), text.c_str());
-}
-
-bool isType(const QuorvaType& type, const char* name) {
-   return std::strcmp(type.name, name) == 0;
-}
-
-// Where a decoder stopped. It leaves the names of the place on the stack then, apart from that of an octet
-// string for which there were not enough octets: only the trace has it.
-struct Stop {
-   bool early = false;            // ahead of the message's end
-   std::vector<std::string> path; // of the element, beginning with the type
-};
-
-// The element that was traced last. The members of a path are parted by points, but "u.member" is one.
-std::vector<std::string> lastTraced(const RtxContext* ctxt) {
-   std::vector<std::string> path;
-   const RtxSListNode* node = ctxt->bitFields->fieldList.tail;
-   const auto* field = node == nullptr ? nullptr : static_cast<const RtxDiagBitField*>(node->data);
-   if (field == nullptr || field->elemName == nullptr) return path;
-   std::istringstream names(field->elemName);
-   for (std::string name; std::getline(names, name, '.');) {
-      if (!path.empty() && path.back() == "u") {
-         path.back() += "." + name;
-      } else {
-         path.push_back(name);
-      }
-   }
-   return path;
-}
-
-Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status, bool macChecked) {
-   Stop stop;
-   if (status >= 0) return stop;
-   stop.early = true;
-   stop.path = openNames(ctxt);
-   const auto recorded = recordedStatuses(ctxt, macChecked);
-   const bool onlyReports = !recorded.empty() && std::all_of(recorded.begin(), recorded.end(), isReport);
-   const bool eps = isType(type, "TS24301Msg_PDU");
-   const std::string root = printName(type);
-   if (onlyReports && stop.path.size() <= 1 && (eps || isType(type, "TS24501Msg_PDU"))) {
-      // Without a security state a ciphered message ends at its header. A Service Request, TS 24.301, 8.2.25,
-      // is shorter, is read to its end, and leaves the name of the PDU on the stack.
-      const bool atHeader = ctxt->bufByteIndex == (eps ? 6u : 7u);
-      stop.early = atHeader && recorded.back() == RTX_E_NO_SECURITY;
-      stop.path = {root, eps ? "l3HdrOpts" : "protoDiscr"};
-   } else if (onlyReports && stop.path.empty()) {
-      stop.early = false;
-   } else if (recorded.empty() || recorded.back() == RTX_E_END_OF_DATA) {
-      const auto traced = lastTraced(ctxt);
-      if (traced.size() > stop.path.size() && std::equal(stop.path.begin(), stop.path.end(), traced.begin()))
-         stop.path = traced;
-   }
-   // The look ahead into a 5GS message takes the name of the PDU off the stack.
-   if (!stop.path.empty() && stop.path[0] != root &&
-       !std::string_view(type.name).ends_with("_" + stop.path[0]))
-      stop.path.insert(stop.path.begin(), root);
-   return stop;
-}
-
-// What the failure records of a context tell.
-std::string failureText(const RtxContext* ctxt, int status, const Stop& stop, bool macChecked) {
-   std::string text = "status: " + statusName(status) + "\n";
-   const auto recorded = recordedStatuses(ctxt, macChecked);
-   if (status == RTX_E_MULTIPLE)
-      for (const int each : recorded) text += "   recorded: " + statusName(each) + "\n";
-   std::vector<std::string> parameters;
-   for (size_t i = 0; i < ctxt->errFixed.parmCount; ++i) parameters.emplace_back(ctxt->errFixed.parms[i]);
-   if (rtxErrGetFirstError(ctxt) == RTX_E_MAC_MISMATCH && !macChecked && parameters.size() >= 2)
-      parameters.erase(parameters.begin(), parameters.begin() + 2);
-   if (!recorded.empty() && recorded[0] == RTX_E_MAC_MISMATCH && parameters.size() >= 2) {
-      char line[80];
-      std::snprintf(line, sizeof line, "   wrong MAC: received 0x%08lx, computed 0x%08lx\n",
-                    std::strtoul(parameters[0].c_str(), nullptr, 10),
-                    std::strtoul(parameters[1].c_str(), nullptr, 10));
-      text += line;
-   }
-   if (!parameters.empty()) text += "   parameters: " + joined(parameters, ", ") + "\n";
-   if (stop.early) {
-      // A length may have moved the cursor behind the end.
-      text +=
-            "   at: " + joined(stop.path, ".") +
-            (ctxt->bufByteIndex > ctxt->bufSize ? ", behind the end of "
-                                                : ", octet " + std::to_string(ctxt->bufByteIndex) + " of ") +
-            std::to_string(ctxt->bufSize) + "\n";
-      text += "   decoded so far:\n";
-   }
-   return text;
-}
-
-} // namespace
-
-// A message in the user data of another, which the codec of that one leaves as octets.
-struct InnerMessage {
-   const char* type = nullptr;
-   std::vector<uint8_t> octets;
-};
-
-namespace {
-
-InnerMessage innerMessage(const QuorvaType& type, const void* value) {
-   InnerMessage inner;
-   const auto take = [&inner](const char* name, const uint8_t* octets, size_t count) {
-      inner.type = name;
-      inner.octets.assign(octets, octets + count);
-   };
-   const auto takeUserData = [&take](const TS24011Msg_CP_PDU& pdu) {
-      if (pdu.data.t != 1) return;
-      const auto& data = pdu.data.u.obj_CP_DATA->cpUserData;
-      take("TS24011Msg_RP_PDU", data.data, data.numocts);
-   };
-   if (isType(type, "TS24011Msg_CP_PDU")) {
-      takeUserData(*static_cast<const TS24011Msg_CP_PDU*>(value));
-   } else if (isType(type, "TS24501Msg_PDU")) {
-      // In those of TS 24.501, 8.2.10, 8.2.11 and 8.2.30, the codec has opened the control protocol.
-      const auto* pdu = static_cast<const TS24501Msg_PDU*>(value);
-      const auto takeFrom = [&takeUserData](const auto& message) {
-         if (message.containerType == TS24501IE_PayloadContainerType_sms)
-            takeUserData(message.container.u.sms.cpPdu);
-      };
-      if (pdu->protoDiscr != TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) return inner;
-      switch (pdu->msgType) {
-      case 0x67: takeFrom(*pdu->data.u.obj_ULNASTrans5G); break;
-      case 0x68: takeFrom(*pdu->data.u.obj_DLNASTrans5G); break;
-      case 0x4F:
-         if (pdu->data.u.obj_ControlPlaneServReq5G->m.containerPresent)
-            takeFrom(*pdu->data.u.obj_ControlPlaneServReq5G);
-         break;
-      default: break;
-      }
-   } else if (isType(type, "TS24301Msg_PDU")) {
-      // The transport messages of TS 24.301, 8.2.12 and 8.2.30, carry a message of the control protocol.
-      const auto* pdu = static_cast<const TS24301Msg_PDU*>(value);
-      const bool downlink = pdu->msgType == 0x62;
-      if (pdu->protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt && (downlink || pdu->msgType == 0x63)) {
-         const auto* container = downlink ? pdu->data.u.obj_DLNASTransport : pdu->data.u.obj_ULNASTransport;
-         take("TS24011Msg_CP_PDU", container->data, container->numocts);
-      }
-   }
-   return inner;
 }
 
 // What the messages of a terminal have in common: the ends of their connection, in either direction, and its
@@ -301,7 +112,7 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    if (given.type.init != nullptr) given.type.init(value.get());
    copy_ = given.octets;
    rtxCtxtSetBufPtr(ctxt, copy_.data(), copy_.size());
-   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
+   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
    if (status < 0) {
       session_.reset();
       if (!options_.quiet || given.protection.mayBeNull) return std::nullopt;
@@ -343,7 +154,7 @@ int Decoding::tryToDecode(const Given& given) {
    if (given.type.init != nullptr) given.type.init(value.get());
    std::vector<uint8_t> octets = given.octets;
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-   return statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
+   return statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
 }
 
 bool Decoding::decodeTraced(const Given& given) {
@@ -359,7 +170,7 @@ bool Decoding::decodeTraced(const Given& given) {
    if (given.type.init != nullptr) given.type.init(value.get());
    std::vector<uint8_t> octets = given.octets;
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection);
+   status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
    if (given.protection.mayBeNull && !isMessage(given, octets, status)) {
       Given other = given;
       other.protection.mayBeNull = false;
@@ -372,7 +183,7 @@ bool Decoding::decodeTraced(const Given& given) {
       if (isMessage(other, given.octets, tryToDecode(other))) return decodeTraced(other);
    }
 
-   const bool macChecked = isMacChecked(given.protection);
+   const bool macChecked = given.protection.macChecked();
    const Stop stop = stopOf(given.type, ctxt, status, macChecked);
    bool good = status >= 0;
    showHead(given, octets, status);

@@ -37,6 +37,7 @@ struct Protection {
    uint32_t count = 0;
    uint8_t bearer = 0;
    enum class Mac { none, notChecked, noneFits, right, wrong } mac = Mac::none;
+   bool macChecked() const { return mac != Mac::notChecked && mac != Mac::noneFits; }
    // Of a ciphered message in a capture: it may be by the null algorithm, though nobody says so.
    bool mayBeNull = false;
    bool taken = false;  // as null-ciphered: no cipher key is used

@@ -62,6 +62,10 @@ bool Session::startTrace() {
    return true;
 }
 
+bool isType(const QuorvaType& type, std::string_view name) {
+   return type.name == name;
+}
+
 std::string printName(const QuorvaType& type) {
    const std::string name = type.name;
    if (name.ends_with("_PDU")) return "PDU";

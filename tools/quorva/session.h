@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorva::tool {
@@ -53,6 +54,8 @@ public:
 private:
    std::vector<std::max_align_t> memory_;
 };
+
+bool isType(const QuorvaType& type, std::string_view name);
 
 // What a value of a type is called in print: a PDU is "PDU", another type has its name without the module.
 std::string printName(const QuorvaType& type);
