@@ -221,6 +221,8 @@ TEST(Capture, CutAnywhereItEndsWithALine) {
          }
          EXPECT_EQ(result.code, 1) << length;
          EXPECT_THAT(result.text, HasSubstr("quorva: ")) << length;
+         const bool within = length > each.borders[0];
+         EXPECT_EQ(result.text.find("breaks off behind frame 1: ") != std::string::npos, within) << length;
          EXPECT_THAT(result.text, EndsWith("\n")) << length;
       }
    }
@@ -281,12 +283,12 @@ TEST(Capture, RefusesWithALine) {
    const struct {
       Bytes octets;
       const char* line;
-   } cases[] = {
-         {bytes("1f8b0800000000000003"), "compressed; try: gzip -dc"},
-         {captureNg(147, {kIdentity}, 148), "the capture ends here: an interface has a type 148 different"},
-         {capture(105, one), "no carrier of messages is known on link type 105 (IEEE802_11)"},
-         {capture(1, one), "no message"},
-         {bytes("a1b2c3d400630004") + Bytes(16, '\0'), "the capture ends here: "}};
+   } cases[] = {{bytes("1f8b0800000000000003"), "compressed; try: gzip -dc"},
+                {captureNg(147, {kIdentity}, 148),
+                 "standard input: can't be read as a capture: an interface has a type 148 different"},
+                {capture(105, one), "no carrier of messages is known on link type 105 (IEEE802_11)"},
+                {capture(1, one), "no message"},
+                {bytes("a1b2c3d400630004") + Bytes(16, '\0'), "can't be read as a capture: "}};
    for (const auto& each : cases) {
       const Result result = run("decode < " + folder.write("x", each.octets));
       EXPECT_EQ(result.code, 1);

@@ -66,8 +66,10 @@ void readCapture(Source& source, const std::string& name, const InputOptions& op
    }
    const auto link = options.links.find(file.linkType());
    const char* const linked = link == options.links.end() ? nullptr : link->second.c_str();
+   size_t last = 0;
    while (const auto frame = file.next()) {
       if (options.frames.isBehind(frame->number)) return;
+      last = frame->number;
       message.frame = &*frame;
       message.wanted = options.frames.contains(frame->number);
       carriers.find(file.linkType(), frame->octets, [&](const capture::Finding& found) {
@@ -84,11 +86,13 @@ void readCapture(Source& source, const std::string& name, const InputOptions& op
       });
    }
    if (file.fault().empty()) return;
-   message.finding = nullptr;
-   message.wanted = true;
-   message.octets.clear();
-   message.fault = "the capture ends here: " + file.fault();
-   take(message);
+   // No frame is at hand any more.
+   Message end;
+   end.source = name;
+   end.fault = (last == 0 ? "can't be read as a capture: "
+                          : "the capture breaks off behind frame " + std::to_string(last) + ": ") +
+               file.fault();
+   take(end);
 }
 
 } // namespace quorva::tool
