@@ -82,7 +82,7 @@ void Decoding::showHead(const Given& given, Octets octets, int status) {
    if (options_.summary) {
       if (given.inner) return;
       const SecurityHeader& header = given.protection.header;
-      std::string line = headline(given.message) + "  ";
+      std::string line = headlines_.of(given.message) + "  ";
       const bool closed = given.protection.closed || (header.ciphered && given.protection.keys == nullptr);
       line += closed ? "protected"
                      : names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())));
@@ -92,7 +92,7 @@ void Decoding::showHead(const Given& given, Octets octets, int status) {
    }
    if (printed_++ > 0) show("\n");
    if (given.message.frame == nullptr || given.inner) return;
-   std::string text = headline(given.message) + "\n";
+   std::string text = headlines_.of(given.message) + "\n";
    if (const std::string remark = securityRemark(given.protection); !remark.empty())
       text += "   " + remark + "\n";
    show(text);
@@ -259,7 +259,7 @@ const QuorvaType* Decoding::typeOf(const Message& message) {
 void Decoding::showUndecoded(const Message& message, const std::string& why) {
    if (options_.quiet) return showStatus(RTX_E_UNSUPPORTED);
    if (!options_.summary && printed_++ > 0) show("\n");
-   show(headline(message) + (options_.summary ? "  " : "\n   ") + why + "\n");
+   show(headlines_.of(message) + (options_.summary ? "  " : "\n   ") + why + "\n");
 }
 
 bool Decoding::decode(const Message& message) {

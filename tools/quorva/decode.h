@@ -49,6 +49,7 @@ private:
    const DecodeOptions& options_;
    Security security_;
    MessageNames names_;
+   Headlines headlines_;
    std::optional<Session> session_;   // of messages that decode well
    const QuorvaType* type_ = nullptr; // of the last message
    std::vector<uint8_t> copy_;

@@ -2,26 +2,31 @@
 
 #include <arpa/inet.h>
 
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
 #include <ctime>
 #include <sstream>
 
 namespace quorva::tool {
 
-static std::string timeText(const capture::Frame& frame) {
-   const auto seconds = static_cast<std::time_t>(frame.seconds);
-   std::tm time{};
-   char text[40] = "";
-   if (gmtime_r(&seconds, &time) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &time);
-   char fraction[16];
-   // Nanoseconds where there are any.
-   if (frame.nanoseconds % 1000 == 0) {
-      std::snprintf(fraction, sizeof fraction, ".%06uZ", frame.nanoseconds / 1000);
-   } else {
-      std::snprintf(fraction, sizeof fraction, ".%09uZ", frame.nanoseconds);
+// Frames follow one another within a second.
+const std::string& Headlines::secondText(int64_t seconds) {
+   if (second_.empty() || seconds != seconds_) {
+      const auto time = static_cast<std::time_t>(seconds);
+      std::tm parts{};
+      char text[40] = "";
+      if (gmtime_r(&time, &parts) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.", &parts);
+      second_ = text;
+      seconds_ = seconds;
    }
-   return std::string(text) + fraction;
+   return second_;
+}
+
+// With nanoseconds where there are any.
+static std::string fractionText(uint32_t nanoseconds) {
+   const bool micro = nanoseconds % 1000 == 0;
+   std::string digits = std::to_string(micro ? nanoseconds / 1000 : nanoseconds);
+   digits.insert(0, std::max<size_t>(micro ? 6 : 9, digits.size()) - digits.size(), '0');
+   return digits;
 }
 
 static std::string addressText(const capture::Address& address) {
@@ -31,9 +36,11 @@ static std::string addressText(const capture::Address& address) {
    return done == nullptr ? "-" : done;
 }
 
-std::string headline(const Message& message) {
+std::string Headlines::of(const Message& message) {
    if (message.frame == nullptr) return message.origin();
-   std::string line = "frame " + std::to_string(message.frame->number) + "  " + timeText(*message.frame);
+   const capture::Frame& frame = *message.frame;
+   std::string line = "frame " + std::to_string(frame.number) + "  ";
+   line.append(secondText(frame.seconds)).append(fractionText(frame.nanoseconds)) += 'Z';
    const capture::Finding* finding = message.finding;
    if (finding == nullptr) return line;
    static constexpr const char* kDirections[] = {"-", "uplink", "downlink"};

@@ -12,10 +12,19 @@
 
 namespace quorva::tool {
 
-// "frame 12  2021-05-05T20:08:31.293502Z  uplink  172.16.10.104 > 172.16.10.101  S1AP"; what is not known is
-// a
-// "-". A message that is of no capture has its origin.
-std::string headline(const Message& message);
+// Lines like "frame 12  2021-05-05T20:08:31.293502Z  uplink  172.16.10.104 > 172.16.10.101  S1AP"; what is
+// not known is a "-".
+class Headlines {
+public:
+   // A message that is of no capture has its origin.
+   std::string of(const Message& message);
+
+private:
+   const std::string& secondText(int64_t seconds);
+
+   int64_t seconds_ = 0; // of the last frame
+   std::string second_;
+};
 
 // How the security of a message of a capture stands, and what would open it; empty for one without.
 std::string securityRemark(const Protection& protection);
