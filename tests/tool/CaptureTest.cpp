@@ -3,6 +3,8 @@
 #include "tool/captures.h"
 #include "tool/program.h"
 
+#include "quorva/registry.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -116,6 +118,21 @@ static std::vector<Carried> everyCarrier() {
          {1, s1apFrame(12, {field(8, bytes("0001")), field(26, open(kDetach))}), kDetach,
           "uplink  192.0.2.1 > 192.0.2.2  S1AP"},
          {248, sctp(18u << 24, applicationPdu(11, {field(26, open(kDetach))})), kDetach, "downlink  -  S1AP"},
+         // Without a payload number, by the port; in a chunk of RFC 8260; behind so much that lengths are in
+         // fragments.
+         {1, ethernet(ipv4(132, sctp(0, applicationPdu(16, {field(26, open(kDetach))})))), kDetach,
+          "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {1,
+          ethernet(ipv4(132, bytes("8e3c8e3c0000000000000000"
+                                   "40030023"
+                                   "00000001"
+                                   "00000000"
+                                   "00000000"
+                                   "00000012") +
+                                   applicationPdu(11, {field(26, open(kIdentity))}) + bytes("00"))),
+          kIdentity, "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
+         {1, s1apFrame(11, {field(999, Bytes(40000, 'x')), field(26, open(kIdentity))}), kIdentity,
+          "downlink  192.0.2.1 > 192.0.2.2  S1AP"},
          {1,
           s1apFrame(9, {field(24, bytes("00") +
                                         field(52, bytes("45") + kQosWithRates + kTunnel + open(kIdentity)))}),
@@ -255,11 +272,11 @@ TEST(Capture, ReportsWhatItCanNotRead) {
          {ethernet(ipv4(132, sctp(18, bytes("2000") + pdu.substr(2)))), nullptr}, // an answer
          {um("03020f0518012b2b"), "LAPDm segment: segments are not put together"},
          {um("0302090519012b2b"), "LAPDm segment"}, // the rest of it
-         {um("590601", false, 1), "TS44018Msg_L2_PSEUDO_LEN_PDU: no module of the library decodes it"},
-         {um("00000303090627", false, 0x88), "TS44018Msg_L2_PSEUDO_LEN_PDU: no module"},
-         {um("0300090627"), "TS44018Msg_DL_DCCH_PDU: no module"},
-         {um("013f090627", true), "TS44018Msg_UL_DCCH_PDU: no module"},
-         {um("00000103090615", true, 0x88), "TS44018Msg_UL_SACCH_PDU: no module"},
+         {um("590601", false, 1), "TS44018Msg_L2_PSEUDO_LEN_PDU"},
+         {um("00000303090627", false, 0x88), "TS44018Msg_L2_PSEUDO_LEN_PDU"},
+         {um("0300090627"), "TS44018Msg_DL_DCCH_PDU"},
+         {um("013f090627", true), "TS44018Msg_UL_DCCH_PDU"},
+         {um("00000103090615", true, 0x88), "TS44018Msg_UL_SACCH_PDU"},
          {um("0361010627"), nullptr},  // an acknowledgement without a message
          {um("00", true, 3), nullptr}, // a random access burst
    };
@@ -269,11 +286,14 @@ TEST(Capture, ReportsWhatItCanNotRead) {
    EXPECT_EQ(result.code, 1);
    for (size_t i = 0; i < frames.size(); ++i) {
       const std::string frame = "frame " + std::to_string(i + 1) + "(:|  )[^\n]*";
-      if (cases[i].line == nullptr) {
-         EXPECT_THAT(result.text, Not(testing::ContainsRegex(frame)));
-      } else {
-         EXPECT_THAT(result.text, testing::ContainsRegex(frame + cases[i].line));
-      }
+      std::string line = cases[i].line == nullptr ? "" : cases[i].line;
+      // A radio message is named until a module has it.
+      if (line.starts_with("TS44018"))
+         line = quorvaFindType(line.c_str()) != nullptr ? ""
+                                                        : line + ": no module of the library decodes it\n";
+      EXPECT_THAT(result.text,
+                  testing::Conditional(cases[i].line == nullptr, Not(testing::ContainsRegex(frame)),
+                                       testing::ContainsRegex(frame + line)));
    }
 }
 
@@ -326,6 +346,26 @@ TEST(Capture, ALinkIsWhatTheOptionSays) {
              "frame 2  2023-11-14T22:13:20.250000Z  -  -  USER3  IdentityRequest\n");
    for (const char* link : {"150", "146=eps", "150=nonsense", "150=eps,,"})
       EXPECT_EQ(run(std::string("decode --link ") + link + " " + file).code, 2) << link;
+}
+
+// Chunks in a packet, and bearers in a list.
+TEST(Capture, FindsAllMessagesOfAFrame) {
+   const Folder folder;
+   const auto bearer = [](const Bytes& message) {
+      return field(17, bytes("0a") + kQos + kTunnel + open(message));
+   };
+   const Bytes setup =
+         applicationPdu(5, {field(16, bytes("01") + bearer(kIdentity) + bearer(bytes("0746")))});
+   const Bytes acknowledgement = bytes("03000010"
+                                       "00000001"
+                                       "00001000"
+                                       "00000000");
+   const Bytes packet = sctp(18, setup).insert(12, acknowledgement) +
+                        sctp(18, applicationPdu(13, {field(26, open(kDetach))})).substr(12);
+   EXPECT_EQ(run("decode --summary " + folder.write("x", capture(248, {packet}))).text,
+             "frame 1  2023-11-14T22:13:20.000000Z  downlink  -  S1AP  IdentReq\n"
+             "frame 1  2023-11-14T22:13:20.000000Z  downlink  -  S1AP  DetachAccept\n"
+             "frame 1  2023-11-14T22:13:20.000000Z  uplink  -  S1AP  DetachRequest\n");
 }
 
 // Nanoseconds where a capture has them; both octet orders.
