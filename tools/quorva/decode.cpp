@@ -145,16 +145,17 @@ bool Decoding::isMessage(const Given& given, Octets octets, int status) {
    return begins && names_.find(given.type, message) != nullptr;
 }
 
-// The status alone.
-int Decoding::tryToDecode(const Given& given) {
+// Does it come to a message with this protection?
+bool Decoding::opens(const Given& given) {
    Session session;
    RtxContext* ctxt = session.ctxt();
-   if (const int status = Security::prepare(ctxt, given.protection); status < 0) return status;
+   if (Security::prepare(ctxt, given.protection) < 0) return false;
    Value value(given.type);
    if (given.type.init != nullptr) given.type.init(value.get());
    std::vector<uint8_t> octets = given.octets;
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-   return statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
+   const int status = given.type.decode(ctxt, value.get());
+   return isMessage(given, octets, statusOf(ctxt, status, given.protection.macChecked()));
 }
 
 bool Decoding::decodeTraced(const Given& given) {
@@ -172,15 +173,14 @@ bool Decoding::decodeTraced(const Given& given) {
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
    status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
    if (given.protection.mayBeNull && !isMessage(given, octets, status)) {
+      // The key does not open it, maybe it needs none; or the other way round.
+      const Protection& protection = given.protection;
       Given other = given;
       other.protection.mayBeNull = false;
-      if (given.protection.taken) {
-         other.protection.closed = true;
-         return decodeTraced(other);
-      }
-      // The key does not open it; maybe it needs none.
-      other.protection.taken = true;
-      if (isMessage(other, given.octets, tryToDecode(other))) return decodeTraced(other);
+      other.protection.taken = !protection.taken;
+      if (protection.keys->cipherKey && opens(other)) return decodeTraced(other);
+      other.protection.closed = !protection.keys->cipherKey || protection.cipher.value_or(2) != 2;
+      if (other.protection.closed) return decodeTraced(other);
    }
 
    const bool macChecked = given.protection.macChecked();

@@ -37,7 +37,7 @@ private:
    std::optional<bool> decodeQuickly(const Given& given);
    bool decodeTraced(const Given& given);
    bool isMessage(const Given& given, Octets octets, int status);
-   int tryToDecode(const Given& given);
+   bool opens(const Given& given);
    bool decodeInner(const Given& given, const struct InnerMessage& inner);
    void showHead(const Given& given, Octets octets, int status);
    void showEnd(const RtxContext* ctxt, size_t size);

@@ -64,10 +64,16 @@ std::string securityRemark(const Protection& protection) {
       text += ", COUNT " + std::to_string(protection.count);
       if (!protection.keys->name.empty()) text += ", keys of " + protection.keys->name;
    }
-   if (!protection.closed) return protection.taken ? text + ", taken as null-ciphered" : text;
+   if (!protection.closed) {
+      if (!protection.taken) return text;
+      return text + (protection.cipher == uint8_t{0} ? ", null-ciphered" : ", taken as null-ciphered");
+   }
    const std::string letter = protection.header.fiveG ? "n" : "e";
-   return text + ", ciphered: opened by --" + letter + "ea2 KEY or --keys FILE, by --" + letter +
-          "ea0 if with the null algorithm";
+   if (protection.cipher && *protection.cipher != 2)
+      return text + ", ciphered by " + (protection.header.fiveG ? "5G-EA" : "EEA") +
+             std::to_string(*protection.cipher) + ", which the library does not have";
+   return text + ", ciphered: opened by --" + letter + "ea2 KEY or --keys FILE" +
+          (protection.cipher ? "" : ", by --" + letter + "ea0 if with the null algorithm");
 }
 
 // Where the message type stands, and which of its bits count.

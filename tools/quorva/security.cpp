@@ -134,6 +134,21 @@ bool Security::findCount(Subscriber& subscriber, Octets octets, Protection& prot
    return subscriber.started[way] = true;
 }
 
+// The ciphering algorithm that a Security Mode Command selects: TS 24.301, 8.2.20, and TS 24.501, 8.2.25.
+static std::optional<uint8_t> cipherOf(Octets octets, const SecurityHeader& header) {
+   if (!header.newContext || header.ciphered) return std::nullopt;
+   const Octets message = octets.subspan(header.size);
+   const size_t type = header.fiveG ? 2 : 1;
+   if (message.size() < type + 2 || message[0] != (header.fiveG ? 0x7E : 0x07) || message[type] != 0x5D)
+      return std::nullopt;
+   return static_cast<uint8_t>(message[type + 1] >> 4 & (header.fiveG ? 15 : 7));
+}
+
+Security::Terminal& Security::terminalOf(const std::string& name) {
+   if (terminals_.size() >= kMostTerminals) terminals_.clear();
+   return terminals_[name];
+}
+
 Protection Security::protect(Octets octets, Direction direction, const std::string& terminal) {
    Protection protection;
    protection.header = securityHeaderOf(octets);
@@ -143,8 +158,8 @@ Protection Security::protect(Octets octets, Direction direction, const std::stri
    if (!protection.header.present) return protection;
    protection.keys = &kNoKeys;
    protection.mac = Protection::Mac::notChecked;
-   const auto known = subscriberOf_.find(terminal);
-   Subscriber* chosen = known == subscriberOf_.end() ? nullptr : &subscribers_[known->second];
+   Terminal& known = terminalOf(terminal);
+   Subscriber* chosen = known.subscriber ? &subscribers_[*known.subscriber] : nullptr;
    // BEARER of EPS is 0, that of 5GS the identifier of the access: 1 is that of 3GPP (TS 33.501, 6.4.2.2).
    const auto bearerOf = [&](const Subscriber& subscriber) {
       return subscriber.keys.bearer.value_or(protection.header.fiveG ? 1 : 0);
@@ -157,8 +172,7 @@ Protection Security::protect(Octets octets, Direction direction, const std::stri
    for (Subscriber& each : subscribers_)
       if (right == nullptr && &each != chosen && isRight(each)) right = &each;
    if (right != nullptr) {
-      if (subscriberOf_.size() >= kMostTerminals) subscriberOf_.clear();
-      subscriberOf_[terminal] = static_cast<size_t>(right - subscribers_.data());
+      known.subscriber = static_cast<size_t>(right - subscribers_.data());
       protection.mac = Protection::Mac::right;
       chosen = right;
    } else {
@@ -184,8 +198,15 @@ Protection Security::protect(Octets octets, Direction direction, const std::stri
          chosen->started[way] = true;
       }
    }
-   protection.mayBeNull = protection.header.ciphered && !protection.keys->nullCipher;
-   protection.taken = protection.mayBeNull && !protection.keys->cipherKey;
+   // Without a name it could be a terminal as well as another.
+   if (!terminal.empty()) {
+      if (const auto cipher = cipherOf(octets, protection.header)) known.cipher = cipher;
+      protection.cipher = known.cipher;
+   }
+   if (!protection.header.ciphered || protection.keys->nullCipher) return protection;
+   protection.mayBeNull = true;
+   // The command may be of another connection with the same name.
+   protection.taken = !protection.keys->cipherKey || protection.cipher == uint8_t{0};
    return protection;
 }
 

@@ -40,8 +40,9 @@ struct Protection {
    bool macChecked() const { return mac != Mac::notChecked && mac != Mac::noneFits; }
    // Of a ciphered message in a capture: it may be by the null algorithm, though nobody says so.
    bool mayBeNull = false;
-   bool taken = false;  // as null-ciphered: no cipher key is used
-   bool closed = false; // it is ciphered indeed, and decoded to the end of its header alone
+   bool taken = false;            // as null-ciphered: no cipher key is used
+   bool closed = false;           // it is decoded to the end of its header alone
+   std::optional<uint8_t> cipher; // algorithm, where a Security Mode Command of the capture tells it
 };
 
 // Gives each message in turn its keys and its COUNT. The lowest bits of NAS COUNT travel in the message
@@ -68,13 +69,19 @@ private:
       uint32_t next[2] = {};
       bool started[2] = {};
    };
+   // What is known of a terminal's connection.
+   struct Terminal {
+      std::optional<size_t> subscriber; // whose keys fit
+      std::optional<uint8_t> cipher;    // algorithm of the last Security Mode Command
+   };
+   Terminal& terminalOf(const std::string& name);
    bool findCount(Subscriber& subscriber, Octets octets, Protection& protection);
    bool macFits(const Keys& keys, Octets octets, const Protection& protection);
 
    const SecurityOptions& options_;
    std::vector<Subscriber> subscribers_;
-   std::map<std::string, size_t> subscriberOf_; // terminals whose keys are found
-   std::optional<Session> session_;             // to compute codes in
+   std::map<std::string, Terminal> terminals_;
+   std::optional<Session> session_; // to compute codes in
 };
 
 } // namespace quorva::tool
