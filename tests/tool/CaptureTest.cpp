@@ -581,6 +581,22 @@ TEST(Capture, CountFollowsTheSequenceNumbersOfEachDirection) {
    EXPECT_EQ(run(options + "--count 260 --eia2 " + vector->fact("integrity-key") + " " + file).code, 0);
 }
 
+// Keys of a file serve messages that are given by themselves as well.
+TEST(Capture, KeysServeHexadecimalTextToo) {
+   const Folder folder;
+   const SecuredCapture secured = securedCapture();
+   const auto& vector = *secured.vectors[0];
+   const std::string message = quorva::test::hexFromOctets(vector.octets);
+   const std::string uplink = vector.number("direction") == 0 ? "--uplink " : "";
+   EXPECT_THAT(run("decode " + uplink + "--keys " + folder.write("keys", secured.keys) + " " + message).text,
+               StartsWith("   MAC right, COUNT " + std::to_string(vector.number("count")) +
+                          ", keys of sim0\nPDU {\n"));
+   const std::string other =
+         folder.write("keys", "eia2=00112233445566778899aabbccddeeff\neia2=" + std::string(32, '0'));
+   EXPECT_THAT(run("decode " + uplink + "--keys " + other + " " + message).text,
+               StartsWith("   MAC not checked: no keys given fit\nPDU {\n"));
+}
+
 TEST(Capture, RefusesWrongKeys) {
    const Folder folder;
    const struct {

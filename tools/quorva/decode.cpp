@@ -91,8 +91,9 @@ void Decoding::showHead(const Given& given, Octets octets, int status) {
       return show(line + "\n");
    }
    if (printed_++ > 0) show("\n");
-   if (given.message.frame == nullptr || given.inner) return;
-   std::string text = headlines_.of(given.message) + "\n";
+   if (given.inner) return;
+   std::string text;
+   if (given.message.frame != nullptr) text = headlines_.of(given.message) + "\n";
    if (const std::string remark = securityRemark(given.protection); !remark.empty())
       text += "   " + remark + "\n";
    show(text);
