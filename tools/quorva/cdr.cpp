@@ -13,9 +13,6 @@
 #include <cstring>
 #include <vector>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace quorva::tool {
 
 namespace {
@@ -145,18 +142,13 @@ private:
 } // namespace
 
 bool listRecords(const std::string& file, bool octets) {
-   const int descriptor = file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
    bool good = false;
-   int error = descriptor < 0 ? errno : 0;
-   if (descriptor >= 0) {
-      Source source(descriptor);
-      if (source.fill() || !source.failed()) good = ChargingFile(source, octets).list();
-      error = source.error();
-      if (descriptor != STDIN_FILENO) close(descriptor);
-   }
-   if (error != 0)
-      std::fprintf(stderr, "quorva: %s: can't be read: %s\n", file.c_str(), std::strerror(error));
-   return good && error == 0;
+   const auto list = [&](Source& source) {
+      if (source.fill() || !source.failed()) good = ChargingFile(source, octets).list() && !source.failed();
+   };
+   if (readFrom(file, list)) return good;
+   std::fprintf(stderr, "quorva: %s: can't be read: %s\n", file.c_str(), std::strerror(errno));
+   return false;
 }
 
 } // namespace quorva::tool

@@ -11,9 +11,6 @@
 #include <optional>
 #include <string_view>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace quorva::tool {
 
 namespace {
@@ -142,33 +139,9 @@ void readSource(Source& source, const std::string& name, const InputOptions& opt
    TextReader(source, name, take).read();
 }
 
-using Read = std::function<void(Source&)>;
-
-// False, with the reason in errno, if there is nothing that can be read.
-bool withFile(const std::string& name, const Read& read) {
-   const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-   if (file < 0) return false;
-   Source source(file);
-   read(source);
-   close(file);
-   errno = source.error();
-   return !source.failed() || source.readAny(); // a directory opens, and fails at its first octet
-}
-
 const std::string& titleOf(const std::string& name) {
    static const std::string standardInput = "standard input";
    return name == "-" ? standardInput : name;
-}
-
-// By its name; "-" is standard input.
-void readNamed(const std::string& name, const char* unreadable, const TakeMessage& take, const Read& read) {
-   if (name != "-") {
-      if (!withFile(name, read)) take({name, 0, {}, std::string(unreadable) + std::strerror(errno)});
-      return;
-   }
-   Source source(STDIN_FILENO);
-   read(source);
-   if (source.failed() && !source.readAny()) take({titleOf(name), 0, {}, kNotToItsEnd});
 }
 
 } // namespace
@@ -180,13 +153,17 @@ std::string Message::origin() const {
 
 void readMessages(const InputOptions& options, const TakeMessage& take) {
    const auto& arguments = options.arguments;
-   const auto readArgument = [&](const std::string& name) {
-      readNamed(name, "neither hexadecimal text nor a readable file: ", take,
-                [&](Source& source) { readSource(source, titleOf(name), options, take); });
+   const auto complain = [&](const std::string& name, const char* what) {
+      take({titleOf(name), 0, {}, what + std::string(std::strerror(errno))});
    };
-   for (const std::string& name : options.binaryFiles)
-      readNamed(name, "not readable: ", take,
-                [&](Source& source) { readBinary(source, titleOf(name), take); });
+   const auto readArgument = [&](const std::string& name) {
+      const auto read = [&](Source& source) { readSource(source, titleOf(name), options, take); };
+      if (!readFrom(name, read)) complain(name, "neither hexadecimal text nor a readable file: ");
+   };
+   for (const std::string& name : options.binaryFiles) {
+      const auto read = [&](Source& source) { readBinary(source, titleOf(name), take); };
+      if (!readFrom(name, read)) complain(name, "not readable: ");
+   }
    size_t given = 0; // messages on the command line itself
    for (size_t i = 0; i < arguments.size(); ++i) {
       const std::string& argument = arguments[i];

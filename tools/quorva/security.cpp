@@ -52,6 +52,15 @@ Security::Security(const SecurityOptions& options) : options_(options) {
    }
 }
 
+// DIRECTION, TS 33.401, B.1.1.
+static uint8_t wayOf(Direction direction) {
+   return direction == Direction::uplink ? 0 : 1;
+}
+
+Direction Security::givenDirection() const {
+   return options_.uplink ? Direction::uplink : Direction::downlink;
+}
+
 // The next COUNT that ends in the sequence number.
 static uint32_t countBehind(uint32_t next, const SecurityHeader& header) {
    const uint32_t range = 1u << header.sequenceBits;
@@ -67,14 +76,13 @@ static uint32_t countNear(uint32_t next, const SecurityHeader& header) {
 }
 
 Protection Security::protect(Octets octets) {
-   if (!options_.subscribers.empty())
-      return protect(octets, options_.uplink ? Direction::uplink : Direction::downlink, {});
+   if (!options_.subscribers.empty()) return protect(octets, givenDirection(), {});
    Protection protection;
    protection.header = securityHeaderOf(octets);
-   protection.direction = options_.uplink ? Direction::uplink : Direction::downlink;
+   protection.direction = givenDirection();
    if (subscribers_.empty()) return protection;
    Subscriber& own = subscribers_.front();
-   const size_t way = options_.uplink ? 0 : 1;
+   const size_t way = wayOf(protection.direction);
    protection.keys = &own.keys;
    protection.bearer = own.keys.bearer.value_or(0);
    const bool exact = !own.started[way] && own.keys.count.has_value();
@@ -111,7 +119,7 @@ bool Security::macFits(const Keys& keys, Octets octets, const Protection& protec
 // Finds the COUNT with which the message's code is right under the keys of a subscriber.
 bool Security::findCount(Subscriber& subscriber, Octets octets, Protection& protection) {
    const SecurityHeader& header = protection.header;
-   const size_t way = protection.direction == Direction::uplink ? 0 : 1;
+   const size_t way = wayOf(protection.direction);
    const uint32_t range = 1u << header.sequenceBits;
    const uint32_t start = subscriber.keys.count.value_or(0);
    const uint32_t next = subscriber.started[way] ? subscriber.next[way] : start;
@@ -123,7 +131,8 @@ bool Security::findCount(Subscriber& subscriber, Octets octets, Protection& prot
    };
    bool found = fits(countNear(next, header), true) || fits(countBehind(next, header)) ||
                 fits(header.sequenceNumber) || (!subscriber.started[way] && fits(start));
-   if (!subscriber.started[way]) {
+   // Half a code would fit by chance.
+   if (!subscriber.started[way] && !header.shortForm) {
       // Nobody told how often the sequence number had begun anew when the capture began.
       const auto tries =
             static_cast<uint32_t>(std::min<size_t>(kOverflows, kMostTries / subscribers_.size()));
@@ -149,55 +158,67 @@ Security::Terminal& Security::terminalOf(const std::string& name) {
    return terminals_[name];
 }
 
+// Sets the keys of a subscriber. BEARER of EPS is 0, that of 5GS the identifier of the access: 1 is that of
+// 3GPP (TS 33.501, 6.4.2.2).
+static void setKeys(Protection& protection, const Keys& keys) {
+   protection.keys = &keys;
+   protection.bearer = keys.bearer.value_or(protection.header.fiveG ? 1 : 0);
+}
+
+// Finds the subscriber whose integrity key the message's code is right with; first the one that it was
+// before.
+bool Security::prove(Octets octets, Terminal& terminal, Protection& protection) {
+   const auto isRight = [&](size_t i) {
+      Subscriber& subscriber = subscribers_[i];
+      if (!subscriber.keys.integrityKey) return false;
+      setKeys(protection, subscriber.keys);
+      return findCount(subscriber, octets, protection);
+   };
+   bool found = terminal.subscriber && isRight(*terminal.subscriber);
+   for (size_t i = 0; i < subscribers_.size() && !found; ++i) {
+      if (i == terminal.subscriber) continue;
+      found = isRight(i);
+      if (found) terminal.subscriber = i;
+   }
+   if (found) protection.mac = Protection::Mac::right;
+   return found;
+}
+
+// Where no code is right, or no key for one is there: the keys that may be meant.
+void Security::assume(const Terminal& terminal, Protection& protection) {
+   const auto unproved = std::find_if(subscribers_.begin(), subscribers_.end(),
+                                      [](const Subscriber& each) { return !each.keys.integrityKey; });
+   Subscriber* chosen = nullptr;
+   if (terminal.subscriber) {
+      chosen = &subscribers_[*terminal.subscriber];
+   } else if (subscribers_.size() == 1) {
+      chosen = &subscribers_.front();
+   } else if (unproved != subscribers_.end()) {
+      chosen = &*unproved;
+   }
+   if (chosen == nullptr) {
+      setKeys(protection, kNoKeys);
+      protection.mac = subscribers_.empty() ? Protection::Mac::notChecked : Protection::Mac::noneFits;
+      return;
+   }
+   setKeys(protection, chosen->keys);
+   const size_t way = wayOf(protection.direction);
+   const uint32_t next = chosen->started[way] ? chosen->next[way] : chosen->keys.count.value_or(0);
+   const SecurityHeader& header = protection.header;
+   protection.count = header.newContext ? header.sequenceNumber : countNear(next, header);
+   protection.mac = chosen->keys.integrityKey ? Protection::Mac::wrong : Protection::Mac::notChecked;
+   if (chosen->keys.integrityKey) return;
+   chosen->next[way] = protection.count + 1;
+   chosen->started[way] = true;
+}
+
 Protection Security::protect(Octets octets, Direction direction, const std::string& terminal) {
    Protection protection;
    protection.header = securityHeaderOf(octets);
-   protection.direction = direction != Direction::unknown ? direction
-                          : options_.uplink               ? Direction::uplink
-                                                          : Direction::downlink;
+   protection.direction = direction != Direction::unknown ? direction : givenDirection();
    if (!protection.header.present) return protection;
-   protection.keys = &kNoKeys;
-   protection.mac = Protection::Mac::notChecked;
    Terminal& known = terminalOf(terminal);
-   Subscriber* chosen = known.subscriber ? &subscribers_[*known.subscriber] : nullptr;
-   // BEARER of EPS is 0, that of 5GS the identifier of the access: 1 is that of 3GPP (TS 33.501, 6.4.2.2).
-   const auto bearerOf = [&](const Subscriber& subscriber) {
-      return subscriber.keys.bearer.value_or(protection.header.fiveG ? 1 : 0);
-   };
-   const auto isRight = [&](Subscriber& subscriber) {
-      protection.bearer = bearerOf(subscriber);
-      return subscriber.keys.integrityKey && findCount(subscriber, octets, protection);
-   };
-   Subscriber* right = chosen != nullptr && isRight(*chosen) ? chosen : nullptr;
-   for (Subscriber& each : subscribers_)
-      if (right == nullptr && &each != chosen && isRight(each)) right = &each;
-   if (right != nullptr) {
-      known.subscriber = static_cast<size_t>(right - subscribers_.data());
-      protection.mac = Protection::Mac::right;
-      chosen = right;
-   } else {
-      if (chosen == nullptr && subscribers_.size() == 1) chosen = &subscribers_.front();
-      const auto unproved = std::find_if(subscribers_.begin(), subscribers_.end(),
-                                         [](const Subscriber& each) { return !each.keys.integrityKey; });
-      if (chosen == nullptr && unproved != subscribers_.end()) chosen = &*unproved;
-      if (chosen == nullptr && !subscribers_.empty()) protection.mac = Protection::Mac::noneFits;
-   }
-   if (chosen != nullptr) {
-      protection.keys = &chosen->keys;
-      protection.bearer = bearerOf(*chosen);
-   }
-   if (chosen != nullptr && right == nullptr) {
-      const size_t way = protection.direction == Direction::uplink ? 0 : 1;
-      const uint32_t next = chosen->started[way] ? chosen->next[way] : chosen->keys.count.value_or(0);
-      protection.count = protection.header.newContext ? protection.header.sequenceNumber
-                                                      : countNear(next, protection.header);
-      if (chosen->keys.integrityKey) {
-         protection.mac = Protection::Mac::wrong;
-      } else {
-         chosen->next[way] = protection.count + 1;
-         chosen->started[way] = true;
-      }
-   }
+   if (!prove(octets, known, protection)) assume(known, protection);
    // Without a name it could be a terminal as well as another.
    if (!terminal.empty()) {
       if (const auto cipher = cipherOf(octets, protection.header)) known.cipher = cipher;
@@ -211,8 +232,7 @@ Protection Security::protect(Octets octets, Direction direction, const std::stri
 }
 
 int Security::prepare(RtxContext* ctxt, const Protection& protection) {
-   const bool uplink = protection.direction == Direction::uplink;
-   if (uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
+   if (protection.direction == Direction::uplink) rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
    if (protection.keys == nullptr || protection.closed) return 0;
    int status = rtx3gppSecInitialize(ctxt);
    if (status < 0) return status;
@@ -224,7 +244,7 @@ int Security::prepare(RtxContext* ctxt, const Protection& protection) {
    if (status < 0) return status;
    ctxt->nasSec->count = protection.count;
    ctxt->nasSec->bearer = protection.bearer;
-   ctxt->nasSec->direction = uplink ? 0 : 1;
+   ctxt->nasSec->direction = wayOf(protection.direction);
    return 0;
 }
 

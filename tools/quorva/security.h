@@ -74,7 +74,10 @@ private:
       std::optional<size_t> subscriber; // whose keys fit
       std::optional<uint8_t> cipher;    // algorithm of the last Security Mode Command
    };
+   Direction givenDirection() const;
    Terminal& terminalOf(const std::string& name);
+   bool prove(Octets octets, Terminal& terminal, Protection& protection);
+   void assume(const Terminal& terminal, Protection& protection);
    bool findCount(Subscriber& subscriber, Octets octets, Protection& protection);
    bool macFits(const Keys& keys, Octets octets, const Protection& protection);
 

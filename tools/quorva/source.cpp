@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -35,6 +36,17 @@ size_t Source::read(char* target, size_t count) {
    std::memcpy(target, held().data(), taken);
    take(taken);
    return taken;
+}
+
+bool readFrom(const std::string& name, const std::function<void(Source&)>& read) {
+   const bool standardInput = name == "-";
+   const int file = standardInput ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+   if (file < 0) return false;
+   Source source(file);
+   read(source);
+   if (!standardInput) close(file);
+   errno = source.error();
+   return !source.failed() || source.readAny();
 }
 
 static ssize_t readCookie(void* cookie, char* target, size_t count) {

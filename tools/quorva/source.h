@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstdio>
-#include <memory>
+#include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -35,6 +36,10 @@ private:
    bool any_ = false;
    int error_ = 0;
 };
+
+// Reads a file by its name; "-" is standard input. False, with the reason in errno, if there is no octet that
+// can be read: a directory opens, and fails at its first one.
+bool readFrom(const std::string& name, const std::function<void(Source&)>& read);
 
 // The source as a file of the C library; whoever closes it must do so while the source lives. Null if there
 // is no memory.
