@@ -17,6 +17,8 @@ void emitCodecs(const Model& model, const Module& module,
                 Outputs& out); // src/<File>Enc*.cpp, src/<File>Dec*.cpp
 void emitEnums(const Model& model, const Module& module, Outputs& out); // src/<File>Enum.cpp
 void emitInits(const Model& model, const Module& module, Outputs& out); // src/<File>Init.cpp
+// Stores that clear the plain values of a message's mandatory part, which an initialiser leaves alone.
+std::string clearValues(const Type& message, const std::string& place);
 void emitWalk(const Model& model, const Module& module,
               Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers

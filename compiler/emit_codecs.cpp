@@ -754,6 +754,8 @@ void emitMessages(const Module& module, Outputs& out) {
    w.line("#include \"src/frame/message.h\"");
    w.line("#include \"src/frame/pdu.h\"");
    w.line();
+   w.line("#include <cstring>");
+   w.line();
    w.line("using namespace quorva::frame;");
    for (auto& type : module.types) {
       if (type->table.empty()) continue;
@@ -773,7 +775,9 @@ void emitMessages(const Module& module, Outputs& out) {
          const std::string init =
                hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
          const bool plain = hasMessageForm(message);
-         w.line("   [](RtxContext* c, void* r) { " + init +
+         std::string clear = clearValues(message, "v->");
+         if (!clear.empty()) clear = "auto* v = static_cast<" + record + "*>(r); " + clear;
+         w.line("   [](RtxContext* c, void* r) { " + clear + init +
                 (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") + decoderName(message) +
                 (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
          w.line(std::string("   [](RtxContext* c, void* r) { return ") +

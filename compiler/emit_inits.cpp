@@ -145,7 +145,62 @@ private:
    Writer w_;
 };
 
+// The rest of what shows: no presence bit, selector or count guards it.
+class ValueClearer {
+public:
+   void contents(const Type& type, const std::string& place) {
+      const Type& base = baseType(type);
+      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V)
+         text_ += place + "length = 0; ";
+      fields(base.fields, place);
+   }
+   std::string text() const { return text_; }
+
+private:
+   void fields(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place) {
+      for (auto& field : fields) { // presence bits guard these
+         if (field->optional || field->ieiBits != 0 || field->kind == Kind::Since) continue;
+         one(*field, place + cName(field->name));
+         if (field->onlyOnWire()) this->fields(field->fields, place);
+      }
+   }
+
+   void one(const Field& field, const std::string& lvalue) {
+      switch (field.kind) {
+      case Kind::Flag:
+      case Kind::Uint:
+      case Kind::Frame:
+         if (!clearsField(field)) text_ += lvalue + " = 0; ";
+         return;
+      case Kind::Octets:
+      case Kind::Bits: text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); "; return;
+      case Kind::Group: return fields(field.fields, lvalue + ".");
+      case Kind::Named:
+         if (!field.present && !field.init) named(*field.type.type, lvalue);
+         return;
+      default: return;
+      }
+   }
+
+   void named(const Type& type, const std::string& lvalue) {
+      switch (passing(type)) {
+      case Passing::Value: text_ += lvalue + " = {}; "; return;
+      case Passing::Array: text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); "; return;
+      default: break;
+      }
+      contents(type, lvalue + ".");
+   }
+
+   std::string text_;
+};
+
 } // namespace
+
+std::string clearValues(const Type& message, const std::string& place) {
+   ValueClearer clearer;
+   clearer.contents(message, place);
+   return clearer.text();
+}
 
 void emitInits(const Model&, const Module& module, Outputs& out) {
    Writer w;

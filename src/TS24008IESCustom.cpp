@@ -344,6 +344,7 @@ int decodeFilterItems(Decoder& d, TS24008IE_TFT& tft) {
    }
    for (size_t i = 0; i < count; ++i) {
       L3_TRY(d.pushIndex(i));
+      items.elem[i] = {}; // shown from now on, also if it breaks off
       asn1Init_TS24008IE_TFTPacketFilterItem(&items.elem[i]);
       ++items.n;
       if (const int status = NASDec_TS24008IE_TFTPacketFilterItem(d.ctxt(), &items.elem[i]); status < 0)

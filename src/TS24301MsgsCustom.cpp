@@ -186,7 +186,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
    pvalue->data.t = 23;
    // The trace stays disabled from here on, until its owner turns it on again.
    auto* request =
-         static_cast<TS24301Msg_ServiceRequest*>(rtxMemHeapAlloc(ctxt, sizeof(TS24301Msg_ServiceRequest)));
+         static_cast<TS24301Msg_ServiceRequest*>(rtxMemHeapAllocZ(ctxt, sizeof(TS24301Msg_ServiceRequest)));
    if (request == nullptr) return RTX_E_NOMEM;
    pvalue->data.u.obj_ServiceRequest = request;
    L3_TRY(d.inner(__LINE__, NASDec_TS24301Msg_ServiceRequest, request));

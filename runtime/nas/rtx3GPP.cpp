@@ -65,12 +65,14 @@ int rtx3GPPEnc_MCC_MNC(RtxContext* pctxt, const char* mcc, const char* mnc) {
 }
 
 int rtx3GPPDec_MCC_MNC(RtxContext* pctxt, char* mcc, char* mnc) {
-   int stat = readPair(pctxt, &mcc[0], &mcc[1]);
-   if (stat == RTX_OK) stat = readPair(pctxt, &mcc[2], &mnc[2]);
-   if (stat == RTX_OK) stat = readPair(pctxt, &mnc[0], &mnc[1]);
-   if (stat != RTX_OK) return stat;
+   char* const pairs[][2] = {{&mcc[0], &mcc[1]}, {&mcc[2], &mnc[2]}, {&mnc[0], &mnc[1]}};
+   int stat = RTX_OK;
+   for (const auto& pair : pairs) {
+      if (stat == RTX_OK) stat = readPair(pctxt, pair[0], pair[1]);
+      if (stat != RTX_OK) *pair[0] = *pair[1] = 0; // what is cut off is text all the same
+   }
    mcc[3] = mnc[3] = 0;
-   return RTX_OK;
+   return stat;
 }
 
 int rtx3GPPEncMobileIdentityType1(RtxContext* pctxt, uint32_t type, const char* str) {

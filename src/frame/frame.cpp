@@ -348,8 +348,10 @@ namespace {
 
 int readOctets(RtxContext* ctxt, Site site, uint8_t* data, size_t numocts) {
    if (numocts == 0) return 0;
-   if (const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8); status < 0)
+   if (const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8); status < 0) {
+      std::memset(data, 0, numocts); // the count is in the record already
       return fail(ctxt, status, site);
+   }
    return 0;
 }
 
