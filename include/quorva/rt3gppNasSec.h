@@ -32,15 +32,16 @@ struct RtxNasSecContext {
  * Hangs a new, zeroed security record on the context.
  *
  * The record lives in the context's heap and ends with it: after rtxMemReset or rtxMemFree initialise again,
- * and call rtx3gppSecFree ahead of either, so that no key schedule stays in the heap's memory. A record that
- * the context has already is neither looked at nor released.
+ * and call rtx3gppSecFree ahead of either when the keys are done with, so that no key schedule stays in the
+ * heap's memory. A record that the context has already is neither looked at nor released.
  * @return 0, or -10 (recorded) when there is no memory.
  */
 QUORVA_API int rtx3gppSecInitialize(RtxContext* pctxt);
 
 /**
  * Sets algorithms and keys. May be called again at any time. Key material that the new algorithms don't need
- * is zeroed and released.
+ * is zeroed and released. Keys that are assigned again and again, with resets of the heap between, are
+ * expanded once: the context keeps them, in system memory, until rtx3gppSecFree, rtxMemFree or its own end.
  * @param integKey  integrity key, 16 octets, which must outlive the record; read if `integAlg` is 2.
  * @param cipherKey ciphering key, likewise; read if `cipherAlg` is 2.
  * @return 0; recorded: -71 without a security record; -60 for an algorithm number other than 0 and 2, with

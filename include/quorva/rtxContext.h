@@ -84,6 +84,8 @@ struct RtxContext {
    RtxDListNode* errSummed; /**< Records up to this one are summed up in the next two fields. */
    uint8_t errSummedFatal;  /**< Fatal ones among them: 0, 1, 2 for more. */
    int16_t errSummedStatus; /**< Status of the first fatal one. */
+   uint8_t keysAssigned;    /**< AES keys were assigned since rtx3gppSecFree. */
+   void* keptKeys;          /**< Their schedules, over resets of the heap; system memory, or null. */
 };
 
 /* Life of a context. */

@@ -178,6 +178,7 @@ int rtxFreeContext(RtxContext* pctxt) {
    freeExtension(pctxt, pctxt->extension2);
    freeExtension(pctxt, pctxt->asn1Info);
    freeExtension(pctxt, pctxt->extension4);
+   freeExtension(pctxt, pctxt->keptKeys);
    rtxStreamRelease(pctxt);
    rtxPrintStreamRelease(pctxt);
    if (pctxt->bufDynamic && pctxt->bufData != nullptr) {
@@ -216,6 +217,7 @@ void rtxCtxtSetMemHeap(RtxContext* pctxt, RtxContext* other) {
       // Records and nodes of the old heap must not come up for reuse on the new one.
       rtxErrReset(pctxt);
       if (pctxt->memHeap->refCount == 1) leaveHeap(pctxt);
+      freeExtension(pctxt, pctxt->keptKeys); // the new heap's system functions may be others
       rtxMemHeapRelease(pctxt);
    }
    pctxt->memHeap = other->memHeap;
@@ -379,14 +381,17 @@ void rtxMemFree(RtxContext* pctxt) {
    rtxFreeRegexpCache(pctxt);
    rtxErrReset(pctxt); // containers too, whose nodes the heap keeps
    rtxStackInit(pctxt, &pctxt->containers);
+   freeExtension(pctxt, pctxt->keptKeys);
    leaveHeap(pctxt);
    rtxMemHeapFreeAll(pctxt);
    if (pctxt->memHeap != nullptr) pctxt->heapEpoch = pctxt->memHeap->epoch;
 }
 
 void rtxMemReset(RtxContext* pctxt) {
-   if (!hot::nothingOpen(pctxt)) [[unlikely]]
+   if (!hot::nothingOpen(pctxt)) [[unlikely]] {
+      if (!hot::nothingRecorded(pctxt)) dropErrors(pctxt); // not one by one: the heap ends them
       rtxErrReset(pctxt);
+   }
    leaveHeap(pctxt);
    if (RtxMemHeap* heap = pctxt->memHeap) {
       // What names and containers are in use now are those of other owners of the heap.

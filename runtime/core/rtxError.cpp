@@ -122,17 +122,16 @@ bool copyTexts(RtxContext* dest, RtxErrInfo* to, const RtxErrInfo* from) {
    return true;
 }
 
-/** Empties the list without a look at what was there. */
+} // namespace
+
+namespace quorva {
+
 void dropErrors(RtxContext* pctxt) {
    pctxt->errList = RtxDList{};
    pctxt->errFixedNode = RtxDListNode{};
    pctxt->errFixed = RtxErrInfo{};
    pctxt->errSummed = nullptr;
 }
-
-} // namespace
-
-namespace quorva {
 
 void forgetEnded(RtxContext* pctxt) {
    dropErrors(pctxt);

@@ -26,6 +26,9 @@ inline int recordNoMemory(RtxContext* pctxt) {
    return recordNewFailure(pctxt, RTX_E_NOMEM);
 }
 
+/** Empties the list of errors without a look at what was there: its memory has ended, or is about to. */
+void dropErrors(RtxContext* pctxt);
+
 /** For a context whose heap has ended all allocations since: drops errors and security state. */
 void forgetEnded(RtxContext* pctxt);
 

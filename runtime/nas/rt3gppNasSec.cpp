@@ -7,6 +7,9 @@
 #include "runtime/core/rtxInline.h"
 #include "runtime/nas/aes128.h"
 
+#include <cstddef>
+#include <cstring>
+
 using namespace quorva;
 
 namespace {
@@ -18,6 +21,67 @@ constexpr size_t scheduleSize = aesScheduleWords * sizeof(uint32_t);
 /** COUNT, BEARER and DIRECTION with their padding: ahead of the message in the MAC, start of the counter
  * block. */
 constexpr size_t prefixSize = 8;
+
+/** A key as it was assigned last, and from the second time on what was computed from it. */
+struct KeptKey {
+   bool known, expanded;
+   uint8_t key[aesBlockSize];
+   uint32_t schedule[aesScheduleWords];
+   uint8_t subkeys[subkeysSize]; // of the integrity key
+
+   bool isKey(const uint8_t* other) const {
+      const uint64_t differ = (loadWord<uint64_t>(key) ^ loadWord<uint64_t>(other)) |
+                              (loadWord<uint64_t>(key + 8) ^ loadWord<uint64_t>(other + 8));
+      return known && differ == 0;
+   }
+   bool hasFor(const uint8_t* other) const { return expanded && isKey(other); }
+
+   void take(const uint8_t* newKey, const uint32_t* newSchedule, const uint8_t* newSubkeys) {
+      if (!isKey(newKey)) {
+         // Keys that change with each message aren't worth more than this.
+         secureClear(this, expanded ? sizeof *this : offsetof(KeptKey, schedule));
+         known = true;
+         std::memcpy(key, newKey, sizeof key);
+         return;
+      }
+      expanded = true;
+      std::memcpy(schedule, newSchedule, sizeof schedule);
+      if (newSubkeys != nullptr) std::memcpy(subkeys, newSubkeys, sizeof subkeys);
+   }
+};
+
+/** What a context keeps of its keys while the heap, and with it the security record, ends and is had again.
+ */
+struct KeptKeys {
+   void (*freeFn)(RtxContext*); // as in each record that is freed with the context
+   KeptKey integ, cipher;
+};
+
+KeptKeys* keptOf(const RtxContext* pctxt) {
+   return static_cast<KeptKeys*>(pctxt->keptKeys);
+}
+
+void clearKept(RtxContext* pctxt) {
+   secureClear(pctxt->keptKeys, sizeof(KeptKeys));
+}
+
+void dropKept(RtxContext* pctxt) {
+   pctxt->keysAssigned = 0;
+   if (pctxt->keptKeys == nullptr) return;
+   clearKept(pctxt);
+   rtxMemHeapSysFreePtr(pctxt, pctxt->keptKeys);
+   pctxt->keptKeys = nullptr;
+}
+
+/** The place for keys, once they are assigned for a second time without rtx3gppSecFree between; or null. */
+KeptKeys* placeToKeep(RtxContext* pctxt) {
+   if (pctxt->keptKeys == nullptr && pctxt->keysAssigned) {
+      pctxt->keptKeys = rtxMemHeapSysAllocZ(pctxt, sizeof(KeptKeys));
+      if (pctxt->keptKeys != nullptr) keptOf(pctxt)->freeFn = clearKept;
+   }
+   pctxt->keysAssigned = 1;
+   return keptOf(pctxt);
+}
 
 void releaseSecret(RtxContext* pctxt, void* secret, size_t size) {
    if (secret == nullptr) return;
@@ -119,29 +183,47 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
    dropEnded(pctxt);
    if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
    RtxNasSecContext& sec = *pctxt->nasSec;
+   if (integAlg != algAes && cipherAlg != algAes) dropKept(pctxt);
+   KeptKeys* const kept = integAlg == algAes || cipherAlg == algAes ? placeToKeep(pctxt) : nullptr;
 
    if (integAlg != algAes) {
       // Ahead of the refusal: an unknown number takes the old keys away, so that nothing is coded with them,
       // and leaves the old numbers.
       releaseSubkeys(pctxt, sec);
+      if (kept != nullptr) secureClear(&kept->integ, sizeof kept->integ);
       if (cipherAlg != algAes) releaseSchedules(pctxt, sec);
       if (integAlg != algNull) return refuseAlgorithm(pctxt, "integrity algorithm", integAlg);
    } else {
       if (integKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
       if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
+      const bool reused = kept != nullptr && kept->integ.hasFor(integKey);
       const AesForm& form = aesForm();
-      form.expandKey(integSchedule(sec), integKey);
+      if (reused)
+         std::memcpy(integSchedule(sec), kept->integ.schedule, scheduleSize);
+      else
+         form.expandKey(integSchedule(sec), integKey);
       if (!haveSubkeys(pctxt, sec)) return recordNoMemory(pctxt);
-      cmacSubkeys(form, integSchedule(sec), sec.cmacSubkeys);
+      if (reused)
+         std::memcpy(sec.cmacSubkeys, kept->integ.subkeys, subkeysSize);
+      else
+         cmacSubkeys(form, integSchedule(sec), sec.cmacSubkeys);
+      if (kept != nullptr && !reused) kept->integ.take(integKey, integSchedule(sec), sec.cmacSubkeys);
    }
 
    if (cipherAlg == algAes) {
       if (cipherKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
       if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
-      rtxCryptAES128KeyExpansion(cipherSchedule(sec), cipherKey);
+      if (kept != nullptr && kept->cipher.hasFor(cipherKey)) {
+         std::memcpy(cipherSchedule(sec), kept->cipher.schedule, scheduleSize);
+      } else {
+         rtxCryptAES128KeyExpansion(cipherSchedule(sec), cipherKey);
+         if (kept != nullptr) kept->cipher.take(cipherKey, cipherSchedule(sec), nullptr);
+      }
    } else if (cipherAlg != algNull) {
       // Behind the expansion of the integrity key, which stays in force.
       return refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg);
+   } else if (kept != nullptr) {
+      secureClear(&kept->cipher, sizeof kept->cipher);
    }
 
    sec.cipherAlg = cipherAlg;
@@ -195,6 +277,7 @@ int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t*
 }
 
 void rtx3gppSecFree(RtxContext* pctxt) {
+   dropKept(pctxt);
    if (rtx3gppAssignAlgorithmKeys(pctxt, nullptr, nullptr, algNull, algNull) != RTX_OK) return;
    rtxMemHeapFreePtr(pctxt, pctxt->nasSec);
    pctxt->nasSec = nullptr;

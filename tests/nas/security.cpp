@@ -202,6 +202,31 @@ TEST_P(Security, KeysReplaceEachOther) {
    EXPECT_EQ(ciphered(someData), someData);
 }
 
+// Nobody can tell keys that were kept over a reset from ones that are expanded anew.
+TEST_P(Security, KeysKeptOverResets) {
+   Octets integKey = keyA, cipherKey = keyB;
+   const auto results = [&](RtxContext* c) {
+      Octets data = someData;
+      uint32_t value = 0;
+      EXPECT_EQ(rtx3gppAssignAlgorithmKeys(c, integKey.data(), cipherKey.data(), 2, 2), 0);
+      EXPECT_EQ(rtx3gppComputeMAC(c, data.data(), data.size(), &value), 0);
+      EXPECT_EQ(rtx3gppCipher(c, data.data(), data.size()), 0);
+      return hexOfMac(value) + hexFromOctets(data);
+   };
+   for (unsigned round = 0; round < 24; ++round) {
+      if (round % 5 == 4) integKey[round % 16] ^= 1; // at the same address
+      if (round % 7 == 6) cipherKey[15 - round % 16] ^= 1;
+      if (round == 12) std::swap(integKey, cipherKey);
+      if (round % 2 == 0) {
+         rtxMemReset(ctx);
+         ASSERT_EQ(rtx3gppSecInitialize(ctx), 0);
+      }
+      TestContext fresh;
+      ASSERT_EQ(rtx3gppSecInitialize(fresh), 0);
+      EXPECT_EQ(results(ctx), results(fresh)) << "round " << round;
+   }
+}
+
 TEST_P(Security, RefusalOfTheIntegrityAlgorithmTakesTheKeysAwayFirst) {
    ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
    const Octets cipherB = ciphered(someData);
@@ -266,8 +291,10 @@ TEST_P(Security, OtherRefusals) {
 // System memory that may run out and stays readable when freed, to look for secrets.
 bool exhausted = false;
 std::vector<void*> released;
+size_t lastSize;
 
 void* limitedMalloc(size_t size) {
+   lastSize = size;
    return exhausted ? nullptr : std::malloc(size);
 }
 void* limitedRealloc(void* ptr, size_t size) {
@@ -355,6 +382,67 @@ TEST_F(SecurityMemory, NoSecretStaysInMemory) {
       EXPECT_EQ(kept(schedules, oldSchedules), 0u);
       rtxErrReset(&ctx);
    }
+}
+
+TEST_F(SecurityMemory, NoKeptSecretOutlivesItsKeys) {
+   const auto assigned = +[](RtxContext* c, int integAlg, int cipherAlg) {
+      return rtx3gppAssignAlgorithmKeys(c, keyA.data(), keyB.data(), integAlg, cipherAlg);
+   };
+   struct Case {
+      const char* name;
+      void (*end)(RtxContext*);
+      bool integGoes, cipherGoes;
+   };
+   for (const Case& c :
+        {Case{"freed", rtx3gppSecFree, true, true}, Case{"memory freed", rtxMemFree, true, true},
+         Case{"reset", rtxMemReset, false, false},
+         Case{"no keys any more",
+              [](RtxContext* x) { rtx3gppAssignAlgorithmKeys(x, nullptr, nullptr, 0, 0); }, true, true},
+         Case{"refused", [](RtxContext* x) { rtx3gppAssignAlgorithmKeys(x, nullptr, nullptr, 3, 1); }, true,
+              true},
+         Case{"ciphering only",
+              [](RtxContext* x) { rtx3gppAssignAlgorithmKeys(x, nullptr, keyB.data(), 0, 2); }, true, false},
+         Case{"integrity only",
+              [](RtxContext* x) { rtx3gppAssignAlgorithmKeys(x, keyA.data(), nullptr, 2, 0); }, false, true},
+         Case{"reset, then freed",
+              [](RtxContext* x) {
+                 rtxMemReset(x);
+                 rtx3gppSecFree(x);
+              },
+              true, true},
+         Case{"context freed", [](RtxContext* x) { rtxFreeContext(x); }, true, true}}) {
+      SCOPED_TRACE(c.name);
+      rtx3gppSecFree(&ctx);
+      rtxErrReset(&ctx);
+      size_t size = 0;
+      for (int round = 0; round < 4; ++round) {
+         rtxMemReset(&ctx);
+         ASSERT_EQ(rtx3gppSecInitialize(&ctx), 0);
+         lastSize = 0;
+         ASSERT_EQ(assigned(&ctx, 2, 2), 0);
+         if (lastSize != 0 && ctx.keptKeys != nullptr) size = lastSize;
+      }
+      const auto* kept = static_cast<const uint8_t*>(ctx.keptKeys);
+      const auto holds = [&](const Octets& key) {
+         return std::search(kept, kept + size, key.begin(), key.end()) != kept + size;
+      };
+      ASSERT_GT(size, 352u);
+      ASSERT_TRUE(holds(keyA) && holds(keyB));
+      const std::vector<uint8_t> before(kept, kept + size);
+      c.end(&ctx);
+      EXPECT_EQ(holds(keyA), !c.integGoes);
+      EXPECT_EQ(holds(keyB), !c.cipherGoes);
+      size_t same = 0; // of key, schedule and subkeys
+      for (size_t i = sizeof(void*); i < size; ++i) same += before[i] != 0 && kept[i] == before[i];
+      EXPECT_EQ(same == 0, c.integGoes && c.cipherGoes);
+   }
+   // The last case has freed the context.
+   ASSERT_EQ(rtxInitContextExt(&ctx, limitedMalloc, limitedRealloc, keepReleased), 0);
+   ASSERT_EQ(rtx3gppSecInitialize(&ctx), 0);
+   ASSERT_EQ(assigned(&ctx, 2, 2), 0);
+   exhausted = true; // they are not kept then, and work all the same
+   for (int round = 0; round < 3; ++round) ASSERT_EQ(assigned(&ctx, 2, 2), 0);
+   EXPECT_EQ(ctx.keptKeys, nullptr);
 }
 
 } // namespace
