@@ -238,7 +238,9 @@ int rtxStreamReset(RtxContext* pctxt) {
    if (status < 0) return status;
    RtxStream* stream = pctxt->stream;
    clearFlags(stream, RTX_STREAM_MARK_SET);
-   if (coreBuffers(stream)) {
+   const size_t index = pctxt->bufByteIndex, size = pctxt->bufSize;
+   const bool buffered = coreBuffers(stream);
+   if (buffered) {
       if (pctxt->bufMark <= pctxt->bufSize) { // all ones once it has left the buffer
          pctxt->bufByteIndex = pctxt->bufMark;
          return RTX_OK;
@@ -247,8 +249,16 @@ int rtxStreamReset(RtxContext* pctxt) {
       pctxt->bufSize = 0;
    }
    status = stream->reset(stream);
-   if (status < 0) return recordFailure(pctxt, status);
-   pctxt->stream->pendingPos = 0;
+   if (status < 0) {
+      if (buffered) { // it stays where it is, and what is unread would not come again
+         pctxt->bufByteIndex = index;
+         pctxt->bufSize = size;
+      }
+      return recordFailure(pctxt, status);
+   }
+   stream = pctxt->stream; // a layer may have given way
+   stream->pendingPos = 0;
+   if (buffered) clearFlags(stream, RTX_STREAM_BUF_MARK); // its octets have gone with the buffer's
    return RTX_OK;
 }
 

@@ -22,6 +22,7 @@ struct Buffered : Layer {
    size_t preReadMark; // all ones: none
    size_t preReadSize; // capacity
    uint32_t cacheOptions;
+   size_t markBase; // position of the mark; `bufMarkBase` may be in use by rtxMarkPos
 
    size_t left() const { return preReadEnd - preReadIndex; }
    bool marked() const { return preReadMark != allOnes; }
@@ -100,7 +101,7 @@ void shift(RtxStream* stream, Buffered* layer, size_t from) {
    if (layer->marked()) layer->preReadMark -= from;
    if (hasContextBuffer(stream)) return; // whose loads count
    stream->bufBase += from;
-   if (layer->marked()) stream->bufMarkBase = stream->bufBase;
+   if (layer->marked()) stream->bufMarkBase = layer->markBase = stream->bufBase;
 }
 
 /** The layer gives way to the stream below it; in the middle of a read that fills the context buffer this
@@ -180,7 +181,8 @@ int cacheMark(RtxStream* stream, size_t limit) {
    Buffered* layer = bufferedOf(stream);
    const int status = unload(stream, layer); // so that a reset finds it
    if (status < 0) return status;
-   stream->bufMarkBase = stream->bufBase + (hasContextBuffer(stream) ? layer->pctxt->bufByteIndex : 0);
+   layer->markBase = stream->bufBase + (hasContextBuffer(stream) ? layer->pctxt->bufByteIndex : 0);
+   if ((stream->flags & RTX_STREAM_BUF_MARK) == 0) stream->bufMarkBase = layer->markBase;
    layer->preReadMark = layer->preReadIndex;
    stream->markLimit = limit;
    return RTX_OK;
@@ -192,7 +194,7 @@ int cacheReset(RtxStream* stream) {
    if (layer->marked() &&
        layer->preReadIndex - std::min(layer->preReadMark, layer->preReadIndex) <= markReach(stream)) {
       layer->preReadIndex = layer->preReadMark;
-      stream->bufBase = stream->bufMarkBase;
+      stream->bufBase = layer->markBase;
       layer->preReadMark = allOnes;
       stream->markLimit = 0;
       return RTX_OK;

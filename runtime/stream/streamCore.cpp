@@ -110,8 +110,11 @@ int makeRoom(RtxContext* pctxt, size_t numocts) {
    RtxStream* stream = pctxt->stream;
    const bool direct = stream->kind == RTX_STREAM_KIND_DIRECT_BUF;
    if ((stream->flags & RTX_STREAM_BUF_MARK) && !buffersItself(stream)) {
-      shiftBuffer(pctxt, stream->bufMarkBase); // `bufBase` stays
+      const size_t from = stream->bufMarkBase;
+      shiftBuffer(pctxt, from); // `bufBase` stays
       stream->bufMarkBase = 0;
+      // The stream's own mark moves with its octet, or has left the buffer.
+      if (pctxt->bufMark != allOnes) pctxt->bufMark = pctxt->bufMark < from ? allOnes : pctxt->bufMark - from;
    } else if (direct && pctxt->bufMark != allOnes && pctxt->bufMark <= pctxt->bufByteIndex) {
       stream->bufBase += pctxt->bufMark;
       stream->bufMarkBase = stream->bufBase;

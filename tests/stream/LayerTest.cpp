@@ -106,6 +106,59 @@ TEST(Buffered, PutsBackMarksAndGivesWay) {
    EXPECT_EQ(rtxStreamRead(context, target, 1), RTX_E_END_OF_DATA); // whatever the failure is
 }
 
+// Two marks in one buffer, which is shifted for the sake of the one that rtxMarkPos made.
+TEST(Buffered, KeepsItsMarkBesideOneInTheBuffer) {
+   for (const bool ownFirst : {true, false}) {
+      SCOPED_TRACE(ownFirst);
+      Ground ground;
+      TestContext context;
+      ground.octets = numbered(4000);
+      ground.chunk = 300;
+      ASSERT_EQ(attachDribble(context, ground, RTX_STREAM_READ), 0);
+      ASSERT_EQ(rows::buffered(context), 0);
+      ASSERT_EQ(rtxStreamInitCtxtBuf(context), 0);
+      size_t pos = SIZE_MAX;
+      EXPECT_EQ(next(context, 10), hexOf(0, 10));
+      ASSERT_EQ(ownFirst ? rtxStreamMark(context, 5000) : rtxMarkPos(context, &pos), 0);
+      EXPECT_EQ(next(context, 20), hexOf(10, 20));
+      ASSERT_EQ(ownFirst ? rtxMarkPos(context, &pos) : rtxStreamMark(context, 5000), 0);
+      EXPECT_EQ(pos, 0u);
+      for (size_t at = 30; at < 1230; at += 100) EXPECT_EQ(next(context, 100), hexOf(at, 100));
+      EXPECT_EQ(context->stream->bufMarkBase, 0u); // it was shifted
+      const size_t own = ownFirst ? 10 : 30, inBuffer = ownFirst ? 30 : 10;
+      if (!ownFirst) {
+         ASSERT_EQ(rtxStreamReset(context), 0);
+         EXPECT_EQ(next(context, 5), hexOf(own, 5));
+         ASSERT_EQ(rtxResetToPos(context, pos), 0);
+         EXPECT_EQ(next(context, 5), hexOf(inBuffer, 5));
+         continue;
+      }
+      // The octets of the mark have left the buffer, and those of the other one go with the reset.
+      ASSERT_EQ(rtxStreamReset(context), 0);
+      EXPECT_EQ(rtxCtxtGetBitOffset(context), 8 * own);
+      EXPECT_EQ(next(context, 1500), hexOf(own, 1500));
+      EXPECT_EQ(rtxResetToPos(context, pos), RTX_E_BAD_ARGUMENT);
+   }
+}
+
+TEST(Buffered, ARefusedResetLosesNothing) {
+   Ground ground;
+   TestContext context;
+   ground.octets = numbered(4000);
+   ground.chunk = 300;
+   ASSERT_EQ(attachDribble(context, ground, RTX_STREAM_READ), 0);
+   ASSERT_EQ(rows::buffered(context), 0);
+   ASSERT_EQ(rtxStreamInitCtxtBuf(context), 0);
+   EXPECT_EQ(next(context, 10), hexOf(0, 10));
+   ASSERT_EQ(rtxStreamMark(context, 100), 0);
+   EXPECT_EQ(next(context, 2500), hexOf(10, 2500));
+   EXPECT_EQ(next(context, 5), hexOf(2510, 5));
+   ASSERT_LT(context->bufByteIndex, context->bufSize);
+   EXPECT_EQ(rtxStreamReset(context), RTX_E_UNSUPPORTED); // the mark has lapsed
+   rtxErrReset(context);
+   EXPECT_EQ(next(context, 500), hexOf(2515, 500));
+}
+
 TEST(Buffered, OutputCannotBe) {
    Ground ground;
    TestContext context;
