@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -217,18 +218,49 @@ int rtxDListToPointerArray(RtxContext* pctxt, const RtxDList* list, void*** parr
    return static_cast<int>(list->count);
 }
 
+namespace {
+
+/** Copies a text that is mostly shorter than a call of memcpy is long; returns its end. */
+char* copyName(char* to, const char* from, size_t count) {
+   const auto ends = [&](auto word) { // its first and last octets, which may overlap
+      auto last = word;
+      std::memcpy(&word, from, sizeof word);
+      std::memcpy(&last, from + count - sizeof word, sizeof word);
+      std::memcpy(to, &word, sizeof word);
+      std::memcpy(to + count - sizeof word, &last, sizeof word);
+   };
+   if (count > 16)
+      std::memcpy(to, from, count);
+   else if (count >= 8)
+      ends(uint64_t{});
+   else if (count >= 4)
+      ends(uint32_t{});
+   else
+      for (size_t i = 0; i < count; ++i) to[i] = from[i];
+   return to + count;
+}
+
+} // namespace
+
 int rtxDListToUTF8Str(RtxContext* pctxt, const RtxDList* list, char** ptext, char sep) {
    *ptext = nullptr;
    if (list->head == nullptr) return RTX_OK;
+   // The trace joins a path for each field: lengths are taken once, as far as paths are deep.
+   size_t lengths[16];
    size_t size = list->count; // separators and the NUL
-   for (const RtxDListNode* node = list->head; node != nullptr; node = node->next)
-      size += rtxUTF8LenBytes(static_cast<const char*>(node->data));
+   size_t depth = 0;
+   for (const RtxDListNode* node = list->head; node != nullptr; node = node->next) {
+      const size_t length = rtxUTF8LenBytes(static_cast<const char*>(node->data));
+      if (depth < std::size(lengths)) lengths[depth++] = length;
+      size += length;
+   }
    auto* dest = static_cast<char*>(rtxMemHeapAlloc(pctxt, size));
    if (dest == nullptr) return RTX_E_NOMEM;
    *ptext = dest;
-   for (const RtxDListNode* node = list->head; node != nullptr; node = node->next) {
+   size_t i = 0;
+   for (const RtxDListNode* node = list->head; node != nullptr; node = node->next, ++i) {
       const auto* text = static_cast<const char*>(node->data);
-      dest = std::copy_n(text, rtxUTF8LenBytes(text), dest);
+      dest = copyName(dest, text, i < depth ? lengths[i] : rtxUTF8LenBytes(text));
       *dest++ = node->next != nullptr ? sep : '\0';
    }
    return RTX_OK;

@@ -8,9 +8,11 @@
 #include "quorva/rtxStream.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/core/rtxMemHeapInline.h"
 
 namespace {
 
+using quorva::hot::alloc;
 using quorva::hot::bitOffset;
 
 constexpr uint16_t maxDisabled = UINT16_MAX;
@@ -43,11 +45,18 @@ bool copyElemPath(RtxContext* pctxt, char** pPath) {
 // Appends a field that begins at the cursor; takes the name, also when it fails.
 RtxDiagBitField* appendField(RtxDiagBitFieldList* pBFList, char* name, const char* suffix) {
    RtxContext* pctxt = contextOf(pBFList);
-   auto* field = static_cast<RtxDiagBitField*>(rtxMemHeapAlloc(pctxt, sizeof(RtxDiagBitField)));
-   if (field) {
+   auto* field = static_cast<RtxDiagBitField*>(alloc(pctxt, sizeof(RtxDiagBitField)));
+   auto* node = static_cast<RtxSListNode*>(alloc(pctxt, sizeof(RtxSListNode)));
+   if (field && node) {
       *field = {name, suffix, bitOffset(pctxt), 0, nullptr};
-      if (rtxSListAppend(&pBFList->fieldList, field)) return field;
+      *node = {field, nullptr};
+      RtxSList& list = pBFList->fieldList;
+      (list.tail ? list.tail->next : list.head) = node;
+      list.tail = node;
+      ++list.count;
+      return field;
    }
+   rtxMemHeapFreePtr(pctxt, node);
    rtxMemHeapFreePtr(pctxt, field);
    rtxMemHeapFreePtr(pctxt, name);
    return nullptr;
