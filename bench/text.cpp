@@ -15,7 +15,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -97,6 +99,22 @@ void printMessage(benchmark::State& state, const Message* message, RtxPrintCallb
    if (file != nullptr) std::fclose(file);
 }
 
+// To standard output, as when nothing is registered: each line is flushed.
+void printUnregistered(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message, false);
+   if (fixture.status != 0) return state.SkipWithError("does not decode");
+   rtxPrintStreamRelease(&fixture.ctxt);
+   std::fflush(stdout);
+   const int kept = dup(STDOUT_FILENO), sink = open("/dev/null", O_WRONLY);
+   dup2(sink, STDOUT_FILENO);
+   close(sink);
+   for (auto _ : state) fixture.print();
+   std::fflush(stdout);
+   dup2(kept, STDOUT_FILENO);
+   close(kept);
+   state.counters["line"] = perLine(state, fixture);
+}
+
 void copyText(benchmark::State& state, const Message* message) {
    Fixture fixture(*message, false);
    std::vector<char> copy(fixture.text.used);
@@ -130,6 +148,7 @@ const bool registered = [] {
       add("memcpy of the text", copyText, &message);
       add("string", printMessage, &message, rtxPrintStreamToStringCB);
       add("file", printMessage, &message, rtxPrintStreamToFileCB);
+      add("nothing registered", printUnregistered, &message);
       add("own callback", printMessage, &message, toString);
       add("decode", traceMessage, &message, false, Listing::None);
       add("decode with trace", traceMessage, &message, true, Listing::None);
