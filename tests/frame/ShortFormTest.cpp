@@ -1,0 +1,122 @@
+// Well-formed messages go in the short form: an element that falls out of it is done twice, at many times the
+// cost, and nothing else tells.
+#include "modules/records.h"
+#include "tests/frame/frameTest.h"
+#include "tests/support/vectors.h"
+
+#include <set>
+#include <sstream>
+
+using namespace quorva::test;
+
+namespace {
+
+using quorva_test::Capture;
+
+// Names that a message has in either form: of the PDU's choice, and of what holds a message.
+const std::set<std::string> kOfMessages = {
+      "data", "l3HdrOpts", "ueTerm",   "esmMessageContainer", "esmMsgCont", "pduSm", "cpPdu", "container",
+      "sms",  "n1sm",      "infoElem", "dataToNet",
+};
+
+// Elements that are done in full for all that, by a name on the way to what falls out.
+const struct {
+   const char *name, *why;
+} kInFull[] = {
+      {"forceToStandby", "a half octet alone, there by the direction"},
+      {"transIdent", "a linked TI, coded by hand: its length may count one or two octets"},
+      {"linkedTI", "the same"},
+      {"paramList", "a traffic flow template, coded by hand"},
+      {"packetFilterList", "the same"},
+      {"octet1", "the same, without either"},
+      {"epsBearerCtxts", "may hold a traffic flow template"},
+      {"accessCapOrTech", "an MS radio access capability, coded by hand"},
+      {"textString", "a network name: characters of 7 bits"},
+      {"keyContent", "lies across octets: a field of one bit where the others count octets"},
+      {"extCAGInfoList", "entries coded by hand: two flags ahead tell what follows"},
+      {"remoteUECtxtDisconn", "entries coded by hand: address and ports by their type"},
+      {"receiveNPDUNumberList", "coded by hand: its last octet may be a half one"},
+      {"redial", "of the IEI alone, which the encoder names"},
+      {"revCallSetupDirection", "the same"},
+      {"netInitServUpgrdInd", "the same"},
+      {"moreData", "the same"},
+      {"followOnProceed", "the same"},
+      {"ctsPermission", "the same"},
+      {"cellNotification", "the same"},
+};
+
+// Only full forms have names, and a spare node of the name stack keeps the last one that it held.
+void clearNames(const RtxContext& ctxt) {
+   for (RtxDListNode* node = ctxt.memHeap->spareNames; node != nullptr; node = node->next)
+      node->data = nullptr;
+}
+
+// The names since then, without those of messages: the way to an element that was done in full.
+std::vector<std::string> namesInFull(const RtxContext& ctxt) {
+   std::vector<std::string> names;
+   const RtxDListNode* node = ctxt.memHeap->spareNames;
+   for (bool first = true; node != nullptr && node->data != nullptr; node = node->next, first = false) {
+      const auto* name = static_cast<const char*>(node->data);
+      if (!first && std::strncmp(name, "u.obj_", 6) != 0 && kOfMessages.count(name) == 0)
+         names.push_back(name);
+   }
+   return names;
+}
+
+class WellFormed : public testing::Test {
+protected:
+   void check(const std::string& what) {
+      const std::vector<std::string> names = namesInFull(context_.ctxt);
+      ++tried_;
+      if (names.empty()) return;
+      for (const auto& row : kInFull)
+         if (std::find(names.begin(), names.end(), row.name) != names.end()) {
+            seen_.insert(row.name);
+            return;
+         }
+      std::string path;
+      for (const std::string& name : names) path += "." + name;
+      ADD_FAILURE() << what << " falls out of the short form at " << path;
+   }
+
+   // Decodes, and encodes again what has been decoded.
+   void run(const QuorvaType& type, const std::string& what, std::vector<uint8_t> octets) {
+      Room place(type, 0);
+      clearNames(context_.ctxt);
+      const bool good = decode(context_.ctxt, type, octets, place.get()) == 0;
+      if (good) {
+         check(what + ", decoding,");
+         clearNames(context_.ctxt);
+         if (encode(context_.ctxt, type, place.get()).status == 0) check(what + ", encoding,");
+      }
+      rtxErrReset(&context_.ctxt);
+      rtxMemReset(&context_.ctxt);
+   }
+
+   Capture context_{kTextRoom};
+   std::set<std::string> seen_;
+   size_t tried_ = 0;
+};
+
+TEST_F(WellFormed, GoesInTheShortForm) {
+   for (const QuorvaType* type : allTypes()) {
+      if (!type->decode || !type->encode || !type->sample) continue;
+      if (std::strstr(type->name, "Msg_") == nullptr) continue;
+      const Coded coded = encode(context_.ctxt, *type, type->sample(&context_.ctxt));
+      run(*type, type->name, coded.octets);
+   }
+   const struct {
+      const char *file, *type;
+   } files[] = {{"eps", "TS24301Msg_PDU"},
+                {"5gs", "TS24501Msg_PDU"},
+                {"ts24008", "TS24008Msg_PDU"},
+                {"ts24011", "TS24011Msg_CP_PDU"}};
+   for (const auto& [file, type] : files)
+      for (const Vector& vector : loadVectors(std::string(QUORVA_TEST_DATA "/vectors/") + file + ".txt"))
+         run(*quorvaFindType(type), vector.name, vector.octets);
+   EXPECT_GT(tried_, 900u);
+   for (const auto& row : kInFull)
+      EXPECT_TRUE(seen_.count(row.name)) << row.name << " goes in the short form now: take it off the table";
+}
+
+} // namespace
