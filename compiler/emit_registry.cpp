@@ -39,43 +39,47 @@ bool isInlineDigits(const Type& type) {
    return baseType(type).kind == TypeKind::Digits && passing(type) == Passing::Text;
 }
 
-std::string sampler(const Type& type) {
+// What a sample builder does.
+std::string sampleBody(const Type& type) {
    // One that has no function of its own: straight from the table.
-   if (!hasSample(type))
-      return "[](RtxContext* c) -> void* { return sample(c, " + tableArguments(type) + "); }";
+   if (!hasSample(type)) return "return sample(c, " + tableArguments(type) + ");";
    const std::string call = sampleName(type);
    switch (passing(type)) {
    case Passing::Text:
-      return "[](RtxContext* c) -> void* { void* v = rtxMemHeapAllocZ(c, sizeof(" + recordName(type) +
-             ")); return v ? " + call + "(c, static_cast<char*>(v)) : nullptr; }";
-   case Passing::TextPointer: return "[](RtxContext* c) -> void* { return textValue(c, " + call + "()); }";
-   default: return "[](RtxContext* c) -> void* { return " + call + "(c); }";
+      return "void* v = rtxMemHeapAllocZ(c, sizeof(" + recordName(type) + ")); return v ? " + call +
+             "(c, static_cast<char*>(v)) : nullptr;";
+   case Passing::TextPointer: return "return textValue(c, " + call + "());";
+   default: return "return " + call + "(c);";
    }
 }
 
-void entry(const Type& type, Writer& w) {
-   const std::string none = "nullptr";
+// Writes the row of a type, and ahead of all rows the functions that it names: plain ones, since closures
+// would take twice the time to compile.
+void entry(const Type& type, Writer& functions, Writer& rows) {
+   const std::string record = recordName(type);
    const bool holds = passing(type) != Passing::Nothing;
    const std::string v = holds ? "void* v" : "void*";
-   const std::string constV = holds ? "const void* v" : "const void*";
-   const std::string codec = "[](RtxContext* c, " + v + ") -> int { return ";
-   w.open("{\"" + recordName(type) + "\", " + (holds ? "sizeof(" + recordName(type) + ")" : "0") + ",");
-   w.line((hasEncoder(type) ? codec + encoderName(type) + "(c" + valueOf(type, false) + "); }" : none) + ",");
+   const auto function = [&](bool exists, const std::string& result, const std::string& name,
+                             const std::string& parameters, const std::string& body) -> std::string {
+      if (!exists) return "nullptr";
+      functions.line(result + " " + name + record + "(" + parameters + ") { " + body + " }");
+      return name + record;
+   };
    std::string decode = decoderName(type) + "(c" + targetOf(type) + decoderExtras(type) + ")";
    if (isInlineDigits(type))
-      decode = "inlineDigits(c, static_cast<char*>(v), sizeof(" + recordName(type) + "), " +
-               decoderName(type) + ")";
-   w.line((hasDecoder(type) ? codec + decode + "; }" : none) + ",");
-   w.line((!type.noPrinter ? "[](RtxContext* c, const char* name, " + constV + ") -> int { return " +
-                                   printerName(type) + "(c, name" + valueOf(type, true) + "); }"
-                           : none) +
-          ",");
-   w.line((hasInit(type) ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" +
-                                 recordName(type) + "*>(v)); }"
-                         : none) +
-          ",");
-   w.line((hasRecord(type) && !type.noSample ? sampler(type) : none) + ",");
-   w.close("   " + quotedLines(explain(type)) + "},");
+      decode = "inlineDigits(c, static_cast<char*>(v), sizeof(" + record + "), " + decoderName(type) + ")";
+   std::string row = "{\"" + record + "\", " + (holds ? "sizeof(" + record + ")" : "0");
+   row += ", " + function(hasEncoder(type), "int", "e_", "RtxContext* c, " + v,
+                          "return " + encoderName(type) + "(c" + valueOf(type, false) + ");");
+   row += ", " + function(hasDecoder(type), "int", "d_", "RtxContext* c, " + v, "return " + decode + ";");
+   row += ", " + function(!type.noPrinter, "int", "p_", "RtxContext* c, const char* name, const " + v,
+                          "return " + printerName(type) + "(c, name" + valueOf(type, true) + ");");
+   row += ", " + function(hasInit(type), "int", "i_", "void* v",
+                          "return " + initName(type) + "(static_cast<" + record + "*>(v));");
+   row +=
+         ", " + function(hasRecord(type) && !type.noSample, "void*", "s_", "RtxContext* c", sampleBody(type));
+   rows.line(row + ",");
+   rows.line("   " + quotedLines(explain(type)) + "},");
 }
 
 } // namespace
@@ -118,8 +122,14 @@ void emitRegistry(const Model& model, Outputs& out) {
    for (auto* module : modules)
       for (auto& type : module->types) types.push_back(type.get());
    std::sort(types.begin(), types.end(), [](auto* a, auto* b) { return recordName(*a) < recordName(*b); });
+   Writer functions, rows;
+   for (auto* type : types) entry(*type, functions, rows);
+   w.line("namespace {");
+   w.raw(functions.text());
+   w.line("} // namespace");
+   w.line();
    w.line("const QuorvaType registry[] = {");
-   for (auto* type : types) entry(*type, w);
+   w.raw(rows.text());
    w.line("};");
    w.line("const size_t registrySize = " + std::to_string(types.size()) + ";");
    w.line();
