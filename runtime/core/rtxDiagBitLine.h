@@ -59,12 +59,13 @@ private:
 
    static size_t min(size_t a, size_t b) { return a < b ? a : b; }
 
-   // Is this column of the bit text the blank between two groups?
-   static bool isGap(int column) { return column % 9 == 8; }
+   // A line of bits that don't show.
+   static constexpr char hidden[] = "-------- -------- -------- --------";
+   static_assert(sizeof(hidden) == maxBits + 1);
 
    // Keeps the columns of the bits that belong to the field before, but not their values.
    void hideNeighbour() {
-      for (int i = 0; i < line_.numBits; ++i) line_.bits[i] = isGap(i) ? ' ' : '-';
+      memcpy(line_.bits, hidden, static_cast<size_t>(line_.numBits));
       memset(line_.hex, '-', static_cast<size_t>(line_.numHex));
       memset(line_.chars, '-', static_cast<size_t>(line_.numChars));
    }
@@ -100,7 +101,8 @@ private:
 
    // The state stays as it is behind the characters in use, so that the next field goes on in the same line.
    void putUnfinished() {
-      for (int i = line_.numBits; i < maxBits; ++i) line_.bits[i] = isGap(i) ? ' ' : '-';
+      memcpy(line_.bits + line_.numBits, hidden + line_.numBits,
+             static_cast<size_t>(maxBits - line_.numBits));
       memset(line_.hex + line_.numHex, '-', static_cast<size_t>(maxHex - line_.numHex));
       memset(line_.chars + line_.numChars, '-', static_cast<size_t>(maxChars - line_.numChars));
       handOn(maxBits, maxHex, maxChars);
