@@ -58,15 +58,13 @@ public:
    std::string message(const Type& type) {
       const Program program = lower(type);
       type_ = &type;
-      message_ = true;
       w_.open(std::string("int ") + (enc_ ? "messageEnc_" : "messageDec_") + recordName(type) +
               "(RtxContext* pctxt, void* v" + (enc_ ? ") {" : ", const uint8_t* end) {"));
       w_.line("auto* pvalue = static_cast<" + recordName(type) + "*>(v);");
       w_.line(std::string(enc_ ? "MessageEncoder e" : "MessageDecoder d") + "(pctxt, " + tableArguments(type) +
               ", pvalue" + (enc_ ? ");" : ", end);"));
       clearPresence(type.fields, "");
-      row_ = 0;
-      sequence(program.steps);
+      mandatory(program.steps);
       if (enc_)
          encodeOptional(program);
       else
@@ -178,32 +176,21 @@ private:
             run(steps, first, i);
             continue;
          }
-         const Step* counted = enc_ && steps[i].counts != 0 ? &steps[i + steps[i].counts] : nullptr;
-         if (counted != nullptr && message_) {
-            part(steps[i++], row_++, counted);
-            continue;
-         }
-         if (counted != nullptr) countAhead(steps[i], *counted);
+         if (enc_ && steps[i].counts != 0) countAhead(steps[i], steps[i + steps[i].counts]);
          one(steps[i++]);
       }
    }
 
    void run(const std::vector<Step>& steps, size_t first, size_t behind) {
-      std::string head = "L3_TRY(" + c() + ".fields(";
-      if (message_) head += number(row_) + ", ";
+      const std::string head = "L3_TRY(" + c() + ".fields(";
       if (behind - first == 1) {
          const std::string part = runPart(*steps[first].field, "pvalue->" + steps[first].place, false);
-         if (part.size() < 80) {
-            w_.line(head + part + "));");
-            ++row_;
-            return;
-         }
+         if (part.size() < 80) return w_.line(head + part + "));");
       }
-      w_.line(head.back() == ' ' ? head.substr(0, head.size() - 1) : head);
+      w_.line(head);
       for (size_t i = first; i < behind; ++i)
          w_.line("      " + runPart(*steps[i].field, "pvalue->" + steps[i].place, false) +
                  (i + 1 < behind ? "," : "));"));
-      row_ += behind - first;
    }
 
    // The number of octets of a later string.
@@ -218,8 +205,6 @@ private:
 
    // One step with its option.
    void one(const Step& step) {
-      if (message_ && step.op == Op::Swap) return swapped(step);
-      if (message_ && !isPlainItem(step)) return part(step, row_++);
       if (step.guarded && !enc_) {
          w_.open("if (d.more()) {");
          kind(step);
@@ -347,8 +332,7 @@ private:
       std::string argument = enc_ ? encodeArgument(*step.type, lvalue(step)) : pointerArgument(*step.type, lvalue(step));
       if (!enc_ && step.argument.expr != nullptr) argument += ", static_cast<uint32_t>(" + value(step.argument) + ")";
       if (!enc_ && step.second.expr != nullptr) argument += ", " + value(step.second);
-      attempt(codec("item", *step.type) + (message_ ? number(row_) : quoted(step.name)) + ", " + argument + ")");
-      if (message_) ++row_;
+      attempt(codec("item", *step.type) + quoted(step.name) + ", " + argument + ")");
    }
 
    // The contents of another type, without its length.
@@ -528,29 +512,71 @@ private:
       if (conditional) w_.close();
    }
 
-   // Messages. What is more than a type's codec or a run is a part in the words of elements.
-   void part(const Step& step, size_t row, const Step* counted = nullptr) {
-      message_ = false;
-      w_.open("L3_TRY(" + c() + ".part(" + number(row) + ", [&](" + (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") +
-              ") -> int {");
-      if (counted != nullptr) countAhead(step, *counted);
-      one(step);
+   // Messages: words that tell whether their short form did.
+
+   // A type's codec, a run, or a part in the words of elements.
+   std::string item(const Step& step) {
+      if (step.run) return "fields(" + runPart(*step.field, "pvalue->" + step.place, false) + ")";
+      return codecItem(step) ? codec("item", *step.type) + argument(step) + ")" : "";
+   }
+   static bool codecItem(const Step& step) {
+      return step.op == Op::Call && step.argument.expr == nullptr && !step.isOptional() && !step.guarded &&
+             !step.bareAround && step.counts == 0;
+   }
+   std::string argument(const Step& step) const {
+      return enc_ ? encodeArgument(*step.type, lvalue(step)) : pointerArgument(*step.type, lvalue(step));
+   }
+   template <class Body>
+   void part(const std::string& behind, Body body) {
+      w_.open(c() + ".part([&](" + (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") + ") -> int {");
+      body();
       w_.line("return 0;");
-      w_.close("}));");
-      message_ = true;
+      w_.close("})" + behind);
    }
-   static bool isPlainItem(const Step& step) {
-      return (step.run || (step.op == Op::Call && step.argument.expr == nullptr)) && !step.isOptional() &&
-             !step.guarded && !step.bareAround && step.counts == 0;
+
+   void mandatory(const std::vector<Step>& steps) {
+      if (steps.empty()) return;
+      w_.line("const bool done =");
+      for (size_t i = 0; i < steps.size();) {
+         const size_t first = i;
+         const std::string head = "      " + (first == 0 ? "" : c() + ".at(" + number(first) + ") && ");
+         unsigned bits = 0;
+         std::string parts;
+         while (i < steps.size() && isInRun(steps[i], bits)) parts += ",\n            " + inRun(steps[i++], bits);
+         const Step& step = steps[first];
+         const std::string behind = (i > first ? i : i + 1) < steps.size() ? " &&" : ";";
+         if (i > first) {
+            w_.line(head + c() + ".fields(" + parts.substr(i - first > 1 ? 1 : 14) + ")" + behind);
+            continue;
+         }
+         ++i;
+         if (codecItem(step)) {
+            w_.line(head + c() + "." + item(step) + behind);
+            continue;
+         }
+         w_.raw("         " + head.substr(6));
+         part(behind, [&] {
+            if (enc_ && step.counts != 0) countAhead(step, steps[first + step.counts]);
+            one(step);
+         });
+      }
+      w_.line("if (!done) [[unlikely]]");
+      w_.line("   return " + c() + ".rest();");
    }
-   // Two half octets, the later one first.
-   void swapped(const Step& step) {
-      if (!std::ranges::all_of(step.steps, [](auto& inner) { return isPlainItem(inner) && inner.run; }))
-         return part(step, row_++);
-      std::string parts;
-      for (auto& inner : step.steps)
-         parts = ", " + runPart(*inner.field, "pvalue->" + inner.place, false) + parts;
-      attempt("swapped(" + number(row_++) + parts + ")");
+   // May the step go with a run of so many bits? Half octets that are swapped do too, the later one first.
+   static bool isInRun(const Step& step, unsigned bits) {
+      if (step.op == Op::Swap)
+         return std::ranges::all_of(step.steps, [&](auto& inner) { return isInRun(inner, bits + 8); });
+      return step.run && !step.isOptional() && bits + contentBits(*step.field) <= kMaxRunBits;
+   }
+   static std::string inRun(const Step& step, unsigned& bits) {
+      if (step.op == Op::Swap) {
+         std::string parts;
+         for (auto& inner : step.steps) parts = inRun(inner, bits) + (parts.empty() ? "" : ", ") + parts;
+         return parts;
+      }
+      bits += contentBits(*step.field);
+      return runPart(*step.field, "pvalue->" + step.place, false);
    }
 
    void encodeOptional(const Program& program) {
@@ -564,38 +590,29 @@ private:
             if (!own.empty()) w_.open("if (" + own + guard + ") {");
             group = own;
          }
+         const std::string head = "if (" + hasBit(step.present) + guard + " && e.at(" + number(row++) + ") && !";
+         const std::string iei = hex(step.field->iei, 2);
+         const std::string call = "e.optional<" + number(step.field->ieiBits);
          if (step.op == Op::Choice) {
-            w_.open("if (" + hasBit(step.present) + guard + ") {");
-            message_ = false;
-            w_.open("L3_TRY(e.part(" + number(row) + ", [&](ShortEncoder& e) -> int {");
-            attempt("iei(" + hex(step.field->iei, 2) + ")");
-            kind(step);
-            w_.line("return 0;");
-            w_.close("}));");
-            message_ = true;
-            w_.close();
-            ++row;
-            continue;
+            w_.line(head.substr(0, head.size() - 1));
+            w_.raw("       !");
+            part(") return e.rest();", [&] {
+               attempt("iei(" + iei + ")");
+               kind(step);
+            });
+         } else if (step.op == Op::Call) {
+            w_.line(head + call + ", quorva::type::" + recordName(*step.type) + ">(" + iei + ", " + argument(step) +
+                    ")) return e.rest();");
+         } else {
+            w_.line(head + call + ">(" + iei + ")) return e.rest();");
          }
-         w_.line("if (" + hasBit(step.present) + guard + ")");
-         std::string call = "optional<" + number(step.field->ieiBits);
-         if (step.op == Op::Call)
-            call += ", quorva::type::" + recordName(*step.type) + ">(" + number(row) + ", " + hex(step.field->iei, 2) +
-                    ", " + encodeArgument(*step.type, lvalue(step));
-         else
-            call += ">(" + number(row) + ", " + hex(step.field->iei, 2);
-         w_.line("   L3_TRY(e." + call + "));");
-         ++row;
       }
       if (!group.empty()) w_.close();
       w_.line("return e.finish();");
    }
 
    void scan(const Program& program) {
-      if (program.optional.empty()) {
-         w_.line("return d.finish(" + number(type_->shifts ? 1 : 0) + ");");
-         return;
-      }
+      if (program.optional.empty()) return w_.line("return d.finish(" + number(type_->shifts ? 1 : 0) + ");");
       unsigned nibbles = 0;
       for (auto& step : program.optional)
          if (step.field->ieiBits == 4) nibbles |= 1u << step.field->iei;
@@ -604,55 +621,40 @@ private:
       std::set<unsigned> done;
       const auto& optional = program.optional;
       for (size_t k = 0; k < optional.size(); ++k) {
-         const Field& field = *optional[k].field;
-         if (!done.insert(field.iei).second) continue;
-         std::vector<size_t> twins;
-         for (size_t other = k; other < optional.size(); ++other)
-            if (optional[other].field->iei == field.iei) twins.push_back(other);
-         w_.line("case " + hex(field.iei, 2) + ":");
-         for (size_t twin : twins) {
-            const size_t row = program.steps.size() + twin;
-            if (optional[twin].op == Op::Choice) {
-               w_.open("if (d.expects(" + number(twin) + ")) {");
-               part(optional[twin], row);
-               w_.line(presenceMark(optional[twin]) + ";");
-               w_.line("d.took(" + number(twin) + ");");
-               w_.line("break;");
-               w_.close();
-               continue;
-            }
-            w_.line("   L3_ELEMENT(" + number(twin) + ", " + decodeElement(optional[twin], row) + ",");
-            w_.line("              " + presenceMark(optional[twin]) + ")");
-         }
-         w_.line("   L3_TRY(d.drop(" + number(program.steps.size() + k) + "));");
+         const unsigned iei = optional[k].field->iei;
+         if (!done.insert(iei).second) continue;
+         w_.line("case " + hex(iei, 2) + ":");
+         for (size_t twin = k; twin < optional.size(); ++twin)
+            if (optional[twin].field->iei == iei) decodeOptional(twin, optional[twin]);
          w_.line("   break;");
       }
-      w_.line("default: L3_TRY(d.unknown()); break;");
       w_.close();
+      w_.line("L3_TRY(d.element());");
       w_.close();
       w_.line("return d.finish();");
    }
-
-   std::string decodeElement(const Step& step, size_t row) const {
-      if (step.run)
-         return std::string(step.field->ieiBits == 4 ? "d.half(" : "d.fields(") + number(row) + ", " +
-                runPart(*step.field, "pvalue->" + step.place, false) + ")";
-      if (step.op == Op::Call)
-         return "d.item<quorva::type::" + recordName(*step.type) + ">(" + number(row) + ", " +
-                pointerArgument(*step.type, lvalue(step)) + ")";
-      return "d.row(" + number(row) + ")";
-   }
-   static std::string presenceMark(const Step& step) {
-      const std::string mark = hasBit(step.present) + " = 1";
-      return step.group ? hasBit(step.group) + " = 1, " + mark : mark;
+   void decodeOptional(size_t k, const Step& step) {
+      std::string mark = hasBit(step.present) + " = 1";
+      if (step.group) mark = hasBit(step.group) + " = 1, " + mark;
+      const std::string head = "   L3_ELEMENT(" + number(k) + ", d.";
+      if (step.op == Op::Choice) {
+         w_.line("   L3_ELEMENT(" + number(k) + ",");
+         w_.raw("            ");
+         part(",", [&] { kind(step); });
+      } else if (step.op == Op::Nothing) {
+         w_.line(head + "nothing(),");
+      } else if (step.run && step.field->ieiBits == 4) {
+         w_.line(head + "half(" + runPart(*step.field, "pvalue->" + step.place, false) + "),");
+      } else {
+         w_.line(head + item(step) + ",");
+      }
+      w_.line("              " + mark + ")");
    }
 
    bool enc_;
-   bool message_ = false;
    bool extDeclared_ = false;
    bool groups_ = false; // the decoder's flag of the release groups is declared
    int nextVariable_ = 0;
-   size_t row_ = 0; // of a message
    const Type* type_ = nullptr;
    Writer w_;
 };

@@ -15,56 +15,55 @@ public:
    MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record, const uint8_t* end)
          : Scan(0, false), ctxt_(ctxt), module_(module), type_(type), record_(record),
            at_(ctxt->bufData + ctxt->bufByteIndex), end_(end) {}
-
    MessageDecoder(const MessageDecoder&) = default;
 
-   // Fields of fixed width, from a row of the message on: a row each.
-   template <class... Parts>
-   L3_INLINE int fields(unsigned row, const Parts&... parts) {
-      return tried(parts...) ? 0 : rows(row, sizeof...(Parts));
+   // The words of elements, each true if its short form did. The row of the mandatory part that comes next:
+   L3_INLINE bool at(unsigned row) {
+      row_ = row;
+      return true;
    }
-   // The same of one row.
    template <class... Parts>
-   L3_INLINE int swapped(unsigned row, const Parts&... parts) {
-      return tried(parts...) ? 0 : rows(row, 1);
+   L3_INLINE bool fields(const Parts&... parts) {
+      return part([&](ShortDecoder& d) L3_INLINE_LAMBDA { return d.fields(parts...); });
    }
    // A half octet behind its IEI. The same IEI in an octet of its own has the half octet behind it.
    template <class Part>
-   L3_INLINE int half(unsigned row, const Part& part) {
+   L3_INLINE bool half(const Part& part) {
       static_assert(Part::bits == 4);
-      if (end_ != nullptr && inside() && takeAll(octet_ & 15, part)) [[likely]]
-         return 0;
-      return rows(row, 1);
+      return end_ != nullptr && inside() && takeAll(octet_ & 15, part);
    }
    template <class Type, class... Arguments>
-   L3_INLINE int item(unsigned row, Arguments... arguments) {
+   L3_INLINE bool item(Arguments... arguments) {
       if constexpr (HasShortDecoder<Type>) {
-         if (end_ != nullptr) [[likely]] {
-            if (const uint8_t* behind = Type::shortDecode(at_, end_, ctxt_, arguments...)) [[likely]] {
-               at_ = behind;
-               if constexpr (requires { Type::leavesContainer; }) {
-                  goOut(ctxt_, at_, false);
-                  end_ = shortEnd(ctxt_);
-               }
-               return 0;
-            }
+         if (end_ == nullptr) [[unlikely]]
+            return false;
+         const uint8_t* behind = Type::shortDecode(at_, end_, ctxt_, arguments...);
+         if (behind == nullptr) [[unlikely]]
+            return false;
+         at_ = behind;
+         if constexpr (requires { Type::leavesContainer; }) {
+            goOut(ctxt_, at_, false);
+            end_ = shortEnd(ctxt_);
          }
+         return true;
+      } else {
+         return false;
       }
-      return rows(row, 1);
    }
-   L3_INLINE int row(unsigned row) { return rows(row, 1); }
-   // Anything else, in the words of elements.
+   L3_INLINE bool nothing() const { return end_ != nullptr; }
    template <class Function>
-   L3_INLINE int part(unsigned row, Function decode) {
-      if (end_ != nullptr) [[likely]] {
-         ShortDecoder d(at_, end_, ctxt_);
-         if (const uint8_t* behind = d.result(decode(d))) [[likely]] {
-            at_ = behind;
-            return 0;
-         }
-      }
-      return rows(row, 1);
+   L3_INLINE bool part(Function decode) {
+      if (end_ == nullptr) [[unlikely]]
+         return false;
+      ShortDecoder d(at_, end_, ctxt_);
+      const uint8_t* behind = d.result(decode(d));
+      if (behind == nullptr) [[unlikely]]
+         return false;
+      at_ = behind;
+      return true;
    }
+   // The message from the row at hand on in the exact form, and its result.
+   int rest();
 
    template <bool Shifts>
    L3_INLINE bool next(unsigned halfOctets) {
@@ -86,15 +85,13 @@ public:
    using Scan::iei;
    using Scan::took;
 
-   // An element out of order, or repeated, by the row of one with its IEI.
-   L3_INLINE int drop(unsigned row) {
-      previous_ = iei_;
-      return setPlace(dropAside(*this, row));
-   }
-   L3_INLINE int unknown() {
-      const unsigned last = previous_;
-      previous_ = iei_;
-      return setPlace(skipAside(*this, last));
+   // What is behind the IEI in the exact form: an element that is not for the short one, is out of order, or is
+   // unknown.
+   L3_INLINE int element() {
+      MessageDecoder copy(*this); // so that this one needs no memory
+      const int status = elementInFull(copy);
+      *this = copy;
+      return status;
    }
 
    // The message's result behind the scan, and without one.
@@ -105,54 +102,20 @@ public:
    int finish(int shifts);
 
 private:
-   // Where the message is; without an end what follows goes by rows, with the context's cursor.
-   struct Place {
-      const uint8_t *at, *end;
-      int status;
-   };
-   L3_INLINE int setPlace(const Place& place) {
-      at_ = place.at;
-      end_ = place.end;
-      return place.status;
-   }
-
-   template <class... Parts>
-   L3_INLINE bool tried(const Parts&... parts) {
-      if (end_ == nullptr) [[unlikely]]
-         return false;
-      ShortDecoder d(at_, end_, ctxt_);
-      const uint8_t* behind = d.result(d.fields(parts...));
-      if (behind == nullptr) [[unlikely]]
-         return false;
-      at_ = behind;
-      return true;
-   }
    // Does the octet of the IEI hold more than it?
    L3_INLINE bool inside() const { return (halfOctets_ >> (octet_ >> 4) & 1) != 0; }
-
    // The context's cursor to a place; behind the IEI that can be inside its octet.
    static void goOut(RtxContext* ctxt, const uint8_t* at, bool half) {
       ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData) - (half ? 1 : 0);
       if (half) ctxt->bufBitsLeft = 4;
    }
    // And back. There are elements that leave their container behind, by whose end the rest of the message then
-   // goes.
-   static Place comeBack(const RtxContext* ctxt, int status) {
-      return {ctxt->bufData + ctxt->bufByteIndex, ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr, status};
+   // goes. Without an end what follows goes by the context's cursor.
+   void comeBack() {
+      at_ = ctxt_->bufData + ctxt_->bufByteIndex;
+      end_ = ctxt_->bufBitsLeft == 8 ? shortEnd(ctxt_) : nullptr;
    }
-
    int begin();
-
-   // Out of line, and with copies, so that the decoder itself needs no memory.
-   L3_INLINE int rows(unsigned first, unsigned count) {
-      const bool half = octet_ <= 0xFF && inside();
-      return setPlace(rowsAside(ctxt_, module_, type_ << 16 | first, record_, end_ != nullptr ? at_ : nullptr,
-                                half ? ~count : count));
-   }
-   static Place rowsAside(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
-                          const uint8_t* at, unsigned count);
-   static Place dropAside(MessageDecoder copy, unsigned row);
-   static Place skipAside(MessageDecoder copy, unsigned last);
    L3_INLINE bool nextAside() {
       MessageDecoder copy(*this);
       const bool more = nextInFull(copy);
@@ -160,6 +123,7 @@ private:
       return more;
    }
    static bool nextInFull(MessageDecoder& copy);
+   static int elementInFull(MessageDecoder& copy);
 
    MessageDecoder& operator=(const MessageDecoder& other) {
       Scan::operator=(other);
@@ -175,7 +139,8 @@ private:
    void* record_;
    const uint8_t* at_;
    const uint8_t* end_;
-   unsigned octet_ = 0x100; // that of the IEI
+   unsigned row_ = 0;
+   unsigned octet_ = 0; // that of the IEI
 };
 
 class MessageEncoder {
@@ -185,97 +150,74 @@ public:
          : ctxt_(ctxt), module_(module), type_(type), record_(record), buffer_(ctxt->bufData),
            at_(ctxt->bufData + ctxt->bufByteIndex), end_(ctxt->bufData + ctxt->bufSize) {}
 
-   template <class... Parts>
-   L3_INLINE int fields(unsigned row, const Parts&... parts) {
-      return tried(parts...) ? 0 : rows(row, sizeof...(Parts));
+   // As those of the decoder; of optional elements too the row is told.
+   L3_INLINE bool at(unsigned row) {
+      row_ = row;
+      return true;
    }
    template <class... Parts>
-   L3_INLINE int swapped(unsigned row, const Parts&... parts) {
-      return tried(parts...) ? 0 : rows(row, 1);
+   L3_INLINE bool fields(const Parts&... parts) {
+      return part([&](ShortEncoder& e) L3_INLINE_LAMBDA { return e.fields(parts...); });
    }
    template <class Type, class... Arguments>
-   L3_INLINE int item(unsigned row, Arguments... arguments) {
+   L3_INLINE bool item(Arguments... arguments) {
       if constexpr (HasShortEncoder<Type>)
-         if (at_ != nullptr && put<Type>(at_, arguments...)) [[likely]]
-            return 0;
-      return rows(row, 1);
+         return put<Type>(at_, arguments...);
+      else
+         return false;
    }
-   // Anything else, in the words of elements.
    template <class Function>
-   L3_INLINE int part(unsigned row, Function encode) {
-      if (at_ != nullptr) [[likely]] {
-         const uint32_t flags = ctxt_->flags;
-         ShortEncoder e(at_, end_, ctxt_);
-         if (uint8_t* behind = e.result(encode(e))) [[likely]] {
-            at_ = behind;
-            return 0;
-         }
-         ctxt_->flags = flags;
-      }
-      return rows(row, 1);
+   L3_INLINE bool part(Function encode) {
+      const uint32_t flags = ctxt_->flags;
+      ShortEncoder e(at_, end_, ctxt_);
+      return took(e.result(encode(e)), flags);
    }
 
    // Optional element: IEI, then the element.
    template <unsigned Bits, class Type, class... Arguments>
-   L3_INLINE int optional(unsigned row, uint32_t iei, Arguments... arguments) {
+   L3_INLINE bool optional(uint32_t iei, Arguments... arguments) {
+      if (at_ == end_) [[unlikely]]
+         return false;
       if constexpr (Bits == 4 && requires { Type::bits; }) {
          // Both half octets in one piece.
          uint64_t word;
-         if (at_ != nullptr && at_ != end_ && halfOctet<Type>(word, arguments...)) [[likely]] {
-            *at_++ = static_cast<uint8_t>(iei << 4 | word);
-            return 0;
-         }
+         if (!halfOctet<Type>(word, arguments...)) return false;
+         *at_++ = static_cast<uint8_t>(iei << 4 | word);
+         return true;
       } else if constexpr (Bits == 8 && HasShortEncoder<Type>) {
-         if (at_ != nullptr && at_ != end_) [[likely]] {
-            *at_ = static_cast<uint8_t>(iei);
-            if (put<Type>(at_ + 1, arguments...)) [[likely]]
-               return 0;
-         }
+         *at_ = static_cast<uint8_t>(iei);
+         return put<Type>(at_ + 1, arguments...);
+      } else {
+         return false;
       }
-      return rows(row, 1);
    }
    // An element that is its IEI alone.
    template <unsigned Bits>
-   L3_INLINE int optional(unsigned row, uint32_t iei) {
-      if (Bits == 8 && at_ != nullptr && at_ != end_) [[likely]] {
-         *at_++ = static_cast<uint8_t>(iei);
-         return 0;
-      }
-      return rows(row, 1);
+   L3_INLINE bool optional(uint32_t iei) {
+      if (Bits != 8 || at_ == end_) return false;
+      *at_++ = static_cast<uint8_t>(iei);
+      return true;
    }
    // May no further optional element be added? Messages whose elements can leave the flag set ask this.
    bool tailOpen() const { return (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0; }
 
+   // The message from the row at hand on in the exact form, and its result. A buffer that grows on demand may
+   // have moved meanwhile.
+   L3_INLINE int rest() {
+      return restInFull(ctxt_, module_, type_ << 16 | row_, record_, static_cast<size_t>(at_ - buffer_));
+   }
    int finish() {
-      if (at_ != nullptr) ctxt_->bufByteIndex = static_cast<size_t>(at_ - ctxt_->bufData);
+      ctxt_->bufByteIndex = static_cast<size_t>(at_ - ctxt_->bufData);
       return Codec(ctxt_, module_.encodeSource).done();
    }
 
 private:
-   struct Place {
-      uint8_t *at, *end;
-      int status;
-   };
-   L3_INLINE int setPlace(const Place& place) {
-      at_ = place.at;
-      end_ = place.end;
-      return place.status;
-   }
-   template <class... Parts>
-   L3_INLINE bool tried(const Parts&... parts) {
-      if (at_ == nullptr) [[unlikely]]
-         return false;
-      ShortEncoder e(at_, end_, ctxt_);
-      uint8_t* behind = e.result(e.fields(parts...));
-      if (behind == nullptr) [[unlikely]]
-         return false;
-      at_ = behind;
-      return true;
-   }
    template <class Type, class... Arguments>
    L3_INLINE bool put(uint8_t* at, Arguments... arguments) {
       const uint32_t flags = ctxt_->flags;
-      uint8_t* behind = Type::shortEncode(at, end_, ctxt_, arguments...);
+      return took(Type::shortEncode(at, end_, ctxt_, arguments...), flags);
+   }
+   L3_INLINE bool took(uint8_t* behind, uint32_t flags) {
       if (behind == nullptr) [[unlikely]] {
          ctxt_->flags = flags;
          return false;
@@ -293,27 +235,17 @@ private:
       word = value & 15u;
       return Type::bits == 4 && Type::legalInRecord(value);
    }
-
-   static Place comeBack(const RtxContext* ctxt, int status) {
-      return {canWriteShort(ctxt) ? ctxt->bufData + ctxt->bufByteIndex : nullptr, ctxt->bufData + ctxt->bufSize, status};
-   }
-   L3_INLINE int rows(unsigned first, unsigned count) {
-      const size_t index = at_ != nullptr ? static_cast<size_t>(at_ - buffer_) : kNowhere;
-      const int status = setPlace(rowsAside(ctxt_, module_, type_ << 16 | first, record_, index, count));
-      buffer_ = ctxt_->bufData;
-      return status;
-   }
-   static constexpr size_t kNowhere = ~size_t{0};
-   static Place rowsAside(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
-                          size_t index, unsigned count);
+   static int restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
+                         size_t index);
 
    RtxContext* ctxt_;
    const walk::Module& module_;
    unsigned type_;
    void* record_;
-   const uint8_t* buffer_; // one that grows on demand may have moved when a short form ends
-   uint8_t* at_;           // null: by rows, with the context's cursor
+   const uint8_t* buffer_;
+   uint8_t* at_;
    uint8_t* end_;
+   unsigned row_ = 0;
 };
 
 // A message's codec on plain octets, or the one for all cases.
@@ -330,12 +262,13 @@ L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain,
 
 } // namespace quorva::frame
 
-// An optional element of a message that is still to come: its decoder, then its presence bits. One with an IEI of
-// its own stands alone; elements that share one: what arrives goes to the first of them that is still to come.
+// An optional element of a message that is still to come: its decoder, then its presence bits. Of elements that
+// share an IEI what arrives goes to the first of them that is still to come.
 #define L3_ELEMENT(K, DECODE, ...)                                                                           \
    if (d.expects(K)) {                                                                                       \
-      L3_TRY(DECODE);                                                                                        \
+      if (!(DECODE)) [[unlikely]]                                                                            \
+         break;                                                                                              \
       __VA_ARGS__;                                                                                           \
       d.took(K);                                                                                             \
-      break;                                                                                                 \
+      continue;                                                                                              \
    }

@@ -3,6 +3,10 @@
 
 #include "src/walk/table.h"
 
+namespace quorva::frame {
+class Scan;
+}
+
 namespace quorva::walk {
 
 // The short form if that will do, else the exact one: names, trace, containers and error records on the way.
@@ -10,10 +14,12 @@ namespace quorva::walk {
 int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter = 0);
 int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);
 
-// Rows of a message, from the `first` of its table on, in the exact form; of an optional element what stands
-// behind its IEI when decoding, and the IEI too when encoding.
-int decodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count);
-int encodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count);
+// A message from a row of its own on, whose short form has been tried, to its end: status of the message.
+int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
+int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
+
+// What is behind the IEI of a message's scan.
+int decodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, frame::Scan& scan);
 
 // Octets that the container at hand has left, of which expressions speak. None without a context.
 uint64_t octetsLeft(const RtxContext* ctxt);

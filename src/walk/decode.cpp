@@ -45,16 +45,19 @@ public:
    int message() {
       L3_TRY(begin(module_.texts + type_.decodedName));
       clearPresence(type_.presenceOffset, type_.presenceOctets);
+      return messageFrom(0);
+   }
+   // From a row on whose short form has been tried.
+   int messageRest(unsigned row) {
+      L3_TRY(begin(module_.texts + type_.decodedName));
+      tried_ = true;
+      return messageFrom(row);
+   }
+   // The element behind an IEI.
+   int behindIei(Scan& scan) {
+      tried_ = true;
       Decoder decoder(ctxt_, file_);
-      if (type_.form != Form::Empty) L3_TRY(block(type_.first, unsigned{type_.first} + type_.mandatory, kNoEnd));
-      const unsigned first = unsigned{type_.first} + type_.mandatory;
-      if (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store) {
-         L3_TRY(decoder.nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
-         return decoder.ended();
-      }
-      Scan scan(type_.halfOctets, (type_.flags & kShifts) != 0);
-      while (scan.next(decoder)) L3_TRY(optional(scan, decoder, first));
-      return scan.finish(decoder);
+      return optional(scan, decoder, firstOptional());
    }
 
    // The codec of one element under the name of a message.
@@ -83,20 +86,22 @@ public:
       return Decoder(ctxt_, file_).ended(messageStatus(ctxt_));
    }
 
-   // Those of a message, whose short forms have been tried.
-   int rows(unsigned first, unsigned count) {
-      tried_ = true;
-      L3_TRY(begin(module_.texts + type_.decodedName));
-      return block(first, first + count, kNoEnd);
-   }
-   // An optional element of a message, behind its IEI.
-   int optionalRow(unsigned index) {
-      tried_ = true;
-      L3_TRY(begin(module_.texts + type_.decodedName));
-      return contents(index, kNoEnd);
+private:
+   unsigned firstOptional() const { return unsigned{type_.first} + type_.mandatory; }
+   int messageFrom(unsigned row) {
+      Decoder decoder(ctxt_, file_);
+      const unsigned first = firstOptional();
+      if (type_.form != Form::Empty) L3_TRY(block(type_.first + row, first, kNoEnd));
+      if (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store) {
+         L3_TRY(decoder.nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
+         return decoder.ended();
+      }
+      tried_ = false;
+      Scan scan(type_.halfOctets, (type_.flags & kShifts) != 0);
+      while (scan.next(decoder)) L3_TRY(optional(scan, decoder, first));
+      return scan.finish(decoder);
    }
 
-private:
    Site here(unsigned index) const { return site(module_.wires[index].line); }
    bool more() const { return hot::containerHasRemBits(ctxt_); }
    uint64_t value(unsigned expression) const {
@@ -172,6 +177,7 @@ private:
          if (module_.rows[i].kind == Kind::Store) continue;
          if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
          L3_TRY(field(i, end));
+         tried_ = false;
          if (quit_) return 0;
       }
       return 0;
@@ -525,7 +531,7 @@ private:
    bool groups_ = true;
    bool quit_ = false;
    bool besideDone_ = false;
-   bool tried_ = false; // short forms of the rows' types
+   bool tried_ = false; // the short form of the row at hand
 };
 
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
@@ -582,11 +588,12 @@ int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, u
    return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter);
 }
 
-int decodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first,
-               unsigned count) {
-   const Type& row = module.types[type];
-   Decoding decoding(ctxt, module, row, static_cast<uint8_t*>(record));
-   return first < row.mandatory ? decoding.rows(row.first + first, count) : decoding.optionalRow(row.first + first);
+int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {
+   return Decoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).messageRest(row);
+}
+
+int decodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, Scan& scan) {
+   return Decoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).behindIei(scan);
 }
 
 } // namespace quorva::walk

@@ -4,6 +4,8 @@
 #include "src/frame/encoder.h"
 #include "src/walk/codec.h"
 
+#include <algorithm>
+
 namespace quorva::walk {
 
 using namespace frame;
@@ -42,32 +44,31 @@ public:
 
    int message() {
       L3_TRY(begin(module_.texts + type_.name));
+      return messageFrom(0);
+   }
+   // From a row on whose short form has been tried.
+   int messageRest(unsigned row) {
+      L3_TRY(begin(module_.texts + type_.name));
+      tried_ = true;
+      return messageFrom(row);
+   }
+
+private:
+   int messageFrom(unsigned row) {
       if (type_.form == Form::Empty) return done();
       const unsigned first = unsigned{type_.first} + type_.mandatory;
-      L3_TRY(block(type_.first, first));
-      for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
-         const Row& row = module_.rows[i];
-         if (!hasBit(record_, row.group) || !hasBit(record_, row.presence)) continue;
-         if ((type_.flags & kTailStops) != 0 && (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0) continue;
-         L3_TRY(optional(i));
+      if (row < type_.mandatory) L3_TRY(block(type_.first + row, first));
+      for (unsigned i = std::max(type_.first + row, first); i < behindRows(type_); ++i) {
+         const Row& next = module_.rows[i];
+         if (next.kind == Kind::Store) break;
+         const bool there = hasBit(record_, next.group) && hasBit(record_, next.presence);
+         if (there && ((type_.flags & kTailStops) == 0 || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
+            L3_TRY(optional(i));
+         tried_ = false;
       }
       return done();
    }
 
-   // Those of a message, whose short forms have been tried.
-   int rows(unsigned first, unsigned count) {
-      tried_ = true;
-      L3_TRY(begin(module_.texts + type_.name));
-      return block(first, first + count);
-   }
-   // IEI and element.
-   int optionalRow(unsigned index) {
-      tried_ = true;
-      L3_TRY(begin(module_.texts + type_.name));
-      return optional(index);
-   }
-
-private:
    Site here(unsigned index) const { return site(module_.wires[index].line); }
    uint64_t value(unsigned expression) const {
       return expression == 0 ? 0 : module_.expressions[expression](record_, nullptr, 0);
@@ -118,6 +119,7 @@ private:
          if (module_.rows[i].kind == Kind::Store) continue;
          if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
          L3_TRY(field(i));
+         tried_ = false;
       }
       return 0;
    }
@@ -370,7 +372,7 @@ private:
    int result_ = 0;
    bool inLength_ = false;
    bool besideDone_ = false;
-   bool tried_ = false; // short forms of the rows' types
+   bool tried_ = false; // the short form of the row at hand
 };
 
 int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
@@ -410,10 +412,8 @@ int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
    return encodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value));
 }
 
-int encodeRows(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned first, unsigned count) {
-   const Type& row = module.types[type];
-   Encoding encoding(ctxt, module, row, static_cast<uint8_t*>(record));
-   return first < row.mandatory ? encoding.rows(row.first + first, count) : encoding.optionalRow(row.first + first);
+int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {
+   return Encoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).messageRest(row);
 }
 
 } // namespace quorva::walk
