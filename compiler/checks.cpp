@@ -44,7 +44,7 @@ private:
       case TypeKind::Enum:
       case TypeKind::Number: values(type); break;
       case TypeKind::Octets:
-         if (!type.fill && !type.storage.heap && !type.storage.capacity)
+         if (!type.storage.heap && !type.storage.capacity)
             error(NoCapacity, type.pos, quoted(type.name) + " can hold no octets.");
          boundsFit(type.bounds, lengthBits(type), type.pos, "a length");
          break;
@@ -100,15 +100,11 @@ private:
 
    void record(const Type& type) {
       boundsFit(type.bounds, lengthBits(type), type.pos, "a length");
-      if (type.fields.empty())
-         error(NoFields, type.pos,
-               quoted(type.name) + " has no fields" +
-                     (type.kind == TypeKind::Message ? "; such a message is `empty`." : "."));
+      if (type.fields.empty()) error(NoFields, type.pos, quoted(type.name) + " has no fields.");
       bool lengthField = type.cls != Class::V && !type.bare;
       fieldNames(type.fields, lengthField ? "length" : "");
       if (!type.custom) container(type.fields);
       eachField(type.fields, [&](const Field& field) { this->field(field, type); });
-      asides(type.fields);
       if (type.cls == Class::LV || type.cls == Class::LVE) {
          Width width = widthOf(type.fields);
          if (width.fixed() && width.low % 4 != 0 && !type.padded)
@@ -184,17 +180,6 @@ private:
       }
    }
 
-   void asides(const Fields& fields) {
-      for (size_t i = 0; i < fields.size(); ++i) {
-         if (fields[i]->aside && fields[i]->kind == Kind::Uint && i + 1 == fields.size())
-            error(NoNextField, fields[i]->pos,
-                  "`aside` tells the octets of the next field, and there is none.");
-         asides(fields[i]->fields);
-         for (const Arm& arm : fields[i]->arms)
-            if (arm.field) asides(arm.field->fields);
-      }
-   }
-
    void field(const Field& field, const Type& type) {
       bounds(field.bounds, field.pos);
       words(field, type);
@@ -222,7 +207,8 @@ private:
       case Kind::Named: named(field, type); break;
       case Kind::Each:
          entries(field.bits, field.type, field.pos);
-         if (field.entry) bounds(field.entry->bounds, field.entry->pos);
+         if (field.entry && !field.entry->storage.heap && !field.entry->storage.capacity)
+            error(NoCapacity, field.entry->pos, "The entries need `inline` with a capacity, or `heap`.");
          break;
       case Kind::Choice: choice(field); break;
       case Kind::Messages:
@@ -250,26 +236,14 @@ private:
       auto refuse = [&](bool given, bool fits, const char* sentence) {
          if (given && !fits) error(MisplacedWord, field.pos, sentence);
       };
-      bool frame = field.kind == Kind::Frame || field.kind == Kind::Bare;
-      refuse(field.lead != Lead::None, field.optional, "`bit` and `lh` lead an optional field.");
-      refuse(field.when != nullptr, field.optional, "`when` goes with an optional field.");
-      refuse(field.guarded, !field.optional, "`guarded` goes with a mandatory field.");
-      refuse(field.aside, field.kind == Kind::Uint || field.kind == Kind::Frame,
-             "`aside` goes with an integer.");
-      refuse(!field.counts.empty(), field.kind == Kind::Uint, "`counts` goes with an integer.");
       const Type* own = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
       const bool valued = own && (own->kind == TypeKind::Enum || own->kind == TypeKind::Number);
       const bool cleared = own && own->kind == TypeKind::Record && field.init == 0;
       refuse(field.init.has_value(),
              field.kind == Kind::Uint || field.kind == Kind::Flag || valued || cleared,
              "`init` goes with an integer or an enumeration, `init 0` with a record too.");
-      refuse(field.leaveTail, frame || field.bareBits, "`leavetail` goes with a frame.");
       refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
              "`beside` goes with the first field behind a length of 4 bits.");
-      bool nameless = field.kind == Kind::Bare || field.kind == Kind::Chain || field.kind == Kind::Since ||
-                      field.kind == Kind::Swap;
-      refuse(nameless && !field.name.empty(), false, "This bracket takes no name.");
-      refuse(field.ieiBits != 0, type.kind == TypeKind::Message, "An IEI stands in a message alone.");
    }
 
    void named(const Field& field, const Type& owner) {

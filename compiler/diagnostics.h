@@ -19,7 +19,7 @@ enum DiagnosticNumber : int {
    NoDeclaration, // a line at the top level begins with an unknown word
    Unclosed,      // a bracket without its partner
    TooDeep,       // brackets or expressions nested beyond reason
-   BadIei,        // an optional element without an IEI
+   BadIei,        // a line without an IEI among the optional elements
    BadOctets,     // a vector that is not whole octets in hex
    MisplacedWord, // a word that this declaration or field doesn't take
    // Names
@@ -43,6 +43,7 @@ enum DiagnosticNumber : int {
    BoundsTooWide,
    EmptyChoice,
    DuplicateArm,
+   UnevenPatterns, // arms led by different numbers of bits
    // Shape
    AfterTail = 60,
    NoCapacity,
@@ -52,7 +53,7 @@ enum DiagnosticNumber : int {
    ArgumentMissing, // a digit type without its number of octets
    ArgumentUnused,
    ValueOfNoLength, // `value` of a type without a length
-   NoNextField,     // `aside` with nothing behind
+   NoNextField,     // `unsent` of what is not the next field
    SwapNotTwo,
    NoFields,
    // Messages

@@ -12,34 +12,25 @@ TypeRef Reader::typeRef() {
    return ref;
 }
 
-// `a..b`, `a..`, `..b`, `a` or `a|b|c`; nothing if none stands here.
-Bounds Reader::bounds() {
-   Bounds bounds;
-   if (atNumber()) {
-      bounds.low = expectNumber("a number");
-      if (atSign("|")) {
-         bounds.values.push_back(*bounds.low);
-         while (acceptSign("|")) bounds.values.push_back(expectNumber("a number"));
-         std::sort(bounds.values.begin(), bounds.values.end());
-         bounds.low = bounds.values.front();
-      }
-      if (!bounds.values.empty() || !acceptSign("..")) {
-         bounds.high = bounds.values.empty() ? bounds.low : bounds.values.back();
-         return bounds;
-      }
-   } else if (!acceptSign("..")) {
-      return bounds;
-   }
-   if (atNumber()) bounds.high = expectNumber("a number");
-   return bounds;
-}
-
+// `[a..b]`, `[a..]`, `[..b]`, `[a]` or `[a|b|c]`.
 Bounds Reader::bracketBounds() {
+   Bounds bounds;
    expectSign("[");
-   Bounds result = bounds();
-   if (result.empty()) unexpected("a bound");
+   if (atNumber()) bounds.low = expectNumber("a number");
+   if (bounds.low && atSign("|")) {
+      bounds.values.push_back(*bounds.low);
+      while (acceptSign("|")) bounds.values.push_back(expectNumber("a number"));
+      std::sort(bounds.values.begin(), bounds.values.end());
+      bounds.low = bounds.values.front();
+      bounds.high = bounds.values.back();
+   } else if (!acceptSign("..")) {
+      bounds.high = bounds.low;
+   } else if (atNumber()) {
+      bounds.high = expectNumber("a number");
+   }
+   if (bounds.empty()) unexpected("a bound");
    expectSign("]");
-   return result;
+   return bounds;
 }
 
 // `heap`, `inline N`, or `inline` up to the upper bound.
@@ -62,10 +53,19 @@ void Reader::fields(std::vector<std::unique_ptr<Field>>& out, const char* closer
    const Pos opened = stream_.items[at_ - 1].pos; // the bracket is taken
    int group = 0;
    while (!closes(closer, opened)) {
-      if (presenceLine(place, group)) continue;
+      if (place != Place::Record && atWord("group") && atSign("?", 1) && atSeparator(2)) {
+         take(), take();
+         place = Place::Optional;
+         ++group;
+         continue;
+      }
       try {
-         auto one = field(place, group);
+         auto one = field(place);
          endOfItem(closer);
+         if (one->ieiBits) {
+            place = Place::Optional;
+            one->group = group;
+         }
          out.push_back(std::move(one));
       } catch (const SyntaxError&) {
          skipItem();
@@ -75,48 +75,29 @@ void Reader::fields(std::vector<std::unique_ptr<Field>>& out, const char* closer
    }
 }
 
-// `optional` and `group` stand alone on their lines.
-bool Reader::presenceLine(Place& place, int& group) {
-   if (place != Place::Message && place != Place::Optional) return false;
-   bool first = atWord("optional") && place == Place::Message, next = atWord("group");
-   if ((!first && !next) || !atSeparator(1)) return false;
-   take();
-   place = Place::Optional;
-   if (next) ++group;
-   return true;
-}
-
-bool Reader::namelessLead() const {
-   if (atWord("choice"))
-      return atSign("{", 1) ||
-             ((atWord("by", 1) || atWord("bit", 1) || atWord("lh", 1)) && !atSeparator(2)) ||
-             (atWord("bits", 1) && atNumber(2));
-   if (atWord("chain") || atWord("swap")) return atSign("(", 1);
-   return (atWord("bare") || atWord("since")) && atNumber(1);
-}
-
-std::unique_ptr<Field> Reader::field(Place place, int group) {
+std::unique_ptr<Field> Reader::field(Place place) {
    auto result = std::make_unique<Field>();
    Field& field = *result;
    field.pos = peek().pos;
    field.doc = docAtStart();
    operators_ = 0;
-   if (!namelessLead()) {
-      field.name = expectWord("a field");
-      field.optional = acceptSign("?");
-   }
-   if (place == Place::Optional) {
+   const bool message = place == Place::Message || place == Place::Optional;
+   if (message && acceptIei(field)) {
       field.optional = true;
-      field.group = group;
-      iei(field);
-   }
-   if (field.ieiBits && atWord("T") && atSeparator(1)) {
-      take();
-      field.kind = Kind::Null;
-      field.present = true;
-   } else if (field.ieiBits && atSeparator()) {
-      unexpected("the element's type");
-   } else {
+      field.name = expectWord("the element's name");
+      field.present = atWord("T") && atSeparator(1);
+      if (atSeparator()) unexpected("the element's type");
+      if (field.present) take();
+      if (field.present)
+         field.kind = Kind::Null;
+      else
+         kind(field, place);
+   } else if (place == Place::Optional) {
+      diagnostics_.error(BadIei, field.pos, "Optional elements begin with their IEI: `78`, or `A-`.");
+      throw SyntaxError{};
+   } else if (!nameless(field)) {
+      field.name = expectWord("a field");
+      presence(field);
       kind(field, place);
    }
    behind(field);
@@ -124,208 +105,215 @@ std::unique_ptr<Field> Reader::field(Place place, int group) {
    return result;
 }
 
-// Two hex digits, or one and a dash for a half octet.
-void Reader::iei(Field& field) {
-   const Item& item = peek();
-   bool half = item.text.size() == 2 && item.text[1] == '-';
+// Two hex digits in capitals, or one and a dash for a half octet.
+bool Reader::acceptIei(Field& field) {
+   const std::string text = peek().text;
+   const bool half = text.size() == 2 && text[1] == '-';
    uint64_t value = 0;
-   if ((item.kind != Tok::Word && item.kind != Tok::Number) || item.text.size() != 2 ||
-       !parseHex(half ? item.text.substr(0, 1) : item.text, value)) {
-      diagnostics_.error(BadIei, item.pos, "An optional element has its IEI behind the name: `78`, or `A-`.");
-      throw SyntaxError{};
-   }
+   if ((peek().kind != Tok::Word && peek().kind != Tok::Number) || text.size() != 2 ||
+       text.find_first_not_of("0123456789ABCDEF-") != std::string::npos ||
+       !parseHex(text.substr(0, half ? 1 : 2), value))
+      return false;
    field.iei = static_cast<unsigned>(value);
    field.ieiBits = half ? 4 : 8;
    field.hexIei = true;
    take();
+   return true;
 }
 
-bool Reader::atBehind() const {
-   return atWord("bit") || atWord("lh") || atWord("when") || atWord("const") || atWord("aside") ||
-          atWord("guarded") || atWord("leavetail") || atWord("counts") || atWord("init") ||
-          atWord("sample") || atWord("beside") || atWord("ahead");
+// Fields without a name of their own.
+bool Reader::nameless(Field& field) {
+   if (atWord("choice") &&
+       (atSign("{", 1) || (!atSeparator(2) && (atWord("by", 1) || atWord("unsent", 1))))) {
+      take();
+      choice(field);
+   } else if ((atWord("ext") || atWord("swap")) && atSign("(", 1)) {
+      field.kind = atWord("ext") ? Kind::Chain : Kind::Swap;
+      field.skip = field.kind == Kind::Chain;
+      take();
+      bracket(field);
+   } else if (atWord("since") && atNumber(1)) {
+      take();
+      field.kind = Kind::Since;
+      field.number = expectNumber("the release");
+      bracket(field);
+   } else if (atWord("bare") && atNumber(1)) {
+      take();
+      field.kind = Kind::Bare;
+      field.bits = expectWidth("the width of the length");
+      if (atSign("[")) field.bounds = bracketBounds();
+      expectSign("=");
+      if (!acceptWord("octets")) unexpected("`octets`");
+      bracket(field);
+   } else {
+      return false;
+   }
+   return true;
 }
 
+// Fields on the wire alone.
+void Reader::bracket(Field& field) {
+   expectSign("(");
+   fields(field.fields, ")", Place::Record);
+}
+
+// What tells, behind the name, whether the field is there, and how often.
+void Reader::presence(Field& field) {
+   field.optional = acceptSign("?");
+   if (atWord("null") && atSign("|", 1)) {
+      take(), take();
+      field.guarded = !field.optional;
+      field.lead = field.optional ? Lead::Bit : Lead::None;
+      if (field.optional && !acceptFlag()) unexpected("`0|1`");
+   } else if (field.optional && atWord("if") && atSign("(", 1)) {
+      take();
+      field.when = bracketed();
+   }
+   if (!acceptSign("*")) return;
+   field.kind = Kind::Each;
+   times(field);
+   if (atSign("[")) field.bounds = bracketBounds();
+   storage(field.storage, field.bounds);
+}
+
+bool Reader::acceptFlag() {
+   if (!(peek().text == "0" && atSign("|", 1) && peek(2).text == "1")) return false;
+   take(), take(), take();
+   return true;
+}
+
+// How many entries there are; to the end of the container if nothing tells.
+void Reader::times(Field& field) {
+   if (atSign("("))
+      field.argument = bracketed();
+   else if (acceptFlag())
+      field.entries = Entries::Flags;
+}
+
+// The kind of a field, or of the entries of a repetition.
 void Reader::kind(Field& field, Place place) {
-   if (atSeparator() || atSign("}") || atSign(")") || atBehind()) {
+   const bool each = field.kind == Kind::Each;
+   if (atWord("bare")) {
+      take();
+      Class cls;
+      if (!lengthWord(cls)) unexpected("`LV` or `LV-E`");
+      field.bareBits = cls == Class::LV ? 8 : 16;
+   }
+   const bool facts = atWord("init") || atWord("sample") || atWord("but");
+   if (atSeparator() || atSign("}") || atSign(")") || facts) {
+      if (each || field.bareBits) unexpected("a kind");
       field.kind = place == Place::Arm ? Kind::Null : Kind::Flag;
       field.bits = field.kind == Kind::Flag ? 1 : 0;
    } else if (atNumber()) {
-      kindByNumber(field);
+      each ? void(field.bits = expectWidth("the width of an entry")) : integer(field);
+   } else if (atWord("octets")) {
+      octets(field);
+   } else if (each) {
+      field.type = typeRef();
    } else if (acceptSign("{")) {
       field.kind = Kind::Group;
       fields(field.fields, "}", Place::Record);
+   } else if (atWord("LV") || atWord("LV-E")) {
+      field.kind = Kind::Counted;
+      field.bits = take().text == "LV" ? 8 : 16;
+      if (!acceptWord("octets")) unexpected("`octets`");
+      if (atSign("[")) field.bounds = bracketBounds();
+      storage(field.storage, field.bounds);
+   } else if (acceptWord("choice")) {
+      choice(field);
+   } else if ((atWord("bits") || atWord("ucs2")) && atSign("(", 1)) {
+      field.kind = atWord("bits") ? Kind::BitTail : Kind::Fill;
+      field.bits = atWord("bits") ? 0 : 16;
+      take(), take();
+      const char* size = field.kind == Kind::BitTail ? "tail" : "rest";
+      if (!acceptWord(size)) unexpected(std::string("`") + size + "`");
+      expectSign(")");
+      storage(field.storage, field.bounds);
+   } else if (acceptWord("null")) {
+      field.kind = Kind::Null;
+   } else if (acceptWord("messages")) {
+      field.kind = Kind::Messages;
    } else if (peek().kind == Tok::Word) {
-      kindByWord(field);
+      named(field);
    } else {
       unexpected("a field's kind");
    }
 }
 
-void Reader::kindByNumber(Field& field) {
-   if (atWord("octets", 1) || atWord("bits", 1)) {
-      field.count = expectNumber("the size");
-      field.kind = atWord("octets") ? Kind::Octets : Kind::Bits;
-      field.storage.capacity = field.count;
-      take();
+void Reader::integer(Field& field) {
+   field.kind = Kind::Uint;
+   field.bits = expectWidth("the width in bits");
+   if (atSign("[")) field.bounds = bracketBounds();
+   field.aside = acceptWord("unsent");
+   if (!field.aside && !atSign("=")) return;
+   expectSign("=");
+   if (!acceptWord("octets")) unexpected("`octets`");
+   if (atSign("(")) {
+      field.kind = Kind::Frame;
+      return bracket(field);
+   }
+   field.counts = expectWord("the field that is counted, or `(`");
+   if (!field.aside && acceptSign("+")) field.countsPlus = expectNumber("a number");
+}
+
+// `octets(4)`, `octets(size - 2)`, `octets(rest)`, `octets(tail)`; those of a repetition are its entries.
+void Reader::octets(Field& field) {
+   Field* into = &field;
+   if (field.kind == Kind::Each) {
+      field.entry = std::make_unique<Field>();
+      into = field.entry.get();
+      into->pos = peek().pos;
+   }
+   take();
+   expectSign("(");
+   into->kind = Kind::Sized;
+   if (atSign(")", 1) && (atWord("rest") || (atWord("tail") && into == &field)))
+      into->kind = take().text == "rest" ? Kind::Fill : Kind::Tail;
+   else
+      into->argument = expression();
+   expectSign(")");
+   if (into == &field && into->kind != Kind::Tail && !atSign("[") && into->argument &&
+       into->argument->op == Expr::Op::Number && !atWord("inline") && !atWord("heap")) {
+      into->kind = Kind::Octets;
+      into->count = into->storage.capacity = into->argument->number;
+      into->argument.reset();
       return;
    }
-   field.bits = expectWidth("the width in bits");
-   field.kind = Kind::Uint;
-   if (acceptWord("frame")) {
-      field.kind = Kind::Frame;
-      wireGroup(field);
-   } else if (atSign("[")) {
-      field.bounds = bracketBounds();
-   }
-}
-
-// Bounds and the bracket of a frame or bare length.
-void Reader::wireGroup(Field& field) {
-   if (atSign("[")) field.bounds = bracketBounds();
-   expectSign("(");
-   fields(field.fields, ")", Place::Record);
-}
-
-void Reader::kindByWord(Field& field) {
-   if (acceptWord("lv")) return counted(field, 8);
-   if (acceptWord("lv-e")) return counted(field, 16);
-   if (acceptWord("each")) return each(field);
-   if (acceptWord("choice")) return choice(field);
-   if (acceptWord("chain")) return chain(field);
-   if (acceptWord("since")) return since(field);
-   if (acceptWord("octets")) {
-      field.kind = Kind::Sized;
-      field.argument = expression();
-      storage(field.storage, field.bounds);
-      if (atSign("[")) field.bounds = bracketBounds();
-   } else if (atWord("fill") || atWord("tail") || atWord("bittail")) {
-      field.kind = atWord("fill") ? Kind::Fill : atWord("tail") ? Kind::Tail : Kind::BitTail;
-      take();
-      bool given = storage(field.storage, field.bounds);
-      if (atSign("[")) field.bounds = bracketBounds();
-      if (!given) storage(field.storage, field.bounds);
-   } else if (acceptWord("null")) {
-      field.kind = Kind::Null;
-   } else if (atWord("ucs2") && (atWord("heap", 1) || atWord("inline", 1))) {
-      take();
-      field.kind = Kind::Fill;
-      field.bits = 16;
-      storage(field.storage, field.bounds);
-   } else if (acceptWord("messages")) {
-      field.kind = Kind::Messages;
-   } else if (acceptWord("bare")) {
-      field.kind = Kind::Bare;
-      field.bits = expectWidth("the width of the length");
-      wireGroup(field);
-   } else if (acceptWord("swap")) {
-      field.kind = Kind::Swap;
-      wireGroup(field);
-   } else {
-      named(field);
-   }
+   if (into == &field && atSign("[")) into->bounds = bracketBounds();
+   storage(into->storage, into->bounds);
 }
 
 void Reader::named(Field& field) {
    field.kind = Kind::Named;
    field.type = typeRef();
-   if (atSign("(")) arguments(field);
-   if (atWord("value") && atSign("(", 1)) {
-      take();
+   if (acceptSign("(")) {
+      field.argument = expression();
+      if (acceptSign(",")) field.second = expression();
+      expectSign(")");
+   } else if (atWord("as") && atWord("V", 1)) {
+      take(), take();
       field.valueOnly = true;
       field.argument = bracketed();
+   } else if (acceptWord("ahead")) {
+      field.ahead = expectWidth("the place of the bit");
    }
-}
-
-void Reader::counted(Field& field, unsigned bits) {
-   field.kind = Kind::Counted;
-   field.bits = bits;
-   field.bounds = atSign("[") ? bracketBounds() : bounds();
-   storage(field.storage, field.bounds);
-}
-
-void Reader::each(Field& field) {
-   field.kind = Kind::Each;
-   if (atNumber())
-      field.bits = expectWidth("the width of an entry");
-   else if (atWord("fill") || atWord("octets"))
-      entry(field);
-   else
-      field.type = typeRef();
-   for (bool more = true; more;) {
-      more = true;
-      if (atWord("x") && atSign("(", 1)) {
-         take();
-         field.argument = bracketed();
-      } else if (atSign("[")) {
-         field.bounds = bracketBounds();
-      } else if (acceptWord("tail")) {
-         field.tail = true;
-      } else if (acceptWord("flags")) {
-         field.entries = Entries::Flags;
-      } else if (atWord("free") && field.argument) {
-         take();
-         field.freeCount = true;
-      } else {
-         more = storage(field.storage, field.bounds);
-      }
-   }
-}
-
-// Entries that are octets without a count: `octets e inline N` or `fill inline N`.
-void Reader::entry(Field& field) {
-   field.entry = std::make_unique<Field>();
-   Field& entry = *field.entry;
-   entry.pos = peek().pos;
-   entry.kind = atWord("fill") ? Kind::Fill : Kind::Sized;
-   take();
-   if (entry.kind == Kind::Sized) entry.argument = expression();
-   if (!storage(entry.storage, entry.bounds)) unexpected("`inline` with a capacity, or `heap`");
 }
 
 void Reader::choice(Field& field) {
+   Deeper deeper(*this);
    field.kind = Kind::Choice;
-   field.selector = Selector::Record;
+   field.selector = Selector::Bits;
    if (acceptWord("by")) {
       field.selector = Selector::Field;
-      field.argument = expression();
-   } else if (acceptWord("bit")) {
-      field.selector = Selector::Bits;
-      field.bits = 1;
-   } else if (acceptWord("bits")) {
-      field.selector = Selector::Bits;
-      field.bits = expectWidth("the width of the selector");
-   } else if (acceptWord("lh")) {
-      field.selector = Selector::LH;
-      field.bits = 1;
+      field.argument = primary();
+   } else if (acceptWord("unsent")) {
+      field.selector = Selector::Record;
    }
-   arms(field);
-}
-
-void Reader::arms(Field& field) {
-   Deeper deeper(*this);
-   Pos opened = peek().pos;
+   const Pos opened = peek().pos;
    expectSign("{");
    while (!closes("}", opened)) {
       try {
-         Arm arm;
-         arm.pos = peek().pos;
-         std::string doc = docAtStart();
-         if (acceptWord("else"))
-            arm.isElse = true;
-         else
-            armValues(arm);
-         if (atSeparator() || atSign("}") || (atWord("null") && (atSeparator(1) || atSign("}", 1)))) {
-            arm.field = std::make_unique<Field>(); // nothing on the wire, and no name
-            arm.field->pos = arm.pos;
-            arm.field->kind = Kind::Null;
-            acceptWord("null");
-         } else {
-            arm.field = this->field(Place::Arm, 0);
-         }
-         if (!doc.empty()) arm.field->doc = doc;
-         field.arms.push_back(std::move(arm));
-         endOfItem("}");
+         arm(field);
       } catch (const SyntaxError&) {
          skipItem();
          if (atSign("]") || atSign(")")) take();
@@ -333,7 +321,34 @@ void Reader::arms(Field& field) {
    }
 }
 
+void Reader::arm(Field& choice) {
+   Arm arm;
+   arm.pos = peek().pos;
+   std::string doc = docAtStart();
+   switch (choice.selector) {
+   case Selector::Record: {
+      const uint64_t place = choice.arms.size() + 1;
+      arm.values.push_back({place, place});
+      break;
+   }
+   case Selector::Field: armValues(arm); break;
+   default: pattern(choice, arm); break;
+   }
+   if (acceptSign("-")) {
+      arm.field = std::make_unique<Field>(); // nothing on the wire, and no name
+      arm.field->pos = arm.pos;
+      arm.field->kind = Kind::Null;
+   } else {
+      arm.field = this->field(Place::Arm);
+   }
+   if (!doc.empty()) arm.field->doc = doc;
+   choice.arms.push_back(std::move(arm));
+   endOfItem("}");
+}
+
 void Reader::armValues(Arm& arm) {
+   arm.isElse = acceptWord("else");
+   if (arm.isElse) return;
    do {
       Arm::Range range;
       range.low = range.high = expectNumber("an arm's value or `else`");
@@ -342,68 +357,46 @@ void Reader::armValues(Arm& arm) {
    } while (acceptSign("|"));
 }
 
-void Reader::chain(Field& field) {
-   field.kind = Kind::Chain;
-   expectSign("(");
-   fields(field.fields, ")", Place::Record);
-   field.skip = acceptWord("skip");
+// The bits that lead an arm: as many in each.
+void Reader::pattern(Field& choice, Arm& arm) {
+   const std::string bits = peek().text;
+   if (peek().kind != Tok::Number || bits.find_first_not_of("01") != std::string::npos || bits.size() > 8)
+      unexpected("the bits of an arm");
+   take();
+   uint64_t value = 1; // the selector of the first arm
+   for (size_t i = 0; i < bits.size(); ++i) value += uint64_t{bits[i] == '1'} << (bits.size() - 1 - i);
+   arm.values.push_back({value, value});
+   if (!choice.bits) choice.bits = static_cast<unsigned>(bits.size());
+   if (choice.bits != bits.size())
+      diagnostics_.error(UnevenPatterns, arm.pos, "The arms of a choice are led by as many bits each.");
 }
 
-void Reader::since(Field& field) {
-   field.kind = Kind::Since;
-   field.number = expectNumber("the release");
-   if (acceptWord("needs")) field.needs = expectNumber("the number of bits");
-   field.quits = acceptWord("quits");
-   expectSign("(");
-   fields(field.fields, ")", Place::Record);
-}
-
-// Words behind a kind, in any order.
+// Facts behind a kind.
 void Reader::behind(Field& field) {
-   for (;;) {
-      Pos pos = peek().pos;
-      if (acceptWord("bit")) {
-         if (field.lead == Lead::None) field.lead = Lead::Bit;
-      } else if (acceptWord("lh")) {
-         field.lead = Lead::LH;
-      } else if (acceptWord("when")) {
-         field.when = atSign("(") ? bracketed() : expression();
-      } else if (acceptWord("const")) {
-         if (field.kind != Kind::Uint && field.kind != Kind::Flag) {
-            diagnostics_.error(MisplacedWord, pos, "`const` goes with a width in bits.");
-            throw SyntaxError{};
-         }
-         field.kind = Kind::Const;
-         field.number = expectNumber("the constant");
-      } else if (acceptWord("aside")) {
-         field.aside = true;
-         if (field.kind == Kind::Uint && atSign("(")) {
-            field.kind = Kind::Frame;
-            wireGroup(field);
-         }
-      } else if (acceptWord("guarded")) {
-         field.guarded = true;
-      } else if (acceptWord("leavetail")) {
+   if (field.ieiBits && acceptWord("as")) {
+      if (!lengthWord(field.cls)) unexpected("`LV` or `LV-E`");
+   }
+   if (acceptWord("init")) field.init = expectNumber("the initial value");
+   if (acceptWord("sample")) field.sample = expectNumber("the value in samples");
+   quirks(field);
+}
+
+void Reader::quirks(Field& field) {
+   const bool frame =
+         (field.kind == Kind::Frame && !field.aside) || field.kind == Kind::Bare || field.bareBits;
+   for (const Item& word : quirkWords()) {
+      if (word.text == "leavetail" && frame)
          field.leaveTail = true;
-      } else if (atWord("as") && field.ieiBits) {
-         take();
-         if (!classWord(field.cls)) unexpected("`V`, `LV` or `LV-E`");
-      } else if (acceptWord("beside")) {
+      else if (word.text == "tail" && field.kind == Kind::Each)
+         field.tail = true;
+      else if (word.text == "free" && field.kind == Kind::Each && field.argument)
+         field.freeCount = true;
+      else if (word.text == "strict" && field.kind == Kind::Chain)
+         field.skip = false;
+      else if (word.text == "beside")
          field.beside = true;
-      } else if (acceptWord("ahead")) {
-         field.ahead = expectWidth("the place of the bit");
-      } else if (acceptWord("bare")) {
-         field.bareBits = expectWidth("the width of the length");
-      } else if (acceptWord("init")) {
-         field.init = expectNumber("the initial value");
-      } else if (acceptWord("sample")) {
-         field.sample = expectNumber("the value in samples");
-      } else if (acceptWord("counts")) {
-         field.counts = expectWord("the field that is counted");
-         if (acceptSign("+")) field.countsPlus = expectNumber("a number");
-      } else {
-         return;
-      }
+      else
+         misplaced(word);
    }
 }
 
@@ -422,28 +415,12 @@ Reader::ExprPtr Reader::binary(Expr::Op op, Pos pos, ExprPtr left, ExprPtr right
 
 Reader::ExprPtr Reader::expression() { // the loosest binding first
    Deeper deeper(*this);
-   ExprPtr left = conjunction();
-   while (atWord("or")) {
-      Pos pos = take().pos;
-      left = binary(Expr::Op::Or, pos, std::move(left), conjunction());
-   }
-   return left;
-}
-
-Reader::ExprPtr Reader::conjunction() {
-   ExprPtr left = negation();
+   ExprPtr left = comparison();
    while (atWord("and")) {
       Pos pos = take().pos;
-      left = binary(Expr::Op::And, pos, std::move(left), negation());
+      left = binary(Expr::Op::And, pos, std::move(left), comparison());
    }
    return left;
-}
-
-Reader::ExprPtr Reader::negation() {
-   if (!atWord("not")) return comparison();
-   Deeper deeper(*this);
-   Pos pos = take().pos;
-   return binary(Expr::Op::Not, pos, negation(), nullptr);
 }
 
 Reader::ExprPtr Reader::comparison() {
@@ -491,13 +468,6 @@ Reader::ExprPtr Reader::primary() {
       while (acceptSign(".")) result->name += "." + expectWord("a field's name");
    }
    return result;
-}
-
-void Reader::arguments(Field& field) {
-   expectSign("(");
-   field.argument = expression();
-   if (acceptSign(",")) field.second = expression();
-   expectSign(")");
 }
 
 Reader::ExprPtr Reader::bracketed() {

@@ -38,10 +38,13 @@ bool among(const Token& token, std::initializer_list<const char*> words) {
 }
 
 // Brackets of fields, as against those of expressions, which have no blanks inside.
-bool opensFields(const Token* before, const Token& token) {
-   if (isSign(token, "{")) return true;
-   return before && (before->kind == Tok::Number || isSign(*before, "]") ||
-                     among(*before, {"chain", "swap", "frame", "aside", "quits"}));
+bool opensFields(const std::vector<Token>& tokens, size_t at) {
+   if (isSign(tokens[at], "{")) return true;
+   if (at == 0) return false;
+   const Token& before = tokens[at - 1];
+   if (among(before, {"ext", "swap"})) return true;
+   return at > 1 && ((isWord(before, "octets") && isSign(tokens[at - 2], "=")) ||
+                     (before.kind == Tok::Number && isWord(tokens[at - 2], "since")));
 }
 
 std::string shown(const Token& token) {
@@ -70,9 +73,8 @@ private:
    struct Bracket {
       Body body;
       size_t number;
-      bool optional = false; // a message's mandatory part is over
-      bool fields = true;    // blanks inside
-      bool flows = false;    // several rows on a line: no columns
+      bool fields = true; // blanks inside
+      bool flows = false; // several rows on a line: no columns
    };
 
    void split(const std::vector<Token>& tokens) {
@@ -99,12 +101,9 @@ private:
       line.indent = 4 * (stack_.size() - std::min(closers, stack_.size()));
       if (tokens.empty()) return;
       Bracket* around = stack_.empty() ? nullptr : &stack_.back();
-      const bool label = around && around->body == Body::Message && tokens.size() == 1 &&
-                         among(tokens[0], {"optional", "group"});
-      if (label) {
-         around->optional = true;
-         line.indent -= 2;
-      }
+      const bool label = around && around->body == Body::Message && tokens.size() == 2 &&
+                         isWord(tokens[0], "group") && isSign(tokens[1], "?");
+      if (label) line.indent -= 2;
       std::vector<size_t> cuts; // tokens at which a new cell begins
       if (around && around->body == Body::Rows && several(tokens)) around->flows = true;
       if (around && !label && closers == 0 && !around->flows && !several(tokens)) {
@@ -119,13 +118,10 @@ private:
       for (size_t i = 0; i < tokens.size(); ++i) {
          for (size_t cut : cuts)
             if (cut == i) line.cells.emplace_back();
-         const Token* before = i ? &tokens[i - 1] : nullptr;
-         if (before && !line.cells.back().empty() && blankBetween(*before, tokens[i]))
-            line.cells.back() += ' ';
+         if (i && !line.cells.back().empty() && blankAhead(tokens, i)) line.cells.back() += ' ';
          line.cells.back() += shown(tokens[i]);
          if (opens(tokens[i])) {
-            stack_.push_back({bodyOf(tokens, item, i, before), ++brackets_, false,
-                              opensFields(before, tokens[i]), false});
+            stack_.push_back({bodyOf(tokens, item, i), ++brackets_, opensFields(tokens, i), false});
             if (stack_.back().fields) item = i + 1;
          } else if (closes(tokens[i]) && !stack_.empty()) {
             stack_.pop_back();
@@ -139,16 +135,16 @@ private:
       if (stack_.empty()) declaration_.clear();
    }
 
-   Body bodyOf(const std::vector<Token>& tokens, size_t item, size_t at, const Token* before) {
-      if (!opensFields(before, tokens[at])) return Body::Expression;
+   Body bodyOf(const std::vector<Token>& tokens, size_t item, size_t at) {
+      if (!opensFields(tokens, at)) return Body::Expression;
       if (stack_.empty()) {
          declaration_ = tokens[0].text;
-         if (declaration_ == "enum" || declaration_ == "number") return Body::Rows;
+         if (declaration_ == "enum" || declaration_ == "type") return Body::Rows;
          if (declaration_ == "table") return Body::Table;
          return declaration_ == "message" ? Body::Message : Body::Fields;
       }
       for (size_t i = item; i < at; ++i)
-         if (isWord(tokens[i], "choice")) return Body::Arms;
+         if (isWord(tokens[i], "choice")) return isWord(tokens[i + 1], "unsent") ? Body::Fields : Body::Arms;
       return Body::Fields;
    }
 
@@ -164,8 +160,6 @@ private:
    }
 
    static std::vector<size_t> columns(const std::vector<Token>& tokens, const Bracket& around) {
-      size_t name = 1; // behind the first word and its question mark
-      while (name < tokens.size() && isSign(tokens[name], "?")) ++name;
       switch (around.body) {
       case Body::Rows: return {1};
       case Body::Table: return {1, 2, 3, 4};
@@ -174,39 +168,61 @@ private:
          while (value < tokens.size() && (isSign(tokens[value], "..") || isSign(tokens[value], "|") ||
                                           tokens[value - 1].kind == Tok::Sign))
             ++value;
-         name = value + 1;
-         while (name < tokens.size() && isSign(tokens[name], "?")) ++name;
-         return {value, name};
+         return {value, behindName(tokens, value)};
       }
       case Body::Message:
-         // Type under type: a mandatory element has an empty cell where the others have their IEI.
-         if (around.optional) return {name, name + 1};
-         return nameless(tokens) ? std::vector<size_t>{} : std::vector<size_t>{name, name};
-      case Body::Fields: return nameless(tokens) ? std::vector<size_t>{} : std::vector<size_t>{name};
+         // Name under name: a mandatory element has an empty cell where the others have their IEI.
+         if (nameless(tokens)) return {0};
+         if (leadsWithIei(tokens)) return {1, 2};
+         return {0, behindName(tokens, 0)};
+      case Body::Fields:
+         return nameless(tokens) ? std::vector<size_t>{} : std::vector<size_t>{behindName(tokens, 0)};
       case Body::Top:
       case Body::Expression: break;
       }
       return {};
    }
 
+   // Behind a name and its marks, `?` and `*` with the count.
+   static size_t behindName(const std::vector<Token>& tokens, size_t name) {
+      size_t at = name + 1;
+      while (at < tokens.size() && (isSign(tokens[at], "?") || isSign(tokens[at], "*"))) ++at;
+      if (at >= tokens.size() || !isSign(tokens[at], "(") || !isSign(tokens[at - 1], "*")) return at;
+      for (int depth = 0; at < tokens.size(); ++at) {
+         depth += opens(tokens[at]) ? 1 : closes(tokens[at]) ? -1 : 0;
+         if (depth == 0) return at + 1;
+      }
+      return at;
+   }
+
+   static bool leadsWithIei(const std::vector<Token>& tokens) {
+      const std::string& text = tokens[0].text;
+      return tokens.size() > 2 && text.size() == 2 && tokens[1].kind == Tok::Word &&
+             text.find_first_not_of("0123456789ABCDEF-") == std::string::npos;
+   }
+
    static bool nameless(const std::vector<Token>& tokens) {
       if (tokens.size() < 2) return false;
       if (isWord(tokens[0], "choice"))
-         return isSign(tokens[1], "{") ||
-                (tokens.size() > 2 && among(tokens[1], {"by", "bit", "bits", "lh"}));
-      if (among(tokens[0], {"chain", "swap"})) return isSign(tokens[1], "(");
+         return isSign(tokens[1], "{") || (tokens.size() > 2 && among(tokens[1], {"by", "unsent"}));
+      if (among(tokens[0], {"ext", "swap"})) return isSign(tokens[1], "(");
       return among(tokens[0], {"bare", "since"}) && tokens[1].kind == Tok::Number;
    }
 
-   bool blankBetween(const Token& a, const Token& b) const {
+   bool blankAhead(const std::vector<Token>& tokens, size_t at) const {
+      const Token &a = tokens[at - 1], &b = tokens[at];
+      const bool fields = stack_.empty() || stack_.back().fields;
       if (isSign(b, ",") || isSign(b, "?") || isSign(b, "]") || isSign(a, "[")) return false;
-      if (isSign(a, ".") || isSign(b, ".") || isSign(a, "|") || isSign(b, "|")) return false;
+      if (isSign(a, ".") || isSign(b, ".") || isSign(b, "|")) return false;
+      if (isSign(a, "|")) // `null| 4`, but `null|0|1`
+         return at > 1 && isWord(tokens[at - 2], "null") &&
+                !(at + 1 < tokens.size() && isSign(tokens[at + 1], "|"));
+      if (closes(b) || opens(a)) return fields;
       if (isSign(b, "..")) return a.kind != Tok::Number;
       if (isSign(a, "..")) return b.kind != Tok::Number;
-      if (closes(b)) return stack_.empty() || stack_.back().fields;
-      if (opens(a)) return stack_.empty() || stack_.back().fields;
-      if (isSign(b, "(") && a.kind == Tok::Word && !opensFields(&a, b))
-         return among(a, {"when", "by", "and", "or", "not", "octets", "heap"});
+      if (fields && isSign(b, "*")) return a.kind == Tok::Number;
+      if (isSign(b, "(") && !opensFields(tokens, at))
+         return a.kind == Tok::Sign ? !(fields && isSign(a, "*")) : among(a, {"if", "by", "and"});
       return true;
    }
 

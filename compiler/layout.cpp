@@ -1,6 +1,7 @@
 #include "compiler/layout.h"
 
 #include "compiler/naming.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -242,9 +243,10 @@ private:
 
    // What is in such a record stands behind the bit too.
    void add(const Type* type) {
-      if (type == nullptr || type->custom) return;
-      if (type->kind == TypeKind::Alias || type->kind == TypeKind::OneElement) return add(type->base.type);
-      if (type->kind != TypeKind::Record || type->cls != Class::V || !types_.insert(type).second) return;
+      type = withoutAliases(type); // which ends for one that is an alias of itself too
+      if (type == nullptr || type->custom || type->kind != TypeKind::Record || type->cls != Class::V ||
+          !types_.insert(type).second)
+         return;
       for (auto& field : type->fields) search(*field, true);
    }
 

@@ -198,6 +198,7 @@ struct Type {
    bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
    bool open = false;                   // Digits: the text has the room that the count asks for
    bool padded = false;                 // Record: the contents end within an octet, on purpose
+   bool returns = false;                // Record: its release groups quit
    bool shortForm = false;              // custom: the codec by hand has a short form
    bool amongBits = false;              // it stands behind a bit inside an octet; custom: by its description
    bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;

@@ -1,6 +1,7 @@
 // Declarations: the module line, types, tables and vectors.
 #include "compiler/reader.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace l3c {
@@ -187,15 +188,10 @@ void Reader::moduleLine() {
 void Reader::declaration() {
    static const std::pair<const char*, std::pair<TypeKind, void (Reader::*)(Type&)>> heads[] = {
          {"enum", {TypeKind::Enum, &Reader::enumeration}},
-         {"number", {TypeKind::Number, &Reader::number}},
-         {"octets", {TypeKind::Octets, &Reader::octets}},
-         {"digits", {TypeKind::Digits, &Reader::digits}},
+         {"type", {TypeKind::Alias, &Reader::plainType}},
          {"element", {TypeKind::Record, &Reader::element}},
-         {"list", {TypeKind::List, &Reader::list}},
-         {"alias", {TypeKind::Alias, &Reader::alias}},
          {"message", {TypeKind::Message, &Reader::message}},
          {"pdu", {TypeKind::Pdu, &Reader::pdu}},
-         {"text", {TypeKind::Text, &Reader::characters}},
    };
    if (atWord("table")) return table();
    if (atWord("test")) return test();
@@ -213,55 +209,82 @@ void Reader::declaration() {
       type.doc = doc;
       type.module = module_;
       module_->byName.emplace(name, &type);
-      if (atSign("(")) parameters(type);
       (this->*head.second)(type);
       type.doc = docAtEnd(type.doc);
       return;
    }
    diagnostics_.error(NoDeclaration, peek().pos,
                       "`" + peek().text +
-                            "` doesn't begin a declaration (enum, number, octets, digits, element, "
-                            "text, list, alias, message, pdu, table, test).");
+                            "` doesn't begin a declaration (enum, type, element, message, pdu, table, "
+                            "test).");
    throw SyntaxError{};
 }
 
-// Words behind a head, in any order.
-void Reader::typeWords(Type& type) {
-   static const std::pair<const char*, bool Type::*> words[] = {
-         {"custom", &Type::custom},       {"noencoder", &Type::noEncoder}, {"nodecoder", &Type::noDecoder},
-         {"nosample", &Type::noSample},   {"ownsample", &Type::ownSample}, {"noprinter", &Type::noPrinter},
-         {"unchecked", &Type::unchecked}, {"checked", &Type::checked},     {"twins", &Type::twins},
-         {"tailstop", &Type::tailstop},   {"shifts", &Type::shifts},       {"leavetail", &Type::leaveTail},
-         {"padded", &Type::padded},       {"aligned", &Type::aligned},     {"short", &Type::shortForm},
-         {"amongbits", &Type::amongBits},
+// The words behind `but`.
+std::vector<Reader::Item> Reader::quirkWords() {
+   std::vector<Item> words;
+   if (!acceptWord("but")) return words;
+   if (peek().kind != Tok::Word) unexpected("a quirk");
+   while (peek().kind == Tok::Word) words.push_back(take());
+   return words;
+}
+
+void Reader::quirks(Type& type) {
+   using Fits = bool (*)(const Type&);
+   static const Fits always = [](const Type&) { return true; };
+   static const Fits message = [](const Type& t) { return t.kind == TypeKind::Message; };
+   static const Fits lengthed = [](const Type& t) { return t.kind == TypeKind::Record && t.cls != Class::V; };
+   static const Fits octets = [](const Type& t) {
+      return t.kind == TypeKind::Record && (t.cls == Class::LV || t.cls == Class::LVE);
    };
-   for (bool more = true; more;) {
-      more = false;
-      for (auto& [word, flag] : words) {
-         if (!atWord(word)) continue;
-         bool ofEnum = flag == &Type::unchecked || flag == &Type::checked;
-         bool ofMessage = flag == &Type::twins || flag == &Type::tailstop || flag == &Type::shifts;
-         if ((ofEnum && type.kind != TypeKind::Enum) || (ofMessage && type.kind != TypeKind::Message))
-            diagnostics_.error(MisplacedWord, peek().pos,
-                               std::string("`") + word + "` goes with " +
-                                     (ofEnum ? "an enum." : "a message."));
-         take();
-         type.*flag = more = true;
-      }
+   static const struct {
+      const char* word;
+      bool Type::*flag;
+      Fits fits;
+   } table[] = {
+         {"custom", &Type::custom, always},
+         {"short", &Type::shortForm, [](const Type& t) { return t.custom || t.kind == TypeKind::Text; }},
+         {"amongbits", &Type::amongBits, [](const Type& t) { return t.custom; }},
+         {"nodecoder", &Type::noDecoder, always},
+         {"ownsample", &Type::ownSample, [](const Type& t) { return t.kind == TypeKind::Record; }},
+         {"twins", &Type::twins, message},
+         {"tailstop", &Type::tailstop, message},
+         {"shifts", &Type::shifts, message},
+         {"leavetail", &Type::leaveTail, octets},
+         {"padded", &Type::padded, octets},
+         {"aligned", &Type::aligned, octets},
+         {"returns", &Type::returns, lengthed},
+         {"free", &Type::freeCount, [](const Type& t) { return t.times != nullptr; }},
+   };
+   const std::vector<Item> words = quirkWords();
+   for (const Item& word : words)
+      for (auto& row : table) type.*row.flag |= word.text == row.word;
+   for (const Item& word : words) {
+      const bool known =
+            std::ranges::any_of(table, [&](auto& row) { return word.text == row.word && row.fits(type); });
+      if (!known) misplaced(word);
    }
 }
 
-bool Reader::classWord(Class& cls) {
-   if (acceptWord("V"))
-      cls = Class::V;
-   else if (acceptWord("LV"))
+void Reader::misplaced(const Item& word) {
+   diagnostics_.error(MisplacedWord, word.pos, "`" + word.text + "` is no quirk that this can have.");
+}
+
+// A length of whole octets.
+bool Reader::lengthWord(Class& cls) {
+   if (acceptWord("LV"))
       cls = Class::LV;
    else if (acceptWord("LV-E"))
       cls = Class::LVE;
-   else if (acceptWord("L4"))
-      cls = Class::L4;
    else
       return false;
+   return true;
+}
+
+// `bare` and the class of a length that no record holds.
+bool Reader::bareLength(Class& cls) {
+   if (!acceptWord("bare")) return false;
+   if (!lengthWord(cls)) unexpected("`LV` or `LV-E`");
    return true;
 }
 
@@ -286,130 +309,117 @@ void Reader::enumRows(Type& type) {
 
 void Reader::enumeration(Type& type) {
    type.bits = expectWidth("the width in bits");
-   typeWords(type);
+   type.unchecked = acceptWord("open");
+   type.checked = !type.unchecked && acceptWord("full");
    if (!atSign("{")) unexpected("`{`");
-   enumRows(type);
-}
-
-void Reader::number(Type& type) {
-   type.bare = acceptWord("bare");
-   if (type.bare && !classWord(type.cls)) unexpected("`LV`");
-   type.bits = expectWidth("the width in bits");
-   if (atSign("[")) type.bounds = bracketBounds();
-   typeWords(type);
    enumRows(type);
 }
 
 // What the caller of the type's decoder hands over.
 void Reader::parameters(Type& type) {
-   expectSign("(");
+   if (!acceptSign("(")) return;
    do type.parameters.push_back(expectWord("a parameter's name"));
    while (acceptSign(","));
    expectSign(")");
 }
 
-void Reader::octets(Type& type) {
-   if (acceptWord("fill")) {
-      Pos pos = peek().pos;
-      type.fill = true;
-      if (!storage(type.storage, type.bounds))
-         diagnostics_.error(NoCapacity, pos, "`fill` needs `inline` with a capacity, or `heap`.");
-      return typeWords(type);
+void Reader::plainType(Type& type) {
+   parameters(type);
+   const bool list = acceptSign("*");
+   if (list) {
+      type.kind = TypeKind::List;
+      Field entries;
+      if (acceptWord("ext"))
+         entries.entries = Entries::Ext;
+      else
+         times(entries);
+      if (atSign("[")) entries.bounds = bracketBounds();
+      type.entries = entries.entries;
+      type.times = std::move(entries.argument);
+      type.bounds = entries.bounds;
    }
-   type.bare = acceptWord("bare");
-   bool lengthed = classWord(type.cls);
-   if (!lengthed || type.bare) {
-      type.count = type.storage.capacity = expectNumber("the number of octets");
-   } else {
-      type.bounds = bounds();
+   type.bare = bareLength(type.cls);
+   if (list && atNumber())
+      type.bits = expectWidth("the width of an entry");
+   else if (list)
+      type.base = typeRef();
+   else
+      plainKind(type);
+   quirks(type);
+   if (type.kind == TypeKind::Number) enumRows(type);
+}
+
+void Reader::plainKind(Type& type) {
+   if (atNumber()) {
+      type.kind = TypeKind::Number;
+      type.bits = expectWidth("the width in bits");
+      if (atSign("[")) type.bounds = bracketBounds();
+   } else if (!type.bare && lengthWord(type.cls)) {
+      if (!acceptWord("octets")) unexpected("`octets`");
+      type.kind = TypeKind::Octets;
+      if (atSign("[")) type.bounds = bracketBounds();
       storage(type.storage, type.bounds);
+   } else if (acceptWord("octets")) {
+      type.kind = TypeKind::Octets;
+      expectSign("(");
+      type.fill = !type.bare && acceptWord("rest");
+      if (!type.fill) type.count = type.storage.capacity = expectNumber("the number of octets or `rest`");
+      expectSign(")");
+      if (type.fill) storage(type.storage, type.bounds);
+   } else if ((atWord("digits") && !type.bare) || atWord("text")) {
+      type.kind = atWord("digits") ? TypeKind::Digits : TypeKind::Text;
+      if (type.kind == TypeKind::Digits) type.parameters = {"octets"};
+      take();
+      expectSign("(");
+      type.storage.heap = acceptWord("heap");
+      if (!type.storage.heap)
+         type.count = type.storage.capacity = expectNumber("the number of characters or `heap`");
+      type.open = type.kind == TypeKind::Digits && type.count && acceptSign("..");
+      expectSign(")");
+   } else if (type.bare) {
+      unexpected("a width, `octets`, `text` or `*`");
+   } else {
+      type.base = typeRef();
    }
-   typeWords(type);
-}
-
-void Reader::digits(Type& type) {
-   type.parameters = {"octets"};
-   capacity(type);
-}
-
-void Reader::capacity(Type& type) {
-   if (atNumber()) type.count = type.storage.capacity = expectNumber("the number of digits");
-   if (acceptWord("heap"))
-      type.storage = {true, 0};
-   else if (!type.count)
-      unexpected("the number of characters or `heap`");
-   if (type.kind == TypeKind::Digits) type.open = acceptWord("open");
-   typeWords(type);
 }
 
 void Reader::element(Type& type) {
-   type.bare = acceptWord("bare");
+   parameters(type);
    uint64_t width;
-   if (peek().kind == Tok::Word && peek().text.starts_with("LB") &&
-       parseNumber(peek().text.substr(2), width) && width >= 1 && width <= 16) {
+   type.bare = bareLength(type.cls);
+   if (type.bare || lengthWord(type.cls) || acceptWord("V")) {
+   } else if (acceptWord("L4")) {
+      type.cls = Class::L4;
+   } else if (peek().kind == Tok::Word && peek().text.starts_with("LB") &&
+              parseNumber(peek().text.substr(2), width) && width >= 1 && width <= 16) {
       take();
       type.cls = Class::LB;
       type.bits = static_cast<unsigned>(width);
-   } else if (!classWord(type.cls)) {
+   } else {
       unexpected("`V`, `LV`, `LV-E`, `L4` or `LB7`");
    }
-   type.bounds = atSign("[") ? bracketBounds() : bounds();
-   typeWords(type);
+   if (type.cls != Class::V && atSign("[")) type.bounds = bracketBounds();
+   quirks(type);
    expectSign("{");
    fields(type.fields, "}", Place::Record);
 }
 
-// A text, its codec by hand: its capacity, and what the caller of the decoder hands over.
-void Reader::characters(Type& type) {
-   type.bare = acceptWord("bare");
-   if (type.bare && !classWord(type.cls)) unexpected("`LV`");
-   capacity(type);
-   if (atSign("(")) parameters(type);
-   typeWords(type);
-}
-
-void Reader::list(Type& type) {
-   type.bare = acceptWord("bare");
-   if (type.bare && !classWord(type.cls)) unexpected("`LV`");
-   if (atNumber())
-      type.bits = expectWidth("the width of an entry");
-   else
-      type.base = typeRef();
-   if (acceptWord("chain"))
-      type.entries = Entries::Ext;
-   else if (acceptWord("flags"))
-      type.entries = Entries::Flags;
-   if (atWord("x") && atSign("(", 1)) {
-      take();
-      type.times = bracketed();
-      type.freeCount = acceptWord("free");
-   }
-   if (atSign("[")) type.bounds = bracketBounds();
-   typeWords(type);
-}
-
-void Reader::alias(Type& type) {
-   type.base = typeRef();
-   typeWords(type);
-}
-
 void Reader::message(Type& type) {
-   typeWords(type);
-   if (acceptWord("is")) {
+   if (acceptSign("=")) {
       type.kind = TypeKind::OneElement;
       type.base = typeRef();
-      typeWords(type);
-   } else if (acceptWord("empty")) {
-      type.kind = TypeKind::Empty;
-      typeWords(type);
-   } else {
-      expectSign("{");
-      fields(type.fields, "}", Place::Message);
+      return quirks(type);
    }
+   quirks(type);
+   expectSign("{");
+   if (acceptSign("}"))
+      type.kind = TypeKind::Empty;
+   else
+      fields(type.fields, "}", Place::Message);
 }
 
 void Reader::pdu(Type& type) {
-   typeWords(type);
+   quirks(type);
    expectSign("{");
    fields(type.fields, "}", Place::Record);
 }

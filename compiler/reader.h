@@ -50,62 +50,54 @@ private:
    void moduleLine();
    void declaration();
    void enumeration(Type& type);
-   void number(Type& type);
-   void octets(Type& type);
-   void digits(Type& type);
+   void plainType(Type& type);
+   void plainKind(Type& type);
    void element(Type& type);
-   void capacity(Type& type);
-   void characters(Type& type);
    void parameters(Type& type);
-   void entry(Field& field);
-   void list(Type& type);
-   void alias(Type& type);
    void message(Type& type);
    void pdu(Type& type);
    void table();
    void test();
-   void typeWords(Type& type);
+   std::vector<Item> quirkWords();
+   void misplaced(const Item& word);
+   void quirks(Type& type);
    void enumRows(Type& type);
    TableRow tableRow();
-   bool classWord(Class& cls);
+   bool lengthWord(Class& cls);
+   bool bareLength(Class& cls);
    void fillTables();
 
    // Fields
    void fields(std::vector<std::unique_ptr<Field>>& out, const char* closer, Place place);
-   bool presenceLine(Place& place, int& group);
-   std::unique_ptr<Field> field(Place place, int group);
-   bool namelessLead() const;
-   void iei(Field& field);
+   std::unique_ptr<Field> field(Place place);
+   bool nameless(Field& field);
+   bool acceptIei(Field& field);
+   bool acceptFlag();
+   void presence(Field& field);
+   void times(Field& field);
    void kind(Field& field, Place place);
-   bool atBehind() const;
-   void kindByNumber(Field& field);
-   void kindByWord(Field& field);
-   void counted(Field& field, unsigned bits);
-   void each(Field& field);
+   void integer(Field& field);
+   void octets(Field& field);
    void choice(Field& field);
-   void arms(Field& field);
+   void arm(Field& choice);
    void armValues(Arm& arm);
-   void chain(Field& field);
-   void since(Field& field);
+   void pattern(Field& choice, Arm& arm);
    void named(Field& field);
    void behind(Field& field);
-   void wireGroup(Field& field);
+   void quirks(Field& field);
    bool storage(Storage& storage, const Bounds& bounds);
-   Bounds bounds();
+   void bracket(Field& field);
    Bounds bracketBounds();
    TypeRef typeRef();
 
    // Expressions
    using ExprPtr = std::unique_ptr<Expr>;
-   ExprPtr expression(); // lowest: or
-   ExprPtr conjunction();
-   ExprPtr negation();
+   ExprPtr expression(); // loosest: and
    ExprPtr comparison();
    ExprPtr sum();
    ExprPtr product();
    ExprPtr primary();
    ExprPtr bracketed();
-   void arguments(Field& field);
    ExprPtr binary(Expr::Op op, Pos pos, ExprPtr left, ExprPtr right);
 
    Model& model_;

@@ -51,6 +51,13 @@ public:
          expressions(type.fields, scope);
       });
       eachType([this](Type& type) { countedFields(type.fields); });
+      eachType([](Type& type) {
+         eachField(type.fields, [&](Field& field) {
+            if (field.kind != Kind::Since) return;
+            field.quits = type.returns;
+            field.needs = type.returns ? 0 : widthOf(field.fields).low;
+         });
+      });
    }
 
 private:
@@ -151,7 +158,7 @@ private:
    static void typeStorage(Type& type) {
       if (given(type.storage)) return;
       if (type.kind == TypeKind::Octets && type.cls == Class::LVE) type.storage = {true, 0};
-      if (type.kind == TypeKind::Octets && type.cls != Class::LVE)
+      if (type.kind == TypeKind::Octets && type.cls == Class::LV)
          type.storage.capacity = type.bounds.high.value_or(255);
       if (type.kind == TypeKind::List) type.storage = {!type.bounds.high, type.bounds.high.value_or(0)};
    }
@@ -197,7 +204,7 @@ private:
       if (field.kind != Kind::Frame) scope.seen.push_back(&field);
    }
 
-   // `counts` names a field that comes later in the same record.
+   // `= octets` names a field that comes later in the same record: the next one if the number is unsent.
    void countedFields(const std::vector<std::unique_ptr<Field>>& fields) {
       std::vector<Field*> flat;
       auto collect = [&](auto& self, const std::vector<std::unique_ptr<Field>>& level) -> void {
@@ -214,6 +221,12 @@ private:
       collect(collect, fields);
       for (size_t i = 0; i < flat.size(); ++i) {
          if (flat[i]->counts.empty()) continue;
+         if (flat[i]->aside) {
+            if (i + 1 == flat.size() || flat[i + 1]->name != flat[i]->counts)
+               diagnostics_.error(NoNextField, flat[i]->pos,
+                                  "The next field is not `" + flat[i]->counts + "`.");
+            continue;
+         }
          for (size_t k = i + 1; k < flat.size() && !flat[i]->counted; ++k)
             if (flat[k]->name == flat[i]->counts) flat[i]->counted = flat[k];
          if (!flat[i]->counted)

@@ -23,9 +23,9 @@ ROOT = Path(__file__).resolve().parent.parent
 
 # --- The spelling of descriptions: all that this script knows of it.
 
-DECLARATION = re.compile(r"(?:enum|number|octets|digits|text|list|alias|type|element|structure|message|pdu|table|test|module)\b")
+DECLARATION = re.compile(r"(?:enum|type|element|message|pdu|table|test|module)\b")
 # Words that a number follows which isn't the width of a field.
-NO_NAMES = {"V", "LV", "E", "L4", "LB7", "init", "sample", "inline", "const", "ahead", "needs", "since", "case", "else"}
+NO_NAMES = {"V", "LV", "E", "L4", "LB7", "init", "sample", "inline", "ahead", "since", "else"}
 NO_FACTS = ("#", "--", "test", "module")
 
 
@@ -52,15 +52,15 @@ def swapped(match):
 # pattern runs over the code of a line, behind the head of an enumeration.
 FACTS = [
     ("iei", {"message"}, r"(?<=\s)(?:[0-9A-F]{2}|[89A-F]-)(?=\s)", lambda m: other_iei(m.group(0))),
-    ("width", {"element", "structure"}, r"([\w?]+)(\s+|(?<=octets)\(|(?<=bits)\()(\d+)(?=[\s,})]|$)", other_width),
-    ("bound", {"element", "structure", "octets", "list", "number", "type"}, r"(?:(?<=\bLV )|(?<=\bLV-E )|(?<=\bL4 )|(?<=\[))(\d*)\.\.(\d*)",
+    ("width", {"element"}, r"([\w?]+)(\s+|(?<=octets)\(|(?<=bits)\()(\d+)(?=[\s,})]|$)", other_width),
+    ("bound", {"element", "type"}, r"(?:(?<=\bLV )|(?<=\bLV-E )|(?<=\bL4 )|(?<=\[))(\d*)\.\.(\d*)",
      lambda m: other_bound(m.group(1), m.group(2))),
     # Exchanged with the next on its line, as another value alone would often be there already.
     ("enumerator", {"enum"}, r"(?<=[\w-] )(\d+), *[\w-]+ (\d+)(?=,| *}|$)", swapped),
     ("enumerator", {"enum"}, r"(?<=[\w-] )\d+(?= *}|,?$)", lambda m: str(int(m.group(0)) ^ 1)),
-    ("presence", {"element", "structure"}, r"(?<=\w)\?(?=[\s,])", lambda m: ""),
-    ("class", {"element", "octets"}, r"(?<=\s)LV(-E)?(?=\s|$)", lambda m: "LV" if m.group(1) else "LV-E"),
-    ("flags", {"element", "structure"}, r"(?<=[{, ])([a-z]\w*),\s*([a-z]\w*)(?=,| }|$)", swapped),
+    ("presence", {"element"}, r"(?<=\w)\?(?=[\s,])", lambda m: ""),
+    ("class", {"element", "type"}, r"(?<=\s)LV(-E)?(?=\s|$)", lambda m: "LV" if m.group(1) else "LV-E"),
+    ("flags", {"element"}, r"(?<=[{, ])([a-z]\w*),\s*([a-z]\w*)(?=,| }|$)", swapped),
 ]
 # Two lines of one field each, which can stand in the other order.
 FIELD = re.compile(r"\s+(?:[0-9A-F]{2}\s+|[89A-F]-\s+)?[a-zA-Z][\w-]*\??\s+[^\s{}][^{}]*(?<!\()$")
@@ -87,7 +87,7 @@ def candidates(lines):
                 new = other(match)
                 if new is not None and match.group(0) != "..":
                     yield kind, owner, number, code[:match.start()] + new + code[match.end():] + dashes + doc + mark + comment
-        if inside in ("element", "structure", "message") and number + 1 < len(lines):
+        if inside in ("element", "message") and number + 1 < len(lines):
             following = lines[number + 1]
             if FIELD.match(line) and FIELD.match(following):
                 yield "order", owner, number, following + "\n" + line

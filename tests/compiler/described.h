@@ -86,95 +86,92 @@ module Every file EveryIES uses Base
 
 -- Causes
 enum Cause 8 { none 0, bad 3, worse 0x7F }
-enum Wild 4 unchecked { one 1 }
-enum Open 2 checked { a 0, b 1, c 2, d 3 }
-number Level 8 [1..9] { low 1, high 9 }
-number Bare bare LV 16
-octets Fixed 4
-octets Counted LV 2..8
-octets Long LV-E 0..
-octets Kept LV-E 1..100 inline
-octets BareFixed bare LV 2
-octets Rest fill inline 20
-digits Number 15
-digits Digits heap
-text Packed heap (octets, spareBits)
-list Causes Cause [1..4]
-list Flagged Fixed flags
-list Chained Fixed chain
-list Plain 8 [..16]
-list Times(number) Fixed x(number + 1) free [1..3] nodecoder
-alias Other Cause
+enum Wild 4 open { one 1 }
+enum Open 2 full { a 0, b 1, c 2, d 3 }
+type Level 8 [1..9] { low 1, high 9 }
+type Bare bare LV 16
+type Fixed octets(4)
+type Counted LV octets [2..8]
+type Long LV-E octets [0..]
+type Kept LV-E octets [1..100] inline
+type BareFixed bare LV octets(2)
+type Rest octets(rest) inline 20
+type Number digits(15)
+type Digits digits(heap)
+type Packed(octets, spareBits) text(heap)
+type Causes* [1..4] Cause
+type Flagged* 0|1 Fixed
+type Chained* ext Fixed
+type Plain* [..16] 8
+type Times(number)*(number + 1) [1..3] Fixed but nodecoder free
+type Other Cause
 
 -- An element
-element Small V { ext, kind 3, value 4 } -- one octet
-element Padded LV padded { a 7 }
-element Inner LV 1|3|5 { cause Cause, more? tail }
-element BitCounted LB7 { flag, rest bittail inline 10 }
-element Short L4 1..15 leavetail { top Wild beside, rest fill heap }
+element Small V { ext, kind 3, value 4 }  -- one octet
+element Padded LV but padded { a 7 }
+element Inner LV [1|3|5] { cause Cause, more? octets(tail) }
+element BitCounted LB7 { flag, rest bits(tail) inline 10 }
+element Returning LB7 but returns { since 10 ( newest 2 ), rest bits(tail) }
+element Short L4 [1..15] { top Wild but beside, rest octets(rest) heap }
 
-element Whole LV-E 2.. custom aligned {
+element Whole LV-E [2..] but custom aligned {
     flag
-    number        5 [1..20] init 3
-    pad           2 const 1
-    octet3?       { one, two 7 -- the third
+    number           5 [1..20] init 3
+    pad              2
+    octet3?          { one, two 7  -- the third
     }
-    small?        Small when (flag = 1 and not number > 3 or rest >= 2)
-    fixed         4 octets
-    bits          12 bits
-    spare         4 guarded
-    own           lv 1..16
-    longer        lv-e 0..50 inline
-    size          8 counts data + 2
-    data          octets (size - 2) inline 40
-    digits        Number(size)
-    text          Packed(rest, number)
-    count         8 frame [1..30] ( parts each Small x(2) [0..5], last? fill heap )
-    bare 8 [0..9] ( single 8 )
-    chain ( octet4 Small, octet5? { spare 7 }, octet6? Small ) skip
-    since 9 needs 3 ( young 2, older )
-    since 10 quits ( newest 2 )
+    small?           if (flag = 1 and rest >= 2) Small
+    fixed            octets(4)
+    bits             12
+    spare            null| 4
+    own              LV octets [1..16]
+    longer           LV-E octets [0..50] inline
+    size             8 = octets data + 2
+    data             octets(size - 2) inline 40
+    digits           Number(size)
+    text             Packed(rest, number)
+    count            8 [1..30] = octets ( parts*(2) [0..5] Small, last? octets(rest) heap )
+    bare 8 [0..9] = octets ( single 8 )
+    ext ( octet4 Small, octet5? { spare 7 }, octet6? Small )
+    since 9 ( young 2, older )
     swap ( high 4, low 4 )
-    length2       8 aside
-    value         Inner value(size)
-    content       choice by number {
+    length2          8 unsent = octets value
+    value            Inner as V(size)
+    content          choice by number {
         1     first   Small
-        2|3   second  { deep 8, again octets deep heap }
+        2|3   second  { deep 8, again octets(deep) heap }
         4..6  third
-        else  other   2 octets
+        else  other   octets(2)
     }
-    choice bit { 1 left 7, 2 right 7 }
-    entries       each octets 1 inline 1 x(count)
-    list          each 8 [0..7] tail
+    choice { 0 left 7, 1 right 7 }
+    entries*(count)  octets(1) inline 1
+    list*            [0..7] 8 but tail
 }
 
 element Led V {
-    opt?     3 bit
-    lh?      5 lh
-    other    choice lh { 1 yes 3, 2 no }
-    plain    choice { 1 a, 2 b 8 }
-    many     each Small flags
-    nested   { up 8, inner { down octets up inline 3 } }
+    opt?     null|0|1 3
+    other    choice { 0 yes 3, 1 no }
+    plain    choice unsent { a, b 8 }
+    many*    0|1 Small
+    nested   { up 8, inner { down octets(up) inline 3 } }
     nothing  null
 }
 
-message Hello tailstop {
-    spare      4
-    type       Wild
-    cause      Base_Reason
-  optional
-    quick  9-  Wild
-    mark   A1  T
-  group
-    name   41  Counted
-    extra  7B  choice by type { 1 inner Inner } as LV-E
+message Hello but tailstop {
+        spare  4
+        type   Wild
+        cause  Base_Reason
+    9-  quick  Wild
+    A1  mark   T
+  group?
+    41  name   Counted
+    7B  extra  choice by type { 1 inner Inner } as LV-E
 }
-message Bye is Inner
-message Done empty
-message Twice twins shifts {
-  optional
-    one  08  Counted
-    two  08  Counted
+message Bye = Inner
+message Done { }
+message Twice but twins shifts {
+    08  one  Counted
+    08  two  Counted
 }
 
 pdu Pdu { disc 4, kind Wild, type 8, data messages }

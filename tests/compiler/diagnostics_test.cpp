@@ -54,14 +54,14 @@ TEST(Diagnostics, AcrossFiles) {
 }
 
 TEST(Diagnostics, Depth) {
-   std::string groups = "module M\nelement X V ", brackets = "module M\nelement X V { a octets ",
-               sum = "module M\nelement X V { a octets 1";
+   std::string groups = "module M\nelement X V ", brackets = "module M\nelement X V { a octets(",
+               sum = "module M\nelement X V { a octets(1";
    for (int i = 0; i < 100000; ++i) {
       groups += "{ g ";
       brackets += '(';
       sum += " + 1";
    }
-   for (const std::string& text : {groups, brackets, sum + " heap }"})
+   for (const std::string& text : {groups, brackets, sum + ") heap }"})
       EXPECT_TRUE(Described({text}).numbers().count(TooDeep));
 }
 
@@ -69,7 +69,7 @@ TEST(Diagnostics, EveryNumberIsHere) {
    std::set<int> shown = {UsesCycle, DuplicateModule, ModuleNotUsed, TooDeep}; // by the tests above
    for (const Refused& one : refused()) shown.insert(one.number);
    for (auto [first, last] : {std::pair{BadCharacter, MisplacedWord}, std::pair{UnknownModule, NoFieldWithin},
-                              std::pair{DuplicateRow, DuplicateArm}, std::pair{AfterTail, NoFields},
+                              std::pair{DuplicateRow, UnevenPatterns}, std::pair{AfterTail, NoFields},
                               std::pair{DuplicateIei, NotInTable}})
       for (int number = first; number <= last; ++number) EXPECT_TRUE(shown.count(number)) << number;
 }
@@ -93,18 +93,18 @@ TEST(Diagnostics, SeveralAtOnceInOrder) {
 // What looks like a fault and is none.
 TEST(Diagnostics, Accepted) {
    for (const char* text : {
-              "element R LV { a 8 }\nmessage X twins {\n optional\n a 11 R\n b 11 R\n}",
-              "element X LV padded { a 7 }",
-              "element X LV { a? tail when (rest > 3), b 8 }",
-              "element X LV { a each 8, b? 8 }",
-              "element X LV { n 8 frame ( a tail ), b 8 }",
-              "element X V { a each X }",
-              "element X LV custom { a fill heap, b 8 }",
+              "element R LV { a 8 }\nmessage X but twins {\n 11 a R\n 11 b R\n}",
+              "element X LV but padded { a 7 }",
+              "element X LV { a? if (rest > 3) octets(tail), b 8 }",
+              "element X LV { a* 8, b? 8 }",
+              "element X LV { n 8 = octets ( a octets(tail) ), b 8 }",
+              "element X V { a* X }",
+              "element X LV but custom { a octets(rest) heap, b 8 }",
               "element X bare LV { length 8 }",
-              "element X V { choice 8, group 3, optional, tail 2, bit, value 3, octets 7, each 8, chain 8, "
-              "swap 8 }",
-              "message X {\n optional 8\n group? 8\n}",
-              "element X LV 1..255 { a 4 }",
+              "element X V { choice 8, group 3, but 8, null 2, bit, value 3, octets 7, ext 8, swap 8, if? 8 "
+              "}",
+              "element L V { a 8 }\nmessage X {\n optional 8\n AB8 8\n 1A group L\n}",
+              "element X LV [1..255] { a 4 }",
               "pdu P { data messages }\ntable P {\n 1 2 3 obj_A -\n 2 2 3 obj_A -\n}",
         }) {
       Described all({std::string("module M\n") + text + '\n'});

@@ -13,9 +13,11 @@ std::string explained(const std::string& text, const char* name = "X") {
 }
 
 TEST(Explain, ElementWithLengthAndOptionalOctets) {
-   EXPECT_EQ(explained("element A V { a0, a1-long-name, rest 6 }\n"
-                       "element X LV 2..5 { first A, octet4? { spare 3, kind 5 }, number 16, tail? tail }"),
-             R"(
+   EXPECT_EQ(
+         explained(
+               "element A V { a0, a1-long-name, rest 6 }\n"
+               "element X LV [2..5] { first A, octet4? { spare 3, kind 5 }, number 16, tail? octets(tail) }"),
+         R"(
     8       7       6       5       4       3       2       1
 +---------------------------------------------------------------+
 |                              IEI                              | octet 1
@@ -46,8 +48,8 @@ TEST(Explain, HalfOctet) {
 
 TEST(Explain, ChainRepetitionAndChoice) {
    EXPECT_EQ(explained("element S V { kind 7 }\n"
-                       "element X V {\n chain ( octet1 S, octet1a? S )\n n 4, spans 8, spare 4\n"
-                       " list each S x(n) [0..3]\n by choice by n { 0 none, 1|2 some 8 }\n last 8\n}"),
+                       "element X V {\n ext ( octet1 S, octet1a? S )\n n 4, spans 8, spare 4\n"
+                       " list*(n) [0..3] S\n by choice by n { 0 none, 1|2 some 8 }\n last 8\n}"),
              R"(
     8       7       6       5       4       3       2       1
 +-------+-------------------------------------------------------+
@@ -71,7 +73,7 @@ TEST(Explain, ChainRepetitionAndChoice) {
 }
 
 TEST(Explain, BitsWithoutPlaces) {
-   EXPECT_EQ(explained("element X V { one 2, more? 5 bit, since 9 ( young ) }"), R"(
+   EXPECT_EQ(explained("element X V { one 2, more? null|0|1 5, since 9 ( young ) }"), R"(
     8       7       6       5       4       3       2       1
 +---------------+-----------------------------------------------+
 |      one      |                                               | octet 1
@@ -85,11 +87,13 @@ TEST(Explain, BitsWithoutPlaces) {
 }
 
 TEST(Explain, Message) {
-   EXPECT_EQ(explained("enum E 4 { a 1 }\nelement L LV 1..4 { a 8 }\nelement H LV-E { a tail }\nnumber N 8\n"
-                       "message X {\n spare 4\n kind E\n long H\n optional\n half A- E\n one 41 L\n group\n"
-                       " big 7B H\n mark B1 T\n fixed 5C N\n}"
-                       "\nmessage Y is L"),
-             R"(
+   EXPECT_EQ(
+         explained(
+               "enum E 4 { a 1 }\nelement L LV [1..4] { a 8 }\nelement H LV-E { a octets(tail) }\ntype N 8\n"
+               "message X {\n spare 4\n kind E\n long H\n A- half E\n 41 one L\n group?\n"
+               " 7B big H\n B1 mark T\n 5C fixed N\n}"
+               "\nmessage Y = L"),
+         R"(
 IEI  Element  Type  Presence  Format  Length
      spare          M         V       1/2
      kind     E     M         V       1/2
@@ -112,7 +116,7 @@ Value  Name
 0      no
 5      yes
 )");
-   EXPECT_EQ(explained("message A empty\npdu X { type 8, data messages }\ntable X { 9 0A 3 obj_A A, 9 0B 4 "
+   EXPECT_EQ(explained("message A { }\npdu X { type 8, data messages }\ntable X { 9 0A 3 obj_A A, 9 0B 4 "
                        "obj_B - }"),
              R"(
     8       7       6       5       4       3       2       1

@@ -43,11 +43,11 @@ TEST(Format, Columns) {
    const char* rough =
          "\n\n# head\nmodule   M\n\n\n"
          "enum E 8 {\na 1\n  longer 20 -- doc\n}\nenum F 2 { a 1,b 2\nc 3}\n"
-         "element   X LV  1 .. {\n"
-         "a 8\n#   kept   as it is\nlonger?  tail inline 4 [ 1..2 ] -- why  \n"
-         "n 8 frame [1 ..3](each8 each 8 x( n ))\n"
-         "c choice by( n + 1 ){\n1|2 x{a 8,b}\n  else y  2 octets\n}\n}\n"
-         "message Y{\nfirst X\nother 4,more 4\noptional\nlongest 78 X\nb A- E\ngroup\nt 79 T\n}\n"
+         "element   X LV  [1 ..] {\n"
+         "a 8\n#   kept   as it is\nlonger?  octets( tail)[ 1..2 ] inline -- why  \n"
+         "n 8 [1 ..3]=octets(each8 * ( n ) 8)\n lead ?null|0|1 4\n spare null|4,other\n"
+         "c choice by( n*2 ){\n1|2 x{a 8,b}\n  else y  octets (2)\n}\nd choice{0 -,1 e}\n}\n"
+         "message Y{\nfirst X\nother 4,more 4\nswap(u 4,v 4)\n78 longest X\nA- b E\ngroup ?\n79 t T\n}\n"
          "table P {\n1 0A 5 obj_A A\n1 0B 12 obj_LongB -\n}\ntest X \"01 02\"\n\n";
    EXPECT_EQ(formatted(rough), R"(# head
 module M
@@ -58,24 +58,27 @@ enum E 8 {
 }
 enum F 2 { a 1, b 2
     c 3 }
-element X LV 1.. {
+element X LV [1..] {
     a        8
     #   kept   as it is
-    longer?  tail inline 4 [1..2]  -- why
-    n        8 frame [1..3] ( each8 each 8 x(n) )
-    c        choice by (n + 1) {
+    longer?  octets(tail) [1..2] inline  -- why
+    n        8 [1..3] = octets ( each8*(n) 8 )
+    lead?    null|0|1 4
+    spare null| 4, other
+    c        choice by (n * 2) {
         1|2   x  { a 8, b }
-        else  y  2 octets
+        else  y  octets(2)
     }
+    d        choice { 0 -, 1 e }
 }
 message Y {
-    first        X
+        first    X
     other 4, more 4
-  optional
-    longest  78  X
-    b        A-  E
-  group
-    t        79  T
+        swap ( u 4, v 4 )
+    78  longest  X
+    A-  b        E
+  group?
+    79  t        T
 }
 table P {
     1  0A   5  obj_A      A
@@ -123,7 +126,7 @@ TEST(Robust, TypesThatDouble) {
       const std::string below = "A" + std::to_string(i - 1);
       text += "element A" + std::to_string(i) + " V { a " + below + ", b " + below + " }\n";
    }
-   text += "element X LV { each A60, more each A60 }\n";
+   text += "element X LV { each* A60, more* A60 }\n";
    survives({text});
 }
 

@@ -86,7 +86,7 @@ TEST_F(Program, Explains) {
 }
 
 TEST_F(Program, WritesSourcesTheSameEachTime) {
-   const std::string path = file("a.l3d", "module M file MES\nelement X LV { a 8, b? tail }\n");
+   const std::string path = file("a.l3d", "module M file MES\nelement X LV { a 8, b? octets(tail) }\n");
    const fs::path first = folder / "one", second = folder / "two";
    ASSERT_EQ(run("--out " + first.string() + ' ' + path), 0) << err();
    ASSERT_EQ(run("--out " + second.string() + ' ' + path), 0);
@@ -102,11 +102,12 @@ TEST_F(Program, WritesSourcesTheSameEachTime) {
 
 // What is exported is told about, in a line of its own.
 TEST_F(Program, GivesEachFunctionWords) {
-   const std::string path =
-         file("a.l3d", "module M file MES\nenum E 8 { one 1, two 2 }\nnumber N 8\noctets O LV 1..8\n"
-                       "digits D 15\nlist L E [1..4]\nelement X LV { a 8, b? tail }\nmessage A { x X }\n"
-                       "pdu P custom { protoDiscr 8, msgType 8, data messages }\n"
-                       "table P { 01 02 1 obj_A A }\n");
+   const std::string path = file(
+         "a.l3d",
+         "module M file MES\nenum E 8 { one 1, two 2 }\ntype N 8\ntype O LV octets [1..8]\n"
+         "type D digits(15)\ntype L* [1..4] E\nelement X LV { a 8, b? octets(tail) }\nmessage A { x X }\n"
+         "pdu P but custom { protoDiscr 8, msgType 8, data messages }\n"
+         "table P { 01 02 1 obj_A A }\n");
    ASSERT_EQ(run("--out " + (folder / "made").string() + ' ' + path), 0) << err();
    std::istringstream header(contents(folder / "made/include/quorva/M.h"));
    size_t functions = 0;
