@@ -11,6 +11,8 @@ namespace {
 
 using Fields = std::vector<std::unique_ptr<Field>>;
 
+constexpr int64_t kAnySelector = 1 << 16;
+
 std::string quoted(const std::string& name) {
    return "`" + name + "`";
 }
@@ -54,6 +56,9 @@ private:
       case TypeKind::List: entries(type.bits, type.base, type.pos); break;
       case TypeKind::Digits:
       case TypeKind::Text:
+         if (!type.storage.heap && !type.storage.capacity)
+            error(NoCapacity, type.pos, quoted(type.name) + " can hold no characters.");
+         break;
       case TypeKind::Alias:
       case TypeKind::OneElement:
       case TypeKind::Empty: break;
@@ -103,7 +108,6 @@ private:
       if (type.fields.empty()) error(NoFields, type.pos, quoted(type.name) + " has no fields.");
       bool lengthField = type.cls != Class::V && !type.bare;
       fieldNames(type.fields, lengthField ? "length" : "");
-      if (!type.custom) container(type.fields);
       eachField(type.fields, [&](const Field& field) { this->field(field, type); });
       if (type.cls == Class::LV || type.cls == Class::LVE) {
          Width width = widthOf(type.fields);
@@ -131,7 +135,7 @@ private:
       };
       for (auto& field : fields) {
          presence |= field->optional || field->kind == Kind::Since;
-         if (!field->name.empty() && field->kind != Kind::Const) claim(*field, printName(field->name));
+         if (!field->name.empty()) claim(*field, printName(field->name));
          if (field->kind == Kind::Choice && field->name.empty()) {
             claim(*field, "u");
             if (field->selector != Selector::Field) claim(*field, "t");
@@ -152,34 +156,6 @@ private:
       }
    }
 
-   // Nothing may stand behind what takes all the rest of a container.
-   void container(const Fields& fields) {
-      const Field* taker = nullptr;
-      container(fields, taker);
-   }
-
-   void container(const Fields& fields, const Field*& taker) {
-      for (auto& field : fields) {
-         if (field->aside && field->kind == Kind::Uint) continue;
-         if (taker && (taker->kind != Kind::Each || !(field->optional || field->guarded))) {
-            error(AfterTail, field->pos,
-                  quoted(taker->name) + " takes all that is left, so that nothing may follow it.");
-            taker = nullptr;
-         }
-         bool own = field->kind == Kind::Frame || field->kind == Kind::Bare;
-         if (own)
-            container(field->fields);
-         else if (field->kind == Kind::Group || field->kind == Kind::Since || field->kind == Kind::Swap)
-            container(field->fields, taker);
-         for (const Arm& arm : field->arms)
-            if (arm.field) container(arm.field->fields);
-         bool takes = field->kind == Kind::Tail || field->kind == Kind::BitTail ||
-                      field->kind == Kind::Fill ||
-                      (field->kind == Kind::Each && !field->argument && field->entries == Entries::Rest);
-         if (takes && !field->when && field->lead == Lead::None) taker = field.get();
-      }
-   }
-
    void field(const Field& field, const Type& type) {
       bounds(field.bounds, field.pos);
       words(field, type);
@@ -188,17 +164,9 @@ private:
       case Kind::Frame:
       case Kind::Bare:
       case Kind::Counted:
-         if (field.bits > 32 && field.kind != Kind::Uint)
-            error(BadWidth, field.pos, "A length has at most 32 bits.");
          boundsFit(field.bounds, field.bits, field.pos, field.kind == Kind::Uint ? "an integer" : "a length");
          break;
-      case Kind::Const:
-         if (field.number > maxOf(field.bits))
-            error(ValueTooWide, field.pos,
-                  "The constant " + text(field.number) + " is beyond " + text(field.bits) + " bits.");
-         break;
       case Kind::Octets:
-      case Kind::Bits:
       case Kind::Sized:
       case Kind::Fill:
          if (!field.storage.heap && !field.storage.capacity)
@@ -254,10 +222,10 @@ private:
                quoted(field.type.name) + " needs " + quoted(type->parameters.front()) + " in brackets.");
       if (type->parameters.empty() && !field.valueOnly && field.argument)
          error(ArgumentUnused, field.type.pos, quoted(field.type.name) + " takes nothing in brackets.");
-      bool lengthed = type->cls != Class::V;
+      const bool lengthed = type->cls != Class::V && type->kind == TypeKind::Record && !type->custom;
       if (field.valueOnly && !lengthed)
          error(ValueOfNoLength, field.type.pos,
-               quoted(field.type.name) + " has no length that could be left out.");
+               quoted(field.type.name) + " is no described record with a length that could be left out.");
    }
 
    void entries(unsigned bits, const TypeRef& ref, Pos pos) {
@@ -267,41 +235,41 @@ private:
          error(NoEntryBits, pos, quoted(ref.name) + " takes no bits, so that the repetition has no end.");
    }
 
-   // The largest value that the choice can meet; 0 if unknown.
-   static uint64_t topOf(const Field& choice) {
-      if (choice.selector == Selector::Bits || choice.selector == Selector::LH) return maxOf(choice.bits) + 1;
-      if (choice.selector == Selector::Record || !choice.argument) return 0;
-      const Expr& by = *choice.argument;
-      if (by.op != Expr::Op::Name || by.path.empty()) return 0;
-      const Field& field = *by.path.back();
-      if (field.kind == Kind::Flag || field.kind == Kind::Uint) return maxOf(field.bits);
-      const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
-      return type && type->bits ? maxOf(type->bits) : 0;
-   }
-
    void choice(const Field& field) {
       if (field.arms.empty()) error(EmptyChoice, field.pos, "The choice has no arms.");
-      uint64_t top = topOf(field);
+      // Another selector than an expression has been told by the reader.
+      const bool by = field.selector == Selector::Field;
+      const Range all = by ? rangeOf(*field.argument) : Range{0, kAnySelector};
       std::vector<Arm::Range> seen;
-      bool otherwise = false;
+      const Arm* otherwise = nullptr;
       for (const Arm& arm : field.arms) {
          if (arm.isElse && otherwise) error(DuplicateArm, arm.pos, "The choice has an `else` already.");
-         otherwise |= arm.isElse;
+         if (arm.isElse) otherwise = &arm;
          for (const Arm::Range& range : arm.values) {
             if (range.low > range.high)
                error(BoundsReversed, arm.pos,
                      "The range " + text(range.low) + ".." + text(range.high) + " is empty.");
-            if (top && range.high > top)
-               error(ValueTooWide, arm.pos, "The selector cannot have the value " + text(range.high) + ".");
+            const auto low = static_cast<uint64_t>(std::max<int64_t>(all.low, 0));
+            const auto high = static_cast<uint64_t>(all.high);
+            if (range.high > high || range.low < low)
+               error(ValueTooWide, arm.pos,
+                     "The selector cannot have the value " + text(range.low < low ? range.low : range.high) +
+                           ".");
             for (const Arm::Range& other : seen)
                if (range.low <= other.high && other.low <= range.high) {
                   error(DuplicateArm, arm.pos,
-                        "The value " + text(std::max(range.low, other.low)) + " has an arm already.");
+                        by ? "The value " + text(std::max(range.low, other.low)) + " has an arm already."
+                           : "These bits lead an arm already.");
                   break;
                }
             seen.push_back(range);
          }
       }
+      int64_t left = all.high - all.low + 1;
+      for (const Arm::Range& range : seen) left -= static_cast<int64_t>(range.high - range.low) + 1;
+      if (otherwise && left <= 0)
+         error(UnreachableArm, otherwise->pos,
+               "Each value of the selector has an arm, none is left for `else`.");
    }
 
    // Messages
@@ -338,7 +306,10 @@ private:
          error(NoUnion, pdu.table.front().pos,
                quoted(pdu.name) + " has no field of `messages` for the table.");
       std::map<uint64_t, const TableRow*> selectors;
+      std::set<std::pair<uint64_t, uint64_t>> keys;
       for (const TableRow& row : pdu.table) {
+         if (!keys.emplace(row.disc, row.msgType).second)
+            error(DuplicateMessage, row.pos, "A message with this discriminator and type is already there.");
          auto [hit, fresh] = selectors.emplace(row.selector, &row);
          if (!fresh && hit->second->member != row.member)
             error(DuplicateSelector, row.pos,
@@ -369,6 +340,7 @@ private:
 
 void check(const Model& model, Diagnostics& diagnostics) {
    Checker(model, diagnostics).run();
+   checkCoding(model, diagnostics);
 }
 
 } // namespace l3c

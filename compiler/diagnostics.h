@@ -34,6 +34,7 @@ enum DiagnosticNumber : int {
    UnknownName,   // an expression's name is no field
    LaterField,    // an expression's name is a field that comes later
    NoFieldWithin, // a dotted name goes into a field that has no such field
+   NoNumber,      // an expression's name is a field that is no number
    // Values
    DuplicateRow = 40,
    NoRows,
@@ -43,7 +44,11 @@ enum DiagnosticNumber : int {
    BoundsTooWide,
    EmptyChoice,
    DuplicateArm,
-   UnevenPatterns, // arms led by different numbers of bits
+   UnevenPatterns,  // arms led by different numbers of bits
+   UnreachableArm,  // `else` where each value has an arm
+   ValueOutOfRange, // an expression that can be below 0 or beyond 32 bits
+   CountTooLarge,   // more entries or octets than there is room for
+   LengthUnfit,     // a length whose bounds the contents never meet
    // Shape
    AfterTail = 60,
    NoCapacity,
@@ -56,6 +61,8 @@ enum DiagnosticNumber : int {
    NoNextField,     // `unsent` of what is not the next field
    SwapNotTwo,
    NoFields,
+   NotLast,  // what must be there behind what is there if something is left
+   NotCoded, // a combination that the frame has no words for
    // Messages
    DuplicateIei = 80,
    HalfOctetRange,
@@ -64,6 +71,9 @@ enum DiagnosticNumber : int {
    DuplicateSelector,
    NoUnion,    // a table fills a PDU without `data messages`
    NotInTable, // `data messages` without a table
+   DuplicateMessage,
+   // Vectors
+   BadVector = 100, // octets that the type cannot have
 };
 
 struct Diagnostic {
@@ -92,6 +102,7 @@ void readDescription(Model& model, const std::string& path, const std::string& t
 // Completes a model: names to types, expressions to fields, storage, groups, nested names. Then checks it.
 void resolve(Model& model, Diagnostics& diagnostics);
 void check(const Model& model, Diagnostics& diagnostics);
+void checkCoding(const Model& model, Diagnostics& diagnostics); // a part of it
 
 // A description in canonical layout (aligned columns), comments kept.
 std::string format(const Model& model, int file);

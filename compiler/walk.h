@@ -41,6 +41,14 @@ Width widthOf(const std::vector<std::unique_ptr<Field>>& fields);
 
 unsigned lengthBits(const Type& type); // of the length field; 0 for class V
 
+// The least and the largest value of an expression, and of a field that is a number; those beyond 32 bits are
+// not told apart.
+struct Range {
+   int64_t low = 0, high = 0;
+};
+Range rangeOf(const Expr& expr);
+std::optional<Range> rangeOf(const Field& field);
+
 // The largest value of so many bits.
 inline uint64_t maxOf(unsigned bits) {
    return bits >= 64 ? UINT64_MAX : (uint64_t{1} << bits) - 1;

@@ -53,8 +53,11 @@ Width contents(const Field& field, Known& known) {
    case Kind::Octets: return octets(field.count, field.count);
    case Kind::Bits: return fixed(field.count);
    case Kind::Named: return field.type.type && !field.valueOnly ? of(*field.type.type, known) : anything();
-   case Kind::Counted:
-      return plus(fixed(field.bits), octets(field.bounds.low.value_or(0), field.storage.capacity));
+   case Kind::Counted: {
+      const uint64_t low = field.bounds.low.value_or(0);
+      return plus(fixed(field.bits), field.storage.heap ? Width{std::min(low, kMany) * 8, 0, true}
+                                                        : octets(low, field.storage.capacity));
+   }
    case Kind::Group:
    case Kind::Swap: return sum(field.fields, known);
    case Kind::Frame:

@@ -181,7 +181,7 @@ table Pdu {
     9  03  3  obj_Bye    Bye inline
 }
 test Small "FF"
-test Counted "02 0102" "03"
+test Counted "03 0102" "03"
 )";
 }
 

@@ -68,9 +68,9 @@ TEST(Diagnostics, Depth) {
 TEST(Diagnostics, EveryNumberIsHere) {
    std::set<int> shown = {UsesCycle, DuplicateModule, ModuleNotUsed, TooDeep}; // by the tests above
    for (const Refused& one : refused()) shown.insert(one.number);
-   for (auto [first, last] : {std::pair{BadCharacter, MisplacedWord}, std::pair{UnknownModule, NoFieldWithin},
-                              std::pair{DuplicateRow, UnevenPatterns}, std::pair{AfterTail, NoFields},
-                              std::pair{DuplicateIei, NotInTable}})
+   for (auto [first, last] : {std::pair{BadCharacter, MisplacedWord}, std::pair{UnknownModule, NoNumber},
+                              std::pair{DuplicateRow, LengthUnfit}, std::pair{AfterTail, NotCoded},
+                              std::pair{DuplicateIei, DuplicateMessage}, std::pair{BadVector, BadVector}})
       for (int number = first; number <= last; ++number) EXPECT_TRUE(shown.count(number)) << number;
 }
 

@@ -16,7 +16,7 @@ TEST(Explain, ElementWithLengthAndOptionalOctets) {
    EXPECT_EQ(
          explained(
                "element A V { a0, a1-long-name, rest 6 }\n"
-               "element X LV [2..5] { first A, octet4? { spare 3, kind 5 }, number 16, tail? octets(tail) }"),
+               "element X LV [2..5] { first A, octet4? { spare 3, kind 5 }, number? 16, tail? octets(tail) }"),
          R"(
     8       7       6       5       4       3       2       1
 +---------------------------------------------------------------+
@@ -30,7 +30,7 @@ TEST(Explain, ElementWithLengthAndOptionalOctets) {
 +-------+-------+-------+---------------------------------------+
 |         spare         |                 kind                  | octet 4*
 +-----------------------+---------------------------------------+
-|                            number                             | octets 5 to 6
+|                            number                             | octets 5 to 6*
 +---------------------------------------------------------------+
 |                             tail                              | octets 7 to n*
 +---------------------------------------------------------------+
@@ -73,10 +73,14 @@ TEST(Explain, ChainRepetitionAndChoice) {
 }
 
 TEST(Explain, BitsWithoutPlaces) {
-   EXPECT_EQ(explained("element X V { one 2, more? null|0|1 5, since 9 ( young ) }"), R"(
+   EXPECT_EQ(explained("element X LV { one 2, more? null|0|1 5, since 9 ( young ) }"), R"(
     8       7       6       5       4       3       2       1
++---------------------------------------------------------------+
+|                              IEI                              | octet 1
++---------------------------------------------------------------+
+|                            length                             | octet 2
 +---------------+-----------------------------------------------+
-|      one      |                                               | octet 1
+|      one      |                                               | octet 3
 +---------------+-----------------------------------------------+
 |                     more follows: 1, or 0                     | 1 bit
 |                             more                              | 5 bits*

@@ -27,7 +27,7 @@ TEST_F(Every, ModuleAndOrder) {
    EXPECT_EQ(all.model.modules[0]->name, "Base"); // used ones first
    EXPECT_EQ(all.model.modules[0]->file, "Base");
    EXPECT_EQ(all.model.modules[1]->file, "EveryIES");
-   EXPECT_EQ(all.model.modules[1]->tests[1].octets, (std::vector<uint8_t>{2, 1, 2, 3}));
+   EXPECT_EQ(all.model.modules[1]->tests[1].octets, (std::vector<uint8_t>{3, 1, 2, 3}));
 }
 
 TEST_F(Every, Values) {

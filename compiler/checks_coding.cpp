@@ -1,0 +1,295 @@
+// What the frame has no words for, and what no octets can be: order in a container, expressions, lengths,
+// vectors.
+#include "compiler/walk.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace l3c {
+namespace {
+
+using Fields = std::vector<std::unique_ptr<Field>>;
+
+std::string quoted(const std::string& name) {
+   return "`" + name + "`";
+}
+std::string text(uint64_t value) {
+   return std::to_string(value);
+}
+
+// What the fields of a container have come to: one that takes all that is left, so that nothing may
+// follow, and one that is there only if something is left, so that nothing may follow that must be there.
+struct Flow {
+   const Field* taker = nullptr;
+   const Field* perhaps = nullptr;
+};
+
+class CodingChecker {
+public:
+   CodingChecker(const Model& model, Diagnostics& diagnostics) : model_(model), diagnostics_(diagnostics) {}
+
+   void run() {
+      for (auto& module : model_.modules) {
+         for (auto& one : module->types) type(*one);
+         for (auto& test : module->tests) vector(test);
+      }
+   }
+
+private:
+   void error(int number, Pos pos, std::string sentence) {
+      diagnostics_.error(number, pos, std::move(sentence));
+   }
+   void refuse(bool given, Pos pos, const char* sentence) {
+      if (given) error(NotCoded, pos, sentence);
+   }
+
+   void type(const Type& type) {
+      const bool list = type.kind == TypeKind::List;
+      refuse(list && type.entries != Entries::Rest && (!type.storage.heap || !type.bounds.empty()), type.pos,
+             "What bits of its own count is kept on the heap and has no bounds.");
+      refuse(type.bare && type.bits % 8 != 0, type.pos, "Behind a length stand whole octets.");
+      refuse(type.bare && list && type.bits, type.pos, "Behind a bare length stand entries of a type.");
+      refuse(type.cls == Class::LB && !type.bounds.empty(), type.pos, "A length in bits has no bounds.");
+      if (type.times) {
+         expression(*type.times, !type.freeCount);
+         count(*type.times, type.storage, type.bounds, type.pos);
+      }
+      if (type.custom || !type.table.empty()) return; // what their codecs by hand do is their own
+      container(type.fields, true);
+      for (auto& field : type.fields) this->field(*field, type.cls != Class::V);
+      if (type.kind == TypeKind::Record && type.cls != Class::V && type.cls != Class::L4)
+         lengthFits(type.fields, type.bounds, lengthBits(type), type.cls == Class::LB ? 1 : 8, type.pos);
+   }
+
+   // Order in a container
+
+   Flow container(const Fields& fields, bool tell, Flow flow = {}) {
+      for (auto& field : fields)
+         if (!field->ieiBits && !(field->aside && field->kind == Kind::Uint)) step(*field, flow, tell);
+      return flow;
+   }
+
+   void step(const Field& field, Flow& flow, bool tell) {
+      const bool passable = field.optional || field.guarded || field.kind == Kind::Since;
+      if (flow.taker && !(flow.taker->kind == Kind::Each && passable)) {
+         if (tell)
+            error(AfterTail, field.pos,
+                  quoted(flow.taker->name) + " takes all that is left, so that nothing may follow it.");
+         flow.taker = nullptr;
+      }
+      if (flow.perhaps && !passable && leastBits(field) > 0) {
+         if (tell)
+            error(NotLast, field.pos,
+                  quoted(flow.perhaps->name) + " is there if something is left, which this always is.");
+         flow.perhaps = nullptr;
+      }
+      Flow inner = passable ? Flow{} : flow;
+      if (field.kind == Kind::Bare || (field.kind == Kind::Frame && !field.aside))
+         container(field.fields, tell);
+      else if (field.kind != Kind::Chain)
+         inner = container(field.fields, tell, inner);
+      for (const Arm& arm : field.arms) {
+         Flow own;
+         step(*arm.field, own, tell);
+         if (own.taker) inner.taker = &field;
+         if (own.perhaps) inner.perhaps = &field;
+      }
+      const Type* type =
+            field.kind == Kind::Named && !field.valueOnly ? withoutAliases(field.type.type) : nullptr;
+      if (type && !field.bareBits) {
+         const Flow own = endOf(*type);
+         if (own.taker) inner.taker = &field;
+         if (own.perhaps) inner.perhaps = &field;
+      }
+      const bool all = field.kind == Kind::Tail || field.kind == Kind::BitTail || field.kind == Kind::Fill ||
+                       (field.kind == Kind::Each && !field.argument && field.entries == Entries::Rest);
+      if (all && !field.bareBits) inner.taker = &field;
+      const bool byRest = !field.when && field.lead == Lead::None;
+      if (passable && !byRest) return;
+      if (inner.taker) flow.taker = inner.taker;
+      if (inner.perhaps) flow.perhaps = inner.perhaps;
+      // How often a counted one is there its count tells.
+      const bool counted = field.kind == Kind::Each && field.argument;
+      if (passable && !field.guarded && !counted) flow.perhaps = &field;
+      if (field.kind == Kind::Chain && !field.fields.empty() && field.fields[0]->optional)
+         flow.perhaps = field.fields[0].get();
+   }
+
+   static uint64_t leastBits(const Field& field) {
+      if (field.kind == Kind::Chain) return !field.fields.empty() && field.fields[0]->optional ? 0 : 1;
+      return widthOf(field).low;
+   }
+
+   // What a type without a length leaves to the fields behind it.
+   Flow endOf(const Type& type) {
+      static const Field some; // only its being there is looked at
+      const bool open =
+            type.kind == TypeKind::List && !type.bare && !type.times && type.entries == Entries::Rest;
+      if (open || (type.kind == TypeKind::Octets && type.fill)) return {&some, nullptr};
+      if (type.kind != TypeKind::Record || type.cls != Class::V || type.custom) return {};
+      auto [place, fresh] = ends_.emplace(&type, Flow{});
+      if (fresh) {
+         const Flow flow = container(type.fields, false);
+         ends_[&type] = flow;
+         return flow;
+      }
+      return place->second;
+   }
+
+   // Fields
+
+   // `lengthed`: right inside a length.
+   void field(const Field& field, bool lengthed) {
+      const bool frame = (field.kind == Kind::Frame && !field.aside) || field.kind == Kind::Bare;
+      const bool passable = field.optional || field.guarded;
+      refuse(field.kind == Kind::Each && field.entries != Entries::Rest &&
+                   (!field.storage.heap || !field.bounds.empty()),
+             field.pos, "What bits of its own count is kept on the heap and has no bounds.");
+      refuse(field.kind == Kind::Fill && field.bits == 16 && !field.storage.heap, field.pos,
+             "Characters are kept on the heap.");
+      refuse(field.aside && passable, field.pos, "What is unsent is always there.");
+      refuse(field.bareBits && (field.lead != Lead::None || field.when || field.guarded), field.pos,
+             "Whether a field in a bare length is there tells what is left in it.");
+      refuse(field.kind == Kind::Since && !lengthed, field.pos, "`since` stands right inside a length.");
+      refuse(field.ahead && !isLedChoice(field.type.type), field.type.pos,
+             "`ahead` goes with a record that is one choice by a bit, without a name.");
+      if (frame && field.bits != 8 && field.bits != 16)
+         error(BadWidth, field.pos, "A length around fields has 8 or 16 bits.");
+      if (field.ieiBits) element(field);
+      if (field.kind == Kind::Chain) chain(field);
+      if (field.counted) counted(field, *field.counted);
+      if (frame) lengthFits(field.fields, field.bounds, field.bits, 8, field.pos);
+      expressions(field);
+      const bool inside = frame || (lengthed && field.onlyOnWire());
+      for (auto& inner : field.fields) this->field(*inner, inside);
+      for (const Arm& arm : field.arms) {
+         refuse(arm.field->aside, arm.pos, "What is unsent is no arm of a choice.");
+         this->field(*arm.field, false);
+      }
+   }
+
+   static bool isLedChoice(const Type* type) {
+      type = withoutAliases(type);
+      if (!type || type->kind != TypeKind::Record || type->fields.size() != 1) return false;
+      const Field& choice = *type->fields.front();
+      return choice.kind == Kind::Choice && choice.name.empty() && choice.selector == Selector::Bits &&
+             choice.bits == 1;
+   }
+
+   void element(const Field& field) {
+      const bool choice = field.kind == Kind::Choice;
+      refuse(!choice && !field.present &&
+                   (field.kind != Kind::Named || field.argument || field.ahead || field.bareBits),
+             field.pos, "An optional element is a type, `T` or a choice.");
+      refuse(choice != (field.cls != Class::V), field.pos,
+             "`as` gives the class of a choice, and each needs one.");
+   }
+
+   void chain(const Field& chain) {
+      for (auto& one : chain.fields) {
+         const Field& field = *one;
+         const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+         const bool list = field.kind == Kind::Each || (type && type->kind == TypeKind::List);
+         refuse(field.onlyOnWire() || field.lead != Lead::None || field.when || field.guarded ||
+                      field.aside || field.bareBits || (field.kind == Kind::Each && !field.type.type),
+                field.pos, "The ext bit alone tells whether an octet of the chain follows.");
+         refuse(&one != &chain.fields.front() && !field.optional && !list, field.pos,
+                "Behind the first octet of a chain each is optional.");
+      }
+   }
+
+   void counted(const Field& number, const Field& octets) {
+      const bool counts = octets.kind == Kind::Sized || octets.kind == Kind::Tail ||
+                          octets.kind == Kind::Counted || (octets.kind == Kind::Fill && octets.bits != 16);
+      refuse(!counts, number.pos, "What `= octets` counts is a field of octets.");
+      if (octets.storage.capacity > maxOf(number.bits) - std::min(number.countsPlus, maxOf(number.bits)))
+         error(BoundsTooWide, number.pos,
+               "The octets of " + quoted(octets.name) + " can be more than " + text(number.bits) +
+                     " bits tell.");
+   }
+
+   // Expressions
+
+   void expressions(const Field& field) {
+      const Expr* argument = field.argument.get();
+      const bool decoderOnly = field.kind == Kind::Named || (field.kind == Kind::Each && field.freeCount);
+      if (argument) expression(*argument, !decoderOnly);
+      if (field.second) expression(*field.second, false);
+      if (field.when) expression(*field.when, false);
+      if (field.entry && field.entry->argument) expression(*field.entry->argument, true);
+      if (argument && (field.kind == Kind::Each || field.kind == Kind::Sized))
+         count(*argument, field.storage, field.bounds, field.pos);
+   }
+
+   void expression(const Expr& e, bool encoder) {
+      refuse(e.op == Expr::Op::Rest && encoder, e.pos, "`rest` is known to decoders alone.");
+      const Field* named = e.op == Expr::Op::Name && !e.path.empty() ? e.path.back() : nullptr;
+      if (named && !rangeOf(*named)) error(NoNumber, e.pos, quoted(e.name) + " is no number.");
+      const Range range = rangeOf(e);
+      if (range.low < 0) error(ValueOutOfRange, e.pos, "The difference can be below 0.");
+      if (range.high > int64_t{UINT32_MAX} && e.left && range.low >= 0)
+         error(ValueOutOfRange, e.pos, "The value can be beyond 32 bits.");
+      if (range.low < 0) return;
+      if (e.left) expression(*e.left, encoder);
+      if (e.right) expression(*e.right, encoder);
+   }
+
+   void count(const Expr& e, const Storage& storage, const Bounds& bounds, Pos pos) {
+      const uint64_t most =
+            std::min(storage.heap ? UINT64_MAX : storage.capacity, bounds.high.value_or(UINT64_MAX));
+      const int64_t least = rangeOf(e).low;
+      if (least > 0 && static_cast<uint64_t>(least) > most)
+         error(CountTooLarge, pos,
+               "There are at least " + text(static_cast<uint64_t>(least)) + ", and room for " + text(most) +
+                     ".");
+   }
+
+   // Lengths and vectors
+
+   void lengthFits(const Fields& fields, const Bounds& bounds, unsigned bits, unsigned unit, Pos pos) {
+      const Width width = widthOf(fields);
+      const uint64_t least = (width.low + unit - 1) / unit, most = (width.high + unit - 1) / unit;
+      const bool none = !bounds.values.empty() && std::ranges::none_of(bounds.values, [&](uint64_t one) {
+         return one >= least && (width.open || one <= most);
+      });
+      if (none || least > bounds.high.value_or(maxOf(bits)) || (!width.open && most < bounds.low.value_or(0)))
+         error(LengthUnfit, pos,
+               "The contents take " + text(least) +
+                     (width.open      ? " or more"
+                      : most == least ? ""
+                                      : " to " + text(most)) +
+                     ", which the length doesn't allow.");
+   }
+
+   void vector(const TestVector& test) {
+      const Type* type = withoutAliases(test.type.type);
+      if (!type || type->kind == TypeKind::Message || type->kind == TypeKind::Pdu) return;
+      const size_t size = test.octets.size();
+      const Width width = widthOf(*type);
+      bool fits = size * 8 + 7 >= width.low && (width.open || size * 8 <= width.high + 7);
+      if (type->cls == Class::LV || type->cls == Class::LVE) {
+         const size_t head = type->cls == Class::LV ? 1 : 2;
+         uint64_t length = 0;
+         for (size_t i = 0; i < head && i < size; ++i) length = length << 8 | test.octets[i];
+         const Bounds& bounds = type->bounds;
+         const bool number =
+               type->kind == TypeKind::Number || type->kind == TypeKind::List; // bounds are not the length's
+         fits = fits && size == head + length &&
+                (number || (length >= bounds.low.value_or(0) && length <= bounds.high.value_or(length)));
+      }
+      if (!fits) error(BadVector, test.pos, "These are no octets of " + quoted(test.type.name) + ".");
+   }
+
+   const Model& model_;
+   Diagnostics& diagnostics_;
+   std::map<const Type*, Flow> ends_;
+};
+
+} // namespace
+
+void checkCoding(const Model& model, Diagnostics& diagnostics) {
+   CodingChecker(model, diagnostics).run();
+}
+
+} // namespace l3c
