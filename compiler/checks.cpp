@@ -210,6 +210,13 @@ private:
       refuse(field.init.has_value(),
              field.kind == Kind::Uint || field.kind == Kind::Flag || valued || cleared,
              "`init` goes with an integer or an enumeration, `init 0` with a record too.");
+      const bool varies = (field.kind == Kind::Each && !field.argument) || field.kind == Kind::Messages ||
+                          (field.kind == Kind::Choice && field.selector != Selector::Field) ||
+                          field.kind == Kind::Counted || field.kind == Kind::Fill ||
+                          field.kind == Kind::Tail || field.kind == Kind::BitTail;
+      refuse(field.sample && !(field.optional && *field.sample == 0),
+             varies || field.kind == Kind::Uint || field.kind == Kind::Flag || field.kind == Kind::Named,
+             "`sample` goes with what no other field tells.");
       refuse(field.beside, type.cls == Class::L4 && &field == type.fields.front().get(),
              "`beside` goes with the first field behind a length of 4 bits.");
    }
@@ -235,11 +242,18 @@ private:
          error(NoEntryBits, pos, quoted(ref.name) + " takes no bits, so that the repetition has no end.");
    }
 
+   static const Type* closedEnum(const Expr& by) {
+      const Field* field = by.path.empty() ? nullptr : by.path.back();
+      const Type* type = field && field->kind == Kind::Named ? withoutAliases(field->type.type) : nullptr;
+      return type && type->kind == TypeKind::Enum && !type->unchecked && !type->checked ? type : nullptr;
+   }
+
    void choice(const Field& field) {
       if (field.arms.empty()) error(EmptyChoice, field.pos, "The choice has no arms.");
       // Another selector than an expression has been told by the reader.
       const bool by = field.selector == Selector::Field;
       const Range all = by ? rangeOf(*field.argument) : Range{0, kAnySelector};
+      const Type* closed = by ? closedEnum(*field.argument) : nullptr;
       std::vector<Arm::Range> seen;
       const Arm* otherwise = nullptr;
       for (const Arm& arm : field.arms) {
@@ -251,10 +265,13 @@ private:
                      "The range " + text(range.low) + ".." + text(range.high) + " is empty.");
             const auto low = static_cast<uint64_t>(std::max<int64_t>(all.low, 0));
             const auto high = static_cast<uint64_t>(all.high);
-            if (range.high > high || range.low < low)
+            const bool named = !closed || std::ranges::any_of(closed->rows, [&](const EnumRow& row) {
+               return row.value >= range.low && row.value <= range.high;
+            });
+            if (range.high > high || range.low < low || !named)
                error(ValueTooWide, arm.pos,
-                     "The selector cannot have the value " + text(range.low < low ? range.low : range.high) +
-                           ".");
+                     "The selector cannot have the value " +
+                           text(range.high > high ? range.high : range.low) + ".");
             for (const Arm::Range& other : seen)
                if (range.low <= other.high && other.low <= range.high) {
                   error(DuplicateArm, arm.pos,
