@@ -148,6 +148,9 @@ private:
              field.pos, "What bits of its own count is kept on the heap and has no bounds.");
       refuse(field.kind == Kind::Fill && field.bits == 16 && !field.storage.heap, field.pos,
              "Characters are kept on the heap.");
+      refuse(field.lead != Lead::None && field.truncatable != lengthed, field.pos,
+             lengthed ? "Right inside a length a leading bit may be missing: `null|0|1`."
+                      : "No length is around that could end ahead of the bit: `0|1`.");
       refuse(field.aside && passable, field.pos, "What is unsent is always there.");
       refuse(field.bareBits && (field.lead != Lead::None || field.when || field.guarded), field.pos,
              "Whether a field in a bare length is there tells what is left in it.");

@@ -116,7 +116,6 @@ bool Reader::acceptIei(Field& field) {
       return false;
    field.iei = static_cast<unsigned>(value);
    field.ieiBits = half ? 4 : 8;
-   field.hexIei = true;
    take();
    return true;
 }
@@ -160,11 +159,13 @@ void Reader::bracket(Field& field) {
 // What tells, behind the name, whether the field is there, and how often.
 void Reader::presence(Field& field) {
    field.optional = acceptSign("?");
-   if (atWord("null") && atSign("|", 1)) {
-      take(), take();
-      field.guarded = !field.optional;
-      field.lead = field.optional ? Lead::Bit : Lead::None;
-      if (field.optional && !acceptFlag()) unexpected("`0|1`");
+   field.truncatable = atWord("null") && atSign("|", 1);
+   if (field.truncatable) take(), take();
+   if (field.optional && (field.truncatable || peek(1).text == "|")) {
+      if (!acceptFlag()) unexpected("`0|1`");
+      field.lead = Lead::Bit;
+   } else if (field.truncatable) {
+      field.guarded = true;
    } else if (field.optional && atWord("if") && atSign("(", 1)) {
       take();
       field.when = bracketed();

@@ -98,6 +98,7 @@ struct Field {
    Kind kind = Kind::Flag;
    bool optional = false;
    Lead lead = Lead::None;
+   bool truncatable = false;   // the container may end ahead of the leading bit, or of the guarded field
    std::unique_ptr<Expr> when; // decoder's presence test
    unsigned bits = 0;          // Uint, Frame, Bare, Counted, Const, Each of integers, Selector::Bits
    uint64_t count = 0;         // Octets, Bits
@@ -128,7 +129,6 @@ struct Field {
    unsigned bareBits = 0; // width of a bare length around this field alone
    std::optional<uint64_t> init;   // value that the initialiser gives
    std::optional<uint64_t> sample; // value in samples, where not any value makes one; Messages: the selector
-   bool hexIei = false;            // message element with an IEI
    bool present = false;           // message element of type T: the IEI alone
    unsigned iei = 0;               // 8-bit IEI, or 4-bit if ieiBits is 4
    unsigned ieiBits = 0;           // 0: mandatory

@@ -149,7 +149,7 @@ element Whole LV-E [2..] but custom aligned {
 }
 
 element Led V {
-    opt?     null|0|1 3
+    opt?     0|1 3
     other    choice { 0 yes 3, 1 no }
     plain    choice unsent { a, b 8 }
     many*    0|1 Small

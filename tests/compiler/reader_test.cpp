@@ -138,6 +138,7 @@ TEST_F(Every, Choices) {
    EXPECT_EQ(field("other", "Led").arms[1].values[0].low, 2u);
    EXPECT_EQ(field("plain", "Led").selector, Selector::Record);
    EXPECT_EQ(field("opt", "Led").lead, Lead::Bit);
+   EXPECT_FALSE(field("opt", "Led").truncatable);
 }
 
 TEST_F(Every, Messages) {
