@@ -151,6 +151,9 @@ private:
       refuse(field.lead != Lead::None && field.truncatable != lengthed, field.pos,
              lengthed ? "Right inside a length a leading bit may be missing: `null|0|1`."
                       : "No length is around that could end ahead of the bit: `0|1`.");
+      const bool octets = field.kind == Kind::Sized || field.kind == Kind::Fill || field.kind == Kind::Tail;
+      refuse(!field.bounds.empty() && (field.aside || (octets && field.storage.heap)), field.pos,
+             "What is unsent or on the heap has no bounds but those of its count.");
       refuse(field.aside && passable, field.pos, "What is unsent is always there.");
       refuse(field.bareBits && (field.lead != Lead::None || field.when || field.guarded), field.pos,
              "Whether a field in a bare length is there tells what is left in it.");

@@ -57,7 +57,7 @@ enum DiagnosticNumber : int {
    NoEntryBits,     // a repetition whose entries take no bits
    ArgumentMissing, // a digit type without its number of octets
    ArgumentUnused,
-   ValueOfNoLength, // `value` of a type without a length
+   ValueOfNoLength, // `as V` of a type without a length
    NoNextField,     // `unsent` of what is not the next field
    SwapNotTwo,
    NoFields,

@@ -26,7 +26,7 @@ struct Bounds {
 struct Type;
 struct Field;
 
-// Expressions of `by`, `when`, `x(…)`, `octets …`.
+// Expressions of `by`, `if`, `*(…)`, `octets(…)`.
 struct Expr {
    enum class Op { Number, Name, Rest, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And, Or, Not };
    Op op = Op::Number;
@@ -65,9 +65,9 @@ enum class Kind {
    Uint,    // `bits` bits
    Octets,  // fixed: `count` octets
    Bits,    // fixed bit string: `count` bits
-   Named,   // `type`; `argument` for digit types; `valueOnly` for `value(e)`
-   Counted, // lv, lv-e: own count of `bits` 8 or 16, `bounds`, `storage`
-   Sized,   // octets e: `argument` octets
+   Named,   // `type`; `argument` for digit types; `valueOnly` for `as V(e)`
+   Counted, // LV octets, LV-E octets: own count of `bits` 8 or 16, `bounds`, `storage`
+   Sized,   // octets(e): `argument` octets
    Fill,    // all that is left in the container; `bits` 16: as 16-bit characters
    Tail,    // the same as an open tail
    BitTail, // open tail in bits
@@ -103,16 +103,16 @@ struct Field {
    unsigned bits = 0;          // Uint, Frame, Bare, Counted, Const, Each of integers, Selector::Bits
    uint64_t count = 0;         // Octets, Bits
    uint64_t number = 0;        // Const; Since: release; Null: unused
-   uint64_t needs = 0;         // Since: bits that must be left
+   uint64_t needs = 0;         // Since: bits that must be left, from what it holds
    Bounds bounds;
    Storage storage;
    TypeRef type;                   // Named, Each
-   std::unique_ptr<Expr> argument; // Sized, Each x(e), digit octets, Choice by
+   std::unique_ptr<Expr> argument; // Sized, Each *(e), digit octets, Choice by
    std::unique_ptr<Expr> second;   // of a text type with two parameters
    Selector selector = Selector::Field;
    bool aside = false;     // in the record, not on the wire; a Frame besides: its octets in the record alone
    bool valueOnly = false; // contents of an LV type without its length octet
-   bool freeCount = false; // Each x(e) free
+   bool freeCount = false; // Each *(e): the encoder goes by the count of the record
    Entries entries = Entries::Rest; // Each
    bool skip = false;               // Chain: skip unknown octets
    bool quits = false;     // Since: a decoder that ends the element here returns at once, as it stands

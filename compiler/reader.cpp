@@ -412,10 +412,10 @@ void Reader::message(Type& type) {
    }
    quirks(type);
    expectSign("{");
-   if (acceptSign("}"))
-      type.kind = TypeKind::Empty;
-   else
-      fields(type.fields, "}", Place::Message);
+   if (!atSign("}", peek().kind == Tok::LineEnd ? 1 : 0)) return fields(type.fields, "}", Place::Message);
+   skipSeparators();
+   take();
+   type.kind = TypeKind::Empty;
 }
 
 void Reader::pdu(Type& type) {

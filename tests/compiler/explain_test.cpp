@@ -13,11 +13,10 @@ std::string explained(const std::string& text, const char* name = "X") {
 }
 
 TEST(Explain, ElementWithLengthAndOptionalOctets) {
-   EXPECT_EQ(
-         explained(
-               "element A V { a0, a1-long-name, rest 6 }\n"
-               "element X LV [2..5] { first A, octet4? { spare 3, kind 5 }, number? 16, tail? octets(tail) }"),
-         R"(
+   EXPECT_EQ(explained("element A V { a0, a1-long-name, rest 6 }\n"
+                       "element X LV [2..5] { first A, octet4? { spare 3, kind 5 }, number? 16, tail? "
+                       "octets(tail) }"),
+             R"(
     8       7       6       5       4       3       2       1
 +---------------------------------------------------------------+
 |                              IEI                              | octet 1
