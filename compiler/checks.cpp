@@ -175,8 +175,8 @@ private:
       case Kind::Named: named(field, type); break;
       case Kind::Each:
          entries(field.bits, field.type, field.pos);
-         if (field.entry && !field.entry->storage.heap && !field.entry->storage.capacity)
-            error(NoCapacity, field.entry->pos, "The entries need `inline` with a capacity, or `heap`.");
+         if (field.entry && !field.entry->storage.capacity)
+            error(NoCapacity, field.entry->pos, "The entries need `inline` with a capacity.");
          break;
       case Kind::Choice: choice(field); break;
       case Kind::Messages:

@@ -49,7 +49,6 @@ private:
       refuse(list && type.entries != Entries::Rest && (!type.storage.heap || !type.bounds.empty()), type.pos,
              "What bits of its own count is kept on the heap and has no bounds.");
       refuse(type.bare && type.bits % 8 != 0, type.pos, "Behind a length stand whole octets.");
-      refuse(type.bare && list && type.bits, type.pos, "Behind a bare length stand entries of a type.");
       refuse(type.cls == Class::LB && !type.bounds.empty(), type.pos, "A length in bits has no bounds.");
       if (type.times) {
          expression(*type.times, !type.freeCount);
@@ -146,8 +145,7 @@ private:
       refuse(field.kind == Kind::Each && field.entries != Entries::Rest &&
                    (!field.storage.heap || !field.bounds.empty()),
              field.pos, "What bits of its own count is kept on the heap and has no bounds.");
-      refuse(field.kind == Kind::Fill && field.bits == 16 && !field.storage.heap, field.pos,
-             "Characters are kept on the heap.");
+      refuse(field.kind == Kind::Fill && field.bits == 16, field.pos, "Characters are coded by hand alone.");
       refuse(field.lead != Lead::None && field.truncatable != lengthed, field.pos,
              lengthed ? "Right inside a length a leading bit may be missing: `null|0|1`."
                       : "No length is around that could end ahead of the bit: `0|1`.");
@@ -229,7 +227,8 @@ private:
    }
 
    void expression(const Expr& e, bool encoder) {
-      refuse(e.op == Expr::Op::Rest && encoder, e.pos, "`rest` is known to decoders alone.");
+      refuse(encoder && (e.op == Expr::Op::Rest || e.parameter), e.pos,
+             "`rest` and what a type is called with are known to decoders alone.");
       const Field* named = e.op == Expr::Op::Name && !e.path.empty() ? e.path.back() : nullptr;
       if (named && !rangeOf(*named)) error(NoNumber, e.pos, quoted(e.name) + " is no number.");
       const Range range = rangeOf(e);

@@ -76,8 +76,8 @@ uint64_t Reader::expectHex(const char* what) {
 unsigned Reader::expectWidth(const char* what) {
    Pos pos = peek().pos;
    uint64_t value = expectNumber(what);
-   if (value >= 1 && value <= 64) return static_cast<unsigned>(value);
-   diagnostics_.error(BadWidth, pos, "A width is 1 to 64 bits.");
+   if (value >= 1 && value <= 56) return static_cast<unsigned>(value);
+   diagnostics_.error(BadWidth, pos, "A width is 1 to 56 bits.");
    return 8;
 }
 
@@ -339,12 +339,7 @@ void Reader::plainType(Type& type) {
       type.bounds = entries.bounds;
    }
    type.bare = bareLength(type.cls);
-   if (list && atNumber())
-      type.bits = expectWidth("the width of an entry");
-   else if (list)
-      type.base = typeRef();
-   else
-      plainKind(type);
+   list ? void(type.base = typeRef()) : plainKind(type);
    quirks(type);
    if (type.kind == TypeKind::Number) enumRows(type);
 }

@@ -102,7 +102,7 @@ type Packed(octets, spareBits) text(heap)
 type Causes* [1..4] Cause
 type Flagged* 0|1 Fixed
 type Chained* ext Fixed
-type Plain* [..16] 8
+type Plain* [..16] Level
 type Times(number)*(number + 1) [1..3] Fixed but nodecoder free
 type Other Cause
 

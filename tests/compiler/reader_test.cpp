@@ -58,7 +58,6 @@ TEST_F(Every, StorageOfTypes) {
 TEST_F(Every, ListsAndParameters) {
    EXPECT_EQ(type("Flagged").entries, Entries::Flags);
    EXPECT_EQ(type("Chained").entries, Entries::Ext);
-   EXPECT_EQ(type("Plain").bits, 8u);
    EXPECT_EQ(type("Packed").parameters, (std::vector<std::string>{"octets", "spareBits"}));
    EXPECT_EQ(type("Number").parameters, (std::vector<std::string>{"octets"}));
    const Type& times = type("Times");
