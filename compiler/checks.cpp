@@ -84,7 +84,6 @@ private:
    }
 
    void values(const Type& type) {
-      if (type.bits > 32) error(BadWidth, type.pos, "An enum or number has at most 32 bits.");
       boundsFit(type.bounds, type.bits, type.pos, "a number");
       std::set<std::string> names;
       std::set<uint64_t> seen;

@@ -96,6 +96,9 @@ private:
       }
       const Type* type =
             field.kind == Kind::Named && !field.valueOnly ? withoutAliases(field.type.type) : nullptr;
+      if (tell && field.kind == Kind::Each && field.type.type && endOf(*field.type.type).taker)
+         error(AfterTail, field.type.pos,
+               quoted(field.type.name) + " takes all that is left, so that no entry may follow it.");
       if (type && !field.bareBits) {
          const Flow own = endOf(*type);
          if (own.taker) inner.taker = &field;

@@ -76,8 +76,8 @@ uint64_t Reader::expectHex(const char* what) {
 unsigned Reader::expectWidth(const char* what) {
    Pos pos = peek().pos;
    uint64_t value = expectNumber(what);
-   if (value >= 1 && value <= 56) return static_cast<unsigned>(value);
-   diagnostics_.error(BadWidth, pos, "A width is 1 to 56 bits.");
+   if (value >= 1 && value <= 32) return static_cast<unsigned>(value);
+   diagnostics_.error(BadWidth, pos, "A width is 1 to 32 bits.");
    return 8;
 }
 

@@ -98,7 +98,7 @@ TEST(Diagnostics, Accepted) {
               "element X LV { a? if (rest > 3) octets(tail), b 8 }",
               "element X LV { a* 8, b? 8 }",
               "element X LV { n 8 = octets ( a octets(tail) ), b 8 }",
-              "element X V { a* X }",
+              "element X LV { a* X }",
               "element X LV but custom { a octets(rest) heap, b 8 }",
               "element X bare LV { length 8 }",
               "element X V { choice 8, group 3, but 8, null 2, bit, value 3, octets 7, ext 8, swap 8, if? 8 "
