@@ -25,6 +25,15 @@ struct Flow {
    const Field* perhaps = nullptr;
 };
 
+// Where in an octet something may begin or end: bit k for k bits behind its start.
+using Places = unsigned;
+constexpr Places kStart = 1, kAnywhere = 255, kBroken = 256;
+
+Places moved(Places at, unsigned bits) {
+   bits %= 8;
+   return ((at << bits | (at & kAnywhere) >> (8 - bits)) & kAnywhere) | (at & kBroken);
+}
+
 class CodingChecker {
 public:
    CodingChecker(const Model& model, Diagnostics& diagnostics) : model_(model), diagnostics_(diagnostics) {}
@@ -56,6 +65,7 @@ private:
       }
       if (type.custom || !type.table.empty()) return; // what their codecs by hand do is their own
       container(type.fields, true);
+      through(type.fields, type.cls == Class::LV || type.cls == Class::LVE ? kStart : kAnywhere, true);
       for (auto& field : type.fields) this->field(*field, type.cls != Class::V);
       if (type.kind == TypeKind::Record && type.cls != Class::V && type.cls != Class::L4)
          lengthFits(type.fields, type.bounds, lengthBits(type), type.cls == Class::LB ? 1 : 8, type.pos);
@@ -135,6 +145,80 @@ private:
          const Flow flow = container(type.fields, false);
          ends_[&type] = flow;
          return flow;
+      }
+      return place->second;
+   }
+
+   // Octets
+
+   // The frame codes lengths of octets, and what they hold, at the start of an octet. These follow the fields
+   // from where they may begin to where they may end, and give kBroken with it if a length cannot.
+   Places through(const Fields& fields, Places at, bool tell) {
+      for (auto& field : fields)
+         if (!field->ieiBits && !(field->aside && field->kind == Kind::Uint)) at = through(*field, at, tell);
+      return at;
+   }
+
+   Places through(const Field& field, Places at, bool tell) {
+      if (field.lead != Lead::None) at = moved(at, 1);
+      Places end = at;
+      if (field.kind == Kind::Each && !field.bareBits) {
+         const unsigned flag = field.entries == Entries::Flags ? 1 : 0;
+         for (Places before = 0; before != end;) {
+            before = end;
+            end |= contents(field, moved(end, flag));
+         }
+         end = moved(end, flag);
+      } else {
+         end = contents(field, at);
+         if (field.optional || field.guarded || field.kind == Kind::Since) end |= at;
+      }
+      if (tell && (end & kBroken) && !(at & kBroken)) {
+         error(NotCoded, field.pos,
+               "A length of octets stands at the start of an octet, and this is inside one.");
+         return kAnywhere;
+      }
+      return end;
+   }
+
+   static Places length(Places at) { return at & kStart ? kStart : kStart | kBroken; }
+
+   Places contents(const Field& field, Places at) {
+      if (field.bareBits || field.kind == Kind::Counted) return length(at) | (at & kBroken);
+      switch (field.kind) {
+      case Kind::Flag:
+      case Kind::Uint: return moved(at, field.bits);
+      case Kind::BitTail: return at | kAnywhere;
+      case Kind::Named:
+         return field.valueOnly || field.ahead ? at : contents(withoutAliases(field.type.type), at);
+      case Kind::Each:
+         return field.type.type ? contents(withoutAliases(field.type.type), at) : moved(at, field.bits);
+      case Kind::Frame:
+      case Kind::Bare: return field.aside ? through(field.fields, at, false) : length(at) | (at & kBroken);
+      case Kind::Group:
+      case Kind::Since:
+      case Kind::Swap: return through(field.fields, at, false);
+      case Kind::Choice: {
+         Places end = 0;
+         for (const Arm& arm : field.arms) end |= through(*arm.field, moved(at, field.bits), false);
+         return end;
+      }
+      default: return at; // octets, chains, nothing
+      }
+   }
+
+   Places contents(const Type* type, Places at) {
+      if (!type) return kAnywhere;
+      if (type->cls == Class::LV || type->cls == Class::LVE) return length(at) | (at & kBroken);
+      if (type->custom || type->cls != Class::V) return at | kAnywhere;
+      if (type->kind == TypeKind::Enum || type->kind == TypeKind::Number) return moved(at, type->bits);
+      if (type->kind == TypeKind::List) return at | kAnywhere;
+      if (type->kind != TypeKind::Record) return at;
+      auto [place, fresh] = ways_.emplace(std::pair(type, at), kAnywhere);
+      if (fresh) {
+         const Places end = through(type->fields, at, false);
+         ways_[{type, at}] = end;
+         return end;
       }
       return place->second;
    }
@@ -292,6 +376,7 @@ private:
    const Model& model_;
    Diagnostics& diagnostics_;
    std::map<const Type*, Flow> ends_;
+   std::map<std::pair<const Type*, Places>, Places> ways_;
 };
 
 } // namespace

@@ -106,6 +106,7 @@ TEST(Diagnostics, Accepted) {
               "element L V { a 8 }\nmessage X {\n optional 8\n AB8 8\n 1A group L\n}",
               "element X LV [1..255] { a 4 }",
               "message X {\n}",
+              "element X LV { a 4, b 4, c LV octets, d? null|0|1 7, e? 8 = octets ( f 8 ) }",
               "element X V { n 8 [4..], a octets(n - 4) heap, b*(n * (n > 7)) [..3] 8 }",
               "element X LV { a? 8, b? null|0|1 8, c null| 8, d* 8, e? octets(tail) }",
               "pdu P { data messages }\ntable P {\n 1 2 3 obj_A -\n 2 2 3 obj_A -\n}",
