@@ -210,6 +210,10 @@ private:
    Places contents(const Type* type, Places at) {
       if (!type) return kAnywhere;
       if (type->cls == Class::LV || type->cls == Class::LVE) return length(at) | (at & kBroken);
+      if (type->cls == Class::L4) { // ends an octet, with or without what is beside it
+         const bool beside = !type->fields.empty() && type->fields.front()->beside;
+         return length(beside ? at : moved(at, 4)) | (at & kBroken);
+      }
       if (type->custom || type->cls != Class::V) return at | kAnywhere;
       if (type->kind == TypeKind::Enum || type->kind == TypeKind::Number) return moved(at, type->bits);
       if (type->kind == TypeKind::List) return at | kAnywhere;
