@@ -590,7 +590,12 @@ private:
             if (!own.empty()) w_.open("if (" + own + guard + ") {");
             group = own;
          }
-         const std::string head = "if (" + hasBit(step.present) + guard + " && e.at(" + number(row++) + ") && !";
+         const std::string place = "e.at(" + number(row++) + ")";
+         if (step.op == Op::Call && !hasShortForm(*step.type)) {
+            w_.line("if (" + hasBit(step.present) + guard + " && " + place + ") L3_TRY(e.element());");
+            continue;
+         }
+         const std::string head = "if (" + hasBit(step.present) + guard + " && " + place + " && !";
          const std::string iei = hex(step.field->iei, 2);
          const std::string call = "e.optional<" + number(step.field->ieiBits);
          if (step.op == Op::Choice) {

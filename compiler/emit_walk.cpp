@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace l3c {
@@ -103,6 +104,8 @@ struct RowText {
 class TableEmitter {
 public:
    TableEmitter(const Model& model, const Module& module) : module_(module) {
+      for (auto& user : model.modules)
+         for (auto& type : user->types) collectEntries(lower(*type).steps);
       for (size_t i = 0; i < model.modules.size(); ++i) moduleNumbers_[model.modules[i].get()] = i;
    }
 
@@ -141,6 +144,14 @@ public:
    }
 
 private:
+   // Types of which lists initialise entries.
+   void collectEntries(const std::vector<Step>& steps) {
+      for (auto& step : steps) {
+         if (step.entryInits) entries_.insert(step.type);
+         collectEntries(step.steps);
+      }
+   }
+
    // An array always has an entry, for the compiler's sake.
    static void array(Writer& w, const std::string& type, const std::string& name,
                      const std::vector<std::string>& items) {
@@ -314,7 +325,7 @@ private:
              (hasBits ? sizeOf("m") : "0") + ", " + (hasBits ? offset("m") : "0") + ", " +
              (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) + ", " +
              number(texts_.at(type.name)) + ", " + number(texts_.at(decodedName(type))) + ",\n      " +
-             functions(type, codec) + "}";
+             functions(type, codec, entries_.count(&type) != 0) + "}";
    }
 
    // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
@@ -325,7 +336,7 @@ private:
    }
 
    // Short form, codec of a kind of its own, initialiser.
-   static std::string functions(const Type& type, const std::string& codec) {
+   static std::string functions(const Type& type, const std::string& codec, bool isEntry) {
       std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ", message = "nullptr, nullptr, ";
       const Type& base = baseType(type);
       if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
@@ -351,9 +362,8 @@ private:
                targetOf(type) + more + "); },\n      [](RtxContext* c, void* v) -> int { return " +
                encoderName(type) + "(c" + valueOf(type, false) + "); }, ";
       }
-      const bool inits = hasInit(type) && passing(type) == Passing::Pointer;
       return shorts + message + own +
-             (inits ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) + "*>(v)); }"
+             (isEntry ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) + "*>(v)); }"
                     : "nullptr");
    }
 
@@ -719,6 +729,7 @@ private:
    std::vector<std::string> rows_, wires_, arms_, types_;
    Numbered expressions_{""}, limits_{"frame::Limits{}"}, legals_{"frame::LegalSet{}"};
    std::vector<const Type*> names_;
+   std::set<const Type*> entries_;
    // Of the type at hand
    const Type* type_ = nullptr;
    const Sample* sample_ = nullptr;

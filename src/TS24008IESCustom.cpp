@@ -260,35 +260,34 @@ constexpr uint8_t kExtendedTi = 7;
 
 } // namespace
 
-int NASEnc_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008IE_LinkedTI(pctxt, pvalue));
-   Encoder e(pctxt, kEncoder);
+template <class Coder>
+static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(e.begin("LinkedTI"));
    const bool extended = pvalue->value >= kExtendedTi;
    pvalue->length = extended ? 2 : 1;
    const uint8_t shortValue = extended ? kExtendedTi : pvalue->value;
    L3_TRY(e.fields(integer<8>("length", pvalue->length), flag("flag", pvalue->flag),
                    integer<3>("value", shortValue)));
-   L3_TRY(e.constant<4>("spare", 0));
+   L3_TRY(e.template constant<4>("spare", 0));
    if (extended) {
       L3_TRY(e.extBit("ext", true));
       L3_TRY(e.fields(armInteger<7>("value", pvalue->value)));
    }
    return e.done();
 }
+L3_ENCODER(TS24008IE_LinkedTI, kEncoder, (TS24008IE_LinkedTI * pvalue), (pvalue))
 
-int NASDec_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24008IE_LinkedTI(pctxt, pvalue));
-   Decoder d(pctxt, kDecoder);
+template <class Coder>
+static int decode_TS24008IE_LinkedTI(Coder& d, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(d.begin("LinkedTI"));
    L3_TRY(d.fields(integer<8>("length", pvalue->length)));
    if (pvalue->length != 1 && pvalue->length != 2) return RTX_E_BAD_VALUE;
-   Length length;
+   typename Coder::Length length;
    L3_TRY(d.pushContainer(pvalue->length, length));
    L3_TRY(d.fieldsIn(length, flag("flag", pvalue->flag), integer<3>("value", pvalue->value)));
    if (pvalue->length == 2 && pvalue->value != kExtendedTi) return RTX_E_BAD_VALUE;
    L3_TRY(d.push("spare"));
-   if (const int status = rtxSkipBits(pctxt, 4); status < 0) return d.failed(status);
+   L3_TRY(d.skipBits(4));
    d.pop();
    if (pvalue->length == 2) {
       uint8_t ext = 0;
@@ -299,6 +298,7 @@ int NASDec_TS24008IE_LinkedTI(RtxContext* pctxt, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24008IE_LinkedTI, kDecoder, (TS24008IE_LinkedTI * pvalue), (pvalue))
 
 // Traffic flow template, TS 24.008, 10.5.6.12. Its length is kept in octets of the buffer, without a
 // container, so that the lists go by their own counts, even behind the end.

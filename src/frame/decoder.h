@@ -178,6 +178,11 @@ public:
       hot::popContainer(ctxt_);
       return 0;
    }
+   // Bits that are not looked at, and leave no trace.
+   int skipBits(uint32_t count, int line = __builtin_LINE()) {
+      const int status = rtxSkipBits(ctxt_, count);
+      return status < 0 ? failed(status, line) : 0;
+   }
    // On to the next octet, if the cursor is inside one.
    void align() {
       if (ctxt_->bufBitsLeft != 8) {

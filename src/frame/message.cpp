@@ -42,6 +42,13 @@ int MessageDecoder::finish(int shifts) {
    return decoder.ended();
 }
 
+MessageEncoder::Place MessageEncoder::elementInFull(RtxContext* ctxt, const walk::Module& module,
+                                                    unsigned typeAndRow, void* record, size_t index) {
+   ctxt->bufByteIndex = index;
+   const int status = walk::encodeElement(ctxt, module, typeAndRow >> 16, record, typeAndRow & 0xFFFF);
+   return {ctxt->bufData + ctxt->bufByteIndex, ctxt->bufData + ctxt->bufSize, status};
+}
+
 int MessageEncoder::restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
                                size_t index) {
    ctxt->bufByteIndex = index;

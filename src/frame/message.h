@@ -201,6 +201,15 @@ public:
    // May no further optional element be added? Messages whose elements can leave the flag set ask this.
    bool tailOpen() const { return (ctxt_->flags & RTX_CTXT_RAW_TAIL) != 0; }
 
+   // The optional element of the row at hand in the exact form: one that has no other.
+   L3_INLINE int element() {
+      const Place place =
+            elementInFull(ctxt_, module_, type_ << 16 | row_, record_, static_cast<size_t>(at_ - buffer_));
+      buffer_ = ctxt_->bufData;
+      at_ = place.at;
+      end_ = place.end;
+      return place.status;
+   }
    // The message from the row at hand on in the exact form, and its result. A buffer that grows on demand may
    // have moved meanwhile.
    L3_INLINE int rest() {
@@ -235,6 +244,12 @@ private:
       word = value & 15u;
       return Type::bits == 4 && Type::legalInRecord(value);
    }
+   struct Place {
+      uint8_t *at, *end;
+      int status;
+   };
+   static Place elementInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
+                              size_t index);
    static int restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
                          size_t index);
 

@@ -218,6 +218,12 @@ public:
       if (used_ != 0) ++at_;
       used_ = 0;
    }
+   int skipBits(uint32_t count) {
+      if (bitsLeft() < count) return kNotShort;
+      at_ += (used_ + count) / 8;
+      used_ = (used_ + count) % 8;
+      return 0;
+   }
 
    // A message inside.
    template <auto Decode, class T>

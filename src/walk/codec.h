@@ -18,6 +18,8 @@ int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 
+// The optional element of a message's row, with its IEI.
+int encodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 // What is behind the IEI of a message's scan.
 int decodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, frame::Scan& scan);
 

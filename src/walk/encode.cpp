@@ -46,6 +46,10 @@ public:
       L3_TRY(begin(module_.texts + type_.name));
       return messageFrom(0);
    }
+   int elementOf(unsigned row) {
+      L3_TRY(begin(module_.texts + type_.name));
+      return optional(type_.first + row);
+   }
    // From a row on whose short form has been tried.
    int messageRest(unsigned row) {
       L3_TRY(begin(module_.texts + type_.name));
@@ -410,6 +414,10 @@ int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
    if (hot::streamActive(ctxt)) [[unlikely]]
       return stream::toStream(ctxt, [=, &module] { return encode(ctxt, module, type, value); });
    return encodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value));
+}
+
+int encodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {
+   return Encoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).elementOf(row);
 }
 
 int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {

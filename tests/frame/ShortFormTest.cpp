@@ -24,8 +24,6 @@ const struct {
    const char *name, *why;
 } kInFull[] = {
       {"forceToStandby", "a half octet alone, there by the direction"},
-      {"transIdent", "a linked TI, coded by hand: its length may count one or two octets"},
-      {"linkedTI", "the same"},
       {"paramList", "a traffic flow template, coded by hand"},
       {"packetFilterList", "the same"},
       {"octet1", "the same, without either"},
@@ -36,13 +34,8 @@ const struct {
       {"extCAGInfoList", "entries coded by hand: two flags ahead tell what follows"},
       {"remoteUECtxtDisconn", "entries coded by hand: address and ports by their type"},
       {"receiveNPDUNumberList", "coded by hand: its last octet may be a half one"},
-      {"redial", "of the IEI alone, which the encoder names"},
-      {"revCallSetupDirection", "the same"},
-      {"netInitServUpgrdInd", "the same"},
-      {"moreData", "the same"},
-      {"followOnProceed", "the same"},
-      {"ctsPermission", "the same"},
-      {"cellNotification", "the same"},
+      {"elem[0]", "filters of a traffic flow template, which is coded by hand"},
+      {"elem[3]", "the same"},
 };
 
 // Only full forms have names, and a spare node of the name stack keeps the last one that it held.
