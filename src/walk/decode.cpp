@@ -538,7 +538,8 @@ int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
                  uint64_t second) {
    switch (type.codec) {
    case walk::Codec::Element:
-      if (type.shortDecode != nullptr) {
+      // The messages inside have not been tried where something is on record.
+      if (type.shortDecode != nullptr && (type.flags & kCarries) == 0) {
          const InFull full(ctxt);
          return Decoding(ctxt, module, type, value, parameter).element();
       }

@@ -147,7 +147,7 @@ enum TypeFlags : uint8_t {
    kShifts = 16,   // Message: codeset shifts
    kTailStops = 32, // Message: no element behind an open tail
    kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
-   kLengthAtEnd = 128, // the encoder tests the bounds of the length
+   kCarries = 128, // a message is inside
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);

@@ -288,7 +288,9 @@ inline void compareDissections(const std::vector<DissectorInput>& inputs, const 
       const bool whole = i % 3 == 0;
       const std::string where =
             input.name + (whole ? " " : " without its objections ") + hexFromOctets(input.octets);
-      for (const auto& [note, times] : seen.notes) {
+      for (const auto& entry : seen.notes) {
+         const auto& note = entry.first;
+         const auto times = entry.second;
          const auto there = mandatory.notes.find(note);
          const bool known =
                std::any_of(objections.begin(), objections.end(), [&](const Objection& objection) {
