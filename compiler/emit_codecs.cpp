@@ -695,7 +695,7 @@ std::string digitCodec(const Type& type, bool encode) {
    const std::string codec = encode ? encoderName(type) : decoderName(type);
    return "int " + codec + "(RtxContext* pctxt" + parameters + ") {\n   " +
           (encode ? "L3_TO_STREAM(" : "L3_FROM_STREAM(") + codec + "(pctxt" + names + "));\n   return " +
-          function + "(pctxt, \"" + type.module->file + (encode ? "Enc" : "Dec") + "\", \"" + type.name + "\"" + names + ");\n}\n" +
+          function + "(pctxt, \"" + type.name + "\"" + names + ");\n}\n" +
           shortDeclaration(type, encode) + " {\n   return " + function + "(at, end, pctxt" + names +
           ");\n}\n\n";
 }

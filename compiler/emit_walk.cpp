@@ -95,7 +95,6 @@ struct RowText {
 
    std::vector<std::string> wire;
    size_t argument = 0, test = 0, second = 0, limits = 0;
-   int line = 0;
    uint64_t number = 0, lead = 0;
    unsigned bits = 0, iei = 0, ieiBits = 0;
    std::string format = "0";
@@ -139,7 +138,7 @@ public:
       w.line("} // namespace");
       w.line();
       w.line("const Module table_" + module_.name + " = {kTexts, kTypes, kRows, kWires, kArms, kNames,");
-      w.line("      kExpressions, kLimits, kLegals, \"" + module_.file + "Enc\", \"" + module_.file + "Dec\"};");
+      w.line("      kExpressions, kLimits, kLegals};");
       return w.text();
    }
 
@@ -189,10 +188,9 @@ private:
                          joined(row.flags) + "}");
          wires_.push_back("{" + number(row.wireName.empty() ? name : texts_.at(row.wireName)) + ", " +
                           joined(row.wire) + ", " + number(row.argument) + ", " + number(row.test) + ", " +
-                          number(row.second) + ", " + number(static_cast<uint64_t>(row.line)) + ", " +
-                          number(row.number) + ", " + number(row.bits) + ", " + number(row.limits) + ", " +
-                          hex(row.iei, 2) + ", " + number(row.ieiBits) + ", " + row.format + ", " +
-                          number(row.lead) + "}");
+                          number(row.second) + ", " + number(row.number) + ", " + number(row.bits) + ", " +
+                          number(row.limits) + ", " + hex(row.iei, 2) + ", " + number(row.ieiBits) + ", " + row.format +
+                          ", " + number(row.lead) + "}");
       }
       return first;
    }
@@ -463,7 +461,6 @@ private:
       row.second = expression(step.second);
       if (step.field == nullptr) return;
       const Field& field = *step.field;
-      row.line = field.pos.line;
       if (field.leaveTail) row.wire.push_back("kKeepsTail");
       if (field.beside) row.wire.push_back("kBeside");
       if (step.bareAround) {
@@ -635,7 +632,6 @@ private:
       // An entry, from its own start.
       RowText entry;
       entry.wire.push_back("kUnnamedOnWire");
-      entry.line = row.line;
       if (step.type != nullptr) {
          nested(entry, *step.type);
       } else if (!step.steps.empty()) {

@@ -5,7 +5,7 @@ using namespace quorva::frame;
 
 int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
    L3_TO_STREAM(NASEnc_TS24007L3_L3HdrOptions(pctxt, pvalue));
-   Encoder e(pctxt, "TS24007L3Enc");
+   Encoder e(pctxt);
    L3_TRY(e.begin("L3HdrOptions"));
    switch (pvalue->t) {
    case 1: L3_TRY(e.fields(armInteger<4>("skipInd", pvalue->u.skipInd))); break;
@@ -32,7 +32,7 @@ int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pva
 // owner re-interprets the record.
 int NASDec_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
    L3_FROM_STREAM(NASDec_TS24007L3_L3HdrOptions(pctxt, pvalue));
-   Decoder d(pctxt, "TS24007L3Dec");
+   Decoder d(pctxt);
    L3_TRY(d.begin("L3HdrOptions"));
    pvalue->t = 1;
    L3_TRY(d.fields(armInteger<4>("skipInd", pvalue->u.skipInd)));

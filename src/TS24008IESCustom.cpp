@@ -5,16 +5,9 @@
 
 using namespace quorva::frame;
 
-namespace {
-
-const char kEncoder[] = "TS24008IESEnc";
-const char kDecoder[] = "TS24008IESDec";
-
-} // namespace
-
 int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
    L3_TO_STREAM(NASEnc_TS24008IE_GSMString(pctxt, value));
-   Encoder e(pctxt, kEncoder);
+   Encoder e(pctxt);
    L3_TRY(e.begin("GSMString"));
    L3_TRY(e.traced("GSMString", [&] { return rtx3GPPEncGSMCharStr(pctxt, value); }));
    return e.done();
@@ -22,7 +15,7 @@ int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
 
 int NASDec_TS24008IE_GSMString(RtxContext* pctxt, const char** pvalue, uint32_t octets, uint32_t spareBits) {
    L3_FROM_STREAM(NASDec_TS24008IE_GSMString(pctxt, pvalue, octets, spareBits));
-   Decoder d(pctxt, kDecoder);
+   Decoder d(pctxt);
    L3_TRY(d.begin("GSMString"));
    // The septets are taken out of the buffer itself; a count beyond the data asks for no memory.
    if (const int status = rtxCheckInputBuffer(pctxt, octets); status < 0) return d.failed(status);
@@ -69,7 +62,7 @@ L3_INLINE static int encode_TS24008IE_AccessPointName(Coder& e, const char* valu
    }
    return e.done();
 }
-L3_ENCODER(TS24008IE_AccessPointName, kEncoder, (const char* value), (value))
+L3_ENCODER(TS24008IE_AccessPointName, (const char* value), (value))
 
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_AccessPointName(Coder& d, char* value) {
@@ -92,7 +85,7 @@ L3_INLINE static int decode_TS24008IE_AccessPointName(Coder& d, char* value) {
    if (count > kMaxNameOctets) return RTX_E_CONSTRAINT;
    return d.done();
 }
-L3_DECODER(TS24008IE_AccessPointName, kDecoder, (char* value), (value))
+L3_DECODER(TS24008IE_AccessPointName, (char* value), (value))
 
 // Network name, TS 24.008, 10.5.3.5a.
 namespace {
@@ -139,7 +132,7 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
 
 int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008IE_NetworkName(pctxt, pvalue));
-   Encoder e(pctxt, kEncoder);
+   Encoder e(pctxt);
    L3_TRY(e.begin("NetworkName"));
    OpenLength length;
    L3_TRY(e.open<8>("length", length));
@@ -163,7 +156,7 @@ int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
 
 int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008IE_NetworkName(pctxt, pvalue));
-   Decoder d(pctxt, kDecoder);
+   Decoder d(pctxt);
    L3_TRY(d.begin("NetworkName"));
    Length length;
    L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
@@ -189,7 +182,7 @@ int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
 
 int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008IE_NotificationIndicator(pctxt, pvalue));
-   Encoder e(pctxt, kEncoder);
+   Encoder e(pctxt);
    L3_TRY(e.begin("NotificationIndicator"));
    L3_TRY(e.fields(flag("ext", pvalue->ext),
                    value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
@@ -198,7 +191,7 @@ int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_Notifica
 
 int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008IE_NotificationIndicator(pctxt, pvalue));
-   Decoder d(pctxt, kDecoder);
+   Decoder d(pctxt);
    L3_TRY(d.begin("NotificationIndicator"));
    L3_TRY(d.fields(flag("ext", pvalue->ext),
                    value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
@@ -210,7 +203,7 @@ int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_Notifica
 // octet.
 int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
-   Encoder e(pctxt, kEncoder);
+   Encoder e(pctxt);
    L3_TRY(e.begin("ReceiveNPDUNumberList"));
    OpenLength length;
    L3_TRY(e.open<8>("length", length));
@@ -223,7 +216,7 @@ int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveN
 
 int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
-   Decoder d(pctxt, kDecoder);
+   Decoder d(pctxt);
    L3_TRY(d.begin("ReceiveNPDUNumberList"));
    Length length;
    L3_TRY(d.open<8>("length", pvalue->length, Limits{2}, length));
@@ -275,7 +268,7 @@ static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
    }
    return e.done();
 }
-L3_ENCODER(TS24008IE_LinkedTI, kEncoder, (TS24008IE_LinkedTI * pvalue), (pvalue))
+L3_ENCODER(TS24008IE_LinkedTI, (TS24008IE_LinkedTI * pvalue), (pvalue))
 
 template <class Coder>
 static int decode_TS24008IE_LinkedTI(Coder& d, TS24008IE_LinkedTI* pvalue) {
@@ -298,7 +291,7 @@ static int decode_TS24008IE_LinkedTI(Coder& d, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(d.close(length));
    return d.done();
 }
-L3_DECODER(TS24008IE_LinkedTI, kDecoder, (TS24008IE_LinkedTI * pvalue), (pvalue))
+L3_DECODER(TS24008IE_LinkedTI, (TS24008IE_LinkedTI * pvalue), (pvalue))
 
 // Traffic flow template, TS 24.008, 10.5.6.12. Its length is kept in octets of the buffer, without a
 // container, so that the lists go by their own counts, even behind the end.
@@ -398,7 +391,7 @@ int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
 
 int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008IE_TFT(pctxt, pvalue));
-   Encoder e(pctxt, kEncoder);
+   Encoder e(pctxt);
    L3_TRY(e.begin("TFT"));
    L3_TRY(e.constant<8>("length", 0));
    const size_t start = pctxt->bufByteIndex;
@@ -409,13 +402,13 @@ int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    const size_t numocts = pctxt->bufByteIndex - start;
    pvalue->length = static_cast<uint8_t>(numocts);
    pctxt->bufData[start - 1] = pvalue->length;
-   if (numocts == 0 || numocts > UINT8_MAX) return failBound(pctxt, numocts, e.site(__LINE__));
+   if (numocts == 0 || numocts > UINT8_MAX) return failBound(pctxt, numocts);
    return e.done();
 }
 
 int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008IE_TFT(pctxt, pvalue));
-   Decoder d(pctxt, kDecoder);
+   Decoder d(pctxt);
    L3_TRY(d.begin("TFT"));
    L3_TRY(d.push("length"));
    L3_TRY(d.tracedOctets("INTEGER", &pvalue->length, 1));

@@ -8,16 +8,13 @@
 
 using namespace quorva::frame;
 
-static const char kEncoder[] = "TS24008IESEnc";
-static const char kDecoder[] = "TS24008IESDec";
-
 template <class Coder>
 L3_INLINE static int encode_TS24008IE_MCCMNCPair(Coder& e, TS24008IE_MCCMNCPair* pvalue) {
    L3_TRY(e.begin("MCCMNCPair"));
    L3_TRY(e.plmn(pvalue->mcc, pvalue->mnc));
    return e.done();
 }
-L3_ENCODER(TS24008IE_MCCMNCPair, kEncoder, (TS24008IE_MCCMNCPair * pvalue), (pvalue))
+L3_ENCODER(TS24008IE_MCCMNCPair, (TS24008IE_MCCMNCPair * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_MCCMNCPair(Coder& d, TS24008IE_MCCMNCPair* pvalue) {
@@ -25,7 +22,7 @@ L3_INLINE static int decode_TS24008IE_MCCMNCPair(Coder& d, TS24008IE_MCCMNCPair*
    L3_TRY(d.plmn(pvalue->mcc, pvalue->mnc));
    return d.done();
 }
-L3_DECODER(TS24008IE_MCCMNCPair, kDecoder, (TS24008IE_MCCMNCPair * pvalue), (pvalue))
+L3_DECODER(TS24008IE_MCCMNCPair, (TS24008IE_MCCMNCPair * pvalue), (pvalue))
 
 // Mobile identity, TS 24.008, 10.5.1.4. The selector is the type of identity on the wire, but for "none".
 namespace {
@@ -125,7 +122,7 @@ L3_INLINE static int encode_TS24008IE_MobileIdentity(Coder& e, TS24008IE_MobileI
    }
    return e.done();
 }
-L3_ENCODER(TS24008IE_MobileIdentity, kEncoder, (TS24008IE_MobileIdentity * pvalue), (pvalue))
+L3_ENCODER(TS24008IE_MobileIdentity, (TS24008IE_MobileIdentity * pvalue), (pvalue))
 
 // There is no container: an identity ends where its type lets it end, and octets beyond that stay in the
 // input.
@@ -157,7 +154,7 @@ L3_INLINE static int decode_TS24008IE_MobileIdentity(Coder& d, TS24008IE_MobileI
    }
    return d.done();
 }
-L3_DECODER(TS24008IE_MobileIdentity, kDecoder, (TS24008IE_MobileIdentity * pvalue), (pvalue))
+L3_DECODER(TS24008IE_MobileIdentity, (TS24008IE_MobileIdentity * pvalue), (pvalue))
 
 // PLMN list, TS 24.008, 10.5.1.13: the first octet counts octets, the record entries.
 namespace {
@@ -177,7 +174,7 @@ L3_INLINE static int encode_TS24008IE_PLMNList(Coder& e, TS24008IE_PLMNList* pva
    }));
    return e.done();
 }
-L3_ENCODER(TS24008IE_PLMNList, kEncoder, (TS24008IE_PLMNList * pvalue), (pvalue))
+L3_ENCODER(TS24008IE_PLMNList, (TS24008IE_PLMNList * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_PLMNList(Coder& d, TS24008IE_PLMNList* pvalue) {
@@ -193,7 +190,7 @@ L3_INLINE static int decode_TS24008IE_PLMNList(Coder& d, TS24008IE_PLMNList* pva
    }));
    return d.done();
 }
-L3_DECODER(TS24008IE_PLMNList, kDecoder, (TS24008IE_PLMNList * pvalue), (pvalue))
+L3_DECODER(TS24008IE_PLMNList, (TS24008IE_PLMNList * pvalue), (pvalue))
 
 // Mobile station classmark 2, TS 24.008, 10.5.1.6: the first octet is the number of the parts, each an octet.
 template <class Coder>
@@ -213,8 +210,7 @@ L3_INLINE static int encode_TS24008IE_MobileStationClassmark2(Coder& e,
                                                                                      &pvalue->octet5));
    return e.done();
 }
-L3_ENCODER(TS24008IE_MobileStationClassmark2, kEncoder, (TS24008IE_MobileStationClassmark2 * pvalue),
-           (pvalue))
+L3_ENCODER(TS24008IE_MobileStationClassmark2, (TS24008IE_MobileStationClassmark2 * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_MobileStationClassmark2(Coder& d,
@@ -238,8 +234,7 @@ L3_INLINE static int decode_TS24008IE_MobileStationClassmark2(Coder& d,
    }
    return d.done(); // parts above three are left to the scan of the message
 }
-L3_DECODER(TS24008IE_MobileStationClassmark2, kDecoder, (TS24008IE_MobileStationClassmark2 * pvalue),
-           (pvalue))
+L3_DECODER(TS24008IE_MobileStationClassmark2, (TS24008IE_MobileStationClassmark2 * pvalue), (pvalue))
 
 // Multiband supported, TS 24.008, 10.5.1.7: one power class, or two for two bands.
 namespace {
@@ -251,10 +246,11 @@ struct Bands {
    static constexpr bool legalOnWire(uint32_t value) { return value <= 6; }
    static constexpr bool legalInRecord(uint32_t value) { return value <= 6; }
    static int encode(RtxContext* ctxt, Record value) {
-      return Encoder(ctxt, kEncoder).enumeration<Bands>(value);
+      return legalInRecord(value) ? encEnumeration(ctxt, value, bits) : RTX_E_BAD_ENUM;
    }
    static int decode(RtxContext* ctxt, Record* value) {
-      return Decoder(ctxt, kDecoder).enumeration<Bands>(*value);
+      L3_TRY(decEnumeration(ctxt, value, bits));
+      return legalOnWire(*value) ? 0 : RTX_E_BAD_ENUM;
    }
 };
 
@@ -275,8 +271,7 @@ L3_INLINE static int encode_TS24008IE_MultibandSupported(Coder& e, TS24008IE_Mul
    }
    return e.done();
 }
-L3_ENCODER_AMONG_BITS(TS24008IE_MultibandSupported, kEncoder, (TS24008IE_MultibandSupported * pvalue),
-                      (pvalue))
+L3_ENCODER_AMONG_BITS(TS24008IE_MultibandSupported, (TS24008IE_MultibandSupported * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_MultibandSupported(Coder& d, TS24008IE_MultibandSupported* pvalue) {
@@ -292,5 +287,4 @@ L3_INLINE static int decode_TS24008IE_MultibandSupported(Coder& d, TS24008IE_Mul
    }
    return d.done();
 }
-L3_DECODER_AMONG_BITS(TS24008IE_MultibandSupported, kDecoder, (TS24008IE_MultibandSupported * pvalue),
-                      (pvalue))
+L3_DECODER_AMONG_BITS(TS24008IE_MultibandSupported, (TS24008IE_MultibandSupported * pvalue), (pvalue))

@@ -11,13 +11,10 @@ using namespace quorva::frame;
 
 extern const MessageTable kTS24008Msg_PDUMessages;
 
-static const char kEncSource[] = "TS24008MsgsEnc";
-static const char kDecSource[] = "TS24008MsgsDec";
-
 // Only the network sends a force to standby here, and it has no IEI. TS 24.008, 9.4.6.
 int NASEnc_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008Msg_DetachAccept(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("DetachAccept"));
    if (pvalue->m.forceToStandbyPresent) {
       uint8_t spare = 0;
@@ -29,7 +26,7 @@ int NASEnc_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* p
 
 int NASDec_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008Msg_DetachAccept(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("DetachAccept"));
    pvalue->m = {};
    if ((pctxt->flags & RTX_CTXT_UPLINK) == 0 && d.more()) {
@@ -109,7 +106,7 @@ L3_INLINE static int encodeHeader(Encoder e, TS24008Msg_PDU* pvalue) {
 
 int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    L3_TO_STREAM(NASEnc_TS24008Msg_PDU(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
    L3_TRY(encodeHeader(e, pvalue));
    // The selector decides, whatever the type says; one without a message is not logged here.
@@ -170,7 +167,7 @@ L3_INLINE static int decodeHeader(Decoder d, TS24008Msg_PDU* pvalue) {
 
 int NASDec_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    L3_FROM_STREAM(NASDec_TS24008Msg_PDU(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
    // The encoder looks at the identifier's field even where there is none.

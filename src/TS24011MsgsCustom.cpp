@@ -9,12 +9,9 @@ using namespace quorva::frame;
 
 extern const MessageTable kTS24011Msg_CP_PDUMessages;
 
-static const char kEncSource[] = "TS24011MsgsEnc";
-static const char kDecSource[] = "TS24011MsgsDec";
-
 int NASEnc_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
    L3_TO_STREAM(NASEnc_TS24011Msg_CP_PDU(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("CP-PDU"));
    L3_TRY(e.item("l3HdrOpts", NASEnc_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));
    L3_TRY(e.fields(value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
@@ -33,7 +30,7 @@ int NASEnc_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
 
 int NASDec_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
    L3_FROM_STREAM(NASDec_TS24011Msg_CP_PDU(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("CP_PDU"));
    const uint8_t* at = plainHeader(pctxt, 2);
    if (at != nullptr && (at[0] & 15) == TS24007L3_ProtoDiscr_sms) [[likely]] {

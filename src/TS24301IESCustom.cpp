@@ -6,9 +6,6 @@
 
 using namespace quorva::frame;
 
-static const char kEncSource[] = "TS24301IESEnc";
-static const char kDecSource[] = "TS24301IESDec";
-
 // EPS mobile identity, TS 24.301, 9.9.3.12. The first nibble is the first digit of an IMSI or IMEI, and a
 // filler ahead of a GUTI.
 template <class Coder>
@@ -57,7 +54,7 @@ L3_INLINE static int encode_TS24301IE_EPSMobileIdentity(Coder& e, TS24301IE_EPSM
    L3_TRY(e.template close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
-L3_ENCODER(TS24301IE_EPSMobileIdentity, kEncSource, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
+L3_ENCODER(TS24301IE_EPSMobileIdentity, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24301IE_EPSMobileIdentity(Coder& d, TS24301IE_EPSMobileIdentity* pvalue) {
@@ -86,7 +83,7 @@ L3_INLINE static int decode_TS24301IE_EPSMobileIdentity(Coder& d, TS24301IE_EPSM
    L3_TRY(d.close(length));
    return d.done();
 }
-L3_DECODER(TS24301IE_EPSMobileIdentity, kDecSource, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
+L3_DECODER(TS24301IE_EPSMobileIdentity, (TS24301IE_EPSMobileIdentity * pvalue), (pvalue))
 
 // Octets of the address by its type: an IPv4 address or an IPv6 prefix, with a port behind the first.
 static size_t remoteAddressOctets(uint32_t type) {
@@ -99,7 +96,7 @@ static size_t remoteAddressOctets(uint32_t type) {
 // whether the port ranges follow it.
 int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
    L3_TO_STREAM(NASEnc_TS24301IE_RemoteUECtxt(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("RemoteUECtxt"));
    OpenLength length;
    L3_TRY(e.open<8>("length", length));
@@ -126,7 +123,7 @@ int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
 
 int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
    L3_FROM_STREAM(NASDec_TS24301IE_RemoteUECtxt(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("RemoteUECtxt"));
    pvalue->m = {};
    Length length;

@@ -10,13 +10,10 @@ using namespace quorva::frame;
 extern const MessageTable kTS24301Msg_PDUMessages;
 extern const MessageTable kTS24301Msg_PDU_SMMessages;
 
-static const char kEncSource[] = "TS24301MsgsEnc";
-static const char kDecSource[] = "TS24301MsgsDec";
-
 // No octet tells the two forms apart; the direction of the context does. TS 24.301, 8.2.11.
 int NASEnc_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest* pvalue) {
    L3_TO_STREAM(NASEnc_TS24301Msg_DetachRequest(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("DetachRequest"));
    switch (pvalue->t) {
    case 1: L3_TRY(e.item("ueOrig", NASEnc_TS24301Msg_DetachRequestUEOrig, &pvalue->u.ueOrig)); break;
@@ -28,7 +25,7 @@ int NASEnc_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest*
 
 int NASDec_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest* pvalue) {
    L3_FROM_STREAM(NASDec_TS24301Msg_DetachRequest(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("DetachRequest"));
    if ((pctxt->flags & RTX_CTXT_UPLINK) != 0) {
       pvalue->t = 1;
@@ -143,7 +140,7 @@ L3_INLINE static int decodeHeader(Decoder d, Pdu* pvalue) {
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
 int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
    L3_TO_STREAM(NASEnc_TS24301Msg_PDU_SM(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(encodeHeader(e, pvalue));
    L3_TRY(encodeData(e, pvalue->data, kTS24301Msg_PDU_SMMessages));
@@ -152,7 +149,7 @@ int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
 
 int NASDec_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
    L3_FROM_STREAM(NASDec_TS24301Msg_PDU_SM(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("PDU-SM"));
    L3_TRY(decodeHeader(d, pvalue));
    // By the type alone, whatever the discriminator.
@@ -189,7 +186,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
          static_cast<TS24301Msg_ServiceRequest*>(rtxMemHeapAllocZ(ctxt, sizeof(TS24301Msg_ServiceRequest)));
    if (request == nullptr) return RTX_E_NOMEM;
    pvalue->data.u.obj_ServiceRequest = request;
-   L3_TRY(d.inner(__LINE__, NASDec_TS24301Msg_ServiceRequest, request));
+   L3_TRY(d.inner(NASDec_TS24301Msg_ServiceRequest, request));
    if (computed) {
       const uint32_t received = static_cast<uint32_t>(request->shortMAC[0]) << 8 | request->shortMAC[1];
       if (received != (mac & 0xFFFF)) macMismatch(d, received, mac & 0xFFFF);
@@ -235,7 +232,7 @@ static int decodeServiceRequest(Decoder d, TS24301Msg_PDU* pvalue, size_t start)
 
 int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    L3_FROM_STREAM(NASDec_TS24301Msg_PDU(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("PDU"));
    pvalue->m = {};
    pvalue->secHdr.secHdrType = TS24007L3_SecHdrType_noSec;
@@ -252,7 +249,7 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
 
 int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    L3_TO_STREAM(NASEnc_TS24301Msg_PDU(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;
    const uint32_t type = pvalue->secHdr.secHdrType;

@@ -6,9 +6,6 @@
 
 using namespace quorva::frame;
 
-static const char kEncSource[] = "TS24501IESEnc";
-static const char kDecSource[] = "TS24501IESDec";
-
 // 5GS mobile identity, TS 24.501, 9.11.3.4. The first octet of the contents carries digits, flags or filler
 // together with the type; the selector is the type and 1.
 namespace {
@@ -106,11 +103,11 @@ int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, un
 int checkLeadingBits(ShortDecoder&, const char*, uint8_t bits) {
    return bits >= 30 ? 0 : kNotShort;
 }
-int checkLeadingBits(Decoder& d, const char* what, uint8_t bits, int line = __builtin_LINE()) {
+int checkLeadingBits(Decoder& d, const char* what, uint8_t bits) {
    if (bits >= 30) return 0;
    rtxErrAddStrParm(d.ctxt(), what);
    rtxErrAddUIntParm(d.ctxt(), bits);
-   return d.failed(RTX_E_CONSTRAINT, line);
+   return d.failed(RTX_E_CONSTRAINT);
 }
 
 // The place behind two octets that are yet to be written.
@@ -149,7 +146,7 @@ L3_INLINE static int encode_TS24501IE_MobileIdentity(Coder& e, TS24501IE_MobileI
    L3_TRY(e.template close<16>(length, pvalue->length, Limits{}));
    return e.done();
 }
-L3_ENCODER(TS24501IE_MobileIdentity, kEncSource, (TS24501IE_MobileIdentity * pvalue), (pvalue))
+L3_ENCODER(TS24501IE_MobileIdentity, (TS24501IE_MobileIdentity * pvalue), (pvalue))
 
 template <class Coder>
 L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileIdentity* pvalue) {
@@ -190,13 +187,13 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
    L3_TRY(d.close(length));
    return d.done();
 }
-L3_DECODER(TS24501IE_MobileIdentity, kDecSource, (TS24501IE_MobileIdentity * pvalue), (pvalue))
+L3_DECODER(TS24501IE_MobileIdentity, (TS24501IE_MobileIdentity * pvalue), (pvalue))
 
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.
 int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
    L3_TO_STREAM(NASEnc_TS24501IE_ExtCAGEntry(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("ExtCAGEntry"));
    OpenLength length;
    L3_TRY(e.open<16>("length", length));
@@ -224,7 +221,7 @@ int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalu
 
 int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
    L3_FROM_STREAM(NASDec_TS24501IE_ExtCAGEntry(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("ExtCAGEntry"));
    pvalue->m = {};
    Length length;

@@ -10,9 +10,6 @@ using namespace quorva::frame;
 extern const MessageTable kTS24501Msg_PDUMessages;
 extern const MessageTable kTS24501Msg_PDU_SMMessages;
 
-static const char kEncSource[] = "TS24501MsgsEnc";
-static const char kDecSource[] = "TS24501MsgsDec";
-
 using ProtoDiscr = quorva::type::TS24501Msg_NAS5GProtoDiscr;
 using SecHdrType = quorva::type::TS24501Msg_NAS5GSecHdrType;
 using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
@@ -25,7 +22,7 @@ constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
 // both.
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    L3_TO_STREAM(NASEnc_TS24501Msg_PDU_SM(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
                    value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
@@ -37,7 +34,7 @@ int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
 
 int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    L3_FROM_STREAM(NASDec_TS24501Msg_PDU_SM(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    L3_TRY(d.begin("PDU_SM"));
    L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
                    value<SessionIdentity>("pduSessIdent", pvalue->pduSessIdent),
@@ -206,7 +203,7 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
 
 int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
    L3_FROM_STREAM(NASDec_TS24501Msg_PDU(pctxt, pvalue));
-   Decoder d(pctxt, kDecSource);
+   Decoder d(pctxt);
    pvalue->m = {};
    const uint8_t* at = plainHeader(pctxt, kMobilityHeader);
    if (at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G &&
@@ -224,7 +221,7 @@ int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
 
 int NASEnc_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
    L3_TO_STREAM(NASEnc_TS24501Msg_PDU(pctxt, pvalue));
-   Encoder e(pctxt, kEncSource);
+   Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;
    auto& header = pvalue->secHdr;

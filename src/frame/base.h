@@ -36,18 +36,13 @@
 
 namespace quorva::frame {
 
-// The place of a failure, for the error record.
-struct Site {
-   const char* file;
-   int line;
-};
-
 // Records a status and gives what the codec returns: the overall status of the context, negative in any case
-// (with no memory left for a record the overall status can be 0).
-L3_COLD int fail(RtxContext* ctxt, int status, Site site);
+// (with no memory left for a record the overall status can be 0). failAnew: in a record of its own.
+L3_COLD int fail(RtxContext* ctxt, int status);
+L3_COLD int failAnew(RtxContext* ctxt, int status);
 
 // The logged form of a bound failure: element path, value, -16.
-L3_COLD int failBound(RtxContext* ctxt, uint64_t value, Site site);
+L3_COLD int failBound(RtxContext* ctxt, uint64_t value);
 
 // Names. There are thousands of places that push and pop one, so the inline form has room for the common case
 // alone, in which other names stand below.
@@ -157,15 +152,14 @@ inline bool knowsRelease(const RtxContext* ctxt, unsigned release) {
    return static_cast<uint16_t>(ctxt->protocolRelease - 1) > release - 2;
 }
 
-// What encoders and decoders have in common. `file` is the word for the source in error records.
+// What encoders and decoders have in common.
 class Codec {
 public:
    static constexpr bool kShort = false; // of the two forms, this is the full one
 
-   Codec(RtxContext* ctxt, const char* file) : ctxt_(ctxt), file_(file) {}
+   explicit Codec(RtxContext* ctxt) : ctxt_(ctxt) {}
 
    RtxContext* ctxt() const { return ctxt_; }
-   Site site(int line) const { return {file_, line}; }
 
    // Only the outermost type of a message stands among the names.
    L3_INLINE int begin(const char* typeName) {
@@ -192,11 +186,19 @@ public:
       }
    }
 
-   int failed(int status, int line = __builtin_LINE()) { return fail(ctxt_, status, site(line)); }
-   int badChoice(int line = __builtin_LINE()) { return fail(ctxt_, RTX_E_BAD_CHOICE, site(line)); }
-   int badBound(uint64_t value, int line = __builtin_LINE()) { return failBound(ctxt_, value, site(line)); }
+   int failed(int status) { return fail(ctxt_, status); }
+   int badChoice() { return fail(ctxt_, RTX_E_BAD_CHOICE); }
+   int badBound(uint64_t value) { return failBound(ctxt_, value); }
 
    size_t offset() const { return hot::bitOffset(ctxt_); }
+   // Does the container have something left?
+   L3_INLINE bool more() const { return hot::containerHasRemBits(ctxt_); }
+   // On to the next octet, if the cursor is inside one.
+   void align() {
+      if (ctxt_->bufBitsLeft == 8) return;
+      ++ctxt_->bufByteIndex;
+      ctxt_->bufBitsLeft = 8;
+   }
 
    // An element without contents.
    L3_INLINE int nothing(const char* name) {
@@ -207,41 +209,25 @@ public:
 
    // A primitive under a trace field of its own kind, without an element name.
    template <class Primitive>
-   int traced(const char* kind, Primitive primitive, int line = __builtin_LINE()) {
+   int traced(const char* kind, Primitive primitive) {
       if (ctxt_->bitFields != nullptr) rtxDiagNewBitField(ctxt_->bitFields, kind);
-      if (const int status = primitive(); status < 0) return failed(status, line);
+      if (const int status = primitive(); status < 0) return failed(status);
       if (ctxt_->bitFields != nullptr) rtxDiagSetBitFldCount(ctxt_->bitFields);
-      return 0;
-   }
-
-   // The codec that this one is another name of.
-   template <class Function, class... Arguments>
-   int same(Function function, Arguments... arguments) {
-      if (const int status = function(ctxt_, arguments...); status < 0) return fail(ctxt_, status, site(0));
       return 0;
    }
 
    // A nested codec under its element name.
    template <class Function, class... Arguments>
-   L3_INLINE int nested(int line, const char* name, Function function, Arguments... arguments) {
+   L3_INLINE int item(const char* name, Function function, Arguments... arguments) {
       L3_TRY(push(name));
       if (const int status = function(ctxt_, arguments...); status < 0) [[unlikely]]
-         return fail(ctxt_, status, site(line));
+         return failed(status);
       pop();
       return 0;
    }
 
 protected:
-   // A nested codec whose short form would not do.
-   template <class Function, class... Arguments>
-   L3_COLD static int inFull(RtxContext* ctxt, const char* file, const char* name, Function function,
-                             Arguments... arguments) {
-      const InFull full(ctxt);
-      return Codec(ctxt, file).nested(0, name, function, arguments...);
-   }
-
    RtxContext* ctxt_;
-   const char* file_;
 };
 
 // Bounds of a length or count; with a mask only the values whose bit is set (all below 64).

@@ -8,13 +8,11 @@
 namespace quorva::frame {
 
 // The first digit has been read; `length` counts its octet too. -1, logged, if the digits exceed the text.
-int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, char* text, size_t capacity,
-                 int line = __builtin_LINE());
+int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, char* text, size_t capacity);
 
 template <size_t N>
-int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, char (&text)[N],
-                 int line = __builtin_LINE()) {
-   return decodeDigits(d, name, first, length, text, N, line);
+int decodeDigits(Decoder& d, const char* name, uint8_t first, size_t length, char (&text)[N]) {
+   return decodeDigits(d, name, first, length, text, N);
 }
 
 int decodeDigits(ShortDecoder& d, const char* name, uint8_t first, size_t length, char* text,
@@ -40,18 +38,16 @@ inline int encodeIdentity(Encoder& e, const char* name, uint32_t type, const cha
 int encodeIdentity(ShortEncoder& e, const char* name, uint32_t type, const char* text);
 
 // Types that are a text of digits: two an octet, by `numocts` octets; a filler ends the text early.
-int encodeDigitText(RtxContext* ctxt, const char* source, const char* type, const char* text);
+int encodeDigitText(RtxContext* ctxt, const char* type, const char* text);
 // Into a text of any size that has the room for all digits and the NUL.
-int decodeOpenDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, uint32_t numocts);
-int decodeDigitTextToHeap(RtxContext* ctxt, const char* source, const char* type, const char** text,
-                          uint32_t numocts);
+int decodeOpenDigitText(RtxContext* ctxt, const char* type, char* text, uint32_t numocts);
+int decodeDigitTextToHeap(RtxContext* ctxt, const char* type, const char** text, uint32_t numocts);
 // At most `most` digits: more octets than they need are refused as too many, a digit too many is -16.
-int decodeDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, size_t most,
-                    uint32_t numocts);
+int decodeDigitText(RtxContext* ctxt, const char* type, char* text, size_t most, uint32_t numocts);
 template <size_t Most>
-int decodeDigitText(RtxContext* ctxt, const char* source, const char* type, char* text, uint32_t numocts) {
+int decodeDigitText(RtxContext* ctxt, const char* type, char* text, uint32_t numocts) {
    static_assert(Most <= 16);
-   return decodeDigitText(ctxt, source, type, text, Most, numocts);
+   return decodeDigitText(ctxt, type, text, Most, numocts);
 }
 
 // The same in short form.

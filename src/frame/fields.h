@@ -10,13 +10,13 @@
 namespace quorva::frame {
 
 // Full forms, out of line. Each brackets the field with its name and trace field.
-L3_COLD int encFlag(RtxContext* ctxt, Site site, const char* name, uint8_t value);
-L3_COLD int decFlag(RtxContext* ctxt, Site site, const char* name, uint8_t* value);
+L3_COLD int encFlag(RtxContext* ctxt, const char* name, uint8_t value);
+L3_COLD int decFlag(RtxContext* ctxt, const char* name, uint8_t* value);
 
 // An enumeration, by itself: the encoder tests before it writes, the decoder when it has read and stored. The
 // test returns directly, -4.
-L3_COLD int encEnumeration(RtxContext* ctxt, Site site, uint32_t value, unsigned bits);
-L3_COLD int decEnumeration(RtxContext* ctxt, Site site, uint32_t* value, unsigned bits);
+L3_COLD int encEnumeration(RtxContext* ctxt, uint32_t value, unsigned bits);
+L3_COLD int decEnumeration(RtxContext* ctxt, uint32_t* value, unsigned bits);
 
 // Bounds of an integer field; `logged` is the form that arms of a choice use.
 struct IntegerRule {
@@ -25,9 +25,8 @@ struct IntegerRule {
    bool logged;
    uint64_t low, high;
 };
-L3_COLD int encInteger(RtxContext* ctxt, Site site, const char* name, uint32_t value,
-                       const IntegerRule& rule);
-L3_COLD int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const IntegerRule& rule);
+L3_COLD int encInteger(RtxContext* ctxt, const char* name, uint32_t value, const IntegerRule& rule);
+L3_COLD int decInteger(RtxContext* ctxt, const char* name, void* value, const IntegerRule& rule);
 
 constexpr uint64_t lowBits(unsigned n) {
    return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
@@ -50,8 +49,8 @@ struct Flag {
       word = *value != 0;
       return true;
    }
-   int decode(RtxContext* ctxt, Site site) const { return decFlag(ctxt, site, name, value); }
-   int encode(RtxContext* ctxt, Site site) const { return encFlag(ctxt, site, name, *value); }
+   int decode(RtxContext* ctxt) const { return decFlag(ctxt, name, value); }
+   int encode(RtxContext* ctxt) const { return encFlag(ctxt, name, *value); }
 };
 
 // Integer of N bits. Without bounds of its own one of whole octets takes any value (the high octets of a
@@ -71,8 +70,8 @@ struct Integer {
       word = *value & lowBits(N);
       return (Low == 0 || *value >= Low) && (High >= std::numeric_limits<T>::max() || *value <= High);
    }
-   int decode(RtxContext* ctxt, Site site) const { return decInteger(ctxt, site, name, value, rule); }
-   int encode(RtxContext* ctxt, Site site) const { return encInteger(ctxt, site, name, *value, rule); }
+   int decode(RtxContext* ctxt) const { return decInteger(ctxt, name, value, rule); }
+   int encode(RtxContext* ctxt) const { return encInteger(ctxt, name, *value, rule); }
 };
 
 // A value of an enumeration or integer type with a codec of its own, `Type::encode` and `Type::decode`.
@@ -90,12 +89,8 @@ struct Value {
       word = *value & lowBits(bits);
       return Type::legalInRecord(*value);
    }
-   int decode(RtxContext* ctxt, Site site) const {
-      return Codec(ctxt, site.file).nested(site.line, name, Type::decode, value);
-   }
-   int encode(RtxContext* ctxt, Site site) const {
-      return Codec(ctxt, site.file).nested(site.line, name, Type::encode, *value);
-   }
+   int decode(RtxContext* ctxt) const { return Codec(ctxt).item(name, Type::decode, value); }
+   int encode(RtxContext* ctxt) const { return Codec(ctxt).item(name, Type::encode, *value); }
 };
 
 template <class... Parts>
@@ -135,12 +130,8 @@ struct Record {
       return Type::withParts(*value, [&word](const auto&... parts)
                                            L3_INLINE_LAMBDA { return giveAll(word, parts...); });
    }
-   int decode(RtxContext* ctxt, Site site) const {
-      return Codec(ctxt, site.file).nested(site.line, name, Type::decode, value);
-   }
-   int encode(RtxContext* ctxt, Site site) const {
-      return Codec(ctxt, site.file).nested(site.line, name, Type::encode, value);
-   }
+   int decode(RtxContext* ctxt) const { return Codec(ctxt).item(name, Type::decode, value); }
+   int encode(RtxContext* ctxt) const { return Codec(ctxt).item(name, Type::encode, value); }
 };
 
 // Fields in a record of their own under one name, without a codec of its own.
@@ -158,11 +149,11 @@ struct Group {
       return std::apply([&word](const auto&... part) L3_INLINE_LAMBDA { return giveAll(word, part...); },
                         parts);
    }
-   int decode(RtxContext* ctxt, Site site) const {
-      return each(ctxt, [&](const auto& part) { return part.decode(ctxt, site); });
+   int decode(RtxContext* ctxt) const {
+      return each(ctxt, [&](const auto& part) { return part.decode(ctxt); });
    }
-   int encode(RtxContext* ctxt, Site site) const {
-      return each(ctxt, [&](const auto& part) { return part.encode(ctxt, site); });
+   int encode(RtxContext* ctxt) const {
+      return each(ctxt, [&](const auto& part) { return part.encode(ctxt); });
    }
 
 private:
@@ -176,64 +167,37 @@ private:
    }
 };
 
-// A part with its line in the source. The full form of a run gets the line of the first one only: the others
-// follow it line by line.
-template <class P>
-struct At : P {
-   using Part = P;
-   int line;
-};
-
-template <class First, class... Others>
-L3_INLINE int lineOf(const First& first, const Others&...) {
-   return first.line;
-}
-
 // The words of generated code.
 template <class... Parts>
-L3_INLINE At<Group<Parts...>> group(const char* name, const At<Parts>&... parts) {
-   return {{name, {parts...}}, lineOf(parts...)};
+L3_INLINE Group<Parts...> group(const char* name, const Parts&... parts) {
+   return {name, {parts...}};
 }
 template <class T>
-L3_INLINE At<Flag<T>> flag(const char* name, T& value, int line = __builtin_LINE()) {
-   return {{name, &value}, line};
+L3_INLINE Flag<T> flag(const char* name, T& value) {
+   return {name, &value};
 }
 
-template <unsigned N, class T>
+template <unsigned N>
 constexpr uint64_t defaultHigh() {
    return N % 8 == 0 ? ~uint64_t{0} : lowBits(N);
 }
 
-template <unsigned N, class T>
-L3_INLINE At<Integer<N, T, 0, defaultHigh<N, T>(), false>> integer(const char* name, T& value,
-                                                                   int line = __builtin_LINE()) {
-   return {{name, &value}, line};
-}
-template <unsigned N, uint64_t Low, uint64_t High, class T>
-L3_INLINE At<Integer<N, T, Low, High, false>> integer(const char* name, T& value,
-                                                      int line = __builtin_LINE()) {
-   return {{name, &value}, line};
+template <unsigned N, uint64_t Low = 0, uint64_t High = defaultHigh<N>(), class T>
+L3_INLINE Integer<N, T, Low, High, false> integer(const char* name, T& value) {
+   return {name, &value};
 }
 // In the arm of a choice.
-template <unsigned N, class T>
-L3_INLINE At<Integer<N, T, 0, defaultHigh<N, T>(), true>> armInteger(const char* name, T& value,
-                                                                     int line = __builtin_LINE()) {
-   return {{name, &value}, line};
-}
-template <unsigned N, uint64_t Low, uint64_t High, class T>
-L3_INLINE At<Integer<N, T, Low, High, true>> armInteger(const char* name, T& value,
-                                                        int line = __builtin_LINE()) {
-   return {{name, &value}, line};
+template <unsigned N, uint64_t Low = 0, uint64_t High = defaultHigh<N>(), class T>
+L3_INLINE Integer<N, T, Low, High, true> armInteger(const char* name, T& value) {
+   return {name, &value};
 }
 template <class Type>
-L3_INLINE At<Value<Type>> value(const char* name, typename Type::Record& record,
-                                int line = __builtin_LINE()) {
-   return {{name, &record}, line};
+L3_INLINE Value<Type> value(const char* name, typename Type::Record& record) {
+   return {name, &record};
 }
 template <class Type>
-L3_INLINE At<Record<Type>> record(const char* name, typename Type::Record& record,
-                                  int line = __builtin_LINE()) {
-   return {{name, &record}, line};
+L3_INLINE Record<Type> record(const char* name, typename Type::Record& record) {
+   return {name, &record};
 }
 
 } // namespace quorva::frame

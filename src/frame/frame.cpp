@@ -34,11 +34,6 @@ L3_INLINE void closeTrace(RtxContext* ctxt) {
    if (ctxt->bitFields != nullptr) rtxDiagSetBitFldCount(ctxt->bitFields);
 }
 
-// Octets in the short form: those at the cursor if `numocts` are there, or have room, and nobody looks.
-uint8_t* plainOctets(RtxContext* ctxt, size_t numocts) {
-   return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
-}
-
 // The integer of a field in the record, whatever its size.
 void store(void* field, unsigned bytes, uint32_t value) {
    switch (bytes) {
@@ -97,79 +92,77 @@ int pushFarIndex(RtxContext* ctxt, size_t index) {
    return rtxCtxtPushArrayElemName(ctxt, "elem", static_cast<uint32_t>(index));
 }
 
-int fail(RtxContext* ctxt, int status, Site site) {
-   const int overall = rtxErrSetData(ctxt, status, site.file, site.line);
+int fail(RtxContext* ctxt, int status) {
+   const int overall = rtxErrSetData(ctxt, status, nullptr, 0);
    return overall < 0 ? overall : status;
 }
 
-int failBound(RtxContext* ctxt, uint64_t value, Site site) {
+int failAnew(RtxContext* ctxt, int status) {
+   const int overall = rtxErrSetNewData(ctxt, status, nullptr, 0);
+   return overall < 0 ? overall : status;
+}
+
+int failBound(RtxContext* ctxt, uint64_t value) {
    rtxErrAddElemNameParm(ctxt);
    rtxErrAddUIntParm(ctxt, static_cast<uint32_t>(value));
-   return fail(ctxt, RTX_E_CONSTRAINT, site);
+   return fail(ctxt, RTX_E_CONSTRAINT);
 }
 
-int encFlag(RtxContext* ctxt, Site site, const char* name, uint8_t value) {
-   L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "BOOLEAN");
-   if (const int status = rtxEncBit(ctxt, value); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   hot::popElemName(ctxt);
-   return 0;
-}
+namespace {
 
-int decFlag(RtxContext* ctxt, Site site, const char* name, uint8_t* value) {
-   L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "BOOLEAN");
-   if (const int status = rtxDecBit(ctxt, value); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   hot::popElemName(ctxt);
-   return 0;
-}
-
-int encEnumeration(RtxContext* ctxt, Site site, uint32_t value, unsigned bits) {
-   openTrace(ctxt, "ENUMERATED");
-   if (const int status = rtxEncBits(ctxt, value, bits); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   return 0;
-}
-
-int decEnumeration(RtxContext* ctxt, Site site, uint32_t* value, unsigned bits) {
-   openTrace(ctxt, "ENUMERATED");
-   uint8_t octet = 0;
-   if (const int status = rtxDecBitsToByte(ctxt, &octet, static_cast<uint8_t>(bits)); status < 0)
-      return fail(ctxt, status, site);
-   *value = octet;
-   closeTrace(ctxt);
-   return 0;
-}
-
-int encInteger(RtxContext* ctxt, Site site, const char* name, uint32_t value, const IntegerRule& rule) {
+// A primitive in its trace field, under its name if it has one.
+template <class Primitive>
+L3_INLINE int field(RtxContext* ctxt, const char* name, const char* kind, Primitive primitive) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   if (value < rule.low || value > rule.high)
-      return rule.logged ? failBound(ctxt, value, site) : RTX_E_CONSTRAINT;
-   openTrace(ctxt, "INTEGER");
-   if (const int status = writeInteger(ctxt, rule.bits, value); status < 0) return fail(ctxt, status, site);
+   openTrace(ctxt, kind);
+   if (const int status = primitive(); status < 0) return fail(ctxt, status);
    closeTrace(ctxt);
    if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
-int decInteger(RtxContext* ctxt, Site site, const char* name, void* value, const IntegerRule& rule) {
+} // namespace
+
+int encFlag(RtxContext* ctxt, const char* name, uint8_t value) {
+   return field(ctxt, name, "BOOLEAN", [=] { return rtxEncBit(ctxt, value); });
+}
+
+int decFlag(RtxContext* ctxt, const char* name, uint8_t* value) {
+   return field(ctxt, name, "BOOLEAN", [=] { return rtxDecBit(ctxt, value); });
+}
+
+int encEnumeration(RtxContext* ctxt, uint32_t value, unsigned bits) {
+   return field(ctxt, nullptr, "ENUMERATED", [=] { return rtxEncBits(ctxt, value, bits); });
+}
+
+int decEnumeration(RtxContext* ctxt, uint32_t* value, unsigned bits) {
+   uint8_t octet = 0;
+   L3_TRY(field(ctxt, nullptr, "ENUMERATED",
+                [&] { return rtxDecBitsToByte(ctxt, &octet, static_cast<uint8_t>(bits)); }));
+   *value = octet;
+   return 0;
+}
+
+int encInteger(RtxContext* ctxt, const char* name, uint32_t value, const IntegerRule& rule) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   if (value < rule.low || value > rule.high) return rule.logged ? failBound(ctxt, value) : RTX_E_CONSTRAINT;
+   openTrace(ctxt, "INTEGER");
+   if (const int status = writeInteger(ctxt, rule.bits, value); status < 0) return fail(ctxt, status);
+   closeTrace(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
+   return 0;
+}
+
+int decInteger(RtxContext* ctxt, const char* name, void* value, const IntegerRule& rule) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
    uint32_t read = 0;
-   if (const int status = readInteger(ctxt, rule.bits, &read); status < 0) return fail(ctxt, status, site);
+   if (const int status = readInteger(ctxt, rule.bits, &read); status < 0) return fail(ctxt, status);
    store(value, rule.bytes, read);
    closeTrace(ctxt);
-   if (read < rule.low || read > rule.high)
-      return rule.logged ? failBound(ctxt, read, site) : RTX_E_CONSTRAINT;
+   if (read < rule.low || read > rule.high) return rule.logged ? failBound(ctxt, read) : RTX_E_CONSTRAINT;
    if (name != nullptr) hot::popElemName(ctxt);
    return 0;
-}
-
-int endOfField(RtxContext* ctxt, Site site, const Length* length, int status) {
-   if (status < 0 || length == nullptr || hot::bitOffset(ctxt) <= length->end) return status;
-   return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
 }
 
 const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
@@ -297,18 +290,17 @@ void storeRest(uint8_t* octets, size_t count, uint64_t word) {
    for (size_t i = 1; i < count; ++i) octets[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
-int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, void* value, unsigned bytes,
+int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, unsigned bytes,
                const Limits& limits, bool push, Length& length) {
    L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
    uint32_t count = 0;
-   if (const int status = readInteger(ctxt, bits, &count); status != 0) return fail(ctxt, status, site);
+   if (const int status = readInteger(ctxt, bits, &count); status != 0) return fail(ctxt, status);
    store(value, bytes, count);
    const size_t start = hot::bitOffset(ctxt);
    if (!limits.allow(count)) return RTX_E_CONSTRAINT;
    if (push) {
-      if (const int status = hot::pushContainerBytes(ctxt, count); status < 0)
-         return fail(ctxt, status, site);
+      if (const int status = hot::pushContainerBytes(ctxt, count); status < 0) return fail(ctxt, status);
    }
    closeTrace(ctxt);
    hot::popElemName(ctxt);
@@ -316,27 +308,21 @@ int openInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, voi
    return 0;
 }
 
-int closeInFull(RtxContext* ctxt, Site site, Length length) {
+int closeInFull(RtxContext* ctxt, Length length) {
    const size_t offset = hot::bitOffset(ctxt);
-   if (offset > length.end) return fail(ctxt, RTX_E_LENGTH_OVERRUN, site);
+   if (offset > length.end) return fail(ctxt, RTX_E_LENGTH_OVERRUN);
    hot::setBitOffset(ctxt, length.end);
    hot::popContainer(ctxt);
    return 0;
 }
 
-int decOctets(RtxContext* ctxt, Site, const char* name, uint8_t* data, size_t numocts) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "OCTET STRING");
-   const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8);
-   if (status < 0) std::memset(data, 0, numocts); // no old memory in a record that decodes for all that
-   closeTrace(ctxt);
-   if (name != nullptr) hot::popElemName(ctxt);
-   return status;
-}
+namespace {
 
-int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits) {
+// What fails leaves no old memory in a record that decodes for all that.
+int decString(RtxContext* ctxt, const char* name, const char* kind, uint8_t* data, size_t capacity,
+              size_t numbits) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "BIT STRING");
+   openTrace(ctxt, kind);
    const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits);
    if (status < 0) std::memset(data, 0, capacity);
    closeTrace(ctxt);
@@ -344,62 +330,90 @@ int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capac
    return status;
 }
 
+int encString(RtxContext* ctxt, const char* name, const char* kind, const uint8_t* data, size_t numbits,
+              bool fits) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   if (!fits) return RTX_E_CONSTRAINT;
+   openTrace(ctxt, kind);
+   const int status = rtxEncBitsFromByteArray(ctxt, data, numbits);
+   closeTrace(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
+   return status;
+}
+
+} // namespace
+
+int decOctets(RtxContext* ctxt, const char* name, uint8_t* data, size_t numocts) {
+   return decString(ctxt, name, "OCTET STRING", data, numocts, numocts * 8);
+}
+
+int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits) {
+   return decString(ctxt, name, "BIT STRING", data, capacity, numbits);
+}
+
+int encOctets(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts) {
+   return encString(ctxt, name, "OCTET STRING", data, numocts * 8, true);
+}
+
+int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits, bool fits) {
+   return encString(ctxt, name, "BIT STRING", data, numbits, fits);
+}
+
 namespace {
 
-int readOctets(RtxContext* ctxt, Site site, uint8_t* data, size_t numocts) {
+int readOctets(RtxContext* ctxt, uint8_t* data, size_t numocts) {
    if (numocts == 0) return 0;
    if (const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8); status < 0) {
       std::memset(data, 0, numocts); // the count is in the record already
-      return fail(ctxt, status, site);
+      return fail(ctxt, status);
    }
    return 0;
 }
 
 // Memory for octets of the input: never more than what is there, so that a count can't ask for much.
-int readOctetsToHeap(RtxContext* ctxt, Site site, size_t numocts, const uint8_t** data) {
+int readOctetsToHeap(RtxContext* ctxt, size_t numocts, const uint8_t** data) {
    if (ctxt->bufByteIndex > ctxt->bufSize || numocts > ctxt->bufSize - ctxt->bufByteIndex)
-      return fail(ctxt, RTX_E_END_OF_DATA, site);
+      return fail(ctxt, RTX_E_END_OF_DATA);
    auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
-   if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
-   L3_TRY(readOctets(ctxt, site, octets, numocts));
+   if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM);
+   L3_TRY(readOctets(ctxt, octets, numocts));
    *data = octets;
    return 0;
 }
 
-int readCount(RtxContext* ctxt, Site site, unsigned countOctets, uint32_t* count) {
-   if (const int status = readInteger(ctxt, countOctets * 8, count); status < 0)
-      return fail(ctxt, status, site);
+int readCount(RtxContext* ctxt, unsigned countOctets, uint32_t* count) {
+   if (const int status = readInteger(ctxt, countOctets * 8, count); status < 0) return fail(ctxt, status);
    return 0;
 }
 
 } // namespace
 
-int decCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, uint8_t* data,
-               size_t capacity, const Limits& limits, uint32_t* count) {
+int decCounted(RtxContext* ctxt, const char* name, unsigned countOctets, uint8_t* data, size_t capacity,
+               const Limits& limits, uint32_t* count) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
-   L3_TRY(readCount(ctxt, site, countOctets, count));
+   L3_TRY(readCount(ctxt, countOctets, count));
    if (*count > capacity) {
       // Read, but not stored.
       const int status = rtxSkipBytes(ctxt, *count);
       *count = 0;
-      return status < 0 ? fail(ctxt, status, site) : RTX_E_CONSTRAINT;
+      return status < 0 ? fail(ctxt, status) : RTX_E_CONSTRAINT;
    }
-   L3_TRY(readOctets(ctxt, site, data, *count));
+   L3_TRY(readOctets(ctxt, data, *count));
    closeTrace(ctxt);
    if (!limits.allow(*count)) return RTX_E_CONSTRAINT;
    if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
-int decCountedHeap(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const Limits& limits,
+int decCountedHeap(RtxContext* ctxt, const char* name, unsigned countOctets, const Limits& limits,
                    RtxDynOctStr* value) {
    uint32_t count = 0;
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "OCTET STRING");
-   L3_TRY(readCount(ctxt, site, countOctets, &count));
+   L3_TRY(readCount(ctxt, countOctets, &count));
    const uint8_t* octets = nullptr;
-   L3_TRY(readOctetsToHeap(ctxt, site, count, &octets));
+   L3_TRY(readOctetsToHeap(ctxt, count, &octets));
    value->numocts = count;
    value->data = octets;
    closeTrace(ctxt);
@@ -418,7 +432,7 @@ size_t octetsLeft(RtxContext* ctxt, size_t numocts) {
 
 } // namespace
 
-int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint8_t* data, size_t capacity,
+int decSized(RtxContext* ctxt, const char* name, size_t numocts, uint8_t* data, size_t capacity,
              const Limits& limits, uint32_t* count) {
    numocts = octetsLeft(ctxt, numocts);
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
@@ -427,7 +441,7 @@ int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint
    *count = static_cast<uint32_t>(numocts);
    if (numocts != 0) {
       openTrace(ctxt, "OCTET STRING");
-      L3_TRY(readOctets(ctxt, site, data, numocts));
+      L3_TRY(readOctets(ctxt, data, numocts));
       closeTrace(ctxt);
    }
    if (!limits.allow(numocts)) return RTX_E_CONSTRAINT;
@@ -435,13 +449,13 @@ int decSized(RtxContext* ctxt, Site site, const char* name, size_t numocts, uint
    return 0;
 }
 
-int decSizedHeap(RtxContext* ctxt, Site site, const char* name, size_t numocts, RtxDynOctStr* value) {
+int decSizedHeap(RtxContext* ctxt, const char* name, size_t numocts, RtxDynOctStr* value) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    numocts = octetsLeft(ctxt, numocts);
    value->numocts = static_cast<uint32_t>(numocts);
    if (numocts != 0) {
       openTrace(ctxt, "OCTET STRING");
-      L3_TRY(readOctetsToHeap(ctxt, site, numocts, &value->data));
+      L3_TRY(readOctetsToHeap(ctxt, numocts, &value->data));
       closeTrace(ctxt);
    }
    if (name != nullptr) hot::popElemName(ctxt);
@@ -455,26 +469,26 @@ size_t bitsLeft(const RtxContext* ctxt) {
    return left > 0 ? static_cast<size_t>(left) : 0;
 }
 
-int readBits(RtxContext* ctxt, Site site, uint8_t* data, size_t capacity, size_t numbits) {
+int readBits(RtxContext* ctxt, uint8_t* data, size_t capacity, size_t numbits) {
    openTrace(ctxt, "BIT STRING");
    if (const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits); status < 0)
-      return fail(ctxt, status, site);
+      return fail(ctxt, status);
    closeTrace(ctxt);
    return 0;
 }
 
 } // namespace
 
-int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* value) {
+int decRestBits(RtxContext* ctxt, const char* name, RtxDynBitStr* value) {
    L3_TRY(hot::pushElemName(ctxt, name));
    const size_t numbits = bitsLeft(ctxt);
    value->numbits = 0;
    if (numbits != 0) {
       const size_t numocts = (numbits >> 3) + 1;
-      if (cursorBits(ctxt) + numbits > ctxt->bufSize * 8) return fail(ctxt, RTX_E_END_OF_DATA, site);
+      if (cursorBits(ctxt) + numbits > ctxt->bufSize * 8) return fail(ctxt, RTX_E_END_OF_DATA);
       auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, numocts));
-      if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM, site);
-      L3_TRY(readBits(ctxt, site, octets, numocts, numbits));
+      if (octets == nullptr) return fail(ctxt, RTX_E_NOMEM);
+      L3_TRY(readBits(ctxt, octets, numocts, numbits));
       value->numbits = static_cast<uint32_t>(numbits);
       value->data = octets;
    }
@@ -482,60 +496,34 @@ int decRestBits(RtxContext* ctxt, Site site, const char* name, RtxDynBitStr* val
    return 0;
 }
 
-int decRestBitsInline(RtxContext* ctxt, Site site, const char* name, uint8_t* data, size_t capacity,
-                      uint32_t* numbits) {
+int decRestBitsInline(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, uint32_t* numbits) {
    L3_TRY(hot::pushElemName(ctxt, name));
    const size_t left = bitsLeft(ctxt);
    *numbits = 0;
    if (left > capacity * 8) return RTX_E_CONSTRAINT;
-   if (left != 0) L3_TRY(readBits(ctxt, site, data, capacity, left));
+   if (left != 0) L3_TRY(readBits(ctxt, data, capacity, left));
    *numbits = static_cast<uint32_t>(left);
    hot::popElemName(ctxt);
    return 0;
 }
 
-int decLeadBit(RtxContext* ctxt, Site site, const char* kind, uint8_t* bit) {
-   openTrace(ctxt, kind);
-   if (const int status = hot::decBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   return 0;
+int decLeadBit(RtxContext* ctxt, const char* kind, uint8_t* bit) {
+   return field(ctxt, nullptr, kind, [=] { return hot::decBit(ctxt, bit); });
 }
 
-int decSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t* selector) {
-   openTrace(ctxt, "choice selector");
+int decSelector(RtxContext* ctxt, unsigned bits, uint32_t* selector) {
    uint32_t value = 0;
-   if (const int status = hot::decBits(ctxt, &value, bits); status < 0) return fail(ctxt, status, site);
+   L3_TRY(field(ctxt, nullptr, "choice selector", [&] { return hot::decBits(ctxt, &value, bits); }));
    *selector = value + 1;
-   closeTrace(ctxt);
    return 0;
 }
 
-int skipExtensions(RtxContext* ctxt, Site site) {
+int skipExtensions(RtxContext* ctxt) {
    uint8_t octet = 0;
    do {
-      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status, site);
+      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status);
    } while ((octet & 0x80) == 0);
    return 0;
-}
-
-int Decoder::tracedOctets(const char* kind, void* data, size_t numocts, int line) {
-   if (const uint8_t* octets = plainOctets(ctxt_, numocts)) {
-      std::memcpy(data, octets, numocts);
-      ctxt_->bufByteIndex += numocts;
-      return 0;
-   }
-   return traced(
-         kind, [&] { return rtxReadBytes(ctxt_, static_cast<uint8_t*>(data), numocts); }, line);
-}
-
-int Encoder::tracedOctets(const char* kind, const void* data, size_t numocts, int line) {
-   if (uint8_t* octets = plainOctets(ctxt_, numocts)) {
-      std::memcpy(octets, data, numocts);
-      ctxt_->bufByteIndex += numocts;
-      return 0;
-   }
-   return traced(
-         kind, [&] { return rtxWriteBytes(ctxt_, static_cast<const uint8_t*>(data), numocts); }, line);
 }
 
 int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
@@ -552,14 +540,12 @@ int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size
    return 0;
 }
 
-int encOpenInFull(RtxContext* ctxt, Site site, const char* name, unsigned bits, OpenLength& length) {
-   L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "INTEGER");
-   if (const int status = rtxEncBits(ctxt, 0, bits); status < 0) return fail(ctxt, status, site);
-   length.start = hot::bitOffset(ctxt);
-   closeTrace(ctxt);
-   hot::popElemName(ctxt);
-   return 0;
+int encOpenInFull(RtxContext* ctxt, const char* name, unsigned bits, OpenLength& length) {
+   return field(ctxt, name, "INTEGER", [&] {
+      const int status = rtxEncBits(ctxt, 0, bits);
+      length.start = hot::bitOffset(ctxt);
+      return status;
+   });
 }
 
 bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits) {
@@ -568,123 +554,74 @@ bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits) {
    if (index * 8 + used + nbits > ctxt->bufSize * 8) return false;
    uint8_t* at = ctxt->bufData + index;
    // Some of the primitives of the full form leave what stands behind the cursor in its octet.
-   if ((*at & (0xFFu >> used)) != 0) return false;
-   const uint64_t word = value << (64 - nbits) >> used | static_cast<uint64_t>(*at) << 56;
+   if (used != 0 && (*at & (0xFFu >> used)) != 0) return false;
+   const uint64_t ahead = used == 0 ? 0 : *at;
+   const uint64_t word = value << (64 - nbits) >> used | ahead << 56;
    const unsigned octets = (used + nbits + 7) / 8;
    for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
    advanceBits(ctxt, nbits);
    return true;
 }
 
-int encCloseInFull(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count,
+namespace {
+
+// The count into its placeholder.
+int mergeLength(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t count) {
+   const size_t end = hot::bitOffset(ctxt);
+   if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0) return fail(ctxt, status);
+   if (const int status = rtxMergeBits(ctxt, count, static_cast<int>(bits)); status < 0)
+      return fail(ctxt, status);
+   return hot::setBitOffset(ctxt, end);
+}
+
+} // namespace
+
+int encCloseInFull(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count,
                    bool keepTail) {
    if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
-      if (!hot::octetAligned(ctxt)) {
-         const int overall = rtxErrSetNewData(ctxt, RTX_E_NOT_OCTET_END, site.file, site.line);
-         return overall < 0 ? overall : RTX_E_NOT_OCTET_END;
-      }
+      if (!hot::octetAligned(ctxt)) return failAnew(ctxt, RTX_E_NOT_OCTET_END);
       if (!keepTail) rtxCtxtClearFlag(ctxt, RTX_CTXT_RAW_TAIL);
-   } else if (ctxt->bufBitsLeft != 8) {
-      ++ctxt->bufByteIndex;
-      ctxt->bufBitsLeft = 8;
+   } else {
+      Codec(ctxt).align();
    }
-   const size_t end = hot::bitOffset(ctxt);
-   *count = static_cast<uint32_t>((end - length.start) / 8);
-   if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0)
-      return fail(ctxt, status, site);
-   if (const int status = rtxMergeBits(ctxt, *count, static_cast<int>(bits)); status < 0)
-      return fail(ctxt, status, site);
-   return hot::setBitOffset(ctxt, end);
+   *count = static_cast<uint32_t>((hot::bitOffset(ctxt) - length.start) / 8);
+   return mergeLength(ctxt, bits, length, *count);
 }
 
-int encCloseBits(RtxContext* ctxt, Site site, unsigned bits, const OpenLength& length, uint32_t* count) {
-   const size_t end = hot::bitOffset(ctxt);
-   *count = static_cast<uint32_t>(end - length.start);
-   if (const int status = hot::setBitOffset(ctxt, length.start - bits); status < 0)
-      return fail(ctxt, status, site);
-   if (const int status = rtxMergeBits(ctxt, *count, static_cast<int>(bits)); status < 0)
-      return fail(ctxt, status, site);
-   return hot::setBitOffset(ctxt, end);
+int encCloseBits(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count) {
+   *count = static_cast<uint32_t>(hot::bitOffset(ctxt) - length.start);
+   return mergeLength(ctxt, bits, length, *count);
 }
 
-int encOctets(RtxContext* ctxt, Site, const char* name, const uint8_t* data, size_t numocts) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, "OCTET STRING");
-   const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
-   closeTrace(ctxt);
-   if (name != nullptr) hot::popElemName(ctxt);
-   return status;
-}
-
-int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits, bool fits) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   if (!fits) return RTX_E_CONSTRAINT;
-   openTrace(ctxt, "BIT STRING");
-   const int status = rtxEncBitsFromByteArray(ctxt, data, numbits);
-   closeTrace(ctxt);
-   if (name != nullptr) hot::popElemName(ctxt);
-   return status;
-}
-
-int encCounted(RtxContext* ctxt, Site site, const char* name, unsigned countOctets, const uint8_t* data,
-               size_t numocts, size_t capacity) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   if (numocts > capacity || numocts >> (8 * countOctets) != 0) return RTX_E_CONSTRAINT;
-   openTrace(ctxt, "OCTET STRING");
-   if (const int status = rtxEncUInt32(ctxt, static_cast<uint32_t>(numocts), countOctets); status < 0)
-      return fail(ctxt, status, site);
-   if (const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8); status < 0)
-      return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   if (name != nullptr) hot::popElemName(ctxt);
-   return 0;
+int encCounted(RtxContext* ctxt, const char* name, unsigned countOctets, const uint8_t* data, size_t numocts,
+               size_t capacity) {
+   if (numocts > capacity || numocts >> (8 * countOctets) != 0) {
+      if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+      return RTX_E_CONSTRAINT;
+   }
+   return field(ctxt, name, "OCTET STRING", [=] {
+      L3_TRY(rtxEncUInt32(ctxt, static_cast<uint32_t>(numocts), countOctets));
+      return rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
+   });
 }
 
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   if (!fits) return RTX_E_CONSTRAINT;
-   openTrace(ctxt, "OCTET STRING");
-   const int status = rtxEncBitsFromByteArray(ctxt, data, numocts * 8);
-   closeTrace(ctxt);
-   if (tail) rtxCtxtSetFlag(ctxt, RTX_CTXT_RAW_TAIL);
-   if (name != nullptr) hot::popElemName(ctxt);
+   const int status = encString(ctxt, name, "OCTET STRING", data, numocts * 8, fits);
+   if (fits && tail) rtxCtxtSetFlag(ctxt, RTX_CTXT_RAW_TAIL);
    return status;
 }
 
-int encLeadBit(RtxContext* ctxt, Site site, const char* kind, bool bit) {
-   openTrace(ctxt, kind);
-   if (const int status = hot::encBit(ctxt, bit); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   return 0;
+int encLeadBit(RtxContext* ctxt, const char* kind, bool bit) {
+   return field(ctxt, nullptr, kind, [=] { return hot::encBit(ctxt, bit); });
 }
 
-int encSelector(RtxContext* ctxt, Site site, unsigned bits, uint32_t selector) {
-   openTrace(ctxt, "choice selector");
-   if (const int status = rtxEncBits(ctxt, selector - 1, bits); status < 0) return fail(ctxt, status, site);
-   closeTrace(ctxt);
-   return 0;
+int encSelector(RtxContext* ctxt, unsigned bits, uint32_t selector) {
+   return field(ctxt, nullptr, "choice selector", [=] { return rtxEncBits(ctxt, selector - 1, bits); });
 }
 
-namespace {
-// At the end of encIei, so that its common way needs no stack frame.
-L3_COLD int encIeiInFull(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
-   if (const int status = rtxEncBits(ctxt, iei, bits); status < 0) return fail(ctxt, status, site);
-   return 0;
-}
-} // namespace
-
-int encIei(RtxContext* ctxt, Site site, unsigned bits, uint32_t iei) {
-   if (!isPlain(ctxt) || !hasOctets(ctxt, 1)) [[unlikely]]
-      return encIeiInFull(ctxt, site, bits, iei);
-   uint8_t& octet = ctxt->bufData[ctxt->bufByteIndex];
-   if (bits == 8) {
-      octet = static_cast<uint8_t>(iei);
-      ++ctxt->bufByteIndex;
-   } else {
-      octet = static_cast<uint8_t>(iei << 4);
-      ctxt->bufBitsLeft = 4;
-   }
-   return 0;
+int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei) {
+   const int status = rtxEncBits(ctxt, iei, bits);
+   return status < 0 ? fail(ctxt, status) : 0;
 }
 
 bool Scan::next(Decoder& decoder) {
@@ -699,56 +636,52 @@ bool Scan::read(Decoder& decoder) {
    if (!decoder.more()) return end(messageStatus(ctxt));
    // An IEI that is not there ends the message without a failure, so it is looked for before it is read.
    if (cursorBits(ctxt) + 8 > ctxt->bufSize * 8) return end(messageStatus(ctxt));
-   const auto stop = [&](int status, int line) {
+   const auto stop = [&](int status) {
       failed_ = true;
-      return end(fail(ctxt, status, decoder.site(line)));
+      return end(fail(ctxt, status));
    };
    uint8_t octet = 0;
    openTrace(ctxt, "IEI");
    int status = rtxDecBitsToByte(ctxt, &octet, 8);
    if (status == RTX_E_END_OF_DATA) return end(messageStatus(ctxt));
-   if (status != 0) return stop(status, __LINE__);
+   if (status != 0) return stop(status);
    closeTrace(ctxt);
    if ((halfOctets_ >> (octet >> 4) & 1) != 0) {
       --ctxt->bufByteIndex;
       status = rtxDecBitsToByte(ctxt, &octet, 4);
-      if (status < 0) return stop(status, __LINE__);
+      if (status < 0) return stop(status);
       closeTrace(ctxt);
    }
    iei_ = octet;
    return true;
 }
 
-int Scan::drop(Decoder& decoder, Format format, size_t valueOctets, int line) {
+int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {
    RtxContext* ctxt = decoder.ctxt();
    previous_ = iei_;
    size_t length = 0;
    if (format == Format::TLV) {
       uint8_t octet = 0;
-      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0)
-         return fail(ctxt, status, decoder.site(line));
+      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status);
       length = octet;
    } else if (format == Format::TV) {
       length = valueOctets;
    }
    if (length != 0) {
-      if (const int status = rtxSkipBytes(ctxt, length); status < 0)
-         return fail(ctxt, status, decoder.site(line));
+      if (const int status = rtxSkipBytes(ctxt, length); status < 0) return fail(ctxt, status);
    }
    return 0;
 }
 
-int Scan::unknown(Decoder& decoder, int line) {
+int Scan::unknown(Decoder& decoder) {
    RtxContext* ctxt = decoder.ctxt();
    const unsigned last = previous_;
    previous_ = iei_;
    if ((iei_ & 0x80) != 0) return 0; // one octet
    uint8_t length = 0;
-   if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0)
-      return fail(ctxt, status, decoder.site(line));
+   if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0) return fail(ctxt, status);
    if (length != 0) {
-      if (const int status = rtxSkipBytes(ctxt, length); status < 0)
-         return fail(ctxt, status, decoder.site(line));
+      if (const int status = rtxSkipBytes(ctxt, length); status < 0) return fail(ctxt, status);
    }
    // The low nibble decides, and a direct repetition of the same unknown IEI is tolerated, so that a run of
    // one kind counts as a single error. In a shifted codeset nothing is reported.
@@ -758,8 +691,7 @@ int Scan::unknown(Decoder& decoder, int line) {
    if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last &&
        (ctxt->errList.count < kMostRecords || rtxErrGetStatus(ctxt) != RTX_E_MULTIPLE)) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
-      const Site where = decoder.site(line);
-      rtxErrSetNewData(ctxt, RTX_E_BAD_IEI, where.file, where.line);
+      failAnew(ctxt, RTX_E_BAD_IEI);
    }
    return 0;
 }

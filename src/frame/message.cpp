@@ -4,7 +4,7 @@ namespace quorva::frame {
 
 // The name under which what follows may fail.
 int MessageDecoder::begin() {
-   return Codec(ctxt_, module_.decodeSource).begin(module_.texts + module_.types[type_].decodedName);
+   return Codec(ctxt_).begin(module_.texts + module_.types[type_].decodedName);
 }
 
 int MessageDecoder::rest() {
@@ -13,7 +13,7 @@ int MessageDecoder::rest() {
 }
 
 bool MessageDecoder::nextInFull(MessageDecoder& copy) {
-   Decoder decoder(copy.ctxt_, copy.module_.decodeSource);
+   Decoder decoder(copy.ctxt_);
    if (const int status = copy.begin(); status < 0) {
       copy.failed_ = true;
       return copy.end(status);
@@ -34,7 +34,7 @@ int MessageDecoder::elementInFull(MessageDecoder& copy) {
 
 int MessageDecoder::finish(int shifts) {
    goOut(ctxt_, at_, false);
-   Decoder decoder(ctxt_, module_.decodeSource);
+   Decoder decoder(ctxt_);
    if (end_ != at_) {
       L3_TRY(begin());
       L3_TRY(decoder.nonImperative(shifts));

@@ -96,7 +96,7 @@ public:
 
    // The message's result behind the scan, and without one.
    int finish() {
-      Decoder decoder(ctxt_, module_.decodeSource);
+      Decoder decoder(ctxt_);
       return Scan::finish(decoder);
    }
    int finish(int shifts);
@@ -217,7 +217,7 @@ public:
    }
    int finish() {
       ctxt_->bufByteIndex = static_cast<size_t>(at_ - ctxt_->bufData);
-      return Codec(ctxt_, module_.encodeSource).done();
+      return Codec(ctxt_).done();
    }
 
 private:

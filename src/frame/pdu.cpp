@@ -72,7 +72,7 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
       }
       std::memcpy(data, &record, sizeof record);
    }
-   L3_TRY(d.inner(__LINE__, row.decode, record, reported));
+   L3_TRY(d.inner(row.decode, record, reported));
    popBoth(ctxt);
    return 0;
 }
@@ -102,10 +102,7 @@ int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void*
 int unknownMessage(Decoder d, unsigned type) {
    RtxContext* ctxt = d.ctxt();
    L3_TRY(d.push(kData));
-   const int status = rtxErrInvUIntOpt(ctxt, type);
-   const Site where = d.site(__LINE__);
-   const int overall = rtxErrSetNewData(ctxt, status, where.file, where.line);
-   return overall < 0 ? overall : status;
+   return failAnew(ctxt, rtxErrInvUIntOpt(ctxt, type));
 }
 
 } // namespace quorva::frame

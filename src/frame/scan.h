@@ -32,10 +32,10 @@ public:
 
    // An element out of order, or repeated. What stays in the input depends on its format: after T, half-octet
    // and TLV-E elements nothing is skipped, and the scan reads on in what should be their value.
-   int drop(Decoder& decoder, Format format, size_t valueOctets, int line = __builtin_LINE());
+   int drop(Decoder& decoder, Format format, size_t valueOctets);
 
    // An IEI that the message doesn't have.
-   int unknown(Decoder& decoder, int line = __builtin_LINE());
+   int unknown(Decoder& decoder);
 
    // The message's result: pops the type's name unless the scan failed.
    int finish(Decoder& decoder) const { return failed_ ? status_ : decoder.ended(status_); }

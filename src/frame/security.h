@@ -7,21 +7,20 @@
 namespace quorva::frame {
 
 // Records -70 with the received and the computed code; decoding goes on.
-void macMismatch(Decoder d, uint32_t received, uint32_t computed, int line = __builtin_LINE());
+void macMismatch(Decoder d, uint32_t received, uint32_t computed);
 
 // Compares the code of the octets from `from` to the buffer's end. A difference, and a computation that
 // fails, is recorded; neither is fatal.
-void checkMac(Decoder d, size_t from, uint32_t received, int line = __builtin_LINE());
+void checkMac(Decoder d, size_t from, uint32_t received);
 
 // Deciphers the octets from `from` to the buffer's end, in place.
-int decipherRest(Decoder d, size_t from, int line = __builtin_LINE());
+int decipherRest(Decoder d, size_t from);
 
 // Enciphers, if asked, what stands between `cipherFrom` and the cursor, and then computes the code over what
 // stands between `macFrom` and the cursor, stores it and writes it at `macAt`.
-int protect(Encoder e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac,
-            int line = __builtin_LINE());
+int protect(Encoder e, size_t macFrom, size_t cipherFrom, size_t macAt, bool cipher, uint32_t& mac);
 
 // -9 as a record of its own.
-int newBadChoice(Decoder d, int line = __builtin_LINE());
+int newBadChoice(Decoder d);
 
 } // namespace quorva::frame

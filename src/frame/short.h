@@ -1,7 +1,6 @@
-// The short form of a whole element: the words of decoder.h and encoder.h on plain octets, without names,
-// trace, errors and container stack. A codec in words is compiled for both forms. Whatever is out of the
-// ordinary ends the short form; the full one then runs the element anew from its first octet, and finds what
-// it is.
+// The short form of a whole element: words on plain octets, without names, trace, errors and container stack.
+// Codecs by hand in words are compiled for those of decoder.h and encoder.h too. Whatever is out of the ordinary
+// ends the short form; the full one then runs the element anew from its first octet, and finds what it is.
 #pragma once
 
 #include "quorva/rtx3GPP.h"
@@ -84,6 +83,18 @@ L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
    std::memcpy(at, &word, N);
 }
 
+// Octets that the record of a string has room for.
+template <class T>
+constexpr size_t capacityOf(const T& value) {
+   return sizeof value.data;
+}
+constexpr size_t capacityOf(const RtxDynOctStr&) {
+   return ~size_t{0};
+}
+constexpr size_t capacityOf(const RtxDynBitStr&) {
+   return ~size_t{0} / 8;
+}
+
 // A message inside a short form, with the context's cursor: where it ends. What it merely reports is no failure; if
 // it stopped, or something was on record before, null, and nothing is left behind.
 const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* end,
@@ -147,18 +158,12 @@ public:
    L3_INLINE int fieldsIn(const Length&, const Parts&... parts) {
       return fields(parts...);
    }
-   int within(const Length&) { return 0; }
    template <class Type>
    L3_INLINE int enumeration(uint32_t& value) {
       uint64_t word;
       if (!take<Type::bits>(word)) return kNotShort;
       value = static_cast<uint32_t>(word);
       return Type::legalOnWire(value) ? 0 : kNotShort;
-   }
-   template <unsigned Bits>
-   L3_INLINE int constant(const char*, uint32_t) {
-      uint64_t word;
-      return take<Bits>(word) ? 0 : kNotShort;
    }
 
    bool more() const { return at_ < end_ || used_ < extra_; }
@@ -265,11 +270,6 @@ public:
    L3_INLINE int item(const char*, Arguments... arguments) {
       return call<Type>(arguments...);
    }
-   template <class Type, class... Arguments>
-   L3_INLINE int same(Arguments... arguments) {
-      return call<Type>(arguments...);
-   }
-
    template <size_t N>
    L3_INLINE int octets(const char*, uint8_t* data) {
       const uint8_t* from = takeOctets(N);
@@ -655,11 +655,6 @@ public:
    L3_INLINE int item(const char*, Arguments... arguments) {
       return call<Type>(arguments...);
    }
-   template <class Type, class... Arguments>
-   L3_INLINE int same(Arguments... arguments) {
-      return call<Type>(arguments...);
-   }
-
    template <size_t N>
    L3_INLINE int octets(const char*, const uint8_t* data) {
       uint8_t* to = takeOctets(N);
@@ -677,7 +672,7 @@ public:
    template <unsigned CountOctets, class T>
    L3_INLINE int counted(const char*, const T& value) {
       const size_t count = value.numocts;
-      if (count > capacity(value) || count >> (8 * CountOctets) != 0) return kNotShort;
+      if (count > capacityOf(value) || count >> (8 * CountOctets) != 0) return kNotShort;
       uint8_t* to = takeOctets(CountOctets);
       if (to == nullptr) return kNotShort;
       storeOctets<CountOctets>(to, count);
@@ -689,7 +684,7 @@ public:
    }
    template <class T>
    L3_INLINE int fill(const char*, const T& value) {
-      return value.numocts <= capacity(value) ? store(value.data, value.numocts) : kNotShort;
+      return value.numocts <= capacityOf(value) ? store(value.data, value.numocts) : kNotShort;
    }
    template <class T>
    L3_INLINE int tail(const char* name, const T& value) {
@@ -700,7 +695,7 @@ public:
 
    template <class T>
    int restOfBits(const char*, const T& value) {
-      if (value.numbits > bitCapacity(value)) return kNotShort;
+      if (value.numbits > 8 * capacityOf(value)) return kNotShort;
       const uint8_t* from = value.data;
       size_t count = value.numbits;
       if (from == nullptr && count != 0) return kNotShort;
@@ -776,16 +771,6 @@ public:
 
 private:
    size_t have() const { return static_cast<size_t>(end_ - at_); }
-   template <class T>
-   static constexpr size_t capacity(const T& value) {
-      return sizeof value.data;
-   }
-   static constexpr size_t capacity(const RtxDynOctStr&) { return ~size_t{0}; }
-   template <class T>
-   static constexpr size_t bitCapacity(const T& value) {
-      return 8 * sizeof value.data;
-   }
-   static constexpr size_t bitCapacity(const RtxDynBitStr&) { return ~size_t{0}; }
 
    L3_INLINE int store(const uint8_t* data, size_t count) {
       if (count == 0) return used_ == 0 ? 0 : kNotShort;

@@ -19,10 +19,10 @@ int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                  uint64_t second);
 
-class Decoding : public frame::Codec {
+class Decoding : public Decoder {
 public:
    Decoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record, uint64_t parameter = 0)
-         : Codec(ctxt, module.decodeSource), module_(module), type_(type), record_(record), parameter_(parameter) {}
+         : Decoder(ctxt), module_(module), type_(type), record_(record), parameter_(parameter) {}
 
    int element() {
       L3_TRY(begin(module_.texts + type_.decodedName));
@@ -56,8 +56,7 @@ public:
    // The element behind an IEI.
    int behindIei(Scan& scan) {
       tried_ = true;
-      Decoder decoder(ctxt_, file_);
-      return optional(scan, decoder, firstOptional());
+      return optional(scan, firstOptional());
    }
 
    // The codec of one element under the name of a message.
@@ -65,17 +64,16 @@ public:
       L3_TRY(begin(module_.texts + type_.decodedName));
       const Module& module = *modules[type_.rows];
       const Type& base = module.types[type_.first];
-      Decoder decoder(ctxt_, file_);
       int result = 0;
       if (base.codec == walk::Codec::Message) {
          // What that message reports is no failure: it comes out at the end.
-         L3_TRY(inner(decoder, module, base, record_));
+         L3_TRY(inner(module, base, record_));
          result = messageStatus(ctxt_);
       } else {
-         if (const int status = decodeType(ctxt_, module, base, record_); status < 0) return failed(status, 0);
-         L3_TRY(decoder.nonImperative(0));
+         if (const int status = decodeType(ctxt_, module, base, record_); status < 0) return failed(status);
+         L3_TRY(nonImperative(0));
       }
-      return decoder.ended(result);
+      return ended(result);
    }
 
    // A PDU that needs no table; its end reports what the message inside did.
@@ -83,50 +81,38 @@ public:
       L3_TRY(begin(module_.texts + type_.decodedName));
       clearPresence(type_.presenceOffset, type_.presenceOctets);
       L3_TRY(block(type_.first, behindRows(type_), kNoEnd));
-      return Decoder(ctxt_, file_).ended(messageStatus(ctxt_));
+      return ended(messageStatus(ctxt_));
    }
 
 private:
    unsigned firstOptional() const { return unsigned{type_.first} + type_.mandatory; }
    int messageFrom(unsigned row) {
-      Decoder decoder(ctxt_, file_);
       const unsigned first = firstOptional();
       if (type_.form != Form::Empty) L3_TRY(block(type_.first + row, first, kNoEnd));
       if (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store) {
-         L3_TRY(decoder.nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
-         return decoder.ended();
+         L3_TRY(nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
+         return ended();
       }
       tried_ = false;
       Scan scan(type_.halfOctets, (type_.flags & kShifts) != 0);
-      while (scan.next(decoder)) L3_TRY(optional(scan, decoder, first));
-      return scan.finish(decoder);
+      while (scan.next(*this)) L3_TRY(optional(scan, first));
+      return scan.finish(*this);
    }
 
-   Site here(unsigned index) const { return site(module_.wires[index].line); }
-   bool more() const { return hot::containerHasRemBits(ctxt_); }
    uint64_t value(unsigned expression) const {
       return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
    }
    void clearPresence(uint32_t offset, unsigned octets) { std::memset(record_ + offset, 0, octets); }
-   int within(unsigned index, size_t end) {
-      return hot::bitOffset(ctxt_) > end ? fail(ctxt_, RTX_E_LENGTH_OVERRUN, here(index)) : 0;
-   }
-   void align() {
-      if (ctxt_->bufBitsLeft == 8) return;
-      ++ctxt_->bufByteIndex;
-      ctxt_->bufBitsLeft = 8;
-   }
 
    int alias() {
       const Module& module = *modules[type_.rows];
       const Type& base = module.types[type_.first];
       if (base.codec == walk::Codec::Message) {
-         Decoder decoder(ctxt_, file_);
-         L3_TRY(inner(decoder, module, base, record_));
+         L3_TRY(inner(module, base, record_));
          return done(messageStatus(ctxt_));
       }
       if (const int status = decodeType(ctxt_, module, base, record_, parameter_); status < 0)
-         return failed(status, 0);
+         return failed(status);
       return done();
    }
 
@@ -139,26 +125,29 @@ private:
       const bool countsBits = (type_.flags & kCountsBits) != 0;
       if (type_.lengthBits == 4 && !countsBits) return openNibble(*static_cast<uint8_t*>(place), limits, length);
       if (!countsBits)
-         return openInFull(ctxt_, site(0), "length", type_.lengthBits, place, octets, limits, true, length);
-      L3_TRY(openInFull(ctxt_, site(0), "length", type_.lengthBits, place, octets, Limits{}, false, length));
+         return openInFull(ctxt_, "length", type_.lengthBits, place, octets, limits, true, length);
+      L3_TRY(openInFull(ctxt_, "length", type_.lengthBits, place, octets, Limits{}, false, length));
       const auto bits = static_cast<size_t>(load(place, octets));
       length.end = hot::bitOffset(ctxt_) + bits;
       const int status = hot::pushContainerBits(ctxt_, bits);
-      return status < 0 ? failed(status, 0) : 0;
+      return status < 0 ? failed(status) : 0;
    }
    // What stands beside a length of 4 bits in its octet is outside of the container.
    int openNibble(uint8_t& place, const Limits& limits, frame::Length& length) {
-      Decoder decoder(ctxt_, file_);
-      L3_TRY(decoder.openNibble("length", place, limits, 0));
+      L3_TRY(openInFull(ctxt_, "length", 4, &place, 1, Limits{}, false, length));
+      if (!limits.allow(place)) {
+         L3_TRY(push("length"));
+         return badBound(place);
+      }
       for (unsigned i = firstOnWire(type_); i < behindRows(type_); ++i)
          if ((module_.wires[i].flags & kBeside) != 0) L3_TRY(field(i, kNoEnd));
       besideDone_ = true;
-      return decoder.pushContainer(place, length, 0);
+      return pushContainer(place, length);
    }
    int closeType(const frame::Length& length) {
-      if ((type_.flags & kCountsBits) == 0) return closeInFull(ctxt_, site(0), length);
+      if ((type_.flags & kCountsBits) == 0) return closeInFull(ctxt_, length);
       // Such an element ends where it ends: nothing is skipped.
-      if (hot::bitOffset(ctxt_) > length.end) return failed(RTX_E_LENGTH_OVERRUN, 0);
+      if (hot::bitOffset(ctxt_) > length.end) return failed(RTX_E_LENGTH_OVERRUN);
       hot::popContainer(ctxt_);
       return 0;
    }
@@ -166,7 +155,7 @@ private:
    int enumeration() {
       uint32_t number = 0;
       std::memcpy(&number, record_, sizeof number);
-      const int status = decEnumeration(ctxt_, site(0), &number, type_.bits);
+      const int status = decEnumeration(ctxt_, &number, type_.bits);
       std::memcpy(record_, &number, sizeof number);
       L3_TRY(status);
       return type_.legal == 0 || module_.legals[type_.legal].has(number) ? 0 : RTX_E_BAD_ENUM;
@@ -194,8 +183,8 @@ private:
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0) {
             uint8_t bit = 0;
             if (there || (wire.flags & kByBit) != 0)
-               L3_TRY(decLeadBit(ctxt_, here(index), "optional bit", &bit));
-            if ((wire.flags & kByBitIfMore) != 0) L3_TRY(within(index, end));
+               L3_TRY(decLeadBit(ctxt_, "optional bit", &bit));
+            if ((wire.flags & kByBitIfMore) != 0) L3_TRY(within({end}));
             there = bit != 0;
          }
          if (!there) return absent(row, wire);
@@ -211,7 +200,7 @@ private:
       }
       L3_TRY(contents(index, end));
       setBit(record_, row.presence);
-      if ((wire.flags & kEndTested) != 0) L3_TRY(within(index, end));
+      if ((wire.flags & kEndTested) != 0) L3_TRY(within({end}));
       if ((wire.flags & kQuits) != 0 && offset() == end) quit_ = true;
       return 0;
    }
@@ -236,7 +225,7 @@ private:
       L3_TRY(push(module_.texts + wire.name));
       uint16_t unused = 0;
       frame::Length length;
-      L3_TRY(openInFull(ctxt_, here(index), "length", wire.lead, &unused, wire.lead / 8u, Limits{}, true, length));
+      L3_TRY(openInFull(ctxt_, "length", wire.lead, &unused, wire.lead / 8u, Limits{}, true, length));
       if (row.presence == kNone) {
          L3_TRY(contents(index, kNoEnd, true));
       } else if (more()) {
@@ -245,9 +234,9 @@ private:
       } else if (row.kind == Kind::List) {
          store(record_ + row.count, row.width, 0);
       }
-      L3_TRY(closeInFull(ctxt_, here(index), length));
+      L3_TRY(closeInFull(ctxt_, length));
       pop();
-      return (wire.flags & kEndTested) != 0 ? within(index, end) : 0;
+      return (wire.flags & kEndTested) != 0 ? within({end}) : 0;
    }
 
    // `unnamed`: the name is pushed already.
@@ -258,14 +247,14 @@ private:
       uint8_t* place = record_ + row.offset;
       if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
       switch (row.kind) {
-      case Kind::Flag: return decFlag(ctxt_, here(index), name, place);
+      case Kind::Flag: return decFlag(ctxt_, name, place);
       case Kind::Number:
       case Kind::NamedNumber: return integer(index, name, place);
       case Kind::Constant: {
          uint32_t unused;
-         return decInteger(ctxt_, here(index), name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
+         return decInteger(ctxt_, name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
       }
-      case Kind::Octets: return untested(wire, decOctets(ctxt_, here(index), name, place, row.capacity));
+      case Kind::Octets: return untested(wire, decOctets(ctxt_, name, place, row.capacity));
       case Kind::Bits:
          return untested(wire, decBitString(ctxt_, name, place, (row.capacity + 7) / 8, row.capacity));
       case Kind::CountedOctets: return countedOctets(index, name);
@@ -288,10 +277,10 @@ private:
          uint16_t unused = 0;
          frame::Length length;
          void* target = row.width == 0 ? static_cast<void*>(&unused) : place;
-         L3_TRY(openInFull(ctxt_, here(index), module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
+         L3_TRY(openInFull(ctxt_, module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
                            module_.limits[wire.limits], true, length));
          L3_TRY(block(row.first, unsigned{row.first} + row.rows, length.end));
-         return quit_ ? 0 : closeInFull(ctxt_, here(index), length);
+         return quit_ ? 0 : closeInFull(ctxt_, length);
       }
       case Kind::Chain: return chain(index, end);
       case Kind::Since: return block(row.first, unsigned{row.first} + row.rows, end);
@@ -320,7 +309,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
-      return decInteger(ctxt_, here(index), name, place,
+      return decInteger(ctxt_, name, place,
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }
    int countedOctets(unsigned index, const char* name, uint8_t* record) {
@@ -333,13 +322,13 @@ private:
             own ? 0 : (wire.flags & walk::kRest) != 0 ? frame::kRest : static_cast<size_t>(value(wire.argument));
       if ((row.flags & kHeap) != 0) {
          auto* string = reinterpret_cast<RtxDynOctStr*>(record + row.count);
-         return own ? decCountedHeap(ctxt_, here(index), name, wire.bits / 8u, limits, string)
-                    : decSizedHeap(ctxt_, here(index), name, numocts, string);
+         return own ? decCountedHeap(ctxt_, name, wire.bits / 8u, limits, string)
+                    : decSizedHeap(ctxt_, name, numocts, string);
       }
       uint32_t count = 0;
       const int status =
-            own ? decCounted(ctxt_, here(index), name, wire.bits / 8u, data, row.capacity, limits, &count)
-                : decSized(ctxt_, here(index), name, numocts, data, row.capacity, limits, &count);
+            own ? decCounted(ctxt_, name, wire.bits / 8u, data, row.capacity, limits, &count)
+                : decSized(ctxt_, name, numocts, data, row.capacity, limits, &count);
       store(record + row.count, row.width, count);
       return status;
    }
@@ -347,18 +336,18 @@ private:
    int countedBits(unsigned index, const char* name) {
       const Row& row = module_.rows[index];
       if ((row.flags & kHeap) != 0)
-         return decRestBits(ctxt_, here(index), name, reinterpret_cast<RtxDynBitStr*>(record_ + row.count));
+         return decRestBits(ctxt_, name, reinterpret_cast<RtxDynBitStr*>(record_ + row.count));
       uint32_t count = 0;
       const int status =
-            decRestBitsInline(ctxt_, here(index), name, record_ + row.offset, row.capacity / 8, &count);
+            decRestBitsInline(ctxt_, name, record_ + row.offset, row.capacity / 8, &count);
       store(record_ + row.count, row.width, count);
       return status;
    }
 
    // A message that stands inside something else.
-   static int inner(Decoder& decoder, const Module& module, const Type& type, uint8_t* value) {
-      return decoder.inner(
-            0, [&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); }, value);
+   int inner(const Module& module, const Type& type, uint8_t* value) {
+      return Decoder::inner([&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); },
+                            value);
    }
    int nested(unsigned index, const char* name, uint8_t* place) {
       const Row& row = module_.rows[index];
@@ -369,33 +358,36 @@ private:
       if ((wire.flags & (kContents | kAhead)) != 0) {
          L3_TRY(inside(index, module, type, place));
       } else if ((wire.flags & kInner) != 0) {
-         Decoder decoder(ctxt_, file_);
-         L3_TRY(inner(decoder, module, type, place));
+         L3_TRY(inner(module, type, place));
       } else {
          const uint64_t first = value(wire.argument), second = value(wire.second);
          const int status = tried_ ? decodeInFull(ctxt_, module, type, place, first, second)
                                    : decodeType(ctxt_, module, type, place, first, second);
-         if (status < 0) return fail(ctxt_, status, here(index));
+         if (status < 0) return fail(ctxt_, status);
       }
       if (name != nullptr) pop();
       return 0;
+   }
+   // The n-th bit behind the cursor, which stays; 0 if it is not there.
+   uint32_t bitAhead(unsigned n) const {
+      const size_t at = offset() + n - 1;
+      return at / 8 < ctxt_->bufSize ? ctxt_->bufData[at / 8] >> (7 - at % 8) & 1u : 0;
    }
    // The contents of a type with a length, without it; or its choice, by a bit further on.
    int inside(unsigned index, const Module& module, const Type& type, uint8_t* place) {
       const Wire& wire = module_.wires[index];
       Decoding contents(ctxt_, module, type, place);
-      Decoder decoder(ctxt_, file_);
       const unsigned first = firstOnWire(type);
       if ((wire.flags & kAhead) != 0) {
-         store(place + module.rows[first].count, 4, 1 + decoder.bitAhead(wire.number));
+         store(place + module.rows[first].count, 4, 1 + bitAhead(wire.number));
          return contents.arms(first, load(place + module.rows[first].count, 4), kNoEnd);
       }
       const size_t start = offset();
       contents.clearPresence(type.presenceOffset, type.presenceOctets);
       frame::Length length;
-      L3_TRY(decoder.pushContainer(static_cast<size_t>(value(wire.argument)), length, wire.line));
+      L3_TRY(contents.pushContainer(static_cast<size_t>(value(wire.argument)), length));
       L3_TRY(contents.block(first, behindRows(type), length.end));
-      L3_TRY(closeInFull(ctxt_, here(index), length));
+      L3_TRY(closeInFull(ctxt_, length));
       if (first != type.first) store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
       return 0;
    }
@@ -405,7 +397,7 @@ private:
       const Wire& wire = module_.wires[index];
       if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument), end);
       uint32_t t = wire.number; // no octet tells the arm: the first one, until the caller knows better
-      if (wire.bits != 0) L3_TRY(decSelector(ctxt_, here(index), wire.bits, &t));
+      if (wire.bits != 0) L3_TRY(decSelector(ctxt_, wire.bits, &t));
       store(record_ + row.count, 4, t);
       return arms(index, t, end);
    }
@@ -419,7 +411,7 @@ private:
    int noArm(unsigned index) {
       if ((module_.wires[index].flags & kSingle) != 0)
          L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
-      return fail(ctxt_, RTX_E_BAD_CHOICE, here(index));
+      return fail(ctxt_, RTX_E_BAD_CHOICE);
    }
 
    // Entries: how many, how they are led, where they go.
@@ -440,7 +432,7 @@ private:
          if (toEnd && heap && count == most) return RTX_E_CONSTRAINT;
          if (led) {
             uint8_t bit = 0;
-            L3_TRY(decLeadBit(ctxt_, here(index), byExt ? "ext bit" : "eol bit", &bit));
+            L3_TRY(decLeadBit(ctxt_, byExt ? "ext bit" : "eol bit", &bit));
             if (byExt) ext_ = bit;
             if (!byExt && bit == 0) break;
             more = !byExt || bit == 0;
@@ -448,12 +440,12 @@ private:
          if (count == capacity) {
             if (!heap) return RTX_E_CONSTRAINT;
             if (const int status = growArray(ctxt_, &array, count, &capacity, row.stride); status < 0)
-               return byExt ? fail(ctxt_, status, here(index)) : status;
+               return byExt ? fail(ctxt_, status) : status;
          }
          const size_t before = offset();
          L3_TRY(pushIndex(count));
          uint8_t* target = static_cast<uint8_t*>(array) + count * row.stride;
-         if (const int status = entry(index, target); status < 0) return fail(ctxt_, status, here(index));
+         if (const int status = entry(index, target); status < 0) return fail(ctxt_, status);
          popIndex(count);
          ++count;
          if (toEnd && offset() == before) return RTX_E_CONSTRAINT; // an element that takes nothing
@@ -490,22 +482,22 @@ private:
       for (unsigned i = 1; i < row.rows && ext_ == 0; ++i) L3_TRY(chainOctet(row.first + i, end));
       if (skips && ext_ == 0) {
          ext_ = 1;
-         L3_TRY(skipExtensions(ctxt_, here(index)));
+         L3_TRY(skipExtensions(ctxt_));
       }
-      return skips && (wire.flags & kEndTested) != 0 ? within(index, end) : 0;
+      return skips && (wire.flags & kEndTested) != 0 ? within({end}) : 0;
    }
    int chainOctet(unsigned index, size_t end) {
       if (module_.rows[index].kind != Kind::List) {
          L3_TRY(push(module_.texts + module_.wires[index].name));
-         L3_TRY(decLeadBit(ctxt_, here(index), "ext bit", &ext_));
+         L3_TRY(decLeadBit(ctxt_, "ext bit", &ext_));
          pop();
       }
       L3_TRY(contents(index, end));
       setBit(record_, module_.rows[index].presence);
-      return (module_.wires[index].flags & kEndTested) != 0 ? within(index, end) : 0;
+      return (module_.wires[index].flags & kEndTested) != 0 ? within({end}) : 0;
    }
 
-   int optional(Scan& scan, Decoder& decoder, unsigned first) {
+   int optional(Scan& scan, unsigned first) {
       const unsigned iei = scan.iei();
       const Wire* known = nullptr;
       for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
@@ -518,8 +510,8 @@ private:
          scan.took(i - first);
          return 0;
       }
-      if (known == nullptr) return scan.unknown(decoder);
-      return scan.drop(decoder, static_cast<Format>(known->format), known->lead);
+      if (known == nullptr) return scan.unknown(*this);
+      return scan.drop(*this, static_cast<Format>(known->format), known->lead);
    }
 
    const Module& module_;
@@ -567,12 +559,12 @@ int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
    if (end != nullptr) [[likely]] {
       if (type.messageDecode != nullptr) return type.messageDecode(ctxt, value, end);
       if (type.shortDecode != nullptr && decodeShortly(ctxt, type, value, end))
-         return frame::Codec(ctxt, module.decodeSource).done();
+         return frame::Codec(ctxt).done();
       // A message of one element, with nothing behind it.
       if (type.codec == walk::Codec::OneElement) {
          const Type& base = modules[type.rows]->types[type.first];
          if (base.shortDecode != nullptr && decodeShortly(ctxt, base, value, end)) {
-            Decoder decoder(ctxt, module.decodeSource);
+            Decoder decoder(ctxt);
             if (ctxt->bufData + ctxt->bufByteIndex != end) L3_TRY(decoder.nonImperative(0));
             return decoder.ended();
          }

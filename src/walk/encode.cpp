@@ -19,19 +19,19 @@ int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
 class Encoding : public frame::Codec {
 public:
    Encoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record)
-         : Codec(ctxt, module.encodeSource), module_(module), type_(type), record_(record) {}
+         : Codec(ctxt), module_(module), type_(type), record_(record) {}
 
    int element() {
       L3_TRY(begin(module_.texts + type_.name));
       if (type_.form == Form::Alias) {
          const Module& module = *modules[type_.rows];
          if (const int status = encodeType(ctxt_, module, module.types[type_.first], record_); status < 0)
-            return failed(status, 0);
+            return failed(status);
          return done();
       }
       OpenLength length{};
       inLength_ = type_.lengthBits != 0;
-      if (inLength_) L3_TRY(encOpenInFull(ctxt_, site(0), "length", type_.lengthBits, length));
+      if (inLength_) L3_TRY(encOpenInFull(ctxt_, "length", type_.lengthBits, length));
       if (type_.bits != 0)
          L3_TRY(enumeration());
       else
@@ -73,14 +73,8 @@ private:
       return done();
    }
 
-   Site here(unsigned index) const { return site(module_.wires[index].line); }
    uint64_t value(unsigned expression) const {
       return expression == 0 ? 0 : module_.expressions[expression](record_, nullptr, 0);
-   }
-   void align() {
-      if (ctxt_->bufBitsLeft == 8) return;
-      ++ctxt_->bufByteIndex;
-      ctxt_->bufBitsLeft = 8;
    }
 
    int contents() {
@@ -99,7 +93,7 @@ private:
       if (type_.legal != 0 ? !module_.legals[type_.legal].has(number)
                            : (type_.flags & kTestsNumber) != 0 && number >> type_.bits != 0)
          return RTX_E_BAD_ENUM;
-      return encEnumeration(ctxt_, site(0), number, type_.bits);
+      return encEnumeration(ctxt_, number, type_.bits);
    }
 
    int closeType(const OpenLength& length) {
@@ -107,15 +101,15 @@ private:
       const unsigned bits = type_.lengthBits;
       uint32_t count = 0;
       if ((type_.flags & kCountsBits) != 0) {
-         L3_TRY(encCloseBits(ctxt_, site(0), bits, length, &count));
+         L3_TRY(encCloseBits(ctxt_, bits, length, &count));
          if (!bare) store(record_ + type_.lengthOffset, 1, count);
          return count < (1u << bits) ? 0 : RTX_E_CONSTRAINT;
       }
-      L3_TRY(encCloseInFull(ctxt_, site(0), bits, length, &count, (type_.flags & kTailStays) != 0));
+      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, (type_.flags & kTailStays) != 0));
       if (!bare) store(record_ + type_.lengthOffset, bits == 16 ? 2 : 1, count);
       const Limits limits = bare ? Limits{} : module_.limits[type_.limits];
       if (limits.allow(count) && count >> bits == 0) return 0;
-      return bits == 4 ? failBound(ctxt_, count, site(0)) : RTX_E_CONSTRAINT;
+      return bits == 4 ? failBound(ctxt_, count) : RTX_E_CONSTRAINT;
    }
 
    int block(unsigned first, unsigned behind) {
@@ -131,7 +125,7 @@ private:
    int optional(unsigned index) {
       const Wire& wire = module_.wires[index];
       L3_TRY(push(module_.texts + wire.name));
-      L3_TRY(encIei(ctxt_, site(0), wire.ieiBits, wire.iei));
+      L3_TRY(encIei(ctxt_, wire.ieiBits, wire.iei));
       L3_TRY(contents(index, true));
       pop();
       return 0;
@@ -147,7 +141,7 @@ private:
       if (row.presence != kNone && row.kind != Kind::Chain) {
          const bool there = hasBit(record_, row.presence);
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
-            L3_TRY(encLeadBit(ctxt_, here(index), "optional bit", there));
+            L3_TRY(encLeadBit(ctxt_, "optional bit", there));
          if (!there) return 0;
       }
       return contents(index);
@@ -165,7 +159,7 @@ private:
       const bool around = inLength_;
       OpenLength length{};
       L3_TRY(push(module_.texts + wire.name));
-      L3_TRY(encOpenInFull(ctxt_, here(index), "length", wire.lead, length));
+      L3_TRY(encOpenInFull(ctxt_, "length", wire.lead, length));
       inLength_ = true;
       if (hasBit(record_, row.presence)) L3_TRY(contents(index, true));
       inLength_ = around;
@@ -176,7 +170,7 @@ private:
    int close(unsigned index, unsigned bits, const Limits& limits, const OpenLength& length, uint8_t* place) {
       uint32_t count = 0;
       const bool keeps = (module_.wires[index].flags & kKeepsTail) != 0;
-      L3_TRY(encCloseInFull(ctxt_, here(index), bits, length, &count, keeps));
+      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, keeps));
       if (place != nullptr) store(place, module_.rows[index].width, count);
       return limits.allow(count) && count >> bits == 0 ? 0 : RTX_E_CONSTRAINT;
    }
@@ -189,11 +183,11 @@ private:
       uint8_t* place = record_ + row.offset;
       if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
       switch (row.kind) {
-      case Kind::Flag: return encFlag(ctxt_, here(index), name, *place);
+      case Kind::Flag: return encFlag(ctxt_, name, *place);
       case Kind::Number:
       case Kind::NamedNumber: return integer(index, name, load(place, row.width));
       case Kind::Constant: return integer(index, name, wire.number);
-      case Kind::Octets: return untested(wire, encOctets(ctxt_, here(index), name, place, row.capacity));
+      case Kind::Octets: return untested(wire, encOctets(ctxt_, name, place, row.capacity));
       case Kind::Bits: return untested(wire, encBitString(ctxt_, name, place, row.capacity));
       case Kind::CountedOctets: return countedOctets(index, name, record_);
       case Kind::CountedBits: return countedBits(index, name);
@@ -213,7 +207,7 @@ private:
       case Kind::Length: {
          const bool around = inLength_;
          OpenLength length{};
-         L3_TRY(encOpenInFull(ctxt_, here(index), module_.texts + wire.name, wire.bits, length));
+         L3_TRY(encOpenInFull(ctxt_, module_.texts + wire.name, wire.bits, length));
          inLength_ = true;
          L3_TRY(block(row.first, unsigned{row.first} + row.rows));
          inLength_ = around;
@@ -246,7 +240,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
-      return encInteger(ctxt_, here(index), name, static_cast<uint32_t>(number),
+      return encInteger(ctxt_, name, static_cast<uint32_t>(number),
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }
    int countedOctets(unsigned index, const char* name, uint8_t* record) {
@@ -255,7 +249,7 @@ private:
       const uint8_t* data = contentsOf(row, record);
       const auto numocts = static_cast<size_t>(load(record + row.count, row.width));
       const size_t capacity = (row.flags & kHeap) != 0 ? ~size_t{0} : row.capacity;
-      if (wire.bits != 0) return encCounted(ctxt_, here(index), name, wire.bits / 8u, data, numocts, capacity);
+      if (wire.bits != 0) return encCounted(ctxt_, name, wire.bits / 8u, data, numocts, capacity);
       const bool free = (wire.flags & (walk::kRest | kByCount)) != 0;
       const bool fits = numocts <= capacity && (free || numocts == value(wire.argument));
       return encSized(ctxt_, name, data, numocts, fits, (wire.flags & kOpensTail) != 0);
@@ -280,7 +274,7 @@ private:
       } else {
          const int status =
                tried_ ? encodeInFull(ctxt_, module, type, place) : encodeType(ctxt_, module, type, place);
-         if (status < 0) return fail(ctxt_, status, here(index));
+         if (status < 0) return fail(ctxt_, status);
       }
       if (name != nullptr) pop();
       return 0;
@@ -302,7 +296,7 @@ private:
       const Wire& wire = module_.wires[index];
       if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument));
       const auto t = static_cast<uint32_t>(load(record_ + row.count, 4));
-      if (wire.bits != 0) L3_TRY(encSelector(ctxt_, here(index), wire.bits, t));
+      if (wire.bits != 0) L3_TRY(encSelector(ctxt_, wire.bits, t));
       return arms(index, t);
    }
    int arms(unsigned index, uint64_t on) {
@@ -311,7 +305,7 @@ private:
       // Where a single arm may be, a refusal bears its name.
       if ((module_.wires[index].flags & kSingle) != 0)
          L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
-      return fail(ctxt_, RTX_E_BAD_CHOICE, here(index));
+      return fail(ctxt_, RTX_E_BAD_CHOICE);
    }
 
    int list(unsigned index, const char* name) {
@@ -324,16 +318,16 @@ private:
       if (name != nullptr) L3_TRY(push(name));
       if (!byExt && !byFlags && (!module_.limits[wire.limits].allow(times) || times > n)) return RTX_E_CONSTRAINT;
       uint8_t* entries = contentsOf(row, record_);
-      if (times != 0 && entries == nullptr) return fail(ctxt_, RTX_E_NULL, here(index));
+      if (times != 0 && entries == nullptr) return fail(ctxt_, RTX_E_NULL);
       for (size_t i = 0; i < times; ++i) {
          L3_TRY(pushIndex(i));
-         if (byExt) L3_TRY(encLeadBit(ctxt_, here(index), "ext bit", i + 1 == times));
-         if (byFlags) L3_TRY(encLeadBit(ctxt_, here(index), "eol bit", true));
+         if (byExt) L3_TRY(encLeadBit(ctxt_, "ext bit", i + 1 == times));
+         if (byFlags) L3_TRY(encLeadBit(ctxt_, "eol bit", true));
          if (const int status = entry(index, entries + i * row.stride); status < 0)
-            return fail(ctxt_, status, here(index));
+            return fail(ctxt_, status);
          popIndex(i);
       }
-      if (byFlags) L3_TRY(encLeadBit(ctxt_, here(index), "eol bit", false));
+      if (byFlags) L3_TRY(encLeadBit(ctxt_, "eol bit", false));
       if (name != nullptr) pop();
       if ((wire.flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
       return 0;
@@ -360,7 +354,7 @@ private:
          if (!hasBit(record_, row.presence)) return 0;
          const bool more = i + 1 < unsigned{chain.first} + chain.rows && follows(module_.rows[i + 1]);
          L3_TRY(push(module_.texts + module_.wires[i].name));
-         L3_TRY(encLeadBit(ctxt_, here(i), "ext bit", !more));
+         L3_TRY(encLeadBit(ctxt_, "ext bit", !more));
          pop();
          L3_TRY(contents(i));
       }
@@ -401,7 +395,7 @@ int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
          uint8_t* behind = base.shortEncode(at, ctxt->bufData + ctxt->bufSize, ctxt, value);
          if (behind != nullptr) [[likely]] {
             ctxt->bufByteIndex += static_cast<size_t>(behind - at);
-            return frame::Codec(ctxt, module.encodeSource).done();
+            return frame::Codec(ctxt).done();
          }
          ctxt->flags = flags;
       }

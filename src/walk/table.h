@@ -116,7 +116,6 @@ struct Wire {
    uint16_t argument; // expression; 0: none
    uint16_t test;
    uint16_t second;
-   uint16_t line;   // of the description
    uint16_t number; // Since: release; Constant: value; others as the flags say
    uint8_t bits;    // width of the number, of a count or of a length
    uint8_t limits;  // number among the module's limits
@@ -202,8 +201,6 @@ struct Module {
    const Expression* expressions;
    const frame::Limits* limits;
    const frame::LegalSet* legals;
-   const char* encodeSource;
-   const char* decodeSource;
 };
 
 // All modules, in the order of their numbers.

@@ -123,6 +123,6 @@ TEST_P(Cases, EndInTheirStateAndEncodeBack) {
    for (const Case& c : cases) check(c);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Cases, testing::Values("eps", "5gs", "ts24008"));
+INSTANTIATE_TEST_SUITE_P(Files, Cases, testing::Values("eps", "5gs", "ts24008", "frame"));
 
 } // namespace
