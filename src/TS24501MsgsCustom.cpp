@@ -14,9 +14,6 @@ using ProtoDiscr = quorva::type::TS24501Msg_NAS5GProtoDiscr;
 using SecHdrType = quorva::type::TS24501Msg_NAS5GSecHdrType;
 using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
 
-// Octets of a plain header.
-constexpr size_t kSessionHeader = 4, kMobilityHeader = 3;
-
 // A session message as it stands in a payload container, TS 24.501, 8.3: no security header of its own. The
 // encoder spells the type's name with a hyphen, the decoder with an underscore; readers of a trace go by
 // both.
@@ -48,103 +45,28 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    return d.ended(messageStatus(pctxt));
 }
 
-// What stands between the security header and the message.
-L3_COLD static int encodeFullHeader(Encoder e, TS24501Msg_PDU* pvalue) {
-   L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
-   switch (pvalue->protoDiscr) {
-   case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
+// What stands between the security header and the message; an encoder's as well as a decoder's.
+template <class Coder>
+L3_INLINE static int mobilityFields(Coder& c, TS24501Msg_PDU* pvalue) {
+   auto& mm = pvalue->hdrData.u.mm;
+   return c.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
+                                          value<SecHdrType>("secHdrType", mm.secHdrType))),
+                   integer<8>("msgType", pvalue->msgType));
+}
+
+template <class Coder>
+L3_INLINE static int headerFields(Coder& c, TS24501Msg_PDU* pvalue) {
+   L3_TRY(c.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) [[likely]]
+      return mobilityFields(c, pvalue);
+   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G) {
       auto& sm = pvalue->hdrData.u.sm;
-      return e.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
+      return c.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
                                              integer<8>("procTransIdent", sm.procTransIdent))),
                       integer<8>("msgType", pvalue->msgType));
    }
-   case TS24501Msg_NAS5GProtoDiscr_mobMgmt5G: {
-      auto& mm = pvalue->hdrData.u.mm;
-      return e.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
-                                             value<SecHdrType>("secHdrType", mm.secHdrType))),
-                      integer<8>("msgType", pvalue->msgType));
-   }
-   default: L3_TRY(e.push("hdrData")); return e.badChoice();
-   }
-}
-
-// The same in one step if nothing can fail and nobody looks.
-L3_INLINE static int encodeHeader(Encoder e, TS24501Msg_PDU* pvalue) {
-   RtxContext* ctxt = e.ctxt();
-   const auto& mm = pvalue->hdrData.u.mm;
-   const auto& sm = pvalue->hdrData.u.sm;
-   uint8_t* at = plainHeader(ctxt, kSessionHeader);
-   if (at == nullptr) return encodeFullHeader(e, pvalue);
-   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G && mm.spare1 < 16 &&
-       SecHdrType::legalInRecord(mm.secHdrType)) {
-      at[0] = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
-      at[1] = static_cast<uint8_t>(unsigned{mm.spare1} << 4 | mm.secHdrType);
-      at[2] = pvalue->msgType;
-      ctxt->bufByteIndex += kMobilityHeader;
-      return 0;
-   }
-   if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
-       SessionIdentity::legalInRecord(sm.pduSessIdent)) {
-      at[0] = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
-      at[1] = static_cast<uint8_t>(sm.pduSessIdent);
-      at[2] = sm.procTransIdent;
-      at[3] = pvalue->msgType;
-      ctxt->bufByteIndex += kSessionHeader;
-      return 0;
-   }
-   return encodeFullHeader(e, pvalue);
-}
-
-L3_COLD static int decodeFullHeader(Decoder d, TS24501Msg_PDU* pvalue) {
-   L3_TRY(d.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
-   switch (pvalue->protoDiscr) {
-   case TS24501Msg_NAS5GProtoDiscr_sessMgmt5G: {
-      auto& sm = pvalue->hdrData.u.sm;
-      return d.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
-                                             integer<8>("procTransIdent", sm.procTransIdent))),
-                      integer<8>("msgType", pvalue->msgType));
-   }
-   case TS24501Msg_NAS5GProtoDiscr_mobMgmt5G: {
-      auto& mm = pvalue->hdrData.u.mm;
-      return d.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
-                                             value<SecHdrType>("secHdrType", mm.secHdrType))),
-                      integer<8>("msgType", pvalue->msgType));
-   }
-   default: L3_TRY(d.push("hdrData")); return d.badChoice();
-   }
-}
-
-L3_INLINE static void takeMobilityHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue, const uint8_t* at) {
-   pvalue->protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
-   pvalue->hdrData.u.mm.spare1 = at[1] >> 4;
-   pvalue->hdrData.u.mm.secHdrType = at[1] & 15;
-   pvalue->msgType = at[2];
-   ctxt->bufByteIndex += kMobilityHeader;
-}
-
-// The header of a session message with nothing to report.
-L3_INLINE static const uint8_t* sessionHeader(const RtxContext* ctxt) {
-   const uint8_t* at = plainHeader(ctxt, kSessionHeader);
-   const bool usual = at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G &&
-                      SessionIdentity::legalOnWire(at[1]);
-   return usual ? at : nullptr;
-}
-
-// The same in one step; false if it can't be.
-L3_INLINE static bool takeHeader(RtxContext* ctxt, TS24501Msg_PDU* pvalue) {
-   if (const uint8_t* at = sessionHeader(ctxt)) {
-      pvalue->protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
-      pvalue->hdrData.u.sm.pduSessIdent = at[1];
-      pvalue->hdrData.u.sm.procTransIdent = at[2];
-      pvalue->msgType = at[3];
-      ctxt->bufByteIndex += kSessionHeader;
-      return true;
-   }
-   const uint8_t* at = plainHeader(ctxt, kMobilityHeader);
-   if (at == nullptr || at[0] != TS24501Msg_NAS5GProtoDiscr_mobMgmt5G || !SecHdrType::legalOnWire(at[1] & 15))
-      return false;
-   takeMobilityHeader(ctxt, pvalue, at);
-   return true;
+   L3_TRY(c.push("hdrData"));
+   return c.badChoice();
 }
 
 // Octets of the security header ahead of the code, of the sequence number, and of the whole of it.
@@ -198,20 +120,24 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
       checkMac(d, start + kMacStart, header.msgAuthCode);
       if (isCiphered(header.secHdrType)) L3_TRY(decipherRest(d, start + kCipherStart));
    }
-   return takeHeader(d.ctxt(), pvalue) ? 0 : decodeFullHeader(d, pvalue);
+   return decodeHeader(d, plainHeader(d.ctxt()),
+                       [=](auto& coder) L3_INLINE_LAMBDA { return headerFields(coder, pvalue); });
 }
 
 int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
    L3_FROM_STREAM(NASDec_TS24501Msg_PDU(pctxt, pvalue));
    Decoder d(pctxt);
    pvalue->m = {};
-   const uint8_t* at = plainHeader(pctxt, kMobilityHeader);
-   if (at != nullptr && at[0] == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G &&
-       (at[1] & 15) == TS24501Msg_NAS5GSecHdrType_noSec) [[likely]] {
+   const uint8_t* at = plainHeader(pctxt, 2);
+   if (at != nullptr && (loadOctets<2>(at) & 0xFF0F) == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G << 8)
+         [[likely]] {
       pvalue->secHdr.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
       pvalue->secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
       d.done(); // as lookAhead()
-      takeMobilityHeader(pctxt, pvalue, at);
+      pvalue->protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+      ++pctxt->bufByteIndex;
+      L3_TRY(decodeHeader(d, at + 1,
+                          [=](auto& coder) L3_INLINE_LAMBDA { return mobilityFields(coder, pvalue); }));
    } else {
       L3_TRY(decodeHeaders(d, pvalue));
    }
@@ -230,7 +156,8 @@ int NASEnc_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
                             header.secHdrType != TS24501Msg_NAS5GSecHdrType_noSec;
    // The code in the header is a placeholder yet.
    if (isProtected) L3_TRY(e.item("secHdr", NASEnc_TS24501Msg_NAS5GSecProtMsgHdr, &header));
-   L3_TRY(encodeHeader(e, pvalue));
+   L3_TRY(quorva::frame::encodeHeader(e, [=](auto& coder)
+                                               L3_INLINE_LAMBDA { return headerFields(coder, pvalue); }));
    L3_TRY(encodeData(e, pvalue->data, kTS24501Msg_PDUMessages));
    if (isProtected)
       L3_TRY(protect(e, start + kMacStart, start + kCipherStart, start + kMacPosition,

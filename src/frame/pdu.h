@@ -75,10 +75,49 @@ struct MessageTable {
    }
 };
 
-// The octets of a header, or the room for them: null if they are not there, or somebody looks. Then the
-// header goes field by field.
-L3_INLINE uint8_t* plainHeader(const RtxContext* ctxt, size_t numocts) {
+// Where a header stands or goes, if so many octets of it are there or have room; null otherwise, and if
+// somebody looks.
+L3_INLINE uint8_t* plainHeader(const RtxContext* ctxt, size_t numocts = 0) {
    return isPlain(ctxt) && hasOctets(ctxt, numocts) ? ctxt->bufData + ctxt->bufByteIndex : nullptr;
+}
+
+// A header, by a function over both coders: in short form, or anew field by field. It may go as far as the
+// buffer does, whatever container is around. `plain` is the cursor if plainHeader() gives it.
+template <class Header>
+[[gnu::noinline]] int headerInFull(Decoder d, Header header) {
+   FullDecoder full(d.ctxt(), d.site(0).file);
+   return header(full);
+}
+template <class Header>
+L3_INLINE int decodeHeader(Decoder d, const uint8_t* plain, Header header) {
+   if (plain != nullptr) [[likely]] {
+      RtxContext* ctxt = d.ctxt();
+      ShortDecoder bare(plain, ctxt->bufData + ctxt->bufSize, ctxt);
+      const int status = header(bare);
+      if (const uint8_t* behind = bare.result(status)) [[likely]] {
+         ctxt->bufByteIndex = static_cast<size_t>(behind - ctxt->bufData);
+         return 0;
+      }
+   }
+   return headerInFull(d, header);
+}
+template <class Header>
+[[gnu::noinline]] int headerInFull(Encoder e, Header header) {
+   FullEncoder full(e.ctxt(), e.site(0).file);
+   return header(full);
+}
+template <class Header>
+L3_INLINE int encodeHeader(Encoder e, Header header) {
+   RtxContext* ctxt = e.ctxt();
+   if (uint8_t* at = plainHeader(ctxt)) {
+      ShortEncoder bare(at, ctxt->bufData + ctxt->bufSize, ctxt);
+      const int status = header(bare);
+      if (const uint8_t* behind = bare.result(status)) [[likely]] {
+         ctxt->bufByteIndex = static_cast<size_t>(behind - ctxt->bufData);
+         return 0;
+      }
+   }
+   return headerInFull(e, header);
 }
 
 // Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
