@@ -696,8 +696,4 @@ int Scan::unknown(Decoder& decoder) {
    return 0;
 }
 
-int messageStatus(RtxContext* ctxt) {
-   return ctxt->errList.count == 0 ? 0 : rtxErrGetStatus(ctxt);
-}
-
 } // namespace quorva::frame

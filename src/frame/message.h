@@ -74,7 +74,7 @@ public:
             return nextAside();
          if (at_ >= end_) {
             goOut(ctxt_, at_, false);
-            return end(ctxt_->errList.count == 0 ? 0 : messageStatus(ctxt_));
+            return end(messageStatus(ctxt_));
          }
          octet_ = *at_++;
          iei_ = inside() ? octet_ >> 4 : octet_;

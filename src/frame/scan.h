@@ -9,7 +9,9 @@ namespace quorva::frame {
 enum class Format : uint8_t { T, HalfOctet, TV, TLV, TLVE };
 
 // Result of a message decoder behind its last octet: what has been recorded on the way, old errors included.
-int messageStatus(RtxContext* ctxt);
+L3_INLINE int messageStatus(RtxContext* ctxt) {
+   return ctxt->errList.count == 0 ? 0 : rtxErrGetStatus(ctxt);
+}
 
 // Field by field, with the cursor of the context.
 class Scan {
