@@ -49,7 +49,8 @@ public:
       w_.open(shortDeclaration(type, enc_) + " {");
       w_.line(std::string(enc_ ? "ShortEncoder e" : "ShortDecoder d") + "(at, end, pctxt);");
       if (isUniform(type)) w_.line("auto* pvalue = static_cast<" + x + "*>(v);");
-      w_.line(std::string("const int status = ") + (enc_ ? "encode_" : "decode_") + x + "(" + c() + arguments + ");");
+      w_.line(std::string("const int status = ") + (enc_ ? "encode_" : "decode_") + x + "(" + c() +
+              arguments + ");");
       w_.line("return " + c() + ".result(status);");
       w_.close();
       return w_.text();
@@ -61,8 +62,8 @@ public:
       w_.open(std::string("int ") + (enc_ ? "messageEnc_" : "messageDec_") + recordName(type) +
               "(RtxContext* pctxt, void* v" + (enc_ ? ") {" : ", const uint8_t* end) {"));
       w_.line("auto* pvalue = static_cast<" + recordName(type) + "*>(v);");
-      w_.line(std::string(enc_ ? "MessageEncoder e" : "MessageDecoder d") + "(pctxt, " + tableArguments(type) +
-              ", pvalue" + (enc_ ? ");" : ", end);"));
+      w_.line(std::string(enc_ ? "MessageEncoder e" : "MessageDecoder d") + "(pctxt, " +
+              tableArguments(type) + ", pvalue" + (enc_ ? ");" : ", end);"));
       clearPresence(type.fields, "");
       mandatory(program.steps);
       if (enc_)
@@ -103,7 +104,8 @@ private:
       const Type& type = *type_;
       if (type.kind == TypeKind::Enum)
          return bare([&] {
-            attempt("enumeration<quorva::type::" + recordName(type) + ">(" + (enc_ ? "value" : "*pvalue") + ")");
+            attempt("enumeration<quorva::type::" + recordName(type) + ">(" + (enc_ ? "value" : "*pvalue") +
+                    ")");
          });
       if (type.kind != TypeKind::Record) return bare([&] { sequence(program.steps); });
       clearPresence(type.fields, "");
@@ -154,10 +156,11 @@ private:
       w_.line(std::string(enc_ ? "ShortEncoder::OpenLength " : "ShortDecoder::Length ") + var + ";");
       if (enc_) return attempt("open<" + number(bits) + ">(" + quoted(name) + ", " + var + ")");
       if (place.empty()) w_.line(lengthOf(bits) + (place = var + "Octets") + ";");
-      attempt("open<" + number(bits) + ">(" + quoted(name) + ", " + place + ", " + limitsText(bounds) + ", " + var +
-              ")");
+      attempt("open<" + number(bits) + ">(" + quoted(name) + ", " + place + ", " + limitsText(bounds) + ", " +
+              var + ")");
    }
-   void closeLength(unsigned bits, std::string place, const Bounds& bounds, const std::string& var, bool keepTail) {
+   void closeLength(unsigned bits, std::string place, const Bounds& bounds, const std::string& var,
+                    bool keepTail) {
       if (!enc_) return attempt("close(" + var + ")");
       if (place.empty()) w_.line(lengthOf(bits) + (place = var + "Octets") + ";");
       attempt("close<" + number(bits) + (keepTail ? ", true" : "") + ">(" + var + ", " + place + ", " +
@@ -198,7 +201,8 @@ private:
       const std::string string = "pvalue->" + counted.member;
       std::string octets = string + ".numocts";
       if (counted.present) octets = "(" + hasBit(counted.present) + " ? " + octets + " : 0)";
-      if (!counted.storage.heap) w_.line("if (" + octets + " > sizeof " + string + ".data) return kNotShort;");
+      if (!counted.storage.heap)
+         w_.line("if (" + octets + " > sizeof " + string + ".data) return kNotShort;");
       if (step.field->countsPlus != 0) octets += " + " + number(step.field->countsPlus);
       w_.line(lvalue(step) + " = static_cast<" + uintType(step.bits) + ">(" + octets + ");");
    }
@@ -217,7 +221,8 @@ private:
          }
          return;
       }
-      if (!step.isOptional() || step.op == Op::Chain) return step.bareAround ? aroundBare(step, false) : kind(step);
+      if (!step.isOptional() || step.op == Op::Chain)
+         return step.bareAround ? aroundBare(step, false) : kind(step);
       if (step.bareAround) return aroundBare(step, true);
       const std::string bit = hasBit(step.present);
       if (enc_) {
@@ -269,23 +274,24 @@ private:
       switch (step.op) {
       case Op::Flag: return attempt("fields(flag(" + name + ", " + lvalue(step) + "))");
       case Op::Integer:
-         return attempt("fields(" + integerWord(step.bits, step.bounds, false) + "(" + name + ", " + lvalue(step) +
-                        "))");
+         return attempt("fields(" + integerWord(step.bits, step.bounds, false) + "(" + name + ", " +
+                        lvalue(step) + "))");
       case Op::Constant:
-         return attempt("constant<" + number(step.bits) + ">(" + name + ", " + number(step.field->number) + ")");
-      case Op::Octets: return attempt("octets<" + number(step.count) + ">(" + name + ", " + lvalue(step) + ")");
+         return attempt("constant<" + number(step.bits) + ">(" + name + ", " + number(step.field->number) +
+                        ")");
+      case Op::Octets:
+         return attempt("octets<" + number(step.count) + ">(" + name + ", " + lvalue(step) + ")");
       case Op::Counted:
-         return attempt("counted<" + std::string(step.bits == 16 ? "2" : "1") + ">(" + name + ", " + lvalue(step) +
-                        (enc_ ? ")" : ", " + limitsText(step.bounds) + ")"));
+         return attempt("counted<" + std::string(step.bits == 16 ? "2" : "1") + ">(" + name + ", " +
+                        lvalue(step) + (enc_ ? ")" : ", " + limitsText(step.bounds) + ")"));
       case Op::Sized: return sized(step, name, lvalue(step));
       case Op::RestBits:
-         return attempt((enc_ && step.opensTail ? "tailOfBits(" : "restOfBits(") + name + ", " + lvalue(step) + ")");
+         return attempt((enc_ && step.opensTail ? "tailOfBits(" : "restOfBits(") + name + ", " +
+                        lvalue(step) + ")");
       case Op::Nothing: return;
       case Op::Call: return call(step);
       case Op::Contents: return inside(step);
-      case Op::Group:
-         clearPresence(step.field->fields, step.member + ".");
-         return sequence(step.steps);
+      case Op::Group: clearPresence(step.field->fields, step.member + "."); return sequence(step.steps);
       case Op::List: return list(step);
       case Op::Choice: return choice(step, "");
       case Op::Length: {
@@ -321,16 +327,18 @@ private:
 
    void sized(const Step& step, const std::string& name, const std::string& place) {
       if (!enc_)
-         return attempt("sized(" + name + ", " + (step.rest ? "kRest" : value(step.argument)) + ", " + place + ", " +
-                        limitsText(step.bounds) + ")");
+         return attempt("sized(" + name + ", " + (step.rest ? "kRest" : value(step.argument)) + ", " + place +
+                        ", " + limitsText(step.bounds) + ")");
       if (step.rest || step.byCount)
          return attempt((step.opensTail ? "tail(" : "fill(") + name + ", " + place + ")");
       attempt("sized(" + name + ", " + value(step.argument) + ", " + place + ")");
    }
 
    void call(const Step& step) {
-      std::string argument = enc_ ? encodeArgument(*step.type, lvalue(step)) : pointerArgument(*step.type, lvalue(step));
-      if (!enc_ && step.argument.expr != nullptr) argument += ", static_cast<uint32_t>(" + value(step.argument) + ")";
+      std::string argument =
+            enc_ ? encodeArgument(*step.type, lvalue(step)) : pointerArgument(*step.type, lvalue(step));
+      if (!enc_ && step.argument.expr != nullptr)
+         argument += ", static_cast<uint32_t>(" + value(step.argument) + ")";
       if (!enc_ && step.second.expr != nullptr) argument += ", " + value(step.second);
       attempt(codec("item", *step.type) + quoted(step.name) + ", " + argument + ")");
    }
@@ -359,9 +367,9 @@ private:
 
    void list(const Step& step) {
       const Field* field = step.field;
-      const Entries entries = field == nullptr ? type_->entries
+      const Entries entries = field == nullptr             ? type_->entries
                               : field->kind == Kind::Named ? Entries::Ext
-                                                              : field->entries;
+                                                           : field->entries;
       std::string body, capture;
       const std::string coder = enc_ ? "e" : "d";
       if (!step.steps.empty()) {
@@ -369,7 +377,8 @@ private:
          if (entry.rest) {
             body = enc_ ? "return e.fill(nullptr, x);" : "return d.sized(nullptr, kRest, x, Limits{});";
          } else {
-            body = "return " + coder + ".sized(nullptr, " + value(entry.argument) + ", x" + (enc_ ? ");" : ", Limits{});");
+            body = "return " + coder + ".sized(nullptr, " + value(entry.argument) + ", x" +
+                   (enc_ ? ");" : ", Limits{});");
             capture = "&";
          }
       } else if (step.type == nullptr) {
@@ -388,11 +397,14 @@ private:
          head += std::string(ext ? "repeatExt(" : "repeatFlags(") + quoted(step.name) + ", " + places +
                  (ext && !enc_ ? ", ext," : ",");
       } else {
-         const bool octets = step.steps.empty() && step.type == nullptr && step.bits == 8 && !step.storage.heap;
+         const bool octets =
+               step.steps.empty() && step.type == nullptr && step.bits == 8 && !step.storage.heap;
          const bool free = field == nullptr ? type_->freeCount : field->freeCount;
          std::string times;
          if (step.argument.expr != nullptr && !(enc_ && free)) times = value(step.argument) + ", ";
-         head += std::string(!times.empty() ? "repeatTimes(" : octets ? "repeatOctets(" : "repeat(") +
+         head += std::string(!times.empty() ? "repeatTimes("
+                             : octets       ? "repeatOctets("
+                                            : "repeat(") +
                  quoted(step.name) + ", " + times + places + ", " + limitsText(step.bounds) + ",";
       }
       w_.line(head);
@@ -403,7 +415,8 @@ private:
    // In a generic lambda the words with arguments of their own are said to be templates.
    static std::string dependent(std::string body) {
       for (const char* word : {"call<", "fields("})
-         if (const size_t at = body.find(word); at != std::string::npos && word[4] == '<') body.insert(at, "template ");
+         if (const size_t at = body.find(word); at != std::string::npos && word[4] == '<')
+            body.insert(at, "template ");
       return body;
    }
 
@@ -423,7 +436,8 @@ private:
       bool hasElse = false;
       for (size_t i = 0; i < field.arms.size(); ++i) {
          for (auto& range : field.arms[i].values)
-            w_.line("case " + number(range.low) + (range.high != range.low ? " ... " + number(range.high) : "") + ":");
+            w_.line("case " + number(range.low) +
+                    (range.high != range.low ? " ... " + number(range.high) : "") + ":");
          if (field.arms[i].isElse) {
             w_.line("default:");
             hasElse = true;
@@ -542,7 +556,8 @@ private:
          const std::string head = "      " + (first == 0 ? "" : c() + ".at(" + number(first) + ") && ");
          unsigned bits = 0;
          std::string parts;
-         while (i < steps.size() && isInRun(steps[i], bits)) parts += ",\n            " + inRun(steps[i++], bits);
+         while (i < steps.size() && isInRun(steps[i], bits))
+            parts += ",\n            " + inRun(steps[i++], bits);
          const Step& step = steps[first];
          const std::string behind = (i > first ? i : i + 1) < steps.size() ? " &&" : ";";
          if (i > first) {
@@ -606,8 +621,8 @@ private:
                kind(step);
             });
          } else if (step.op == Op::Call) {
-            w_.line(head + call + ", quorva::type::" + recordName(*step.type) + ">(" + iei + ", " + argument(step) +
-                    ")) return e.rest();");
+            w_.line(head + call + ", quorva::type::" + recordName(*step.type) + ">(" + iei + ", " +
+                    argument(step) + ")) return e.rest();");
          } else {
             w_.line(head + call + ">(" + iei + ")) return e.rest();");
          }
@@ -621,7 +636,8 @@ private:
       unsigned nibbles = 0;
       for (auto& step : program.optional)
          if (step.field->ieiBits == 4) nibbles |= 1u << step.field->iei;
-      w_.open("while (d.next<" + std::string(type_->shifts ? "true" : "false") + ">(" + hex(nibbles, 4) + ")) {");
+      w_.open("while (d.next<" + std::string(type_->shifts ? "true" : "false") + ">(" + hex(nibbles, 4) +
+              ")) {");
       w_.open("switch (d.iei()) {");
       std::set<unsigned> done;
       const auto& optional = program.optional;
@@ -695,9 +711,8 @@ std::string digitCodec(const Type& type, bool encode) {
    const std::string codec = encode ? encoderName(type) : decoderName(type);
    return "int " + codec + "(RtxContext* pctxt" + parameters + ") {\n   " +
           (encode ? "L3_TO_STREAM(" : "L3_FROM_STREAM(") + codec + "(pctxt" + names + "));\n   return " +
-          function + "(pctxt, \"" + type.name + "\"" + names + ");\n}\n" +
-          shortDeclaration(type, encode) + " {\n   return " + function + "(at, end, pctxt" + names +
-          ");\n}\n\n";
+          function + "(pctxt, \"" + type.name + "\"" + names + ");\n}\n" + shortDeclaration(type, encode) +
+          " {\n   return " + function + "(at, end, pctxt" + names + ");\n}\n\n";
 }
 
 // The function of a type that goes by its rows.
@@ -709,19 +724,17 @@ std::string entry(const Type& type, bool encode) {
    switch (passing(type)) {
    case Passing::Nothing: value = "nullptr"; break;
    case Passing::Value: value = encode ? "&value" : "pvalue"; break;
-   case Passing::Array:
-      value = encode ? "const_cast<uint8_t*>(value)" : "value";
-      break;
+   case Passing::Array: value = encode ? "const_cast<uint8_t*>(value)" : "value"; break;
    case Passing::Text: value = encode ? "const_cast<char*>(value)" : "value"; break;
    case Passing::TextPointer: value = encode ? "&value" : "pvalue"; break;
    case Passing::Pointer: break;
    }
    if (!encode)
-      for (auto& parameter : baseType(type).kind == TypeKind::Digits ? std::vector<std::string>{"numocts"}
-                                                                      : type.parameters)
+      for (auto& parameter :
+           baseType(type).kind == TypeKind::Digits ? std::vector<std::string>{"numocts"} : type.parameters)
          value += ", " + cName(parameter);
-   w.line(std::string("return quorva::walk::") + (encode ? "encode" : "decode") + "(pctxt, " + tableArguments(type) +
-          ", " + value + ");");
+   w.line(std::string("return quorva::walk::") + (encode ? "encode" : "decode") + "(pctxt, " +
+          tableArguments(type) + ", " + value + ");");
    w.close();
    return w.text();
 }
@@ -785,11 +798,13 @@ void emitMessages(const Module& module, Outputs& out) {
          std::string clear = clearValues(message, "v->");
          if (!clear.empty()) clear = "auto* v = static_cast<" + record + "*>(r); " + clear;
          w.line("   [](RtxContext* c, void* r) { " + clear + init +
-                (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") + decoderName(message) +
-                (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
-         w.line(std::string("   [](RtxContext* c, void* r) { return ") +
-                (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
-                (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") + "; }},");
+                (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") +
+                decoderName(message) + (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
+         w.line(
+               std::string("   [](RtxContext* c, void* r) { return ") +
+               (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
+               (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") +
+               "; }},");
       }
       w.close("};");
       const std::string name = "k" + recordName(*type);

@@ -38,7 +38,8 @@ public:
       for (auto& type : module_.types) {
          if (hasMessageForm(*type)) {
             w_.line("int messageEnc_" + recordName(*type) + "(RtxContext* pctxt, void* v);");
-            w_.line("int messageDec_" + recordName(*type) + "(RtxContext* pctxt, void* v, const uint8_t* end);");
+            w_.line("int messageDec_" + recordName(*type) +
+                    "(RtxContext* pctxt, void* v, const uint8_t* end);");
          }
          if (!hasShortForm(*type) || &baseType(*type) != type.get()) continue;
          w_.line(shortDeclaration(*type, true) + ";");

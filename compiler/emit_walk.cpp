@@ -181,16 +181,16 @@ private:
       const size_t first = rows_.size();
       for (auto& row : block) {
          const size_t name = texts_.at(row.name);
-         rows_.push_back("{" + number(name) + ", " + row.offset + ", " + row.count + ", " + row.capacity + ", " +
-                         row.stride + ", " + row.presence + ", " + row.group + ", " + number(row.sample) +
-                         ", " + number(row.first) + ", " + number(row.rows) + ", " + number(row.index) + ", " +
-                         number(row.module) + ", Kind::" + row.kind + ", " + row.width + ", " +
-                         joined(row.flags) + "}");
+         rows_.push_back("{" + number(name) + ", " + row.offset + ", " + row.count + ", " + row.capacity +
+                         ", " + row.stride + ", " + row.presence + ", " + row.group + ", " +
+                         number(row.sample) + ", " + number(row.first) + ", " + number(row.rows) + ", " +
+                         number(row.index) + ", " + number(row.module) + ", Kind::" + row.kind + ", " +
+                         row.width + ", " + joined(row.flags) + "}");
          wires_.push_back("{" + number(row.wireName.empty() ? name : texts_.at(row.wireName)) + ", " +
                           joined(row.wire) + ", " + number(row.argument) + ", " + number(row.test) + ", " +
                           number(row.second) + ", " + number(row.number) + ", " + number(row.bits) + ", " +
-                          number(row.limits) + ", " + hex(row.iei, 2) + ", " + number(row.ieiBits) + ", " + row.format +
-                          ", " + number(row.lead) + "}");
+                          number(row.limits) + ", " + hex(row.iei, 2) + ", " + number(row.ieiBits) + ", " +
+                          row.format + ", " + number(row.lead) + "}");
       }
       return first;
    }
@@ -216,10 +216,10 @@ private:
 
    size_t expression(const Term& term) {
       if (term.expr == nullptr) return 0;
-      return expressions_.at("static_cast<uint64_t>(" +
-                             written(term, "static_cast<const " + record_ + "*>(record)->", "octetsLeft(ctxt)",
-                                     "parameter") +
-                             ")");
+      return expressions_.at(
+            "static_cast<uint64_t>(" +
+            written(term, "static_cast<const " + record_ + "*>(record)->", "octetsLeft(ctxt)", "parameter") +
+            ")");
    }
 
    // The row of the table for a type.
@@ -230,7 +230,8 @@ private:
       record_ = "::" + recordName(type);
       const Program program = lower(type);
       std::vector<RowText> block;
-      std::string form = "Value", codec = type.custom ? "ByHand" : "Element", size = "sizeof(" + record_ + ")";
+      std::string form = "Value", codec = type.custom ? "ByHand" : "Element",
+                  size = "sizeof(" + record_ + ")";
       std::string firstRow, rowCount;
       std::vector<std::string> flags;
       size_t mandatory = 0, legal = 0;
@@ -322,8 +323,8 @@ private:
              joined(flags) + ", " + number(length) + ", " + number(limits(bounds)) + ", " +
              number(type.kind == TypeKind::Enum ? type.bits : 0) + ", " + number(legal) + ", " +
              (hasBits ? sizeOf("m") : "0") + ", " + (hasBits ? offset("m") : "0") + ", " +
-             (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) + ", " +
-             number(texts_.at(type.name)) + ", " + number(texts_.at(decodedName(type))) + ",\n      " +
+             (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) +
+             ", " + number(texts_.at(type.name)) + ", " + number(texts_.at(decodedName(type))) + ",\n      " +
              functions(type, codec, entries_.count(&type) != 0) + "}";
    }
 
@@ -344,8 +345,10 @@ private:
          shorts = "shortDec_" + recordName(base) + ", shortEnc_" + recordName(base) + ", ";
       } else if (hasShortForm(base) && base.kind != TypeKind::Digits && base.kind != TypeKind::Text &&
                  base.parameters.empty()) {
-         shorts = "[](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return shortDec_" +
-                  recordName(base) + "(a, e, c" + targetOf(base) + "); },\n      "
+         shorts = "[](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return "
+                  "shortDec_" +
+                  recordName(base) + "(a, e, c" + targetOf(base) +
+                  "); },\n      "
                   "[](uint8_t* a, uint8_t* e, RtxContext* c, void* v) -> uint8_t* { return shortEnc_" +
                   recordName(base) + "(a, e, c" + valueOf(base, false) + "); }, ";
       }
@@ -356,14 +359,16 @@ private:
          const size_t parameters = type.kind == TypeKind::Digits ? 1 : type.parameters.size();
          if (parameters > 0) more += ", static_cast<uint32_t>(a)";
          if (parameters > 1) more += ", static_cast<uint32_t>(b)";
-         own = "[](RtxContext* c, void* v, " + std::string(parameters > 0 ? "uint64_t a" : "uint64_t") + ", " +
-               (parameters > 1 ? "uint64_t b" : "uint64_t") + ") -> int { return " + decoderName(type) + "(c" +
-               targetOf(type) + more + "); },\n      [](RtxContext* c, void* v) -> int { return " +
-               encoderName(type) + "(c" + valueOf(type, false) + "); }, ";
+         own = "[](RtxContext* c, void* v, " + std::string(parameters > 0 ? "uint64_t a" : "uint64_t") +
+               ", " + (parameters > 1 ? "uint64_t b" : "uint64_t") + ") -> int { return " +
+               decoderName(type) + "(c" + targetOf(type) + more +
+               "); },\n      [](RtxContext* c, void* v) -> int { return " + encoderName(type) + "(c" +
+               valueOf(type, false) + "); }, ";
       }
       return shorts + message + own +
-             (isEntry ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) + "*>(v)); }"
-                    : "nullptr");
+             (isEntry ? "[](void* v) -> int { return " + initName(type) + "(static_cast<" + recordName(type) +
+                              "*>(v)); }"
+                      : "nullptr");
    }
 
    size_t names(const Type& type) {
@@ -388,8 +393,8 @@ private:
       row.index = typeNumber(type);
    }
 
-   // The fields of a record, those within wire groups too. What a sample stores comes behind all of them, so that
-   // the number of a row is that of its step.
+   // The fields of a record, those within wire groups too. What a sample stores comes behind all of them, so
+   // that the number of a row is that of its step.
    void level(const std::vector<Step>& steps, std::vector<RowText>& block, std::vector<RowText>& stores) {
       for (size_t i = 0; i < steps.size(); ++i) {
          const Step& step = steps[i];
@@ -539,8 +544,10 @@ private:
       case Op::Nothing:
       case Op::Pointers:
          row.kind = "Null";
-         if (step.op == Op::Pointers) messages(step, row);
-         else if (step.name.empty()) row.flags.push_back("kWireOnly");
+         if (step.op == Op::Pointers)
+            messages(step, row);
+         else if (step.name.empty())
+            row.flags.push_back("kWireOnly");
          break;
       case Op::Call:
       case Op::Contents:
@@ -614,16 +621,16 @@ private:
    void list(const Step& step, RowText& row) {
       const std::string place = step.member.empty() ? "" : step.member + ".";
       const Field* field = step.field;
-      const uint64_t few = field == nullptr               ? Sample::typeCount(*type_)
+      const uint64_t few = field == nullptr             ? Sample::typeCount(*type_)
                            : field->kind == Kind::Named ? Sample::typeCount(baseType(*field->type.type))
-                                                          : sample_->count(*field);
+                                                        : sample_->count(*field);
       counted(row, "List", place + "n", place + "elem", step.storage, few);
       row.stride = sizeOf(place + "elem[0]");
       row.limits = limits(step.bounds);
       row.bits = 0;
-      const Entries entries = field == nullptr                ? type_->entries
+      const Entries entries = field == nullptr             ? type_->entries
                               : field->kind == Kind::Named ? Entries::Ext
-                                                              : field->entries;
+                                                           : field->entries;
       if (entries == Entries::Ext) row.wire.push_back("kLedByExt");
       if (entries == Entries::Flags) row.wire.push_back("kLedByFlags");
       if (step.argument.expr != nullptr) row.wire.push_back("kTimes");
@@ -733,7 +740,8 @@ private:
    std::string record_;
 };
 
-void prologue(const Module& module, const std::string& what, const std::vector<std::string>& includes, Writer& w) {
+void prologue(const Module& module, const std::string& what, const std::vector<std::string>& includes,
+              Writer& w) {
    w.line("// " + what + " of module " + module.name + ". Generated by l3c from " + module.file + ".l3d.");
    w.line();
    for (auto& include : includes) w.line("#include \"" + include + "\"");
@@ -815,7 +823,8 @@ std::string tableArguments(const Type& type) {
 void emitWalk(const Model& model, const Module& module, Outputs& out) {
    const std::string header = "quorva/" + module.name + ".h";
    Writer table, printers, samples;
-   prologue(module, "The table", {header, "src/" + module.file + "Types.h", "src/walk/codec.h", "src/frame/scan.h"}, table);
+   prologue(module, "The table",
+            {header, "src/" + module.file + "Types.h", "src/walk/codec.h", "src/frame/scan.h"}, table);
    table.line("namespace quorva::walk {");
    table.line();
    table.raw(TableEmitter(model, module).run());

@@ -169,7 +169,8 @@ template <class Test>
 bool anyField(const Field& field, const Test& test) {
    if (test(field) || (field.entry != nullptr && anyField(*field.entry, test))) return true;
    return std::ranges::any_of(field.fields, [&](auto& inner) { return anyField(*inner, test); }) ||
-          std::ranges::any_of(field.arms, [&](auto& arm) { return arm.field != nullptr && anyField(*arm.field, test); });
+          std::ranges::any_of(field.arms,
+                              [&](auto& arm) { return arm.field != nullptr && anyField(*arm.field, test); });
 }
 template <class Test>
 bool anyField(const Type& type, const Test& test) {
@@ -180,7 +181,8 @@ bool anyField(const Type& type, const Test& test) {
 
 bool quits(const Type& type) {
    return anyField(type, [](const Field& field) {
-      return field.quits || (field.type.type != nullptr && field.type.type->cls == Class::V && quits(*field.type.type)) ||
+      return field.quits ||
+             (field.type.type != nullptr && field.type.type->cls == Class::V && quits(*field.type.type)) ||
              (field.type.type != nullptr && field.type.type->cls == Class::LB && quits(*field.type.type));
    });
 }
@@ -209,19 +211,20 @@ bool hasShortForm(const Type& type) {
    case TypeKind::List: return type.base.type == nullptr || hasShortForm(*type.base.type);
    case TypeKind::Record:
       return type.cls != Class::L4 && !anyField(type, [](const Field& field) {
-         if (field.kind == Kind::Bits || field.kind == Kind::Messages ||
-             (field.kind == Kind::Fill && field.bits == 16))
-            return true;
-         const Type* inner = field.type.type;
-         return inner != nullptr && !isMessage(*inner) && (!hasShortForm(*inner) || leavesContainer(*inner));
-      });
+                if (field.kind == Kind::Bits || field.kind == Kind::Messages ||
+                    (field.kind == Kind::Fill && field.bits == 16))
+                   return true;
+                const Type* inner = field.type.type;
+                return inner != nullptr && !isMessage(*inner) &&
+                       (!hasShortForm(*inner) || leavesContainer(*inner));
+             });
    default: return false;
    }
 }
 
 bool isUniform(const Type& type) {
-   return hasShortForm(type) && !type.custom && passing(type) == Passing::Pointer && type.parameters.empty() &&
-          type.kind != TypeKind::Alias;
+   return hasShortForm(type) && !type.custom && passing(type) == Passing::Pointer &&
+          type.parameters.empty() && type.kind != TypeKind::Alias;
 }
 
 bool hasMessageForm(const Type& type) {
@@ -286,7 +289,10 @@ std::string shortDeclaration(const Type& type, bool encode) {
    const std::string octets = encode ? "uint8_t* " : "const uint8_t* ";
    return octets + (encode ? "shortEnc_" : "shortDec_") + recordName(type) + "(" + octets + "at, " + octets +
           "end, RtxContext* pctxt" +
-          (isUniform(type) ? ", void* v" : encode ? encodeParameters(type) : decodeParameters(type)) + ")";
+          (isUniform(type) ? ", void* v"
+           : encode        ? encodeParameters(type)
+                           : decodeParameters(type)) +
+          ")";
 }
 
 std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {

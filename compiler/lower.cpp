@@ -33,9 +33,9 @@ struct Place {
    std::string record;    // prefix of their members
    bool inLength = false; // among the octets of a length
    bool arm = false;
-   std::string root;               // record that expressions begin at
-   const Fields* level = nullptr;  // the record with their presence bits
-   std::string levelRecord;        // and its prefix
+   std::string root;              // record that expressions begin at
+   const Fields* level = nullptr; // the record with their presence bits
+   std::string levelRecord;       // and its prefix
 
    Place inner() const {
       Place place = *this;
@@ -115,7 +115,8 @@ private:
 
    static Term term(const Expr* expr, const Place& place) { return {expr, place.root, place.record}; }
 
-   static void list(Step& step, const Type* entry, unsigned bits, const Bounds& bounds, const Storage& storage) {
+   static void list(Step& step, const Type* entry, unsigned bits, const Bounds& bounds,
+                    const Storage& storage) {
       step.type = entry;
       step.bits = bits;
       step.bounds = bounds;

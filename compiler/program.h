@@ -1,6 +1,6 @@
-// What a type does on the wire, step by step: all that a description leaves to its surroundings is said at the
-// step. The short codecs, the rows that the walkers run over and the C records behind them agree because they
-// are made from it.
+// What a type does on the wire, step by step: all that a description leaves to its surroundings is said at
+// the step. The short codecs, the rows that the walkers run over and the C records behind them agree because
+// they are made from it.
 #pragma once
 
 #include "compiler/model.h"
@@ -67,19 +67,19 @@ struct Step {
    When when = When::Always;
    Term test;
    BitPlace present, group;
-   bool guarded = false;  // mandatory, yet decoded only if the container has something
+   bool guarded = false;   // mandatory, yet decoded only if the container has something
    bool endTested = false; // the decoder compares the cursor with the end of the length around
-   bool logged = false;   // a failed bound is logged: in the arm of a choice
-   bool last = false;     // Octets, Bits: their status is the codec's own
-   bool run = false;      // of fixed width
-   bool rest = false;     // Sized: all that is left
-   bool byCount = false;  // Sized: the encoder goes by the record's count
+   bool logged = false;    // a failed bound is logged: in the arm of a choice
+   bool last = false;      // Octets, Bits: their status is the codec's own
+   bool run = false;       // of fixed width
+   bool rest = false;      // Sized: all that is left
+   bool byCount = false;   // Sized: the encoder goes by the record's count
    bool opensTail = false;
    bool entryInits = false; // List: the decoder initialises the entries
    bool bareAround = false; // a length of Field::bareBits around this step alone
 
-   Term argument; // Sized, Contents, Call: size; List: how often; Choice: what steers it
-   Term second;   // Call of a text type with two parameters
+   Term argument;     // Sized, Contents, Call: size; List: how often; Choice: what steers it
+   Term second;       // Call of a text type with two parameters
    size_t counts = 0; // Integer: its value is the octet count of the step so many further
 
    std::vector<Step> steps; // Group, Length, Chain, Since, Swap, Span, Contents; Choice: one an arm; List: of
@@ -98,8 +98,8 @@ Program lower(const Type& type);
 // Is the step a list whose entries are led by ext bits?
 bool isList(const Step& step);
 
-// The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets left,
-// `parameter` for the type's parameter if not its name.
+// The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets
+// left, `parameter` for the type's parameter if not its name.
 std::string written(const Term& term, const std::string& record, const std::string& rest,
                     const std::string& parameter = "");
 

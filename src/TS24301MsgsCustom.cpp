@@ -72,9 +72,7 @@ struct Options {
              (T == 4 ? word < 16
                      : quorva::type::TS24007L3_EPSBearerIdentity::legalInRecord(u.epsBearerIdent));
    }
-   int encode(RtxContext* ctxt, Site site) const {
-      return Codec(ctxt, site.file).nested(0, name, NASEnc_TS24007L3_L3HdrOptions, value);
-   }
+   int encode(RtxContext* ctxt) const { return Codec(ctxt).item(name, NASEnc_TS24007L3_L3HdrOptions, value); }
 };
 
 // The header behind the security header: options, discriminator, transaction identity, type.
@@ -82,9 +80,9 @@ template <class Coder, class Pdu>
 L3_INLINE static int encodeFields(Coder& e, Pdu* pvalue) {
    const auto discriminator = value<quorva::type::TS24007L3_ProtoDiscr>("protoDiscr", pvalue->protoDiscr);
    if (pvalue->protoDiscr != TS24007L3_ProtoDiscr_epsSessMgmt)
-      return e.fields(At<Options<4>>{{"l3HdrOpts", &pvalue->l3HdrOpts}, __LINE__}, discriminator,
+      return e.fields(Options<4>{"l3HdrOpts", &pvalue->l3HdrOpts}, discriminator,
                       integer<8>("msgType", pvalue->msgType));
-   return e.fields(At<Options<3>>{{"l3HdrOpts", &pvalue->l3HdrOpts}, __LINE__}, discriminator,
+   return e.fields(Options<3>{"l3HdrOpts", &pvalue->l3HdrOpts}, discriminator,
                    group("pti", integer<8>("value", pvalue->pti.u.value)),
                    integer<8>("msgType", pvalue->msgType));
 }

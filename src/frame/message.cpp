@@ -49,8 +49,8 @@ MessageEncoder::Place MessageEncoder::elementInFull(RtxContext* ctxt, const walk
    return {ctxt->bufData + ctxt->bufByteIndex, ctxt->bufData + ctxt->bufSize, status};
 }
 
-int MessageEncoder::restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
-                               size_t index) {
+int MessageEncoder::restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow,
+                               void* record, size_t index) {
    ctxt->bufByteIndex = index;
    return walk::encodeRest(ctxt, module, typeAndRow >> 16, record, typeAndRow & 0xFFFF);
 }

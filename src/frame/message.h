@@ -1,6 +1,6 @@
-// Messages on plain octets, without trace: mandatory part and scan go on a cursor of their own, each element in
-// its short form. What will not do goes through the rows of the message, element by element, with the context's
-// cursor; that finds the failure and its path. Messages are never done anew from their start.
+// Messages on plain octets, without trace: mandatory part and scan go on a cursor of their own, each element
+// in its short form. What will not do goes through the rows of the message, element by element, with the
+// context's cursor; that finds the failure and its path. Messages are never done anew from their start.
 #pragma once
 
 #include "src/frame/encoder.h"
@@ -12,7 +12,8 @@ namespace quorva::frame {
 class MessageDecoder : private Scan {
 public:
    // `end`: of the container around, as shortEnd() tells.
-   MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record, const uint8_t* end)
+   MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record,
+                  const uint8_t* end)
          : Scan(0, false), ctxt_(ctxt), module_(module), type_(type), record_(record),
            at_(ctxt->bufData + ctxt->bufByteIndex), end_(end) {}
    MessageDecoder(const MessageDecoder&) = default;
@@ -85,8 +86,8 @@ public:
    using Scan::iei;
    using Scan::took;
 
-   // What is behind the IEI in the exact form: an element that is not for the short one, is out of order, or is
-   // unknown.
+   // What is behind the IEI in the exact form: an element that is not for the short one, is out of order, or
+   // is unknown.
    L3_INLINE int element() {
       MessageDecoder copy(*this); // so that this one needs no memory
       const int status = elementInFull(copy);
@@ -109,8 +110,8 @@ private:
       ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData) - (half ? 1 : 0);
       if (half) ctxt->bufBitsLeft = 4;
    }
-   // And back. There are elements that leave their container behind, by whose end the rest of the message then
-   // goes. Without an end what follows goes by the context's cursor.
+   // And back. There are elements that leave their container behind, by whose end the rest of the message
+   // then goes. Without an end what follows goes by the context's cursor.
    void comeBack() {
       at_ = ctxt_->bufData + ctxt_->bufByteIndex;
       end_ = ctxt_->bufBitsLeft == 8 ? shortEnd(ctxt_) : nullptr;
@@ -271,14 +272,15 @@ L3_INLINE int decodePlain(RtxContext* ctxt, void* value, walk::MessageDecode pla
    return end != nullptr ? plain(ctxt, value, end) : any(ctxt, static_cast<Record*>(value));
 }
 template <class Record>
-L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain, int (*any)(RtxContext*, Record*)) {
+L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain,
+                          int (*any)(RtxContext*, Record*)) {
    return canWriteShort(ctxt) ? plain(ctxt, value) : any(ctxt, static_cast<Record*>(value));
 }
 
 } // namespace quorva::frame
 
-// An optional element of a message that is still to come: its decoder, then its presence bits. Of elements that
-// share an IEI what arrives goes to the first of them that is still to come.
+// An optional element of a message that is still to come: its decoder, then its presence bits. Of elements
+// that share an IEI what arrives goes to the first of them that is still to come.
 #define L3_ELEMENT(K, DECODE, ...)                                                                           \
    if (d.expects(K)) {                                                                                       \
       if (!(DECODE)) [[unlikely]]                                                                            \

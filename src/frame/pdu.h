@@ -85,8 +85,7 @@ L3_INLINE uint8_t* plainHeader(const RtxContext* ctxt, size_t numocts = 0) {
 // buffer does, whatever container is around. `plain` is the cursor if plainHeader() gives it.
 template <class Header>
 [[gnu::noinline]] int headerInFull(Decoder d, Header header) {
-   FullDecoder full(d.ctxt(), d.site(0).file);
-   return header(full);
+   return header(d);
 }
 template <class Header>
 L3_INLINE int decodeHeader(Decoder d, const uint8_t* plain, Header header) {
@@ -103,8 +102,7 @@ L3_INLINE int decodeHeader(Decoder d, const uint8_t* plain, Header header) {
 }
 template <class Header>
 [[gnu::noinline]] int headerInFull(Encoder e, Header header) {
-   FullEncoder full(e.ctxt(), e.site(0).file);
-   return header(full);
+   return header(e);
 }
 template <class Header>
 L3_INLINE int encodeHeader(Encoder e, Header header) {

@@ -16,8 +16,9 @@ L3_INLINE int messageStatus(RtxContext* ctxt) {
 // Field by field, with the cursor of the context.
 class Scan {
 public:
-   // Bit n of `halfOctets`: the message has an element with the half-octet IEI n. `shifts`: codeset shifts, TS
-   // 24.007, 11.2.1.1.3: an octet with the high nibble 9, unless a half-octet element of the message has that IEI.
+   // Bit n of `halfOctets`: the message has an element with the half-octet IEI n. `shifts`: codeset shifts,
+   // TS 24.007, 11.2.1.1.3: an octet with the high nibble 9, unless a half-octet element of the message has
+   // that IEI.
    Scan(unsigned halfOctets, bool shifts) : halfOctets_(halfOctets), shifts_(shifts) {}
 
    // Reads the next IEI; false at the end, or on a failure: then finish() gives the message's result.

@@ -1,6 +1,7 @@
 // The short form of a whole element: words on plain octets, without names, trace, errors and container stack.
-// Codecs by hand in words are compiled for those of decoder.h and encoder.h too. Whatever is out of the ordinary
-// ends the short form; the full one then runs the element anew from its first octet, and finds what it is.
+// Codecs by hand in words are compiled for those of decoder.h and encoder.h too. Whatever is out of the
+// ordinary ends the short form; the full one then runs the element anew from its first octet, and finds what
+// it is.
 #pragma once
 
 #include "quorva/rtx3GPP.h"
@@ -95,8 +96,8 @@ constexpr size_t capacityOf(const RtxDynBitStr&) {
    return ~size_t{0} / 8;
 }
 
-// A message inside a short form, with the context's cursor: where it ends. What it merely reports is no failure; if
-// it stopped, or something was on record before, null, and nothing is left behind.
+// A message inside a short form, with the context's cursor: where it ends. What it merely reports is no
+// failure; if it stopped, or something was on record before, null, and nothing is left behind.
 const uint8_t* decodeInside(RtxContext* ctxt, const uint8_t* at, const uint8_t* end,
                             int (*decode)(RtxContext*, void*), void* value);
 uint8_t* encodeInside(RtxContext* ctxt, uint8_t* at, int (*encode)(RtxContext*, void*), void* value);
@@ -235,14 +236,15 @@ public:
    int message(T* value) {
       if (used_ != 0 || extra_ != 0) return kNotShort;
       const uint8_t* behind = decodeInside(
-            ctxt_, at_, end_, [](RtxContext* ctxt, void* v) { return Decode(ctxt, static_cast<T*>(v)); }, value);
+            ctxt_, at_, end_, [](RtxContext* ctxt, void* v) { return Decode(ctxt, static_cast<T*>(v)); },
+            value);
       if (behind == nullptr) return kNotShort;
       at_ = behind;
       return 0;
    }
 
-   // The early way out of a length that counts bits, which leaves containers behind, as the exact form does: all
-   // that are closed later on close the last one there is.
+   // The early way out of a length that counts bits, which leaves containers behind, as the exact form does:
+   // all that are closed later on close the last one there is.
    bool atEnd() const { return at_ == end_ && used_ == extra_; }
    int quit(const Length& length) {
       const bool first = quits_++ == 0;

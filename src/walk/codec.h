@@ -44,7 +44,8 @@ inline void setBit(uint8_t* record, uint32_t number) {
 
 // Are the length and its row of the record the first of the type's rows?
 inline unsigned firstOnWire(const Type& type) {
-   return type.first + (type.form == Form::Record && type.lengthBits != 0 && (type.flags & kBare) == 0 ? 1u : 0u);
+   return type.first +
+          (type.form == Form::Record && type.lengthBits != 0 && (type.flags & kBare) == 0 ? 1u : 0u);
 }
 inline unsigned behindRows(const Type& type) {
    return unsigned{type.first} + type.rows;

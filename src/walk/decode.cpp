@@ -13,8 +13,8 @@ namespace {
 constexpr size_t kNoEnd = ~size_t{0};
 
 // A type at the cursor, as its function would.
-int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter = 0,
-               uint64_t second = 0);
+int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value,
+               uint64_t parameter = 0, uint64_t second = 0);
 // The same without the short form.
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                  uint64_t second);
@@ -34,7 +34,8 @@ public:
          L3_TRY(enumeration());
       else
          L3_TRY(block(firstOnWire(type_), behindRows(type_), length.end));
-      if (quit_) return 0; // the early way out leaves the container and the names pushed; callers see it by them
+      if (quit_)
+         return 0; // the early way out leaves the container and the names pushed; callers see it by them
       if ((type_.flags & kAligned) != 0) align();
       if (type_.lengthBits != 0) L3_TRY(closeType(length));
       if ((type_.flags & kAligned) != 0) align();
@@ -123,7 +124,8 @@ private:
       const unsigned octets = type_.lengthBits == 16 ? 2 : 1;
       const Limits& limits = module_.limits[type_.limits];
       const bool countsBits = (type_.flags & kCountsBits) != 0;
-      if (type_.lengthBits == 4 && !countsBits) return openNibble(*static_cast<uint8_t*>(place), limits, length);
+      if (type_.lengthBits == 4 && !countsBits)
+         return openNibble(*static_cast<uint8_t*>(place), limits, length);
       if (!countsBits)
          return openInFull(ctxt_, "length", type_.lengthBits, place, octets, limits, true, length);
       L3_TRY(openInFull(ctxt_, "length", type_.lengthBits, place, octets, Limits{}, false, length));
@@ -182,8 +184,7 @@ private:
          bool there = (wire.flags & kIfTest) != 0 ? value(wire.test) != 0 : more();
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0) {
             uint8_t bit = 0;
-            if (there || (wire.flags & kByBit) != 0)
-               L3_TRY(decLeadBit(ctxt_, "optional bit", &bit));
+            if (there || (wire.flags & kByBit) != 0) L3_TRY(decLeadBit(ctxt_, "optional bit", &bit));
             if ((wire.flags & kByBitIfMore) != 0) L3_TRY(within({end}));
             there = bit != 0;
          }
@@ -208,7 +209,8 @@ private:
       if (row.kind == Kind::List && row.presence != kNone) store(record_ + row.count, row.width, 0);
       if ((wire.flags & kGuarded) != 0 && row.kind == Kind::Nested) {
          const Type& type = modules[row.module]->types[row.index];
-         if (type.codec == walk::Codec::ByHand && type.form == Form::Value) emptyText(row, *modules[row.module], type);
+         if (type.codec == walk::Codec::ByHand && type.form == Form::Value)
+            emptyText(row, *modules[row.module], type);
       }
       return 0;
    }
@@ -318,17 +320,17 @@ private:
       const Limits& limits = module_.limits[wire.limits];
       uint8_t* data = record + row.offset;
       const bool own = wire.bits != 0;
-      const size_t numocts =
-            own ? 0 : (wire.flags & walk::kRest) != 0 ? frame::kRest : static_cast<size_t>(value(wire.argument));
+      const size_t numocts = own                               ? 0
+                             : (wire.flags & walk::kRest) != 0 ? frame::kRest
+                                                               : static_cast<size_t>(value(wire.argument));
       if ((row.flags & kHeap) != 0) {
          auto* string = reinterpret_cast<RtxDynOctStr*>(record + row.count);
          return own ? decCountedHeap(ctxt_, name, wire.bits / 8u, limits, string)
                     : decSizedHeap(ctxt_, name, numocts, string);
       }
       uint32_t count = 0;
-      const int status =
-            own ? decCounted(ctxt_, name, wire.bits / 8u, data, row.capacity, limits, &count)
-                : decSized(ctxt_, name, numocts, data, row.capacity, limits, &count);
+      const int status = own ? decCounted(ctxt_, name, wire.bits / 8u, data, row.capacity, limits, &count)
+                             : decSized(ctxt_, name, numocts, data, row.capacity, limits, &count);
       store(record + row.count, row.width, count);
       return status;
    }
@@ -338,16 +340,15 @@ private:
       if ((row.flags & kHeap) != 0)
          return decRestBits(ctxt_, name, reinterpret_cast<RtxDynBitStr*>(record_ + row.count));
       uint32_t count = 0;
-      const int status =
-            decRestBitsInline(ctxt_, name, record_ + row.offset, row.capacity / 8, &count);
+      const int status = decRestBitsInline(ctxt_, name, record_ + row.offset, row.capacity / 8, &count);
       store(record_ + row.count, row.width, count);
       return status;
    }
 
    // A message that stands inside something else.
    int inner(const Module& module, const Type& type, uint8_t* value) {
-      return Decoder::inner([&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); },
-                            value);
+      return Decoder::inner(
+            [&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); }, value);
    }
    int nested(unsigned index, const char* name, uint8_t* place) {
       const Row& row = module_.rows[index];
@@ -388,7 +389,8 @@ private:
       L3_TRY(contents.pushContainer(static_cast<size_t>(value(wire.argument)), length));
       L3_TRY(contents.block(first, behindRows(type), length.end));
       L3_TRY(closeInFull(ctxt_, length));
-      if (first != type.first) store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      if (first != type.first)
+         store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
       return 0;
    }
 

@@ -140,8 +140,7 @@ private:
       // A chain looks at each of its octets itself.
       if (row.presence != kNone && row.kind != Kind::Chain) {
          const bool there = hasBit(record_, row.presence);
-         if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
-            L3_TRY(encLeadBit(ctxt_, "optional bit", there));
+         if ((wire.flags & (kByBit | kByBitIfMore)) != 0) L3_TRY(encLeadBit(ctxt_, "optional bit", there));
          if (!there) return 0;
       }
       return contents(index);
@@ -287,7 +286,8 @@ private:
       if ((wire.flags & kAhead) != 0) return contents.arms(first, load(place + module.rows[first].count, 4));
       const size_t start = offset();
       L3_TRY(contents.block(first, behindRows(type)));
-      if (first != type.first) store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      if (first != type.first)
+         store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
       return 0;
    }
 
@@ -316,7 +316,8 @@ private:
       const bool timed = (wire.flags & kTimes) != 0 && (wire.flags & kFree) == 0;
       const size_t times = timed ? static_cast<size_t>(value(wire.argument)) : n;
       if (name != nullptr) L3_TRY(push(name));
-      if (!byExt && !byFlags && (!module_.limits[wire.limits].allow(times) || times > n)) return RTX_E_CONSTRAINT;
+      if (!byExt && !byFlags && (!module_.limits[wire.limits].allow(times) || times > n))
+         return RTX_E_CONSTRAINT;
       uint8_t* entries = contentsOf(row, record_);
       if (times != 0 && entries == nullptr) return fail(ctxt_, RTX_E_NULL);
       for (size_t i = 0; i < times; ++i) {
@@ -348,7 +349,8 @@ private:
       for (unsigned i = chain.first; i < unsigned{chain.first} + chain.rows; ++i) {
          const Row& row = module_.rows[i];
          if (row.kind == Kind::List) {
-            if (load(record_ + row.count, row.width) != 0) L3_TRY(list(i, module_.texts + module_.wires[i].name));
+            if (load(record_ + row.count, row.width) != 0)
+               L3_TRY(list(i, module_.texts + module_.wires[i].name));
             continue;
          }
          if (!hasBit(record_, row.presence)) return 0;
@@ -361,7 +363,8 @@ private:
       return 0;
    }
    bool follows(const Row& row) const {
-      return row.kind == Kind::List ? load(record_ + row.count, row.width) != 0 : hasBit(record_, row.presence);
+      return row.kind == Kind::List ? load(record_ + row.count, row.width) != 0
+                                    : hasBit(record_, row.presence);
    }
 
    const Module& module_;

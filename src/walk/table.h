@@ -1,6 +1,6 @@
-// The table that the walkers run over: one row a field for all that is no short form. Exact codecs, printer and
-// sample builder are a body each, so that a type costs rows and no code. l3c writes the tables; offsets come from
-// offsetof on the generated records, so that the two can't differ.
+// The table that the walkers run over: one row a field for all that is no short form. Exact codecs, printer
+// and sample builder are a body each, so that a type costs rows and no code. l3c writes the tables; offsets
+// come from offsetof on the generated records, so that the two can't differ.
 #pragma once
 
 #include "quorva/rtxContext.h"
@@ -77,21 +77,21 @@ struct Row {
 
 enum WireFlags : uint32_t {
    // When there is a field at all; encoders ask the presence bit
-   kIfMore = 1,         // something is left
-   kIfTest = 2,         // the expression `test` is not 0
-   kByBit = 4,          // a bit of its own says so
-   kByBitIfMore = 8,    // the same, if something is left
-   kGuarded = 16,       // decoders: if something is left
+   kIfMore = 1,      // something is left
+   kIfTest = 2,      // the expression `test` is not 0
+   kByBit = 4,       // a bit of its own says so
+   kByBitIfMore = 8, // the same, if something is left
+   kGuarded = 16,    // decoders: if something is left
    // How failures go out
-   kEndTested = 32,     // behind it the cursor is compared with the end of the length around
-   kLogged = 64,        // a failed bound is logged
-   kLast = 128,         // Octets, Bits: their status is the codec's own
+   kEndTested = 32, // behind it the cursor is compared with the end of the length around
+   kLogged = 64,    // a failed bound is logged
+   kLast = 128,     // Octets, Bits: their status is the codec's own
    // What the kinds need
-   kRest = 256,         // all that is left
-   kByCount = 512,      // the encoder goes by the record's count
-   kOpensTail = 1024,   // sets the open tail's flag
-   kKeepsTail = 2048,   // closing leaves the flag
-   kTimes = 4096,       // List: as often as `argument` says; kFree: the encoder by the count
+   kRest = 256,       // all that is left
+   kByCount = 512,    // the encoder goes by the record's count
+   kOpensTail = 1024, // sets the open tail's flag
+   kKeepsTail = 2048, // closing leaves the flag
+   kTimes = 4096,     // List: as often as `argument` says; kFree: the encoder by the count
    kFree = 8192,
    kLedByExt = 16384,   // List: an ext bit an entry
    kLedByFlags = 32768, // List: a 1 an entry, a 0 behind
@@ -104,8 +104,8 @@ enum WireFlags : uint32_t {
    kAhead = 2097152,    // Nested: the selector of its choice is the bit `number` ahead
    kInner = 4194304,    // Nested: a message or PDU
    kBareAround = 8388608, // a length of `lead` bits around this field alone
-   kBeside = 16777216,  // behind the half octet of length, not counted
-   kQuits = 33554432,   // Since: a decoder at the element's end returns as it stands
+   kBeside = 16777216,    // behind the half octet of length, not counted
+   kQuits = 33554432,     // Since: a decoder at the element's end returns as it stands
    kUnnamedOnWire = 67108864,
 };
 
@@ -131,22 +131,22 @@ struct Arm {
    uint16_t row;
 };
 
-// Record: rows in a block. Value: the one row tells all. Alias: another type's form under an own name; the type
-// is in `first` and the module in `rows`.
+// Record: rows in a block. Value: the one row tells all. Alias: another type's form under an own name; the
+// type is in `first` and the module in `rows`.
 enum class Form : uint8_t { Record, Value, Empty, Alias };
 
 // What stands between the rows of a type and its callers.
 enum class Codec : uint8_t { Element, Message, OneElement, Pdu, ByHand };
 
 enum TypeFlags : uint8_t {
-   kBare = 1,      // the length is on the wire alone
-   kAligned = 2,   // on to the next octet ahead of the closing steps
+   kBare = 1,    // the length is on the wire alone
+   kAligned = 2, // on to the next octet ahead of the closing steps
    kCountsBits = 4,
-   kTailStays = 8, // closing leaves the open tail's flag
-   kShifts = 16,   // Message: codeset shifts
-   kTailStops = 32, // Message: no element behind an open tail
+   kTailStays = 8,    // closing leaves the open tail's flag
+   kShifts = 16,      // Message: codeset shifts
+   kTailStops = 32,   // Message: no element behind an open tail
    kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
-   kCarries = 128, // a message is inside
+   kCarries = 128,    // a message is inside
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
@@ -169,8 +169,8 @@ struct Type {
    uint8_t presenceOctets;
    uint16_t presenceOffset;
    uint16_t lengthOffset;
-   uint16_t mandatory;   // Message: rows ahead of the optional elements
-   uint16_t halfOctets;  // Message: bit n for the half-octet IEI n
+   uint16_t mandatory;         // Message: rows ahead of the optional elements
+   uint16_t halfOctets;        // Message: bit n for the half-octet IEI n
    uint32_t name, decodedName; // on the name stack
    // Short form; the codec of a message on plain octets; the codec by hand.
    ShortDecode shortDecode;
