@@ -310,7 +310,6 @@ private:
       if (type.aligned) flags.push_back("kAligned");
       if (type.cls == Class::LB) flags.push_back("kCountsBits");
       if (type.leaveTail) flags.push_back("kTailStays");
-      if (carriesMessage(type)) flags.push_back("kCarries");
       if (type.shifts) flags.push_back("kShifts");
       if (type.tailstop) flags.push_back("kTailStops");
       const bool hasBits = form == "Record" && !presenceBits(type.fields).empty();

@@ -187,15 +187,6 @@ bool quits(const Type& type) {
    });
 }
 
-bool carriesMessage(const Type& type) {
-   if (type.kind == TypeKind::Alias || type.kind == TypeKind::List)
-      return type.base.type != nullptr && carriesMessage(*type.base.type);
-   return type.kind == TypeKind::Record && anyField(type, [](const Field& field) {
-             const Type* inner = field.type.type;
-             return inner != nullptr && (isMessage(*inner) || carriesMessage(*inner));
-          });
-}
-
 bool leavesContainer(const Type& type) {
    return (type.cls == Class::LV || type.cls == Class::LVE) && quits(type);
 }

@@ -82,8 +82,6 @@ bool hasShortForm(const Type& type);
 // One of a signature that all such have: made by l3c, of a record and nothing besides.
 bool isUniform(const Type& type);
 bool hasMessageForm(const Type& type);
-// Is a message inside?
-bool carriesMessage(const Type& type);
 // A decoder that can return early, with the container of the type left behind; callers see it by that.
 bool leavesContainer(const Type& type);
 // Can be told by a caller of the type itself only in the exact form.

@@ -532,11 +532,7 @@ int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
                  uint64_t second) {
    switch (type.codec) {
    case walk::Codec::Element:
-      // The messages inside have not been tried where something is on record.
-      if (type.shortDecode != nullptr && (type.flags & kCarries) == 0) {
-         const InFull full(ctxt);
-         return Decoding(ctxt, module, type, value, parameter).element();
-      }
+      // What is inside is tried in short again: most of it is well, and a failure lies deep down.
       return Decoding(ctxt, module, type, value, parameter).element();
    case walk::Codec::Message: return Decoding(ctxt, module, type, value).message();
    case walk::Codec::OneElement: return Decoding(ctxt, module, type, value).oneElement();

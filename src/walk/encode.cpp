@@ -382,9 +382,6 @@ int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
    case walk::Codec::ByHand: return type.encode(ctxt, value);
    default: break;
    }
-   if (type.shortEncode == nullptr || (type.flags & kCarries) != 0)
-      return Encoding(ctxt, module, type, value).element();
-   const InFull full(ctxt);
    return Encoding(ctxt, module, type, value).element();
 }
 

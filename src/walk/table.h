@@ -146,7 +146,6 @@ enum TypeFlags : uint8_t {
    kShifts = 16,      // Message: codeset shifts
    kTailStops = 32,   // Message: no element behind an open tail
    kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
-   kCarries = 128,    // a message is inside
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
