@@ -103,7 +103,10 @@ private:
    uint64_t value(unsigned expression) const {
       return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
    }
-   void clearPresence(uint32_t offset, unsigned octets) { std::memset(record_ + offset, 0, octets); }
+   // A type without contents has no record.
+   void clearPresence(uint32_t offset, unsigned octets) {
+      if (octets != 0) std::memset(record_ + offset, 0, octets);
+   }
 
    int alias() {
       const Module& module = *modules[type_.rows];
