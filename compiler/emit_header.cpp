@@ -349,7 +349,7 @@ private:
    }
    std::string decoderWords(const Type& type) {
       const Type& base = baseType(type);
-      std::string text = hasEncoder(type) ? "Decodes it" : "Decodes: " + title(type);
+      std::string text = "Decodes it";
       if (base.kind == TypeKind::Digits) text += " from `numocts` octets";
       if (base.kind == TypeKind::Text && !base.parameters.empty())
          text += " from `octets` octets, less `spareBits` bits of the last one";
@@ -360,21 +360,16 @@ private:
 
    void functions(const Type& type) {
       w_.line();
-      if (hasEncoder(type)) {
-         words(encoderWords(type));
-         w_.line("QUORVA_API int " + encoderName(type) + "(RtxContext* pctxt" + encodeParameters(type) +
-                 ");");
-      }
+      words(encoderWords(type));
+      w_.line("QUORVA_API int " + encoderName(type) + "(RtxContext* pctxt" + encodeParameters(type) + ");");
       if (hasDecoder(type)) {
          words(decoderWords(type));
          w_.line("QUORVA_API int " + decoderName(type) + "(RtxContext* pctxt" + decodeParameters(type) +
                  ");");
       }
-      if (!type.noPrinter) {
-         words(passing(type) == Passing::Nothing ? "Prints that there is nothing in it." : "Prints it.");
-         w_.line("QUORVA_API int " + printerName(type) + "(RtxContext* pctxt, const char* name" +
-                 printParameters(type) + ");");
-      }
+      words(passing(type) == Passing::Nothing ? "Prints that there is nothing in it." : "Prints it.");
+      w_.line("QUORVA_API int " + printerName(type) + "(RtxContext* pctxt, const char* name" +
+              printParameters(type) + ");");
       if (hasInit(type)) {
          words("Puts it into its empty state.");
          w_.line("QUORVA_API int " + initName(type) + "(" + recordName(type) + "* pvalue);");

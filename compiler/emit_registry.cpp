@@ -69,15 +69,14 @@ void entry(const Type& type, Writer& functions, Writer& rows) {
    if (isInlineDigits(type))
       decode = "inlineDigits(c, static_cast<char*>(v), sizeof(" + record + "), " + decoderName(type) + ")";
    std::string row = "{\"" + record + "\", " + (holds ? "sizeof(" + record + ")" : "0");
-   row += ", " + function(hasEncoder(type), "int", "e_", "RtxContext* c, " + v,
+   row += ", " + function(true, "int", "e_", "RtxContext* c, " + v,
                           "return " + encoderName(type) + "(c" + valueOf(type, false) + ");");
    row += ", " + function(hasDecoder(type), "int", "d_", "RtxContext* c, " + v, "return " + decode + ";");
-   row += ", " + function(!type.noPrinter, "int", "p_", "RtxContext* c, const char* name, const " + v,
+   row += ", " + function(true, "int", "p_", "RtxContext* c, const char* name, const " + v,
                           "return " + printerName(type) + "(c, name" + valueOf(type, true) + ");");
    row += ", " + function(hasInit(type), "int", "i_", "void* v",
                           "return " + initName(type) + "(static_cast<" + record + "*>(v));");
-   row +=
-         ", " + function(hasRecord(type) && !type.noSample, "void*", "s_", "RtxContext* c", sampleBody(type));
+   row += ", " + function(hasRecord(type), "void*", "s_", "RtxContext* c", sampleBody(type));
    rows.line(row + ",");
    rows.line("   " + quotedLines(explain(type)) + "},");
 }

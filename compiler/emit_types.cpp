@@ -28,9 +28,6 @@ public:
       w_.line();
       // Parts of other types, used here alone.
       for (auto& type : module_.types) {
-         if (!hasEncoder(*type))
-            w_.line("extern \"C\" int " + encoderName(*type) + "(RtxContext* pctxt" +
-                    encodeParameters(*type) + ");");
          if (!hasDecoder(*type))
             w_.line("extern \"C\" int " + decoderName(*type) + "(RtxContext* pctxt" +
                     decodeParameters(*type) + ");");

@@ -832,7 +832,7 @@ void emitWalk(const Model& model, const Module& module, Outputs& out) {
    prologue(module, "Printers", {header, "src/walk/print.h"}, printers);
    prologue(module, "Samples and selectors", {header, "src/walk/sample.h"}, samples);
    for (auto& type : module.types) {
-      if (!type->noPrinter) printer(*type, printers);
+      printer(*type, printers);
       if (hasSample(*type)) builder(*type, samples);
       if (type->kind == TypeKind::Pdu) selectors(*type, samples);
    }

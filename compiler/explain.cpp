@@ -41,8 +41,6 @@ std::string spelled(const Expr& expr) {
    case Op::Le: return joined(" <= ");
    case Op::Ge: return joined(" >= ");
    case Op::And: return joined(" and ");
-   case Op::Or: return joined(" or ");
-   case Op::Not: return "not (" + spelled(*expr.left) + ')';
    }
    return {};
 }
@@ -134,8 +132,7 @@ private:
       const bool optional = outer || field.optional;
       if (field.lead != Lead::None) {
          figure_.loosen();
-         figure_.bits(field.name + (field.lead == Lead::LH ? " follows: H, or L" : " follows: 1, or 0"), 1,
-                      outer);
+         figure_.bits(field.name + " follows: 1, or 0", 1, outer);
       }
       if (field.bareBits) figure_.bits("length", field.bareBits, optional);
       switch (field.kind) {
@@ -215,9 +212,9 @@ private:
          if (&arm == &field.arms.front()) width = one;
          same = same && one.fixed() && one.low == width.low;
       }
-      if (field.selector == Selector::Bits || field.selector == Selector::LH) {
+      if (field.selector == Selector::Bits) {
          figure_.loosen();
-         figure_.bits(field.selector == Selector::LH ? "selector, L or H" : "selector", field.bits, optional);
+         figure_.bits("selector", field.bits, optional);
       }
       std::vector<std::string> lines{field.name.empty() ? "one of" : field.name};
       if (field.argument) lines[0] += " by " + spelled(*field.argument);

@@ -34,12 +34,9 @@ bool hasRecord(const Type& type) {
 }
 
 bool hasSample(const Type& type) {
-   return hasRecord(type) && !type.noSample && (!type.nested || type.ownSample);
+   return hasRecord(type) && (!type.nested || type.ownSample);
 }
 
-bool hasEncoder(const Type& type) {
-   return !type.noEncoder;
-}
 bool hasDecoder(const Type& type) {
    return !type.noDecoder;
 }
@@ -374,10 +371,6 @@ unsigned contentBits(const Field& field) {
 bool isRunType(const Type& type) {
    const unsigned bits = fixedBits(type);
    return bits != 0 && bits <= kMaxRunBits;
-}
-
-bool isRunField(const Field& field) {
-   return fixedBits(field) != 0 && isRunContent(field);
 }
 
 bool isRunContent(const Field& field) {

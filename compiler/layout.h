@@ -44,7 +44,6 @@ bool isPlain(const Type& record); // nothing in it tells what is there: values a
 // An initialiser stores a value in this number: the one that the description gives, or 0 in spare bits.
 bool clearsField(const Field& field);
 bool hasSample(const Type& type); // asn1Test_ exists
-bool hasEncoder(const Type& type);
 bool hasDecoder(const Type& type);
 
 // C type of an unsigned integer of that many bits.
@@ -119,7 +118,6 @@ unsigned contentBits(const Field& field); // of the field when it is there
 unsigned fixedBits(const Type& type);
 // Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
 bool isRunType(const Type& type);
-bool isRunField(const Field& field);
 bool isRunContent(const Field& field); // would be one if it were not optional
 // The field as a part of a run, in the frame's words; `arm`: bound failures are logged.
 std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);

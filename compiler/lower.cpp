@@ -43,7 +43,7 @@ struct Place {
       return place;
    }
    // A record of its own among the same.
-   Place record_(const std::string& prefix, const Fields& fields) const {
+   Place recordAt(const std::string& prefix, const Fields& fields) const {
       Place place = inner();
       place.record = place.levelRecord = prefix;
       place.level = &fields;
@@ -244,7 +244,7 @@ private:
          break;
       case Kind::Group:
          step.op = Op::Group;
-         sequence(field.fields, place.record_(step.member + ".", field.fields), last, step.steps);
+         sequence(field.fields, place.recordAt(step.member + ".", field.fields), last, step.steps);
          break;
       case Kind::Each:
          step.op = Op::List;
@@ -297,7 +297,7 @@ private:
       step.op = base.kind == TypeKind::Pdu || base.kind == TypeKind::Message ? Op::Message : Op::Call;
       if (!field.valueOnly && field.ahead == 0) return;
       step.op = Op::Contents;
-      Place inner = place.record_(step.member + ".", base.fields);
+      Place inner = place.recordAt(step.member + ".", base.fields);
       inner.root = inner.record;
       inner.inLength = field.valueOnly;
       if (field.valueOnly)
@@ -359,24 +359,19 @@ Program lower(const Type& type) {
    return Lowering(type).run();
 }
 
-bool isList(const Step& step) {
-   return step.op == Op::List;
-}
-
 std::string written(const Term& term, const std::string& record, const std::string& rest,
                     const std::string& parameter) {
    struct Writing {
       const Term& term;
       const std::string &record, &rest, &parameter;
       std::string operator()(const Expr& e) const {
-         static const char* const signs[] = {"+", "-", "*", "==", "!=", "<", ">", "<=", ">=", "&&", "||"};
+         static const char* const signs[] = {"+", "-", "*", "==", "!=", "<", ">", "<=", ">=", "&&"};
          switch (e.op) {
          case Expr::Op::Number: return std::to_string(e.number);
          case Expr::Op::Rest: return rest;
          case Expr::Op::Name:
             if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
             return writtenPath(term, e, record);
-         case Expr::Op::Not: return "!" + (*this)(*e.left);
          default: {
             const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
             return "(" + (*this)(*e.left) + " " + signs[sign] + " " + (*this)(*e.right) + ")";

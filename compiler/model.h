@@ -28,14 +28,14 @@ struct Field;
 
 // Expressions of `by`, `if`, `*(…)`, `octets(…)`.
 struct Expr {
-   enum class Op { Number, Name, Rest, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And, Or, Not };
+   enum class Op { Number, Name, Rest, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And };
    Op op = Op::Number;
    Pos pos;
    uint64_t number = 0;
-   std::string name;                  // Name: dotted path as written
-   bool parameter = false;            // Name: a parameter of the type; `path` is empty
-   std::vector<const Field*> path;    // Name, resolved: the fields from the outermost record inwards
-   std::unique_ptr<Expr> left, right; // Not uses left alone
+   std::string name;               // Name: dotted path as written
+   bool parameter = false;         // Name: a parameter of the type; `path` is empty
+   std::vector<const Field*> path; // Name, resolved: the fields from the outermost record inwards
+   std::unique_ptr<Expr> left, right;
 };
 
 struct TypeRef {
@@ -87,9 +87,9 @@ enum class Kind {
 
 // What tells that another entry comes: bits left in the container, an ext bit, a 1 ahead of each entry.
 enum class Entries { Rest, Ext, Flags };
-enum class Class { V, LV, LVE, L4, LB };         // LB: the length counts bits
-enum class Lead { None, Bit, LH };               // optional field led by a bit of its own
-enum class Selector { Field, Record, Bits, LH }; // steered by a field, by `t` alone, `t` - 1 in bits, L/H
+enum class Class { V, LV, LVE, L4, LB };     // LB: the length counts bits
+enum class Lead { None, Bit };               // optional field led by a bit of its own
+enum class Selector { Field, Record, Bits }; // steered by a field, by `t` alone, `t` - 1 in bits
 
 struct Field {
    Pos pos;
@@ -201,7 +201,7 @@ struct Type {
    bool returns = false;                // Record: its release groups quit
    bool shortForm = false;              // custom: the codec by hand has a short form
    bool amongBits = false;              // it stands behind a bit inside an octet; custom: by its description
-   bool custom = false, noEncoder = false, noDecoder = false, noSample = false, noPrinter = false;
+   bool custom = false, noDecoder = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    TypeRef base;              // Alias, OneElement, List
    std::vector<std::unique_ptr<Field>> fields;

@@ -95,9 +95,6 @@ struct Program {
 
 Program lower(const Type& type);
 
-// Is the step a list whose entries are led by ext bits?
-bool isList(const Step& step);
-
 // The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets
 // left, `parameter` for the type's parameter if not its name.
 std::string written(const Term& term, const std::string& record, const std::string& rest,

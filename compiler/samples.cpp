@@ -234,8 +234,6 @@ uint64_t Sample::evaluate(const Expr& e) const {
    case Expr::Op::Le: return left() <= right();
    case Expr::Op::Ge: return left() >= right();
    case Expr::Op::And: return left() && right();
-   case Expr::Op::Or: return left() || right();
-   case Expr::Op::Not: return !left();
    }
    return 0;
 }
@@ -394,7 +392,7 @@ std::optional<uint64_t> Sample::bits(const Field& field) const {
    }
    case Kind::Choice: {
       const uint64_t on = selector(field);
-      sum += field.selector == Selector::Bits || field.selector == Selector::LH ? field.bits : 0;
+      sum += field.selector == Selector::Bits ? field.bits : 0;
       for (const Arm& arm : field.arms) {
          bool here = arm.isElse;
          for (auto& range : arm.values) here |= on >= range.low && on <= range.high;

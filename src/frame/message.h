@@ -1,6 +1,7 @@
 // Messages on plain octets, without trace: mandatory part and scan go on a cursor of their own, each element
-// in its short form. What will not do goes through the rows of the message, element by element, with the
-// context's cursor; that finds the failure and its path. Messages are never done anew from their start.
+// in its short form. What will not do goes by the rows of the message, with the context's cursor: the rest of
+// the message behind a mandatory element, one element of the scan. That finds the failure and its path.
+// Messages are never done anew from their start.
 #pragma once
 
 #include "src/frame/encoder.h"

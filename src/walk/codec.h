@@ -4,8 +4,9 @@
 #include "src/walk/table.h"
 
 namespace quorva::frame {
+class Codec;
 class Scan;
-}
+} // namespace quorva::frame
 
 namespace quorva::walk {
 
@@ -41,6 +42,9 @@ inline bool hasBit(const uint8_t* record, uint32_t number) {
 inline void setBit(uint8_t* record, uint32_t number) {
    if (number != kNone) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
 }
+
+// No arm of a choice fits: -9. Where a single arm may be, the refusal bears its name.
+int refuseChoice(frame::Codec& codec, const Module& module, unsigned row);
 
 // Are the length and its row of the record the first of the type's rows?
 inline unsigned firstOnWire(const Type& type) {

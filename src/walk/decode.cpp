@@ -410,13 +410,7 @@ private:
       const Row& row = module_.rows[index];
       if (const Row* arm = findArm(module_, row, static_cast<uint32_t>(on)))
          return field(static_cast<unsigned>(arm - module_.rows), end);
-      return noArm(index);
-   }
-   // Where a single arm may be, a refusal bears its name.
-   int noArm(unsigned index) {
-      if ((module_.wires[index].flags & kSingle) != 0)
-         L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
-      return fail(ctxt_, RTX_E_BAD_CHOICE);
+      return refuseChoice(*this, module_, index);
    }
 
    // Entries: how many, how they are led, where they go.

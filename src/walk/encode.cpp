@@ -302,10 +302,7 @@ private:
    int arms(unsigned index, uint64_t on) {
       if (const Row* arm = findArm(module_, module_.rows[index], static_cast<uint32_t>(on)))
          return field(static_cast<unsigned>(arm - module_.rows));
-      // Where a single arm may be, a refusal bears its name.
-      if ((module_.wires[index].flags & kSingle) != 0)
-         L3_TRY(push(module_.texts + module_.wires[module_.arms[module_.rows[index].first].row].name));
-      return fail(ctxt_, RTX_E_BAD_CHOICE);
+      return refuseChoice(*this, module_, index);
    }
 
    int list(unsigned index, const char* name) {

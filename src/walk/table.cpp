@@ -1,6 +1,7 @@
 #include "src/walk/table.h"
 
 #include "runtime/core/rtxInline.h"
+#include "src/frame/base.h"
 #include "src/walk/codec.h"
 
 #include <cstring>
@@ -46,6 +47,12 @@ uint64_t octetsLeft(const RtxContext* ctxt) {
    if (ctxt == nullptr) return 0;
    const int64_t bits = hot::containerRemBits(ctxt);
    return bits > 0 ? static_cast<uint64_t>(bits) >> 3 : 0;
+}
+
+int refuseChoice(frame::Codec& codec, const Module& module, unsigned row) {
+   if ((module.wires[row].flags & kSingle) != 0)
+      L3_TRY(codec.push(module.texts + module.wires[module.arms[module.rows[row].first].row].name));
+   return codec.failed(RTX_E_BAD_CHOICE);
 }
 
 const Row* findArm(const Module& module, const Row& choice, uint64_t value) {
