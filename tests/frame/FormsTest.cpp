@@ -193,15 +193,8 @@ TEST(Forms, LeaveTheSameOfRealOctets) {
    };
    std::vector<std::pair<const char*, std::vector<uint8_t>>> inputs;
    for (const auto& vector : described) inputs.emplace_back(vector.type, octetsFromHex(vector.octets));
-   const struct {
-      const char *file, *type;
-   } files[] = {{"eps", "TS24301Msg_PDU"},
-                {"5gs", "TS24501Msg_PDU"},
-                {"ts24008", "TS24008Msg_PDU"},
-                {"ts24011", "TS24011Msg_CP_PDU"}};
-   for (const auto& [file, type] : files)
-      for (const Vector& vector : loadVectors(std::string(QUORVA_TEST_DATA "/vectors/") + file + ".txt"))
-         inputs.emplace_back(type, vector.octets);
+   for (const auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
+      inputs.emplace_back(type, vector.octets);
    Pair pair;
    std::mt19937 random(2);
    for (auto& [name, octets] : inputs) {

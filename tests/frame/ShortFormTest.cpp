@@ -98,15 +98,8 @@ TEST_F(WellFormed, GoesInTheShortForm) {
       const Coded coded = encode(context_.ctxt, *type, type->sample(&context_.ctxt));
       run(*type, type->name, coded.octets);
    }
-   const struct {
-      const char *file, *type;
-   } files[] = {{"eps", "TS24301Msg_PDU"},
-                {"5gs", "TS24501Msg_PDU"},
-                {"ts24008", "TS24008Msg_PDU"},
-                {"ts24011", "TS24011Msg_CP_PDU"}};
-   for (const auto& [file, type] : files)
-      for (const Vector& vector : loadVectors(std::string(QUORVA_TEST_DATA "/vectors/") + file + ".txt"))
-         run(*quorvaFindType(type), vector.name, vector.octets);
+   for (const auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
+      run(*quorvaFindType(type), vector.name, vector.octets);
    EXPECT_GT(tried_, 900u);
    for (const auto& row : kInFull)
       EXPECT_TRUE(seen_.count(row.name)) << row.name << " goes in the short form now: take it off the table";

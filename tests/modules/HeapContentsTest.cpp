@@ -43,15 +43,8 @@ TEST(HeapContents, DoNotShow) {
       inputs.emplace_back(type, encode(samples.ctxt, *type, type->sample(&samples.ctxt)).octets);
       rtxMemReset(&samples.ctxt);
    }
-   const struct {
-      const char *file, *type;
-   } files[] = {{"eps", "TS24301Msg_PDU"},
-                {"5gs", "TS24501Msg_PDU"},
-                {"ts24008", "TS24008Msg_PDU"},
-                {"ts24011", "TS24011Msg_CP_PDU"}};
-   for (const auto& [file, type] : files)
-      for (const Vector& vector : loadVectors(std::string(QUORVA_TEST_DATA "/vectors/") + file + ".txt"))
-         inputs.emplace_back(quorvaFindType(type), vector.octets);
+   for (const auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
+      inputs.emplace_back(quorvaFindType(type), vector.octets);
    EXPECT_GT(inputs.size(), 1200u);
 
    std::mt19937 random(3);

@@ -192,6 +192,21 @@ inline std::vector<Vector> loadVectors(const std::string& path) {
    return detail::VectorReader(path).read();
 }
 
+/** All NAS and SMS vectors of a folder, each with the name of the PDU that decodes it. */
+inline std::vector<std::pair<const char*, Vector>> messageVectors(const std::string& folder) {
+   static const struct {
+      const char *file, *type;
+   } kFiles[] = {{"eps", "TS24301Msg_PDU"},
+                 {"5gs", "TS24501Msg_PDU"},
+                 {"ts24008", "TS24008Msg_PDU"},
+                 {"ts24011", "TS24011Msg_CP_PDU"}};
+   std::vector<std::pair<const char*, Vector>> all;
+   for (const auto& file : kFiles)
+      for (Vector& vector : loadVectors(folder + "/" + file.file + ".txt"))
+         all.emplace_back(file.type, std::move(vector));
+   return all;
+}
+
 } // namespace quorva::test
 
 #endif
