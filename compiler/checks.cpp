@@ -46,6 +46,7 @@ private:
       case TypeKind::Enum:
       case TypeKind::Number: values(type); break;
       case TypeKind::Octets:
+      case TypeKind::Bits:
          if (!type.storage.heap && !type.storage.capacity)
             error(NoCapacity, type.pos, quoted(type.name) + " can hold no octets.");
          boundsFit(type.bounds, lengthBits(type), type.pos, "a length");
@@ -167,6 +168,7 @@ private:
          break;
       case Kind::Octets:
       case Kind::Sized:
+      case Kind::SizedBits:
       case Kind::Fill:
          if (!field.storage.heap && !field.storage.capacity)
             error(NoCapacity, field.pos, quoted(field.name) + " needs `inline` with a capacity, or `heap`.");
@@ -212,7 +214,8 @@ private:
       const bool varies = (field.kind == Kind::Each && !field.argument) || field.kind == Kind::Messages ||
                           (field.kind == Kind::Choice && field.selector != Selector::Field) ||
                           field.kind == Kind::Counted || field.kind == Kind::Fill ||
-                          field.kind == Kind::Tail || field.kind == Kind::BitTail;
+                          field.kind == Kind::Tail || field.kind == Kind::BitTail ||
+                          field.kind == Kind::FillBits || field.kind == Kind::Unary;
       refuse(field.sample && !(field.optional && *field.sample == 0),
              varies || field.kind == Kind::Uint || field.kind == Kind::Flag || field.kind == Kind::Named,
              "`sample` goes with what no other field tells.");
@@ -226,7 +229,7 @@ private:
       if (!type->parameters.empty() && !field.argument && !owner.custom)
          error(ArgumentMissing, field.type.pos,
                quoted(field.type.name) + " needs " + quoted(type->parameters.front()) + " in brackets.");
-      if (type->parameters.empty() && !field.valueOnly && field.argument)
+      if (type->parameters.empty() && !field.valueOnly && field.argument && !type->presized)
          error(ArgumentUnused, field.type.pos, quoted(field.type.name) + " takes nothing in brackets.");
       const bool lengthed = type->cls != Class::V && type->kind == TypeKind::Record && !type->custom;
       if (field.valueOnly && !lengthed)
@@ -251,6 +254,7 @@ private:
       if (field.arms.empty()) error(EmptyChoice, field.pos, "The choice has no arms.");
       // Another selector than an expression has been told by the reader.
       const bool by = field.selector == Selector::Field;
+      if (field.selector == Selector::Pattern) patterns(field);
       const Range all = by ? rangeOf(*field.argument) : Range{0, kAnySelector};
       const Type* closed = by ? closedEnum(*field.argument) : nullptr;
       std::vector<Arm::Range> seen;
@@ -286,6 +290,19 @@ private:
       if (otherwise && left <= 0)
          error(UnreachableArm, otherwise->pos,
                "Each value of the selector has an arm, none is left for `else`.");
+   }
+
+   // A pattern that begins with another one would never be met.
+   void patterns(const Field& field) {
+      const auto high = [](const Arm& arm) { return arm.pattern.find_first_of("LH") != std::string::npos; };
+      for (const Arm& arm : field.arms)
+         for (const Arm& other : field.arms)
+            if (&arm != &other && high(arm) == high(other) && arm.pattern.starts_with(other.pattern) &&
+                (arm.pattern != other.pattern || &other < &arm))
+               error(DuplicateArm, arm.pos, "These bits lead an arm already.");
+      for (const Arm& arm : field.arms)
+         if (high(arm) != high(field.arms.front()))
+            error(UnevenPatterns, arm.pos, "The arms of a choice are led by plain bits, or all by L and H.");
    }
 
    // Messages

@@ -63,12 +63,34 @@ private:
          expression(*type.times, !type.freeCount);
          count(*type.times, type.storage, type.bounds, type.pos);
       }
+      if (type.structure) return structure(type);
       if (type.custom || !type.table.empty()) return; // what their codecs by hand do is their own
       container(type.fields, true);
       through(type.fields, type.cls == Class::LV || type.cls == Class::LVE ? kStart : kAnywhere, true);
       for (auto& field : type.fields) this->field(*field, type.cls != Class::V);
       if (type.kind == TypeKind::Record && type.cls != Class::V && type.cls != Class::L4)
          lengthFits(type.fields, type.bounds, lengthBits(type), type.cls == Class::LB ? 1 : 8, type.pos);
+   }
+
+   // CSN.1 knows no octets but those of its lengths, and its parts may end anywhere.
+   void structure(const Type& type) {
+      if (type.custom) return;
+      eachField(type.fields, [this](const Field& field) {
+         refuse(field.kind == Kind::Group || (field.kind == Kind::Each && !field.type.type), field.pos,
+                "What a structure has inside has a type by place.");
+         refuse(field.kind == Kind::Chain || field.kind == Kind::Since || field.kind == Kind::Swap ||
+                      field.kind == Kind::Counted || field.aside || field.valueOnly || field.ahead ||
+                      field.bareBits,
+                field.pos, "A structure has no words of octets but its lengths.");
+         refuse(field.truncatable && field.when, field.pos, "A condition needs no bit of its own.");
+         refuse((field.kind == Kind::SizedBits || field.kind == Kind::FillBits ||
+                 field.kind == Kind::BitTail) &&
+                      !field.bounds.empty(),
+                field.pos, "Bits have no bounds but their capacity.");
+         refuse(field.kind == Kind::SizedBits && field.storage.heap, field.pos,
+                "Bits of a size are kept inline.");
+         expressions(field);
+      });
    }
 
    // Order in a container
@@ -274,7 +296,8 @@ private:
 
    void element(const Field& field) {
       const bool choice = field.kind == Kind::Choice;
-      refuse(!choice && !field.present &&
+      const bool number = field.kind == Kind::Uint && field.ieiBits == 4;
+      refuse(!choice && !field.present && !number &&
                    (field.kind != Kind::Named || field.argument || field.ahead || field.bareBits),
              field.pos, "An optional element is a type, `T` or a choice.");
       refuse(choice != (field.cls != Class::V), field.pos,
@@ -308,17 +331,20 @@ private:
 
    void expressions(const Field& field) {
       const Expr* argument = field.argument.get();
-      const bool decoderOnly = field.kind == Kind::Named || (field.kind == Kind::Each && field.freeCount);
+      const bool sizes = field.type.type && field.type.type->presized;
+      const bool decoderOnly =
+            (field.kind == Kind::Named && !sizes) || (field.kind == Kind::Each && field.freeCount);
       if (argument) expression(*argument, !decoderOnly);
       if (field.second) expression(*field.second, false);
       if (field.when) expression(*field.when, false);
       if (field.entry && field.entry->argument) expression(*field.entry->argument, true);
-      if (argument && (field.kind == Kind::Each || field.kind == Kind::Sized))
+      if (argument &&
+          (field.kind == Kind::Each || field.kind == Kind::Sized || field.kind == Kind::SizedBits))
          count(*argument, field.storage, field.bounds, field.pos);
    }
 
    void expression(const Expr& e, bool encoder) {
-      refuse(encoder && (e.op == Expr::Op::Rest || e.parameter), e.pos,
+      refuse(encoder && (e.op == Expr::Op::Rest || (e.parameter && e.path.empty())), e.pos,
              "`rest` and what a type is called with are known to decoders alone.");
       const Field* named = e.op == Expr::Op::Name && !e.path.empty() ? e.path.back() : nullptr;
       if (named && !rangeOf(*named)) error(NoNumber, e.pos, quoted(e.name) + " is no number.");

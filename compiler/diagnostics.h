@@ -99,6 +99,9 @@ private:
 void readDescription(Model& model, const std::string& path, const std::string& text,
                      Diagnostics& diagnostics);
 
+// Does the text begin with `module X more`?
+bool bringsMore(const std::string& text);
+
 // Completes a model: names to types, expressions to fields, storage, groups, nested names. Then checks it.
 void resolve(Model& model, Diagnostics& diagnostics);
 void check(const Model& model, Diagnostics& diagnostics);

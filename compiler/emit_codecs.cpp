@@ -317,6 +317,9 @@ private:
          return attempt("message<" + (enc_ ? encoderName(*step.type) : decoderName(*step.type)) + ">(&" +
                         lvalue(step) + ")");
       case Op::Bits:
+      case Op::SizedBits:
+      case Op::Unary:
+      case Op::Padding:
       case Op::Pointers: return; // such a type has no short form
       }
    }
@@ -606,7 +609,7 @@ private:
             group = own;
          }
          const std::string place = "e.at(" + number(row++) + ")";
-         if (step.op == Op::Call && !hasShortForm(*step.type)) {
+         if (step.op == Op::Integer || (step.op == Op::Call && !hasShortForm(*step.type))) {
             w_.line("if (" + hasBit(step.present) + guard + " && " + place + ") L3_TRY(e.element());");
             continue;
          }

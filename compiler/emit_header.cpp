@@ -52,7 +52,8 @@ private:
       case TypeKind::Message:
       case TypeKind::Pdu:
       case TypeKind::List: return true;
-      case TypeKind::Octets: return type.count == 0 && !type.storage.heap;
+      case TypeKind::Octets:
+      case TypeKind::Bits: return type.count == 0 && !type.storage.heap;
       default: return false;
       }
    }
@@ -68,8 +69,9 @@ private:
       if (type.module != &module_ || !defined_.insert(&type).second) return;
       if (type.base.type != nullptr) define(*type.base.type);
       for (auto& field : type.fields) needs(*field);
-      for (auto& row : type.table)
-         if (row.record.type != nullptr && !isStruct(*row.record.type)) define(*row.record.type);
+      for (auto* table : {&type.table, &type.secondTable})
+         for (auto& row : *table)
+            if (row.record.type != nullptr && !isStruct(*row.record.type)) define(*row.record.type);
       const std::string name = recordName(type);
       switch (type.kind) {
       case TypeKind::Enum:
@@ -101,6 +103,19 @@ private:
          }
          w_.line();
          break;
+      case TypeKind::Bits:
+         comment(type);
+         if (type.count != 0) {
+            w_.line("typedef uint8_t " + name + "[" + std::to_string((type.count + 7) / 8) + "];");
+         } else if (type.storage.heap) {
+            w_.line("typedef RtxDynBitStr " + name + ";");
+         } else {
+            w_.open("struct " + name + " {");
+            bitString(type.storage);
+            w_.close("};");
+         }
+         w_.line();
+         break;
       case TypeKind::Digits:
       case TypeKind::Text:
          comment(type);
@@ -118,8 +133,8 @@ private:
       case TypeKind::List:
          comment(type);
          w_.open("struct " + name + " {");
-         w_.line(countType(type.storage) + " n;");
-         w_.line(recordName(*type.base.type) +
+         w_.line(countType(type.storage, type.entries) + " n;");
+         w_.line((type.base.type != nullptr ? recordName(*type.base.type) : uintType(type.bits)) +
                  (type.storage.heap ? "* elem;" : " elem[" + std::to_string(type.storage.capacity) + "];"));
          w_.close("};");
          w_.line();
@@ -159,6 +174,7 @@ private:
       const std::string doc = field.doc.empty() ? "" : " /**< " + field.doc + " */";
       switch (field.kind) {
       case Kind::Flag: w_.line("uint8_t " + name + ";" + doc); return true;
+      case Kind::Unary:
       case Kind::Uint:
       case Kind::Frame: w_.line(uintType(field.bits) + " " + name + ";" + doc); return true;
       case Kind::Octets:
@@ -190,12 +206,13 @@ private:
          }
          return true;
       case Kind::BitTail:
+      case Kind::FillBits:
+      case Kind::SizedBits:
          if (field.storage.heap || field.storage.capacity == 0) {
             w_.line("RtxDynBitStr " + name + ";" + doc);
          } else {
             w_.open("struct {");
-            w_.line(countType(Storage{false, field.storage.capacity * 8}) + " numbits;");
-            w_.line("uint8_t data[" + std::to_string(field.storage.capacity) + "];");
+            bitString(field.storage);
             w_.close("} " + name + ";" + doc);
          }
          return true;
@@ -208,7 +225,7 @@ private:
          const std::string element =
                field.type.type != nullptr ? recordName(*field.type.type) : uintType(field.bits);
          w_.open("struct {");
-         w_.line(countType(field.storage) + " n;");
+         w_.line(countType(field.storage, field.entries) + " n;");
          if (field.entry != nullptr) {
             w_.open("struct {");
             w_.line(countType(field.entry->storage) + " numocts;");
@@ -239,7 +256,7 @@ private:
          w_.open("struct {");
          w_.line("uint32_t t;");
          w_.open("union {");
-         for (auto& row : type->table) {
+         for (auto& row : tableOf(*type, field)) {
             if (row.record.type == nullptr) continue;
             w_.line(recordName(*row.record.type) + (row.inlineValue ? " " : "* ") + cName(row.member) + ";");
          }
@@ -248,6 +265,12 @@ private:
          return true;
       default: return false;
       }
+   }
+
+   // Count and octets of a bit string, whose capacity is in bits.
+   void bitString(const Storage& storage) {
+      w_.line(countType(storage) + " numbits;");
+      w_.line("uint8_t data[" + std::to_string((storage.capacity + 7) / 8) + "];");
    }
 
    void assertions(const Type& type) {
@@ -392,6 +415,13 @@ private:
                                            : " and the pointer."));
          w_.line("QUORVA_API void asn1SetTC_" + recordName(type) + "_" + cName(row.member) +
                  "(RtxContext* pctxt, " + recordName(type) + "* pdu" + selectorParameter(row) + ");");
+      }
+      for (auto& row : type.secondTable) {
+         words("Sets the selector of `" + type.second + "`, " + std::to_string(row.selector) +
+               (row.record.type == nullptr ? "." : ", and the pointer."));
+         w_.line("QUORVA_API void asn1SetTC_" + recordName(type) + "_" + cName(type.second) + "_" +
+                 cName(row.member) + "(RtxContext* pctxt, " + recordName(type) + "* pdu" +
+                 selectorParameter(row) + ");");
       }
    }
 

@@ -25,6 +25,8 @@ private:
    void contents(const Type& type) {
       if (type.kind == TypeKind::Octets) {
          countAndOctets("pvalue->", type.storage.heap);
+      } else if (type.kind == TypeKind::Bits) {
+         countAndOctets("pvalue->", type.storage.heap, "numbits");
       } else if (type.kind == TypeKind::List) {
          countAndEntries("pvalue->", type.storage.heap);
       } else if (!isPlain(type)) {
@@ -63,7 +65,9 @@ private:
       case Kind::Sized:
       case Kind::Fill:
       case Kind::Tail: return countAndOctets(lvalue + ".", field.storage.heap, countMember(field));
-      case Kind::BitTail: return countAndOctets(lvalue + ".", field.storage.heap, "numbits");
+      case Kind::BitTail:
+      case Kind::FillBits:
+      case Kind::SizedBits: return countAndOctets(lvalue + ".", field.storage.heap, "numbits");
       case Kind::Each: return countAndEntries(lvalue + ".", field.storage.heap);
       case Kind::Group: return record(field.fields, lvalue + ".");
       case Kind::Choice: {
@@ -99,8 +103,8 @@ private:
       } else if (stores(base) > kMostInline) { // a few stores stand here; a long row of them is called
 
          w_.line(initName(type) + "(&" + lvalue + ");");
-      } else if (base.kind == TypeKind::Octets) {
-         countAndOctets(lvalue + ".", base.storage.heap);
+      } else if (base.kind == TypeKind::Octets || base.kind == TypeKind::Bits) {
+         countAndOctets(lvalue + ".", base.storage.heap, base.kind == TypeKind::Bits ? "numbits" : "numocts");
       } else if (base.kind == TypeKind::List) {
          countAndEntries(lvalue + ".", base.storage.heap);
       } else {
@@ -135,6 +139,8 @@ private:
          case Kind::Fill:
          case Kind::Tail:
          case Kind::BitTail:
+         case Kind::FillBits:
+         case Kind::SizedBits:
          case Kind::Each: sum += 1; break;
          default: sum += clearsField(*field); break;
          }

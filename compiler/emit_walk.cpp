@@ -36,7 +36,8 @@ size_t typeNumber(const Type& type) {
 unsigned widthOfUint(uint64_t bits) {
    return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8;
 }
-unsigned widthOfCount(const Storage& storage) {
+unsigned widthOfCount(const Storage& storage, bool led = false) {
+   if (led) return 8;
    return storage.heap ? 4 : storage.capacity <= 255 ? 1 : storage.capacity <= 65535 ? 2 : 4;
 }
 
@@ -274,7 +275,8 @@ private:
       default:
          if (type.kind == TypeKind::Message) codec = type.custom ? "ByHand" : "Message";
          if (type.kind == TypeKind::Pdu) codec = type.table.empty() ? "Pdu" : "ByHand";
-         if (type.kind != TypeKind::Number && type.kind != TypeKind::Octets && type.kind != TypeKind::List)
+         if (type.kind != TypeKind::Number && type.kind != TypeKind::Octets && type.kind != TypeKind::Bits &&
+             type.kind != TypeKind::List)
             form = "Record";
          if (form == "Record" && type.kind == TypeKind::Record && !type.bare && type.cls != Class::V) {
             RowText& row = block.emplace_back(RowText{});
@@ -312,6 +314,7 @@ private:
       if (type.leaveTail) flags.push_back("kTailStays");
       if (type.shifts) flags.push_back("kShifts");
       if (type.tailstop) flags.push_back("kTailStops");
+      if (type.pattern || type.structure) flags.push_back("kCsn1");
       const bool hasBits = form == "Record" && !presenceBits(type.fields).empty();
       if (firstRow.empty()) {
          firstRow = number(add(block));
@@ -323,12 +326,17 @@ private:
              number(type.kind == TypeKind::Enum ? type.bits : 0) + ", " + number(legal) + ", " +
              (hasBits ? sizeOf("m") : "0") + ", " + (hasBits ? offset("m") : "0") + ", " +
              (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) +
-             ", " + number(texts_.at(type.name)) + ", " + number(texts_.at(decodedName(type))) + ",\n      " +
-             functions(type, codec, entries_.count(&type) != 0) + "}";
+             ", " + number(texts_.at(encodedName(type))) + ", " + number(texts_.at(decodedName(type))) +
+             ",\n      " + functions(type, codec, entries_.count(&type) != 0) + "}";
    }
 
    // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
    // encoders keep the hyphens. The difference stays.
+   static std::string encodedName(const Type& type) {
+      std::string name = type.name;
+      if (type.module->isCsn1()) std::replace(name.begin() + 1, name.end(), '_', '-');
+      return name;
+   }
    static std::string decodedName(const Type& type) {
       const bool differs = type.name == "MsgType-MM-CC-SS" || type.kind == TypeKind::Pdu;
       return differs ? cName(type.name) : type.name;
@@ -384,6 +392,11 @@ private:
       row.width = number(widthOfCount(storage));
       row.sample = few;
       if (storage.heap) row.flags.push_back("kHeap");
+   }
+
+   // Is the size told by the structure around?
+   static bool namesOuter(const Expr& e) {
+      return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
    }
 
    void nested(RowText& row, const Type& type) const {
@@ -460,6 +473,12 @@ private:
       if (step.opensTail) row.wire.push_back("kOpensTail");
       if (step.rest) row.wire.push_back("kRest");
       if (step.byCount) row.wire.push_back("kByCount");
+      if (step.high) row.wire.push_back("kHigh");
+      if (step.quits) row.wire.push_back("kQuits");
+      if (step.preset || step.sizes) row.wire.push_back("kPreset");
+      if (step.patterns) row.wire.push_back("kPatterns");
+      if (step.inBits) row.wire.push_back("kInBits");
+      if (step.outside) row.wire.push_back(step.lowEnds ? "kLedOutside" : "kLedOutside | kLedByZeros");
       if (step.name.empty()) row.wire.push_back("kUnnamedOnWire");
       row.argument = expression(step.argument);
       row.second = expression(step.second);
@@ -534,12 +553,24 @@ private:
          row.bits = step.op == Op::Counted ? step.bits : 0;
          break;
       }
-      case Op::RestBits: {
-         const Storage inBits{step.storage.heap, step.storage.capacity * 8};
-         counted(row, "CountedBits", step.member + ".numbits", step.member + ".data", inBits,
-                 sample_->count(*field));
+      case Op::RestBits:
+      case Op::SizedBits: {
+         const std::string place = step.member.empty() ? "" : step.member + ".";
+         counted(row, "CountedBits", place + "numbits", place + "data", step.storage,
+                 field == nullptr ? Sample::typeCount(*type_) : sample_->count(*field));
          break;
       }
+      case Op::Unary:
+         row.kind = "Number";
+         row.wire.push_back("kHigh");
+         row.offset = offset(step.member);
+         row.width = "1";
+         row.sample = sample_->number(*field);
+         break;
+      case Op::Padding:
+         row.kind = "Padding";
+         row.flags.push_back("kWireOnly");
+         break;
       case Op::Nothing:
       case Op::Pointers:
          row.kind = "Null";
@@ -553,7 +584,9 @@ private:
       case Op::Message:
          nested(row, *step.type);
          row.offset = offset(step.member);
-         row.sample = field->sample.value_or(0);
+         row.sample = step.sizes ? sample_->sizeOf(*field) + 1 : field->sample.value_or(0);
+         if (field->zeros != 0) row.lead = field->zeros;
+         if (step.sizes && namesOuter(*step.argument.expr)) row.number = 1;
          if (step.op == Op::Message) row.wire.push_back("kInner");
          if (field->valueOnly) row.wire.push_back("kContents");
          if (field->ahead != 0) {
@@ -581,6 +614,7 @@ private:
             row.offset = offset(step.member);
             row.width = number(widthOfUint(step.bits));
          }
+         row.number = step.count;
          inside(step, row);
          break;
       case Op::Span:
@@ -624,6 +658,7 @@ private:
                            : field->kind == Kind::Named ? Sample::typeCount(baseType(*field->type.type))
                                                         : sample_->count(*field);
       counted(row, "List", place + "n", place + "elem", step.storage, few);
+      if (step.outside) row.width = "8";
       row.stride = sizeOf(place + "elem[0]");
       row.limits = limits(step.bounds);
       row.bits = 0;
@@ -662,8 +697,11 @@ private:
       row.first = add({entry});
    }
 
-   void arm(uint64_t low, uint64_t high, size_t row) {
-      arms_.push_back("{" + number(low) + "u, " + number(high) + "u, " + number(row) + "}");
+   void arm(uint64_t low, uint64_t high, size_t row, const std::string& pattern = "") {
+      unsigned bits = 0;
+      for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
+      arms_.push_back("{" + number(low) + "u, " + number(high) + "u, " + number(row) +
+                      (pattern.empty() ? "" : ", " + hex(bits, 2) + ", " + number(pattern.size())) + "}");
    }
 
    void choice(const Step& step, RowText& row) {
@@ -697,7 +735,8 @@ private:
       }
       row.first = arms_.size();
       for (size_t i = 0; i < field.arms.size(); ++i)
-         for (auto& range : field.arms[i].values) arm(range.low, range.high, places[i]);
+         for (auto& range : field.arms[i].values)
+            arm(range.low, range.high, places[i], field.arms[i].pattern);
       for (size_t i = 0; i < field.arms.size(); ++i)
          if (field.arms[i].isElse) arm(0, UINT32_MAX, places[i]);
       row.rows = arms_.size() - row.first;
@@ -710,7 +749,7 @@ private:
       row.width = "4";
       row.sample = sample_->selector(*step.field);
       std::vector<std::pair<uint64_t, size_t>> places;
-      for (auto& line : type_->table) {
+      for (auto& line : tableOf(*type_, *step.field)) {
          RowText content;
          content.name = printName(line.member);
          content.kind = "Null";
@@ -794,7 +833,7 @@ void selectors(const Type& pdu, Writer& w) {
    const Field* messages = nullptr;
    bool discriminator = false;
    for (auto& field : pdu.fields) {
-      if (field->kind == Kind::Messages) messages = field.get();
+      if (field->kind == Kind::Messages && messages == nullptr) messages = field.get();
       discriminator |= field->name == "protoDiscr";
    }
    if (messages == nullptr) return;
@@ -809,6 +848,16 @@ void selectors(const Type& pdu, Writer& w) {
       w.line("pdu->msgType = " + number(row.msgType) + ";");
       w.line(data + ".t = " + number(row.selector) + ";");
       if (!value.empty()) w.line(data + ".u." + cName(row.member) + " = value;");
+      w.close();
+   }
+   const std::string second = "pdu->" + cName(pdu.second);
+   for (auto& row : pdu.secondTable) {
+      const std::string value =
+            row.record.type != nullptr ? ", " + recordName(*row.record.type) + "* value" : "";
+      w.open("void asn1SetTC_" + recordName(pdu) + "_" + cName(pdu.second) + "_" + cName(row.member) +
+             "(RtxContext*, " + recordName(pdu) + "* pdu" + value + ") {");
+      w.line(second + ".t = " + number(row.selector) + ";");
+      if (!value.empty()) w.line(second + ".u." + cName(row.member) + " = value;");
       w.close();
    }
 }

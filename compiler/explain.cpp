@@ -1,10 +1,36 @@
 // Types as the standards show them: elements as octet figures, messages as the table of their elements.
+#include "compiler/csn1.h"
 #include "compiler/figure.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
 
 namespace l3c {
+std::string spelled(const Expr& expr) {
+   using Op = Expr::Op;
+   auto joined = [&](const char* sign) {
+      auto side = [](const Expr& part) { return part.left ? '(' + spelled(part) + ')' : spelled(part); };
+      return side(*expr.left) + sign + side(*expr.right);
+   };
+   switch (expr.op) {
+   case Op::Number: return std::to_string(expr.number);
+   case Op::Name: return expr.name;
+   case Op::Rest: return "rest";
+   case Op::Call: return expr.name + '(' + spelled(*expr.left) + ')';
+   case Op::Add: return joined(" + ");
+   case Op::Sub: return joined(" - ");
+   case Op::Mul: return joined(" * ");
+   case Op::Eq: return joined(" = ");
+   case Op::Ne: return joined(" != ");
+   case Op::Lt: return joined(" < ");
+   case Op::Gt: return joined(" > ");
+   case Op::Le: return joined(" <= ");
+   case Op::Ge: return joined(" >= ");
+   case Op::And: return joined(" and ");
+   }
+   return {};
+}
+
 namespace {
 
 using Fields = std::vector<std::unique_ptr<Field>>;
@@ -19,30 +45,6 @@ std::string hex(uint64_t value, int digits) {
    for (; digits > 0 || value; value >>= 4, --digits)
       result.insert(result.begin(), "0123456789ABCDEF"[value & 15]);
    return result;
-}
-
-std::string spelled(const Expr& expr) {
-   using Op = Expr::Op;
-   auto joined = [&](const char* sign) {
-      auto side = [](const Expr& part) { return part.left ? '(' + spelled(part) + ')' : spelled(part); };
-      return side(*expr.left) + sign + side(*expr.right);
-   };
-   switch (expr.op) {
-   case Op::Number: return text(expr.number);
-   case Op::Name: return expr.name;
-   case Op::Rest: return "rest";
-   case Op::Add: return joined(" + ");
-   case Op::Sub: return joined(" - ");
-   case Op::Mul: return joined(" * ");
-   case Op::Eq: return joined(" = ");
-   case Op::Ne: return joined(" != ");
-   case Op::Lt: return joined(" < ");
-   case Op::Gt: return joined(" > ");
-   case Op::Le: return joined(" <= ");
-   case Op::Ge: return joined(" >= ");
-   case Op::And: return joined(" and ");
-   }
-   return {};
 }
 
 std::string range(const Bounds& bounds, const char* unit) {
@@ -152,6 +154,10 @@ private:
       case Kind::Fill:
       case Kind::Tail:
       case Kind::Messages: return figure_.open({field.name}, optional);
+      case Kind::SizedBits:
+      case Kind::FillBits:
+      case Kind::Unary:
+      case Kind::Padding: // of structures alone, which are written in CSN.1
       case Kind::BitTail: figure_.loosen(); return figure_.open({field.name}, optional);
       case Kind::Group: return fields(field.fields, optional);
       case Kind::Each: return each(field, optional);
@@ -358,6 +364,7 @@ std::string messages(const Type& pdu) {
 } // namespace
 
 std::string explain(const Type& type) {
+   if (type.structure) return csn1(type);
    switch (type.kind) {
    case TypeKind::Record: return Explainer().element(type);
    case TypeKind::Message: return message(type.fields);
@@ -370,6 +377,7 @@ std::string explain(const Type& type) {
    case TypeKind::Pdu: return Explainer().element(type) + messages(type);
    case TypeKind::Enum: return Explainer().plain(type) + values(type);
    case TypeKind::Number: return Explainer().plain(type) + (type.rows.empty() ? "" : values(type));
+   case TypeKind::Bits:
    case TypeKind::Octets:
    case TypeKind::Digits:
    case TypeKind::Text:

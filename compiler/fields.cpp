@@ -144,6 +144,13 @@ bool Reader::nameless(Field& field) {
       expectSign("=");
       if (!acceptWord("octets")) unexpected("`octets`");
       bracket(field);
+   } else if (atWord("zeros") && atNumber(1)) {
+      take();
+      field.kind = Kind::Const;
+      field.bits = expectWidth("the number of bits");
+   } else if (atWord("padding") && atSeparator(1)) {
+      take();
+      field.kind = Kind::Padding;
    } else {
       return false;
    }
@@ -162,8 +169,12 @@ void Reader::presence(Field& field) {
    field.truncatable = atWord("null") && atSign("|", 1);
    if (field.truncatable) take(), take();
    if (field.optional && (field.truncatable || peek(1).text == "|")) {
-      if (!acceptFlag()) unexpected("`0|1`");
-      field.lead = Lead::Bit;
+      if (acceptFlag("0", "1"))
+         field.lead = Lead::Bit;
+      else if (acceptFlag("L", "H"))
+         field.lead = Lead::High;
+      else
+         unexpected("`0|1` or `L|H`");
    } else if (field.truncatable) {
       field.guarded = true;
    } else if (field.optional && atWord("if") && atSign("(", 1)) {
@@ -177,8 +188,8 @@ void Reader::presence(Field& field) {
    storage(field.storage, field.bounds);
 }
 
-bool Reader::acceptFlag() {
-   if (!(peek().text == "0" && atSign("|", 1) && peek(2).text == "1")) return false;
+bool Reader::acceptFlag(const char* no, const char* yes) {
+   if (!(peek().text == no && atSign("|", 1) && peek(2).text == yes)) return false;
    take(), take(), take();
    return true;
 }
@@ -187,8 +198,12 @@ bool Reader::acceptFlag() {
 void Reader::times(Field& field) {
    if (atSign("("))
       field.argument = bracketed();
-   else if (acceptFlag())
-      field.entries = Entries::Flags;
+   else if (acceptFlag("0", "1"))
+      field.entries = module_->isCsn1() ? Entries::Ones : Entries::Flags;
+   else if (acceptFlag("1", "0"))
+      field.entries = Entries::Zeros;
+   else if (acceptFlag("L", "H"))
+      field.entries = Entries::Highs;
 }
 
 // The kind of a field, or of the entries of a repetition.
@@ -200,6 +215,7 @@ void Reader::kind(Field& field, Place place) {
       if (!lengthWord(cls)) unexpected("`LV` or `LV-E`");
       field.bareBits = cls == Class::LV ? 8 : 16;
    }
+   field.own = acceptWord("own");
    const bool facts = atWord("init") || atWord("sample") || atWord("but");
    if (atSeparator() || atSign("}") || atSign(")") || facts) {
       if (each || field.bareBits) unexpected("a kind");
@@ -209,6 +225,17 @@ void Reader::kind(Field& field, Place place) {
       each ? void(field.bits = expectWidth("the width of an entry")) : integer(field);
    } else if (atWord("octets")) {
       octets(field);
+   } else if (each && (atSign("{") || atWord("choice"))) {
+      entry(field);
+   } else if (place == Place::Arm && acceptSign("-")) {
+      field.kind = Kind::Null;
+   } else if (atWord("bits") && atSign("(", 1)) {
+      bits(field);
+   } else if (atWord("unary") && atSign("|", 2)) {
+      take();
+      if (!acceptFlag("L", "H")) unexpected("`L|H`");
+      field.kind = Kind::Unary;
+      field.bits = 8;
    } else if (each) {
       field.type = typeRef();
    } else if (acceptSign("{")) {
@@ -222,12 +249,11 @@ void Reader::kind(Field& field, Place place) {
       storage(field.storage, field.bounds);
    } else if (acceptWord("choice")) {
       choice(field);
-   } else if ((atWord("bits") || atWord("ucs2")) && atSign("(", 1)) {
-      field.kind = atWord("bits") ? Kind::BitTail : Kind::Fill;
-      field.bits = atWord("bits") ? 0 : 16;
+   } else if (atWord("ucs2") && atSign("(", 1)) {
+      field.kind = Kind::Fill;
+      field.bits = 16;
       take(), take();
-      const char* size = field.kind == Kind::BitTail ? "tail" : "rest";
-      if (!acceptWord(size)) unexpected(std::string("`") + size + "`");
+      if (!acceptWord("rest")) unexpected("`rest`");
       expectSign(")");
       storage(field.storage, field.bounds);
    } else if (acceptWord("null")) {
@@ -248,6 +274,12 @@ void Reader::integer(Field& field) {
    field.aside = acceptWord("unsent");
    if (!field.aside && !atSign("=")) return;
    expectSign("=");
+   if (acceptWord("bits")) {
+      field.inBits = true;
+      if (acceptSign("-")) field.less = expectNumber("a number");
+      field.kind = Kind::Frame;
+      return bracket(field);
+   }
    if (!acceptWord("octets")) unexpected("`octets`");
    if (atSign("(")) {
       field.kind = Kind::Frame;
@@ -284,6 +316,35 @@ void Reader::octets(Field& field) {
    storage(into->storage, into->bounds);
 }
 
+// `bits(124)`, `bits(size + 1)`, `bits(rest)`, `bits(tail)`; capacities count bits.
+void Reader::bits(Field& field) {
+   take(), take();
+   if (atWord("tail") || atWord("rest")) {
+      field.kind = take().text == "tail" ? Kind::BitTail : Kind::FillBits;
+   } else {
+      field.kind = Kind::SizedBits;
+      field.argument = expression();
+   }
+   expectSign(")");
+   if (field.argument && field.argument->op == Expr::Op::Number && !atWord("inline") && !atWord("heap")) {
+      field.kind = Kind::Bits;
+      field.count = field.argument->number;
+      field.argument.reset();
+      return;
+   }
+   storage(field.storage, field.bounds);
+}
+
+// The entries of a structure's list, if they are structures or choices themselves.
+void Reader::entry(Field& field) {
+   field.entry = std::make_unique<Field>();
+   field.entry->pos = peek().pos;
+   if (acceptWord("choice")) return choice(*field.entry);
+   take();
+   field.entry->kind = Kind::Group;
+   fields(field.entry->fields, "}", Place::Record);
+}
+
 void Reader::named(Field& field) {
    field.kind = Kind::Named;
    field.type = typeRef();
@@ -309,6 +370,8 @@ void Reader::choice(Field& field) {
       field.argument = primary();
    } else if (acceptWord("unsent")) {
       field.selector = Selector::Record;
+   } else if (module_->isCsn1()) {
+      field.selector = Selector::Pattern;
    }
    const Pos opened = peek().pos;
    expectSign("{");
@@ -333,6 +396,12 @@ void Reader::arm(Field& choice) {
       break;
    }
    case Selector::Field: armValues(arm); break;
+   case Selector::Pattern: {
+      ownPattern(arm);
+      const uint64_t place = choice.arms.size() + 1;
+      arm.values.push_back({place, place});
+      break;
+   }
    default: pattern(choice, arm); break;
    }
    if (acceptSign("-")) {
@@ -372,10 +441,24 @@ void Reader::pattern(Field& choice, Arm& arm) {
       diagnostics_.error(UnevenPatterns, arm.pos, "The arms of a choice are led by as many bits each.");
 }
 
+// The bits that lead an arm, as many as it takes: plain ones, or L and H.
+void Reader::ownPattern(Arm& arm) {
+   arm.pattern = peek().text;
+   const bool plain = arm.pattern.find_first_not_of("01") == std::string::npos;
+   if (arm.pattern.empty() || arm.pattern.size() > 8 ||
+       (!plain && arm.pattern.find_first_not_of("LH") != std::string::npos))
+      unexpected("the bits of an arm");
+   take();
+}
+
 // Facts behind a kind.
 void Reader::behind(Field& field) {
    if (field.ieiBits && acceptWord("as")) {
       if (!lengthWord(field.cls)) unexpected("`LV` or `LV-E`");
+   }
+   if (field.kind == Kind::Named && atWord("zeros") && module_->isCsn1()) {
+      take();
+      field.zeros = expectWidth("the number of bits");
    }
    if (acceptWord("init")) field.init = expectNumber("the initial value");
    if (acceptWord("sample")) field.sample = expectNumber("the value in samples");
@@ -467,6 +550,10 @@ Reader::ExprPtr Reader::primary() {
       result->op = Expr::Op::Name;
       result->name = expectWord("a field's name or a number");
       while (acceptSign(".")) result->name += "." + expectWord("a field's name");
+      if (atSign("(")) {
+         result->op = Expr::Op::Call;
+         result->left = bracketed();
+      }
    }
    return result;
 }

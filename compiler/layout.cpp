@@ -21,7 +21,8 @@ Passing passing(const Type& type) {
    switch (base.kind) {
    case TypeKind::Enum:
    case TypeKind::Number: return Passing::Value;
-   case TypeKind::Octets: return base.count != 0 ? Passing::Array : Passing::Pointer;
+   case TypeKind::Octets:
+   case TypeKind::Bits: return base.count != 0 ? Passing::Array : Passing::Pointer;
    case TypeKind::Digits:
    case TypeKind::Text: return base.storage.heap ? Passing::TextPointer : Passing::Text;
    case TypeKind::Empty: return Passing::Nothing;
@@ -45,7 +46,16 @@ std::string uintType(uint64_t bits) {
    return bits <= 8 ? "uint8_t" : bits <= 16 ? "uint16_t" : bits <= 32 ? "uint32_t" : "uint64_t";
 }
 
-std::string countType(const Storage& storage) {
+bool isLed(Entries entries) {
+   return entries == Entries::Ones || entries == Entries::Zeros || entries == Entries::Highs;
+}
+
+const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages) {
+   return !pdu.second.empty() && messages.name == pdu.second ? pdu.secondTable : pdu.table;
+}
+
+std::string countType(const Storage& storage, Entries entries) {
+   if (isLed(entries)) return "uint64_t";
    if (storage.heap) return "uint32_t";
    return storage.capacity <= 255 ? "uint8_t" : storage.capacity <= 65535 ? "uint16_t" : "uint32_t";
 }
@@ -189,6 +199,7 @@ bool leavesContainer(const Type& type) {
 }
 
 bool hasShortForm(const Type& type) {
+   if (type.structure) return false;
    if (type.custom || type.kind == TypeKind::Text) return type.shortForm;
    switch (type.kind) {
    case TypeKind::Enum:
@@ -318,7 +329,7 @@ std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>&
 
 bool hasMember(const Field& field) {
    return field.kind != Kind::Null && field.kind != Kind::Const && !field.present &&
-          !(field.kind == Kind::Choice && field.name.empty()) &&
+          field.kind != Kind::Padding && !(field.kind == Kind::Choice && field.name.empty()) &&
           (!field.onlyOnWire() || field.kind == Kind::Frame);
 }
 
@@ -328,7 +339,7 @@ unsigned fixedBits(const Type& type) {
    if (base.custom || base.bare) return 0;
    switch (base.kind) {
    case TypeKind::Enum:
-   case TypeKind::Number: return base.bits;
+   case TypeKind::Number: return base.pattern ? 0 : base.bits;
    case TypeKind::Record: {
       if (base.cls != Class::V || base.fields.empty()) return 0;
       unsigned sum = 0;
@@ -417,7 +428,8 @@ bool clearsField(const Field& field) {
 }
 
 std::string countMember(const Field& field) {
-   if (field.kind == Kind::BitTail) return "numbits";
+   if (field.kind == Kind::BitTail || field.kind == Kind::FillBits || field.kind == Kind::SizedBits)
+      return "numbits";
    return field.kind == Kind::Fill && field.bits == 16 ? "nchars" : "numocts";
 }
 
@@ -426,7 +438,8 @@ bool hasInit(const Type& type) {
    if (&base != &type) return hasInit(base);
    switch (base.kind) {
    case TypeKind::Pdu: return true;
-   case TypeKind::Octets: return base.count == 0;
+   case TypeKind::Octets:
+   case TypeKind::Bits: return base.count == 0;
    case TypeKind::List:
    case TypeKind::Message: return true; // PDU decoders prepare the record of every message
    case TypeKind::Record: return !isPlain(base);
@@ -455,6 +468,8 @@ bool fieldInits(const Field& field) {
    case Kind::Fill:
    case Kind::Tail:
    case Kind::BitTail:
+   case Kind::FillBits:
+   case Kind::SizedBits:
    case Kind::Each:
    case Kind::Choice:
    case Kind::Messages: return true;
@@ -471,6 +486,7 @@ bool fieldInits(const Field& field) {
 unsigned valueOctets(const Type& type) {
    const Type& base = baseType(type);
    if (base.kind == TypeKind::Octets) return static_cast<unsigned>(base.count);
+   if (base.structure) return static_cast<unsigned>(widthOf(base).high / 8);
    if (const unsigned bits = fixedBits(type); bits != 0) return bits / 8;
    unsigned sum = 0;
    for (auto& field : base.fields) {

@@ -49,7 +49,11 @@ bool hasDecoder(const Type& type);
 // C type of an unsigned integer of that many bits.
 std::string uintType(uint64_t bits);
 // C type of the count of an array with that capacity (0: heap).
-std::string countType(const Storage& storage);
+std::string countType(const Storage& storage, Entries entries = Entries::Rest);
+// Is each entry led by a bit outside of it, as lists of CSN.1 have it? Their counts have 64 bits.
+bool isLed(Entries entries);
+// The rows of a PDU that fill a field of `messages`.
+const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages);
 
 // Argument that hands `place`, an lvalue of the type, to a codec, printer or initialiser.
 std::string encodeArgument(const Type& type, const std::string& place);

@@ -71,9 +71,12 @@ public:
          break;
       }
       case TypeKind::Octets: octets(); break;
+      case TypeKind::Bits: bitString(); break;
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage);
+         led(step, type_.entries);
+         step.preset = type_.presized;
          step.argument = term(type_.times.get(), place);
          break;
       }
@@ -101,15 +104,36 @@ private:
       return step;
    }
 
+   void bitString() {
+      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Bits
+                                                     : type_.presized ? Op::SizedBits
+                                                                      : Op::RestBits));
+      step.count = type_.count;
+      step.storage = type_.storage;
+      step.preset = type_.presized;
+      step.opensTail = type_.opensTail;
+      step.last = true;
+   }
+
+   // By a bit ahead of each entry, outside of it.
+   static void led(Step& step, Entries entries) {
+      step.outside = isLed(entries);
+      step.high = entries == Entries::Highs;
+      step.lowEnds = entries != Entries::Zeros;
+   }
+
    void octets() {
+      const bool sized = type_.fill || type_.presized;
       Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Octets
-                                                     : type_.fill     ? Op::Sized
+                                                     : sized          ? Op::Sized
                                                                       : Op::Counted));
       step.count = type_.count;
       step.bits = type_.cls == Class::LVE ? 16 : 8;
       step.bounds = type_.bounds;
       step.storage = type_.storage;
       step.rest = type_.fill;
+      step.preset = type_.presized;
+      step.opensTail = type_.opensTail;
       step.last = true;
    }
 
@@ -179,10 +203,11 @@ private:
       step.bareAround = field.bareBits != 0;
       if (field.bareBits != 0) step.last = false;
       const bool chain = field.kind == Kind::Chain;
+      step.quits = type_.returns && type_.structure && field.kind != Kind::Padding;
       if (!field.optional || chain) {
          step.guarded = field.guarded;
          step.endTested = place.inLength && field.kind != Kind::Null && field.kind != Kind::Swap &&
-                          !(field.kind == Kind::Frame && field.aside);
+                          field.kind != Kind::Padding && !(field.kind == Kind::Frame && field.aside);
          return step;
       }
       step.present = bit(place, &field, 0);
@@ -192,7 +217,9 @@ private:
       }
       step.endTested = place.inLength;
       if (field.lead != Lead::None) {
-         step.when = place.inLength ? When::ByBitIfMore : When::ByBit;
+         const bool perhaps = type_.structure ? field.truncatable : place.inLength;
+         step.when = perhaps ? When::ByBitIfMore : When::ByBit;
+         step.high = field.lead == Lead::High;
       } else {
          step.when = field.when ? When::IfTest : When::IfMore;
       }
@@ -238,10 +265,17 @@ private:
          step.opensTail = field.kind == Kind::Tail;
          break;
       case Kind::BitTail:
+      case Kind::FillBits:
          step.op = Op::RestBits;
          step.storage.heap = field.storage.heap || field.storage.capacity == 0;
-         step.opensTail = type_.cls != Class::LB;
+         step.opensTail = type_.cls != Class::LB && field.kind == Kind::BitTail;
          break;
+      case Kind::SizedBits:
+         step.op = Op::SizedBits;
+         step.argument = term(field.argument.get(), place);
+         break;
+      case Kind::Unary: step.op = Op::Unary; break;
+      case Kind::Padding: step.op = Op::Padding; break;
       case Kind::Group:
          step.op = Op::Group;
          sequence(field.fields, place.recordAt(step.member + ".", field.fields), last, step.steps);
@@ -249,6 +283,7 @@ private:
       case Kind::Each:
          step.op = Op::List;
          list(step, field.type.type, field.bits, field.bounds, field.storage);
+         led(step, field.entries);
          step.argument = term(field.argument.get(), place);
          step.opensTail = field.tail;
          if (field.entry != nullptr) {
@@ -268,6 +303,8 @@ private:
          step.op = field.aside ? Op::Span : Op::Length;
          Place inner = place;
          inner.inLength = inner.inLength || !field.aside;
+         step.inBits = field.inBits;
+         step.count = field.less;
          if (field.kind == Kind::Bare) step.member.clear();
          if (!field.aside && field.name.empty()) step.name = "length";
          sequence(field.fields, inner, last, step.steps);
@@ -294,6 +331,7 @@ private:
       step.type = &type;
       step.argument = term(field.argument.get(), place);
       step.second = term(field.second.get(), place);
+      step.sizes = type.presized && field.argument != nullptr;
       step.op = base.kind == TypeKind::Pdu || base.kind == TypeKind::Message ? Op::Message : Op::Call;
       if (!field.valueOnly && field.ahead == 0) return;
       step.op = Op::Contents;
@@ -312,6 +350,8 @@ private:
       if (field.name.empty()) step.member = place.record; // of `t` and `u`
       const std::string prefix = field.name.empty() ? place.record : step.member + ".";
       if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
+      step.patterns = field.selector == Selector::Pattern;
+      step.high = step.patterns && field.arms.front().pattern.find_first_of("LH") != std::string::npos;
       Place inner = place.inner();
       inner.record = prefix + "u.";
       inner.arm = true;
@@ -372,6 +412,8 @@ std::string written(const Term& term, const std::string& record, const std::stri
          case Expr::Op::Name:
             if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
             return writtenPath(term, e, record);
+         case Expr::Op::Call: // TS 44.018, 9.1.54: the bits of so many cells
+            return "TS44018Msg_" + e.name + "(static_cast<uint32_t>(" + (*this)(*e.left) + "))";
          default: {
             const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
             return "(" + (*this)(*e.left) + " " + signs[sign] + " " + (*this)(*e.right) + ")";

@@ -103,11 +103,16 @@ int explainOne(const l3c::Model& model, const std::string& name) {
 int run(const Command& command) {
    l3c::Model model;
    l3c::Diagnostics diagnostics(model);
+   // The files that begin modules come ahead of those that bring more of one.
+   std::vector<std::pair<std::string, std::string>> files;
    for (const std::string& path : command.paths) {
       std::string text;
       if (!slurp(path, text)) return fail("can't read " + path);
-      l3c::readDescription(model, path, text, diagnostics);
+      files.emplace_back(path, std::move(text));
    }
+   for (const bool more : {false, true})
+      for (auto& [path, text] : files)
+         if (l3c::bringsMore(text) == more) l3c::readDescription(model, path, text, diagnostics);
    // A layout needs no other modules.
    if (!diagnostics.failed() && command.job != Job::Format) {
       l3c::resolve(model, diagnostics);

@@ -28,12 +28,12 @@ struct Field;
 
 // Expressions of `by`, `if`, `*(…)`, `octets(…)`.
 struct Expr {
-   enum class Op { Number, Name, Rest, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And };
+   enum class Op { Number, Name, Rest, Call, Add, Sub, Mul, Eq, Ne, Lt, Gt, Le, Ge, And };
    Op op = Op::Number;
    Pos pos;
    uint64_t number = 0;
-   std::string name;               // Name: dotted path as written
-   bool parameter = false;         // Name: a parameter of the type; `path` is empty
+   std::string name;               // Name: dotted path as written; Call: the function, of `left`
+   bool parameter = false;         // Name: a parameter of the type, with no `path`; or the field `outer`
    std::vector<const Field*> path; // Name, resolved: the fields from the outermost record inwards
    std::unique_ptr<Expr> left, right;
 };
@@ -57,25 +57,30 @@ struct Arm {
    };
    std::vector<Range> values; // empty: `else`
    bool isElse = false;
+   std::string pattern;          // Selector::Pattern: the bits that lead it, of 0, 1, L, H
    std::unique_ptr<Field> field; // its name is the arm's name; kind Null for an arm without contents
 };
 
 enum class Kind {
-   Flag,    // one bit
-   Uint,    // `bits` bits
-   Octets,  // fixed: `count` octets
-   Bits,    // fixed bit string: `count` bits
-   Named,   // `type`; `argument` for digit types; `valueOnly` for `as V(e)`
-   Counted, // LV octets, LV-E octets: own count of `bits` 8 or 16, `bounds`, `storage`
-   Sized,   // octets(e): `argument` octets
-   Fill,    // all that is left in the container; `bits` 16: as 16-bit characters
-   Tail,    // the same as an open tail
-   BitTail, // open tail in bits
-   Group,   // { … }: a record of its own; `fields`
-   Each,    // repetition of `type`, or of `bits`-bit integers if type is not set; `argument` counts it if set
-   Choice,  // `arms`; `argument` steers it if set
-   Null,    // nothing on the wire
-   Const,   // `bits` bits of value `number`, no field in the record
+   Flag,      // one bit
+   Uint,      // `bits` bits
+   Octets,    // fixed: `count` octets
+   Bits,      // fixed bit string: `count` bits
+   Named,     // `type`; `argument` for digit types; `valueOnly` for `as V(e)`
+   Counted,   // LV octets, LV-E octets: own count of `bits` 8 or 16, `bounds`, `storage`
+   Sized,     // octets(e): `argument` octets
+   Fill,      // all that is left in the container; `bits` 16: as 16-bit characters
+   Tail,      // the same as an open tail
+   BitTail,   // open tail in bits
+   SizedBits, // bits(e): `argument` bits
+   FillBits,  // all bits that are left
+   Unary,     // as many H as the value, then L
+   Padding,   // the padding pattern to the octet's end
+   Group,     // { … }: a record of its own; `fields`
+   Each,   // repetition of `type`, or of `bits`-bit integers if type is not set; `argument` counts it if set
+   Choice, // `arms`; `argument` steers it if set
+   Null,   // nothing on the wire
+   Const,  // `bits` bits of value `number`, no field in the record
    Messages, // data messages: selector and union of pointers from the PDU's tables
    // Wire groups: no record of their own, `fields` belong to the enclosing record.
    Frame, // `name` of `bits` bits holds the octets that `fields` take
@@ -85,11 +90,13 @@ enum class Kind {
    Swap,  // two fields coded in the other order
 };
 
-// What tells that another entry comes: bits left in the container, an ext bit, a 1 ahead of each entry.
-enum class Entries { Rest, Ext, Flags };
-enum class Class { V, LV, LVE, L4, LB };     // LB: the length counts bits
-enum class Lead { None, Bit };               // optional field led by a bit of its own
-enum class Selector { Field, Record, Bits }; // steered by a field, by `t` alone, `t` - 1 in bits
+// What tells that another entry comes: bits left in the container, an ext bit, a 1 ahead of each entry; in
+// CSN.1 a 1, a 0 or an H ahead of it, outside of the entry.
+enum class Entries { Rest, Ext, Flags, Ones, Zeros, Highs };
+enum class Class { V, LV, LVE, L4, LB }; // LB: the length counts bits
+enum class Lead { None, Bit, High };     // optional field led by a bit of its own, or by H in place of L
+// Steered by a field, by `t` alone, `t` - 1 in bits; by the bits of the arm's own pattern.
+enum class Selector { Field, Record, Bits, Pattern };
 
 struct Field {
    Pos pos;
@@ -127,6 +134,10 @@ struct Field {
    unsigned ahead = 0;    // the decoder takes the selector of the choice in `type` from the n-th bit ahead
    Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
    unsigned bareBits = 0; // width of a bare length around this field alone
+   bool own = false;      // in a structure: a string of a type by place
+   unsigned zeros = 0;    // Named, in a structure: bits behind it that no field holds
+   bool inBits = false;   // Frame: the number counts bits, less `less`
+   uint64_t less = 0;
    std::optional<uint64_t> init;   // value that the initialiser gives
    std::optional<uint64_t> sample; // value in samples, where not any value makes one; Messages: the selector
    bool present = false;           // message element of type T: the IEI alone
@@ -146,6 +157,7 @@ enum class TypeKind {
    Enum,
    Number,
    Octets,
+   Bits, // bit string
    Digits,
    Record,
    List,
@@ -181,6 +193,10 @@ struct Type {
    Class cls = Class::V;
    bool bare = false;      // the length is on the wire only
    Bounds bounds;          // of the length, of a count, of a number
+   bool structure = false; // of CSN.1: what is inside has types by place
+   bool presized = false;  // Octets, Bits, List: whoever holds one stores its count ahead of decoding
+   bool pattern = false;   // Enum: one bit, L or H
+   bool opensTail = false; // Octets, Bits
    unsigned bits = 0;      // Enum, Number: width; List of integers: of an entry; class LB: of the length
    uint64_t count = 0;     // Octets of fixed size; Digits: characters
    Storage storage;        // Octets, Digits
@@ -206,7 +222,12 @@ struct Type {
    TypeRef base;              // Alias, OneElement, List
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<TableRow> table; // Pdu
+   std::string second;          // Pdu: a second union, and its rows
+   std::vector<TableRow> secondTable;
    struct Module* module = nullptr;
+   bool placed = false;          // by place
+   Type* owner = nullptr;        // by place: the structure around
+   const Field* outer = nullptr; // by place: a field of that structure that sizes something in here
    bool nested = false;    // of a field of another type, whose name and an underscore its own begins with
    bool ownSample = false; // nested, yet with a builder of samples
 };
@@ -223,6 +244,8 @@ struct Module {
    std::string file; // TS24301IES
    std::string doc;
    std::vector<std::string> uses;
+   std::string lists; // prefix of the names of lists; the module is one of CSN.1 then
+   bool isCsn1() const { return !lists.empty(); }
    std::vector<std::unique_ptr<Type>> types; // declaration order
    std::vector<TestVector> tests;
    unsigned units = 1; // translation units that its encoders and its decoders are split into

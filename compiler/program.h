@@ -16,9 +16,12 @@ enum class Op {
    Constant, // on the wire alone
    Octets,   // of a fixed number
    Bits,
-   Counted,  // octets behind their count
-   Sized,    // octets: as many as an expression says, or all that is left
-   RestBits, // all bits that are left
+   Counted,   // octets behind their count
+   Sized,     // octets: as many as an expression says, or all that is left
+   RestBits,  // all bits that are left
+   SizedBits, // as many as an expression says
+   Unary,     // as many H as the value, then L
+   Padding,   // of the pattern, to the octet's end
    Nothing,
    Call,     // a value of another type
    Contents, // the contents of a type with a length, without it
@@ -59,6 +62,14 @@ struct Step {
    std::string name;           // on the wire's side; empty: none
    std::string place;          // member of the record around, with a point behind it
    std::string member;         // of the record; empty: the value itself
+   bool high = false;          // the bit that tells of it, or its entries, or its arms is L or H
+   bool lowEnds = true;        // List led by bits outside of the entries: 0 ends it, else 1 does
+   bool outside = false;       // List so led
+   bool preset = false;        // Sized, SizedBits, List: the record has the count ahead of decoding
+   bool sizes = false;         // Call: `argument` is the count of such a type
+   bool inBits = false;        // Length: counts bits, less `count`
+   bool patterns = false;      // Choice: by the patterns of the arms
+   bool quits = false;         // a decoder with nothing left returns here as it stands
    unsigned bits = 0;          // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
    Bounds bounds;
    Storage storage;

@@ -24,6 +24,7 @@ Range of(const Bounds& bounds, unsigned bits) {
 
 std::optional<Range> rangeOf(const Field& field) {
    if (field.kind == Kind::Flag) return Range{0, 1};
+   if (field.kind == Kind::Unary) return Range{0, 255};
    if (field.kind == Kind::Uint || field.kind == Kind::Frame) return of(field.bounds, field.bits);
    const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
    if (!type || (type->kind != TypeKind::Enum && type->kind != TypeKind::Number)) return std::nullopt;
@@ -45,6 +46,7 @@ Range rangeOf(const Expr& e) {
       if (std::ranges::any_of(e.path, [](const Field* field) { return field->optional; })) all.low = 0;
       return all;
    }
+   case Expr::Op::Call: return {0, 126};
    case Expr::Op::Add: return clamp(a.low + b.low, a.high + b.high);
    case Expr::Op::Sub: return clamp(a.low - b.high, a.high - b.low);
    case Expr::Op::Mul: return clamp(a.low * b.low, a.high * b.high); // of what is not below 0

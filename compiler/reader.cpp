@@ -1,6 +1,8 @@
 // Declarations: the module line, types, tables and vectors.
 #include "compiler/reader.h"
 
+#include "compiler/places.h"
+
 #include <algorithm>
 #include <sstream>
 
@@ -174,8 +176,21 @@ void Reader::moduleLine() {
    }
    module_->doc = docAtStart();
    take();
-   module_->name = module_->file = expectWord("the module's name");
+   const Pos named = peek().pos;
+   const std::string name = expectWord("the module's name");
+   if (acceptWord("more")) {
+      model_.modules.pop_back();
+      module_ = model_.find(name);
+      if (module_ == nullptr) {
+         diagnostics_.error(UnknownModule, named,
+                            "No file before this one begins the module `" + name + "`.");
+         module_ = model_.modules.emplace_back(std::make_unique<Module>()).get();
+      }
+      return;
+   }
+   module_->name = module_->file = name;
    if (acceptWord("file")) module_->file = expectWord("the name of the generated files");
+   if (acceptWord("lists")) module_->lists = expectWord("what the names of lists begin with");
    if (acceptWord("uses")) {
       do {
          if (peek().kind == Tok::LineEnd) take();
@@ -190,6 +205,7 @@ void Reader::declaration() {
          {"enum", {TypeKind::Enum, &Reader::enumeration}},
          {"type", {TypeKind::Alias, &Reader::plainType}},
          {"element", {TypeKind::Record, &Reader::element}},
+         {"structure", {TypeKind::Record, &Reader::structure}},
          {"message", {TypeKind::Message, &Reader::message}},
          {"pdu", {TypeKind::Pdu, &Reader::pdu}},
    };
@@ -215,8 +231,8 @@ void Reader::declaration() {
    }
    diagnostics_.error(NoDeclaration, peek().pos,
                       "`" + peek().text +
-                            "` doesn't begin a declaration (enum, type, element, message, pdu, table, "
-                            "test).");
+                            "` doesn't begin a declaration (enum, type, element, structure, message, pdu, "
+                            "table, test).");
    throw SyntaxError{};
 }
 
@@ -253,7 +269,7 @@ void Reader::quirks(Type& type) {
          {"leavetail", &Type::leaveTail, octets},
          {"padded", &Type::padded, octets},
          {"aligned", &Type::aligned, octets},
-         {"returns", &Type::returns, lengthed},
+         {"returns", &Type::returns, [](const Type& t) { return lengthed(t) || t.structure; }},
          {"free", &Type::freeCount, [](const Type& t) { return t.times != nullptr; }},
    };
    const std::vector<Item> words = quirkWords();
@@ -308,7 +324,8 @@ void Reader::enumRows(Type& type) {
 }
 
 void Reader::enumeration(Type& type) {
-   type.bits = expectWidth("the width in bits");
+   type.pattern = acceptWord("LH");
+   type.bits = type.pattern ? 1 : expectWidth("the width in bits");
    type.unchecked = acceptWord("open");
    type.checked = !type.unchecked && acceptWord("full");
    if (!atSign("{")) unexpected("`{`");
@@ -328,20 +345,31 @@ void Reader::plainType(Type& type) {
    const bool list = acceptSign("*");
    if (list) {
       type.kind = TypeKind::List;
-      Field entries;
+      Field count;
       if (acceptWord("ext"))
-         entries.entries = Entries::Ext;
+         count.entries = Entries::Ext;
       else
-         times(entries);
-      if (atSign("[")) entries.bounds = bracketBounds();
-      type.entries = entries.entries;
-      type.times = std::move(entries.argument);
-      type.bounds = entries.bounds;
+         times(count);
+      if (atSign("[")) count.bounds = bracketBounds();
+      type.entries = count.entries;
+      type.times = std::move(count.argument);
+      type.bounds = count.bounds;
    }
    type.bare = bareLength(type.cls);
-   list ? void(type.base = typeRef()) : plainKind(type);
+   type.structure = module_->isCsn1();
+   Field entries; // of a structure's list: may be nests, whose types are named by place
+   if (list && type.structure && (atNumber() || atSign("{") || atWord("choice"))) {
+      entries.kind = Kind::Each;
+      kind(entries, Place::Record);
+      type.bits = entries.bits;
+   } else if (list) {
+      type.base = typeRef();
+   } else {
+      plainKind(type);
+   }
    quirks(type);
    if (type.kind == TypeKind::Number) enumRows(type);
+   if (entries.entry) placeEntries(*module_, type, entries);
 }
 
 void Reader::plainKind(Type& type) {
@@ -354,8 +382,9 @@ void Reader::plainKind(Type& type) {
       type.kind = TypeKind::Octets;
       if (atSign("[")) type.bounds = bracketBounds();
       storage(type.storage, type.bounds);
-   } else if (acceptWord("octets")) {
-      type.kind = TypeKind::Octets;
+   } else if (atWord("octets") || (atWord("bits") && !type.bare)) {
+      type.kind = atWord("octets") ? TypeKind::Octets : TypeKind::Bits;
+      take();
       expectSign("(");
       type.fill = !type.bare && acceptWord("rest");
       if (!type.fill) type.count = type.storage.capacity = expectNumber("the number of octets or `rest`");
@@ -376,6 +405,20 @@ void Reader::plainKind(Type& type) {
    } else {
       type.base = typeRef();
    }
+}
+
+void Reader::structure(Type& type) {
+   type.structure = true;
+   if (!module_->isCsn1())
+      diagnostics_.error(MisplacedWord, type.pos,
+                         "A structure stands in a module that tells how its `lists` are called.");
+   type.bare = bareLength(type.cls);
+   if (!type.bare) lengthWord(type.cls);
+   if (type.cls != Class::V && atSign("[")) type.bounds = bracketBounds();
+   quirks(type);
+   expectSign("{");
+   fields(type.fields, "}", Place::Record);
+   placeTypes(*module_, type);
 }
 
 void Reader::element(Type& type) {
@@ -440,6 +483,7 @@ void Reader::table() {
    Table table;
    table.pos = peek().pos;
    table.pdu = expectWord("the PDU's name");
+   if (acceptSign(".")) table.field = expectWord("the field of `messages`");
    Pos opened = peek().pos;
    expectSign("{");
    while (!closes("}", opened)) {
@@ -460,7 +504,14 @@ void Reader::fillTables() {
       for (auto& type : module_->types)
          if (type->name == table.pdu && type->kind == TypeKind::Pdu) pdu = type.get();
       if (pdu) {
-         for (TableRow& row : table.rows) pdu->table.push_back(std::move(row));
+         const Field* second = nullptr; // of the fields of `messages`
+         int unions = 0;
+         for (auto& field : pdu->fields)
+            if (field->kind == Kind::Messages && ++unions == 2) second = field.get();
+         const bool toSecond = second != nullptr && table.field == second->name;
+         if (toSecond) pdu->second = table.field;
+         auto& into = toSecond ? pdu->secondTable : pdu->table;
+         for (TableRow& row : table.rows) into.push_back(std::move(row));
       } else {
          diagnostics_.error(UnknownPdu, table.pos, "`" + table.pdu + "` is no pdu of this module.");
       }
@@ -488,6 +539,16 @@ void Reader::test() {
       if (!whole) diagnostics_.error(BadOctets, item.pos, "The text is not whole octets in hex.");
    }
    module_->tests.push_back(std::move(vector));
+}
+
+bool bringsMore(const std::string& text) {
+   Model model;
+   Diagnostics diagnostics(model);
+   const TokenStream stream = TokenStream::from(lex(text, 0, diagnostics));
+   size_t at = 0;
+   while (at < stream.items.size() && stream.items[at].kind == Tok::LineEnd) ++at;
+   return at + 2 < stream.items.size() && stream.items[at].text == "module" &&
+          stream.items[at + 2].text == "more";
 }
 
 void readDescription(Model& model, const std::string& path, const std::string& text,

@@ -20,7 +20,7 @@ private:
    enum class Place { Record, Message, Optional, Arm };
    struct Table {
       Pos pos;
-      std::string pdu;
+      std::string pdu, field; // empty: its only one, or the first
       std::vector<TableRow> rows;
    };
 
@@ -53,6 +53,8 @@ private:
    void plainType(Type& type);
    void plainKind(Type& type);
    void element(Type& type);
+   void structure(Type& type);
+   bool classWord(Type& type);
    void parameters(Type& type);
    void message(Type& type);
    void pdu(Type& type);
@@ -72,7 +74,11 @@ private:
    std::unique_ptr<Field> field(Place place);
    bool nameless(Field& field);
    bool acceptIei(Field& field);
-   bool acceptFlag();
+   bool acceptFlag(const char* no, const char* yes);
+   bool acceptLead(Field& field);
+   void unit(Field& field);
+   void bits(Field& field);
+   void entry(Field& field);
    void presence(Field& field);
    void times(Field& field);
    void kind(Field& field, Place place);
@@ -82,6 +88,7 @@ private:
    void arm(Field& choice);
    void armValues(Arm& arm);
    void pattern(Field& choice, Arm& arm);
+   void ownPattern(Arm& arm);
    void named(Field& field);
    void behind(Field& field);
    void quirks(Field& field);

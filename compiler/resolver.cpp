@@ -31,7 +31,7 @@ public:
          int groups = 0;
          numberGroups(type.fields, groups);
          typeStorage(type);
-         fieldStorage(type.fields);
+         fieldStorage(type);
       });
       std::set<const Type*> nested;
       eachType([&nested](Type& outer) {
@@ -39,8 +39,9 @@ public:
             if (isNested(field.type, outer)) nested.insert(field.type.type);
          });
       });
-      eachType([&nested](Type& type) { type.nested = nested.count(&type) != 0; });
+      eachType([&nested](Type& type) { type.nested = type.placed || nested.count(&type) != 0; });
       eachType([this](Type& type) {
+         at_ = &type;
          Scope scope;
          scope.all = &type.fields;
          scope.parameters = &type.parameters;
@@ -50,6 +51,7 @@ public:
          if (type.times) resolve(*type.times, scope);
          expressions(type.fields, scope);
       });
+      eachType([this](Type& type) { handOuter(type); });
       eachType([this](Type& type) { countedFields(type.fields); });
       eachType([](Type& type) {
          eachField(type.fields, [&](Field& field) {
@@ -128,6 +130,7 @@ private:
       const Module& module = *type.module;
       name(type.base, module);
       for (TableRow& row : type.table) name(row.record, module);
+      for (TableRow& row : type.secondTable) name(row.record, module);
       eachField(type.fields, [&](Field& field) { name(field.type, module); });
    }
 
@@ -160,15 +163,18 @@ private:
       if (type.kind == TypeKind::Octets && type.cls == Class::LVE) type.storage = {true, 0};
       if (type.kind == TypeKind::Octets && type.cls == Class::LV)
          type.storage.capacity = type.bounds.high.value_or(255);
+      if (type.kind == TypeKind::Bits) type.storage = {type.count == 0, type.count};
       if (type.kind == TypeKind::List) type.storage = {!type.bounds.high, type.bounds.high.value_or(0)};
    }
 
-   static void fieldStorage(const std::vector<std::unique_ptr<Field>>& fields) {
-      eachField(fields, [](Field& field) {
+   static void fieldStorage(const Type& type) {
+      eachField(type.fields, [&type](Field& field) {
          if (given(field.storage)) return;
          const Bounds& bounds = field.bounds;
          if (field.kind == Kind::Each) field.storage = {!bounds.high, bounds.high.value_or(0)};
-         if (field.kind == Kind::Tail || field.kind == Kind::BitTail) field.storage = {true, 0};
+         if (field.kind == Kind::Tail || field.kind == Kind::BitTail || field.kind == Kind::FillBits)
+            field.storage = {true, 0};
+         if (type.structure && field.kind == Kind::Fill) field.storage = {true, 0};
          if (field.kind == Kind::Counted && field.bits == 16) field.storage = {true, 0};
          if (field.kind == Kind::Counted && field.bits != 16)
             field.storage.capacity = bounds.high.value_or(255);
@@ -202,6 +208,22 @@ private:
          }
       }
       if (field.kind != Kind::Frame) scope.seen.push_back(&field);
+   }
+
+   // What sizes something inside a type by place, or inside the entries of a list, its fields hand on.
+   static void handOuter(Type& type) {
+      eachField(type.fields, [&type](Field& field) {
+         const Type* inner = field.type.type;
+         if (inner == nullptr || field.second) return;
+         const Type* entry = inner->kind == TypeKind::List ? inner->base.type : nullptr;
+         const Field* outer = inner->outer ? inner->outer : entry ? entry->outer : nullptr;
+         if (outer == nullptr || inner->owner != &type) return;
+         field.second = std::make_unique<Expr>();
+         field.second->op = Expr::Op::Name;
+         field.second->pos = field.pos;
+         field.second->name = outer->name;
+         field.second->path = {outer};
+      });
    }
 
    // `= octets` names a field that comes later in the same record: the next one if the number is unsent.
@@ -247,6 +269,8 @@ private:
    void resolve(Expr& expr, const Scope& scope) {
       if (expr.left) resolve(*expr.left, scope);
       if (expr.right) resolve(*expr.right, scope);
+      if (expr.op == Expr::Op::Call && expr.name != "p" && expr.name != "q")
+         diagnostics_.error(UnknownName, expr.pos, "No function is called `" + expr.name + "`.");
       if (expr.op != Expr::Op::Name) return;
       std::vector<std::string> parts(1);
       for (char c : expr.name) {
@@ -267,6 +291,14 @@ private:
             expr.parameter = true;
             return;
          }
+      if (at_->owner != nullptr)
+         for (auto& field : at_->owner->fields)
+            if (field->name == expr.name) {
+               expr.parameter = true;
+               expr.path = {field.get()};
+               at_->outer = field.get();
+               return;
+            }
       std::vector<const Field*> later;
       for (const Scope* at = &scope; at; at = at->outer)
          if (at->all && find(*at->all, parts[0], later)) {
@@ -321,6 +353,7 @@ private:
 
    Model& model_;
    Diagnostics& diagnostics_;
+   Type* at_ = nullptr; // whose expressions are at hand
 };
 
 } // namespace

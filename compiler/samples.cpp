@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 
 namespace l3c {
 
@@ -63,10 +64,20 @@ bool reaches(const Type& from, const Type& target, std::set<const Type*>& seen) 
    return found;
 }
 
+// Bits of so many cells, TS 44.018, 9.1.54; as the run time has them.
+uint64_t cellBits(bool tdd, uint64_t cells) {
+   static constexpr uint8_t fdd[] = {0, 10, 19, 28, 36, 44, 52, 60, 67, 74, 81, 88, 95, 102, 109, 116, 122};
+   static constexpr uint8_t other[] = {0,  9,  17, 25, 32,  39,  46,  53,  59,  65, 71,
+                                       77, 83, 89, 95, 101, 106, 111, 116, 121, 126};
+   const std::span<const uint8_t> table =
+         tdd ? std::span<const uint8_t>(other) : std::span<const uint8_t>(fdd);
+   return cells < table.size() ? table[cells] : 0;
+}
+
 const TableRow* pickMessage(const Type& pdu) {
    const Field* messages = nullptr;
    for (auto& field : pdu.fields)
-      if (field->kind == Kind::Messages) messages = field.get();
+      if (field->kind == Kind::Messages && messages == nullptr) messages = field.get();
    if (messages == nullptr) return nullptr;
    if (messages->sample)
       for (auto& row : pdu.table)
@@ -222,7 +233,10 @@ uint64_t Sample::evaluate(const Expr& e) const {
    const auto right = [&] { return evaluate(*e.right); };
    switch (e.op) {
    case Expr::Op::Number: return e.number;
-   case Expr::Op::Name: return e.parameter ? kParameter : value(e.path);
+   case Expr::Op::Name:
+      if (e.parameter && type_.owner != nullptr && !e.path.empty()) return Sample(*type_.owner).value(e.path);
+      return e.parameter ? kParameter : value(e.path);
+   case Expr::Op::Call: return cellBits(e.name == "q", left());
    case Expr::Op::Rest: return kRestOctets;
    case Expr::Op::Add: return left() + right();
    case Expr::Op::Sub: return left() - right();
@@ -260,8 +274,26 @@ int Sample::score(const Field& field) const {
       if (field.argument && !field.freeCount)
          points += scoreCount(evaluate(*field.argument), field.bounds, field.storage);
       break;
-   case Kind::Sized: points += scoreCount(evaluate(*field.argument), field.bounds, field.storage); break;
+   case Kind::Sized:
+   case Kind::SizedBits: {
+      // Octets' worth of bits.
+      const uint64_t count = evaluate(*field.argument);
+      const bool bits = field.kind == Kind::SizedBits;
+      const Storage storage{field.storage.heap,
+                            bits ? (field.storage.capacity + 7) / 8 : field.storage.capacity};
+      points += scoreCount(bits ? (count + 7) / 8 : count, field.bounds, storage);
+      break;
+   }
    case Kind::Named:
+      if (field.argument && field.type.type != nullptr && field.type.type->presized) {
+         const Type& type = *field.type.type;
+         const bool bits = type.kind == TypeKind::Bits;
+         const uint64_t count = sizeOf(field);
+         const Storage storage{type.storage.heap,
+                               bits ? (type.storage.capacity + 7) / 8 : type.storage.capacity};
+         points += scoreCount(bits ? (count + 7) / 8 : count, type.bounds, storage);
+         break;
+      }
       if (field.argument && !field.valueOnly && field.type.type != nullptr) {
          const Type& type = baseType(*field.type.type);
          if (type.kind != TypeKind::Digits && type.kind != TypeKind::Text)
@@ -285,6 +317,10 @@ int Sample::score(const Field& field) const {
    default: break;
    }
    return points;
+}
+
+uint64_t Sample::sizeOf(const Field& field) const {
+   return evaluate(*field.argument);
 }
 
 uint64_t Sample::selector(const Field& field) const {
@@ -314,7 +350,9 @@ uint64_t Sample::count(const Field& field) const {
       if (field.argument) return evaluate(*field.argument);
       if (field.entry && field.entry->kind == Kind::Fill) return 1; // it takes all that is left
       return within(field.sample.value_or(kFewEntries), field.bounds, most);
-   case Kind::Sized: return evaluate(*field.argument);
+   case Kind::Sized:
+   case Kind::SizedBits: return evaluate(*field.argument);
+   case Kind::FillBits:
    case Kind::BitTail: {
       bool found = false;
       const auto ahead = bitsAhead(type_.fields, field, found);
@@ -377,12 +415,18 @@ std::optional<uint64_t> Sample::bits(const Field& field) const {
    case Kind::Const: return sum + field.bits;
    case Kind::Octets: return sum + 8 * field.count;
    case Kind::Bits: return sum + field.count;
-   case Kind::Named: return field.type.type != nullptr ? plus(bitsOf(*field.type.type)) : std::nullopt;
+   case Kind::Named:
+      if (field.type.type != nullptr && field.type.type->presized) return std::nullopt;
+      return field.type.type != nullptr ? plus(bitsOf(*field.type.type)) : std::nullopt;
    case Kind::Counted: return sum + field.bits + 8 * count(field);
    case Kind::Sized:
    case Kind::Fill:
    case Kind::Tail: return sum + 8 * count(field);
+   case Kind::FillBits:
+   case Kind::SizedBits:
    case Kind::BitTail: return sum + count(field);
+   case Kind::Unary: return sum + number(field) + 1;
+   case Kind::Padding: return std::nullopt;
    case Kind::Each: {
       const auto one =
             field.type.type != nullptr ? bitsOf(*field.type.type) : std::optional<uint64_t>(field.bits);
@@ -393,6 +437,8 @@ std::optional<uint64_t> Sample::bits(const Field& field) const {
    case Kind::Choice: {
       const uint64_t on = selector(field);
       sum += field.selector == Selector::Bits ? field.bits : 0;
+      if (field.selector == Selector::Pattern && on >= 1 && on <= field.arms.size())
+         sum += field.arms[on - 1].pattern.size();
       for (const Arm& arm : field.arms) {
          bool here = arm.isElse;
          for (auto& range : arm.values) here |= on >= range.low && on <= range.high;

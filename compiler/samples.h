@@ -30,6 +30,7 @@ public:
    // Those that are due behind a field of the record.
    std::vector<Override> overridesBehind(const Field& field) const;
 
+   uint64_t sizeOf(const Field& field) const; // what a field of a type without a count of its own counts
    // Octets or bits that a repeated count of a list type or an octet string type has.
    static uint64_t typeCount(const Type& type);
    // The number that a type of its own has, an enumeration or a plain one.

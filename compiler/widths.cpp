@@ -40,6 +40,7 @@ Width widest(const std::vector<Arm>& arms, Known& known) {
    Width all{UINT64_MAX, 0, false};
    for (const Arm& arm : arms) {
       Width one = arm.field ? of(*arm.field, known) : Width{};
+      one = plus(one, fixed(arm.pattern.size()));
       all = {std::min(all.low, one.low), std::max(all.high, one.high), all.open || one.open};
    }
    return arms.empty() ? Width{} : all;
@@ -52,6 +53,8 @@ Width contents(const Field& field, Known& known) {
    case Kind::Const: return fixed(field.bits);
    case Kind::Octets: return octets(field.count, field.count);
    case Kind::Bits: return fixed(field.count);
+   case Kind::Unary: return {1, 0, true};
+   case Kind::Padding: return {0, 7, false};
    case Kind::Named: return field.type.type && !field.valueOnly ? of(*field.type.type, known) : anything();
    case Kind::Counted: {
       const uint64_t low = field.bounds.low.value_or(0);
@@ -70,6 +73,8 @@ Width contents(const Field& field, Known& known) {
    case Kind::Fill:
    case Kind::Tail:
    case Kind::BitTail:
+   case Kind::SizedBits:
+   case Kind::FillBits:
    case Kind::Each:
    case Kind::Messages: break;
    }
@@ -81,6 +86,7 @@ Width of(const Field& field, Known& known) {
    Width width = contents(field, known);
    if (field.optional || field.guarded) width.low = 0;
    if (field.bareBits) width = plus(width, fixed(field.bareBits));
+   width = plus(width, fixed(field.zeros));
    return field.lead == Lead::None ? width : plus(width, fixed(1));
 }
 
@@ -89,12 +95,14 @@ Width compute(const Type& type, Known& known) {
    case TypeKind::Enum:
    case TypeKind::Number: return fixed(type.bits + lengthBits(type));
    case TypeKind::Octets:
-      if (type.fill) return anything();
+      if (type.fill || type.presized) return anything();
       if (type.cls == Class::V) return octets(type.count, type.count);
       if (type.bare) return plus(fixed(lengthBits(type)), octets(type.count, type.count));
       return {lengthBits(type) + std::min(type.bounds.low.value_or(0), kMany) * 8, 0, true};
+   case TypeKind::Bits: return type.count != 0 ? fixed(type.count) : anything();
    case TypeKind::Record:
       if (type.cls != Class::V) return {lengthBits(type), 0, true};
+      if (type.returns) return anything();
       return sum(type.fields, known);
    case TypeKind::Alias:
    case TypeKind::OneElement: return type.base.type ? of(*type.base.type, known) : anything();

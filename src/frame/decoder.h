@@ -36,10 +36,18 @@ int decSized(RtxContext* ctxt, const char* name, size_t numocts, uint8_t* data, 
              const Limits& limits, uint32_t* count);
 int decSizedHeap(RtxContext* ctxt, const char* name, size_t numocts, RtxDynOctStr* value);
 int decRestBits(RtxContext* ctxt, const char* name, RtxDynBitStr* value);
-int decRestBitsInline(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, uint32_t* numbits);
+// `wanted` bits, or with kRest all that the container has left; -16 for more than `capacity`, with none
+// stored.
+int decBitsInline(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t wanted,
+                  uint32_t* numbits);
 
 // One bit ahead of a field: "ext bit", "optional bit", "choice selector".
 int decLeadBit(RtxContext* ctxt, const char* kind, uint8_t* bit);
+// The same for a bit that is H or L (TS 44.018, 1.3): 1 for H. An enumeration of the two. A number in as many
+// H as it counts, with an L behind.
+int decHighBit(RtxContext* ctxt, const char* kind, uint8_t* bit);
+int decHighEnumeration(RtxContext* ctxt, uint32_t* value);
+int decUnary(RtxContext* ctxt, const char* name, uint8_t* value);
 int decSelector(RtxContext* ctxt, unsigned bits, uint32_t* selector);
 int skipExtensions(RtxContext* ctxt);
 

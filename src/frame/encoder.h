@@ -12,13 +12,14 @@ struct OpenLength {
 
 // The words that need no type, out of line. A placeholder of `bits` bits; the closing step writes the octets
 // of what stands behind it: no padding behind an open tail, which must have ended on an octet boundary; else
-// padding to the next octet.
+// padding to the next octet. `fromStart`: octets count from where the contents begin, wherever in an octet
+// that is.
 L3_COLD int encOpenInFull(RtxContext* ctxt, const char* name, unsigned bits, OpenLength& length);
 // Not cold, as some codecs close in no other way.
 [[gnu::noinline]] int encCloseInFull(RtxContext* ctxt, unsigned bits, const OpenLength& length,
-                                     uint32_t* count, bool keepTail);
-// The bits behind it, for a length that counts them.
-int encCloseBits(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count);
+                                     uint32_t* count, bool keepTail, bool fromStart = false);
+// The bits behind it less `less`, for a length that counts them. -16 for fewer.
+int encCloseBits(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count, size_t less = 0);
 // A run of bits in one piece, when nobody looks; false if it can't be. The rest of the last octet is cleared,
 // as rtxEncBits does.
 bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits);
@@ -30,6 +31,11 @@ int encCounted(RtxContext* ctxt, const char* name, unsigned countOctets, const u
 // `tail`: sets the flag of the open tail.
 int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts, bool fits, bool tail);
 int encLeadBit(RtxContext* ctxt, const char* kind, bool bit);
+int encHighBit(RtxContext* ctxt, const char* kind, bool high);
+int encHighEnumeration(RtxContext* ctxt, uint32_t value);
+int encUnary(RtxContext* ctxt, const char* name, uint8_t value);
+// The bits that lead an arm, plain ones or L and H.
+int encPattern(RtxContext* ctxt, unsigned pattern, unsigned bits, bool high);
 int encSelector(RtxContext* ctxt, unsigned bits, uint32_t selector);
 int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei);
 

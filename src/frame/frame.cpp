@@ -1,6 +1,8 @@
 // The full forms of the frame's words: names, trace and logging, out of line.
 
+#include "quorva/rtx3GPP.h"
 #include "runtime/core/rtxMemHeapInline.h"
+#include "runtime/nas/csn1.h"
 #include "src/frame/decoder.h"
 #include "src/frame/encoder.h"
 #include "src/frame/scan.h"
@@ -480,7 +482,7 @@ int readBits(RtxContext* ctxt, uint8_t* data, size_t capacity, size_t numbits) {
 } // namespace
 
 int decRestBits(RtxContext* ctxt, const char* name, RtxDynBitStr* value) {
-   L3_TRY(hot::pushElemName(ctxt, name));
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
    const size_t numbits = bitsLeft(ctxt);
    value->numbits = 0;
    if (numbits != 0) {
@@ -492,23 +494,40 @@ int decRestBits(RtxContext* ctxt, const char* name, RtxDynBitStr* value) {
       value->numbits = static_cast<uint32_t>(numbits);
       value->data = octets;
    }
-   hot::popElemName(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
-int decRestBitsInline(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, uint32_t* numbits) {
-   L3_TRY(hot::pushElemName(ctxt, name));
-   const size_t left = bitsLeft(ctxt);
+int decBitsInline(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t wanted,
+                  uint32_t* numbits) {
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   const size_t count = wanted == kRest ? bitsLeft(ctxt) : wanted;
    *numbits = 0;
-   if (left > capacity * 8) return RTX_E_CONSTRAINT;
-   if (left != 0) L3_TRY(readBits(ctxt, data, capacity, left));
-   *numbits = static_cast<uint32_t>(left);
-   hot::popElemName(ctxt);
+   if (count > capacity) return RTX_E_CONSTRAINT;
+   if (count != 0) L3_TRY(readBits(ctxt, data, (capacity + 7) / 8, count));
+   *numbits = static_cast<uint32_t>(count);
+   if (name != nullptr) hot::popElemName(ctxt);
    return 0;
 }
 
 int decLeadBit(RtxContext* ctxt, const char* kind, uint8_t* bit) {
    return field(ctxt, nullptr, kind, [=] { return hot::decBit(ctxt, bit); });
+}
+
+int decHighBit(RtxContext* ctxt, const char* kind, uint8_t* bit) {
+   return field(ctxt, nullptr, kind, [=] { return hot::decBitLH(ctxt, bit); });
+}
+
+int decHighEnumeration(RtxContext* ctxt, uint32_t* value) {
+   uint8_t bit = 0;
+   L3_TRY(decHighBit(ctxt, "ENUMERATED", &bit));
+   *value = bit;
+   return 0;
+}
+
+int decUnary(RtxContext* ctxt, const char* name, uint8_t* value) {
+   return field(ctxt, name, "INTEGER",
+                [=] { return rtx3GPPDecIntAsBitsPattern(ctxt, value, csn1::kPaddingInverse); });
 }
 
 int decSelector(RtxContext* ctxt, unsigned bits, uint32_t* selector) {
@@ -576,20 +595,26 @@ int mergeLength(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint3
 
 } // namespace
 
-int encCloseInFull(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count,
-                   bool keepTail) {
+int encCloseInFull(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count, bool keepTail,
+                   bool fromStart) {
+   const size_t from = fromStart ? length.start : 0;
+   const size_t over = (hot::bitOffset(ctxt) - from) % 8;
    if ((ctxt->flags & RTX_CTXT_RAW_TAIL) != 0) {
-      if (!hot::octetAligned(ctxt)) return failAnew(ctxt, RTX_E_NOT_OCTET_END);
+      if (over != 0) return failAnew(ctxt, RTX_E_NOT_OCTET_END);
       if (!keepTail) rtxCtxtClearFlag(ctxt, RTX_CTXT_RAW_TAIL);
-   } else {
+   } else if (from % 8 == 0) {
       Codec(ctxt).align();
+   } else if (over != 0) {
+      if (const int status = rtxEncBits(ctxt, 0, 8 - over); status < 0) return fail(ctxt, status);
    }
    *count = static_cast<uint32_t>((hot::bitOffset(ctxt) - length.start) / 8);
    return mergeLength(ctxt, bits, length, *count);
 }
 
-int encCloseBits(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count) {
-   *count = static_cast<uint32_t>(hot::bitOffset(ctxt) - length.start);
+int encCloseBits(RtxContext* ctxt, unsigned bits, const OpenLength& length, uint32_t* count, size_t less) {
+   const size_t behind = hot::bitOffset(ctxt) - length.start;
+   if (behind < less) return RTX_E_CONSTRAINT;
+   *count = static_cast<uint32_t>(behind - less);
    return mergeLength(ctxt, bits, length, *count);
 }
 
@@ -613,6 +638,25 @@ int encSized(RtxContext* ctxt, const char* name, const uint8_t* data, size_t num
 
 int encLeadBit(RtxContext* ctxt, const char* kind, bool bit) {
    return field(ctxt, nullptr, kind, [=] { return hot::encBit(ctxt, bit); });
+}
+
+int encHighBit(RtxContext* ctxt, const char* kind, bool high) {
+   return field(ctxt, nullptr, kind, [=] { return hot::encBitLH(ctxt, high); });
+}
+
+int encHighEnumeration(RtxContext* ctxt, uint32_t value) {
+   return field(ctxt, nullptr, "ENUMERATED", [=] { return hot::encAltDetmnt(ctxt, value, 1, 0x80000000); });
+}
+
+int encUnary(RtxContext* ctxt, const char* name, uint8_t value) {
+   return field(ctxt, name, "INTEGER",
+                [=] { return rtx3GPPEncIntAsBitsPattern(ctxt, value, csn1::kPaddingInverse); });
+}
+
+int encPattern(RtxContext* ctxt, unsigned pattern, unsigned bits, bool high) {
+   const uint32_t mask = high ? ~uint32_t{0} << (32 - bits) : 0;
+   return field(ctxt, nullptr, "choice selector",
+                [=] { return hot::encAltDetmnt(ctxt, pattern, bits, mask); });
 }
 
 int encSelector(RtxContext* ctxt, unsigned bits, uint32_t selector) {

@@ -10,6 +10,10 @@ class Scan;
 
 namespace quorva::walk {
 
+// In CSN.1 the parameter of a type by place is a field of the structure around that sizes something in it.
+// Where nobody hands it on, the counts in the record hold.
+constexpr uint64_t kNoOuter = UINT64_MAX;
+
 // The short form if that will do, else the exact one: names, trace, containers and error records on the way.
 // `parameter` is what the decoder of a partial list is told.
 int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter = 0);

@@ -1,8 +1,12 @@
 // The exact decoder: one body for all types, over their rows.
 
+#include "quorva/rtx3GPP.h"
 #include "runtime/core/rtxMemHeapInline.h"
+#include "runtime/nas/csn1.h"
 #include "src/frame/scan.h"
 #include "src/walk/codec.h"
+
+#include <algorithm>
 
 namespace quorva::walk {
 
@@ -160,7 +164,9 @@ private:
    int enumeration() {
       uint32_t number = 0;
       std::memcpy(&number, record_, sizeof number);
-      const int status = decEnumeration(ctxt_, &number, type_.bits);
+      const int status = (type_.flags & kCsn1) != 0 && type_.legal == 0
+                               ? decHighEnumeration(ctxt_, &number)
+                               : decEnumeration(ctxt_, &number, type_.bits);
       std::memcpy(record_, &number, sizeof number);
       L3_TRY(status);
       return type_.legal == 0 || module_.legals[type_.legal].has(number) ? 0 : RTX_E_BAD_ENUM;
@@ -182,15 +188,23 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       constexpr uint32_t kAsked = kIfMore | kIfTest | kByBit | kByBitIfMore | kGuarded;
+      const bool csn1 = (type_.flags & kCsn1) != 0;
+      if (csn1 && (wire.flags & kQuits) != 0 && !more()) {
+         quit_ = true;
+         return blank(index);
+      }
       if ((wire.flags & kBareAround) != 0) return aroundBare(index, end);
       if ((wire.flags & kAsked) != 0 && row.kind != Kind::Chain) {
          bool there = (wire.flags & kIfTest) != 0 ? value(wire.test) != 0 : more();
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0) {
             uint8_t bit = 0;
-            if (there || (wire.flags & kByBit) != 0) L3_TRY(decLeadBit(ctxt_, "optional bit", &bit));
+            if (there || (wire.flags & kByBit) != 0)
+               L3_TRY((wire.flags & kHigh) != 0 ? decHighBit(ctxt_, "optional bit", &bit)
+                                                : decLeadBit(ctxt_, "optional bit", &bit));
             if ((wire.flags & kByBitIfMore) != 0) L3_TRY(within({end}));
             there = bit != 0;
          }
+         if (!there && csn1 && (wire.flags & kGuarded) != 0) return blank(index);
          if (!there) return absent(row, wire);
       }
       if (row.kind == Kind::Since) {
@@ -205,8 +219,26 @@ private:
       L3_TRY(contents(index, end));
       setBit(record_, row.presence);
       if ((wire.flags & kEndTested) != 0) L3_TRY(within({end}));
-      if ((wire.flags & kQuits) != 0 && offset() == end) quit_ = true;
+      if ((wire.flags & kQuits) != 0 && !csn1 && offset() == end) quit_ = true;
       return 0;
+   }
+   // A part of a structure that ends ahead of it: L, and nothing that is optional.
+   int blank(unsigned index) {
+      const Row& row = module_.rows[index];
+      uint8_t* place = record_ + row.offset;
+      switch (row.kind) {
+      case Kind::Number: store(place, row.width, 0); return 0;
+      case Kind::Nested: {
+         const Type& type = modules[row.module]->types[row.index];
+         if (type.bits != 0 || type.form == Form::Alias)
+            std::memset(place, 0, type.size);
+         else if (type.presenceOctets != 0)
+            std::memset(place + type.presenceOffset, 0, type.presenceOctets);
+         return 0;
+      }
+      case Kind::Choice: store(record_ + row.count, 4, 1); return blank(module_.arms[row.first].row);
+      default: return 0;
+      }
    }
    int absent(const Row& row, const Wire& wire) {
       if (row.kind == Kind::List && row.presence != kNone) store(record_ + row.count, row.width, 0);
@@ -262,6 +294,7 @@ private:
       case Kind::Octets: return untested(wire, decOctets(ctxt_, name, place, row.capacity));
       case Kind::Bits:
          return untested(wire, decBitString(ctxt_, name, place, (row.capacity + 7) / 8, row.capacity));
+      case Kind::Padding: align(); return 0;
       case Kind::CountedOctets: return countedOctets(index, name);
       case Kind::CountedBits: return countedBits(index, name);
       case Kind::Null: return name != nullptr ? nothing(name) : 0;
@@ -282,8 +315,14 @@ private:
          uint16_t unused = 0;
          frame::Length length;
          void* target = row.width == 0 ? static_cast<void*>(&unused) : place;
+         const bool inBits = (wire.flags & kInBits) != 0;
          L3_TRY(openInFull(ctxt_, module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
-                           module_.limits[wire.limits], true, length));
+                           module_.limits[wire.limits], !inBits, length));
+         if (inBits) {
+            const auto bits = static_cast<size_t>(load(place, row.width)) + wire.number;
+            length.end = offset() + bits;
+            if (const int status = hot::pushContainerBits(ctxt_, bits); status < 0) return failed(status);
+         }
          L3_TRY(block(row.first, unsigned{row.first} + row.rows, length.end));
          return quit_ ? 0 : closeInFull(ctxt_, length);
       }
@@ -306,6 +345,7 @@ private:
    // otherwise, as all codecs of the family do: what follows meets the same end.
    int untested(const Wire& wire, int status) {
       result_ = 0;
+      if ((type_.flags & kCsn1) != 0) return status < 0 ? failed(status) : 0;
       if ((wire.flags & kLast) == 0) return unlessMemory(status);
       result_ = status;
       return 0;
@@ -314,6 +354,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
+      if ((wire.flags & kHigh) != 0) return decUnary(ctxt_, name, place);
       return decInteger(ctxt_, name, place,
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }
@@ -325,6 +366,7 @@ private:
       const bool own = wire.bits != 0;
       const size_t numocts = own                               ? 0
                              : (wire.flags & walk::kRest) != 0 ? frame::kRest
+                             : (wire.flags & kPreset) != 0     ? load(record + row.count, row.width)
                                                                : static_cast<size_t>(value(wire.argument));
       if ((row.flags & kHeap) != 0) {
          auto* string = reinterpret_cast<RtxDynOctStr*>(record + row.count);
@@ -340,10 +382,14 @@ private:
    int countedOctets(unsigned index, const char* name) { return countedOctets(index, name, record_); }
    int countedBits(unsigned index, const char* name) {
       const Row& row = module_.rows[index];
+      const Wire& wire = module_.wires[index];
       if ((row.flags & kHeap) != 0)
          return decRestBits(ctxt_, name, reinterpret_cast<RtxDynBitStr*>(record_ + row.count));
       uint32_t count = 0;
-      const int status = decRestBitsInline(ctxt_, name, record_ + row.offset, row.capacity / 8, &count);
+      const size_t wanted = (wire.flags & kPreset) != 0 ? load(record_ + row.count, row.width)
+                            : wire.argument != 0        ? static_cast<size_t>(value(wire.argument))
+                                                        : frame::kRest;
+      const int status = decBitsInline(ctxt_, name, record_ + row.offset, row.capacity, wanted, &count);
       store(record_ + row.count, row.width, count);
       return status;
    }
@@ -365,11 +411,22 @@ private:
          L3_TRY(inner(module, type, place));
       } else {
          const uint64_t first = value(wire.argument), second = value(wire.second);
+         if ((wire.flags & kPreset) != 0 && (wire.number == 0 || parameter_ != kNoOuter))
+            L3_TRY(setSize(module, type, place, first));
          const int status = tried_ ? decodeInFull(ctxt_, module, type, place, first, second)
                                    : decodeType(ctxt_, module, type, place, first, second);
          if (status < 0) return fail(ctxt_, status);
+         if ((type_.flags & kCsn1) != 0 && wire.lead != 0) L3_TRY(skipBits(wire.lead));
       }
       if (name != nullptr) pop();
+      return 0;
+   }
+   // Strings and arrays that don't tell their size on the wire are told here.
+   int setSize(const Module& module, const Type& type, uint8_t* value, uint64_t count) {
+      const Row& row = module.rows[type.first];
+      const bool inlined = (row.flags & kHeap) == 0;
+      if (inlined && count > row.capacity) return RTX_E_CONSTRAINT;
+      store(value + row.count, row.width, count);
       return 0;
    }
    // The n-th bit behind the cursor, which stays; 0 if it is not there.
@@ -401,8 +458,34 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument), end);
+      if ((wire.flags & kPatterns) != 0) return patterns(index, end);
       uint32_t t = wire.number; // no octet tells the arm: the first one, until the caller knows better
       if (wire.bits != 0) L3_TRY(decSelector(ctxt_, wire.bits, &t));
+      store(record_ + row.count, 4, t);
+      return arms(index, t, end);
+   }
+   // Bits are read until they are those of an arm.
+   int patterns(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
+      const bool high = (module_.wires[index].flags & kHigh) != 0;
+      unsigned longest = 0;
+      for (unsigned i = 0; i < row.rows; ++i)
+         longest = std::max<unsigned>(longest, module_.arms[row.first + i].bits);
+      uint32_t t = 0;
+      L3_TRY(traced("choice selector", [&] {
+         unsigned read = 0;
+         for (unsigned n = 1; n <= longest && t == 0; ++n) {
+            uint8_t bit = 0;
+            L3_TRY(high ? hot::decBitLH(ctxt_, &bit) : hot::decBit(ctxt_, &bit));
+            read = read << 1 | bit;
+            for (unsigned i = 0; i < row.rows && t == 0; ++i) {
+               const Arm& arm = module_.arms[row.first + i];
+               if (arm.bits == n && arm.pattern == read) t = arm.low;
+            }
+         }
+         return 0;
+      }));
+      if (t == 0) return refuseChoice(*this, module_, index);
       store(record_ + row.count, 4, t);
       return arms(index, t, end);
    }
@@ -418,18 +501,28 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const bool heap = (row.flags & kHeap) != 0, timed = (wire.flags & kTimes) != 0;
-      const bool byExt = (wire.flags & kLedByExt) != 0, led = byExt || (wire.flags & kLedByFlags) != 0;
-      const bool toEnd = !timed && !led;
-      const size_t times = timed ? static_cast<size_t>(value(wire.argument)) : 0;
+      const bool outside = (wire.flags & kLedOutside) != 0;
+      const bool byExt = (wire.flags & kLedByExt) != 0;
+      const bool led = byExt || outside || (wire.flags & kLedByFlags) != 0;
+      const bool toEnd = !timed && !led && (wire.flags & kPreset) == 0;
+      const bool preset = (wire.flags & kPreset) != 0;
+      const size_t times = timed    ? static_cast<size_t>(value(wire.argument))
+                           : preset ? static_cast<size_t>(load(record_ + row.count, row.width))
+                                    : 0;
       const uint64_t most = row.width >= 4 ? UINT32_MAX : (uint64_t{1} << 8 * row.width) - 1;
       if (name != nullptr) L3_TRY(push(name));
       void* array = heap ? nullptr : record_ + row.offset;
       size_t count = 0, capacity = heap ? 0 : row.capacity;
       for (bool more = true; more;) {
          // The end of the data ends a list of led entries as their bit does.
-         if (timed ? count >= times : led ? ctxt_->bufByteIndex >= ctxt_->bufSize : !this->more()) break;
+         if (timed || preset ? count >= times : led ? ctxt_->bufByteIndex >= ctxt_->bufSize : !hasEntry(row))
+            break;
          if (toEnd && heap && count == most) return RTX_E_CONSTRAINT;
-         if (led) {
+         if (outside) {
+            bool another = false;
+            L3_TRY(leadOutside(wire, another));
+            if (!another) break;
+         } else if (led) {
             uint8_t bit = 0;
             L3_TRY(decLeadBit(ctxt_, byExt ? "ext bit" : "eol bit", &bit));
             if (byExt) ext_ = bit;
@@ -449,11 +542,26 @@ private:
          ++count;
          if (toEnd && offset() == before) return RTX_E_CONSTRAINT; // an element that takes nothing
       }
-      store(record_ + row.count, row.width, timed ? times : count);
+      store(record_ + row.count, row.width, timed || preset ? times : count);
       if (heap) std::memcpy(record_ + row.offset, &array, sizeof array);
       if (!led && !module_.limits[wire.limits].allow(timed ? times : count)) return RTX_E_CONSTRAINT;
       if (name != nullptr) pop();
       return 0;
+   }
+   // Of a list to the end: is there as much as an entry has at least?
+   bool hasEntry(const Row& row) const {
+      if ((type_.flags & kCsn1) == 0 || module_.rows[row.first].kind != Kind::Number) return more();
+      return hot::containerRemBits(ctxt_) >= int64_t{module_.wires[row.first].bits};
+   }
+   // Another entry, or the end, told by a bit ahead of it.
+   int leadOutside(const Wire& wire, bool& another) {
+      const unsigned left = static_cast<unsigned>(ctxt_->bufBitsLeft) - 1;
+      const bool high = (wire.flags & kHigh) != 0, zeros = (wire.flags & kLedByZeros) != 0;
+      unsigned bit = ctxt_->bufData[ctxt_->bufByteIndex] >> left & 1u;
+      if (high) bit ^= csn1::kPadding >> left & 1u;
+      another = (bit != 0) != zeros;
+      uint8_t unused = 0;
+      return decLeadBit(ctxt_, another ? "ext bit" : "eol bit", &unused);
    }
    int entry(unsigned index, uint8_t* target) {
       const unsigned at = module_.rows[index].first;
@@ -462,7 +570,7 @@ private:
          const Module& module = *modules[row.module];
          const Type& type = module.types[row.index];
          if ((module_.wires[index].flags & kInits) != 0) type.init(target);
-         return decodeType(ctxt_, module, type, target);
+         return decodeType(ctxt_, module, type, target, 0, parameter_);
       }
       return row.kind == Kind::Number ? integer(at, nullptr, target) : countedOctets(at, nullptr, target);
    }
@@ -530,7 +638,7 @@ int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
    switch (type.codec) {
    case walk::Codec::Element:
       // What is inside is tried in short again: most of it is well, and a failure lies deep down.
-      return Decoding(ctxt, module, type, value, parameter).element();
+      return Decoding(ctxt, module, type, value, (type.flags & kCsn1) != 0 ? second : parameter).element();
    case walk::Codec::Message: return Decoding(ctxt, module, type, value).message();
    case walk::Codec::OneElement: return Decoding(ctxt, module, type, value).oneElement();
    case walk::Codec::Pdu: return Decoding(ctxt, module, type, value).pdu();
@@ -573,7 +681,7 @@ int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
 int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter) {
    if (hot::streamActive(ctxt)) [[unlikely]]
       return stream::fromStream(ctxt, [=, &module] { return decode(ctxt, module, type, value, parameter); });
-   return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter);
+   return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter, kNoOuter);
 }
 
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {

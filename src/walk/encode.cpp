@@ -1,5 +1,6 @@
 // The exact encoder: one body for all types, over their rows.
 
+#include "runtime/nas/csn1.h"
 #include "src/frame/decoder.h"
 #include "src/frame/encoder.h"
 #include "src/walk/codec.h"
@@ -12,14 +13,17 @@ using namespace frame;
 
 namespace {
 
-int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value);
+int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value,
+               uint64_t outer = kNoOuter);
 // The same without the short form.
-int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value);
+int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value,
+                 uint64_t outer = kNoOuter);
 
 class Encoding : public frame::Codec {
 public:
-   Encoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record)
-         : Codec(ctxt), module_(module), type_(type), record_(record) {}
+   Encoding(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* record,
+            uint64_t outer = kNoOuter)
+         : Codec(ctxt), module_(module), type_(type), record_(record), outer_(outer) {}
 
    int element() {
       L3_TRY(begin(module_.texts + type_.name));
@@ -74,7 +78,7 @@ private:
    }
 
    uint64_t value(unsigned expression) const {
-      return expression == 0 ? 0 : module_.expressions[expression](record_, nullptr, 0);
+      return expression == 0 ? 0 : module_.expressions[expression](record_, nullptr, outer_);
    }
 
    int contents() {
@@ -93,6 +97,7 @@ private:
       if (type_.legal != 0 ? !module_.legals[type_.legal].has(number)
                            : (type_.flags & kTestsNumber) != 0 && number >> type_.bits != 0)
          return RTX_E_BAD_ENUM;
+      if ((type_.flags & kCsn1) != 0 && type_.legal == 0) return encHighEnumeration(ctxt_, number);
       return encEnumeration(ctxt_, number, type_.bits);
    }
 
@@ -105,7 +110,8 @@ private:
          if (!bare) store(record_ + type_.lengthOffset, 1, count);
          return count < (1u << bits) ? 0 : RTX_E_CONSTRAINT;
       }
-      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, (type_.flags & kTailStays) != 0));
+      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, (type_.flags & kTailStays) != 0,
+                            (type_.flags & kCsn1) != 0));
       if (!bare) store(record_ + type_.lengthOffset, bits == 16 ? 2 : 1, count);
       const Limits limits = bare ? Limits{} : module_.limits[type_.limits];
       if (limits.allow(count) && count >> bits == 0) return 0;
@@ -140,7 +146,14 @@ private:
       // A chain looks at each of its octets itself.
       if (row.presence != kNone && row.kind != Kind::Chain) {
          const bool there = hasBit(record_, row.presence);
-         if ((wire.flags & (kByBit | kByBitIfMore)) != 0) L3_TRY(encLeadBit(ctxt_, "optional bit", there));
+         if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
+            L3_TRY((wire.flags & kHigh) != 0 && row.kind != Kind::Choice
+                         ? encHighBit(ctxt_, "optional bit", there)
+                         : encLeadBit(ctxt_, "optional bit", there));
+         // Of parts that no bits lead the first one that is absent ends them all.
+         const bool inRun = (type_.flags & kCsn1) != 0 && (wire.flags & kIfMore) != 0;
+         if (inRun && runEnded_) return 0;
+         runEnded_ = inRun && !there;
          if (!there) return 0;
       }
       return contents(index);
@@ -169,7 +182,7 @@ private:
    int close(unsigned index, unsigned bits, const Limits& limits, const OpenLength& length, uint8_t* place) {
       uint32_t count = 0;
       const bool keeps = (module_.wires[index].flags & kKeepsTail) != 0;
-      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, keeps));
+      L3_TRY(encCloseInFull(ctxt_, bits, length, &count, keeps, (type_.flags & kCsn1) != 0));
       if (place != nullptr) store(place, module_.rows[index].width, count);
       return limits.allow(count) && count >> bits == 0 ? 0 : RTX_E_CONSTRAINT;
    }
@@ -188,6 +201,7 @@ private:
       case Kind::Constant: return integer(index, name, wire.number);
       case Kind::Octets: return untested(wire, encOctets(ctxt_, name, place, row.capacity));
       case Kind::Bits: return untested(wire, encBitString(ctxt_, name, place, row.capacity));
+      case Kind::Padding: return padding();
       case Kind::CountedOctets: return countedOctets(index, name, record_);
       case Kind::CountedBits: return countedBits(index, name);
       case Kind::Null: return name != nullptr ? nothing(name) : 0;
@@ -210,6 +224,12 @@ private:
          inLength_ = true;
          L3_TRY(block(row.first, unsigned{row.first} + row.rows));
          inLength_ = around;
+         if ((wire.flags & kInBits) != 0) {
+            uint32_t count = 0;
+            L3_TRY(encCloseBits(ctxt_, wire.bits, length, &count, wire.number));
+            store(place, row.width, count);
+            return count >> wire.bits == 0 ? 0 : RTX_E_CONSTRAINT;
+         }
          if (row.width == 0) return close(index, wire.bits, Limits{}, length, nullptr);
          return close(index, wire.bits, module_.limits[wire.limits], length, place);
       }
@@ -231,6 +251,7 @@ private:
    // Their status is the codec's own if they come last and no length is closed behind them.
    int untested(const Wire& wire, int status) {
       result_ = 0;
+      if ((type_.flags & kCsn1) != 0) return status < 0 ? failed(status) : 0;
       if ((wire.flags & kLast) == 0 || inLength_) return unlessMemory(status);
       result_ = status;
       return 0;
@@ -239,6 +260,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
+      if ((wire.flags & kHigh) != 0) return encUnary(ctxt_, name, static_cast<uint8_t>(number));
       return encInteger(ctxt_, name, static_cast<uint32_t>(number),
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }
@@ -249,17 +271,19 @@ private:
       const auto numocts = static_cast<size_t>(load(record + row.count, row.width));
       const size_t capacity = (row.flags & kHeap) != 0 ? ~size_t{0} : row.capacity;
       if (wire.bits != 0) return encCounted(ctxt_, name, wire.bits / 8u, data, numocts, capacity);
-      const bool free = (wire.flags & (walk::kRest | kByCount)) != 0;
+      const bool free = (wire.flags & (walk::kRest | kByCount | kPreset)) != 0;
       const bool fits = numocts <= capacity && (free || numocts == value(wire.argument));
       return encSized(ctxt_, name, data, numocts, fits, (wire.flags & kOpensTail) != 0);
    }
    int countedBits(unsigned index, const char* name) {
       const Row& row = module_.rows[index];
       const auto numbits = static_cast<size_t>(load(record_ + row.count, row.width));
-      const bool fits = (row.flags & kHeap) != 0 || numbits <= row.capacity;
+      const Wire& wire = module_.wires[index];
+      const bool fits = ((row.flags & kHeap) != 0 || numbits <= row.capacity) &&
+                        (wire.argument == 0 || numbits == value(wire.argument));
       const int status = encBitString(ctxt_, name, contentsOf(row, record_), fits ? numbits : 0, fits);
-      if (fits && (module_.wires[index].flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
-      return status;
+      if (fits && (wire.flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
+      return status < 0 && (type_.flags & kCsn1) != 0 && status != RTX_E_CONSTRAINT ? failed(status) : status;
    }
 
    int nested(unsigned index, const char* name, uint8_t* place) {
@@ -271,12 +295,40 @@ private:
       if ((wire.flags & (kContents | kAhead)) != 0) {
          L3_TRY(inside(wire, module, type, place));
       } else {
-         const int status =
-               tried_ ? encodeInFull(ctxt_, module, type, place) : encodeType(ctxt_, module, type, place);
+         const uint64_t outer = wire.second != 0 ? value(wire.second) : kNoOuter;
+         if ((wire.flags & kPreset) != 0 && (wire.number == 0 || outer_ != kNoOuter))
+            return sized(index, module, type, place, name, outer);
+         const int status = tried_ ? encodeInFull(ctxt_, module, type, place, outer)
+                                   : encodeType(ctxt_, module, type, place, outer);
          if (status < 0) return fail(ctxt_, status);
+         if ((type_.flags & kCsn1) != 0 && wire.lead != 0) {
+            if (const int zeros = rtxEncBits(ctxt_, 0, wire.lead); zeros < 0) return failed(zeros);
+         }
       }
       if (name != nullptr) pop();
       return 0;
+   }
+   // Strings and arrays that don't tell their size on the wire: as many as the record says elsewhere.
+   int sized(unsigned index, const Module& module, const Type& type, uint8_t* value, const char* name,
+             uint64_t outer) {
+      const Row& row = module.rows[type.first];
+      const uint64_t wanted = this->value(module_.wires[index].argument);
+      const uint64_t count = load(value + row.count, row.width);
+      const bool list = row.kind == Kind::List;
+      if (list ? count < wanted : count != wanted) return RTX_E_CONSTRAINT;
+      store(value + row.count, row.width, wanted);
+      const int status = encodeType(ctxt_, module, type, value, outer);
+      store(value + row.count, row.width, count);
+      if (status < 0) return fail(ctxt_, status);
+      if (name != nullptr) pop();
+      return 0;
+   }
+   // TS 44.018, 10.5.2: spare bits are L.
+   int padding() {
+      const auto left = static_cast<unsigned>(ctxt_->bufBitsLeft);
+      if (left == 8) return 0;
+      const int status = rtxEncBits(ctxt_, csn1::kPadding, left);
+      return status < 0 ? failed(status) : 0;
    }
    // The contents of a type with a length, without it; or its choice, whose selector stands elsewhere.
    int inside(const Wire& wire, const Module& module, const Type& type, uint8_t* place) {
@@ -296,6 +348,15 @@ private:
       const Wire& wire = module_.wires[index];
       if ((row.flags & kOwnSelector) == 0) return arms(index, value(wire.argument));
       const auto t = static_cast<uint32_t>(load(record_ + row.count, 4));
+      if ((wire.flags & kPatterns) != 0) {
+         for (unsigned i = 0; i < row.rows; ++i) {
+            const Arm& arm = module_.arms[row.first + i];
+            if (arm.low != t) continue;
+            L3_TRY(encPattern(ctxt_, arm.pattern, arm.bits, (wire.flags & kHigh) != 0));
+            return field(arm.row);
+         }
+         return refuseChoice(*this, module_, index);
+      }
       if (wire.bits != 0) L3_TRY(encSelector(ctxt_, wire.bits, t));
       return arms(index, t);
    }
@@ -309,6 +370,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const bool byExt = (wire.flags & kLedByExt) != 0, byFlags = (wire.flags & kLedByFlags) != 0;
+      const bool outside = (wire.flags & kLedOutside) != 0;
       const auto n = static_cast<size_t>(load(record_ + row.count, row.width));
       const bool timed = (wire.flags & kTimes) != 0 && (wire.flags & kFree) == 0;
       const size_t times = timed ? static_cast<size_t>(value(wire.argument)) : n;
@@ -318,6 +380,7 @@ private:
       uint8_t* entries = contentsOf(row, record_);
       if (times != 0 && entries == nullptr) return fail(ctxt_, RTX_E_NULL);
       for (size_t i = 0; i < times; ++i) {
+         if (outside) L3_TRY(leadOutside(wire, true));
          L3_TRY(pushIndex(i));
          if (byExt) L3_TRY(encLeadBit(ctxt_, "ext bit", i + 1 == times));
          if (byFlags) L3_TRY(encLeadBit(ctxt_, "eol bit", true));
@@ -326,16 +389,22 @@ private:
          popIndex(i);
       }
       if (byFlags) L3_TRY(encLeadBit(ctxt_, "eol bit", false));
+      if (outside) L3_TRY(leadOutside(wire, false));
       if (name != nullptr) pop();
       if ((wire.flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
       return 0;
+   }
+   int leadOutside(const Wire& wire, bool another) {
+      const char* kind = another ? "ext bit" : "eol bit";
+      if ((wire.flags & kHigh) != 0) return encHighBit(ctxt_, kind, another);
+      return encLeadBit(ctxt_, kind, another != ((wire.flags & kLedByZeros) != 0));
    }
    int entry(unsigned index, uint8_t* place) {
       const unsigned at = module_.rows[index].first;
       const Row& row = module_.rows[at];
       if (row.kind == Kind::Nested) {
          const Module& module = *modules[row.module];
-         return encodeType(ctxt_, module, module.types[row.index], place);
+         return encodeType(ctxt_, module, module.types[row.index], place, outer_);
       }
       return row.kind == Kind::Number ? integer(at, nullptr, load(place, row.width))
                                       : countedOctets(at, nullptr, place);
@@ -369,20 +438,22 @@ private:
    uint8_t* record_;
    int result_ = 0;
    bool inLength_ = false;
+   bool runEnded_ = false;
+   uint64_t outer_;
    bool besideDone_ = false;
    bool tried_ = false; // the short form of the row at hand
 };
 
-int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
+int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t outer) {
    switch (type.codec) {
    case walk::Codec::Message: return Encoding(ctxt, module, type, value).message();
    case walk::Codec::ByHand: return type.encode(ctxt, value);
    default: break;
    }
-   return Encoding(ctxt, module, type, value).element();
+   return Encoding(ctxt, module, type, value, outer).element();
 }
 
-int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value) {
+int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t outer) {
    if (canWriteShort(ctxt)) [[likely]] {
       if (type.messageEncode != nullptr) return type.messageEncode(ctxt, value);
       const Type& base = type.codec == walk::Codec::OneElement ? modules[type.rows]->types[type.first] : type;
@@ -397,7 +468,7 @@ int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
          ctxt->flags = flags;
       }
    }
-   return encodeInFull(ctxt, module, type, value);
+   return encodeInFull(ctxt, module, type, value, outer);
 }
 
 } // namespace

@@ -77,6 +77,7 @@ private:
          if ((row.flags & kWireOnly) == 0) lines_.null(name);
          return;
       case Kind::Store:
+      case Kind::Padding:
       case Kind::Constant: return;
       case Kind::Length:
       case Kind::Span:

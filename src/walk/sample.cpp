@@ -58,7 +58,7 @@ private:
       case Kind::Bits: bits(module, row, place, row.capacity); return true;
       case Kind::CountedOctets:
       case Kind::CountedBits:
-      case Kind::CountedUnits: return counted(module, row, record);
+      case Kind::CountedUnits: return counted(module, row, record, countOf(module, row, selector));
       case Kind::Text: text(module, row, place); return true;
       case Kind::Length:
       case Kind::Span:
@@ -70,7 +70,7 @@ private:
       case Kind::Swap: return block(module, row, record);
       case Kind::Nested: return nested(row, place, row.sample);
       case Kind::Message: return message(row, place);
-      case Kind::List: return list(module, row, record);
+      case Kind::List: return list(module, row, record, countOf(module, row, selector));
       case Kind::Choice: {
          const uint32_t value = row.flags & kOwnSelector && selector != 0 ? selector : row.sample;
          if (row.flags & kOwnSelector) store(record + row.count, row.width, value);
@@ -78,6 +78,7 @@ private:
          return arm == nullptr || field(module, *arm, record, 0);
       }
       case Kind::Null:
+      case Kind::Padding:
       case Kind::Constant: return true;
       }
       return true;
@@ -117,8 +118,13 @@ private:
       if (count % 8 != 0) place[count / 8] = static_cast<uint8_t>(place[count / 8] & 0xFF00u >> count % 8);
    }
 
-   bool counted(const Module& module, const Row& row, uint8_t* record) {
-      const size_t count = row.sample;
+   // What does not tell its size on the wire is told by whoever holds it.
+   static size_t countOf(const Module& module, const Row& row, uint32_t wanted) {
+      const bool preset = (module.wires[&row - module.rows].flags & kPreset) != 0;
+      return preset && wanted != 0 ? wanted - 1 : row.sample;
+   }
+
+   bool counted(const Module& module, const Row& row, uint8_t* record, size_t count) {
       const size_t size = row.kind == Kind::CountedBits    ? (count + 7) / 8
                           : row.kind == Kind::CountedUnits ? count * 2
                                                            : count;
@@ -157,8 +163,7 @@ private:
       }
    }
 
-   bool list(const Module& module, const Row& row, uint8_t* record) {
-      const size_t entries = row.sample;
+   bool list(const Module& module, const Row& row, uint8_t* record, size_t entries) {
       uint8_t* entry = record + row.offset;
       if (row.flags & kHeap) {
          void* array = nullptr;

@@ -37,11 +37,12 @@ enum class Kind : uint8_t {
    Store,           // nothing; a sample stores a number there
    Constant,        // nothing in the record
    // `rows` rows from `first` that belong to the same record:
-   Length, // the octets that they take, on the wire ahead of them; in the record too, if there is a width
-   Chain,  // octets each led by an ext bit
-   Since,  // those of a release; under a presence bit of their own
-   Swap,   // coded from the last to the first
-   Span,   // a number in the record alone: the octets that they take
+   Length,  // the octets that they take, on the wire ahead of them; in the record too, if there is a width
+   Chain,   // octets each led by an ext bit
+   Since,   // those of a release; under a presence bit of their own
+   Swap,    // coded from the last to the first
+   Span,    // a number in the record alone: the octets that they take
+   Padding, // nothing in the record; bits of the padding pattern to the octet's end
 };
 
 enum Flags : uint8_t {
@@ -107,6 +108,13 @@ enum WireFlags : uint32_t {
    kBeside = 16777216,    // behind the half octet of length, not counted
    kQuits = 33554432,     // Since: a decoder at the element's end returns as it stands
    kUnnamedOnWire = 67108864,
+   // CSN.1, TS 44.018 and TS 44.060
+   kHigh = 1 << 27,        // what tells of an option, an entry or an arm is H or L; Number: as many H, then L
+   kPatterns = 1 << 28,    // Choice: each arm has its own bits
+   kInBits = 1 << 29,      // Length: counts bits, less `number`
+   kLedOutside = 1 << 30,  // List: a bit ahead of each entry, outside of it
+   kLedByZeros = 1u << 31, // and that bit is a 0, a 1 ends the list
+   kPreset = kCounts, // List and strings: the count is in the record; Nested: `argument` is to be it there
 };
 
 // And what the wire's side needs, row by row the same.
@@ -116,19 +124,22 @@ struct Wire {
    uint16_t argument; // expression; 0: none
    uint16_t test;
    uint16_t second;
-   uint16_t number; // Since: release; Constant: value; others as the flags say
-   uint8_t bits;    // width of the number, of a count or of a length
-   uint8_t limits;  // number among the module's limits
-   uint8_t iei;     // optional element of a message: IEI, its bits, what the scan skips
+   uint16_t number; // Since: release; Constant: value; Nested with kPreset: 1 if the structure around tells
+                    // the size; others as the flags say
+   uint8_t bits;   // width of the number, of a count or of a length
+   uint8_t limits; // number among the module's limits
+   uint8_t iei;    // optional element of a message: IEI, its bits, what the scan skips
    uint8_t ieiBits;
    uint8_t format;
-   uint8_t lead; // Since: bits that must be left; kBareAround: bits of that length; TV: octets of the value
+   uint8_t lead; // Since: bits that must be left; kBareAround: bits of that length; TV: octets of the value;
+                 // Nested, in CSN.1: bits of 0 behind it
 };
 
 // Values of a choice that lead to a row; the first arm that fits counts.
 struct Arm {
    uint32_t low, high;
    uint16_t row;
+   uint8_t pattern = 0, bits = 0; // kPatterns: what leads it on the wire
 };
 
 // Record: rows in a block. Value: the one row tells all. Alias: another type's form under an own name; the
@@ -146,6 +157,7 @@ enum TypeFlags : uint8_t {
    kShifts = 16,      // Message: codeset shifts
    kTailStops = 32,   // Message: no element behind an open tail
    kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
+   kCsn1 = 128,       // a structure of CSN.1; Enumeration: L or H
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
