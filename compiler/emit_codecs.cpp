@@ -34,6 +34,7 @@ public:
       const Program program = lower(type);
       type_ = &type;
       const std::string parameters = (enc_ ? encodeParameters(type) : decodeParameters(type));
+      if (type.structure) return structure(program, parameters);
       w_.open(std::string("L3_INLINE static int ") + (enc_ ? "encode_" : "decode_") + recordName(type) + "(" +
               (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") + parameters + ") {");
       contents(program);
@@ -52,6 +53,24 @@ public:
       w_.line(std::string("const int status = ") + (enc_ ? "encode_" : "decode_") + x + "(" + c() +
               arguments + ");");
       w_.line("return " + c() + ".result(status);");
+      w_.close();
+      return w_.text();
+   }
+
+   // One body, which goes on wherever in an octet it is.
+   std::string structure(const Program& program, const std::string& parameters) {
+      const Type& type = *type_;
+      const std::string x = recordName(type), arguments = argumentNames(type, enc_);
+      const std::string in = std::string(enc_ ? "shortEncIn_" : "shortDecIn_") + x;
+      w_.open("int " + in + "(" + (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") + parameters + ") {");
+      contents(program);
+      w_.line("return 0;");
+      w_.close();
+      if (!hasShortEntry(type)) return w_.text();
+      w_.open(shortDeclaration(type, enc_) + " {");
+      w_.line(std::string(enc_ ? "ShortEncoder e" : "ShortDecoder d") + "(at, end, pctxt);");
+      if (isUniform(type)) w_.line("auto* pvalue = static_cast<" + x + "*>(v);");
+      w_.line("return " + c() + ".result(" + in + "(" + c() + arguments + "));");
       w_.close();
       return w_.text();
    }
@@ -102,6 +121,7 @@ private:
 
    void contents(const Program& program) {
       const Type& type = *type_;
+      if (type.pattern) return high(enc_ ? "value" : "*pvalue");
       if (type.kind == TypeKind::Enum)
          return bare([&] {
             attempt("enumeration<quorva::type::" + recordName(type) + ">(" + (enc_ ? "value" : "*pvalue") +
@@ -167,9 +187,31 @@ private:
               limitsText(bounds) + ")");
    }
 
+   // One bit, H or L.
+   void high(const std::string& place) {
+      if (enc_) return attempt("highIn((" + place + " & 1) != 0)");
+      const std::string var = variable("high");
+      w_.line("uint8_t " + var + " = 0;");
+      attempt("highIn(" + var + ")");
+      w_.line(place + " = " + var + ";");
+   }
+
+   std::string fieldsWord() const { return type_->structure ? "partsIn(" : "fields("; }
+
    // Steps one behind the other; those of fixed width go together.
    void sequence(const std::vector<Step>& steps) {
+      std::string before; // of parts that no bits lead, the first absent one ends the rest
       for (size_t i = 0; i < steps.size();) {
+         const bool led = type_->structure && steps[i].when == When::IfMore;
+         if (enc_ && led && !before.empty()) {
+            w_.open("if (" + before + ") {");
+            const std::string own = hasBit(steps[i].present);
+            one(steps[i++]);
+            w_.close();
+            before += " && " + own;
+            continue;
+         }
+         before = led ? hasBit(steps[i].present) : "";
          if (steps[i].run && !steps[i].isOptional()) {
             const size_t first = i;
             unsigned bits = 0;
@@ -185,7 +227,7 @@ private:
    }
 
    void run(const std::vector<Step>& steps, size_t first, size_t behind) {
-      const std::string head = "L3_TRY(" + c() + ".fields(";
+      const std::string head = "L3_TRY(" + c() + "." + fieldsWord();
       if (behind - first == 1) {
          const std::string part = runPart(*steps[first].field, "pvalue->" + steps[first].place, false);
          if (part.size() < 80) return w_.line(head + part + "));");
@@ -209,9 +251,16 @@ private:
 
    // One step with its option.
    void one(const Step& step) {
+      if (step.quits && !enc_) w_.line("if (!d.more()) return kNotShort;");
       if (step.guarded && !enc_) {
          w_.open("if (d.more()) {");
          kind(step);
+         if (type_->structure) {
+            w_.close("} else {");
+            w_.line("   blank(" + lvalue(step) + ");");
+            w_.line("}");
+            return;
+         }
          if (step.op == Op::Call && passing(*step.type) == Passing::TextPointer) {
             w_.close("} else {");
             w_.line("   " + lvalue(step) + " = \"\";");
@@ -226,8 +275,7 @@ private:
       if (step.bareAround) return aroundBare(step, true);
       const std::string bit = hasBit(step.present);
       if (enc_) {
-         if (step.when == When::ByBit || step.when == When::ByBitIfMore)
-            attempt("leadBit(\"optional bit\", " + bit + ")");
+         if (step.when == When::ByBit || step.when == When::ByBitIfMore) attempt(leadCall(step, bit));
          w_.open("if (" + bit + ") {");
          kind(step);
          w_.close();
@@ -237,14 +285,19 @@ private:
       if (step.when == When::ByBit || step.when == When::ByBitIfMore) {
          const std::string var = variable("present");
          w_.line("uint8_t " + var + " = 0;");
-         w_.line((step.when == When::ByBitIfMore ? "if (" + condition + ") " : "") +
-                 "L3_TRY(d.leadBit(\"optional bit\", " + var + "));");
+         w_.line((step.when == When::ByBitIfMore ? "if (" + condition + ") " : "") + "L3_TRY(d." +
+                 leadCall(step, var) + ");");
          condition = var + " != 0";
       }
       w_.open("if (" + condition + ") {");
       kind(step);
       w_.line(bit + " = 1;");
       orNone(step);
+   }
+   // The call of the bit that leads a step.
+   std::string leadCall(const Step& step, const std::string& bit) const {
+      if (type_->structure) return (step.field->lead == Lead::High ? "highIn(" : "bitIn(") + bit + ")";
+      return "leadBit(\"optional bit\", " + bit + ")";
    }
    // An optional list that is not there has no entries.
    void orNone(const Step& step) {
@@ -270,13 +323,14 @@ private:
 
    void kind(const Step& step) {
       const std::string name = quoted(step.name);
-      if (step.run) return attempt("fields(" + runPart(*step.field, "pvalue->" + step.place, false) + ")");
+      if (step.run) return attempt(fieldsWord() + runPart(*step.field, "pvalue->" + step.place, false) + ")");
       switch (step.op) {
-      case Op::Flag: return attempt("fields(flag(" + name + ", " + lvalue(step) + "))");
+      case Op::Flag: return attempt(fieldsWord() + "flag(" + name + ", " + lvalue(step) + "))");
       case Op::Integer:
-         return attempt("fields(" + integerWord(step.bits, step.bounds, false) + "(" + name + ", " +
+         return attempt(fieldsWord() + integerWord(step.bits, step.bounds, false) + "(" + name + ", " +
                         lvalue(step) + "))");
       case Op::Constant:
+         if (type_->structure) return attempt("zeros(" + number(step.bits) + ")");
          return attempt("constant<" + number(step.bits) + ">(" + name + ", " + number(step.field->number) +
                         ")");
       case Op::Octets:
@@ -285,6 +339,12 @@ private:
          return attempt("counted<" + std::string(step.bits == 16 ? "2" : "1") + ">(" + name + ", " +
                         lvalue(step) + (enc_ ? ")" : ", " + limitsText(step.bounds) + ")"));
       case Op::Sized: return sized(step, name, lvalue(step));
+      case Op::Bits: return attempt("bits(" + number(step.count) + ", " + lvalue(step) + ")");
+      case Op::SizedBits:
+         return attempt("sizedBits(" + value(step.argument) + ", " + number(step.storage.capacity) + ", " +
+                        lvalue(step) + ")");
+      case Op::Unary: return attempt("unary(" + lvalue(step) + ")");
+      case Op::Padding: return attempt("padding()");
       case Op::RestBits:
          return attempt((enc_ && step.opensTail ? "tailOfBits(" : "restOfBits(") + name + ", " +
                         lvalue(step) + ")");
@@ -296,6 +356,7 @@ private:
       case Op::Choice: return choice(step, "");
       case Op::Length: {
          const std::string var = variable("frame");
+         if (type_->structure && (step.inBits || step.bits < 8)) return units(step, var);
          const std::string place = step.member.empty() ? "" : lvalue(step);
          openLength(step.bits, step.name, place, step.bounds, var);
          sequence(step.steps);
@@ -316,10 +377,6 @@ private:
       case Op::Message:
          return attempt("message<" + (enc_ ? encoderName(*step.type) : decoderName(*step.type)) + ">(&" +
                         lvalue(step) + ")");
-      case Op::Bits:
-      case Op::SizedBits:
-      case Op::Unary:
-      case Op::Padding:
       case Op::Pointers: return; // such a type has no short form
       }
    }
@@ -337,13 +394,52 @@ private:
       attempt("sized(" + name + ", " + value(step.argument) + ", " + place + ")");
    }
 
+   // A length that may stand anywhere in an octet, in bits less some or in octets.
+   void units(const Step& step, const std::string& var) {
+      const std::string form = number(step.bits) + ", " + (step.inBits ? "1" : "8") + ", " +
+                               number(step.count) + ", " + var + ", " + lvalue(step) + ")";
+      w_.line(std::string(enc_ ? "ShortEncoder::OpenLength " : "ShortDecoder::Length ") + var + ";");
+      attempt(enc_ ? "openUnits(" + number(step.bits) + ", " + var + ")" : "openUnits(" + form);
+      sequence(step.steps);
+      attempt(enc_ ? "closeUnits(" + form : "closeUnits(" + var + ")");
+   }
+
+   // What does not tell its size on the wire is coded where its size is known.
+   void presized(const Step& step) {
+      const Program program = lower(*step.type);
+      Step inner = program.steps.front();
+      const Term size = step.argument;
+      inner.name = step.name;
+      inner.member = step.member;
+      inner.argument = size;
+      if (inner.op == Op::Sized && !enc_) {
+         w_.line("if (static_cast<size_t>(" + value(size) + ") > sizeof " + lvalue(step) +
+                 ".data) return kNotShort;");
+      }
+      kind(inner);
+   }
+
    void call(const Step& step) {
+      if (step.sizes) {
+         if (step.argument.expr != nullptr && !namesOuter(*step.argument.expr)) return presized(step);
+         return w_.line("return kNotShort;");
+      }
+      const Type& base = baseType(*step.type);
+      if (base.pattern) return high(lvalue(step));
+      if (type_->structure &&
+          (!hasShortForm(base) || step.second.expr != nullptr || (!base.structure && base.custom)))
+         return w_.line("return kNotShort;");
       std::string argument =
             enc_ ? encodeArgument(*step.type, lvalue(step)) : pointerArgument(*step.type, lvalue(step));
       if (!enc_ && step.argument.expr != nullptr)
          argument += ", static_cast<uint32_t>(" + value(step.argument) + ")";
       if (!enc_ && step.second.expr != nullptr) argument += ", " + value(step.second);
       attempt(codec("item", *step.type) + quoted(step.name) + ", " + argument + ")");
+      if (step.field != nullptr && step.field->zeros != 0)
+         attempt("zeros(" + number(step.field->zeros) + ")");
+   }
+   static bool namesOuter(const Expr& e) {
+      return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
    }
 
    // The contents of another type, without its length.
@@ -385,7 +481,7 @@ private:
             capture = "&";
          }
       } else if (step.type == nullptr) {
-         body = "return " + coder + ".fields(integer<" + number(step.bits) + ">(nullptr, x));";
+         body = "return " + coder + "." + fieldsWord() + "integer<" + number(step.bits) + ">(nullptr, x));";
       } else if (enc_) {
          body = "return e." + codec("call", *step.type) + encodeArgument(*step.type, "x") + ");";
       } else {
@@ -394,6 +490,9 @@ private:
       }
       const std::string places = member(step, "n") + ", " + member(step, "elem");
       std::string head = "L3_TRY(" + coder + ".";
+      if (step.type != nullptr && type_->structure && !hasShortForm(baseType(*step.type)))
+         return w_.line("return kNotShort;");
+      if (isLed(entries)) return led(step, entries, places, body);
       if (entries != Entries::Rest) {
          const bool ext = entries == Entries::Ext;
          if (ext && !enc_) declareExt();
@@ -415,6 +514,17 @@ private:
       if (enc_ && step.opensTail) w_.line("e.setTail();");
    }
 
+   // Each entry led by a bit outside of it.
+   void led(const Step& step, Entries entries, const std::string& places, const std::string& body) {
+      const char* how = entries == Entries::Ones    ? "Led::ByOnes"
+                        : entries == Entries::Zeros ? "Led::ByZeros"
+                                                    : "Led::ByHighs";
+      const std::string entry = step.type != nullptr ? recordName(*step.type) : uintType(step.bits);
+      w_.line("L3_TRY(" + c() + ".repeatLed(" + how + ", " + places + ",");
+      w_.line("      [](" + std::string(enc_ ? "ShortEncoder& e" : "ShortDecoder& d") +
+              ", void* v) -> int { auto& x = *static_cast<" + entry + "*>(v); " + body + " }));");
+   }
+
    // In a generic lambda the words with arguments of their own are said to be templates.
    static std::string dependent(std::string body) {
       for (const char* word : {"call<", "fields("})
@@ -427,6 +537,7 @@ private:
    void choice(const Step& step, std::string on) {
       const Field& field = *step.field;
       const std::string t = "pvalue->" + (field.name.empty() ? step.place : step.member + ".") + "t";
+      if (step.patterns) return patterns(step, t);
       if (on.empty() && field.selector == Selector::Field) on = value(step.argument);
       if (on.empty()) {
          on = t;
@@ -451,6 +562,38 @@ private:
          w_.close();
       }
       if (!hasElse) w_.line("default: return kNotShort;");
+      w_.close();
+   }
+
+   // One of the arms, by its own bits.
+   void patterns(const Step& step, const std::string& t) {
+      const Field& field = *step.field;
+      if (!enc_) {
+         std::string arms;
+         for (auto& arm : field.arms) {
+            unsigned bits = 0;
+            for (char c : arm.pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
+            arms += (arms.empty() ? "{" : ", {") + number(bits) + ", " + number(arm.pattern.size()) + "}";
+         }
+         const std::string var = variable("arms");
+         w_.line("static constexpr ArmBits " + var + "[] = {" + arms + "};");
+         attempt("pattern<" + std::string(step.high ? "true" : "false") + ">(" + var + ", " + t + ")");
+      }
+      w_.open("switch (" + t + ") {");
+      for (size_t i = 0; i < field.arms.size(); ++i) {
+         w_.open("case " + number(i + 1) + ": {");
+         if (enc_) {
+            unsigned bits = 0;
+            const std::string& pattern = field.arms[i].pattern;
+            for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
+            attempt("pattern(" + number(bits) + ", " + number(pattern.size()) + ", " +
+                    (step.high ? "true" : "false") + ")");
+         }
+         one(step.steps[i]);
+         w_.line("break;");
+         w_.close();
+      }
+      w_.line("default: return kNotShort;");
       w_.close();
    }
 
@@ -691,6 +834,7 @@ std::string prologue(const Module& module, bool encode) {
    w.line("#include \"src/" + module.file + "Types.h\"");
    w.line("#include \"src/frame/message.h\"");
    w.line("#include \"src/walk/codec.h\"");
+   if (module.isCsn1()) w.line("#include \"quorva/TS44018Misc.h\"");
    if (std::ranges::any_of(module.types, [](auto& type) { return type->kind == TypeKind::Digits; }))
       w.line("#include \"src/frame/digits.h\"");
    w.line();
@@ -768,6 +912,40 @@ void emitDirection(const Module& module, bool encode, Outputs& out) {
 }
 
 // The tables by which PDU codecs find a message.
+// The rows of one choice of messages, and how they are found.
+void messageTable(const std::vector<TableRow>& table, const std::string& name, Writer& w) {
+   w.line();
+   w.open("static constexpr quorva::frame::MessageRow " + name + "Rows[] = {");
+   for (auto& row : table) {
+      std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
+                         std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
+      if (row.record.type == nullptr) {
+         w.line(text + "0, \"u." + row.member + "\", nullptr, nullptr},");
+         continue;
+      }
+      const Type& message = *row.record.type;
+      const std::string record = recordName(message);
+      const bool value = passing(message) == Passing::Value;
+      w.line(text + "sizeof(" + record + "), \"u." + row.member + "\",");
+      const std::string init =
+            hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
+      const bool plain = hasMessageForm(message);
+      std::string clear = clearValues(message, "v->");
+      if (!clear.empty()) clear = "auto* v = static_cast<" + record + "*>(r); " + clear;
+      w.line("   [](RtxContext* c, void* r) { " + clear + init +
+             (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") +
+             decoderName(message) + (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
+      w.line(std::string("   [](RtxContext* c, void* r) { return ") +
+             (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
+             (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") +
+             "; }},");
+   }
+   w.close("};");
+   w.line("static constexpr auto " + name + "Index = quorva::frame::indexOf(" + name + "Rows);");
+   w.line("extern const quorva::frame::MessageTable " + name + "Messages;");
+   w.line("const quorva::frame::MessageTable " + name + "Messages = {" + name + "Rows, &" + name + "Index};");
+}
+
 void emitMessages(const Module& module, Outputs& out) {
    Writer w;
    w.line("// Messages of the PDUs of module " + module.name + ". Generated by l3c from " + module.file +
@@ -781,40 +959,9 @@ void emitMessages(const Module& module, Outputs& out) {
    w.line();
    w.line("using namespace quorva::frame;");
    for (auto& type : module.types) {
-      if (type->table.empty()) continue;
-      w.line();
-      w.open("static constexpr quorva::frame::MessageRow k" + recordName(*type) + "Rows[] = {");
-      for (auto& row : type->table) {
-         std::string text = "{" + hex(row.disc, 2) + ", " + hex(row.msgType, 2) + ", " +
-                            std::to_string(row.selector) + ", " + (row.inlineValue ? "true" : "false") + ", ";
-         if (row.record.type == nullptr) {
-            w.line(text + "0, \"u." + row.member + "\", nullptr, nullptr},");
-            continue;
-         }
-         const Type& message = *row.record.type;
-         const std::string record = recordName(message);
-         const bool value = passing(message) == Passing::Value;
-         w.line(text + "sizeof(" + record + "), \"u." + row.member + "\",");
-         const std::string init =
-               hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
-         const bool plain = hasMessageForm(message);
-         std::string clear = clearValues(message, "v->");
-         if (!clear.empty()) clear = "auto* v = static_cast<" + record + "*>(r); " + clear;
-         w.line("   [](RtxContext* c, void* r) { " + clear + init +
-                (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") +
-                decoderName(message) + (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
-         w.line(
-               std::string("   [](RtxContext* c, void* r) { return ") +
-               (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
-               (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") +
-               "; }},");
-      }
-      w.close("};");
-      const std::string name = "k" + recordName(*type);
-      w.line("static constexpr auto " + name + "Index = quorva::frame::indexOf(" + name + "Rows);");
-      w.line("extern const quorva::frame::MessageTable " + name + "Messages;");
-      w.line("const quorva::frame::MessageTable " + name + "Messages = {" + name + "Rows, &" + name +
-             "Index};");
+      if (!type->table.empty()) messageTable(type->table, "k" + recordName(*type), w);
+      if (!type->secondTable.empty())
+         messageTable(type->secondTable, "k" + recordName(*type) + "_" + cName(type->second), w);
    }
    out["src/" + module.file + "Messages.cpp"] = w.text();
 }

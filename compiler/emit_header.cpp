@@ -417,8 +417,8 @@ private:
                  "(RtxContext* pctxt, " + recordName(type) + "* pdu" + selectorParameter(row) + ");");
       }
       for (auto& row : type.secondTable) {
-         words("Sets the selector of `" + type.second + "`, " + std::to_string(row.selector) +
-               (row.record.type == nullptr ? "." : ", and the pointer."));
+         words("Sets discriminator, type, selector " + std::to_string(row.selector) + " of `" + type.second +
+               (row.record.type == nullptr ? "`." : "` and the pointer."));
          w_.line("QUORVA_API void asn1SetTC_" + recordName(type) + "_" + cName(type.second) + "_" +
                  cName(row.member) + "(RtxContext* pctxt, " + recordName(type) + "* pdu" +
                  selectorParameter(row) + ");");

@@ -78,7 +78,16 @@ void entry(const Type& type, Writer& functions, Writer& rows) {
                           "return " + initName(type) + "(static_cast<" + record + "*>(v));");
    row += ", " + function(hasRecord(type), "void*", "s_", "RtxContext* c", sampleBody(type));
    rows.line(row + ",");
-   rows.line("   " + quotedLines(explain(type)) + "},");
+   // A type by place stands in the figure of what holds it.
+   const Type* whole = &type;
+   while (whole->placed && whole->owner != nullptr) whole = whole->owner;
+   rows.line("   " +
+             quotedLines(whole == &type
+                               ? explain(type)
+                               : "part of " + recordName(*whole) +
+                                       (type.presized || type.outer != nullptr ? ", which tells its size\n"
+                                                                               : "\n")) +
+             "},");
 }
 
 } // namespace

@@ -39,8 +39,10 @@ public:
                     "(RtxContext* pctxt, void* v, const uint8_t* end);");
          }
          if (!hasShortForm(*type) || &baseType(*type) != type.get()) continue;
-         w_.line(shortDeclaration(*type, true) + ";");
-         w_.line(shortDeclaration(*type, false) + ";");
+         if (hasShortEntry(*type)) {
+            w_.line(shortDeclaration(*type, true) + ";");
+            w_.line(shortDeclaration(*type, false) + ";");
+         }
          if (!standsAmongBits(*type)) continue;
          w_.line("int shortEncIn_" + recordName(*type) + "(quorva::frame::ShortEncoder& e" +
                  encodeParameters(*type) + ");");
@@ -90,8 +92,10 @@ private:
    void tail(const Type& type) {
       if (hasShortForm(type)) {
          const std::string base = recordName(baseType(type));
-         w_.line("static constexpr auto shortEncode = &::shortEnc_" + base + ";");
-         w_.line("static constexpr auto shortDecode = &::shortDec_" + base + ";");
+         if (hasShortEntry(baseType(type))) {
+            w_.line("static constexpr auto shortEncode = &::shortEnc_" + base + ";");
+            w_.line("static constexpr auto shortDecode = &::shortDec_" + base + ";");
+         }
          if (leavesContainer(baseType(type))) w_.line("static constexpr bool leavesContainer = true;");
          if (standsAmongBits(baseType(type))) {
             w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + base + ";");

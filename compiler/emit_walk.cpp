@@ -350,7 +350,7 @@ private:
          // none that callers of the type itself could take
       } else if (isUniform(base)) {
          shorts = "shortDec_" + recordName(base) + ", shortEnc_" + recordName(base) + ", ";
-      } else if (hasShortForm(base) && base.kind != TypeKind::Digits && base.kind != TypeKind::Text &&
+      } else if (hasShortEntry(base) && base.kind != TypeKind::Digits && base.kind != TypeKind::Text &&
                  base.parameters.empty()) {
          shorts = "[](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return "
                   "shortDec_" +
@@ -562,7 +562,7 @@ private:
       }
       case Op::Unary:
          row.kind = "Number";
-         row.wire.push_back("kHigh");
+         row.wire.push_back("kPatterns");
          row.offset = offset(step.member);
          row.width = "1";
          row.sample = sample_->number(*field);
@@ -856,6 +856,8 @@ void selectors(const Type& pdu, Writer& w) {
             row.record.type != nullptr ? ", " + recordName(*row.record.type) + "* value" : "";
       w.open("void asn1SetTC_" + recordName(pdu) + "_" + cName(pdu.second) + "_" + cName(row.member) +
              "(RtxContext*, " + recordName(pdu) + "* pdu" + value + ") {");
+      if (discriminator) w.line("pdu->protoDiscr = " + number(row.disc) + ";");
+      w.line("pdu->msgType = " + number(row.msgType) + ";");
       w.line(second + ".t = " + number(row.selector) + ";");
       if (!value.empty()) w.line(second + ".u." + cName(row.member) + " = value;");
       w.close();
@@ -872,7 +874,9 @@ void emitWalk(const Model& model, const Module& module, Outputs& out) {
    const std::string header = "quorva/" + module.name + ".h";
    Writer table, printers, samples;
    prologue(module, "The table",
-            {header, "src/" + module.file + "Types.h", "src/walk/codec.h", "src/frame/scan.h"}, table);
+            {header, "quorva/TS44018Misc.h", "src/" + module.file + "Types.h", "src/walk/codec.h",
+             "src/frame/scan.h"},
+            table);
    table.line("namespace quorva::walk {");
    table.line();
    table.raw(TableEmitter(model, module).run());

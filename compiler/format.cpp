@@ -43,8 +43,12 @@ bool opensFields(const std::vector<Token>& tokens, size_t at) {
    if (at == 0) return false;
    const Token& before = tokens[at - 1];
    if (among(before, {"ext", "swap"})) return true;
-   return at > 1 && ((isWord(before, "octets") && isSign(tokens[at - 2], "=")) ||
-                     (before.kind == Tok::Number && isWord(tokens[at - 2], "since")));
+   // `= bits - 1 ( … )`
+   const bool lessBits = at > 3 && before.kind == Tok::Number && isSign(tokens[at - 2], "-") &&
+                         isWord(tokens[at - 3], "bits") && isSign(tokens[at - 4], "=");
+   const bool counted =
+         at > 1 && (isWord(before, "octets") || isWord(before, "bits")) && isSign(tokens[at - 2], "=");
+   return lessBits || counted || (at > 1 && before.kind == Tok::Number && isWord(tokens[at - 2], "since"));
 }
 
 std::string shown(const Token& token) {
@@ -139,7 +143,8 @@ private:
       if (!opensFields(tokens, at)) return Body::Expression;
       if (stack_.empty()) {
          declaration_ = tokens[0].text;
-         if (declaration_ == "enum" || declaration_ == "type") return Body::Rows;
+         const bool list = tokens.size() > 2 && isSign(tokens[2], "*"); // of structures
+         if (declaration_ == "enum" || (declaration_ == "type" && !list)) return Body::Rows;
          if (declaration_ == "table") return Body::Table;
          return declaration_ == "message" ? Body::Message : Body::Fields;
       }

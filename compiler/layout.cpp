@@ -199,7 +199,8 @@ bool leavesContainer(const Type& type) {
 }
 
 bool hasShortForm(const Type& type) {
-   if (type.structure) return false;
+   // Of a structure, what has none inside is left to the exact form when it is there.
+   if (type.structure && type.kind != TypeKind::Alias) return !type.custom && !type.presized && !type.outer;
    if (type.custom || type.kind == TypeKind::Text) return type.shortForm;
    switch (type.kind) {
    case TypeKind::Enum:
@@ -221,8 +222,12 @@ bool hasShortForm(const Type& type) {
    }
 }
 
+bool hasShortEntry(const Type& type) {
+   return hasShortForm(type) && !type.placed;
+}
+
 bool isUniform(const Type& type) {
-   return hasShortForm(type) && !type.custom && passing(type) == Passing::Pointer &&
+   return hasShortEntry(type) && !type.custom && passing(type) == Passing::Pointer &&
           type.parameters.empty() && type.kind != TypeKind::Alias;
 }
 
@@ -276,6 +281,7 @@ void markBehindBits(Model& model) {
 }
 
 bool standsAmongBits(const Type& type) {
+   if (type.structure) return hasShortForm(type) && type.kind != TypeKind::Alias;
    if (type.custom || type.amongBits) return type.amongBits;
    if (type.kind != TypeKind::Record || type.cls == Class::LV || type.cls == Class::LVE) return false;
    return type.cls == Class::LB || std::any_of(type.fields.begin(), type.fields.end(), [](auto& field) {

@@ -82,6 +82,9 @@ std::string argumentNames(const Type& type, bool encode);
 
 // Has the codec a short form? Fixed bits, 16-bit characters and lengths of four bits have none.
 bool hasShortForm(const Type& type);
+// Is there a function of it that starts at an octet? Types by place have the one alone that goes on in an
+// octet.
+bool hasShortEntry(const Type& type);
 // One of a signature that all such have: made by l3c, of a record and nothing besides.
 bool isUniform(const Type& type);
 bool hasMessageForm(const Type& type);

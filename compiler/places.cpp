@@ -54,7 +54,7 @@ private:
       case Kind::FillBits:
       case Kind::Tail:
       case Kind::BitTail:
-         if (field.own) string(name, field, doc);
+         if (field.own) string(name, field, doc, owner);
          return;
       default: return;
       }
@@ -101,6 +101,8 @@ private:
          type.entries = field.entries;
          type.bounds = field.bounds;
          type.storage = field.storage;
+         // A count that is always the same is the type's own.
+         if (field.argument && field.argument->op == Expr::Op::Number) type.times = std::move(field.argument);
          type.presized = field.argument != nullptr;
          type.owner = &owner;
       }
@@ -115,10 +117,11 @@ private:
       return type;
    }
 
-   void string(const std::string& name, Field& field, const std::string& doc) {
+   void string(const std::string& name, Field& field, const std::string& doc, Type& owner) {
       const bool bits =
             field.kind == Kind::SizedBits || field.kind == Kind::FillBits || field.kind == Kind::BitTail;
       Type& type = make(name, bits ? TypeKind::Bits : TypeKind::Octets, field.pos, doc);
+      type.owner = &owner;
       type.presized = field.argument != nullptr;
       type.fill = !type.presized;
       type.opensTail = field.kind == Kind::Tail || field.kind == Kind::BitTail;

@@ -39,7 +39,9 @@ public:
             if (isNested(field.type, outer)) nested.insert(field.type.type);
          });
       });
-      eachType([&nested](Type& type) { type.nested = type.placed || nested.count(&type) != 0; });
+      eachType([&nested](Type& type) {
+         type.nested = type.placed || nested.count(&type) != 0 || namedByPlace(type);
+      });
       eachType([this](Type& type) {
          at_ = &type;
          Scope scope;
@@ -51,7 +53,7 @@ public:
          if (type.times) resolve(*type.times, scope);
          expressions(type.fields, scope);
       });
-      eachType([this](Type& type) { handOuter(type); });
+      eachType([](Type& type) { handOuter(type); });
       eachType([this](Type& type) { countedFields(type.fields); });
       eachType([](Type& type) {
          eachField(type.fields, [&](Field& field) {
@@ -137,6 +139,13 @@ private:
    static bool isNested(const TypeRef& ref, const Type& outer) {
       return ref.type != nullptr && ref.type->module == outer.module &&
              ref.type->name.starts_with(outer.name + '_');
+   }
+
+   // Types by place that stand by themselves, for those who are coded by hand.
+   static bool namedByPlace(const Type& type) {
+      if (!type.module->isCsn1()) return false;
+      return type.name.starts_with(type.module->lists) || type.name.ends_with("_element") ||
+             type.name.find("_component_") != std::string::npos;
    }
 
    // The groups of a message carry their numbers already; those of releases follow in order.

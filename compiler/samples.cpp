@@ -155,6 +155,9 @@ uint64_t Sample::typeNumber(const Type& type) {
 uint64_t Sample::typeCount(const Type& type) {
    const Type& base = baseType(type);
    const uint64_t most = base.storage.heap ? 20 : base.storage.capacity;
+   if (base.kind == TypeKind::List && base.times && base.times->op == Expr::Op::Number)
+      return base.times->number;
+   if (base.kind == TypeKind::Bits) return base.storage.heap ? 16 : std::min<uint64_t>(16, most);
    if (base.kind == TypeKind::List)
       return base.times ? kParameter + 1 : within(kFewEntries, base.bounds, most);
    return within(kFewOctets, base.bounds, most);
@@ -395,6 +398,11 @@ std::optional<uint64_t> Sample::bitsAhead(const std::vector<std::unique_ptr<Fiel
          if (found) return sum;
          continue;
       }
+      for (const Arm& arm : field->arms)
+         if (arm.field.get() == &stop) {
+            found = true;
+            return sum + arm.pattern.size() + field->bits;
+         }
       const auto one = bits(*field);
       if (!one) return std::nullopt;
       sum += *one;

@@ -6,24 +6,22 @@ namespace quorva::frame {
 
 namespace {
 
-constexpr char kData[] = "data";
-
-int pushBothInFull(RtxContext* ctxt, const char* member) {
-   L3_TRY(hot::pushElemName(ctxt, kData));
+int pushBothInFull(RtxContext* ctxt, const char* choice, const char* member) {
+   L3_TRY(hot::pushElemName(ctxt, choice));
    return hot::pushElemName(ctxt, member);
 }
 
 // The names of the choice and of its member, which go together.
-L3_INLINE int pushBoth(RtxContext* ctxt, const char* member) {
+L3_INLINE int pushBoth(RtxContext* ctxt, const char* choice, const char* member) {
    RtxMemHeap* heap = ctxt->memHeap;
    RtxDListNode* outer = heap == nullptr ? nullptr : heap->spareNames;
    RtxDListNode* inner = outer == nullptr ? nullptr : outer->next;
    if (inner == nullptr) [[unlikely]]
-      return pushBothInFull(ctxt, member);
+      return pushBothInFull(ctxt, choice, member);
    heap->spareNames = inner->next;
    RtxDList& names = ctxt->elemNames;
    RtxDListNode* below = names.tail;
-   outer->data = const_cast<char*>(kData);
+   outer->data = const_cast<char*>(choice);
    outer->prev = below; // its `next` is the inner one already
    inner->data = const_cast<char*>(member);
    inner->next = nullptr;
@@ -50,19 +48,19 @@ L3_INLINE void popBoth(RtxContext* ctxt) {
 }
 
 // A message of its header alone.
-L3_COLD int nameMessage(RtxContext* ctxt, const char* member) {
-   L3_TRY(pushBoth(ctxt, member));
+L3_COLD int nameMessage(RtxContext* ctxt, const char* choice, const char* member) {
+   L3_TRY(pushBoth(ctxt, choice, member));
    popBoth(ctxt);
    return 0;
 }
 
 } // namespace
 
-int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
+int decodeMessage(Decoder d, const MessageRow& row, const char* choice, void* data, int* reported) {
    RtxContext* ctxt = d.ctxt();
    if (row.decode == nullptr) [[unlikely]]
-      return nameMessage(ctxt, row.member);
-   L3_TRY(pushBoth(ctxt, row.member));
+      return nameMessage(ctxt, choice, row.member);
+   L3_TRY(pushBoth(ctxt, choice, row.member));
    void* record = data;
    if (!row.isInline) [[likely]] {
       record = hot::alloc(ctxt, row.size);
@@ -77,16 +75,16 @@ int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported) {
    return 0;
 }
 
-int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data) {
+int encodeMessage(Encoder e, const MessageTable& table, const char* choice, uint32_t selector, void* data) {
    RtxContext* ctxt = e.ctxt();
    const MessageRow* row = table.select(selector);
    if (row == nullptr) [[unlikely]] {
-      L3_TRY(e.push(kData));
+      L3_TRY(e.push(choice));
       return e.failed(RTX_E_BAD_CHOICE);
    }
    if (row->encode == nullptr) [[unlikely]]
-      return nameMessage(ctxt, row->member);
-   L3_TRY(pushBoth(ctxt, row->member));
+      return nameMessage(ctxt, choice, row->member);
+   L3_TRY(pushBoth(ctxt, choice, row->member));
    void* record = data;
    if (!row->isInline) [[likely]] {
       std::memcpy(&record, data, sizeof record);
@@ -99,9 +97,9 @@ int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void*
    return 0;
 }
 
-int unknownMessage(Decoder d, unsigned type) {
+int unknownMessage(Decoder d, const char* choice, unsigned type) {
    RtxContext* ctxt = d.ctxt();
-   L3_TRY(d.push(kData));
+   L3_TRY(d.push(choice));
    return failAnew(ctxt, rtxErrInvUIntOpt(ctxt, type));
 }
 

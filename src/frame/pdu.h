@@ -118,31 +118,34 @@ L3_INLINE int encodeHeader(Encoder e, Header header) {
    return headerInFull(e, header);
 }
 
-// Allocates the record of the message, initialises and decodes it under its member's name. `data` is the
-// union of the PDU's record, `reported` takes the status that the message's decoder gave at its end. -10 if
-// there is no memory for the record, directly.
-int decodeMessage(Decoder d, const MessageRow& row, void* data, int* reported);
+// The choice of a PDU that holds its message; some have a second one.
+inline constexpr char kData[] = "data";
+
+// Allocates the record of the message, initialises and decodes it under its member's name and that of the
+// choice. `data` is the union of the PDU's record, `reported` takes the status that the message's decoder
+// gave at its end. -10 if there is no memory for the record, directly.
+int decodeMessage(Decoder d, const MessageRow& row, const char* choice, void* data, int* reported);
 
 // An unknown message type: -9, with the type among the parameters of the error.
-L3_COLD int unknownMessage(Decoder d, unsigned type);
+L3_COLD int unknownMessage(Decoder d, const char* choice, unsigned type);
 
-// The choice "data" of a PDU: selector and union.
+// A choice of messages: selector and union.
 template <class Data>
 L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, uint32_t discriminator,
-                         uint8_t type, int* reported = nullptr) {
+                         uint8_t type, int* reported = nullptr, const char* choice = kData) {
    const MessageRow* row = table.find(static_cast<uint8_t>(discriminator), type);
    if (row == nullptr) [[unlikely]]
-      return unknownMessage(d, type);
+      return unknownMessage(d, choice, type);
    data.t = row->selector;
-   return decodeMessage(d, *row, &data.u, reported);
+   return decodeMessage(d, *row, choice, &data.u, reported);
 }
 
 // Encodes the message that the selector names; -9 for a selector without a message.
-int encodeMessage(Encoder e, const MessageTable& table, uint32_t selector, void* data);
+int encodeMessage(Encoder e, const MessageTable& table, const char* choice, uint32_t selector, void* data);
 
 template <class Data>
-L3_INLINE int encodeData(Encoder e, Data& data, const MessageTable& table) {
-   return encodeMessage(e, table, data.t, &data.u);
+L3_INLINE int encodeData(Encoder e, Data& data, const MessageTable& table, const char* choice = kData) {
+   return encodeMessage(e, table, choice, data.t, &data.u);
 }
 
 } // namespace quorva::frame

@@ -84,6 +84,29 @@ L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
    std::memcpy(at, &word, N);
 }
 
+// What leads an arm of a choice: its bits, right aligned, and how many.
+struct ArmBits {
+   uint8_t bits, count;
+};
+
+// What tells, outside of the entries of a list, that another one comes (TS 44.018, CSN.1).
+enum class Led { ByOnes, ByZeros, ByHighs };
+
+// The bit that is L at a place in an octet, `used` bits behind its start: H is the other one.
+constexpr uint8_t kPaddingOctet = 0x2B;
+L3_INLINE unsigned lowAt(unsigned used) {
+   return kPaddingOctet >> (7 - used) & 1u;
+}
+
+// A part of a structure that ends ahead of it: 0 or L, and nothing that is optional.
+template <class T>
+L3_INLINE void blank(T& value) {
+   if constexpr (requires { value.m = {}; })
+      value.m = {};
+   else if constexpr (std::is_arithmetic_v<T>)
+      value = 0;
+}
+
 // Octets that the record of a string has room for.
 template <class T>
 constexpr size_t capacityOf(const T& value) {
@@ -256,7 +279,6 @@ public:
 
    template <class Type, class... Arguments>
    L3_INLINE int call(Arguments... arguments) {
-      static_assert(HasShortDecoder<Type>);
       if constexpr (requires { Type::shortDecodeIn; }) {
          return Type::shortDecodeIn(*this, arguments...);
       } else {
@@ -430,6 +452,47 @@ public:
       return setCount(n, list.count, Limits{});
    }
 
+   // CSN.1
+
+   // Out of line: there are thousands of places, none of which knows where in an octet it is.
+   int bitIn(uint8_t& bit);  // 1 or 0
+   int highIn(uint8_t& bit); // H or L
+   template <class... Parts>
+   L3_INLINE int partsIn(const Parts&... parts) {
+      uint64_t word;
+      return takeIn(totalBits<Parts...>(), word) && takeAll(word, parts...) ? 0 : kNotShort;
+   }
+   template <bool High, size_t N>
+   L3_INLINE int pattern(const ArmBits (&arms)[N], uint32_t& t) {
+      return patternIn(arms, N, High, t);
+   }
+   L3_INLINE int bits(size_t count, uint8_t* data) { return bitStringIn(count, count, data); }
+   template <class T>
+   L3_INLINE int sizedBits(size_t count, size_t capacity, T& value) {
+      L3_TRY(bitStringIn(count, capacity, value.data));
+      value.numbits = static_cast<decltype(value.numbits)>(count);
+      return 0;
+   }
+   int unary(uint8_t& value);
+   L3_INLINE int zeros(unsigned count) { return skipBits(count); }
+   L3_INLINE int padding() {
+      align();
+      return 0;
+   }
+   int openUnits(unsigned bits, unsigned unit, unsigned more, Length& length, uint8_t& value);
+   int closeUnits(const Length& length) {
+      at_ = end_;
+      used_ = extra_;
+      return closeBits(length);
+   }
+   template <class T>
+   L3_INLINE int repeatLed(Led how, uint64_t& n, T*& elem, int (*decode)(ShortDecoder&, void*)) {
+      void* array = nullptr;
+      L3_TRY(ledIn(how, n, array, sizeof(T), decode));
+      elem = static_cast<T*>(array);
+      return 0;
+   }
+
    // The octets of a PLMN, the first octet's low nibble first.
    L3_INLINE int plmn(char* mcc, char* mnc) {
       const uint8_t* from = takeOctets(3);
@@ -452,6 +515,11 @@ public:
    }
 
 private:
+   bool takeIn(unsigned count, uint64_t& word);
+   int patternIn(const ArmBits* arms, size_t count, bool high, uint32_t& t);
+   int bitStringIn(size_t count, size_t capacity, uint8_t* data);
+   int ledIn(Led how, uint64_t& n, void*& array, size_t size, int (*decode)(ShortDecoder&, void*));
+
    size_t have() const { return static_cast<size_t>(end_ - at_); }
    size_t bitsLeft() const { return have() * 8 - used_ + extra_; }
    // Are there N bits, which reach into so many octets?
@@ -641,7 +709,6 @@ public:
 
    template <class Type, class... Arguments>
    L3_INLINE int call(Arguments... arguments) {
-      static_assert(HasShortEncoder<Type>);
       if constexpr (requires { Type::shortEncodeIn; }) {
          return Type::shortEncodeIn(*this, arguments...);
       } else {
@@ -698,14 +765,7 @@ public:
    template <class T>
    int restOfBits(const char*, const T& value) {
       if (value.numbits > 8 * capacityOf(value)) return kNotShort;
-      const uint8_t* from = value.data;
-      size_t count = value.numbits;
-      if (from == nullptr && count != 0) return kNotShort;
-      for (; count >= 8; count -= 8)
-         if (!put<8>(*from++)) return kNotShort;
-      for (unsigned shift = 7; count != 0; --count, --shift)
-         if (!put<1>(*from >> shift & 1u)) return kNotShort;
-      return 0;
+      return putBits(value.data, value.numbits);
    }
    template <class T>
    int tailOfBits(const char* name, const T& value) {
@@ -755,6 +815,32 @@ public:
       return leadBit(nullptr, false);
    }
 
+   // CSN.1
+
+   int bitIn(bool bit);
+   int highIn(bool high);
+   template <class... Parts>
+   L3_INLINE int partsIn(const Parts&... parts) {
+      uint64_t word;
+      return giveAll(word, parts...) && putIn(totalBits<Parts...>(), word) ? 0 : kNotShort;
+   }
+   int pattern(unsigned bits, unsigned count, bool high);
+   L3_INLINE int bits(size_t count, const uint8_t* data) { return bitStringIn(count, data); }
+   template <class T>
+   L3_INLINE int sizedBits(size_t count, size_t capacity, const T& value) {
+      return count > capacity || value.numbits != count ? kNotShort : bitStringIn(count, value.data);
+   }
+   int unary(unsigned value);
+   L3_INLINE int zeros(unsigned count) { return putIn(count, 0) ? 0 : kNotShort; }
+   // Spare bits are L to the end of the octet.
+   int padding();
+   int openUnits(unsigned bits, OpenLength& length);
+   int closeUnits(unsigned bits, unsigned unit, unsigned less, const OpenLength& length, uint8_t& value);
+   template <class T>
+   L3_INLINE int repeatLed(Led how, uint64_t n, T* elem, int (*encode)(ShortEncoder&, void*)) {
+      return ledIn(how, n, elem, sizeof(T), encode);
+   }
+
    L3_INLINE int plmn(const char* mcc, const char* mnc) {
       uint8_t* to = takeOctets(3);
       if (to == nullptr) return kNotShort;
@@ -772,6 +858,10 @@ public:
    }
 
 private:
+   bool putIn(unsigned count, uint64_t word);
+   int bitStringIn(size_t count, const uint8_t* data);
+   int ledIn(Led how, uint64_t n, void* array, size_t size, int (*encode)(ShortEncoder&, void*));
+
    size_t have() const { return static_cast<size_t>(end_ - at_); }
 
    L3_INLINE int store(const uint8_t* data, size_t count) {
@@ -779,6 +869,14 @@ private:
       uint8_t* to = data == nullptr ? nullptr : takeOctets(count);
       if (to == nullptr) return kNotShort;
       copyOctets(to, data, count);
+      return 0;
+   }
+   int putBits(const uint8_t* from, size_t count) {
+      if ((from == nullptr && count != 0) || have() * 8 < used_ + count) return kNotShort;
+      for (; count >= 8; count -= 8)
+         if (!put<8>(*from++)) return kNotShort;
+      for (unsigned shift = 7; count != 0; --count, --shift)
+         if (!put<1>(*from >> shift & 1u)) return kNotShort;
       return 0;
    }
    // The rest of the last octet is cleared.

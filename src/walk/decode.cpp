@@ -289,6 +289,9 @@ private:
       case Kind::NamedNumber: return integer(index, name, place);
       case Kind::Constant: {
          uint32_t unused;
+         // Zeros behind all else of a length need not all be there.
+         if ((type_.flags & kCsn1) != 0 && end != kNoEnd && offset() + wire.bits > end)
+            return skipBits(static_cast<uint32_t>(end > offset() ? end - offset() : 0));
          return decInteger(ctxt_, name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
       }
       case Kind::Octets: return untested(wire, decOctets(ctxt_, name, place, row.capacity));
@@ -354,7 +357,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
-      if ((wire.flags & kHigh) != 0) return decUnary(ctxt_, name, place);
+      if ((wire.flags & kPatterns) != 0) return decUnary(ctxt_, name, place);
       return decInteger(ctxt_, name, place,
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }

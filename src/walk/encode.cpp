@@ -141,15 +141,14 @@ private:
    int field(unsigned index) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
-      if ((wire.flags & kCounts) != 0) L3_TRY(countAhead(row, wire));
+      if ((wire.flags & kCounts) != 0 && row.kind == Kind::Number) L3_TRY(countAhead(row, wire));
       if ((wire.flags & kBareAround) != 0) return aroundBare(index);
       // A chain looks at each of its octets itself.
       if (row.presence != kNone && row.kind != Kind::Chain) {
          const bool there = hasBit(record_, row.presence);
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
-            L3_TRY((wire.flags & kHigh) != 0 && row.kind != Kind::Choice
-                         ? encHighBit(ctxt_, "optional bit", there)
-                         : encLeadBit(ctxt_, "optional bit", there));
+            L3_TRY((wire.flags & kHigh) != 0 ? encHighBit(ctxt_, "optional bit", there)
+                                             : encLeadBit(ctxt_, "optional bit", there));
          // Of parts that no bits lead the first one that is absent ends them all.
          const bool inRun = (type_.flags & kCsn1) != 0 && (wire.flags & kIfMore) != 0;
          if (inRun && runEnded_) return 0;
@@ -260,7 +259,7 @@ private:
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
-      if ((wire.flags & kHigh) != 0) return encUnary(ctxt_, name, static_cast<uint8_t>(number));
+      if ((wire.flags & kPatterns) != 0) return encUnary(ctxt_, name, static_cast<uint8_t>(number));
       return encInteger(ctxt_, name, static_cast<uint32_t>(number),
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }

@@ -109,8 +109,8 @@ enum WireFlags : uint32_t {
    kQuits = 33554432,     // Since: a decoder at the element's end returns as it stands
    kUnnamedOnWire = 67108864,
    // CSN.1, TS 44.018 and TS 44.060
-   kHigh = 1 << 27,        // what tells of an option, an entry or an arm is H or L; Number: as many H, then L
-   kPatterns = 1 << 28,    // Choice: each arm has its own bits
+   kHigh = 1 << 27,        // what tells of an option, an entry or an arm is H or L
+   kPatterns = 1 << 28,    // Choice: each arm has its own bits; Number: as many H as it says, then L
    kInBits = 1 << 29,      // Length: counts bits, less `number`
    kLedOutside = 1 << 30,  // List: a bit ahead of each entry, outside of it
    kLedByZeros = 1u << 31, // and that bit is a 0, a 1 ends the list
@@ -126,9 +126,9 @@ struct Wire {
    uint16_t second;
    uint16_t number; // Since: release; Constant: value; Nested with kPreset: 1 if the structure around tells
                     // the size; others as the flags say
-   uint8_t bits;   // width of the number, of a count or of a length
-   uint8_t limits; // number among the module's limits
-   uint8_t iei;    // optional element of a message: IEI, its bits, what the scan skips
+   uint8_t bits;    // width of the number, of a count or of a length
+   uint8_t limits;  // number among the module's limits
+   uint8_t iei;     // optional element of a message: IEI, its bits, what the scan skips
    uint8_t ieiBits;
    uint8_t format;
    uint8_t lead; // Since: bits that must be left; kBareAround: bits of that length; TV: octets of the value;

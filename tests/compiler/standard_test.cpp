@@ -322,6 +322,7 @@ std::map<std::string, std::string> boundsOf(const Model& model) {
    for (auto& module : model.modules)
       for (auto& type : module->types) {
          if (type->kind == TypeKind::Message || type->kind == TypeKind::Pdu) continue;
+         if (module->isCsn1()) continue; // whose grammar is the standard's
          const std::string name = module->name + '_' + type->name;
          if (!type->bounds.empty()) all[name] = text(type->bounds);
          const std::function<void(const Field&, std::string)> tell = [&](const Field& field,

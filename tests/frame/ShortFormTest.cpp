@@ -36,6 +36,13 @@ const struct {
       {"receiveNPDUNumberList", "coded by hand: its last octet may be a half one"},
       {"elem[0]", "filters of a traffic flow template, which is coded by hand"},
       {"elem[3]", "the same"},
+      {"si10bis-Neighbour-Cell-Info", "a length inside an octet, as there seldom is"},
+      {"si10bis-Neighbour-Cell-Info-list", "the same"},
+      {"pm", "identities without a length, coded by hand"},
+      {"hysteresis", "a multirate configuration, coded by hand"},
+      {"vstk_rand", "ciphering parameters of a group call, coded by hand"},
+      {"encryptionCapability", "a classmark of CDMA2000, coded by hand"},
+      {"component-4", "an enhanced measurement report, coded by hand"},
 };
 
 // Only full forms have names, and a spare node of the name stack keeps the last one that it held.
@@ -77,7 +84,8 @@ protected:
       Room place(type, 0);
       clearNames(context_.ctxt);
       const bool good = decode(context_.ctxt, type, octets, place.get()) == 0;
-      if (good) {
+      // Structures that end inside an octet have a short form within others alone.
+      if (good && context_.ctxt.bufBitsLeft == 8) {
          check(what + ", decoding,");
          clearNames(context_.ctxt);
          if (encode(context_.ctxt, type, place.get()).status == 0) check(what + ", encoding,");
@@ -95,6 +103,7 @@ TEST_F(WellFormed, GoesInTheShortForm) {
    for (const QuorvaType* type : allTypes()) {
       if (!type->decode || !type->encode || !type->sample) continue;
       if (std::strstr(type->name, "Msg_") == nullptr) continue;
+      if (std::strstr(type->name, "_component_") != nullptr) continue; // has none of its own
       const Coded coded = encode(context_.ctxt, *type, type->sample(&context_.ctxt));
       run(*type, type->name, coded.octets);
    }
