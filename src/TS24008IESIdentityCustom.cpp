@@ -29,6 +29,25 @@ namespace {
 
 enum IdentityType : uint32_t { kImsi = 1, kImei, kImeisv, kTmsi, kTmgi, kNone };
 
+// Octets that follow each other on the wire. An identity may begin inside an octet (paging information of
+// TS 44.018, 9.1.21a), which rtxWriteBytes and rtxReadBytes do not look at.
+template <class Coder>
+int encodeOctets(Coder& e, const char* kind, const uint8_t* data, size_t numocts) {
+   if constexpr (!Coder::kShort) {
+      if (e.ctxt()->bufBitsLeft != 8)
+         return e.traced(kind, [&] { return rtxEncBitsFromByteArray(e.ctxt(), data, 8 * numocts); });
+   }
+   return e.tracedOctets(kind, data, numocts);
+}
+template <class Coder>
+int decodeOctets(Coder& d, const char* kind, uint8_t* data, size_t numocts) {
+   if constexpr (!Coder::kShort) {
+      if (d.ctxt()->bufBitsLeft != 8)
+         return d.traced(kind, [&] { return rtxDecBitsToByteArray(d.ctxt(), data, numocts, 8 * numocts); });
+   }
+   return d.tracedOctets(kind, data, numocts);
+}
+
 template <class Coder>
 int encodeTmsi(Coder& e, const uint8_t* tmsi) {
    L3_TRY(e.push("tmsi"));
@@ -36,7 +55,7 @@ int encodeTmsi(Coder& e, const uint8_t* tmsi) {
    L3_TRY(e.template tracedBits<4>("digit1", 15));
    L3_TRY(e.template tracedBits<1>("odd", 0));
    L3_TRY(e.template tracedBits<3>("type", kTmsi));
-   L3_TRY(e.tracedOctets("OCTET STRING", tmsi, 4));
+   L3_TRY(encodeOctets(e, "OCTET STRING", tmsi, 4));
    e.pop();
    return 0;
 }
@@ -45,7 +64,7 @@ template <class Coder, class Tmgi>
 int encodeTmgi(Coder& e, Tmgi& tmgi) {
    L3_TRY(e.push("tmgi"));
    const auto length = static_cast<uint8_t>(4 + (tmgi.mbmsSessIdInd ? 1 : 0) + (tmgi.mccMncInd ? 3 : 0));
-   L3_TRY(e.tracedOctets("length", &length, 1));
+   L3_TRY(encodeOctets(e, "length", &length, 1));
    L3_TRY(e.template tracedBits<2>("spare", 0));
    L3_TRY(e.fields(flag("mbmsSessIdInd", tmgi.mbmsSessIdInd), flag("mccMncInd", tmgi.mccMncInd)));
    L3_TRY(e.template tracedBits<1>("odd", 0));
@@ -142,7 +161,7 @@ L3_INLINE static int decode_TS24008IE_MobileIdentity(Coder& d, TS24008IE_MobileI
    case kImeisv: L3_TRY(decodeIdentity(d, "imeisv", length, odd, digit1, u.imeisv)); break;
    case kTmsi: // four octets, whatever the length, the first digit and the odd bit say
       L3_TRY(d.push("tmsi"));
-      L3_TRY(d.tracedOctets("OCTET STRING", u.tmsi, 4));
+      L3_TRY(decodeOctets(d, "OCTET STRING", u.tmsi, 4));
       d.pop();
       break;
    case kTmgi: L3_TRY(decodeTmgi(d, u.tmgi, digit1)); break;

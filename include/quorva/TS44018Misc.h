@@ -2,7 +2,7 @@
  * @file TS44018Misc.h
  * Lists of channel numbers (ARFCN) of TS 44.018 and the bit strings that frequency elements carry them in
  * (10.5.2.1b, 10.5.2.13, annex J). No message codec does this: elements hold the bit string as it was
- * received, or as it is to be sent.
+ * received, or as it is to be sent. The records of the elements are in TS44018IE.h.
  *
  * A list is an array of numbers from 0 to 1023, each once, in any order. The caller chooses its format:
  * - all of them in 1 to 124: the bit map 0;
@@ -85,6 +85,61 @@ QUORVA_API int rtx3GPPDecARFCN(RtxContext* pctxt, uint32_t format, const uint8_t
  * @return 0, or, not recorded, -14 for another range or node 0.
  */
 QUORVA_API int rtx3GPPFromRangeFormat(const uint32_t* w, uint32_t index, uint32_t range, int32_t* parfcn);
+
+struct TS44018IE_Cell_Channel_Description;
+struct TS44018IE_Neighbour_Cell_Description;
+struct TS44018IE_Neighbour_Cell_Description_2;
+struct TS44018IE_Extended_Measurement_Frequency_List;
+struct TS44018IE_Frequency_Short_List;
+struct TS44018IE_Frequency_Short_List_2;
+struct TS44018IE_Frequency_List;
+
+/**
+ * Decodes the list of a cell channel description (TS 44.018, 10.5.2.1b), by the format that its selectors
+ * tell and all bits of its string, as rtx3GPPDecARFCN does.
+ * @param parfcns gets an array on the context's heap.
+ * @param pcount  gets the number of channels.
+ * @return 0; recorded: -14 for a selector that names no format; -10.
+ */
+QUORVA_API int
+TS44018IE_Cell_Channel_Description_decodeARFCN(RtxContext* pctxt,
+                                               const struct TS44018IE_Cell_Channel_Description* pvalue,
+                                               uint16_t** parfcns, uint16_t* pcount);
+
+/** The same for a neighbour cell description (10.5.2.22). */
+QUORVA_API int
+TS44018IE_Neighbour_Cell_Description_decodeARFCN(RtxContext* pctxt,
+                                                 const struct TS44018IE_Neighbour_Cell_Description* pvalue,
+                                                 uint16_t** parfcns, uint16_t* pcount);
+
+/** The same for a neighbour cell description 2 (10.5.2.22a). */
+QUORVA_API int TS44018IE_Neighbour_Cell_Description_2_decodeARFCN(
+      RtxContext* pctxt, const struct TS44018IE_Neighbour_Cell_Description_2* pvalue, uint16_t** parfcns,
+      uint16_t* pcount);
+
+/** The same for an extended measurement frequency list (10.5.2.46). */
+QUORVA_API int TS44018IE_Extended_Measurement_Frequency_List_decodeARFCN(
+      RtxContext* pctxt, const struct TS44018IE_Extended_Measurement_Frequency_List* pvalue,
+      uint16_t** parfcns, uint16_t* pcount);
+
+/** The same for a frequency short list (10.5.2.14), which has no bit map 0. */
+QUORVA_API int TS44018IE_Frequency_Short_List_decodeARFCN(RtxContext* pctxt,
+                                                          const struct TS44018IE_Frequency_Short_List* pvalue,
+                                                          uint16_t** parfcns, uint16_t* pcount);
+
+/** The same for a frequency short list 2 (10.5.2.14a), of the 51 or 49 bits that its record holds. */
+QUORVA_API int
+TS44018IE_Frequency_Short_List_2_decodeARFCN(RtxContext* pctxt,
+                                             const struct TS44018IE_Frequency_Short_List_2* pvalue,
+                                             uint16_t** parfcns, uint16_t* pcount);
+
+/**
+ * The same for a frequency list (10.5.2.13), whose record has the number of bits. -14 also for more than
+ * 65,535 bits, and for fewer than the format needs.
+ */
+QUORVA_API int TS44018IE_Frequency_List_decodeARFCN(RtxContext* pctxt,
+                                                    const struct TS44018IE_Frequency_List* pvalue,
+                                                    uint16_t** parfcns, uint16_t* pcount);
 
 /** Prints a list as "[1,2,3]" to standard output, without a line end. Returns 0. */
 QUORVA_API int TS44018IE_printArfcns(const uint16_t* arfcns, uint16_t count);

@@ -123,6 +123,7 @@ TEST_P(Cases, EndInTheirStateAndEncodeBack) {
    for (const Case& c : cases) check(c);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Cases, testing::Values("eps", "5gs", "ts24008", "frame"));
+INSTANTIATE_TEST_SUITE_P(Files, Cases,
+                         testing::Values("eps", "5gs", "ts24008", "frame", "ts44018ie", "ts44018-messages"));
 
 } // namespace
