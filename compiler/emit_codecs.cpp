@@ -68,9 +68,15 @@ public:
       w_.close();
       if (!hasShortEntry(type)) return w_.text();
       w_.open(shortDeclaration(type, enc_) + " {");
-      w_.line(std::string(enc_ ? "ShortEncoder e" : "ShortDecoder d") + "(at, end, pctxt);");
-      if (isUniform(type)) w_.line("auto* pvalue = static_cast<" + x + "*>(v);");
-      w_.line("return " + c() + ".result(" + in + "(" + c() + arguments + "));");
+      if (enc_) {
+         w_.line("ShortEncoder e(at, end, pctxt);");
+         if (isUniform(type)) w_.line("auto* pvalue = static_cast<" + x + "*>(v);");
+         w_.line("return e.result(" + in + "(e" + arguments + "));");
+      } else {
+         w_.line("return ShortDecoder::structure(at, end, pctxt,");
+         w_.line("      [](ShortDecoder& d, void* v) { return " + in + "(d" + targetOf(type) + "); }, " +
+                 (isUniform(type) ? "v" : arguments.substr(2)) + ");");
+      }
       w_.close();
       return w_.text();
    }
@@ -191,9 +197,9 @@ private:
    void high(const std::string& place) {
       if (enc_) return attempt("highIn((" + place + " & 1) != 0)");
       const std::string var = variable("high");
-      w_.line("uint8_t " + var + " = 0;");
-      attempt("highIn(" + var + ")");
-      w_.line(place + " = " + var + ";");
+      w_.line("const int " + var + " = d.highIn();");
+      w_.line("L3_TRY(" + var + ");");
+      w_.line(place + " = static_cast<uint32_t>(" + var + ");");
    }
 
    std::string fieldsWord() const { return type_->structure ? "partsIn(" : "fields("; }
@@ -275,7 +281,9 @@ private:
       if (step.bareAround) return aroundBare(step, true);
       const std::string bit = hasBit(step.present);
       if (enc_) {
-         if (step.when == When::ByBit || step.when == When::ByBitIfMore) attempt(leadCall(step, bit));
+         if (step.when == When::ByBit || step.when == When::ByBitIfMore)
+            attempt(type_->structure ? leadWord(step) + "(" + bit + ")"
+                                     : "leadBit(\"optional bit\", " + bit + ")");
          w_.open("if (" + bit + ") {");
          kind(step);
          w_.close();
@@ -284,9 +292,16 @@ private:
       std::string condition = step.test.expr != nullptr ? value(step.test) : "d.more()";
       if (step.when == When::ByBit || step.when == When::ByBitIfMore) {
          const std::string var = variable("present");
-         w_.line("uint8_t " + var + " = 0;");
-         w_.line((step.when == When::ByBitIfMore ? "if (" + condition + ") " : "") + "L3_TRY(d." +
-                 leadCall(step, var) + ");");
+         const std::string more = step.when == When::ByBitIfMore ? condition : "";
+         if (type_->structure) {
+            w_.line("const int " + var + " = " + (more.empty() ? "" : more + " ? ") + "d." + leadWord(step) +
+                    "()" + (more.empty() ? "" : " : 0") + ";");
+            w_.line("L3_TRY(" + var + ");");
+         } else {
+            w_.line("uint8_t " + var + " = 0;");
+            w_.line((more.empty() ? "" : "if (" + more + ") ") + "L3_TRY(d.leadBit(\"optional bit\", " + var +
+                    "));");
+         }
          condition = var + " != 0";
       }
       w_.open("if (" + condition + ") {");
@@ -294,10 +309,8 @@ private:
       w_.line(bit + " = 1;");
       orNone(step);
    }
-   // The call of the bit that leads a step.
-   std::string leadCall(const Step& step, const std::string& bit) const {
-      if (type_->structure) return (step.field->lead == Lead::High ? "highIn(" : "bitIn(") + bit + ")";
-      return "leadBit(\"optional bit\", " + bit + ")";
+   static std::string leadWord(const Step& step) {
+      return step.field->lead == Lead::High ? "highIn" : "bitIn";
    }
    // An optional list that is not there has no entries.
    void orNone(const Step& step) {
@@ -565,16 +578,26 @@ private:
       w_.close();
    }
 
+   static size_t bitsOf(const std::string& pattern) {
+      size_t bits = 0;
+      for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
+      return bits;
+   }
    // One of the arms, by its own bits.
    void patterns(const Step& step, const std::string& t) {
       const Field& field = *step.field;
       if (!enc_) {
-         std::string arms;
-         for (auto& arm : field.arms) {
-            unsigned bits = 0;
-            for (char c : arm.pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
-            arms += (arms.empty() ? "{" : ", {") + number(bits) + ", " + number(arm.pattern.size()) + "}";
+         size_t longest = 0;
+         for (auto& arm : field.arms) longest = std::max(longest, arm.pattern.size());
+         std::vector<size_t> table(size_t{1} << longest, 0);
+         for (size_t i = 0; i < field.arms.size(); ++i) {
+            const std::string& pattern = field.arms[i].pattern;
+            const size_t first = bitsOf(pattern) << (longest - pattern.size());
+            for (size_t k = 0; k < size_t{1} << (longest - pattern.size()); ++k)
+               table[first + k] = (i + 1) << 4 | pattern.size();
          }
+         std::string arms;
+         for (size_t entry : table) arms += (arms.empty() ? "" : ", ") + number(entry);
          const std::string var = variable("arms");
          w_.line("static constexpr ArmBits " + var + "[] = {" + arms + "};");
          attempt("pattern<" + std::string(step.high ? "true" : "false") + ">(" + var + ", " + t + ")");
@@ -583,10 +606,8 @@ private:
       for (size_t i = 0; i < field.arms.size(); ++i) {
          w_.open("case " + number(i + 1) + ": {");
          if (enc_) {
-            unsigned bits = 0;
             const std::string& pattern = field.arms[i].pattern;
-            for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
-            attempt("pattern(" + number(bits) + ", " + number(pattern.size()) + ", " +
+            attempt("pattern(" + number(bitsOf(pattern)) + ", " + number(pattern.size()) + ", " +
                     (step.high ? "true" : "false") + ")");
          }
          one(step.steps[i]);

@@ -1,74 +1,115 @@
 // Short words of structures, which begin and end anywhere in an octet.
 #include "src/frame/short.h"
 
+#include <algorithm>
+
 namespace quorva::frame {
 
-bool ShortDecoder::takeIn(unsigned count, uint64_t& word) {
-   const unsigned total = used_ + count;
-   const unsigned octets = (total + 7) / 8;
-   if (have() < octets && (extra_ == 0 || bitsLeft() < count)) return false;
-   if (have() >= 8) { // one load
-      std::memcpy(&word, at_, sizeof word);
-      word = toBigEndian(word);
-   } else {
-      word = loadEnd(at_, octets);
+const uint8_t* ShortDecoder::structure(const uint8_t* at, const uint8_t* end, RtxContext* ctxt,
+                                       int (*decode)(ShortDecoder&, void*), void* value) {
+   constexpr size_t kFew = 32;
+   const auto size = static_cast<size_t>(end - at);
+   if (size > kFew) {
+      ShortDecoder d(at, end, ctxt);
+      return d.result(decode(d, value));
    }
-   word = word << used_ >> (64 - count);
+   uint8_t copy[kFew + 8];
+   std::memset(copy + size, 0, 8);
+   copyOctets(copy, at, size);
+   ShortDecoder d(copy, copy + size, ctxt);
+   d.eight_ = copy + size;
+   const uint8_t* behind = d.result(decode(d, value));
+   return behind == nullptr ? nullptr : at + (behind - copy);
+}
+
+int64_t ShortDecoder::takeIn(unsigned count) {
+   const unsigned used = used_, total = used + count;
+   const uint8_t* at = at_;
+   if (at > eight_) [[unlikely]]
+      return takeLast(count);
+   if (have() * 8 + extra_ < total) return -1;
+   uint64_t word;
+   std::memcpy(&word, at, sizeof word);
+   at_ = at + total / 8;
+   used_ = total % 8;
+   return static_cast<int64_t>(toBigEndian(word) << used >> (64 - count));
+}
+
+int64_t ShortDecoder::takeLast(unsigned count) {
+   const unsigned used = used_, total = used + count;
+   if (have() * 8 + extra_ < total) return -1;
+   const uint64_t word = loadEnd(at_, (total + 7) / 8);
    at_ += total / 8;
    used_ = total % 8;
-   return true;
+   return static_cast<int64_t>(word << used >> (64 - count));
 }
 
-int ShortDecoder::bitIn(uint8_t& bit) {
-   if (have() == 0 && used_ >= extra_) return kNotShort;
-   bit = *at_ >> (7 - used_) & 1;
-   if (++used_ == 8) {
-      ++at_;
-      used_ = 0;
-   }
+int ShortDecoder::bitIn() {
+   const unsigned used = used_;
+   const uint8_t* at = at_;
+   if (at == end_ && used >= extra_) return kNotShort;
+   at_ = at + (used + 1) / 8;
+   used_ = (used + 1) % 8;
+   return *at >> (7 - used) & 1;
+}
+
+int ShortDecoder::highIn() {
+   const unsigned used = used_;
+   const uint8_t* at = at_;
+   if (at == end_ && used >= extra_) return kNotShort;
+   at_ = at + (used + 1) / 8;
+   used_ = (used + 1) % 8;
+   return (*at ^ kPaddingOctet) >> (7 - used) & 1;
+}
+
+int ShortDecoder::patternIn(const ArmBits* arms, unsigned longest, bool high, uint32_t& t) {
+   if (at_ == end_ && used_ >= extra_) return kNotShort;
+   unsigned bits = unsigned{*at_} << 8;
+   if (at_ + 1 < end_ || (at_ + 1 == end_ && extra_ != 0)) bits |= at_[1];
+   if (high) bits ^= kPaddingOctet * 0x101u;
+   const unsigned arm = arms[bits >> (16 - used_ - longest) & ((1u << longest) - 1)];
+   const unsigned total = used_ + (arm & 15);
+   if (arm == 0 || have() * 8 + extra_ < total) return kNotShort;
+   t = arm >> 4;
+   at_ += total / 8;
+   used_ = total % 8;
    return 0;
-}
-
-int ShortDecoder::highIn(uint8_t& bit) {
-   const unsigned low = lowAt(used_);
-   L3_TRY(bitIn(bit));
-   bit = static_cast<uint8_t>(bit ^ low);
-   return 0;
-}
-
-int ShortDecoder::patternIn(const ArmBits* arms, size_t count, bool high, uint32_t& t) {
-   unsigned read = 0;
-   for (unsigned n = 1; n <= 8; ++n) {
-      uint8_t bit = 0;
-      L3_TRY(high ? highIn(bit) : bitIn(bit));
-      read = read << 1 | bit;
-      for (size_t i = 0; i < count; ++i)
-         if (arms[i].count == n && arms[i].bits == read) {
-            t = static_cast<uint32_t>(i + 1);
-            return 0;
-         }
-   }
-   return kNotShort;
 }
 
 int ShortDecoder::bitStringIn(size_t count, size_t capacity, uint8_t* data) {
-   return count > capacity || bitsLeft() < count ? kNotShort : takeBits(data, count);
+   if (count > capacity || bitsLeft() < count) return kNotShort;
+   const size_t octets = count / 8, rest = count % 8;
+   const unsigned used = used_;
+   const uint8_t* at = at_;
+   const size_t total = used + count;
+   if (used == 0)
+      std::memcpy(data, at, octets);
+   else
+      for (size_t i = 0; i < octets; ++i)
+         data[i] = static_cast<uint8_t>((unsigned{at[i]} << 8 | at[i + 1]) >> (8 - used));
+   if (rest != 0) {
+      unsigned last = unsigned{at[octets]} << 8;
+      if (used + rest > 8) last |= at[octets + 1];
+      data[octets] = static_cast<uint8_t>(last >> (8 - used) & (0xFF00u >> rest));
+   }
+   at_ += total / 8;
+   used_ = static_cast<unsigned>(total % 8);
+   return 0;
 }
 
 int ShortDecoder::unary(uint8_t& value) {
    for (value = 0;;) {
-      uint8_t high = 0;
-      L3_TRY(highIn(high));
-      if (high == 0) return 0;
+      const int high = highIn();
+      if (high <= 0) return high;
       if (++value == 0) return kNotShort;
    }
 }
 
 int ShortDecoder::openUnits(unsigned bits, unsigned unit, unsigned more, Length& length, uint8_t& value) {
-   uint64_t count;
-   if (!takeIn(bits, count)) return kNotShort;
-   value = static_cast<uint8_t>(count);
-   count = count * unit + more;
+   const int64_t number = takeIn(bits);
+   if (number < 0) return kNotShort;
+   value = static_cast<uint8_t>(number);
+   const uint64_t count = static_cast<uint64_t>(number) * unit + more;
    if (bitsLeft() < count) return kNotShort;
    length = {end_, extra_};
    const size_t total = used_ + count;
@@ -81,8 +122,8 @@ int ShortDecoder::ledIn(Led how, uint64_t& n, void*& array, size_t size,
                         int (*decode)(ShortDecoder&, void*)) {
    size_t count = 0, capacity = 0;
    for (;; ++count) {
-      uint8_t bit = 0;
-      L3_TRY(how == Led::ByHighs ? highIn(bit) : bitIn(bit));
+      const int bit = how == Led::ByHighs ? highIn() : bitIn();
+      L3_TRY(bit);
       if ((bit == 0) != (how == Led::ByZeros)) break;
       if (count == capacity) L3_TRY(growArray(ctxt_, &array, count, &capacity, size));
       L3_TRY(decode(*this, static_cast<uint8_t*>(array) + count * size));
@@ -97,16 +138,18 @@ bool ShortEncoder::putIn(unsigned count, uint64_t value) {
    if (have() < octets) return false;
    const uint64_t word = value << (64 - count) >> used_;
    at_[0] = static_cast<uint8_t>((at_[0] & (0xFF00u >> used_)) | word >> 56);
-   storeRest(at_, octets, word);
+   for (unsigned i = 1; i < octets; ++i) at_[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
    at_ += total / 8;
    used_ = total % 8;
    return true;
 }
 
 int ShortEncoder::bitIn(bool bit) {
-   if (have() == 0) return kNotShort;
-   *at_ = static_cast<uint8_t>((*at_ & (0xFF00u >> used_)) | (bit ? 0x80u >> used_ : 0));
-   if (++used_ == 8) align();
+   const unsigned used = used_;
+   if (at_ == end_) return kNotShort;
+   *at_ = static_cast<uint8_t>((*at_ & (0xFF00u >> used)) | unsigned{bit} << (7 - used));
+   at_ += (used + 1) / 8;
+   used_ = (used + 1) % 8;
    return 0;
 }
 
@@ -122,7 +165,11 @@ int ShortEncoder::pattern(unsigned bits, unsigned count, bool high) {
 }
 
 int ShortEncoder::bitStringIn(size_t count, const uint8_t* data) {
-   return putBits(data, count);
+   if ((data == nullptr && count != 0) || have() * 8 < used_ + count) return kNotShort;
+   for (; count >= 56; count -= 56, data += 7) (void)putIn(56, loadOctets<7>(data));
+   for (; count >= 8; count -= 8) (void)putIn(8, *data++);
+   if (count != 0) (void)putIn(static_cast<unsigned>(count), *data >> (8 - count));
+   return 0;
 }
 
 int ShortEncoder::unary(unsigned value) {

@@ -84,10 +84,9 @@ L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
    std::memcpy(at, &word, N);
 }
 
-// What leads an arm of a choice: its bits, right aligned, and how many.
-struct ArmBits {
-   uint8_t bits, count;
-};
+// What the bits ahead of a choice say: the place of the arm times 16, and how many of them are its own; 0 if
+// no arm begins so. One for each value of as many bits as the longest arm has.
+using ArmBits = uint8_t;
 
 // What tells, outside of the entries of a list, that another one comes (TS 44.018, CSN.1).
 enum class Led { ByOnes, ByZeros, ByHighs };
@@ -160,7 +159,7 @@ public:
    };
 
    ShortDecoder(const uint8_t* at, const uint8_t* end, RtxContext* ctxt)
-         : ShortForm(ctxt), at_(at), end_(end) {}
+         : ShortForm(ctxt), at_(at), end_(end), eight_(end - 8) {}
 
    // Where the element ends, or null.
    L3_INLINE const uint8_t* result(int status) const {
@@ -171,6 +170,11 @@ public:
    }
 
    size_t offset() const { return reinterpret_cast<uintptr_t>(at_) * 8 + used_; }
+
+   // A structure that begins at an octet. Few octets are decoded from a copy, behind which eight more can be
+   // loaded.
+   static const uint8_t* structure(const uint8_t* at, const uint8_t* end, RtxContext* ctxt,
+                                   int (*decode)(ShortDecoder&, void*), void* value);
 
    template <class... Parts>
    L3_INLINE int fields(const Parts&... parts) {
@@ -455,16 +459,16 @@ public:
    // CSN.1
 
    // Out of line: there are thousands of places, none of which knows where in an octet it is.
-   int bitIn(uint8_t& bit);  // 1 or 0
-   int highIn(uint8_t& bit); // H or L
+   int bitIn();  // 1 or 0; negative if there is none
+   int highIn(); // 1 for H
    template <class... Parts>
    L3_INLINE int partsIn(const Parts&... parts) {
-      uint64_t word;
-      return takeIn(totalBits<Parts...>(), word) && takeAll(word, parts...) ? 0 : kNotShort;
+      const int64_t word = takeIn(totalBits<Parts...>());
+      return word >= 0 && takeAll(static_cast<uint64_t>(word), parts...) ? 0 : kNotShort;
    }
    template <bool High, size_t N>
    L3_INLINE int pattern(const ArmBits (&arms)[N], uint32_t& t) {
-      return patternIn(arms, N, High, t);
+      return patternIn(arms, std::bit_width(N) - 1, High, t);
    }
    L3_INLINE int bits(size_t count, uint8_t* data) { return bitStringIn(count, count, data); }
    template <class T>
@@ -515,8 +519,9 @@ public:
    }
 
 private:
-   bool takeIn(unsigned count, uint64_t& word);
-   int patternIn(const ArmBits* arms, size_t count, bool high, uint32_t& t);
+   int64_t takeIn(unsigned count); // 56 at most; negative if they are not there
+   L3_COLD int64_t takeLast(unsigned count);
+   int patternIn(const ArmBits* arms, unsigned longest, bool high, uint32_t& t);
    int bitStringIn(size_t count, size_t capacity, uint8_t* data);
    int ledIn(Led how, uint64_t& n, void*& array, size_t size, int (*decode)(ShortDecoder&, void*));
 
@@ -614,10 +619,11 @@ private:
    }
 
    const uint8_t* at_;
-   const uint8_t* end_; // of the innermost container
-   unsigned used_ = 0;  // bits of the octet at hand that have been read
-   unsigned extra_ = 0; // bits of the octet behind the container that belong to it
-   unsigned quits_ = 0; // containers left behind; the last one that was quitted
+   const uint8_t* end_;   // of the innermost container
+   const uint8_t* eight_; // up to here eight octets can be loaded
+   unsigned used_ = 0;    // bits of the octet at hand that have been read
+   unsigned extra_ = 0;   // bits of the octet behind the container that belong to it
+   unsigned quits_ = 0;   // containers left behind; the last one that was quitted
    unsigned leftExtra_ = 0;
    const uint8_t* left_ = nullptr;
 };
