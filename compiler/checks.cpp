@@ -31,6 +31,9 @@ public:
             if (!names.insert(printName(one->name)).second)
                error(DuplicateType, one->pos, "A type " + quoted(one->name) + " is already in this module.");
             type(*one);
+            standard_ = true; // where all values are known
+            if (one->standard) type(*one->standard);
+            standard_ = false;
          }
       }
    }
@@ -256,7 +259,7 @@ private:
       const bool by = field.selector == Selector::Field;
       if (field.selector == Selector::Pattern) patterns(field);
       const Range all = by ? rangeOf(*field.argument) : Range{0, kAnySelector};
-      const Type* closed = by ? closedEnum(*field.argument) : nullptr;
+      const Type* closed = by && !standard_ ? closedEnum(*field.argument) : nullptr;
       std::vector<Arm::Range> seen;
       const Arm* otherwise = nullptr;
       for (const Arm& arm : field.arms) {
@@ -367,6 +370,7 @@ private:
 
    const Model& model_;
    Diagnostics& diagnostics_;
+   bool standard_ = false;
 };
 
 } // namespace

@@ -40,7 +40,10 @@ public:
 
    void run() {
       for (auto& module : model_.modules) {
-         for (auto& one : module->types) type(*one);
+         for (auto& one : module->types) {
+            type(*one);
+            if (one->standard) type(*one->standard);
+         }
          for (auto& test : module->tests) vector(test);
       }
    }

@@ -44,10 +44,12 @@ public:
       if (standsAmongBits(type)) {
          w_.open(std::string("int ") + (enc_ ? "shortEncIn_" : "shortDecIn_") + x + "(" +
                  (enc_ ? "ShortEncoder& e" : "ShortDecoder& d") + parameters + ") {");
+         if (departs(type)) w_.line("if (" + c() + ".standard()) [[unlikely]] return kNotShort;");
          w_.line(std::string("return ") + (enc_ ? "encode_" : "decode_") + x + "(" + c() + arguments + ");");
          w_.close();
       }
       w_.open(shortDeclaration(type, enc_) + " {");
+      if (departs(type)) w_.line("if (isStandard(pctxt)) [[unlikely]] return nullptr;");
       w_.line(std::string(enc_ ? "ShortEncoder e" : "ShortDecoder d") + "(at, end, pctxt);");
       if (isUniform(type)) w_.line("auto* pvalue = static_cast<" + x + "*>(v);");
       w_.line(std::string("const int status = ") + (enc_ ? "encode_" : "decode_") + x + "(" + c() +
@@ -90,6 +92,7 @@ public:
       w_.line(std::string(enc_ ? "MessageEncoder e" : "MessageDecoder d") + "(pctxt, " +
               tableArguments(type) + ", pvalue" + (enc_ ? ");" : ", end);"));
       clearPresence(type.fields, "");
+      clearAppendix(type);
       mandatory(program.steps);
       if (enc_)
          encodeOptional(program);
@@ -125,6 +128,10 @@ private:
       if (!enc_ && !presenceBits(fields).empty()) w_.line("pvalue->" + place + "m = {};");
    }
 
+   void clearAppendix(const Type& type) {
+      if (!enc_ && !appendedFields(type).empty()) w_.line("pvalue->standard.m = {};");
+   }
+
    void contents(const Program& program) {
       const Type& type = *type_;
       if (type.pattern) return high(enc_ ? "value" : "*pvalue");
@@ -135,6 +142,7 @@ private:
          });
       if (type.kind != TypeKind::Record) return bare([&] { sequence(program.steps); });
       clearPresence(type.fields, "");
+      clearAppendix(type);
       const std::string place = type.bare ? "" : "pvalue->length";
       const unsigned bits = lengthBits(type);
       switch (type.cls) {

@@ -146,11 +146,25 @@ private:
          comment(type);
          w_.open("struct " + name + " {");
          body(type.fields, type.kind == TypeKind::Record && !type.bare ? type.cls : Class::V, &type);
+         appendix(type);
          w_.close("};");
          assertions(type);
          w_.line();
          break;
       }
+   }
+
+   // What the family's own coding has no place for.
+   void appendix(const Type& type) {
+      const auto fields = appendedFields(type);
+      if (fields.empty()) return;
+      w_.open("struct {");
+      w_.open("struct {");
+      for (auto* field : fields) w_.line("uint8_t " + appendixBit(*field) + " : 1;");
+      w_.close("} m;");
+      for (auto* field : fields)
+         if (field->appended) member(*field, &type);
+      w_.close("} standard; /**< Coded with RTX_CTXT_STANDARD alone. */");
    }
 
    void body(const std::vector<std::unique_ptr<Field>>& fields, Class cls, const Type* type) {

@@ -31,6 +31,7 @@ private:
          countAndEntries("pvalue->", type.storage.heap);
       } else if (!isPlain(type)) {
          record(type.fields, "pvalue->");
+         if (!appendedFields(type).empty()) w_.line("pvalue->standard = {};");
       } else { // plain values alone
          w_.line("*pvalue = {};");
       }
@@ -100,7 +101,8 @@ private:
          w_.line(lvalue + " = {};");
       } else if (!hasInit(type)) { // spare bits alone
          if (base.kind == TypeKind::Record) record(base.fields, lvalue + ".");
-      } else if (stores(base) > kMostInline) { // a few stores stand here; a long row of them is called
+      } else if (stores(base) > kMostInline ||
+                 !appendedFields(base).empty()) { // a few stores stand here; a long row of them is called
 
          w_.line(initName(type) + "(&" + lvalue + ");");
       } else if (base.kind == TypeKind::Octets || base.kind == TypeKind::Bits) {

@@ -105,12 +105,18 @@ class TableEmitter {
 public:
    TableEmitter(const Model& model, const Module& module) : module_(module) {
       for (auto& user : model.modules)
-         for (auto& type : user->types) collectEntries(lower(*type).steps);
+         for (auto& type : user->types) {
+            collectEntries(lower(*type).steps);
+            if (type->standard) collectEntries(lower(*type->standard).steps);
+         }
       for (size_t i = 0; i < model.modules.size(); ++i) moduleNumbers_[model.modules[i].get()] = i;
    }
 
    std::string run() {
+      for (auto& type : module_.types)
+         if (type->standard) standards_.push_back(type->standard.get());
       for (auto& type : module_.types) types_.push_back(this->type(*type));
+      for (const Type* type : standards_) types_.push_back(this->type(*type));
       Writer w;
       w.line("namespace {");
       w.line();
@@ -136,6 +142,8 @@ public:
       std::vector<std::string> functions = {"nullptr"};
       for (size_t i = 1; i < expressions_.all().size(); ++i) functions.push_back("expression" + number(i));
       array(w, "Expression", "kExpressions", functions);
+      for (auto& guard : guards_)
+         w.line("static_assert(" + guard + ", \"a standard form that the record can't hold\");");
       w.line("} // namespace");
       w.line();
       w.line("const Module table_" + module_.name + " = {kTexts, kTypes, kRows, kWires, kArms, kNames,");
@@ -204,7 +212,8 @@ private:
    }
    std::string bit(const BitPlace& place) const {
       if (!place) return "kNone";
-      return (place.record.empty() ? "" : offset(place.record + "m") + " * 8 + ") + number(place.number);
+      return (place.record.empty() ? "" : offset(place.record + "m") + " * 8 + ") + number(place.number) +
+             (place.absent ? " + kAbsent" : "");
    }
 
    size_t limits(const Bounds& bounds) { return limits_.at("frame::" + limitsText(bounds)); }
@@ -283,7 +292,7 @@ private:
             row.name = "length";
             row.kind = "Number";
             row.offset = offset("length");
-            row.width = type.cls == Class::LVE ? "2" : "1";
+            row.width = (type.original != nullptr ? *type.original : type).cls == Class::LVE ? "2" : "1";
          }
          std::vector<RowText> stores;
          level(program.steps, block, stores);
@@ -315,7 +324,17 @@ private:
       if (type.shifts) flags.push_back("kShifts");
       if (type.tailstop) flags.push_back("kTailStops");
       if (type.pattern || type.structure) flags.push_back("kCsn1");
-      const bool hasBits = form == "Record" && !presenceBits(type.fields).empty();
+      // No protocol with codesets has them.
+      const bool shifts = std::ranges::any_of(module_.types, [](auto& t) { return t->shifts; });
+      if (codec == "Message" && !shifts) flags.push_back("kSixes");
+      if (type.original != nullptr) {
+         flags.push_back("kStandardForm");
+         if (type.cls == Class::LVE && type.original->cls == Class::LV) flags.push_back("kShortLength");
+      }
+      const Type& owner = type.original != nullptr ? *type.original : type;
+      const bool hasBits = form == "Record" && !presenceBits(owner.fields).empty();
+      const bool hasAppendix = !appendedFields(owner).empty();
+      const auto standard = std::ranges::find(standards_, type.standard.get()) - standards_.begin();
       if (firstRow.empty()) {
          firstRow = number(add(block));
          rowCount = number(block.size());
@@ -327,7 +346,10 @@ private:
              (hasBits ? sizeOf("m") : "0") + ", " + (hasBits ? offset("m") : "0") + ", " +
              (hasLength ? offset("length") : "0") + ", " + number(mandatory) + ", " + hex(halfOctets, 4) +
              ", " + number(texts_.at(encodedName(type))) + ", " + number(texts_.at(decodedName(type))) +
-             ",\n      " + functions(type, codec, entries_.count(&type) != 0) + "}";
+             ", " + (type.standard ? number(module_.types.size() + static_cast<size_t>(standard)) : "0") +
+             ", " + (hasAppendix ? offset("standard.m") : "0") + ", " +
+             (hasAppendix ? sizeOf("standard.m") : "0") + ",\n      " +
+             functions(type, codec, entries_.count(&type) != 0) + "}";
    }
 
    // The spelling of a type's name in the trace: the decoders of these know it by its C name where the
@@ -346,6 +368,7 @@ private:
    static std::string functions(const Type& type, const std::string& codec, bool isEntry) {
       std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ", message = "nullptr, nullptr, ";
       const Type& base = baseType(type);
+      if (type.original != nullptr) return shorts + message + own + "nullptr";
       if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
          // none that callers of the type itself could take
       } else if (isUniform(base)) {
@@ -392,6 +415,16 @@ private:
       row.width = number(widthOfCount(storage));
       row.sample = few;
       if (storage.heap) row.flags.push_back("kHeap");
+      // An entry of a list has its own coordinates.
+      if (type_->original == nullptr || (count == "numocts" && type_->kind == TypeKind::Record)) return;
+      row.width = "sizeof(static_cast<" + record_ + "*>(nullptr)->" + count + ")";
+      guards_.push_back("sizeof(static_cast<" + record_ + "*>(nullptr)->" + data + ")" +
+                        (storage.heap ? " == " : " >= ") +
+                        (storage.heap ? "sizeof(void*)" : number(kind == "List" ? 1 : storage.capacity)));
+   }
+   // A member of the record has at least so many octets.
+   void guard(const std::string& member, const std::string& least, const char* sign = " >= ") const {
+      if (type_->original != nullptr && !member.empty()) guards_.push_back(sizeOf(member) + sign + least);
    }
 
    // Is the size told by the structure around?
@@ -467,6 +500,8 @@ private:
          if (step.when != When::IfTest) row.wire.push_back("kIfTest");
       }
       if (step.guarded) row.wire.push_back("kGuarded");
+      if (step.field != nullptr && step.field->appended && !step.field->optional)
+         row.flags.push_back("kMustBe");
       if (step.endTested) row.wire.push_back("kEndTested");
       if (step.logged) row.wire.push_back("kLogged");
       if (step.last) row.wire.push_back("kLast");
@@ -518,6 +553,7 @@ private:
          row.kind = "Number";
          row.offset = offset(step.member);
          row.width = number(widthOfUint(step.bits));
+         guard(step.member, row.width, " == ");
          row.limits = range(step.bits, step.bounds);
          if (field != nullptr) {
             row.sample = sample_->number(*field);
@@ -539,6 +575,7 @@ private:
          row.kind = step.op == Op::Octets ? "Octets" : "Bits";
          row.offset = offset(step.member);
          row.capacity = number(step.count);
+         guard(step.member, number(step.op == Op::Octets ? step.count : (step.count + 7) / 8));
          break;
       case Op::Counted:
       case Op::Sized: {
@@ -584,6 +621,7 @@ private:
       case Op::Message:
          nested(row, *step.type);
          row.offset = offset(step.member);
+         guard(step.member, "sizeof(::" + recordName(*step.type) + ")", " == ");
          row.sample = step.sizes ? sample_->sizeOf(*field) + 1 : field->sample.value_or(0);
          if (field->zeros != 0) row.lead = field->zeros;
          if (step.sizes && namesOuter(*step.argument.expr)) row.number = 1;
@@ -660,6 +698,8 @@ private:
       counted(row, "List", place + "n", place + "elem", step.storage, few);
       if (step.outside) row.width = "8";
       row.stride = sizeOf(place + "elem[0]");
+      if (type_->original != nullptr && !step.storage.heap)
+         row.capacity = "static_cast<uint32_t>(" + sizeOf(place + "elem") + " / " + row.stride + ")";
       row.limits = limits(step.bounds);
       row.bits = 0;
       const Entries entries = field == nullptr             ? type_->entries
@@ -769,6 +809,8 @@ private:
    std::map<const Module*, size_t> moduleNumbers_;
    Texts texts_;
    std::vector<std::string> rows_, wires_, arms_, types_;
+   std::vector<const Type*> standards_; // standard forms, which follow the types
+   mutable std::vector<std::string> guards_;
    Numbered expressions_{""}, limits_{"frame::Limits{}"}, legals_{"frame::LegalSet{}"};
    std::vector<const Type*> names_;
    std::set<const Type*> entries_;

@@ -30,7 +30,14 @@ Bounds Reader::bracketBounds() {
    }
    if (bounds.empty()) unexpected("a bound");
    expectSign("]");
-   return bounds;
+   if (!atWord("standard") || !atSign("[", 1)) return bounds;
+   take();
+   const Bounds other = bracketBounds();
+   departs_ = true;
+   recoded_ |= !other.values.empty() || !bounds.values.empty() ||
+               other.low.value_or(0) > bounds.low.value_or(0) ||
+               other.high.value_or(UINT64_MAX) < bounds.high.value_or(UINT64_MAX);
+   return standard_ ? other : bounds;
 }
 
 // `heap`, `inline N`, or `inline` up to the upper bound.
@@ -61,18 +68,28 @@ void Reader::fields(std::vector<std::unique_ptr<Field>>& out, const char* closer
       }
       try {
          auto one = field(place);
+         const bool other = onlyInOtherMode();
          endOfItem(closer);
          if (one->ieiBits) {
             place = Place::Optional;
             one->group = group;
          }
-         out.push_back(std::move(one));
+         if (!other) out.push_back(std::move(one));
       } catch (const SyntaxError&) {
          skipItem();
          // A bracket without partner: pass it, or the loop would stand still.
          if (atSign("]") || (atSign(")") && closer[0] != ')')) take();
       }
    }
+}
+
+// The mark at the end of a line that only one of the codings has.
+bool Reader::onlyInOtherMode() {
+   const bool inDefault = atWord("default");
+   if (!inDefault && !atWord("standard")) return false;
+   take();
+   departs_ = recoded_ = true;
+   return inDefault == standard_;
 }
 
 std::unique_ptr<Field> Reader::field(Place place) {
@@ -101,7 +118,27 @@ std::unique_ptr<Field> Reader::field(Place place) {
       kind(field, place);
    }
    behind(field);
-   field.doc = docAtEnd(field.doc);
+   if (atWord("standard") && atSign("?", 1) && (atSeparator(2) || atSign("}", 2) || atSign(")", 2))) {
+      take(), take();
+      departs_ = recoded_ = true;
+      if (standard_) field.optional = true;
+   }
+   if (atWord("standard") && !atSeparator(1) && !atSign("}", 1) && !atSign(")", 1)) {
+      take();
+      auto other = std::make_unique<Field>();
+      other->pos = field.pos;
+      other->name = field.name;
+      other->doc = field.doc;
+      other->iei = field.iei;
+      other->ieiBits = field.ieiBits;
+      other->optional = field.ieiBits != 0;
+      if (field.ieiBits == 0) presence(*other);
+      kind(*other, place);
+      behind(*other);
+      departs_ = recoded_ = true;
+      if (standard_) result = std::move(other);
+   }
+   result->doc = docAtEnd(result->doc);
    return result;
 }
 
@@ -216,7 +253,8 @@ void Reader::kind(Field& field, Place place) {
       field.bareBits = cls == Class::LV ? 8 : 16;
    }
    field.own = acceptWord("own");
-   const bool facts = atWord("init") || atWord("sample") || atWord("but");
+   const bool facts =
+         atWord("init") || atWord("sample") || atWord("but") || atWord("default") || atWord("standard");
    if (atSeparator() || atSign("}") || atSign(")") || facts) {
       if (each || field.bareBits) unexpected("a kind");
       field.kind = place == Place::Arm ? Kind::Null : Kind::Flag;
@@ -412,7 +450,7 @@ void Reader::arm(Field& choice) {
       arm.field = this->field(Place::Arm);
    }
    if (!doc.empty()) arm.field->doc = doc;
-   choice.arms.push_back(std::move(arm));
+   if (!onlyInOtherMode()) choice.arms.push_back(std::move(arm));
    endOfItem("}");
 }
 

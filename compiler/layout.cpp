@@ -333,6 +333,37 @@ std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>&
    return bits;
 }
 
+namespace {
+void appended(const std::vector<std::unique_ptr<Field>>& fields, std::vector<const Field*>& out) {
+   for (auto& field : fields) {
+      if (field->appended || field->mayMiss) out.push_back(field.get());
+      if (field->onlyOnWire()) appended(field->fields, out);
+      for (auto& arm : field->arms)
+         if (arm.field->appended || arm.field->mayMiss) out.push_back(arm.field.get());
+   }
+}
+bool runDeparts(const Field& field) {
+   if (field.type.type != nullptr && isRunContent(field) && departs(baseType(*field.type.type))) return true;
+   return std::ranges::any_of(field.fields, [](auto& inner) { return runDeparts(*inner); }) ||
+          std::ranges::any_of(field.arms, [](auto& arm) { return runDeparts(*arm.field); });
+}
+} // namespace
+
+std::vector<const Field*> appendedFields(const Type& type) {
+   std::vector<const Field*> all;
+   if (type.standard) appended(type.standard->fields, all);
+   return all;
+}
+
+std::string appendixBit(const Field& field) {
+   return cName(field.name) + (field.appended ? "Present" : "Absent");
+}
+
+bool departs(const Type& type) {
+   if (type.standard) return !type.widens;
+   return std::ranges::any_of(type.fields, [](auto& field) { return runDeparts(*field); });
+}
+
 bool hasMember(const Field& field) {
    return field.kind != Kind::Null && field.kind != Kind::Const && !field.present &&
           field.kind != Kind::Padding && !(field.kind == Kind::Choice && field.name.empty()) &&
@@ -454,7 +485,7 @@ bool hasInit(const Type& type) {
 }
 
 bool isPlain(const Type& record) {
-   if (!presenceBits(record.fields).empty()) return false;
+   if (!presenceBits(record.fields).empty() || !appendedFields(record).empty()) return false;
    const auto fields = recordFields(record.fields);
    return std::none_of(fields.begin(), fields.end(), [](auto* field) { return fieldInits(*field); });
 }

@@ -116,6 +116,13 @@ struct PresenceBit {
 };
 std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>& fields);
 
+// What only the standard form of a type has, at the end of the record.
+std::vector<const Field*> appendedFields(const Type& type);
+std::string appendixBit(const Field& field);
+// Is the type coded in another way by the standards, or a value of another type among its fields of fixed
+// width? Then its short form is for the family's own way.
+bool departs(const Type& type);
+
 // Member of the record that holds the field; empty if the field leaves none.
 bool hasMember(const Field& field);
 

@@ -10,6 +10,9 @@ namespace {
 
 using Fields = std::vector<std::unique_ptr<Field>>;
 
+// The end of a record, for what only the standard form of the type has.
+constexpr const char* kAppendix = "standard.";
+
 // Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
 // record as it was, counts and pointers included.
 bool mayStayUnset(const Type& type);
@@ -153,8 +156,20 @@ private:
       const auto bits = presenceBits(*place.level);
       for (size_t i = 0; i < bits.size(); ++i)
          if (field != nullptr ? bits[i].field == field : bits[i].field == nullptr && bits[i].group == group)
-            return {place.levelRecord, bits[i].name, i};
+            return {place.levelRecord, bits[i].name, numberOf(place, bits[i].name, i)};
       return {};
+   }
+   // A standard form goes by the bits of the type itself.
+   size_t numberOf(const Place& place, const std::string& name, size_t number) const {
+      if (type_.original == nullptr || place.level != &type_.fields) return number;
+      const auto bits = presenceBits(type_.original->fields);
+      const auto hit = std::ranges::find_if(bits, [&](auto& bit) { return bit.name == name; });
+      return hit == bits.end() ? number : static_cast<size_t>(hit - bits.begin());
+   }
+   void append(Step& step, const Field& field) const {
+      const auto all = appendedFields(*type_.original);
+      const auto at = std::ranges::find(all, &field) - all.begin();
+      step.present = {std::string(kAppendix), appendixBit(field), static_cast<size_t>(at), field.mayMiss};
    }
 
    // Fields one behind the other. `last`: nothing follows in the codec that must be there.
@@ -190,8 +205,8 @@ private:
       step.op = op;
       step.field = &field;
       step.name = field.name;
-      step.place = place.record;
-      step.member = place.record + cName(field.name);
+      step.place = field.appended ? std::string(kAppendix) : place.record;
+      step.member = step.place + cName(field.name);
       step.logged = place.arm;
       return step;
    }
@@ -208,9 +223,11 @@ private:
          step.guarded = field.guarded;
          step.endTested = place.inLength && field.kind != Kind::Null && field.kind != Kind::Swap &&
                           field.kind != Kind::Padding && !(field.kind == Kind::Frame && field.aside);
+         if (field.appended) append(step, field);
          return step;
       }
       step.present = bit(place, &field, 0);
+      if (field.appended || field.mayMiss) append(step, field);
       if (field.bareBits != 0) {
          step.when = When::IfMore;
          return step;
@@ -233,7 +250,8 @@ private:
       if (field.present) step.op = Op::Nothing;
       step.run = !field.present && isRunContent(field);
       step.present = bit(place, &field, 0);
-      if (field.group != 0) step.group = bit(place, nullptr, field.group);
+      if (field.appended) append(step, field);
+      if (field.group != 0 && !field.appended) step.group = bit(place, nullptr, field.group);
       return step;
    }
 
@@ -386,7 +404,8 @@ std::string writtenPath(const Term& term, const Expr& e, const std::string& reco
       const Field& field = *e.path[i];
       if (i != 0 && text.back() != '>' && text.back() != '.') text += '.';
       if (field.optional && !(record + term.inside).starts_with(text + cName(field.name) + "."))
-         present = text + "m." + presenceName(field);
+         present = text + (field.appended ? kAppendix : "") + "m." + presenceName(field);
+      if (field.appended) text += kAppendix;
       if (!field.name.empty()) text += cName(field.name);
       if (field.kind == Kind::Choice) text += field.name.empty() ? "u" : ".u";
    }

@@ -144,6 +144,8 @@ struct Field {
    unsigned iei = 0;               // 8-bit IEI, or 4-bit if ieiBits is 4
    unsigned ieiBits = 0;           // 0: mandatory
    int group = 0;                  // message element: 0 first run, k the k-th group; since: its group number
+   bool appended = false;          // of a standard form: its place is at the record's end
+   bool mayMiss = false; // of a standard form: optional there alone, and absent by a bit at that end
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<Arm> arms;
 
@@ -224,6 +226,11 @@ struct Type {
    std::vector<TableRow> table; // Pdu
    std::string second;          // Pdu: a second union, and its rows
    std::vector<TableRow> secondTable;
+   // The same type as the standards code it, where the family departs from them: other fields over one
+   // record.
+   std::unique_ptr<Type> standard;
+   const Type* original = nullptr; // of a standard form the type itself
+   bool widens = false;            // its standard form differs by wider bounds alone
    struct Module* module = nullptr;
    bool placed = false;          // by place
    Type* owner = nullptr;        // by place: the structure around

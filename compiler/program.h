@@ -52,6 +52,7 @@ struct BitPlace {
    std::string record;
    std::string name;
    size_t number = 0;
+   bool absent = false; // set if it is not there
    explicit operator bool() const { return !name.empty(); }
 };
 

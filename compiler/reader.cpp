@@ -225,7 +225,26 @@ void Reader::declaration() {
       type.doc = doc;
       type.module = module_;
       module_->byName.emplace(name, &type);
+      const size_t begin = at_;
+      departs_ = recoded_ = false;
       (this->*head.second)(type);
+      if (departs_) {
+         const size_t behind = at_;
+         const int last = lastLine_;
+         type.widens = !recoded_;
+         type.standard = std::make_unique<Type>();
+         type.standard->pos = pos;
+         type.standard->name = name;
+         type.standard->kind = head.first;
+         type.standard->module = module_;
+         type.standard->original = &type;
+         at_ = begin;
+         standard_ = true;
+         (this->*head.second)(*type.standard);
+         standard_ = false;
+         at_ = behind;
+         lastLine_ = last;
+      }
       type.doc = docAtEnd(type.doc);
       return;
    }
@@ -275,6 +294,9 @@ void Reader::quirks(Type& type) {
    const std::vector<Item> words = quirkWords();
    for (const Item& word : words)
       for (auto& row : table) type.*row.flag |= word.text == row.word;
+   // No standard lets a decoder return early.
+   if (type.returns) departs_ = recoded_ = true;
+   if (standard_) type.returns = false;
    for (const Item& word : words) {
       const bool known =
             std::ranges::any_of(table, [&](auto& row) { return word.text == row.word && row.fits(type); });
@@ -286,14 +308,32 @@ void Reader::misplaced(const Item& word) {
    diagnostics_.error(MisplacedWord, word.pos, "`" + word.text + "` is no quirk that this can have.");
 }
 
+// The optional elements with these IEIs stand in this order, among the places that they have.
+void Reader::reorder(std::vector<std::unique_ptr<Field>>& fields, const std::vector<unsigned>& order) {
+   std::vector<size_t> places;
+   for (size_t i = 0; i < fields.size(); ++i)
+      if (fields[i]->ieiBits != 0 && std::ranges::count(order, fields[i]->iei) != 0) places.push_back(i);
+   if (places.size() != order.size()) {
+      diagnostics_.error(BadIei, peek().pos,
+                         "The order names an IEI that the message has not, or has twice.");
+      return;
+   }
+   for (size_t i = 0; i < places.size(); ++i)
+      for (size_t k = i; k < places.size(); ++k)
+         if (fields[places[k]]->iei == order[i]) std::swap(fields[places[i]], fields[places[k]]);
+}
+
 // A length of whole octets.
 bool Reader::lengthWord(Class& cls) {
-   if (acceptWord("LV"))
-      cls = Class::LV;
-   else if (acceptWord("LV-E"))
-      cls = Class::LVE;
-   else
-      return false;
+   const auto at = [&](size_t ahead) { return atWord("LV", ahead) || atWord("LV-E", ahead); };
+   const auto word = [&] { return take().text == "LV" ? Class::LV : Class::LVE; };
+   if (!at(0)) return false;
+   cls = word();
+   if (!atWord("standard") || !at(1)) return true;
+   take();
+   const Class other = word();
+   departs_ = recoded_ = true;
+   if (standard_) cls = other;
    return true;
 }
 
@@ -448,9 +488,21 @@ void Reader::message(Type& type) {
       type.base = typeRef();
       return quirks(type);
    }
+   const bool ordered = acceptWord("order");
+   std::vector<unsigned> order;
+   while (ordered && !atSign("{") && !atWord("but")) {
+      Field element;
+      if (!acceptIei(element)) unexpected("an IEI or `{`");
+      order.push_back(element.iei);
+   }
+   if (ordered) departs_ = recoded_ = true;
    quirks(type);
    expectSign("{");
-   if (!atSign("}", peek().kind == Tok::LineEnd ? 1 : 0)) return fields(type.fields, "}", Place::Message);
+   if (!atSign("}", peek().kind == Tok::LineEnd ? 1 : 0)) {
+      fields(type.fields, "}", Place::Message);
+      if (standard_) reorder(type.fields, order);
+      return;
+   }
    skipSeparators();
    take();
    type.kind = TypeKind::Empty;

@@ -49,6 +49,8 @@ private:
    // Declarations
    void moduleLine();
    void declaration();
+   bool onlyInOtherMode();
+   void reorder(std::vector<std::unique_ptr<Field>>& fields, const std::vector<unsigned>& order);
    void enumeration(Type& type);
    void plainType(Type& type);
    void plainKind(Type& type);
@@ -114,6 +116,10 @@ private:
    int depth_ = 0;
    int operators_ = 0;     // of the present field
    bool unclosed_ = false; // told once a file
+   // A type that departs from the standards is read twice, once for either coding.
+   bool standard_ = false; // this is the second time
+   bool departs_ = false;  // words of the other coding were met,
+   bool recoded_ = false;  // other than wider bounds
    int lastLine_ = 0;      // of the last token taken
    Module* module_ = nullptr;
    std::vector<Table> tables_;

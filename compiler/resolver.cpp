@@ -55,6 +55,9 @@ public:
       });
       eachType([](Type& type) { handOuter(type); });
       eachType([this](Type& type) { countedFields(type.fields); });
+      eachType([this](Type& type) {
+         if (type.standard) compareForms(type);
+      });
       eachType([](Type& type) {
          eachField(type.fields, [&](Field& field) {
             if (field.kind != Kind::Since) return;
@@ -68,7 +71,10 @@ private:
    template <class Visit>
    void eachType(Visit visit) {
       for (auto& module : model_.modules)
-         for (auto& type : module->types) visit(*type);
+         for (auto& type : module->types) {
+            visit(*type);
+            if (type->standard) visit(*type->standard);
+         }
    }
 
    // Used modules first; the order given otherwise.
@@ -233,6 +239,39 @@ private:
          field.second->name = outer->name;
          field.second->path = {outer};
       });
+   }
+
+   // What only one of the two forms of a type has. The record is that of the type itself, so that what its
+   // standard form alone has goes behind it.
+   void compareForms(Type& type) {
+      std::map<std::string, Field*> own = places(type.fields), other = places(type.standard->fields);
+      for (auto& [name, field] : other) {
+         const auto hit = own.find(name);
+         field->appended = hit == own.end();
+         field->mayMiss = hit != own.end() && field->optional && !hit->second->optional;
+      }
+      eachField(type.standard->fields, [&](Field& field) {
+         if (field.kind != Kind::Group || field.appended) return;
+         const auto hit = own.find(field.name);
+         if (hit == own.end()) return;
+         const auto inner = places(hit->second->fields);
+         for (auto& [name, one] : places(field.fields))
+            if (inner.count(name) == 0)
+               diagnostics_.error(MisplacedWord, one->pos,
+                                  "A field of the standards alone stands among those of the type itself.");
+      });
+   }
+   // The members of a record by their names; those of a union with the name of the choice ahead.
+   static std::map<std::string, Field*> places(const std::vector<std::unique_ptr<Field>>& fields) {
+      std::map<std::string, Field*> all;
+      for (auto& field : fields) {
+         if (!field->name.empty() && field->kind != Kind::Bare) all.emplace(field->name, field.get());
+         if (field->onlyOnWire()) all.merge(places(field->fields));
+         for (Arm& arm : field->arms)
+            if (arm.field && !arm.field->name.empty())
+               all.emplace(field->name + "." + arm.field->name, arm.field.get());
+      }
+      return all;
    }
 
    // `= octets` names a field that comes later in the same record: the next one if the number is unsent.

@@ -37,10 +37,13 @@ typedef struct RtxErrInfo {
 #define RTX_CTXT_NO_INDENT 0x00400000u    /**< Text writers emit no line break and no indent. */
 #define RTX_CTXT_SYS_BUFFER 0x00800000u   /**< `bufData` is system memory. */
 #define RTX_CTXT_FREEING 0x01000000u      /**< The context is being torn down. */
-#define RTX_CTXT_RAW_TAIL 0x02000000u     /**< An open tail was written; see rtxCtxtClearFlag. */
-#define RTX_CTXT_UPLINK 0x04000000u       /**< The message at hand comes from the terminal. */
-#define RTX_CTXT_BUFFER_MODE 0x20000000u  /**< Bits go to `bufData` even with a stream attached. */
-#define RTX_CTXT_DIAG 0x80000000u         /**< Diagnostics are on for this context. */
+/** Messages and elements are coded exactly as the 3GPP standards say, where the family has ways of its own,
+ *  and no status is dropped; see docs/conformance.md. Set it with rtxCtxtSetFlag ahead of a message. */
+#define RTX_CTXT_STANDARD 0x00040000u
+#define RTX_CTXT_RAW_TAIL 0x02000000u    /**< An open tail was written; see rtxCtxtClearFlag. */
+#define RTX_CTXT_UPLINK 0x04000000u      /**< The message at hand comes from the terminal. */
+#define RTX_CTXT_BUFFER_MODE 0x20000000u /**< Bits go to `bufData` even with a stream attached. */
+#define RTX_CTXT_DIAG 0x80000000u        /**< Diagnostics are on for this context. */
 
 /**
  * State of one piece of work; first argument of every operation. Initialise it with rtInitContext,

@@ -152,6 +152,11 @@ inline bool knowsRelease(const RtxContext* ctxt, unsigned release) {
    return static_cast<uint16_t>(ctxt->protocolRelease - 1) > release - 2;
 }
 
+// Is coded as the standards say, rather than in the family's own way?
+L3_INLINE bool isStandard(const RtxContext* ctxt) {
+   return (ctxt->flags & RTX_CTXT_STANDARD) != 0;
+}
+
 // What encoders and decoders have in common.
 class Codec {
 public:
@@ -160,6 +165,7 @@ public:
    explicit Codec(RtxContext* ctxt) : ctxt_(ctxt) {}
 
    RtxContext* ctxt() const { return ctxt_; }
+   bool standard() const { return isStandard(ctxt_); }
 
    // Only the outermost type of a message stands among the names.
    L3_INLINE int begin(const char* typeName) {

@@ -18,6 +18,8 @@ struct Length {
 // open and the name pushed: they tell the caller the place.
 L3_COLD int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, unsigned bytes,
                        const Limits& limits, bool push, Length& length);
+// In standard mode what says how long it is must lie in the container at hand: -66, or -2 at the data's end.
+int mustHold(RtxContext* ctxt, size_t numocts);
 // What was not read is skipped without a word.
 L3_COLD int closeInFull(RtxContext* ctxt, Length length);
 // Fixed strings. Their result is not looked at where something follows, which meets the same end of the data.
@@ -92,6 +94,7 @@ public:
    }
    int pushContainer(size_t numocts, Length& length) {
       length.end = offset() + 8 * numocts;
+      L3_TRY(mustHold(ctxt_, numocts));
       const int status = hot::pushContainerBytes(ctxt_, numocts);
       return status < 0 ? failed(status) : 0;
    }

@@ -292,6 +292,14 @@ void storeRest(uint8_t* octets, size_t count, uint64_t word) {
    for (size_t i = 1; i < count; ++i) octets[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
+int mustHold(RtxContext* ctxt, size_t numocts) {
+   if (!isStandard(ctxt)) return 0;
+   const int64_t left = hot::containerRemBits(ctxt);
+   if (left >= 0 && numocts <= static_cast<uint64_t>(left) / 8) return 0;
+   const bool beyondAll = cursorBits(ctxt) + numocts * 8 > ctxt->bufSize * 8;
+   return fail(ctxt, beyondAll ? RTX_E_END_OF_DATA : RTX_E_LENGTH_OVERRUN);
+}
+
 int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, unsigned bytes,
                const Limits& limits, bool push, Length& length) {
    L3_TRY(hot::pushElemName(ctxt, name));
@@ -302,6 +310,7 @@ int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, u
    const size_t start = hot::bitOffset(ctxt);
    if (!limits.allow(count)) return RTX_E_CONSTRAINT;
    if (push) {
+      L3_TRY(mustHold(ctxt, count));
       if (const int status = hot::pushContainerBytes(ctxt, count); status < 0) return fail(ctxt, status);
    }
    closeTrace(ctxt);
@@ -365,6 +374,7 @@ namespace {
 
 int readOctets(RtxContext* ctxt, uint8_t* data, size_t numocts) {
    if (numocts == 0) return 0;
+   L3_TRY(mustHold(ctxt, numocts));
    if (const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8); status < 0) {
       std::memset(data, 0, numocts); // the count is in the record already
       return fail(ctxt, status);
@@ -669,9 +679,22 @@ int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei) {
 }
 
 bool Scan::next(Decoder& decoder) {
+   const bool standard = decoder.standard();
+   if (standard) codeset_ = outerCodeset_;
    do {
       if (!read(decoder)) return false;
-   } while (shifts_ && shifted());
+   } while (shifts_ && (standard ? shiftedByStandard() : shifted()));
+   return true;
+}
+
+// TS 24.007, 11.2.1.1.3: a locking shift goes up only, one that does not lock is for the next element.
+bool Scan::shiftedByStandard() {
+   if (half_ || iei_ >> 4 != 9) return false;
+   const unsigned codeset = iei_ & 7;
+   if ((iei_ & 8) != 0)
+      codeset_ = codeset;
+   else if (codeset > outerCodeset_)
+      codeset_ = outerCodeset_ = codeset;
    return true;
 }
 
@@ -697,7 +720,45 @@ bool Scan::read(Decoder& decoder) {
       closeTrace(ctxt);
    }
    iei_ = octet;
+   half_ = (octet >> 3) == 1 && ctxt->bufBitsLeft == 4;
    return true;
+}
+
+int Scan::skipOctets(Decoder& decoder, unsigned lengthOctets, size_t numocts) {
+   RtxContext* ctxt = decoder.ctxt();
+   for (unsigned i = 0; i < lengthOctets; ++i) {
+      uint8_t octet = 0;
+      if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status);
+      numocts = numocts << 8 | octet;
+   }
+   L3_TRY(mustHold(ctxt, numocts));
+   const int status = numocts == 0 ? 0 : rtxSkipBytes(ctxt, numocts);
+   return status < 0 ? fail(ctxt, status) : 0;
+}
+
+int Scan::skip(Decoder& decoder, Format format, size_t valueOctets) {
+   switch (format) {
+   case Format::T: return 0;
+   case Format::HalfOctet: return decoder.skipBits(4);
+   case Format::TV: return skipOctets(decoder, 0, valueOctets);
+   case Format::TLV: return skipOctets(decoder, 1, 0);
+   case Format::TLVE: return skipOctets(decoder, 2, 0);
+   }
+   return 0;
+}
+
+int Scan::unknownToStandard(Decoder& decoder, bool sixes) {
+   RtxContext* ctxt = decoder.ctxt();
+   if (half_) return decoder.skipBits(4);
+   if ((iei_ & 0x80) != 0) return 0;
+   L3_TRY(skipOctets(decoder, sixes && (iei_ & 0x70) == 0x70 ? 2 : 1, 0));
+   // TS 24.007, 11.2.5: a high half octet of 0 asks for comprehension.
+   constexpr size_t kMostRecords = 16;
+   if (((iei_ & 0xF0) | codeset_) == 0 && ctxt->errList.count < kMostRecords) {
+      rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
+      failAnew(ctxt, RTX_E_BAD_IEI);
+   }
+   return 0;
 }
 
 int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {

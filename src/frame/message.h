@@ -269,13 +269,14 @@ private:
 template <class Record>
 L3_INLINE int decodePlain(RtxContext* ctxt, void* value, walk::MessageDecode plain,
                           int (*any)(RtxContext*, Record*)) {
-   const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
+   const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt) ? shortEnd(ctxt) : nullptr;
    return end != nullptr ? plain(ctxt, value, end) : any(ctxt, static_cast<Record*>(value));
 }
 template <class Record>
 L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain,
                           int (*any)(RtxContext*, Record*)) {
-   return canWriteShort(ctxt) ? plain(ctxt, value) : any(ctxt, static_cast<Record*>(value));
+   return canWriteShort(ctxt) && !isStandard(ctxt) ? plain(ctxt, value)
+                                                   : any(ctxt, static_cast<Record*>(value));
 }
 
 } // namespace quorva::frame

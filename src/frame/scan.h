@@ -40,6 +40,13 @@ public:
    // An IEI that the message doesn't have.
    int unknown(Decoder& decoder);
 
+   // As the standards have it: a half-octet IEI is no octet of that value, what is repeated is skipped whole,
+   // and of the unknown only what must be comprehended is reported. `sixes`: IEIs 7x have two octets of
+   // length.
+   bool isHalf() const { return half_; }
+   int skip(Decoder& decoder, Format format, size_t valueOctets);
+   int unknownToStandard(Decoder& decoder, bool sixes);
+
    // The message's result: pops the type's name unless the scan failed.
    int finish(Decoder& decoder) const { return failed_ ? status_ : decoder.ended(status_); }
 
@@ -67,9 +74,12 @@ protected:
    int status_ = 0;
    bool shifts_;
    bool failed_ = false;
+   bool half_ = false;         // the IEI is of half an octet
+   unsigned outerCodeset_ = 0; // behind an element of a codeset of its own
 
-private:
    bool read(Decoder& decoder);
+   bool shiftedByStandard();
+   int skipOctets(Decoder& decoder, unsigned lengthOctets, size_t numocts);
 };
 
 } // namespace quorva::frame

@@ -136,6 +136,7 @@ public:
    explicit ShortForm(RtxContext* ctxt) : ctxt_(ctxt) {}
 
    RtxContext* ctxt() const { return ctxt_; }
+   bool standard() const { return isStandard(ctxt_); }
 
    int begin(const char*) { return 0; }
    int done(int status = 0) { return status; }

@@ -41,10 +41,28 @@ inline uint8_t* contentsOf(const Row& row, uint8_t* record) {
 }
 
 inline bool hasBit(const uint8_t* record, uint32_t number) {
-   return number == kNone || (record[number / 8] >> number % 8 & 1) != 0;
+   if (number == kNone) return true;
+   return ((record[(number & ~kAbsent) / 8] >> number % 8 & 1u) ^ (number >> 31)) != 0;
 }
 inline void setBit(uint8_t* record, uint32_t number) {
-   if (number != kNone) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+   if (number < kAbsent) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+}
+inline void setAbsent(uint8_t* record, uint32_t number) {
+   if (number != kNone && number >= kAbsent) {
+      number -= kAbsent;
+      record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+   }
+}
+// Octets of the record's length.
+inline unsigned lengthOctets(const Type& type) {
+   return type.lengthBits == 16 && (type.flags & kShortLength) == 0 ? 2 : 1;
+}
+
+// The form of a type that the context asks for. Messages in another than the family's own go by their rows.
+inline const Type& formOf(const RtxContext* ctxt, const Module& module, const Type& type) {
+   return type.standard != 0 && ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0
+                ? module.types[type.standard]
+                : type;
 }
 
 // No arm of a choice fits: -9. Where a single arm may be, the refusal bears its name.

@@ -31,7 +31,7 @@ public:
    int element() {
       L3_TRY(begin(module_.texts + type_.decodedName));
       if (type_.form == Form::Alias) return alias();
-      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      prepare();
       frame::Length length{kNoEnd};
       if (type_.lengthBits != 0) L3_TRY(openType(length));
       if (type_.bits != 0)
@@ -49,7 +49,7 @@ public:
    // Mandatory part, then the scan.
    int message() {
       L3_TRY(begin(module_.texts + type_.decodedName));
-      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      prepare();
       return messageFrom(0);
    }
    // From a row on whose short form has been tried.
@@ -84,7 +84,7 @@ public:
    // A PDU that needs no table; its end reports what the message inside did.
    int pdu() {
       L3_TRY(begin(module_.texts + type_.decodedName));
-      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      prepare();
       L3_TRY(block(type_.first, behindRows(type_), kNoEnd));
       return ended(messageStatus(ctxt_));
    }
@@ -94,7 +94,7 @@ private:
    int messageFrom(unsigned row) {
       const unsigned first = firstOptional();
       if (type_.form != Form::Empty) L3_TRY(block(type_.first + row, first, kNoEnd));
-      if (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store) {
+      if (!standard() && (first >= behindRows(type_) || module_.rows[first].kind == Kind::Store)) {
          L3_TRY(nonImperative((type_.flags & kShifts) != 0 ? 1 : 0));
          return ended();
       }
@@ -106,6 +106,12 @@ private:
 
    uint64_t value(unsigned expression) const {
       return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
+   }
+   void prepare() {
+      // What the standards have not is left empty.
+      if ((type_.flags & kStandardForm) != 0) std::memset(record_, 0, type_.size);
+      clearPresence(type_.presenceOffset, type_.presenceOctets);
+      clearPresence(type_.appendixOffset, type_.appendixOctets);
    }
    // A type without contents has no record.
    void clearPresence(uint32_t offset, unsigned octets) {
@@ -128,7 +134,7 @@ private:
       uint16_t unused = 0;
       const bool bare = (type_.flags & kBare) != 0;
       void* place = bare ? static_cast<void*>(&unused) : record_ + type_.lengthOffset;
-      const unsigned octets = type_.lengthBits == 16 ? 2 : 1;
+      const unsigned octets = lengthOctets(type_);
       const Limits& limits = module_.limits[type_.limits];
       const bool countsBits = (type_.flags & kCountsBits) != 0;
       if (type_.lengthBits == 4 && !countsBits)
@@ -169,7 +175,8 @@ private:
                                : decEnumeration(ctxt_, &number, type_.bits);
       std::memcpy(record_, &number, sizeof number);
       L3_TRY(status);
-      return type_.legal == 0 || module_.legals[type_.legal].has(number) ? 0 : RTX_E_BAD_ENUM;
+      // Values that a standard reserves are kept as numbers.
+      return standard() || type_.legal == 0 || module_.legals[type_.legal].has(number) ? 0 : RTX_E_BAD_ENUM;
    }
 
    int block(unsigned first, unsigned behind, size_t end) {
@@ -241,6 +248,7 @@ private:
       }
    }
    int absent(const Row& row, const Wire& wire) {
+      setAbsent(record_, row.presence);
       if (row.kind == Kind::List && row.presence != kNone) store(record_ + row.count, row.width, 0);
       if ((wire.flags & kGuarded) != 0 && row.kind == Kind::Nested) {
          const Type& type = modules[row.module]->types[row.index];
@@ -348,7 +356,7 @@ private:
    // otherwise, as all codecs of the family do: what follows meets the same end.
    int untested(const Wire& wire, int status) {
       result_ = 0;
-      if ((type_.flags & kCsn1) != 0) return status < 0 ? failed(status) : 0;
+      if ((type_.flags & kCsn1) != 0 || standard()) return status < 0 ? failed(status) : 0;
       if ((wire.flags & kLast) == 0) return unlessMemory(status);
       result_ = status;
       return 0;
@@ -409,7 +417,7 @@ private:
       const Type& type = module.types[row.index];
       if (name != nullptr) L3_TRY(push(name));
       if ((wire.flags & (kContents | kAhead)) != 0) {
-         L3_TRY(inside(index, module, type, place));
+         L3_TRY(inside(index, module, formOf(ctxt_, module, type), place));
       } else if ((wire.flags & kInner) != 0) {
          L3_TRY(inner(module, type, place));
       } else {
@@ -447,13 +455,12 @@ private:
          return contents.arms(first, load(place + module.rows[first].count, 4), kNoEnd);
       }
       const size_t start = offset();
-      contents.clearPresence(type.presenceOffset, type.presenceOctets);
+      contents.prepare();
       frame::Length length;
       L3_TRY(contents.pushContainer(static_cast<size_t>(value(wire.argument)), length));
       L3_TRY(contents.block(first, behindRows(type), length.end));
       L3_TRY(closeInFull(ctxt_, length));
-      if (first != type.first)
-         store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      if (first != type.first) store(place + type.lengthOffset, lengthOctets(type), (offset() - start) / 8);
       return 0;
    }
 
@@ -608,6 +615,7 @@ private:
    }
 
    int optional(Scan& scan, unsigned first) {
+      if (standard()) return inAnyOrder(scan, first);
       const unsigned iei = scan.iei();
       const Wire* known = nullptr;
       for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
@@ -624,6 +632,28 @@ private:
       return scan.drop(*this, static_cast<Format>(known->format), known->lead);
    }
 
+   // As the standards have it: the first of a kind counts, wherever it stands. Of elements that share an IEI
+   // those of later places come first, so that a repeat indicator goes to what follows it.
+   int inAnyOrder(Scan& scan, unsigned first) {
+      constexpr unsigned kNotFound = ~0u;
+      unsigned found = kNotFound;
+      const Wire* known = nullptr;
+      for (unsigned i = first; i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i) {
+         const Wire& wire = module_.wires[i];
+         if (wire.iei != scan.iei() || (wire.ieiBits == 4) != scan.isHalf()) continue;
+         known = &wire;
+         if (hasBit(record_, module_.rows[i].presence)) continue;
+         if (found == kNotFound || !scan.expects(found - first)) found = i;
+      }
+      if (known == nullptr) return scan.unknownToStandard(*this, (type_.flags & kSixes) != 0);
+      if (found == kNotFound) return scan.skip(*this, static_cast<Format>(known->format), known->lead);
+      L3_TRY(contents(found, kNoEnd));
+      setBit(record_, module_.rows[found].group);
+      setBit(record_, module_.rows[found].presence);
+      scan.took(found - first);
+      return 0;
+   }
+
    const Module& module_;
    const Type& type_;
    uint8_t* record_;
@@ -636,8 +666,9 @@ private:
    bool tried_ = false; // the short form of the row at hand
 };
 
-int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
-                 uint64_t second) {
+int decodeInFull(RtxContext* ctxt, const Module& module, const Type& itself, uint8_t* value,
+                 uint64_t parameter, uint64_t second) {
+   const Type& type = formOf(ctxt, module, itself);
    switch (type.codec) {
    case walk::Codec::Element:
       // What is inside is tried in short again: most of it is well, and a failure lies deep down.
@@ -663,7 +694,7 @@ int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
                uint64_t second) {
    const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
    if (end != nullptr) [[likely]] {
-      if (type.messageDecode != nullptr) return type.messageDecode(ctxt, value, end);
+      if (type.messageDecode != nullptr && !isStandard(ctxt)) return type.messageDecode(ctxt, value, end);
       if (type.shortDecode != nullptr && decodeShortly(ctxt, type, value, end))
          return frame::Codec(ctxt).done();
       // A message of one element, with nothing behind it.

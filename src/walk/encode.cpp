@@ -70,10 +70,12 @@ private:
          const Row& next = module_.rows[i];
          if (next.kind == Kind::Store) break;
          const bool there = hasBit(record_, next.group) && hasBit(record_, next.presence);
-         if (there && ((type_.flags & kTailStops) == 0 || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
+         if (there &&
+             ((type_.flags & kTailStops) == 0 || standard() || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
             L3_TRY(optional(i));
          tried_ = false;
       }
+      if (standard()) rtxCtxtClearFlag(ctxt_, RTX_CTXT_RAW_TAIL); // nothing is open behind a message
       return done();
    }
 
@@ -94,8 +96,9 @@ private:
    int enumeration() {
       uint32_t number;
       std::memcpy(&number, record_, sizeof number);
-      if (type_.legal != 0 ? !module_.legals[type_.legal].has(number)
-                           : (type_.flags & kTestsNumber) != 0 && number >> type_.bits != 0)
+      if (standard()         ? number >> type_.bits != 0
+          : type_.legal != 0 ? !module_.legals[type_.legal].has(number)
+                             : (type_.flags & kTestsNumber) != 0 && number >> type_.bits != 0)
          return RTX_E_BAD_ENUM;
       if ((type_.flags & kCsn1) != 0 && type_.legal == 0) return encHighEnumeration(ctxt_, number);
       return encEnumeration(ctxt_, number, type_.bits);
@@ -112,7 +115,7 @@ private:
       }
       L3_TRY(encCloseInFull(ctxt_, bits, length, &count, (type_.flags & kTailStays) != 0,
                             (type_.flags & kCsn1) != 0));
-      if (!bare) store(record_ + type_.lengthOffset, bits == 16 ? 2 : 1, count);
+      if (!bare) store(record_ + type_.lengthOffset, lengthOctets(type_), count);
       const Limits limits = bare ? Limits{} : module_.limits[type_.limits];
       if (limits.allow(count) && count >> bits == 0) return 0;
       return bits == 4 ? failBound(ctxt_, count) : RTX_E_CONSTRAINT;
@@ -146,6 +149,10 @@ private:
       // A chain looks at each of its octets itself.
       if (row.presence != kNone && row.kind != Kind::Chain) {
          const bool there = hasBit(record_, row.presence);
+         if (!there && (row.flags & kMustBe) != 0) {
+            L3_TRY(push(module_.texts + wire.name));
+            return RTX_E_CONSTRAINT;
+         }
          if ((wire.flags & (kByBit | kByBitIfMore)) != 0)
             L3_TRY((wire.flags & kHigh) != 0 ? encHighBit(ctxt_, "optional bit", there)
                                              : encLeadBit(ctxt_, "optional bit", there));
@@ -250,7 +257,7 @@ private:
    // Their status is the codec's own if they come last and no length is closed behind them.
    int untested(const Wire& wire, int status) {
       result_ = 0;
-      if ((type_.flags & kCsn1) != 0) return status < 0 ? failed(status) : 0;
+      if ((type_.flags & kCsn1) != 0 || standard()) return status < 0 ? failed(status) : 0;
       if ((wire.flags & kLast) == 0 || inLength_) return unlessMemory(status);
       result_ = status;
       return 0;
@@ -292,7 +299,7 @@ private:
       const Type& type = module.types[row.index];
       if (name != nullptr) L3_TRY(push(name));
       if ((wire.flags & (kContents | kAhead)) != 0) {
-         L3_TRY(inside(wire, module, type, place));
+         L3_TRY(inside(wire, module, formOf(ctxt_, module, type), place));
       } else {
          const uint64_t outer = wire.second != 0 ? value(wire.second) : kNoOuter;
          if ((wire.flags & kPreset) != 0 && (wire.number == 0 || outer_ != kNoOuter))
@@ -337,8 +344,7 @@ private:
       if ((wire.flags & kAhead) != 0) return contents.arms(first, load(place + module.rows[first].count, 4));
       const size_t start = offset();
       L3_TRY(contents.block(first, behindRows(type)));
-      if (first != type.first)
-         store(place + type.lengthOffset, type.lengthBits == 16 ? 2 : 1, (offset() - start) / 8);
+      if (first != type.first) store(place + type.lengthOffset, lengthOctets(type), (offset() - start) / 8);
       return 0;
    }
 
@@ -443,7 +449,8 @@ private:
    bool tried_ = false; // the short form of the row at hand
 };
 
-int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t outer) {
+int encodeInFull(RtxContext* ctxt, const Module& module, const Type& itself, uint8_t* value, uint64_t outer) {
+   const Type& type = formOf(ctxt, module, itself);
    switch (type.codec) {
    case walk::Codec::Message: return Encoding(ctxt, module, type, value).message();
    case walk::Codec::ByHand: return type.encode(ctxt, value);
@@ -454,7 +461,7 @@ int encodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8
 
 int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t outer) {
    if (canWriteShort(ctxt)) [[likely]] {
-      if (type.messageEncode != nullptr) return type.messageEncode(ctxt, value);
+      if (type.messageEncode != nullptr && !isStandard(ctxt)) return type.messageEncode(ctxt, value);
       const Type& base = type.codec == walk::Codec::OneElement ? modules[type.rows]->types[type.first] : type;
       if (base.shortEncode != nullptr) {
          const uint32_t flags = ctxt->flags;

@@ -21,9 +21,10 @@ const void* pointerAt(const uint8_t* place) {
 template <class Lines>
 class Printer {
 public:
-   explicit Printer(Lines lines) : lines_(lines) {}
+   Printer(Lines lines, const RtxContext* ctxt) : lines_(lines), ctxt_(ctxt) {}
 
-   void type(const Module& module, const Type& type, const char* name, const uint8_t* value) {
+   void type(const Module& module, const Type& itself, const char* name, const uint8_t* value) {
+      const Type& type = formOf(ctxt_, module, itself);
       switch (type.form) {
       case Form::Record:
          lines_.open(name);
@@ -158,6 +159,7 @@ private:
    }
 
    Lines lines_;
+   const RtxContext* ctxt_;
 };
 
 } // namespace
@@ -167,9 +169,9 @@ int print(RtxContext* pctxt, const char* name, const Module& module, unsigned ty
    const auto* record = static_cast<const uint8_t*>(value);
    TextWriter out(pctxt);
    if (out.direct())
-      Printer(WrittenLines(pctxt, out)).type(module, row, name, record);
+      Printer(WrittenLines(pctxt, out), pctxt).type(module, row, name, record);
    else
-      Printer(CalledLines(pctxt)).type(module, row, name, record);
+      Printer(CalledLines(pctxt), pctxt).type(module, row, name, record);
    return 0;
 }
 

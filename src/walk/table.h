@@ -53,9 +53,12 @@ enum Flags : uint8_t {
    kNoSample = 16,   // optional, and absent in samples
    kCharacters = 32, // Text: words rather than digits
    kWireOnly = 64,   // nothing to print or to fill
+   kMustBe = 128,    // at the end of the record, and encoders miss it if its bit is clear
 };
 
 constexpr uint32_t kNone = UINT32_MAX;
+constexpr uint32_t kAbsent =
+      0x80000000; // of the number of a presence bit: it tells that the field is not there
 
 // What the record's side of a field needs.
 struct Row {
@@ -149,7 +152,7 @@ enum class Form : uint8_t { Record, Value, Empty, Alias };
 // What stands between the rows of a type and its callers.
 enum class Codec : uint8_t { Element, Message, OneElement, Pdu, ByHand };
 
-enum TypeFlags : uint8_t {
+enum TypeFlags : uint16_t {
    kBare = 1,    // the length is on the wire alone
    kAligned = 2, // on to the next octet ahead of the closing steps
    kCountsBits = 4,
@@ -158,6 +161,9 @@ enum TypeFlags : uint8_t {
    kTailStops = 32,   // Message: no element behind an open tail
    kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
    kCsn1 = 128,       // a structure of CSN.1; Enumeration: L or H
+   kStandardForm = 1024,
+   kShortLength = 512, // the record has one octet for a length of two
+   kSixes = 256,       // Message: elements with IEIs 7x have two octets of length, TS 24.007, 11.2.4
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
@@ -172,7 +178,7 @@ struct Type {
    Form form;
    // For the codecs
    Codec codec;
-   uint8_t flags;
+   uint16_t flags;
    uint8_t lengthBits; // 0: none
    uint8_t limits;     // of the length
    uint8_t bits;       // Enumeration
@@ -183,6 +189,11 @@ struct Type {
    uint16_t mandatory;         // Message: rows ahead of the optional elements
    uint16_t halfOctets;        // Message: bit n for the half-octet IEI n
    uint32_t name, decodedName; // on the name stack
+   // The type as the standards code it, among the module's types; 0: no other way. What it alone has stands
+   // at the record's end, with bits of its own that tell what is there.
+   uint16_t standard;
+   uint16_t appendixOffset;
+   uint8_t appendixOctets;
    // Short form; the codec of a message on plain octets; the codec by hand.
    ShortDecode shortDecode;
    ShortEncode shortEncode;
