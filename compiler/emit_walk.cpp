@@ -368,7 +368,7 @@ private:
    static std::string functions(const Type& type, const std::string& codec, bool isEntry) {
       std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ", message = "nullptr, nullptr, ";
       const Type& base = baseType(type);
-      if (type.original != nullptr) return shorts + message + own + "nullptr";
+      if (type.original != nullptr && codec != "ByHand") return shorts + message + own + "nullptr";
       if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
          // none that callers of the type itself could take
       } else if (isUniform(base)) {

@@ -71,6 +71,9 @@ L3_INLINE static int decode_TS24008IE_AccessPointName(Coder& d, char* value) {
    L3_TRY(d.fields(integer<8>("length", count)));
    size_t sum = 0; // octets of the labels, their lengths included
    value[0] = 0;
+   typename Coder::Length end{};
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.pushContainer(count, end));
    while (sum < count && d.octetAtHand()) {
       uint8_t size = 0;
       L3_TRY(d.tracedOctets("segment length", &size, 1));
@@ -79,10 +82,16 @@ L3_INLINE static int decode_TS24008IE_AccessPointName(Coder& d, char* value) {
       if (sum > count) return d.failed(RTX_E_LENGTH_OVERRUN);
       if (sum > kMaxNameOctets) return RTX_E_CONSTRAINT;
       if (size != 0) L3_TRY(d.tracedOctets("IA5String", label, size));
+      // Neither would come back from the text.
+      if (d.standard() &&
+          (std::memchr(label, '.', size) != nullptr || std::memchr(label, 0, size) != nullptr))
+         return d.failed(RTX_E_BAD_CHAR);
       if (label != value) label[-1] = '.';
       label[size] = 0;
    }
    if (count > kMaxNameOctets) return RTX_E_CONSTRAINT;
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.close(end));
    return d.done();
 }
 L3_DECODER(TS24008IE_AccessPointName, (char* value), (value))
@@ -98,7 +107,8 @@ int encodeUnits(Encoder& e, const Units& ucs2) {
       int status = 0;
       for (size_t i = 0; status >= 0 && i < ucs2.nchars; ++i) {
          // The high octet of a unit goes out as 0, so that only Latin letters come back.
-         const uint8_t octets[2] = {0, static_cast<uint8_t>(ucs2.data[i])};
+         const unsigned high = e.standard() ? ucs2.data[i] >> 8 : 0;
+         const uint8_t octets[2] = {static_cast<uint8_t>(high), static_cast<uint8_t>(ucs2.data[i])};
          status = rtxWriteBytes(e.ctxt(), octets, 2);
       }
       return status;
@@ -113,7 +123,8 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
    L3_TRY(d.push("ucs2"));
    // An offset in bits less an index in octets. The units go on behind the element, and callers see it as -66
    // or as the end of the data, unless the count happens to fit.
-   const size_t count = length.end > ctxt->bufByteIndex ? (length.end - ctxt->bufByteIndex) >> 1 : 0;
+   const size_t beyond = length.end > ctxt->bufByteIndex ? (length.end - ctxt->bufByteIndex) >> 1 : 0;
+   const size_t count = d.standard() ? d.restOctets() / 2 : beyond;
    if (!hasOctets(ctxt, 2 * count)) return d.failed(RTX_E_END_OF_DATA);
    auto* units = static_cast<uint16_t*>(rtxMemHeapAlloc(ctxt, count * sizeof(uint16_t)));
    if (units == nullptr && count != 0) return d.failed(RTX_E_NOMEM);
@@ -257,7 +268,8 @@ template <class Coder>
 static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(e.begin("LinkedTI"));
    const bool extended = pvalue->value >= kExtendedTi;
-   pvalue->length = extended ? 2 : 1;
+   const bool more = e.standard() && pvalue->standard.m.octet4Present;
+   pvalue->length = extended || more ? 2 : 1;
    const uint8_t shortValue = extended ? kExtendedTi : pvalue->value;
    L3_TRY(e.fields(integer<8>("length", pvalue->length), flag("flag", pvalue->flag),
                    integer<3>("value", shortValue)));
@@ -265,6 +277,8 @@ static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
    if (extended) {
       L3_TRY(e.extBit("ext", true));
       L3_TRY(e.fields(armInteger<7>("value", pvalue->value)));
+   } else if (more) {
+      L3_TRY(e.fields(integer<8>("octet4", pvalue->standard.octet4)));
    }
    return e.done();
 }
@@ -278,11 +292,16 @@ static int decode_TS24008IE_LinkedTI(Coder& d, TS24008IE_LinkedTI* pvalue) {
    typename Coder::Length length;
    L3_TRY(d.pushContainer(pvalue->length, length));
    L3_TRY(d.fieldsIn(length, flag("flag", pvalue->flag), integer<3>("value", pvalue->value)));
-   if (pvalue->length == 2 && pvalue->value != kExtendedTi) return RTX_E_BAD_VALUE;
+   pvalue->standard.m = {};
+   const bool asked = pvalue->value == kExtendedTi;
+   if (pvalue->length == 2 && !asked && !d.standard()) return RTX_E_BAD_VALUE;
    L3_TRY(d.push("spare"));
    L3_TRY(d.skipBits(4));
    d.pop();
-   if (pvalue->length == 2) {
+   if (pvalue->length == 2 && !asked) {
+      L3_TRY(d.fieldsIn(length, integer<8>("octet4", pvalue->standard.octet4)));
+      pvalue->standard.m.octet4Present = 1;
+   } else if (pvalue->length == 2) {
       uint8_t ext = 0;
       L3_TRY(d.extBit("ext", ext));
       if (ext == 0) return RTX_E_BAD_VALUE;
@@ -414,15 +433,18 @@ int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    L3_TRY(d.tracedOctets("INTEGER", &pvalue->length, 1));
    d.pop();
    const size_t end = pctxt->bufByteIndex + pvalue->length;
+   L3_TRY(mustHold(pctxt, pvalue->length));
    if (pctxt->bufByteIndex >= end) return d.done();
    L3_TRY(d.item("octet1", NASDec_TS24008IE_TFTOctet1, &pvalue->octet1));
    if (pctxt->bufByteIndex >= end) return d.done();
    L3_TRY(decodeFilterList(d, *pvalue));
    pvalue->paramList.n = 0;
+   if (d.standard()) L3_TRY(d.within({8 * end}));
    if (pvalue->octet1.eBit == 0) {
       pctxt->bufByteIndex = end;
       return d.done();
    }
    L3_TRY(decodeParams(d, *pvalue, end)); // the cursor stays where the last one ended, even behind the end
+   if (d.standard()) L3_TRY(d.within({8 * end}));
    return d.done();
 }

@@ -70,9 +70,11 @@ int encodeTmgi(Coder& e, Tmgi& tmgi) {
    L3_TRY(e.template tracedBits<1>("odd", 0));
    L3_TRY(e.template tracedBits<3>("type", kTmgi));
    L3_TRY(e.template octets<3>("mbmsServiceID", tmgi.mbmsServiceID));
-   // Both are written whatever the indicators and the length say, unlike the decoder.
-   L3_TRY(e.template item<quorva::type::TS24008IE_MCCMNCPair>("mcc-mnc", &tmgi.mcc_mnc));
-   L3_TRY(e.fields(integer<8>("mbmsSessionID", tmgi.mbmsSessionID)));
+   // Both are written whatever the indicators and the length say, unlike the decoder, but for the standard.
+   const bool always = !e.standard();
+   if (always || tmgi.mccMncInd)
+      L3_TRY(e.template item<quorva::type::TS24008IE_MCCMNCPair>("mcc-mnc", &tmgi.mcc_mnc));
+   if (always || tmgi.mbmsSessIdInd) L3_TRY(e.fields(integer<8>("mbmsSessionID", tmgi.mbmsSessionID)));
    e.pop();
    return 0;
 }
@@ -89,13 +91,18 @@ int decodeTmgi(Coder& d, Tmgi& tmgi, uint8_t digit1) {
    return 0;
 }
 
+// The digits of no identity are 0 or, in a paging request, fillers: TS 44.018, 9.1.22.
+uint8_t digitsBehind(uint8_t first) {
+   return first >> 4 == 15 ? 0xFF : 0;
+}
+
 // No octets: the count is what the length says.
 template <class Coder>
-int encodeNone(Coder& e, uint8_t count) {
+int encodeNone(Coder& e, uint8_t count, uint8_t first) {
    L3_TRY(e.push("none"));
    L3_TRY(e.template tracedBits<8>("length", count));
-   L3_TRY(e.template tracedBits<8>("octet3", 0));
-   for (unsigned i = 1; i < count; ++i) L3_TRY(e.template tracedBits<8>("octet4+", 0));
+   L3_TRY(e.template tracedBits<8>("octet3", first));
+   for (unsigned i = 1; i < count; ++i) L3_TRY(e.template tracedBits<8>("octet4+", digitsBehind(first)));
    e.pop();
    return 0;
 }
@@ -110,15 +117,15 @@ int badIdentity(Decoder& d, const char* what, uint8_t value) {
 }
 
 template <class Coder>
-int decodeNone(Coder& d, uint8_t length, uint8_t digit1) {
+int decodeNone(Coder& d, uint8_t length, uint8_t first) {
    const char kDigits[] = "MobileIdentity identity digits";
    L3_TRY(d.push("none"));
    if (length != 1 && length != 3) return badIdentity(d, "MobileIdentity length", length);
-   if (digit1 != 0) return badIdentity(d, kDigits, digit1);
+   if (first >> 4 != 0 && !d.standard()) return badIdentity(d, kDigits, first >> 4);
    for (unsigned i = 1; i < length; ++i) {
       uint8_t octet = 0;
       L3_TRY(d.template tracedBits<8>("octet4+", octet));
-      if (octet != 0) return badIdentity(d, kDigits, octet);
+      if (octet != (d.standard() ? digitsBehind(first) : 0)) return badIdentity(d, kDigits, octet);
    }
    d.pop();
    return 0;
@@ -136,20 +143,29 @@ L3_INLINE static int encode_TS24008IE_MobileIdentity(Coder& e, TS24008IE_MobileI
    case kImeisv: L3_TRY(encodeIdentity(e, "imeisv", pvalue->t, u.imeisv)); break;
    case kTmsi: L3_TRY(encodeTmsi(e, u.tmsi)); break;
    case kTmgi: L3_TRY(encodeTmgi(e, u.tmgi)); break;
-   case kNone: L3_TRY(encodeNone(e, u.none)); break;
+   case kNone: {
+      const auto& more = pvalue->standard;
+      const bool own = e.standard() && more.m.noneOctetPresent;
+      L3_TRY(encodeNone(e, u.none, own ? more.noneOctet & 0xF8 : 0));
+      break;
+   }
    default: return e.badChoice();
    }
    return e.done();
 }
 L3_ENCODER(TS24008IE_MobileIdentity, (TS24008IE_MobileIdentity * pvalue), (pvalue))
 
-// There is no container: an identity ends where its type lets it end, and octets beyond that stay in the
-// input.
+// There is no container but in standard mode: an identity ends where its type lets it end, and octets beyond
+// that stay in the input.
 template <class Coder>
 L3_INLINE static int decode_TS24008IE_MobileIdentity(Coder& d, TS24008IE_MobileIdentity* pvalue) {
    L3_TRY(d.begin("MobileIdentity"));
    uint8_t length = 0, digit1 = 0, odd = 0, type = 0;
+   pvalue->standard.m = {};
    L3_TRY(d.template tracedBits<8>("length", length));
+   typename Coder::Length end{};
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.pushContainer(length, end));
    L3_TRY(d.template tracedBits<4>("digit1", digit1));
    L3_TRY(d.template tracedBits<1>("odd", odd));
    L3_TRY(d.template tracedBits<3>("type", type));
@@ -167,10 +183,14 @@ L3_INLINE static int decode_TS24008IE_MobileIdentity(Coder& d, TS24008IE_MobileI
    case kTmgi: L3_TRY(decodeTmgi(d, u.tmgi, digit1)); break;
    case kNone:
       u.none = length;
-      L3_TRY(decodeNone(d, length, digit1));
+      pvalue->standard.noneOctet = static_cast<uint8_t>(digit1 << 4 | odd << 3);
+      pvalue->standard.m.noneOctetPresent = d.standard() && pvalue->standard.noneOctet != 0;
+      L3_TRY(decodeNone(d, length, static_cast<uint8_t>(digit1 << 4)));
       break;
    default: return d.badChoice();
    }
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.close(end));
    return d.done();
 }
 L3_DECODER(TS24008IE_MobileIdentity, (TS24008IE_MobileIdentity * pvalue), (pvalue))
@@ -237,6 +257,9 @@ L3_INLINE static int decode_TS24008IE_MobileStationClassmark2(Coder& d,
    L3_TRY(d.begin("MobileStationClassmark2"));
    pvalue->m = {};
    L3_TRY(d.fields(integer<8>("count", pvalue->count)));
+   typename Coder::Length end{};
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.pushContainer(pvalue->count, end));
    if (pvalue->count > 0) {
       L3_TRY(d.template item<quorva::type::TS24008IE_MobileStationClassmark1>("cm1", &pvalue->cm1));
       pvalue->m.cm1Present = 1;
@@ -251,7 +274,9 @@ L3_INLINE static int decode_TS24008IE_MobileStationClassmark2(Coder& d,
                                                                                      &pvalue->octet5));
       pvalue->m.octet5Present = 1;
    }
-   return d.done(); // parts above three are left to the scan of the message
+   if (d.standard()) [[unlikely]]
+      L3_TRY(d.close(end));
+   return d.done(); // parts above three are left to the scan of the message, but in standard mode
 }
 L3_DECODER(TS24008IE_MobileStationClassmark2, (TS24008IE_MobileStationClassmark2 * pvalue), (pvalue))
 
@@ -284,7 +309,9 @@ L3_INLINE static int encode_TS24008IE_MultibandSupported(Coder& e, TS24008IE_Mul
       if (pvalue->supported == 5 || pvalue->supported == 6) {
          L3_TRY(e.fields(armInteger<4>("assocRadioCap2", pvalue->assocRadioCap2)));
       } else {
-         L3_TRY(e.template constant<4>("spare", 0)); // a single band has one power class
+         uint8_t spare = 0; // a single band has one power class
+         if (e.standard()) spare = pvalue->assocRadioCap2;
+         L3_TRY(e.fields(armInteger<4>("spare", spare)));
       }
       L3_TRY(e.fields(armInteger<4>("assocRadioCap1", pvalue->assocRadioCap1)));
    }

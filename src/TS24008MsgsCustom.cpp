@@ -65,8 +65,11 @@ L3_INLINE static int encodeFields(Coder& e, TS24008Msg_PDU* pvalue) {
       // Another test of the discriminator than that of the identifier's 3 bits: session management
       // has no octet for a long identifier, and mobility management has one if the field that it does not use
       // says so.
-      if (sequence && identifier.value >= kExtended)
-         return e.fields(options, discriminator, integer<8>("transId.value", identifier.value),
+      const bool extended = e.standard() ? hasTransaction(pvalue->protoDiscr) : sequence;
+      uint8_t octet = identifier.value;
+      if (e.standard()) octet |= 0x80; // TS 24.007, 11.2.3.1.3: the last octet of the identifier
+      if (extended && identifier.value >= kExtended)
+         return e.fields(options, discriminator, integer<8>("transId.value", octet),
                          integer<8>("msgType", type));
       return e.fields(options, discriminator, integer<8>("msgType", type));
    };

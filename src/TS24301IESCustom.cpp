@@ -115,8 +115,10 @@ int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    e.pop();
    L3_TRY(e.fields(value<quorva::type::TS24301IE_RemoteUEAddrType>("addrType", pvalue->addrType)));
    L3_TRY(e.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo));
-   if (pvalue->m.udpPortRangePresent) L3_TRY(unlessMemory(e.octets<4>("udpPortRange", pvalue->udpPortRange)));
-   if (pvalue->m.tcpPortRangePresent) L3_TRY(unlessMemory(e.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
+   if (pvalue->m.udpPortRangePresent)
+      L3_TRY(unlessDropped(e, e.octets<4>("udpPortRange", pvalue->udpPortRange)));
+   if (pvalue->m.tcpPortRangePresent)
+      L3_TRY(unlessDropped(e, e.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
    L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
@@ -151,12 +153,12 @@ int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    L3_TRY(d.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo, Limits{}));
    L3_TRY(d.within(length));
    if (udp != 0) {
-      L3_TRY(unlessMemory(d.octets<4>("udpPortRange", pvalue->udpPortRange)));
+      L3_TRY(unlessDropped(d, d.octets<4>("udpPortRange", pvalue->udpPortRange)));
       pvalue->m.udpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }
    if (tcp != 0) {
-      L3_TRY(unlessMemory(d.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
+      L3_TRY(unlessDropped(d, d.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
       pvalue->m.tcpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }

@@ -13,17 +13,24 @@ namespace {
 using Identity = TS24501IE_MobileIdentity;
 enum Selector : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, kMac, kEui64 };
 
+// The bits ahead of the type of a temporary identity, unless others were met.
+uint8_t leadingOctet(const Identity& identity, uint8_t usual, bool standard) {
+   const auto& more = identity.standard;
+   if (!standard || !more.m.leadingBitsPresent) return usual;
+   return static_cast<uint8_t>(more.leadingBits << 3 | (usual & 7));
+}
+
 // The octet ahead of the contents, and the length as far as it is known ahead of them.
 struct Lead {
    uint8_t octet;
    uint16_t length;
 };
 
-Lead leadOf(const Identity& identity) {
+Lead leadOf(const Identity& identity, bool standard) {
    switch (identity.t) {
    case kSuci: return {static_cast<uint8_t>(identity.u.suci.t == 2 ? 17 : 1), identity.length};
-   case kGuti: return {242, 11};
-   case kStmsi: return {244, 7};
+   case kGuti: return {leadingOctet(identity, 242, standard), 11};
+   case kStmsi: return {leadingOctet(identity, 244, standard), 7};
    case kMac: return {static_cast<uint8_t>(identity.u.macaddr.mauri ? 14 : 6), identity.length};
    case kEui64: return {7, 9};
    default: return {0, identity.length};
@@ -100,11 +107,11 @@ int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, un
 }
 
 // The bits ahead of the type of a temporary identity: all ones but the last, which is not looked at.
-int checkLeadingBits(ShortDecoder&, const char*, uint8_t bits) {
-   return bits >= 30 ? 0 : kNotShort;
+int checkLeadingBits(ShortDecoder& d, const char*, uint8_t bits) {
+   return bits >= 30 || d.standard() ? 0 : kNotShort;
 }
 int checkLeadingBits(Decoder& d, const char* what, uint8_t bits) {
-   if (bits >= 30) return 0;
+   if (bits >= 30 || d.standard()) return 0;
    rtxErrAddStrParm(d.ctxt(), what);
    rtxErrAddUIntParm(d.ctxt(), bits);
    return d.failed(RTX_E_CONSTRAINT);
@@ -126,7 +133,7 @@ L3_INLINE static int encode_TS24501IE_MobileIdentity(Coder& e, TS24501IE_MobileI
    if (pvalue->t < kNone || pvalue->t > kEui64) return e.badChoice();
    const auto length = lengthAhead(e);
    if (pvalue->t != kImei && pvalue->t != kImeisv) {
-      Lead lead = leadOf(*pvalue);
+      Lead lead = leadOf(*pvalue, e.standard());
       L3_TRY(e.fields(integer<16>("length", lead.length), integer<8>("bits+type", lead.octet)));
    }
    switch (pvalue->t) {
@@ -139,8 +146,8 @@ L3_INLINE static int encode_TS24501IE_MobileIdentity(Coder& e, TS24501IE_MobileI
       L3_TRY(e.template item<quorva::type::TS24501IE_MobileIdentity_STMSI>("stmsi", &pvalue->u.stmsi));
       break;
    case kImeisv: L3_TRY(encodeDigits(e, "imeisv", 5, pvalue->u.imeisv)); break;
-   case kMac: L3_TRY(unlessMemory(e.template octets<6>("macaddr", pvalue->u.macaddr.macaddr))); break;
-   case kEui64: L3_TRY(unlessMemory(e.template octets<8>("eui-64", pvalue->u.eui_64))); break;
+   case kMac: L3_TRY(unlessDropped(e, e.template octets<6>("macaddr", pvalue->u.macaddr.macaddr))); break;
+   case kEui64: L3_TRY(unlessDropped(e, e.template octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: break;
    }
    L3_TRY(e.template close<16>(length, pvalue->length, Limits{}));
@@ -158,6 +165,8 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
    L3_TRY(d.fields(integer<5>("leading bits", leading),
                    value<quorva::type::TS24501IE_TypeOfIdentity>("typeOfIdent", type)));
    pvalue->t = type + 1;
+   pvalue->standard.leadingBits = leading;
+   pvalue->standard.m.leadingBitsPresent = (pvalue->t == kGuti || pvalue->t == kStmsi) && leading != 30;
    switch (pvalue->t) {
    case kNone: break;
    case kSuci: L3_TRY(decodeSuci(d, *pvalue, leading >> 1 & 7u)); break;
@@ -166,8 +175,9 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
       L3_TRY(d.template item<quorva::type::TS24501IE_MobileIdentity_GUTI>("guti", &pvalue->u.guti));
       break;
    case kImei:
-      // The odd indication is taken from the first digit, unlike that of an IMEISV.
-      L3_TRY(decodeDigits(d, "imei", pvalue->length, leading >> 1 & 1u, leading >> 1, pvalue->u.imei));
+      // The odd indication is taken from the first digit, unlike that of an IMEISV and the standard's.
+      L3_TRY(decodeDigits(d, "imei", pvalue->length, d.standard() ? leading & 1u : leading >> 1 & 1u,
+                          leading >> 1, pvalue->u.imei));
       break;
    case kStmsi:
       L3_TRY(checkLeadingBits(d, "MobileIdentity leading bits for 5G-S-TMSI", leading));
@@ -179,9 +189,9 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
    case kMac:
       pvalue->u.macaddr.mauri = leading & 1;
       // "mac" here, "macaddr" in the encoder; readers of a trace go by both.
-      L3_TRY(unlessMemory(d.template octets<6>("mac", pvalue->u.macaddr.macaddr)));
+      L3_TRY(unlessDropped(d, d.template octets<6>("mac", pvalue->u.macaddr.macaddr)));
       break;
-   case kEui64: L3_TRY(unlessMemory(d.template octets<8>("eui-64", pvalue->u.eui_64))); break;
+   case kEui64: L3_TRY(unlessDropped(d, d.template octets<8>("eui-64", pvalue->u.eui_64))); break;
    default: return d.badChoice();
    }
    L3_TRY(d.close(length));

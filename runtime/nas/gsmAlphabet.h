@@ -51,6 +51,13 @@ constexpr uint8_t gsmExtension(unsigned septet) {
    }
 }
 
+/** Septet behind the escape of a character of the extension table. */
+constexpr unsigned gsmExtensionOf(unsigned ch) {
+   for (unsigned septet = 0; septet < 128; ++septet)
+      if (gsmExtension(septet) == ch) return septet;
+   return 0;
+}
+
 /** Does the character stand in the extension table only? */
 constexpr bool gsmIsExtended(unsigned ch) {
    return ch == '\f' || ((ch & ~32u) >= '[' && (ch & ~32u) <= '^');

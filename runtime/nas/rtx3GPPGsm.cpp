@@ -37,10 +37,13 @@ int rtx3GPPEncGSMCharStr(RtxContext* pctxt, const char* str) {
    if (str == nullptr) return RTX_OK;
    unsigned carry = 0;
    unsigned phase = 0; // place of the septet among eight
-   for (; *str != 0; ++str, phase = (phase + 1) % 8) {
+   const bool standard = (pctxt->flags & RTX_CTXT_STANDARD) != 0;
+   for (unsigned behind = 0; *str != 0; phase = (phase + 1) % 8) {
       const auto ch = static_cast<unsigned char>(*str);
-      // The escape alone, so that one character stays one septet.
-      const unsigned septet = gsmIsExtended(ch) ? gsmEscape : gsmRevCharSet[ch];
+      // The escape alone, so that one character stays one septet; in standard mode two make it up.
+      const unsigned septet = behind != 0 ? behind : gsmIsExtended(ch) ? gsmEscape : gsmRevCharSet[ch];
+      behind = standard && behind == 0 && gsmIsExtended(ch) ? gsmExtensionOf(ch) : 0;
+      if (behind == 0) ++str;
       if (phase != 0) {
          const auto octet = static_cast<uint8_t>(carry | septet << (8 - phase));
          if (const int stat = rtxWriteBytes(pctxt, &octet, 1); stat != RTX_OK)

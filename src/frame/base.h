@@ -251,6 +251,13 @@ L3_INLINE int unlessMemory(int status) {
    return status == RTX_E_NOMEM ? status : 0;
 }
 
+// The same of a codec by hand: in standard mode no status is dropped.
+template <class Coder>
+L3_INLINE int unlessDropped(Coder& coder, int status) {
+   if (!coder.standard()) return unlessMemory(status);
+   return status < 0 ? coder.failed(status) : 0;
+}
+
 // Legal values of an enumeration of up to 8 bits.
 struct LegalSet {
    uint64_t words[4];

@@ -550,6 +550,8 @@ int decSelector(RtxContext* ctxt, unsigned bits, uint32_t* selector) {
 int skipExtensions(RtxContext* ctxt) {
    uint8_t octet = 0;
    do {
+      // Senders ask for an octet that the length does not have.
+      if (isStandard(ctxt) && !hot::containerHasRemBits(ctxt)) return 0;
       if (const int status = rtxDecBitsToByte(ctxt, &octet, 8); status < 0) return fail(ctxt, status);
    } while ((octet & 0x80) == 0);
    return 0;

@@ -525,7 +525,9 @@ private:
       size_t count = 0, capacity = heap ? 0 : row.capacity;
       for (bool more = true; more;) {
          // The end of the data ends a list of led entries as their bit does.
-         if (timed || preset ? count >= times : led ? ctxt_->bufByteIndex >= ctxt_->bufSize : !hasEntry(row))
+         if (timed || preset      ? count >= times
+             : led && !standard() ? ctxt_->bufByteIndex >= ctxt_->bufSize
+                                  : !hasEntry(row))
             break;
          if (toEnd && heap && count == most) return RTX_E_CONSTRAINT;
          if (outside) {

@@ -92,7 +92,7 @@ TEST(LinkedTI, ValuesOfTheEncoder) {
          {1, 6, "01 e0"}, {0, 0, "01 00"}, {0, 7, "02 70 87"}, {1, 127, "02 f0 ff"}, {0, 128, "status -16"}};
    TestContext context;
    for (const auto& [flag, value, written] : cases) {
-      TS24008IE_LinkedTI record{99, flag, value};
+      TS24008IE_LinkedTI record{99, flag, value, {}};
       EXPECT_EQ(encode(context, NASEnc_TS24008IE_LinkedTI, &record), written);
    }
    EXPECT_EQ(context.parms().back(), "128");

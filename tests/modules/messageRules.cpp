@@ -62,9 +62,10 @@ Conversions known() {
 int statusOf(const std::string& name) {
 #define STATUS(status)                                                                                       \
    { #status, status }
-   static const std::map<std::string, int> all = {STATUS(RTX_E_BAD_CHOICE),     STATUS(RTX_E_BAD_ENUM),
-                                                  STATUS(RTX_E_BAD_VALUE),      STATUS(RTX_E_CONSTRAINT),
-                                                  STATUS(RTX_E_LENGTH_OVERRUN), STATUS(RTX_E_END_OF_DATA)};
+   static const std::map<std::string, int> all = {STATUS(RTX_OK),           STATUS(RTX_E_BAD_CHOICE),
+                                                  STATUS(RTX_E_BAD_ENUM),   STATUS(RTX_E_BAD_VALUE),
+                                                  STATUS(RTX_E_CONSTRAINT), STATUS(RTX_E_LENGTH_OVERRUN),
+                                                  STATUS(RTX_E_END_OF_DATA)};
 #undef STATUS
    return all.at(name);
 }
@@ -111,9 +112,10 @@ MessageRules loadRules(const std::string& file, const Conversions& own) {
       } else if (section == "[facts]") {
          words >> second;
          for (std::string path; words >> path;) places[first].push_back({path, conversions.at(second)});
-      } else if (section == "[refused]") {
+      } else if (section == "[refused]" || section == "[standard]") {
          words >> second;
-         auto& refusal = rules.refused[first] = {statusOf(second), reason};
+         auto& refusal =
+               (section == "[refused]" ? rules.refused : rules.standard)[first] = {statusOf(second), reason};
          for (std::string key; words >> key;) refusal.outOfReach.push_back(key);
       } else if (section == "[uncanonical]") {
          rules.uncanonical[first] = reason;
