@@ -331,6 +331,10 @@ private:
                  "count or",
                  " * length beyond its bounds, RTX_E_NULL for an array or a message that is not there,",
                  " * RTX_E_NOT_OCTET_END behind an open tail, RTX_E_NO_SECURITY where a PDU needs keys.",
+                 " * Unless the context asks for RTX_CTXT_STANDARD, the failure of a fixed string does not "
+                 "come out",
+                 " * where something follows, nor where a length is closed behind it: 0 can stand beside a",
+                 " * recorded status, so ask rtxErrGetStatus too.",
                  " *",
                  " * NASDec_ reads the value at the cursor into the caller's record. What it points to then "
                  "lies on",
