@@ -283,7 +283,7 @@ TEST(Decode, OpensShortMessages) {
    EXPECT_EQ(closed.code, 0);
    EXPECT_THAT(closed.text, Not(HasSubstr("rpMsgRef")));
    for (const char* transport :
-        {"", "07 63 05 ", "7E 00 67 02 05 ", "7E 00 68 02 05 ", "7E 00 4F 00 82 7B 05 "}) {
+        {"", "07 63 05 ", "7E 00 67 02 00 05 ", "7E 00 68 02 00 05 ", "7E 00 4F 00 82 7B 00 05 "}) {
       SCOPED_TRACE(transport);
       const Result open = run("decode --rp '" + (transport + data) + "'");
       EXPECT_EQ(open.code, 0);
@@ -291,9 +291,19 @@ TEST(Decode, OpensShortMessages) {
       EXPECT_THAT(open.text, HasSubstr("      ackToNet {\n"));
    }
    // CP-ACK in one, and another container.
-   for (const char* message : {"7E 00 67 02 02 39 04", "7E 00 67 03 00 01 AA", "7E 00 4F 00"})
+   for (const char* message : {"7E 00 67 02 00 02 39 04", "7E 00 67 03 00 01 AA", "7E 00 4F 00"})
       EXPECT_EQ(run(std::string("decode --rp '") + message + "'").text,
                 run(std::string("decode '") + message + "'").text);
+}
+
+// As the standards say, unless the library's default mode is asked for.
+TEST(Decode, InEitherMode) {
+   const std::string report = "7E 00 67 02 00 02 39 04", name = "07 61 43 05 90 00 41 01 41";
+   for (const std::string& message : {report, name}) {
+      EXPECT_EQ(run("decode '" + message + "'").code, 0) << message;
+      EXPECT_EQ(run("decode --default-mode '" + message + "'").code, 1) << message;
+   }
+   EXPECT_EQ(run("decode --default-mode '7E 00 67 02 02 39 04'").code, 0);
 }
 
 TEST(Decode, EndsOnInputWithoutAnEnd) {

@@ -37,7 +37,8 @@ TEST(Types, ASampleDecodesToItsOwnText) {
       const Result sample = run("sample " + type);
       ASSERT_EQ(sample.code, 0) << sample.text;
       const size_t end = sample.text.find('\n');
-      const Result decoded = run("decode --type " + type + " '" + sample.text.substr(0, end) + "'");
+      const Result decoded =
+            run("decode --default-mode --type " + type + " '" + sample.text.substr(0, end) + "'");
       EXPECT_EQ(decoded.code, 0);
       EXPECT_EQ(decoded.text, sample.text.substr(end + 1));
    }

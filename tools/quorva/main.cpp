@@ -56,6 +56,7 @@ static int showSample(const std::string& name) {
    }
    Session session;
    RtxContext* ctxt = session.ctxt();
+   rtxCtxtClearFlag(ctxt, RTX_CTXT_STANDARD); // samples are of the default mode
    void* value = type->sample(ctxt);
    if (value == nullptr) throw std::bad_alloc();
    int status = RTX_OK;
@@ -171,6 +172,8 @@ static int run(int argc, char** argv) {
          ->excludes(summary);
    decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
          ->type_name("FILE");
+   decode->add_flag_callback("--default-mode", [] { Session::mode = 0; })
+         ->description("Decode as the library does by default, where that departs from the standards");
    decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
    CLI::Option* uplink = decode->add_flag("--uplink", security.uplink, "The messages come from the terminal");
    decode->add_flag("--downlink")

@@ -22,6 +22,7 @@ Session::Session(std::FILE* out) {
    const bool ready = out != nullptr && rtxInitContextExt(&ctxt_, zeroedMemory, nullptr, std::free) >= 0;
    if (ready && rtCtxtInitASN1Info(&ctxt_) >= 0 &&
        rtxSetPrintStream(&ctxt_, rtxPrintStreamToFileCB, out) >= 0) {
+      rtxCtxtSetFlag(&ctxt_, mode);
       flags_ = ctxt_.flags;
       return;
    }

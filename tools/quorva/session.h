@@ -16,6 +16,9 @@ namespace quorva::tool {
 // One message after the other: no flag, name, error or open tail of one reaches the next.
 class Session {
 public:
+   // Are messages what the standards say, or in the library's default mode?
+   static inline uint32_t mode = RTX_CTXT_STANDARD;
+
    // Printed text goes to a file; without one it is collected. Throws std::bad_alloc.
    explicit Session(std::FILE* out = nullptr);
    ~Session();
