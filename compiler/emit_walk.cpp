@@ -328,7 +328,7 @@ private:
       const bool shifts = std::ranges::any_of(module_.types, [](auto& t) { return t->shifts; });
       if (codec == "Message" && !shifts) flags.push_back("kSixes");
       if (type.original != nullptr) {
-         flags.push_back("kStandardForm");
+         if (!type.original->widens) flags.push_back("kStandardForm");
          if (type.cls == Class::LVE && type.original->cls == Class::LV) flags.push_back("kShortLength");
       }
       const Type& owner = type.original != nullptr ? *type.original : type;

@@ -60,16 +60,30 @@ public:
       function(&ctxt_);
    }
 
+   // In both modes.
    void run(const QuorvaType& type, const uint8_t* octets, size_t count) {
       if (type.decode == nullptr) return;
+      runForms(type, octets, count);
+      rtxCtxtSetFlag(&ctxt_, RTX_CTXT_STANDARD);
+      forget();
+      runForms(type, octets, count);
+      rtxCtxtClearFlag(&ctxt_, RTX_CTXT_STANDARD);
+   }
+
+private:
+   void forget() {
+      rtxErrReset(&ctxt_);
+      ctxt_.flags &= ~RTX_CTXT_RAW_TAIL;
+      ctxt_.level = 0;
+   }
+
+   void runForms(const QuorvaType& type, const uint8_t* octets, size_t count) {
       const Outcome brief = runOnce(type, octets, count);
       if (brief.status < 0 && brief.errors == 0 && brief.status != RTX_E_CONSTRAINT &&
           brief.status != RTX_E_BAD_ENUM && brief.status != RTX_E_BAD_VALUE && brief.status != RTX_E_NOMEM)
          abort(); // only value checks fail without a record
       RtxDiagBitFieldList trace{};
-      rtxErrReset(&ctxt_);
-      ctxt_.flags &= ~RTX_CTXT_RAW_TAIL;
-      ctxt_.level = 0;
+      forget();
       rtxDiagBitFieldListInit(&ctxt_, &trace);
       ctxt_.bitFields = &trace;
       const Outcome full = runOnce(type, octets, count);
@@ -77,7 +91,6 @@ public:
       if (brief != full) abort();
    }
 
-private:
    Outcome runOnce(const QuorvaType& type, const uint8_t* octets, size_t count) {
       Outcome outcome;
       std::vector<uint8_t> input(octets, octets + count);

@@ -156,14 +156,14 @@ enum TypeFlags : uint16_t {
    kBare = 1,    // the length is on the wire alone
    kAligned = 2, // on to the next octet ahead of the closing steps
    kCountsBits = 4,
-   kTailStays = 8,    // closing leaves the open tail's flag
-   kShifts = 16,      // Message: codeset shifts
-   kTailStops = 32,   // Message: no element behind an open tail
-   kTestsNumber = 64, // Enumeration: all values are legal, the encoder tests for more
-   kCsn1 = 128,       // a structure of CSN.1; Enumeration: L or H
-   kStandardForm = 1024,
-   kShortLength = 512, // the record has one octet for a length of two
-   kSixes = 256,       // Message: elements with IEIs 7x have two octets of length, TS 24.007, 11.2.4
+   kTailStays = 8,       // closing leaves the open tail's flag
+   kShifts = 16,         // Message: codeset shifts
+   kTailStops = 32,      // Message: no element behind an open tail
+   kTestsNumber = 64,    // Enumeration: all values are legal, the encoder tests for more
+   kCsn1 = 128,          // a structure of CSN.1; Enumeration: L or H
+   kStandardForm = 1024, // of other fields, so that the record is emptied first
+   kShortLength = 512,   // the record has one octet for a length of two
+   kSixes = 256,         // Message: elements with IEIs 7x have two octets of length, TS 24.007, 11.2.4
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);

@@ -22,7 +22,9 @@ bool isAddress(uint64_t word) {
 // One form's context and record.
 class Runner {
 public:
-   explicit Runner(Form form) : form_(form), capture_(kTextRoom) {}
+   Runner(Form form, uint32_t mode) : form_(form), capture_(kTextRoom) {
+      rtxCtxtSetFlag(&capture_.ctxt, mode);
+   }
 
    void start(std::vector<uint8_t>& octets, unsigned bit) {
       rtxErrReset(&capture_.ctxt);
@@ -68,6 +70,8 @@ private:
 
 class Pair {
 public:
+   explicit Pair(uint32_t mode) : runners_{{Form::Short, mode}, {Form::Full, mode}} {}
+
    // Octets behind the decoded ones are not there; those ahead of `bit` are.
    void decode(const QuorvaType& type, const std::vector<uint8_t>& octets, unsigned bit) {
       std::vector<uint8_t> input[2] = {octets, octets};
@@ -138,7 +142,7 @@ private:
       return list;
    }
 
-   Runner runners_[2] = {Runner(Form::Short), Runner(Form::Full)};
+   Runner runners_[2];
    size_t used_ = 0;
 };
 
@@ -154,8 +158,11 @@ std::vector<uint8_t> shifted(const std::vector<uint8_t>& octets) {
    return out;
 }
 
-TEST(Forms, LeaveTheSame) {
-   Pair pair;
+class Forms : public testing::TestWithParam<uint32_t> {};
+INSTANTIATE_TEST_SUITE_P(Modes, Forms, testing::Values(0u, RTX_CTXT_STANDARD));
+
+TEST_P(Forms, LeaveTheSame) {
+   Pair pair(GetParam());
    std::mt19937 random(1);
    size_t tried = 0;
    for (const QuorvaType* type : allTypes()) {
@@ -185,7 +192,7 @@ TEST(Forms, LeaveTheSame) {
 }
 
 // What the descriptions give as examples, and messages from elsewhere, whole and with bits turned.
-TEST(Forms, LeaveTheSameOfRealOctets) {
+TEST_P(Forms, LeaveTheSameOfRealOctets) {
    const struct {
       const char *type, *octets, *place;
    } described[] = {
@@ -195,7 +202,7 @@ TEST(Forms, LeaveTheSameOfRealOctets) {
    for (const auto& vector : described) inputs.emplace_back(vector.type, octetsFromHex(vector.octets));
    for (const auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
       inputs.emplace_back(type, vector.octets);
-   Pair pair;
+   Pair pair(GetParam());
    std::mt19937 random(2);
    for (auto& [name, octets] : inputs) {
       const QuorvaType& type = *quorvaFindType(name);
