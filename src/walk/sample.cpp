@@ -25,7 +25,8 @@ public:
    explicit Filler(RtxContext* ctxt) : ctxt_(ctxt) {}
 
    // `selector`, if not 0, is the arm that the record's own choice takes. False if memory is exhausted.
-   bool type(const Module& module, const Type& type, uint8_t* value, uint32_t selector = 0) {
+   bool type(const Module& module, const Type& itself, uint8_t* value, uint32_t selector = 0) {
+      const Type& type = formOf(ctxt_, module, itself);
       if (type.form == Form::Empty) return true;
       if (type.form == Form::Alias) {
          const Module& other = *modules[type.rows];

@@ -192,7 +192,7 @@ struct Type {
    // The type as the standards code it, among the module's types; 0: no other way. What it alone has stands
    // at the record's end, with bits of its own that tell what is there.
    uint16_t standard;
-   uint16_t appendixOffset;
+   uint32_t appendixOffset;
    uint8_t appendixOctets;
    // Short form; the codec of a message on plain octets; the codec by hand.
    ShortDecode shortDecode;
