@@ -3,6 +3,7 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
 #include <set>
@@ -96,6 +97,7 @@ private:
             w_.line("static constexpr auto shortEncode = &::shortEnc_" + base + ";");
             w_.line("static constexpr auto shortDecode = &::shortDec_" + base + ";");
          }
+         if (endsByItself(type)) w_.line("static constexpr bool endsByItself = true;");
          if (leavesContainer(baseType(type))) w_.line("static constexpr bool leavesContainer = true;");
          if (standsAmongBits(baseType(type))) {
             w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + base + ";");

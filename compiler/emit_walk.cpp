@@ -335,6 +335,7 @@ private:
       const bool hasBits = form == "Record" && !presenceBits(owner.fields).empty();
       const bool hasAppendix = !appendedFields(owner).empty();
       const auto standard = std::ranges::find(standards_, type.standard.get()) - standards_.begin();
+      if (codec == "Element" && endsByItself(type)) flags.push_back("kEndsByItself");
       if (firstRow.empty()) {
          firstRow = number(add(block));
          rowCount = number(block.size());

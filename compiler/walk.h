@@ -39,6 +39,9 @@ Width widthOf(const Field& field);
 Width widthOf(const Type& type);
 Width widthOf(const std::vector<std::unique_ptr<Field>>& fields);
 
+// Does what a type takes and means depend on its own octets alone, and not on the end of what it stands in?
+bool endsByItself(const Type& type);
+
 unsigned lengthBits(const Type& type); // of the length field; 0 for class V
 
 // The least and the largest value of an expression, and of a field that is a number; those beyond 32 bits are

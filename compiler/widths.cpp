@@ -141,6 +141,64 @@ Width widthOf(const std::vector<std::unique_ptr<Field>>& fields) {
    return sum(fields, known);
 }
 
+namespace {
+
+bool asksRest(const Expr* expr) {
+   return expr != nullptr &&
+          (expr->op == Expr::Op::Rest || asksRest(expr->left.get()) || asksRest(expr->right.get()));
+}
+
+bool endsByItself(const Field& field) {
+   if (field.bareBits != 0) return true; // a length of its own
+   if (field.guarded || field.ahead != 0 || field.zeros != 0 || field.own || field.lead == Lead::High || asksRest(field.when.get()) || asksRest(field.argument.get()) ||
+       asksRest(field.second.get()))
+      return false;
+   if (field.optional && field.when == nullptr && (field.lead == Lead::None || field.truncatable))
+      return false;
+   const auto all = [](auto& fields) {
+      return std::ranges::all_of(fields, [](auto& inner) { return endsByItself(*inner); });
+   };
+   switch (field.kind) {
+   case Kind::Flag:
+   case Kind::Uint:
+   case Kind::Const:
+   case Kind::Octets:
+   case Kind::Bits:
+   case Kind::Null:
+   case Kind::Counted:
+   case Kind::Sized: return true;
+   case Kind::Frame:
+   case Kind::Bare: return !field.aside || all(field.fields);
+   case Kind::Group:
+   case Kind::Swap:
+   case Kind::Chain: return all(field.fields);
+   case Kind::Named:
+      return field.type.type != nullptr && (field.valueOnly || l3c::endsByItself(*field.type.type));
+   case Kind::Choice:
+      return std::ranges::all_of(field.arms,
+                                 [](auto& arm) { return arm.field == nullptr || endsByItself(*arm.field); });
+   default: return false;
+   }
+}
+
+} // namespace
+
+bool endsByItself(const Type& type) {
+   const Type* base = withoutAliases(&type);
+   if (base == nullptr || base->structure || base->pattern || base->presized) return false;
+   switch (base->kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return true;
+   case TypeKind::Octets: return !base->fill;
+   case TypeKind::Digits: return base->cls == Class::V; // as many as it is told
+   case TypeKind::List: return base->cls == Class::LV || base->cls == Class::LVE;
+   case TypeKind::Record:
+      if (base->cls != Class::V) return base->cls == Class::LV || base->cls == Class::LVE;
+      return std::ranges::all_of(base->fields, [](auto& field) { return endsByItself(*field); });
+   default: return false;
+   }
+}
+
 unsigned lengthBits(const Type& type) {
    switch (type.cls) {
    case Class::V: return 0;

@@ -6,6 +6,7 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/core/rtxMemHeapInline.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -48,8 +49,13 @@ RtxDListNode* summed(const RtxContext* pctxt, Summary& sum) {
 
 /** All but the newest record, which alone changes, are kept summed up: their number may be great. */
 int sumUp(RtxContext* pctxt) {
-   if (pctxt->errList.tail == nullptr) return 0;
+   const RtxDListNode* tail = pctxt->errList.tail;
+   if (tail == nullptr) return 0;
    Summary sum{};
+   if (tail->prev == nullptr) {
+      sum.add(infoOf(tail));
+      return sum.overall();
+   }
    RtxDListNode* node = summed(pctxt, sum);
    for (; node != nullptr && node->next != nullptr; node = node->next) {
       sum.add(infoOf(node));
@@ -101,10 +107,17 @@ void unlinkFixed(RtxContext* pctxt) {
    pctxt->errFixedNode = RtxDListNode{};
 }
 
+/** A record and its node on the list, in one allocation. */
+struct Record {
+   RtxErrInfo info;
+   RtxDListNode node;
+};
+
 void freeInfoNode(RtxContext* pctxt, RtxDListNode* node) {
    RtxErrInfo* info = infoOf(node);
    pctxt->errSummed = nullptr;
-   rtxDListFreeNode(pctxt, &pctxt->errList, node);
+   rtxDListRemove(&pctxt->errList, node);
+   if (node != &reinterpret_cast<Record*>(info)->node) rtxMemHeapFreePtr(pctxt, node); // by somebody else
    rtxMemHeapFreePtr(pctxt, info);
 }
 
@@ -139,9 +152,14 @@ void forgetEnded(RtxContext* pctxt) {
    pctxt->heapEpoch = pctxt->memHeap->epoch;
 }
 
-int recordFailure(RtxContext* pctxt, int status) {
+[[gnu::noinline]] static int recordAnother(RtxContext* pctxt, int status) {
    const int overall = rtxErrSetData(pctxt, status, nullptr, 0);
    return overall < 0 ? overall : status;
+}
+
+int recordFailure(RtxContext* pctxt, int status) {
+   if (hot::isOnRecord(pctxt, status)) return status;
+   return recordAnother(pctxt, status);
 }
 
 int recordNewFailure(RtxContext* pctxt, int status) {
@@ -168,8 +186,12 @@ int rtxErrSetData(RtxContext* pctxt, int status, const char* file, int line) {
 
 int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) {
    RtxErrInfo& fixed = pctxt->errFixed;
-   if (rtxErrNewNode(pctxt) != nullptr) {
+   if (RtxErrInfo* info = rtxErrNewNode(pctxt)) {
       fixed.status = 0;
+      if (status != RTX_E_OVERFLOW) {
+         info->status = static_cast<int16_t>(status);
+         return sumUp(pctxt);
+      }
    } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
       // This status needs no memory. The record is not fatal: callers see 0.
       unlinkFixed(pctxt);
@@ -221,7 +243,11 @@ size_t rtxErrGetErrorCnt(const RtxContext* pctxt) {
 [[gnu::noinline]] static void resetAll(RtxContext* pctxt) {
    RtxDList& names = pctxt->elemNames;
    if (pctxt->memHeap == nullptr) names = RtxDList{}; // the nodes went with it
-   while (names.head != nullptr) hot::removeName(pctxt);
+   if (names.head != nullptr) {                       // all to the spare ones
+      names.tail->next = pctxt->memHeap->spareNames;
+      pctxt->memHeap->spareNames = names.head;
+      names = RtxDList{};
+   }
    rtxErrResetErrInfo(pctxt);
    rtxCtxtPopAllContainers(pctxt);
 }
@@ -236,9 +262,12 @@ int rtxErrResetErrInfo(RtxContext* pctxt) {
    if (hot::nothingRecorded(pctxt)) return RTX_OK;
    if (pctxt->memHeap == nullptr) return dropErrors(pctxt), RTX_OK; // they went with it
    dropEnded(pctxt);
-   rtxErrFreeParms(pctxt);
    unlinkFixed(pctxt);
-   while (pctxt->errList.head != nullptr) freeInfoNode(pctxt, pctxt->errList.head);
+   freeTexts(pctxt, &pctxt->errFixed);
+   while (RtxDListNode* node = pctxt->errList.head) {
+      freeTexts(pctxt, infoOf(node));
+      freeInfoNode(pctxt, node);
+   }
    return RTX_OK;
 }
 
@@ -275,14 +304,13 @@ void rtxErrFreeNodeParms(RtxContext* pctxt, RtxErrInfo* info) {
 
 RtxErrInfo* rtxErrNewNode(RtxContext* pctxt) {
    dropEnded(pctxt);
-   auto* info = static_cast<RtxErrInfo*>(rtxMemHeapAllocZ(pctxt, sizeof(RtxErrInfo)));
-   if (info == nullptr) return nullptr;
-   if (rtxDListAppend(pctxt, &pctxt->errList, info) == nullptr) {
-      rtxMemHeapFreePtr(pctxt, info);
-      return nullptr;
-   }
-   info->fatal = 1;
-   return info;
+   auto* record = static_cast<Record*>(hot::alloc(pctxt, sizeof(Record)));
+   if (record == nullptr) return nullptr;
+   record->info = RtxErrInfo{};
+   record->info.fatal = 1;
+   record->node.data = &record->info;
+   rtxDListAppendNode(&pctxt->errList, &record->node);
+   return &record->info;
 }
 
 int rtxErrCopy(RtxContext* dest, const RtxContext* source) {

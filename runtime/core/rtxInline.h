@@ -100,6 +100,14 @@ inline bool nothingOpen(const RtxContext* pctxt) {
           nothingRecorded(pctxt);
 }
 
+/** Is a failure on record, and nothing else? Then it passes through a level that records it again. */
+inline bool isOnRecord(const RtxContext* pctxt, int status) {
+   const RtxDListNode* only = pctxt->errList.head;
+   if (only == nullptr || only->next != nullptr || haveEnded(pctxt)) return false;
+   const auto* info = static_cast<const RtxErrInfo*>(only->data);
+   return info->status == status && status < 0 && info->fatal != 0 && status != RTX_E_OVERFLOW;
+}
+
 /* Name stack. Nodes are taken from the heap's spare ones and go back there; they are never searched for, and
  * no reset of the heap takes away what is in use. */
 

@@ -95,8 +95,7 @@ int pushFarIndex(RtxContext* ctxt, size_t index) {
 }
 
 int fail(RtxContext* ctxt, int status) {
-   const int overall = rtxErrSetData(ctxt, status, nullptr, 0);
-   return overall < 0 ? overall : status;
+   return hot::isOnRecord(ctxt, status) ? status : recordFailure(ctxt, status);
 }
 
 int failAnew(RtxContext* ctxt, int status) {
@@ -173,13 +172,16 @@ const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
    return static_cast<const uint8_t*>(copy);
 }
 
-const uint8_t* shortEnd(const RtxContext* ctxt) {
-   if (!isPlain(ctxt) || (ctxt->flags & kInFull) != 0) return nullptr;
+const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself) {
+   if (!isPlain(ctxt)) return nullptr;
    size_t end = ctxt->bufSize;
-   if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
-      // What the full form finds behind the end of the buffer is a failure.
-      if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
-      end = top->byteIndex;
+   if (!endsByItself) {
+      if ((ctxt->flags & kInFull) != 0) return nullptr;
+      if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
+         // What the full form finds behind the end of the buffer is a failure.
+         if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
+         end = top->byteIndex;
+      }
    }
    return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
 }
@@ -302,6 +304,22 @@ int mustHold(RtxContext* ctxt, size_t numocts) {
 
 int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, unsigned bytes,
                const Limits& limits, bool push, Length& length) {
+   // The usual one, of which nobody sees name and trace.
+   const size_t octets = bits / 8;
+   if (isPlain(ctxt) && bits % 8 == 0 && octets <= 2 && hasOctets(ctxt, octets)) {
+      const uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;
+      const unsigned count = octets == 2 ? unsigned{at[0]} << 8 | at[1] : at[0];
+      if (limits.allow(count)) {
+         ctxt->bufByteIndex += octets;
+         store(value, bytes, count);
+         length.end = (ctxt->bufByteIndex + count) * 8;
+         const int status = push ? hot::pushContainerBytes(ctxt, count) : 0;
+         if (status >= 0) [[likely]]
+            return 0;
+         L3_TRY(hot::pushElemName(ctxt, name));
+         return fail(ctxt, status);
+      }
+   }
    L3_TRY(hot::pushElemName(ctxt, name));
    openTrace(ctxt, "INTEGER");
    uint32_t count = 0;

@@ -918,8 +918,14 @@ private:
    unsigned used_ = 0; // bits of the octet at hand that have been written
 };
 
-// How far a short form may read: the end of the container around; null if there is none.
-const uint8_t* shortEnd(const RtxContext* ctxt);
+// How far a short form may read: the end of the container around, or for a type that does not ask for it
+// that of the buffer; null if there is no such form here.
+const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself = false);
+template <class Type>
+L3_INLINE const uint8_t* shortEndOf(const RtxContext* ctxt) {
+   return shortEnd(
+         ctxt, requires { Type::endsByItself; });
+}
 // Can a short form begin to write?
 L3_INLINE bool canWriteShort(const RtxContext* ctxt) {
    return isPlain(ctxt) && ctxt->bufBitsLeft == 8 && (ctxt->flags & kInFull) == 0 &&

@@ -180,7 +180,9 @@ private:
    }
 
    int block(unsigned first, unsigned behind, size_t end) {
+      const bool plain = isPlain(ctxt_) && (type_.flags & kCsn1) == 0;
       for (unsigned i = first; i < behind; ++i) {
+         if (plain && !tried_ && (i = passQuickly(i, behind, end)) == behind) break;
          if (module_.rows[i].kind == Kind::Store) continue;
          if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
          L3_TRY(field(i, end));
@@ -188,6 +190,89 @@ private:
          if (quit_) return 0;
       }
       return 0;
+   }
+
+   // Fields that are there and legal, when nobody looks: neither their names nor their places are seen, and
+   // they are most of what stands ahead of a failure. Gives the first one that has to be looked at more
+   // closely.
+   unsigned passQuickly(unsigned index, unsigned behind, size_t end) {
+      constexpr uint32_t kAside =
+            kIfTest | kByBit | kByBitIfMore | kBareAround | kQuits | kContents | kAhead | kInner | kBeside;
+      const uint8_t* const data = ctxt_->bufData;
+      const size_t size = ctxt_->bufSize * 8;
+      const hot::RtxContainer* top = hot::topContainer(ctxt_);
+      const size_t around =
+            top == nullptr ? size : top->byteIndex * 8 + 8 - static_cast<size_t>(top->bitsLeft);
+      const unsigned first = index;
+      size_t at = cursorBits(ctxt_);
+      for (; index < behind; ++index) {
+         const Row& row = module_.rows[index];
+         const Wire& wire = module_.wires[index];
+         if ((wire.flags & kAside) != 0 || ((wire.flags & (kIfMore | kGuarded)) != 0 && at >= around)) break;
+         const size_t most = (wire.flags & kEndTested) != 0 && end < size ? end : size;
+         uint8_t* const place = record_ + row.offset;
+         size_t next = at + (row.kind == Kind::Flag ? 1 : wire.bits);
+         if (row.kind == Kind::Flag) {
+            if (next > most) break;
+            *place = data[at / 8] >> (7 - at % 8) & 1;
+         } else if (row.kind == Kind::Number || row.kind == Kind::NamedNumber) {
+            if (next > most) break;
+            const Limits& limits = module_.limits[wire.limits];
+            const uint32_t number = bitsAt(data, at, wire.bits);
+            if (number < limits.low || number > limits.high) break;
+            if (row.width == 1)
+               *place = static_cast<uint8_t>(number);
+            else
+               store(place, row.width, number);
+         } else if (row.kind == Kind::Constant) {
+            if (next > most) break;
+         } else if (row.kind == Kind::Octets) {
+            next = at + size_t{8} * row.capacity;
+            if (at % 8 != 0 || next > most) break;
+            copyOctets(place, data + at / 8, row.capacity);
+         } else if (row.kind == Kind::Nested) {
+            next = behindNested(row, wire, at, most);
+            if (next == 0) break;
+         } else {
+            break;
+         }
+         at = next;
+         setBit(record_, row.presence);
+         tried_ = false;
+      }
+      if (index != first) {
+         result_ = 0;
+         hot::setBitOffset(ctxt_, at);
+      }
+      return index;
+   }
+   // Up to 32 bits, which are there.
+   static L3_INLINE uint32_t bitsAt(const uint8_t* data, size_t at, unsigned bits) {
+      const unsigned total = at % 8 + bits;
+      data += at / 8;
+      if (total <= 8) return data[0] >> (8 - total) & (0xFFu >> (8 - bits));
+      return static_cast<uint32_t>(loadEnd(data, (total + 7) / 8) << at % 8 >> (64 - bits));
+   }
+   // An enumeration, or an element that has a short form wherever it stands: the offset behind it, or 0.
+   size_t behindNested(const Row& row, const Wire& wire, size_t at, size_t most) {
+      if ((wire.flags & kUnnamedOnWire) != 0 || tried_) return 0;
+      const Module& module = *modules[row.module];
+      const Type& type = module.types[row.index];
+      uint8_t* place = record_ + row.offset;
+      if (type.bits != 0 && type.lengthBits == 0 && type.codec == walk::Codec::Element) {
+         if (at + type.bits > most) return 0;
+         const uint32_t number = bitsAt(ctxt_->bufData, at, type.bits);
+         if (type.legal != 0 && !module.legals[type.legal].has(number)) return 0;
+         std::memcpy(place, &number, sizeof number);
+         return at + type.bits;
+      }
+      if ((type.flags & kEndsByItself) == 0 || type.shortDecode == nullptr || at % 8 != 0 || at >= most)
+         return 0;
+      const uint8_t* behind =
+            type.shortDecode(ctxt_->bufData + at / 8, ctxt_->bufData + ctxt_->bufSize, ctxt_, place);
+      tried_ = behind == nullptr; // once is enough
+      const size_t next = behind == nullptr ? 0 : static_cast<size_t>(behind - ctxt_->bufData) * 8;
+      return next <= most ? next : 0;
    }
 
    // One field with its option.
@@ -410,7 +495,7 @@ private:
       return Decoder::inner(
             [&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); }, value);
    }
-   int nested(unsigned index, const char* name, uint8_t* place) {
+   [[gnu::noinline]] int nested(unsigned index, const char* name, uint8_t* place) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Module& module = *modules[row.module];
@@ -694,7 +779,7 @@ L3_INLINE bool decodeShortly(RtxContext* ctxt, const Type& type, uint8_t* value,
 
 int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                uint64_t second) {
-   const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt) : nullptr;
+   const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt, (type.flags & kEndsByItself) != 0) : nullptr;
    if (end != nullptr) [[likely]] {
       if (type.messageDecode != nullptr && !isStandard(ctxt)) return type.messageDecode(ctxt, value, end);
       if (type.shortDecode != nullptr && decodeShortly(ctxt, type, value, end))

@@ -84,7 +84,7 @@ bool work(uint32_t heapFlags) {
 
 TEST(NoMemory, AnyAllocationMayFail) {
    for (uint32_t heapFlags : {0u, RTX_MH_RAW_ONLY, RTX_MH_FREE_EMPTY_BLOCK})
-      system_memory::failEach(heapFlags == RTX_MH_RAW_ONLY ? 40 : 4, [&](const auto& arm) {
+      system_memory::failEach(heapFlags == RTX_MH_RAW_ONLY ? 36 : 4, [&](const auto& arm) {
          arm();
          const bool good = work(heapFlags);
          EXPECT_EQ(good, system_memory::failures == 0) << heapFlags;
