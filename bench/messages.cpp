@@ -16,6 +16,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -259,6 +260,47 @@ void decodeMix(benchmark::State& state, const char* pdu, const char* file, bool 
                             benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
+// Each message of a file that decodes whole and fails when its second half is missing: what the failure
+// costs, as a ratio to the whole. The least time of a row of each counts.
+void decodeHalves(benchmark::State& state, const char* pdu, const char* file) {
+   Fixture fixture(pdu, {});
+   struct Pair {
+      std::string name;
+      std::vector<uint8_t> octets;
+      double least[2] = {1e9, 1e9};
+      double ratio() const { return least[1] / least[0]; }
+   };
+   std::vector<Pair> pairs;
+   const auto decode = [&](const std::vector<uint8_t>& octets, size_t numocts) {
+      rtxMemReset(&fixture.ctxt);
+      rtxCtxtSetBufPtr(&fixture.ctxt, const_cast<uint8_t*>(octets.data()), numocts);
+      return fixture.type->decode(&fixture.ctxt, fixture.record.data());
+   };
+   for (auto& vector : vectorsOf(file)) {
+      Pair pair{vector.name, plain(vector.octets)};
+      if (decode(pair.octets, pair.octets.size()) == 0 && decode(pair.octets, pair.octets.size() / 2) < 0)
+         pairs.push_back(std::move(pair));
+   }
+   if (pairs.empty()) return state.SkipWithError("no vectors");
+   constexpr int kRow = 32;
+   for (auto _ : state)
+      for (Pair& pair : pairs)
+         for (size_t half : {0, 1}) {
+            const auto start = std::chrono::steady_clock::now();
+            for (int i = 0; i < kRow; ++i)
+               benchmark::DoNotOptimize(decode(pair.octets, pair.octets.size() >> half));
+            const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+            pair.least[half] = std::min(pair.least[half], time.count());
+         }
+   std::sort(pairs.begin(), pairs.end(), [](auto& a, auto& b) { return a.ratio() > b.ratio(); });
+   const auto above = std::count_if(pairs.begin(), pairs.end(), [](auto& pair) { return pair.ratio() > 3; });
+   state.counters["messages"] = static_cast<double>(pairs.size());
+   state.counters["worst"] = pairs.front().ratio();
+   state.counters["median"] = pairs[pairs.size() / 2].ratio();
+   state.counters["above 3"] = static_cast<double>(above);
+   state.SetLabel(pairs.front().name);
+}
+
 // The least that any reader does: IEI, length, skip. False if it loses its way.
 bool walk(const std::vector<uint8_t>& octets, const char* mandatory, const uint8_t* sizes) {
    const size_t end = octets.size();
@@ -429,6 +471,8 @@ const bool registered = [] {
       const std::string file = first.file;
       benchmark::RegisterBenchmark(("in rows/" + file).c_str(), decodeMix, first.pdu, first.file, false);
       benchmark::RegisterBenchmark(("random mix/" + file).c_str(), decodeMix, first.pdu, first.file, true);
+      benchmark::RegisterBenchmark(("cut in half/" + file).c_str(), decodeHalves, first.pdu, first.file)
+            ->Iterations(100);
    }
    return true;
 }();

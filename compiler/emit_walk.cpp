@@ -335,7 +335,7 @@ private:
       const bool hasBits = form == "Record" && !presenceBits(owner.fields).empty();
       const bool hasAppendix = !appendedFields(owner).empty();
       const auto standard = std::ranges::find(standards_, type.standard.get()) - standards_.begin();
-      if (codec == "Element" && endsByItself(type)) flags.push_back("kEndsByItself");
+      if ((codec == "Element" || shortByHand(type)) && endsByItself(type)) flags.push_back("kEndsByItself");
       if (firstRow.empty()) {
          firstRow = number(add(block));
          rowCount = number(block.size());
@@ -365,12 +365,22 @@ private:
       return differs ? cName(type.name) : type.name;
    }
 
+   // Has a codec by hand a short form that rows can call?
+   static bool shortByHand(const Type& type) {
+      return type.custom && type.kind == TypeKind::Record && type.parameters.empty() && hasShortForm(type) &&
+             !leavesContainer(type) && endsByItself(type);
+   }
+
    // Short form, codec of a kind of its own, initialiser.
    static std::string functions(const Type& type, const std::string& codec, bool isEntry) {
       std::string shorts = "nullptr, nullptr, ", own = "nullptr, nullptr, ", message = "nullptr, nullptr, ";
       const Type& base = baseType(type);
       if (type.original != nullptr && codec != "ByHand") return shorts + message + own + "nullptr";
-      if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
+      if (shortByHand(type)) {
+         shorts = "[](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return "
+                  "shortDec_" +
+                  recordName(type) + "(a, e, c" + targetOf(type) + "); },\n      nullptr, ";
+      } else if (codec != "Element" || (quits(base) && !leavesContainer(base))) {
          // none that callers of the type itself could take
       } else if (isUniform(base)) {
          shorts = "shortDec_" + recordName(base) + ", shortEnc_" + recordName(base) + ", ";

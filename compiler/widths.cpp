@@ -150,8 +150,8 @@ bool asksRest(const Expr* expr) {
 
 bool endsByItself(const Field& field) {
    if (field.bareBits != 0) return true; // a length of its own
-   if (field.guarded || field.ahead != 0 || field.zeros != 0 || field.own || field.lead == Lead::High || asksRest(field.when.get()) || asksRest(field.argument.get()) ||
-       asksRest(field.second.get()))
+   if (field.guarded || field.ahead != 0 || field.zeros != 0 || field.own || field.lead == Lead::High ||
+       asksRest(field.when.get()) || asksRest(field.argument.get()) || asksRest(field.second.get()))
       return false;
    if (field.optional && field.when == nullptr && (field.lead == Lead::None || field.truncatable))
       return false;

@@ -265,7 +265,8 @@ int rtxErrResetErrInfo(RtxContext* pctxt) {
    unlinkFixed(pctxt);
    freeTexts(pctxt, &pctxt->errFixed);
    while (RtxDListNode* node = pctxt->errList.head) {
-      freeTexts(pctxt, infoOf(node));
+      RtxErrInfo* info = infoOf(node);
+      if (info->parmCount != 0 || info->elemName != nullptr) freeTexts(pctxt, info);
       freeInfoNode(pctxt, node);
    }
    return RTX_OK;

@@ -196,55 +196,79 @@ private:
    // they are most of what stands ahead of a failure. Gives the first one that has to be looked at more
    // closely.
    unsigned passQuickly(unsigned index, unsigned behind, size_t end) {
-      constexpr uint32_t kAside =
-            kIfTest | kByBit | kByBitIfMore | kBareAround | kQuits | kContents | kAhead | kInner | kBeside;
+      constexpr uint32_t kAside = kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside;
+      constexpr uint32_t kLed = kByBit | kByBitIfMore;
+      constexpr uint32_t kAsksMore = kIfMore | kGuarded | kByBitIfMore;
       const uint8_t* const data = ctxt_->bufData;
-      const size_t size = ctxt_->bufSize * 8;
+      const size_t size = ctxt_->bufSize * 8, tested = std::min(end, size);
       const hot::RtxContainer* top = hot::topContainer(ctxt_);
       const size_t around =
             top == nullptr ? size : top->byteIndex * 8 + 8 - static_cast<size_t>(top->bitsLeft);
-      const unsigned first = index;
+      uint8_t* const record = record_;
+      const Limits* const limits = module_.limits;
+      const Row* row = module_.rows + index;
+      const Wire* wire = module_.wires + index;
+      const Row* const behindAll = module_.rows + behind;
       size_t at = cursorBits(ctxt_);
-      for (; index < behind; ++index) {
-         const Row& row = module_.rows[index];
-         const Wire& wire = module_.wires[index];
-         if ((wire.flags & kAside) != 0 || ((wire.flags & (kIfMore | kGuarded)) != 0 && at >= around)) break;
-         const size_t most = (wire.flags & kEndTested) != 0 && end < size ? end : size;
-         uint8_t* const place = record_ + row.offset;
-         size_t next = at + (row.kind == Kind::Flag ? 1 : wire.bits);
-         if (row.kind == Kind::Flag) {
-            if (next > most) break;
-            *place = data[at / 8] >> (7 - at % 8) & 1;
-         } else if (row.kind == Kind::Number || row.kind == Kind::NamedNumber) {
-            if (next > most) break;
-            const Limits& limits = module_.limits[wire.limits];
-            const uint32_t number = bitsAt(data, at, wire.bits);
-            if (number < limits.low || number > limits.high) break;
-            if (row.width == 1)
+      for (; row != behindAll; ++row, ++wire) {
+         const uint32_t flags = wire->flags;
+         size_t most = size, from = at;
+         if ((flags & (kAside | kAsksMore | kLed | kEndTested)) != 0) {
+            if ((flags & kAside) != 0 || ((flags & kAsksMore) != 0 && at >= around)) break;
+            if ((flags & (kEndTested | kByBitIfMore)) != 0) most = tested;
+            if ((flags & kLed) != 0) {
+               if (++from > most || row->kind == Kind::List) break;
+               if ((data[at / 8] >> (7 - at % 8) & 1) == 0) {
+                  at = from;
+                  continue;
+               }
+            }
+         }
+         uint8_t* const place = record + row->offset;
+         size_t next = from + wire->bits;
+         switch (row->kind) {
+         case Kind::Flag:
+            next = from + 1;
+            if (next > most) goto out;
+            *place = data[from / 8] >> (7 - from % 8) & 1;
+            break;
+         case Kind::Number:
+         case Kind::NamedNumber: {
+            if (next > most) goto out;
+            const uint32_t number = bitsAt(data, from, wire->bits);
+            if (wire->limits != 0 &&
+                (number < limits[wire->limits].low || number > limits[wire->limits].high))
+               goto out;
+            if (row->width == 1)
                *place = static_cast<uint8_t>(number);
             else
-               store(place, row.width, number);
-         } else if (row.kind == Kind::Constant) {
-            if (next > most) break;
-         } else if (row.kind == Kind::Octets) {
-            next = at + size_t{8} * row.capacity;
-            if (at % 8 != 0 || next > most) break;
-            copyOctets(place, data + at / 8, row.capacity);
-         } else if (row.kind == Kind::Nested) {
-            next = behindNested(row, wire, at, most);
-            if (next == 0) break;
-         } else {
+               store(place, row->width, number);
             break;
          }
+         case Kind::Constant:
+            if (next > most) goto out;
+            break;
+         case Kind::Octets:
+            next = from + size_t{8} * row->capacity;
+            if (from % 8 != 0 || next > most) goto out;
+            copyOctets(place, data + from / 8, row->capacity);
+            break;
+         case Kind::Nested:
+            next = behindNested(*row, *wire, from, most);
+            if (next == 0) goto out;
+            break;
+         default: goto out;
+         }
          at = next;
-         setBit(record_, row.presence);
-         tried_ = false;
+         if (row->presence != kNone) setBit(record, row->presence);
       }
-      if (index != first) {
+   out:
+      const auto reached = static_cast<unsigned>(row - module_.rows);
+      if (reached != index) {
          result_ = 0;
          hot::setBitOffset(ctxt_, at);
       }
-      return index;
+      return reached;
    }
    // Up to 32 bits, which are there.
    static L3_INLINE uint32_t bitsAt(const uint8_t* data, size_t at, unsigned bits) {
@@ -255,10 +279,11 @@ private:
    }
    // An enumeration, or an element that has a short form wherever it stands: the offset behind it, or 0.
    size_t behindNested(const Row& row, const Wire& wire, size_t at, size_t most) {
-      if ((wire.flags & kUnnamedOnWire) != 0 || tried_) return 0;
+      if ((wire.flags & (kUnnamedOnWire | kPreset)) != 0 || tried_) return 0;
       const Module& module = *modules[row.module];
       const Type& type = module.types[row.index];
       uint8_t* place = record_ + row.offset;
+      if ((type.flags & kCsn1) != 0) return 0;
       if (type.bits != 0 && type.lengthBits == 0 && type.codec == walk::Codec::Element) {
          if (at + type.bits > most) return 0;
          const uint32_t number = bitsAt(ctxt_->bufData, at, type.bits);
