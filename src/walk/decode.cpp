@@ -196,7 +196,8 @@ private:
    // they are most of what stands ahead of a failure. Gives the first one that has to be looked at more
    // closely.
    unsigned passQuickly(unsigned index, unsigned behind, size_t end) {
-      constexpr uint32_t kAside = kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside;
+      constexpr uint32_t kAside =
+            kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside | kHigh;
       constexpr uint32_t kLed = kByBit | kByBitIfMore;
       constexpr uint32_t kAsksMore = kIfMore | kGuarded | kByBitIfMore;
       const uint8_t* const data = ctxt_->bufData;
