@@ -55,7 +55,7 @@ public:
    void setUp(Function function) {
       if (ctxt_.nasSec != nullptr) rtx3gppSecFree(&ctxt_);
       rtxMemReset(&ctxt_);
-      ctxt_.flags &= ~(RTX_CTXT_RAW_TAIL | RTX_CTXT_UPLINK);
+      ctxt_.flags &= ~(RTX_CTXT_RAW_TAIL | RTX_CTXT_UPLINK | RTX_CTXT_STANDARD);
       ctxt_.indent = 0;
       function(&ctxt_);
    }
@@ -137,7 +137,8 @@ inline int runPdu(const QuorvaType& type, const uint8_t* data, size_t size) {
    if (size < 1) return 0;
    codec.setUp([&](RtxContext* ctxt) {
       if ((data[0] & 1) != 0) {
-         const int algorithm = (data[0] & 2) != 0 ? 2 : 0;
+         const int algorithm = (data[0] & 2) | (data[0] >> 3 & 1); // 1 and 3 in standard mode
+         if ((algorithm & 1) != 0) rtxCtxtSetFlag(ctxt, RTX_CTXT_STANDARD);
          rtx3gppSecInitialize(ctxt);
          rtx3gppAssignAlgorithmKeys(ctxt, key, key, algorithm, algorithm);
       }

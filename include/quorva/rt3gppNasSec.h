@@ -1,11 +1,13 @@
 /**
  * @file rt3gppNasSec.h
- * Integrity protection and ciphering of NAS messages with AES-128: 128-EIA2 and 128-EEA2 of TS 33.401, annex
- * B, which are 128-NIA2 and 128-NEA2 of TS 33.501, and the null algorithms.
+ * Integrity protection and ciphering of NAS messages by the algorithms of TS 33.401, annex B, which are those
+ * of TS 33.501, annex D: with AES-128 (128-EIA2 and 128-EEA2, 128-NIA2 and 128-NEA2), and the null
+ * algorithms; for a context with RTX_CTXT_STANDARD also with SNOW 3G (128-EIA1 and 128-EEA1) and ZUC
+ * (128-EIA3 and 128-EEA3).
  *
- * Algorithm numbers are 0 (null) and 2 (AES). The order of use is rtx3gppSecInitialize,
- * rtx3gppAssignAlgorithmKeys, then for each message `count`, `bearer` and `direction` stored into
- * `pctxt->nasSec` ahead of the PDU coder.
+ * Algorithm numbers are 0 (null) and 2 (AES), with that flag also 1 (SNOW 3G) and 3 (ZUC). The order of use
+ * is rtx3gppSecInitialize, rtx3gppAssignAlgorithmKeys, then for each message `count`, `bearer` and
+ * `direction` stored into `pctxt->nasSec` ahead of the PDU coder.
  */
 #ifndef QUORVA_RT3GPPNASSEC_H
 #define QUORVA_RT3GPPNASSEC_H
@@ -24,8 +26,10 @@ struct RtxNasSecContext {
    const uint8_t* cipherKey; /**< Ciphering key, 16 octets of the caller's, or null. */
    int32_t integAlg;         /**< Integrity algorithm in force. */
    int32_t cipherAlg;        /**< Ciphering algorithm in force. */
-   uint8_t* cmacSubkeys;     /**< Heap: the CMAC subkeys K1 and K2, 32 octets, or null. */
-   uint32_t* aesSchedules;   /**< Heap: key schedules, 44 words for integrity, 44 for ciphering, or null. */
+   /** Heap: the CMAC subkeys K1 and K2, 32 octets, or null. Another algorithm has a copy of its key there. */
+   uint8_t* cmacSubkeys;
+   /** Heap: key schedules, 44 words for integrity, 44 for ciphering, or null; or copies of keys. */
+   uint32_t* aesSchedules;
 };
 
 /**
@@ -42,10 +46,10 @@ QUORVA_API int rtx3gppSecInitialize(RtxContext* pctxt);
  * Sets algorithms and keys. May be called again at any time. Key material that the new algorithms don't need
  * is zeroed and released. Keys that are assigned again and again, with resets of the heap between, are
  * expanded once: the context keeps them, in system memory, until rtx3gppSecFree, rtxMemFree or its own end.
- * @param integKey  integrity key, 16 octets, which must outlive the record; read if `integAlg` is 2.
- * @param cipherKey ciphering key, likewise; read if `cipherAlg` is 2.
- * @return 0; recorded: -71 without a security record; -60 for an algorithm number other than 0 and 2, with
- * the parameters "integrity algorithm" or "cipher algorithm" and the number, the numbers in force staying the
+ * @param integKey  integrity key, 16 octets, which must outlive the record; read unless `integAlg` is 0.
+ * @param cipherKey ciphering key, likewise; read unless `cipherAlg` is 0.
+ * @return 0; recorded: -71 without a security record; -60 for an algorithm number that is none, with the
+ * parameters "integrity algorithm" or "cipher algorithm" and the number, the numbers in force staying the
  * old ones; -47 for a null key that is needed; -10.
  */
 QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey,
@@ -54,7 +58,7 @@ QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* inte
 /**
  * Enciphers or deciphers (the same operation) `length` octets in place (TS 33.401, B.1.3).
  * @return 0; recorded: -71 without a security record, or if a refused rtx3gppAssignAlgorithmKeys took the
- * keys away; -60 with "encryption algorithm" and the number if the record holds a number other than 0 and 2;
+ * keys away; -60 with "encryption algorithm" and the number if the record holds a number that is none;
  * -47 for null data.
  */
 QUORVA_API int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length);
@@ -62,9 +66,9 @@ QUORVA_API int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length);
 /**
  * Computes the message authentication code of `length` octets (TS 33.401, B.2.3); 0 with the null algorithm.
  *
- * The octets are copied behind the 8 octets that go ahead of them, into memory of the heap released before
- * the return. Only if `length` + 8 is beyond what a size can hold are those 8 octets written over the first
- * ones of `data`, and the code then covers `length` + 8 modulo the range of a size.
+ * With AES the octets are copied behind the 8 octets that go ahead of them, into memory of the heap released
+ * before the return. Only if `length` + 8 is beyond what a size can hold are those 8 octets written over the
+ * first ones of `data`, and the code then covers `length` + 8 modulo the range of a size.
  * @return 0; recorded: -71 and -60 ("integrity algorithm") as for rtx3gppCipher, -47, -10.
  */
 QUORVA_API int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t* mac);

@@ -6,6 +6,8 @@
 #include "quorva/rtxMemHeap.h"
 #include "runtime/core/rtxInline.h"
 #include "runtime/nas/aes128.h"
+#include "runtime/nas/snow3g.h"
+#include "runtime/nas/zuc.h"
 
 #include <cstddef>
 #include <cstring>
@@ -15,7 +17,10 @@ using namespace quorva;
 namespace {
 
 constexpr int32_t algNull = 0;
+constexpr int32_t algSnow3g = 1;
 constexpr int32_t algAes = 2;
+constexpr int32_t algZuc = 3;
+constexpr size_t keySize = 16;
 constexpr size_t subkeysSize = 2 * aesBlockSize;
 constexpr size_t scheduleSize = aesScheduleWords * sizeof(uint32_t);
 /** COUNT, BEARER and DIRECTION with their padding: ahead of the message in the MAC, start of the counter
@@ -118,6 +123,22 @@ uint32_t* cipherSchedule(const RtxNasSecContext& sec) {
    return sec.aesSchedules + aesScheduleWords;
 }
 
+/** SNOW 3G and ZUC, which the standards have besides, have no schedule: a copy of the key is what they need.
+ */
+bool isStream(const RtxContext* pctxt, int32_t algorithm) {
+   return (algorithm == algSnow3g || algorithm == algZuc) && (pctxt->flags & RTX_CTXT_STANDARD) != 0;
+}
+bool needsKey(const RtxContext* pctxt, int32_t algorithm) {
+   return algorithm == algAes || isStream(pctxt, algorithm);
+}
+/** Their copies lie where AES has its subkeys, and its second schedule. */
+uint8_t* integCopy(const RtxNasSecContext& sec) {
+   return sec.cmacSubkeys;
+}
+uint8_t* cipherCopy(const RtxNasSecContext& sec) {
+   return reinterpret_cast<uint8_t*>(cipherSchedule(sec));
+}
+
 int refuseAlgorithm(RtxContext* pctxt, const char* what, int32_t algorithm) {
    rtxErrAddStrParm(pctxt, what);
    rtxErrAddIntParm(pctxt, algorithm);
@@ -185,14 +206,25 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
    RtxNasSecContext& sec = *pctxt->nasSec;
    if (integAlg != algAes && cipherAlg != algAes) dropKept(pctxt);
    KeptKeys* const kept = integAlg == algAes || cipherAlg == algAes ? placeToKeep(pctxt) : nullptr;
+   const auto failed = [&](int status) {
+      // Keys that have taken the place of another algorithm's are none under its number.
+      if (sec.integAlg != integAlg && sec.integAlg != algNull) releaseSubkeys(pctxt, sec);
+      return status;
+   };
 
    if (integAlg != algAes) {
       // Ahead of the refusal: an unknown number takes the old keys away, so that nothing is coded with them,
       // and leaves the old numbers.
       releaseSubkeys(pctxt, sec);
       if (kept != nullptr) secureClear(&kept->integ, sizeof kept->integ);
-      if (cipherAlg != algAes) releaseSchedules(pctxt, sec);
-      if (integAlg != algNull) return refuseAlgorithm(pctxt, "integrity algorithm", integAlg);
+      if (!needsKey(pctxt, cipherAlg)) releaseSchedules(pctxt, sec);
+      if (isStream(pctxt, integAlg)) {
+         if (integKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+         if (!haveSubkeys(pctxt, sec)) return recordNoMemory(pctxt);
+         std::memcpy(integCopy(sec), integKey, keySize);
+      } else if (integAlg != algNull) {
+         return refuseAlgorithm(pctxt, "integrity algorithm", integAlg);
+      }
    } else {
       if (integKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
       if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
@@ -210,20 +242,24 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
       if (kept != nullptr && !reused) kept->integ.take(integKey, integSchedule(sec), sec.cmacSubkeys);
    }
 
+   if (kept != nullptr && cipherAlg != algAes) secureClear(&kept->cipher, sizeof kept->cipher);
+   if (needsKey(pctxt, cipherAlg)) {
+      if (cipherKey == nullptr) return failed(recordNewFailure(pctxt, RTX_E_NULL));
+      if (!haveSchedules(pctxt, sec)) return failed(recordNoMemory(pctxt));
+   }
    if (cipherAlg == algAes) {
-      if (cipherKey == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
-      if (!haveSchedules(pctxt, sec)) return recordNoMemory(pctxt);
       if (kept != nullptr && kept->cipher.hasFor(cipherKey)) {
          std::memcpy(cipherSchedule(sec), kept->cipher.schedule, scheduleSize);
       } else {
          rtxCryptAES128KeyExpansion(cipherSchedule(sec), cipherKey);
          if (kept != nullptr) kept->cipher.take(cipherKey, cipherSchedule(sec), nullptr);
       }
+   } else if (isStream(pctxt, cipherAlg)) {
+      secureClear(cipherCopy(sec), scheduleSize);
+      std::memcpy(cipherCopy(sec), cipherKey, keySize);
    } else if (cipherAlg != algNull) {
       // Behind the expansion of the integrity key, which stays in force.
-      return refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg);
-   } else if (kept != nullptr) {
-      secureClear(&kept->cipher, sizeof kept->cipher);
+      return failed(refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg));
    }
 
    sec.cipherAlg = cipherAlg;
@@ -239,9 +275,14 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
    if (pctxt->nasSec == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (length == 0 || sec.cipherAlg == algNull) return RTX_OK;
-   if (sec.cipherAlg != algAes) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
+   if (!needsKey(pctxt, sec.cipherAlg)) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
    if (sec.aesSchedules == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
+   if (sec.cipherAlg != algAes) {
+      const auto cipher = sec.cipherAlg == algSnow3g ? uea2 : eea3;
+      cipher(cipherCopy(sec), sec.count, sec.bearer, sec.direction, data, uint64_t{8} * length);
+      return RTX_OK;
+   }
    uint8_t nonce[prefixSize];
    storeWord(nonce, prefixOf(sec));
    aesForm().counterMode(cipherSchedule(sec), nonce, data, length);
@@ -257,10 +298,18 @@ int rtx3gppComputeMAC(RtxContext* pctxt, uint8_t* data, size_t length, uint32_t*
       *mac = 0;
       return RTX_OK;
    }
-   if (sec.integAlg != algAes) return refuseAlgorithm(pctxt, "integrity algorithm", sec.integAlg);
-   if (sec.aesSchedules == nullptr || sec.cmacSubkeys == nullptr)
+   if (!needsKey(pctxt, sec.integAlg)) return refuseAlgorithm(pctxt, "integrity algorithm", sec.integAlg);
+   if (sec.cmacSubkeys == nullptr || (sec.integAlg == algAes && sec.aesSchedules == nullptr))
       return recordFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr && length != 0) return recordNewFailure(pctxt, RTX_E_NULL);
+   if (sec.integAlg != algAes) {
+      const uint64_t bits = uint64_t{8} * length;
+      const uint32_t fresh = uint32_t{sec.bearer} << 27; // TS 33.401, B.2.2
+      *mac = sec.integAlg == algSnow3g
+                   ? uia2(integCopy(sec), sec.count, fresh, sec.direction, data, bits)
+                   : eia3(integCopy(sec), sec.count, sec.bearer, sec.direction, data, bits);
+      return RTX_OK;
+   }
 
    const size_t total = length + prefixSize;
    if (total < prefixSize) { // wrapped around: in the caller's own octets, as there is no memory of that size

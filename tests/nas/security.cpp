@@ -1,6 +1,7 @@
 // NAS security of a context, in each form of AES.
 #include "quorva/rt3gppNasSec.h"
 
+#include "quorva/registry.h"
 #include "quorva/rtxMemHeap.h"
 #include "runtime/nas/aes128.h"
 #include "tests/support/context.h"
@@ -179,6 +180,91 @@ TEST_P(Security, WrappedLengthWritesThePrefixOverTheData) {
       aesForm().cmac(ctx->nasSec->aesSchedules, ctx->nasSec->cmacSubkeys, octets.data(), covered, tag);
       EXPECT_EQ(hexOfMac(value), hexFromOctets(tag, 4));
    }
+}
+
+TEST_P(Security, SnowAndZucInStandardModeAlone) {
+   uint32_t value = 0;
+   refused(assign(keyA, keyB, 1, 0), RTX_E_UNSUPPORTED, {"integrity algorithm", "1"});
+   refused(assign(keyA, keyB, 2, 3), RTX_E_UNSUPPORTED, {"cipher algorithm", "3"});
+   rtxCtxtSetFlag(ctx, RTX_CTXT_STANDARD);
+   refused(assign(keyA, keyB, 4, 1), RTX_E_UNSUPPORTED, {"integrity algorithm", "4"});
+   // Sets of TS 33.401, annex C, and TS 35.222.
+   ASSERT_EQ(assign(octetsFromHex("2bd6459f82c5b300952c49104881ff48"), {}, 1, 0), 0);
+   situation(0x38A6F056, 0x1F, 0);
+   EXPECT_EQ(hexOfMac(mac(octetsFromHex("3332346263393861373479"))), "731f1165");
+   ASSERT_EQ(assign({}, octetsFromHex("173d14ba5003731d7a60049470f00a29"), 0, 3), 0);
+   situation(0x66035492, 0x0F, 0);
+   EXPECT_EQ(hexFromOctets(ciphered(octetsFromHex("6cf65340735552ab0c9752fa6f9025fe"))),
+             "a6c85fc66afb8533aafc2518dfe78494");
+
+   Octets key = keyA; // the keys of a record are those that were assigned, whatever becomes of their octets
+   ASSERT_EQ(rtx3gppAssignAlgorithmKeys(ctx, key.data(), key.data(), 3, 1), 0);
+   const uint32_t before = mac(someData);
+   const Octets enciphered = ciphered(someData);
+   key[0] ^= 1;
+   EXPECT_EQ(mac(someData), before);
+   EXPECT_EQ(ciphered(enciphered), someData);
+   // The mode is that of the moment.
+   rtxCtxtClearFlag(ctx, RTX_CTXT_STANDARD);
+   refused(rtx3gppComputeMAC(ctx, key.data(), 4, &value), RTX_E_UNSUPPORTED, {"integrity algorithm", "3"});
+   refused(rtx3gppCipher(ctx, key.data(), 4), RTX_E_UNSUPPORTED, {"encryption algorithm", "1"});
+}
+
+// No key serves an algorithm that it was not assigned for, nor one that was taken away.
+TEST_P(Security, RefusedNumbersLeaveNoKeyOfAnotherAlgorithm) {
+   rtxCtxtSetFlag(ctx, RTX_CTXT_STANDARD);
+   for (const auto& [before, then] : {std::pair{1, 2}, {1, 3}, {2, 1}, {3, 1}, {1, 9}, {2, 9}}) {
+      SCOPED_TRACE(testing::Message() << before << ", then " << then);
+      ASSERT_EQ(assign(keyA, keyB, before, before), 0);
+      const Octets enciphered = ciphered(someData);
+      EXPECT_EQ(assign(keyB, keyA, then, then == 9 ? before : 9), RTX_E_UNSUPPORTED);
+      rtxErrReset(ctx);
+      EXPECT_EQ(ctx->nasSec->integAlg, before);
+      uint32_t value = 0;
+      EXPECT_EQ(rtx3gppComputeMAC(ctx, nullptr, 0, &value), RTX_E_NO_SECURITY);
+      rtxErrReset(ctx);
+      if (then == 9) { // the ciphering key is as it was
+         EXPECT_EQ(ciphered(someData), enciphered);
+      }
+   }
+   refused(rtx3gppAssignAlgorithmKeys(ctx, nullptr, keyB.data(), 1, 1), RTX_E_NULL);
+   refused(rtx3gppAssignAlgorithmKeys(ctx, keyA.data(), nullptr, 1, 3), RTX_E_NULL);
+}
+
+TEST_P(Security, MessagesUnderEachAlgorithm) {
+   rtxCtxtSetFlag(ctx, RTX_CTXT_STANDARD);
+   size_t messages = 0;
+   for (const Vector& vector : nasVectors()) {
+      if (!vector.has("plain") || vector.number("cipher-algorithm") != 2) continue;
+      SCOPED_TRACE(vector.name);
+      const bool eps = vector.fact("family") == "eps";
+      const QuorvaType* type = quorvaFindType(eps ? "TS24301Msg_PDU" : "TS24501Msg_PDU");
+      const long sequence = eps ? 5 : 6;
+      int withAes[2] = {};
+      for (const auto& [integAlg, cipherAlg] : {std::pair{2, 2}, {1, 1}, {3, 3}, {1, 3}, {2, 1}, {3, 2}}) {
+         ASSERT_EQ(assign(keyA, keyB, integAlg, cipherAlg), 0);
+         situation(vector);
+         Octets octets(vector.octets.begin(), vector.octets.begin() + sequence + 1);
+         const Octets contents = ciphered(vector.hex("plain"));
+         octets.insert(octets.end(), contents.begin(), contents.end());
+         storeWord(octets.data() + sequence - 4,
+                   static_cast<uint32_t>(
+                         bigEndian(uint64_t{mac(Octets(octets.begin() + sequence, octets.end()))} << 32)));
+         for (const bool right : {true, false}) {
+            octets[static_cast<size_t>(sequence) - 1] ^= right ? 0 : 1;
+            std::vector<uint64_t> record(type->size / 8 + 1);
+            if (type->init != nullptr) type->init(record.data());
+            Octets copy = octets;
+            rtxCtxtSetBufPtr(ctx, copy.data(), copy.size());
+            const int status = type->decode(ctx, record.data());
+            if (cipherAlg == 2 && integAlg == 2) withAes[right] = status;
+            EXPECT_EQ(status, withAes[right]) << integAlg << " " << cipherAlg;
+            messages += status == (right ? 0 : RTX_E_MAC_MISMATCH);
+            rtxErrReset(ctx);
+         }
+      }
+   }
+   EXPECT_GT(messages, 100u);
 }
 
 TEST_P(Security, KeysReplaceEachOther) {

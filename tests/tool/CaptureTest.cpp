@@ -548,7 +548,9 @@ TEST(Capture, ASecurityModeCommandTellsTheAlgorithm) {
          {{frame(11, "0001", command("02")), frame(13, "0001", null)},
           "DetachAccept  MAC not checked, null-ciphered\n"},
          {{frame(11, "0001", command("12")), frame(13, "0001", ciphered)},
-          "MAC not checked, ciphered by EEA1, which the library does not have\n"},
+          "MAC not checked, ciphered: opened by --eea1 KEY or --keys FILE\n"},
+         {{frame(11, "0001", command("42")), frame(13, "0001", ciphered)},
+          "MAC not checked, ciphered by EEA4, which the library does not have\n"},
          {{frame(11, "0001", command("22")), frame(13, "0001", ciphered)},
           "opened by --eea2 KEY or --keys FILE\n"},
          {{frame(11, "0001", command("12")), frame(13, "0002", ciphered)},
@@ -603,8 +605,10 @@ TEST(Capture, RefusesWrongKeys) {
       const char* text;
       const char* line;
    } cases[] = {{"a eia2=0011\n", ":1: a key has 16 octets, not 2"},
-                {"\n# none\na eia3=00112233445566778899aabbccddeeff",
-                 ":3: 'eia3=00112233445566778899aabbccddeeff' is none of "},
+                {"\n# none\na eia4=00112233445566778899aabbccddeeff",
+                 ":3: 'eia4=00112233445566778899aabbccddeeff' is none of "},
+                {"nea1=00112233445566778899aabbccddeeff nea3=00112233445566778899aabbccddeeff",
+                 ":1: 'nea3' is a second key"},
                 {"a count=x\n", ":1: 'count=x' is none of"},
                 {"a bearer=32\n", ":1: 'bearer=32' is none of"},
                 {"a b eea0\n", ":1: a second name, 'b'"},

@@ -2,6 +2,8 @@
 
 #include "tool/program.h"
 
+#include "quorva/rt3gppNasSec.h"
+#include "quorva/rtxContext.h"
 #include "support/vectors.h"
 
 #include <gmock/gmock.h>
@@ -67,6 +69,59 @@ TEST(Security, ShowsAWrongMacAndTheMessage) {
                                       std::string(8 - mac.size(), '0') + mac + ", computed 0x"));
       EXPECT_THAT(result.text, EndsWith(good.text));
    }
+}
+
+// The same messages, protected by SNOW 3G and ZUC.
+TEST(Security, OpensEachAlgorithm) {
+   size_t seen = 0;
+   for (const auto& vector : kVectors) {
+      if (!vector.has("plain") || vector.number("cipher-algorithm") != 2 || hasUcs2Name(vector)) continue;
+      SCOPED_TRACE(vector.name);
+      const auto integrityKey = vector.hex("integrity-key"), cipherKey = vector.hex("cipher-key");
+      const bool fiveG = vector.fact("family") == "5gs";
+      const size_t sequence = fiveG ? 6 : 5;
+      for (const auto& [integrity, cipher] : {std::pair{1, 1}, {3, 3}, {2, 3}, {1, 2}}) {
+         RtxContext ctxt;
+         ASSERT_EQ(rtInitContext(&ctxt), 0);
+         rtxCtxtSetFlag(&ctxt, RTX_CTXT_STANDARD);
+         ASSERT_EQ(rtx3gppSecInitialize(&ctxt), 0);
+         ASSERT_EQ(
+               rtx3gppAssignAlgorithmKeys(&ctxt, integrityKey.data(), cipherKey.data(), integrity, cipher),
+               0);
+         ctxt.nasSec->count = static_cast<uint32_t>(vector.number("count"));
+         ctxt.nasSec->bearer = static_cast<uint8_t>(vector.number("bearer"));
+         ctxt.nasSec->direction = static_cast<uint8_t>(vector.number("direction"));
+         auto octets = vector.octets, plain = vector.hex("plain");
+         EXPECT_EQ(rtx3gppCipher(&ctxt, plain.data(), plain.size()), 0);
+         std::copy(plain.begin(), plain.end(), octets.begin() + static_cast<long>(sequence) + 1);
+         uint32_t mac = 0;
+         EXPECT_EQ(rtx3gppComputeMAC(&ctxt, octets.data() + sequence, octets.size() - sequence, &mac), 0);
+         for (size_t i = 0; i < 4; ++i) octets[sequence - 4 + i] = static_cast<uint8_t>(mac >> (24 - 8 * i));
+         rtx3gppSecFree(&ctxt);
+         rtFreeContext(&ctxt);
+
+         const std::string way = vector.number("direction") == 0 ? " --uplink " : " --downlink ";
+         const std::string common = way + "--count " + vector.fact("count") + " --bearer " +
+                                    vector.fact("bearer") + " " + quorva::test::hexFromOctets(octets);
+         const std::string letter = fiveG ? "--n" : "--e";
+         const auto option = [&](const char* kind, int algorithm, const char* fact) {
+            return letter + kind + std::to_string(algorithm) + " " + vector.fact(fact) + " ";
+         };
+         const Result result = run("decode " + option("ia", integrity, "integrity-key") +
+                                   option("ea", cipher, "cipher-key") + common);
+         EXPECT_EQ(result.code, 0) << result.text;
+         EXPECT_THAT(result.text, HasSubstr("msgType ="));
+         const Result wrong = run("decode " + option("ia", integrity % 3 + 1, "integrity-key") +
+                                  option("ea", cipher, "cipher-key") + common);
+         EXPECT_THAT(wrong.text, HasSubstr("RTX_E_MAC_MISMATCH"));
+         ++seen;
+      }
+      if (seen >= 32) break; // the program runs twice for each
+   }
+   EXPECT_GT(seen, 20u);
+   const std::string key(32, '0');
+   EXPECT_EQ(run("decode --eia1 " + key + " --nia3 " + key + " 00").code, 2);
+   EXPECT_EQ(run("decode --eea3 " + key + " --eea0 00").code, 2);
 }
 
 // Without COUNT the first message goes by its sequence number, and those behind it by theirs.

@@ -180,7 +180,9 @@ bool Decoding::decodeTraced(const Given& given) {
       other.protection.mayBeNull = false;
       other.protection.taken = !protection.taken;
       if (protection.keys->cipherKey && opens(other)) return decodeTraced(other);
-      other.protection.closed = !protection.keys->cipherKey || protection.cipher.value_or(2) != 2;
+      other.protection.closed =
+            !protection.keys->cipherKey ||
+            protection.cipher.value_or(protection.keys->cipherAlgorithm) != protection.keys->cipherAlgorithm;
       if (other.protection.closed) return decodeTraced(other);
    }
 

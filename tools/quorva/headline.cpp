@@ -69,10 +69,11 @@ std::string securityRemark(const Protection& protection) {
       return text + (protection.cipher == uint8_t{0} ? ", null-ciphered" : ", taken as null-ciphered");
    }
    const std::string letter = protection.header.fiveG ? "n" : "e";
-   if (protection.cipher && *protection.cipher != 2)
-      return text + ", ciphered by " + (protection.header.fiveG ? "5G-EA" : "EEA") +
-             std::to_string(*protection.cipher) + ", which the library does not have";
-   return text + ", ciphered: opened by --" + letter + "ea2 KEY or --keys FILE" +
+   const unsigned number = protection.cipher.value_or(2);
+   if (number < 1 || number > 3)
+      return text + ", ciphered by " + (protection.header.fiveG ? "5G-EA" : "EEA") + std::to_string(number) +
+             ", which the library does not have";
+   return text + ", ciphered: opened by --" + letter + "ea" + std::to_string(number) + " KEY or --keys FILE" +
           (protection.cipher ? "" : ", by --" + letter + "ea0 if with the null algorithm");
 }
 

@@ -25,6 +25,21 @@ static bool takeNumber(std::string_view text, uint32_t most, uint32_t& number) {
    return error == std::errc() && end == text.data() + text.size() && number <= most;
 }
 
+// The number of an algorithm of SNOW 3G, AES or ZUC in its name, such as "eia2" with "ia"; 0 if it is none.
+static uint8_t algorithmOf(std::string_view name, std::string_view kind) {
+   const bool fits = name.size() == 4 && (name[0] == 'e' || name[0] == 'n') && name.substr(1, 2) == kind;
+   return fits && name[3] >= '1' && name[3] <= '3' ? static_cast<uint8_t>(name[3] - '0') : uint8_t{0};
+}
+
+static bool takeKey(std::string_view word, std::string_view text, uint8_t number, std::optional<Key>& key,
+                    uint8_t& algorithm, std::string& fault) {
+   if (key && algorithm != number) fault = "'" + std::string(word) + "' is a second key";
+   if (!fault.empty()) return false;
+   key = keyFromHex(text, fault);
+   algorithm = number;
+   return fault.empty();
+}
+
 static bool takeWord(std::string_view word, Keys& keys, std::string& fault) {
    const size_t equals = word.find('=');
    const std::string_view name = word.substr(0, equals);
@@ -36,16 +51,17 @@ static bool takeWord(std::string_view word, Keys& keys, std::string& fault) {
    }
    const std::string_view value = word.substr(equals + 1);
    uint32_t number = 0;
-   if (name == "eia2" || name == "nia2") {
-      keys.integrityKey = keyFromHex(value, fault);
-   } else if (name == "eea2" || name == "nea2") {
-      keys.cipherKey = keyFromHex(value, fault);
+   if (const uint8_t integrity = algorithmOf(name, "ia")) {
+      return takeKey(name, value, integrity, keys.integrityKey, keys.integrityAlgorithm, fault);
+   } else if (const uint8_t cipher = algorithmOf(name, "ea")) {
+      return takeKey(name, value, cipher, keys.cipherKey, keys.cipherAlgorithm, fault);
    } else if (name == "count" && takeNumber(value, std::numeric_limits<uint32_t>::max(), number)) {
       keys.count = number;
    } else if (name == "bearer" && takeNumber(value, 31, number)) {
       keys.bearer = static_cast<uint8_t>(number);
    } else {
-      fault = "'" + std::string(word) + "' is none of eia2=KEY, eea2=KEY, eea0, count=N and bearer=0 to 31";
+      fault = "'" + std::string(word) +
+              "' is none of eia1=KEY to eia3=KEY, eea1=KEY to eea3=KEY, eea0, count=N and bearer=0 to 31";
    }
    return fault.empty();
 }

@@ -15,9 +15,11 @@ using Key = std::array<uint8_t, 16>;
 // What a subscriber's messages are protected with.
 struct Keys {
    std::string name;                // empty: nobody's in particular
-   std::optional<Key> integrityKey; // 128-EIA2, 128-NIA2
-   std::optional<Key> cipherKey;    // 128-EEA2, 128-NEA2
-   std::optional<uint32_t> count;   // NAS COUNT of the first protected message
+   std::optional<Key> integrityKey; // of 128-EIA1, 128-NIA1 and so on, by the algorithm's number
+   std::optional<Key> cipherKey;
+   uint8_t integrityAlgorithm = 2;
+   uint8_t cipherAlgorithm = 2;
+   std::optional<uint32_t> count; // NAS COUNT of the first protected message
    std::optional<uint8_t> bearer;
    bool nullCipher = false; // ciphered messages are by the null algorithm
 
@@ -36,9 +38,9 @@ struct SecurityOptions {
 std::optional<Key> keyFromHex(std::string_view text, std::string& fault);
 
 // Adds the lines of a file of keys: "NAME eia2=KEY eea2=KEY count=N bearer=N", a line a subscriber, what
-// follows a # being a comment. A name, and each of the others, may be left out; nia2, nea2 and nea0 are as
-// good as eia2, eea2 and eea0, which stands for the null cipher. False, with a line that tells why, if
-// something is wrong.
+// follows a # being a comment. The numbers are 1 to 3. A name, and each of the others, may be left out; nia2,
+// nea2 and nea0 are as good as eia2, eea2 and eea0, which stands for the null cipher. False, with a line that
+// tells why, if something is wrong.
 bool readKeys(const std::string& file, std::vector<Keys>& keys, std::string& fault);
 
 } // namespace quorva::tool

@@ -119,6 +119,24 @@ static Key keyOption(const std::string& text) {
    return *key;
 }
 
+// An option for a key of an algorithm, "ia" or "ea" with its number, in place of the others.
+static void addKey(CLI::App& decode, std::vector<CLI::Option*>& others, const std::string& use,
+                   const std::string& kind, uint8_t number, std::optional<Key>& key, uint8_t& algorithm) {
+   const std::string name = kind + std::to_string(number);
+   std::string upper = name;
+   for (char& letter : upper) letter = static_cast<char>(std::toupper(letter));
+   const auto take = [&key, &algorithm, number](const std::string& text) {
+      key = keyOption(text);
+      algorithm = number;
+   };
+   CLI::Option* option = decode.add_option_function<std::string>("--e" + name + ",--n" + name, take,
+                                                                 use + " messages by 128-E" + upper +
+                                                                       " (128-N" + upper + ") with this key")
+                               ->type_name("KEY");
+   for (CLI::Option* other : others) option->excludes(other);
+   others.push_back(option);
+}
+
 static int run(int argc, char** argv) {
    CLI::App app{"Decodes 3GPP Layer-3 messages and shows the types that it knows."};
    app.name("quorva");
@@ -179,17 +197,13 @@ static int run(int argc, char** argv) {
    decode->add_flag("--downlink")
          ->description("The messages come from the network (the default)")
          ->excludes(uplink);
-   decode->add_option_function<std::string>(
-               "--eia2,--nia2", [&](const std::string& text) { keys.integrityKey = keyOption(text); },
-               "Verify messages by 128-EIA2 (128-NIA2) with this key")
-         ->type_name("KEY");
-   CLI::Option* cipherKey =
-         decode->add_option_function<std::string>(
-                     "--eea2,--nea2", [&](const std::string& text) { keys.cipherKey = keyOption(text); },
-                     "Decipher messages by 128-EEA2 (128-NEA2) with this key")
-               ->type_name("KEY");
-   decode->add_flag("--eea0,--nea0", keys.nullCipher, "Ciphered messages are by the null algorithm")
-         ->excludes(cipherKey);
+   std::vector<CLI::Option*> integrityKeys,
+         cipherKeys{decode->add_flag("--eea0,--nea0", keys.nullCipher,
+                                     "Ciphered messages are by the null algorithm")};
+   for (uint8_t number = 1; number <= 3; ++number) {
+      addKey(*decode, integrityKeys, "Verify", "ia", number, keys.integrityKey, keys.integrityAlgorithm);
+      addKey(*decode, cipherKeys, "Decipher", "ea", number, keys.cipherKey, keys.cipherAlgorithm);
+   }
    decode->add_option_function<uint64_t>(
                "--count", [&](uint64_t count) { keys.count = static_cast<uint32_t>(count); },
                "NAS COUNT of the first protected message")

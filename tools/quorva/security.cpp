@@ -238,9 +238,12 @@ int Security::prepare(RtxContext* ctxt, const Protection& protection) {
    if (status < 0) return status;
    const auto keyOf = [](const std::optional<Key>& key) { return key ? key->data() : nullptr; };
    const Keys& keys = *protection.keys;
-   const bool deciphers = keys.cipherKey && !protection.taken;
-   status = rtx3gppAssignAlgorithmKeys(ctxt, keyOf(keys.integrityKey), keyOf(keys.cipherKey),
-                                       keys.integrityKey ? 2 : 0, deciphers ? 2 : 0);
+   const int integrity = keys.integrityKey ? keys.integrityAlgorithm : 0;
+   const int cipher = keys.cipherKey && !protection.taken ? keys.cipherAlgorithm : 0;
+   // SNOW 3G and ZUC are the standards' alone.
+   if (((integrity | cipher) & 1) != 0) rtxCtxtSetFlag(ctxt, RTX_CTXT_STANDARD);
+   status =
+         rtx3gppAssignAlgorithmKeys(ctxt, keyOf(keys.integrityKey), keyOf(keys.cipherKey), integrity, cipher);
    if (status < 0) return status;
    ctxt->nasSec->count = protection.count;
    ctxt->nasSec->bearer = protection.bearer;
