@@ -1,11 +1,14 @@
 // Printing decoded messages: ns a printed line through each kind of print stream, beside a memcpy of the
-// finished text; and the listings of a traced message. What matters is the ratio of rows of one run.
+// finished text; the same as JSON, and JSON read back beside the encoder; and the listings of a traced
+// message. What matters is the ratio of rows of one run.
 
 #include "bench/vectors.h"
 
+#include "quorva/json.h"
 #include "quorva/registry.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 
@@ -126,6 +129,42 @@ void copyText(benchmark::State& state, const Message* message) {
    state.counters["line"] = perLine(state, fixture);
 }
 
+void writeJson(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message, false);
+   size_t length = 0;
+   for (auto _ : state)
+      if (quorvaToJson(fixture.type, fixture.record.data(), fixture.memory.data(), fixture.memory.size(),
+                       &length) < 0)
+         return state.SkipWithError("no JSON");
+   state.counters["line"] = perLine(state, fixture);
+   state.counters["octets"] = static_cast<double>(length);
+}
+
+void readJson(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message, false);
+   size_t length = 0;
+   quorvaToJson(fixture.type, fixture.record.data(), fixture.memory.data(), fixture.memory.size(), &length);
+   for (auto _ : state) {
+      rtxMemReset(&fixture.ctxt);
+      if (quorvaFromJson(&fixture.ctxt, fixture.type, fixture.record.data(), fixture.memory.data(), length,
+                         nullptr) < 0)
+         return state.SkipWithError("does not come back");
+   }
+   state.counters["line"] = perLine(state, fixture);
+}
+
+void encodeMessage(benchmark::State& state, const Message* message) {
+   Fixture fixture(*message, false);
+   std::vector<uint8_t> octets(fixture.octets.size() + 64);
+   for (auto _ : state) {
+      rtxErrReset(&fixture.ctxt);
+      rtxCtxtSetBufPtr(&fixture.ctxt, octets.data(), octets.size());
+      if (fixture.type->encode(&fixture.ctxt, fixture.record.data()) < 0)
+         return state.SkipWithError("does not encode");
+   }
+   state.counters["line"] = perLine(state, fixture);
+}
+
 enum class Listing { None, Text, Html };
 
 void traceMessage(benchmark::State& state, const Message* message, bool traced, Listing listing) {
@@ -150,6 +189,9 @@ const bool registered = [] {
       add("file", printMessage, &message, rtxPrintStreamToFileCB);
       add("nothing registered", printUnregistered, &message);
       add("own callback", printMessage, &message, toString);
+      add("JSON", writeJson, &message);
+      add("JSON read", readJson, &message);
+      add("encode", encodeMessage, &message);
       add("decode", traceMessage, &message, false, Listing::None);
       add("decode with trace", traceMessage, &message, true, Listing::None);
       add("decode with trace and listing", traceMessage, &message, true, Listing::Text);

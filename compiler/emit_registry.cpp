@@ -6,6 +6,8 @@
 #include "compiler/naming.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 namespace l3c {
 
@@ -90,6 +92,33 @@ void entry(const Type& type, Writer& functions, Writer& rows) {
              "},");
 }
 
+// From the registry to the tables of the modules, and back.
+void places(const Model& model, const std::vector<const Type*>& sorted, Writer& w) {
+   std::map<const Type*, std::pair<size_t, size_t>> places;
+   std::map<const Type*, size_t> numbers;
+   for (size_t i = 0; i < sorted.size(); ++i) numbers[sorted[i]] = i;
+   w.open("const uint16_t registryNumbers[] = {");
+   std::vector<size_t> starts;
+   for (size_t m = 0, start = 0; m < model.modules.size(); start += model.modules[m++]->types.size()) {
+      starts.push_back(start);
+      std::string row;
+      for (auto& type : model.modules[m]->types) {
+         places[type.get()] = {m, places.size() - start};
+         row += std::to_string(numbers.at(type.get())) + ", ";
+      }
+      w.line(row);
+   }
+   w.close("};");
+   w.open("const uint16_t registryStarts[] = {");
+   for (size_t start : starts) w.line(std::to_string(start) + ",");
+   w.close("};");
+   w.open("const TypePlace registryPlaces[] = {");
+   for (auto* type : sorted)
+      w.line("{" + std::to_string(places.at(type).first) + ", " + std::to_string(places.at(type).second) +
+             "},");
+   w.close("};");
+}
+
 } // namespace
 
 void emitRegistry(const Model& model, Outputs& out) {
@@ -140,6 +169,8 @@ void emitRegistry(const Model& model, Outputs& out) {
    w.raw(rows.text());
    w.line("};");
    w.line("const size_t registrySize = " + std::to_string(types.size()) + ";");
+   w.line();
+   places(model, types, w);
    w.line();
    w.line("} // namespace quorva::walk");
    out["src/Registry.cpp"] = w.text();

@@ -77,6 +77,19 @@ private:
    std::vector<std::string> all_;
 };
 
+// A text as it stands in a literal.
+std::string escaped(const std::string& text) {
+   std::string all;
+   for (char c : text) {
+      if (c == '"' || c == '\\') all += '\\';
+      if (c == '\n')
+         all += "\\n";
+      else
+         all += c;
+   }
+   return all;
+}
+
 std::string joined(const std::vector<std::string>& words, const char* none = "0") {
    std::string text;
    for (auto& word : words) text += (text.empty() ? "" : " | ") + word;
@@ -85,7 +98,7 @@ std::string joined(const std::vector<std::string>& words, const char* none = "0"
 
 // One row of the table, its members as C++ expressions.
 struct RowText {
-   std::string name, wireName;
+   std::string name, wireName, doc;
    std::string offset = "0", count = "0", capacity = "0", stride = "0";
    std::string presence = "kNone", group = "kNone";
    uint64_t sample = 0;
@@ -115,8 +128,15 @@ public:
    std::string run() {
       for (auto& type : module_.types)
          if (type->standard) standards_.push_back(type->standard.get());
-      for (auto& type : module_.types) types_.push_back(this->type(*type));
-      for (const Type* type : standards_) types_.push_back(this->type(*type));
+      std::vector<std::string> docs;
+      for (auto& type : module_.types) {
+         types_.push_back(this->type(*type));
+         docs.push_back(number(texts_.at(type->doc)));
+      }
+      for (const Type* type : standards_) {
+         types_.push_back(this->type(*type));
+         docs.push_back(number(texts_.at(type->doc)));
+      }
       Writer w;
       w.line("namespace {");
       w.line();
@@ -130,13 +150,15 @@ public:
          w.line();
       }
       w.open("constexpr char kTexts[] =");
-      for (auto& text : texts_.all()) w.line("\"" + text + "\\0\"");
+      for (auto& text : texts_.all()) w.line("\"" + escaped(text) + "\\0\"");
       w.close("      ;");
       w.line();
       array(w, "Row", "kRows", rows_);
       array(w, "Wire", "kWires", wires_);
       array(w, "Arm", "kArms", arms_);
       array(w, "Type", "kTypes", types_);
+      array(w, "uint32_t", "kTypeDocs", docs);
+      array(w, "RowDoc", "kRowDocs", rowDocs_);
       array(w, "frame::Limits", "kLimits", limits_.all());
       array(w, "frame::LegalSet", "kLegals", legals_.all());
       std::vector<std::string> functions = {"nullptr"};
@@ -147,7 +169,7 @@ public:
       w.line("} // namespace");
       w.line();
       w.line("const Module table_" + module_.name + " = {kTexts, kTypes, kRows, kWires, kArms, kNames,");
-      w.line("      kExpressions, kLimits, kLegals};");
+      w.line("      kExpressions, kLimits, kLegals, kTypeDocs, kRowDocs, " + number(rowDocs_.size()) + "};");
       return w.text();
    }
 
@@ -190,6 +212,8 @@ private:
       const size_t first = rows_.size();
       for (auto& row : block) {
          const size_t name = texts_.at(row.name);
+         if (!row.doc.empty())
+            rowDocs_.push_back("{" + number(rows_.size()) + ", " + number(texts_.at(row.doc)) + "}");
          rows_.push_back("{" + number(name) + ", " + row.offset + ", " + row.count + ", " + row.capacity +
                          ", " + row.stride + ", " + row.presence + ", " + row.group + ", " +
                          number(row.sample) + ", " + number(row.first) + ", " + number(row.rows) + ", " +
@@ -549,7 +573,10 @@ private:
    RowText row(const Step& step) {
       RowText row;
       const Field* field = step.field;
-      if (field != nullptr) row.name = printName(field->name);
+      if (field != nullptr) {
+         row.name = printName(field->name);
+         row.doc = field->doc;
+      }
       row.wireName = step.name;
       common(step, row);
       row.bits = step.bits;
@@ -567,6 +594,10 @@ private:
          guard(step.member, row.width, " == ");
          row.limits = range(step.bits, step.bounds);
          if (field != nullptr) {
+            if (field->init.value_or(0) != 0) {
+               row.wire.push_back("kInitial");
+               row.second = *field->init;
+            }
             row.sample = sample_->number(*field);
          } else {
             row.sample = Sample::typeNumber(*type_);
@@ -795,15 +826,20 @@ private:
 
    void messages(const Step& step, RowText& row) {
       row.kind = "Choice";
+      const auto& table = tableOf(*type_, *step.field);
+      if (&table == &type_->table) row.wire.push_back("kOfMessages");
       row.flags.push_back("kOwnSelector");
       row.count = offset(step.member + ".t");
       row.width = "4";
       row.sample = sample_->selector(*step.field);
       std::vector<std::pair<uint64_t, size_t>> places;
-      for (auto& line : tableOf(*type_, *step.field)) {
+      for (auto& line : table) {
          RowText content;
          content.name = printName(line.member);
          content.kind = "Null";
+         content.doc = line.doc;
+         content.iei = static_cast<unsigned>(line.msgType);
+         content.number = line.disc;
          if (line.record.type != nullptr) {
             nested(content, *line.record.type);
             if (!line.inlineValue) content.kind = "Message";
@@ -819,7 +855,7 @@ private:
    const Module& module_;
    std::map<const Module*, size_t> moduleNumbers_;
    Texts texts_;
-   std::vector<std::string> rows_, wires_, arms_, types_;
+   std::vector<std::string> rows_, wires_, arms_, types_, rowDocs_;
    std::vector<const Type*> standards_; // standard forms, which follow the types
    mutable std::vector<std::string> guards_;
    Numbered expressions_{""}, limits_{"frame::Limits{}"}, legals_{"frame::LegalSet{}"};

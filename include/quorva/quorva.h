@@ -5,6 +5,9 @@
 #ifndef QUORVA_QUORVA_H
 #define QUORVA_QUORVA_H
 
+#include "quorva/annotate.h"
+#include "quorva/json.h"
+#include "quorva/reflect.h"
 #include "quorva/registry.h"
 #include "quorva/rt3gppNasSec.h"
 #include "quorva/rt3GPPTS32297.h"

@@ -19,4 +19,21 @@ void* textValue(RtxContext* pctxt, const char* text);
 extern const QuorvaType registry[];
 extern const size_t registrySize;
 
+// Where the rows of a registered type are.
+struct TypePlace {
+   uint16_t module, type;
+};
+extern const TypePlace registryPlaces[]; // row by row of the registry
+extern const uint16_t registryNumbers[]; // row of the registry, type by type of all modules
+extern const uint16_t registryStarts[];  // where the types of each module begin there
+
+inline bool isRegistered(const QuorvaType* type) {
+   return type >= registry && type < registry + registrySize;
+}
+
+// The registered type with that number in that module.
+inline const QuorvaType& registered(unsigned module, unsigned type) {
+   return registry[registryNumbers[registryStarts[module] + type]];
+}
+
 } // namespace quorva::walk

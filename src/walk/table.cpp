@@ -55,12 +55,17 @@ int refuseChoice(frame::Codec& codec, const Module& module, unsigned row) {
    return codec.failed(RTX_E_BAD_CHOICE);
 }
 
-const Row* findArm(const Module& module, const Row& choice, uint64_t value) {
+const Arm* armOf(const Module& module, const Row& choice, uint64_t value) {
    for (unsigned i = 0; i < choice.rows; ++i) {
       const Arm& arm = module.arms[choice.first + i];
-      if (value >= arm.low && value <= arm.high) return &module.rows[arm.row];
+      if (value >= arm.low && value <= arm.high) return &arm;
    }
    return nullptr;
+}
+
+const Row* findArm(const Module& module, const Row& choice, uint64_t value) {
+   const Arm* arm = armOf(module, choice, value);
+   return arm == nullptr ? nullptr : &module.rows[arm->row];
 }
 
 } // namespace quorva::walk

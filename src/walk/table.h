@@ -117,7 +117,9 @@ enum WireFlags : uint32_t {
    kInBits = 1 << 29,      // Length: counts bits, less `number`
    kLedOutside = 1 << 30,  // List: a bit ahead of each entry, outside of it
    kLedByZeros = 1u << 31, // and that bit is a 0, a 1 ends the list
-   kPreset = kCounts, // List and strings: the count is in the record; Nested: `argument` is to be it there
+   kPreset = kCounts,    // List and strings: the count is in the record; Nested: `argument` is to be it there
+   kInitial = kAhead,    // Number: begins as `second`
+   kOfMessages = kInner, // Choice: the messages of a PDU, whose arms know their discriminator and type
 };
 
 // And what the wire's side needs, row by row the same.
@@ -131,7 +133,8 @@ struct Wire {
                     // the size; others as the flags say
    uint8_t bits;    // width of the number, of a count or of a length
    uint8_t limits;  // number among the module's limits
-   uint8_t iei;     // optional element of a message: IEI, its bits, what the scan skips
+   uint8_t iei;     // optional element of a message: IEI, its bits, what the scan skips; in the arm of a PDU
+                    // the type of the message, whose discriminator is `number`
    uint8_t ieiBits;
    uint8_t format;
    uint8_t lead; // Since: bits that must be left; kBareAround: bits of that length; TV: octets of the value;
@@ -214,6 +217,12 @@ struct Names {
 // Value of an expression of a record; the context is null where nothing is decoded, and nothing left then.
 using Expression = uint64_t (*)(const void* record, const RtxContext* ctxt, uint64_t parameter);
 
+// The description's words at a row.
+struct RowDoc {
+   uint16_t row;
+   uint32_t text;
+};
+
 struct Module {
    const char* texts;
    const Type* types;
@@ -224,6 +233,9 @@ struct Module {
    const Expression* expressions;
    const frame::Limits* limits;
    const frame::LegalSet* legals;
+   const uint32_t* typeDocs; // texts, type by type
+   const RowDoc* rowDocs;    // in ascending order of the rows
+   size_t rowDocCount;
 };
 
 // All modules, in the order of their numbers.
@@ -234,6 +246,8 @@ uint64_t load(const void* place, unsigned width);
 void store(void* place, unsigned width, uint64_t value);
 
 // The arm of a choice for a value; null if there is none.
+const Arm* armOf(const Module& module, const Row& choice, uint64_t value);
+// And its row.
 const Row* findArm(const Module& module, const Row& choice, uint64_t value);
 
 } // namespace quorva::walk

@@ -1,0 +1,132 @@
+// What stands at a place of a value, once the names of types are taken off; and its leaves as texts.
+#pragma once
+
+#include "quorva/reflect.h"
+#include "src/walk/codec.h"
+
+#include <string_view>
+
+namespace quorva::walk {
+
+struct Shape {
+   Kind kind = Kind::Null; // Group: a record; Null: nothing; else as in rows
+   bool there = true;      // false: a message without a record
+   const Module* module = nullptr;
+   const Row* row = nullptr;         // of all but the record of a type, and an empty type
+   unsigned first = 0, rows = 0;     // Group
+   uint8_t* record = nullptr;        // in whose coordinates these rows are
+   uint8_t* place = nullptr;         // where the value begins
+   const Type* form = nullptr;       // Group: its type, unless it has none
+   const QuorvaType* type = nullptr; // outermost type with a name
+};
+
+Shape shapeOf(unsigned module, unsigned type, uint8_t* value);
+Shape shapeOf(const Module& module, const Row& row, uint8_t* record);
+// A value of a registered type; false for another type, and for no value.
+bool shapeOf(const QuorvaType* type, const void* value, Shape& shape);
+
+QuorvaKind publicKind(Kind kind);
+
+// Do the fields in it stand among those around it? An unnamed choice does so with its arms.
+inline bool isWireGroup(const Row& row) {
+   return row.kind == Kind::Length || row.kind == Kind::Span || row.kind == Kind::Chain ||
+          row.kind == Kind::Since || row.kind == Kind::Swap;
+}
+inline bool isUnnamedChoice(const Row& row) {
+   return row.kind == Kind::Choice && (row.flags & kUnnamed) != 0;
+}
+// Has it a name among the fields?
+inline bool isField(const Row& row) {
+   switch (row.kind) {
+   case Kind::Store:
+   case Kind::Padding:
+   case Kind::Constant:
+   case Kind::Chain:
+   case Kind::Since:
+   case Kind::Swap: return false;
+   case Kind::Length:
+   case Kind::Span: return row.width != 0;
+   case Kind::Null: return (row.flags & kWireOnly) == 0;
+   case Kind::Choice: return (row.flags & kUnnamed) == 0;
+   default: return true;
+   }
+}
+
+inline const Wire& wireOf(const Module& module, const Row& row) {
+   return module.wires[&row - module.rows];
+}
+inline const char* nameOf(const Module& module, const Row& row) {
+   return module.texts + row.name;
+}
+inline bool isThere(const Row& row, const uint8_t* record) {
+   return hasBit(record, row.group) && hasBit(record, row.presence);
+}
+
+// Octets, bits, characters or entries: the lower of the stored count and what the record has room for.
+uint64_t countOf(const Row& row, const uint8_t* record);
+
+// The number that steers a choice.
+uint64_t selectorOf(const Module& module, const Row& choice, const uint8_t* record);
+
+// A field by its name among the fields of a record: its row, and what it stands in without a name of its own.
+struct Hit {
+   static constexpr unsigned kMostGroups = 8;
+   const Row* row = nullptr;
+   const Row* choice = nullptr; // whose arm the row is; without a row its selector "t" is meant
+   const Row* groups[kMostGroups] = {};
+   unsigned depth = 0; // of the groups
+};
+bool findField(const Module& module, unsigned first, unsigned behind, std::string_view name, Hit& hit);
+bool isNamed(const Module& module, const Row& row, std::string_view name);
+// The first arm of that name; null if there is none.
+const Arm* armNamed(const Module& module, const Row& choice, std::string_view name);
+inline void makeThere(const Row& row, uint8_t* record) {
+   setBit(record, row.group);
+   setBit(record, row.presence);
+}
+
+// The words of the description for a row, or else for the type; "" without.
+const char* docOf(const Module& module, const Row* row, const QuorvaType* type);
+
+// A leaf's value.
+struct Leaf {
+   uint64_t number = 0;
+   const RtxEnumItem* item = nullptr; // the number's name
+   const uint8_t* data = nullptr;
+   size_t count = 0; // octets, bits, or characters
+};
+Leaf leafOf(const Shape& shape);
+
+// The first state of a field: numbers, counts and selectors 0 or what the description says, optional fields
+// absent. Nothing is freed.
+void clear(const Module& module, const Row& row, uint8_t* record);
+void clear(const Shape& record);
+
+// Number into a leaf that is one: RTX_E_OVERFLOW if it has no room.
+int storeNumber(const Shape& shape, uint64_t number);
+// What the texts of the other leaves say. Memory of the context's heap.
+int storeOctets(RtxContext* ctxt, const Shape& shape, const uint8_t* octets, size_t count);
+int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t length);
+// A leaf of any kind, by a text as in QuorvaItem.
+int storeAnyText(RtxContext* ctxt, const Shape& shape, std::string_view text);
+// Room for so many octets, bits or characters, with the count stored; null if there is none, with the status.
+uint8_t* makeRoom(RtxContext* ctxt, const Shape& shape, uint64_t count, int& status);
+// From hexadecimal digits, two an octet, or the octets' number of bits behind a slash.
+int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits);
+
+// Entries: a list gets so many; those behind the old ones are in their first state.
+int resize(RtxContext* ctxt, const Shape& list, uint64_t count);
+Shape entryOf(const Shape& list, uint64_t index);
+
+// Selects an arm; in a PDU discriminator and type of the message besides. `pdu`: the record around.
+// RTX_E_BAD_CHOICE if no number can.
+int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu);
+
+// The record of a message that has none yet.
+int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record);
+
+// Length of the sequence of UTF-8 (RFC 3629) at the text's start; 0 if it is none.
+size_t utf8Sequence(const char* text, size_t length);
+bool isUtf8(std::string_view text);
+
+} // namespace quorva::walk

@@ -1,0 +1,313 @@
+// Fields by their names: what a type has, and what sets and gets of paths do.
+
+#include "quorva/reflect.h"
+#include "modules/records.h"
+#include "quorva/json.h"
+#include "quorva/modules.h"
+#include "support/context.h"
+
+#include <functional>
+#include <map>
+
+using namespace quorva::test;
+using quorva_test::Capture;
+
+namespace {
+
+const QuorvaType& type(const char* name) {
+   return *quorvaFindType(name);
+}
+
+using Leaves = std::map<std::string, std::string>; // text by path
+
+Leaves leavesOf(RtxContext* ctxt, const QuorvaType& type, const void* value) {
+   Leaves leaves;
+   QuorvaVisitor visitor = {};
+   visitor.user = &leaves;
+   visitor.leaf = [](void* user, const QuorvaItem* item) {
+      EXPECT_TRUE(static_cast<Leaves*>(user)->emplace(item->path, item->text).second) << item->path;
+      return 0;
+   };
+   EXPECT_EQ(quorvaVisit(ctxt, &type, value, &visitor), 0);
+   return leaves;
+}
+
+std::vector<QuorvaField> fieldsOf(const QuorvaType& type) {
+   std::vector<QuorvaField> fields(quorvaFields(&type, nullptr, 0));
+   EXPECT_EQ(quorvaFields(&type, fields.data(), fields.size()), fields.size());
+   return fields;
+}
+std::vector<QuorvaField> fieldsIn(const QuorvaField& field) {
+   std::vector<QuorvaField> fields(quorvaFieldsIn(&field, nullptr, 0));
+   quorvaFieldsIn(&field, fields.data(), fields.size());
+   return fields;
+}
+
+TEST(Reflect, AgreesWithTheRecords) {
+#define PLACE(record, member) offsetof(record, member), sizeof(record::member)
+   const struct {
+      const char *type, *field;
+      QuorvaKind kind;
+      size_t offset, size;
+      uint32_t bits, capacity;
+      const char *named, *doc;
+   } cases[] = {
+         {"TS24301Msg_AttachReject", "emmCause", QUORVA_ENUM, PLACE(TS24301Msg_AttachReject, emmCause), 8, 0,
+          "TS24301IE_EMMCause", "EMM cause, TS 24.301, 9.9.3.9"},
+         {"TS24301Msg_AttachReject", "esmMsgCont", QUORVA_RECORD, PLACE(TS24301Msg_AttachReject, esmMsgCont),
+          0, 0, "TS24301Msg_ESMMessageContainer", "ESM message container, TS 24.301, 9.9.3.15"},
+         {"TS24301IE_UENetworkCapability", "octet6", QUORVA_RECORD,
+          PLACE(TS24301IE_UENetworkCapability, octet6), 0, 0, "", ""},
+         {"TS24301IE_UENetworkCapability", "spare4", QUORVA_OCTETS,
+          PLACE(TS24301IE_UENetworkCapability, spare4), 0, 0, "", ""},
+         {"TS24301IE_NASMessageContainer", "", QUORVA_OCTETS, 0, sizeof(TS24301IE_NASMessageContainer), 0,
+          251, "", ""},
+         {"TS24301IE_PartialTrkAreaIdent1", "tac", QUORVA_OCTETS, PLACE(TS24301IE_PartialTrkAreaIdent1, tac),
+          16, 2, "TS24301IE_TrackingAreaCode",
+          "Tracking area code, in tracking area identity, TS 24.301, 9.9.3.32"},
+         {"TS24008IE_PLMNList", "", QUORVA_LIST, 0, sizeof(TS24008IE_PLMNList), 0, 15, "", ""},
+         {"TS24301Msg_PDU", "data", QUORVA_CHOICE, PLACE(TS24301Msg_PDU, data), 0, 0, "", ""},
+         {"TS24301Msg_DetachRequest", "", QUORVA_CHOICE, 0, sizeof(TS24301Msg_DetachRequest), 0, 0, "", ""},
+   };
+#undef PLACE
+   for (const auto& c : cases) {
+      SCOPED_TRACE(c.type + std::string(".") + c.field);
+      bool found = false;
+      for (const QuorvaField& field : fieldsOf(type(c.type))) {
+         if (std::strcmp(field.name, c.field) != 0) continue;
+         found = true;
+         EXPECT_EQ(field.kind, c.kind);
+         EXPECT_EQ(field.offset, c.offset);
+         // The end of a record may be padding.
+         EXPECT_LE(field.size, c.size);
+         EXPECT_GE(field.size + 7, c.size);
+         EXPECT_EQ(field.bits, c.bits);
+         EXPECT_EQ(field.capacity, c.capacity);
+         EXPECT_STREQ(field.type == nullptr ? "" : field.type->name, c.named);
+         EXPECT_STREQ(field.doc, c.doc);
+      }
+      EXPECT_TRUE(found);
+   }
+}
+
+// Every field has its place in the record, and nothing else stands there but what shares a union with it.
+TEST(Reflect, FieldsLieInTheirRecords) {
+   std::function<void(const QuorvaField&, size_t, size_t)> check = [&](const QuorvaField& field, size_t begin,
+                                                                       size_t end) {
+      SCOPED_TRACE(field.name);
+      if (field.size != 0) {
+         EXPECT_GE(field.offset, begin);
+         EXPECT_LE(field.offset + field.size, end);
+      }
+      const bool inHere = field.type == nullptr && field.kind != QUORVA_LIST;
+      if (!inHere) return;
+      for (const QuorvaField& inner : fieldsIn(field)) check(inner, begin, end);
+   };
+   size_t count = 0;
+   for (auto* each : allTypes()) {
+      SCOPED_TRACE(each->name);
+      for (const QuorvaField& field : fieldsOf(*each)) check(field, 0, each->size), ++count;
+      EXPECT_NE(std::string(quorvaDoc(each)), "");
+   }
+   EXPECT_GT(count, 3000u);
+   EXPECT_EQ(quorvaFields(nullptr, nullptr, 0), 0u);
+   const QuorvaType stranger = *allTypes()[0];
+   EXPECT_EQ(quorvaFields(&stranger, nullptr, 0), 0u);
+}
+
+TEST(Reflect, TellsElementsOfMessagesAndArmsOfChoices) {
+   const auto fields = fieldsOf(type("TS24301Msg_AttachReject"));
+   ASSERT_EQ(fields.size(), 8u);
+   EXPECT_EQ(fields[0].iei, QUORVA_NONE);
+   EXPECT_EQ(fields[0].presenceBit, QUORVA_NONE);
+   EXPECT_EQ(fields[1].iei, 0x78u);
+   EXPECT_EQ(fields[4].iei, 0xAu);
+   EXPECT_NE(fields[4].presenceBit, QUORVA_NONE);
+   EXPECT_NE(fields[4].groupBit, QUORVA_NONE);
+   size_t count = 0;
+   const RtxEnumItem* names = quorvaEnumNames(&type("TS24301IE_EMMCause"), &count);
+   EXPECT_EQ(names, TS24301IE_EMMCause_ENUMTAB);
+   EXPECT_EQ(count, fields[0].nameCount);
+   for (const QuorvaField& field : fieldsOf(type("TS24301Msg_PDU"))) {
+      if (field.kind != QUORVA_CHOICE || std::strcmp(field.name, "data") != 0) continue;
+      for (const QuorvaField& arm : fieldsIn(field)) {
+         if (std::strcmp(arm.name, "obj_AttachReject") != 0) continue;
+         EXPECT_STREQ(arm.type->name, "TS24301Msg_AttachReject");
+         EXPECT_EQ(arm.size, sizeof(void*));
+         EXPECT_EQ(quorvaFieldsIn(&arm, nullptr, 0), 8u);
+      }
+   }
+   const uint8_t emm[] = {0x07, 0x44, 0x02}, sms[] = {0x09}, none[] = {0x01};
+   EXPECT_EQ(quorvaTypeOf(emm, 3, QUORVA_UPLINK), &type("TS24301Msg_PDU"));
+   EXPECT_EQ(quorvaTypeOf(sms, 1, QUORVA_DOWNLINK), &type("TS24011Msg_CP_PDU"));
+   EXPECT_EQ(quorvaTypeOf(none, 1, QUORVA_DOWNLINK), nullptr);
+   EXPECT_EQ(quorvaTypeOf(none, 0, QUORVA_DOWNLINK), nullptr);
+}
+
+// Other values for a leaf.
+std::vector<std::string> valuesFor(const QuorvaItem& item) {
+   const std::string text = item.text;
+   switch (item.kind) {
+   case QUORVA_FLAG: return {"false", "true", text};
+   case QUORVA_NUMBER:
+   case QUORVA_ENUM: return {"0", "1", text};
+   case QUORVA_OCTETS: return {std::string(text.size(), '0'), std::string(text.size(), 'f'), text};
+   case QUORVA_BITS:
+      return {text, std::string(text.size() / 2 * 2 == text.size() ? text.size() : 0, 'f'), text};
+   case QUORVA_TEXT:
+   case QUORVA_UNITS: return {"1", "21", text};
+   default: return {""};
+   }
+}
+
+// Of each sample each leaf to each of three values: no other one changes, unless the number chooses an arm.
+TEST(Reflect, SetsOneLeafAlone) {
+   size_t tried = 0, choosing = 0;
+   for (auto* each : allTypes()) {
+      if (each->sample == nullptr) continue;
+      SCOPED_TRACE(each->name);
+      Capture capture(kTextRoom);
+      RtxContext* ctxt = &capture.ctxt;
+      void* value = each->sample(ctxt);
+      Leaves before = leavesOf(ctxt, *each, value);
+      for (const auto& [path, text] : before) {
+         QuorvaItem item;
+         ASSERT_EQ(quorvaGet(ctxt, each, value, path.c_str(), &item), 0) << path;
+         EXPECT_EQ(item.text, text) << path;
+         for (const std::string& wanted : valuesFor(item)) {
+            const int status = quorvaSet(ctxt, each, value, path.c_str(), wanted.c_str());
+            ASSERT_EQ(status, 0) << path << " to '" << wanted << "'";
+            Leaves after = leavesOf(ctxt, *each, value);
+            ASSERT_EQ(quorvaGet(ctxt, each, value, path.c_str(), &item), 0);
+            EXPECT_TRUE(item.text == wanted || std::to_string(item.number) == wanted ||
+                        item.kind == QUORVA_BITS)
+                  << path << " is " << item.text;
+            after[path] = text;
+            ++tried;
+            if (after != before) {
+               ++choosing;
+               // It chose another arm: what that begins with is not what the last one left.
+               for (const auto& [other, otherText] : after)
+                  if (before.count(other) != 0 && before[other] != otherText)
+                     ADD_FAILURE() << path << " changes " << other;
+               value = each->sample(ctxt);
+            }
+         }
+         if (quorvaSet(ctxt, each, value, path.c_str(), text.c_str()) < 0) value = each->sample(ctxt);
+      }
+   }
+   EXPECT_GT(tried, 10000u);
+   EXPECT_GT(choosing, 50u);
+}
+
+// All of a sample set leaf by leaf into a new value is the sample.
+TEST(Reflect, BuildsEverySampleFromItsLeaves) {
+   size_t same = 0;
+   for (auto* each : allTypes()) {
+      if (each->sample == nullptr || each->encode == nullptr) continue;
+      SCOPED_TRACE(each->name);
+      Capture capture(kTextRoom);
+      RtxContext* ctxt = &capture.ctxt;
+      void* sample = each->sample(ctxt);
+      std::vector<std::pair<std::string, std::string>> leaves;
+      QuorvaVisitor visitor = {};
+      visitor.user = &leaves;
+      visitor.leaf = [](void* user, const QuorvaItem* item) {
+         static_cast<decltype(leaves)*>(user)->emplace_back(item->path, item->text);
+         return 0;
+      };
+      visitor.begin = visitor.leaf;
+      ASSERT_EQ(quorvaVisit(ctxt, each, sample, &visitor), 0);
+      void* value = quorvaNew(ctxt, each);
+      for (const auto& [path, text] : leaves)
+         EXPECT_EQ(quorvaSet(ctxt, each, value, path.c_str(), text.c_str()), 0) << path << " to " << text;
+      std::string octets = hexFromOctets(encode(*ctxt, *each, sample).octets);
+      EXPECT_EQ(hexFromOctets(encode(*ctxt, *each, value).octets), octets);
+      ++same;
+   }
+   EXPECT_GT(same, 800u);
+}
+
+TEST(Reflect, PathsLeadThereOrTellWhyNot) {
+   Capture capture(kTextRoom);
+   RtxContext* ctxt = &capture.ctxt;
+   const QuorvaType& pdu = type("TS24301Msg_PDU");
+   void* value = quorvaNew(ctxt, &pdu);
+   const struct {
+      const char *path, *set; // null: only got
+      int status;
+      const char* text;
+   } cases[] = {
+         {"data.obj_AttachReject.emmCause", nullptr, RTX_E_NOT_INIT, ""},
+         {"data.obj_AttachReject.emmCause", "illegalUE", 0, "illegalUE"},
+         {"protoDiscr", nullptr, 0, "epsMobMgmt"},
+         {"msgType", nullptr, 0, "68"},
+         {"data.t", nullptr, 0, "3"},
+         {"data.obj_AttachReject.emmCause", "0x11", 0, "networkFailure"},
+         {"data.u.obj_AttachReject.emmCause", "300", 0, "300"},
+         {"data.obj_AttachReject.emmCause", "illegal", RTX_E_BAD_ENUM, "300"},
+         {"data.obj_AttachReject.emmCause", "99999999999", RTX_E_OVERFLOW, "300"},
+         {"data.obj_AttachReject.emmCause", "12x", RTX_E_BAD_VALUE, "300"},
+         {"data.obj_AttachReject.extEMMCause.eutranAllowed", "maybe", RTX_E_UNKNOWN_NAME, ""},
+         {"data.obj_AttachReject.t3346Value.value", nullptr, RTX_E_NOT_INIT, ""},
+         {"data.obj_AttachReject.forbiddenTAIsRoaming", "", 0, ""},
+         {"data.obj_AttachReject.nothing", nullptr, RTX_E_UNKNOWN_NAME, ""},
+         {"data.obj_AttachReject.emmCause.more", nullptr, RTX_E_UNKNOWN_NAME, ""},
+         {"data.obj_AttachReject.", nullptr, RTX_E_BAD_FORMAT, ""},
+         {"data..obj_AttachReject", nullptr, RTX_E_BAD_FORMAT, ""},
+         {".data", nullptr, RTX_E_BAD_FORMAT, ""},
+         {"data.obj_AttachReject[0]", nullptr, RTX_E_UNKNOWN_NAME, ""},
+         {"data.obj_AttachReject[x]", nullptr, RTX_E_BAD_FORMAT, ""},
+         {"", nullptr, 0, ""},
+   };
+   for (const auto& c : cases) {
+      SCOPED_TRACE(c.path);
+      QuorvaItem item = {};
+      int status = c.set == nullptr ? 0 : quorvaSet(ctxt, &pdu, value, c.path, c.set);
+      const int got = quorvaGet(ctxt, &pdu, value, c.path, &item);
+      if (status == 0) status = got;
+      EXPECT_EQ(status, c.status);
+      EXPECT_STREQ(item.text == nullptr ? "" : item.text, c.text);
+   }
+   EXPECT_EQ(quorvaSetNumber(ctxt, &pdu, value, "data.obj_AttachReject.emmCause", 3), 0);
+   EXPECT_EQ(quorvaSetNumber(ctxt, &pdu, value, "data.obj_AttachReject", 3), RTX_E_VALUE_TYPE);
+   EXPECT_EQ(quorvaRemove(ctxt, &pdu, value, "data.obj_AttachReject.emmCause"), RTX_E_CANNOT_DO);
+   EXPECT_EQ(quorvaRemove(ctxt, &pdu, value, "data.obj_AttachReject.forbiddenTAIsRoaming"), 0);
+   EXPECT_EQ(quorvaRemove(ctxt, &pdu, value, "data.obj_AttachReject.forbiddenTAIsRoaming"), 0);
+   EXPECT_EQ(quorvaSet(ctxt, &pdu, value, "data.obj_AttachReject.extEMMCause", ""), 0);
+   EXPECT_EQ(quorvaSet(ctxt, &pdu, value, "l3HdrOpts.secHdr", "0"), 0);
+   EXPECT_EQ(hexFromOctets(encode(*ctxt, pdu, value).octets), "074403a0");
+   // Another message takes the place of the last.
+   EXPECT_EQ(quorvaSet(ctxt, &pdu, value, "data.obj_EMMInformation.fullNameForNetwork", ""), 0);
+   EXPECT_EQ(leavesOf(ctxt, pdu, value)["msgType"], "97");
+}
+
+TEST(Reflect, ListsGrowAndShrink) {
+   const struct {
+      const char *type, *list, *count;
+   } cases[] = {{"TS24008IE_PLMNList", "", "n"},
+                {"TS24008IE_MSRadioAccessCapability", "additionalRecs", "additionalRecs.n"}};
+   for (const auto& c : cases) {
+      SCOPED_TRACE(c.type);
+      Capture capture(kTextRoom);
+      RtxContext* ctxt = &capture.ctxt;
+      void* value = quorvaNew(ctxt, &type(c.type));
+      const auto set = [&](const std::string& path, const char* text) {
+         return quorvaSet(ctxt, &type(c.type), value, path.c_str(), text);
+      };
+      const std::string list = c.list;
+      EXPECT_EQ(set(list + "[1]", ""), RTX_E_INDEX);
+      EXPECT_EQ(set(list + "[0]", ""), 0);
+      EXPECT_EQ(set(list.empty() ? "elem[1]" : list + ".elem[1]", ""), 0);
+      EXPECT_EQ(set(c.count, "5"), 0);
+      EXPECT_EQ(set(list + "[4]", ""), 0);
+      EXPECT_EQ(set(c.count, "1"), 0);
+      QuorvaItem item;
+      EXPECT_EQ(quorvaGet(ctxt, &type(c.type), value, c.list, &item), 0);
+      EXPECT_EQ(item.count, 1u);
+      EXPECT_EQ(quorvaGet(ctxt, &type(c.type), value, (list + "[1]").c_str(), &item), RTX_E_INDEX);
+      EXPECT_EQ(set(c.count, "50000000000"), RTX_E_CONSTRAINT);
+   }
+}
+
+} // namespace
