@@ -1,10 +1,13 @@
 #include "tools/quorva/decode.h"
 
+#include "tools/quorva/annotation.h"
 #include "tools/quorva/failure.h"
 #include "tools/quorva/innerMessage.h"
 #include "tools/quorva/partial.h"
+#include "tools/quorva/recordOutput.h"
 #include "tools/quorva/statusName.h"
 
+#include "quorva/reflect.h"
 #include "quorva/rtxDiag.h"
 
 #include <algorithm>
@@ -16,22 +19,6 @@
 namespace quorva::tool {
 
 namespace {
-
-// The PDU of a first octet, null if no protocol has that discriminator; TS 24.007, 11.2.3.1.1.
-const char* pduOf(uint8_t first) {
-   if (first == 0x7E || first == 0x2E) return "TS24501Msg_PDU";
-   switch (first & 15) {
-   case 2:
-   case 7: return "TS24301Msg_PDU";
-   case 3:
-   case 5:
-   case 8:
-   case 10:
-   case 11: return "TS24008Msg_PDU";
-   case 9: return "TS24011Msg_CP_PDU";
-   default: return nullptr;
-   }
-}
 
 constexpr std::string_view goodStatus = "status: RTX_OK (0)\n";
 
@@ -71,21 +58,35 @@ struct Decoding::Given {
 };
 
 bool Decoding::decode(const Given& given) {
-   if (options_.trace || !options_.htmlFile.empty()) return decodeTraced(given);
+   if (options_.trace || options_.annotate || !options_.htmlFile.empty() || !options_.annotationFile.empty())
+      return decodeTraced(given);
    const auto good = decodeQuickly(given);
    return good ? *good : decodeTraced(given);
 }
 
+std::string Decoding::nameOf(const Given& given, Octets octets) {
+   const SecurityHeader& header = given.protection.header;
+   const bool closed = given.protection.closed || (header.ciphered && given.protection.keys == nullptr);
+   return closed ? "protected"
+                 : names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())));
+}
+
+// A message as a line for other programs.
+void Decoding::showLine(const Given& given, Octets octets, RtxContext* ctxt, const void* value, int status,
+                        const Stop& stop) {
+   const Decoded decoded = {given.message, given.type,       value,        ctxt,   status,
+                            stop,          given.protection, given.octets, octets, given.inner};
+   if (options_.json) return show(jsonLine(decoded, nameOf(given, octets)));
+   if (!given.inner) show(columnsLine(decoded, options_.paths));
+   if (status < 0 && !given.inner) complain(given.message, statusName(status));
+}
+
 // What stands ahead of a message's text. The octets are in the clear as far as they could be opened.
 void Decoding::showHead(const Given& given, Octets octets, int status) {
-   if (options_.quiet) return;
+   if (options_.quiet || options_.lines()) return;
    if (options_.summary) {
       if (given.inner) return;
-      const SecurityHeader& header = given.protection.header;
-      std::string line = headlines_.of(given.message) + "  ";
-      const bool closed = given.protection.closed || (header.ciphered && given.protection.keys == nullptr);
-      line += closed ? "protected"
-                     : names_.nameOf(given.type, octets.subspan(std::min(header.size, octets.size())));
+      std::string line = headlines_.of(given.message) + "  " + nameOf(given, octets);
       if (status < 0) line += "  " + statusName(status);
       if (const std::string remark = securityRemark(given.protection); !remark.empty()) line += "  " + remark;
       return show(line + "\n");
@@ -116,11 +117,12 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
    if (status < 0) {
       session_.reset();
-      if (!options_.quiet || given.protection.mayBeNull) return std::nullopt;
+      if (!options_.quiet || options_.lines() || given.protection.mayBeNull) return std::nullopt;
       showStatus(status);
       return false;
    }
    showHead(given, copy_, status);
+   if (options_.lines()) showLine(given, copy_, ctxt, value.get(), status, {});
    if (showsText()) given.type.print(ctxt, printName(given.type).c_str(), value.get());
    showEnd(ctxt, copy_.size());
    const InnerMessage inner = options_.openRP ? innerMessage(given.type, value.get()) : InnerMessage();
@@ -190,8 +192,13 @@ bool Decoding::decodeTraced(const Given& given) {
    const Stop stop = stopOf(given.type, ctxt, status, macChecked);
    bool good = status >= 0;
    showHead(given, octets, status);
-   if (options_.quiet) {
+   if (options_.lines()) {
+      showLine(given, octets, ctxt, value.get(), status, stop);
+   } else if (options_.quiet) {
       if (!good) showStatus(status);
+   } else if (options_.annotate) {
+      if (!good) show(failureText(ctxt, status, stop, macChecked));
+      show(annotationText(ctxt, given.type, value.get()));
    } else if (showsText()) {
       if (!good) show(failureText(ctxt, status, stop, macChecked));
       given.type.print(ctxt, printName(given.type).c_str(), value.get());
@@ -203,6 +210,7 @@ bool Decoding::decodeTraced(const Given& given) {
       show("\n" + session.takeText());
    }
    if (!options_.htmlFile.empty()) good = writePage(given, ctxt) && good;
+   if (!options_.annotationFile.empty()) good = writeAnnotation(given, ctxt, value.get()) && good;
    if (options_.openRP && !stop.early) {
       if (const InnerMessage inner = innerMessage(given.type, value.get()); inner.type != nullptr)
          good = decodeInner(given, inner) && good;
@@ -212,6 +220,7 @@ bool Decoding::decodeTraced(const Given& given) {
 
 // What stands behind the text of a good message.
 void Decoding::showEnd(const RtxContext* ctxt, size_t size) {
+   if (options_.lines()) return;
    if (options_.quiet || (options_.status && showsText())) show(goodStatus);
    if (ctxt->bufByteIndex < size && showsText())
       show("left over: " + std::to_string(size - ctxt->bufByteIndex) + " of " + std::to_string(size) +
@@ -220,26 +229,44 @@ void Decoding::showEnd(const RtxContext* ctxt, size_t size) {
 
 // The page of the first message has the name given; those of further ones have a number in front of its
 // suffix.
+std::string Decoding::pageName(const std::string& first, size_t number) const {
+   std::filesystem::path file = first;
+   if (number > 1)
+      file.replace_filename(file.stem().string() + "-" + std::to_string(number) + file.extension().string());
+   return file.string();
+}
+
 bool Decoding::writePage(const Given& given, RtxContext* ctxt) {
-   std::filesystem::path file = options_.htmlFile;
-   if (++pages_ > 1)
-      file.replace_filename(file.stem().string() + "-" + std::to_string(pages_) + file.extension().string());
+   const std::string file = pageName(options_.htmlFile, ++pages_);
    if (std::FILE* probe = std::fopen(file.c_str(), "w"); probe != nullptr) {
       std::fclose(probe);
    } else {
-      complain(given.message, "can't write " + file.string());
+      complain(given.message, "can't write " + file);
       return false;
    }
    rtxDiagBitTracePrintHTML(file.c_str(), ctxt->bitFields, "");
    return true;
 }
 
+bool Decoding::writeAnnotation(const Given& given, RtxContext* ctxt, const void* value) {
+   const std::string file = pageName(options_.annotationFile, ++annotations_);
+   const std::string page = annotationPage(ctxt, given.type, value, given.message.origin());
+   std::FILE* out = std::fopen(file.c_str(), "w");
+   const bool written = out != nullptr && std::fwrite(page.data(), 1, page.size(), out) == page.size();
+   if ((out == nullptr || std::fclose(out) == 0) && written) return true;
+   complain(given.message, "can't write " + file);
+   return false;
+}
+
 // The type to decode a message as; null, with a word about it, if there is none.
 const QuorvaType* Decoding::typeOf(const Message& message) {
    const char* found = message.finding == nullptr ? nullptr : message.finding->type;
+   const QuorvaType* pdu = quorvaTypeOf(message.octets.data(), message.octets.size(),
+                                        options_.security.uplink ? QUORVA_UPLINK : QUORVA_DOWNLINK);
    const char* name = !options_.type.empty() ? options_.type.c_str()
                       : found != nullptr     ? found
-                                             : pduOf(message.octets[0]);
+                      : pdu != nullptr       ? pdu->name
+                                             : nullptr;
    if (name == nullptr) {
       complain(message, "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
       return nullptr;
@@ -260,6 +287,8 @@ const QuorvaType* Decoding::typeOf(const Message& message) {
 
 // A message that has nothing to show but where it is.
 void Decoding::showUndecoded(const Message& message, const std::string& why) {
+   if (options_.json) return show(jsonLine(message, why));
+   if (options_.lines()) return complain(message, why);
    if (options_.quiet) return showStatus(RTX_E_UNSUPPORTED);
    if (!options_.summary && printed_++ > 0) show("\n");
    show(headlines_.of(message) + (options_.summary ? "  " : "\n   ") + why + "\n");

@@ -15,12 +15,18 @@ namespace quorva::tool {
 struct DecodeOptions {
    std::string type; // name of the type to decode; empty: by each message's discriminator
    SecurityOptions security;
-   bool status = false;  // show the status of good messages too
-   bool quiet = false;   // show statuses only
-   bool summary = false; // a line a message
-   bool trace = false;   // list the bits
-   bool openRP = false;  // open SMS transfer down to the RP message
-   std::string htmlFile; // page of the bits; empty: none
+   bool status = false;            // show the status of good messages too
+   bool quiet = false;             // show statuses only
+   bool summary = false;           // a line a message
+   bool trace = false;             // list the bits
+   bool openRP = false;            // open SMS transfer down to the RP message
+   bool json = false;              // an object a message, on a line of its own
+   bool annotate = false;          // octets with their meaning, in place of the text
+   std::vector<std::string> paths; // of fields: a column each, a line a message
+   std::string htmlFile;           // page of the bits; empty: none
+   std::string annotationFile;     // page of octets and fields that point at each other; empty: none
+
+   bool lines() const { return json || !paths.empty(); }
 };
 
 // Decodes and prints messages, one after the other.
@@ -42,9 +48,14 @@ private:
    void showHead(const Given& given, Octets octets, int status);
    void showEnd(const RtxContext* ctxt, size_t size);
    void showUndecoded(const Message& message, const std::string& why);
-   bool showsText() const { return !options_.quiet && !options_.summary; }
+   bool showsText() const { return !options_.quiet && !options_.summary && !options_.lines(); }
+   void showLine(const Given& given, Octets octets, RtxContext* ctxt, const void* value, int status,
+                 const struct Stop& stop);
+   std::string nameOf(const Given& given, Octets octets);
    const QuorvaType* typeOf(const Message& message);
    bool writePage(const Given& given, RtxContext* ctxt);
+   bool writeAnnotation(const Given& given, RtxContext* ctxt, const void* value);
+   std::string pageName(const std::string& first, size_t number) const;
 
    const DecodeOptions& options_;
    Security security_;
@@ -53,8 +64,8 @@ private:
    std::optional<Session> session_;   // of messages that decode well
    const QuorvaType* type_ = nullptr; // of the last message
    std::vector<uint8_t> copy_;
-   size_t printed_ = 0; // messages
-   size_t pages_ = 0;   // of HTML
+   size_t printed_ = 0;                 // messages
+   size_t pages_ = 0, annotations_ = 0; // of HTML
 };
 
 } // namespace quorva::tool

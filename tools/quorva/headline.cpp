@@ -29,18 +29,21 @@ static std::string fractionText(uint32_t nanoseconds) {
    return digits;
 }
 
-static std::string addressText(const capture::Address& address) {
+std::string addressText(const capture::Address& address) {
    char text[INET6_ADDRSTRLEN];
    if (address.size == 0) return "-";
    const char* done = inet_ntop(address.size == 4 ? AF_INET : AF_INET6, address.octets, text, sizeof text);
    return done == nullptr ? "-" : done;
 }
 
+std::string Headlines::timeOf(const capture::Frame& frame) {
+   return secondText(frame.seconds) + fractionText(frame.nanoseconds) + 'Z';
+}
+
 std::string Headlines::of(const Message& message) {
    if (message.frame == nullptr) return message.origin();
    const capture::Frame& frame = *message.frame;
-   std::string line = "frame " + std::to_string(frame.number) + "  ";
-   line.append(secondText(frame.seconds)).append(fractionText(frame.nanoseconds)) += 'Z';
+   std::string line = "frame " + std::to_string(frame.number) + "  " + timeOf(frame);
    const capture::Finding* finding = message.finding;
    if (finding == nullptr) return line;
    static constexpr const char* kDirections[] = {"-", "uplink", "downlink"};

@@ -19,12 +19,18 @@ public:
    // A message that is of no capture has its origin.
    std::string of(const Message& message);
 
+   // "2021-05-05T20:08:31.293502Z".
+   std::string timeOf(const capture::Frame& frame);
+
 private:
    const std::string& secondText(int64_t seconds);
 
    int64_t seconds_ = 0; // of the last frame
    std::string second_;
 };
+
+// An IP address; "-" for none.
+std::string addressText(const capture::Address& address);
 
 // How the security of a message of a capture stands, and what would open it; empty for one without.
 std::string securityRemark(const Protection& protection);

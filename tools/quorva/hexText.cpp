@@ -39,6 +39,16 @@ std::string digitsOf(std::string_view text, size_t& bad) {
    return digits;
 }
 
+std::string digitsOfOctets(std::span<const uint8_t> octets) {
+   std::string text;
+   text.reserve(2 * octets.size());
+   for (const uint8_t octet : octets) {
+      text += "0123456789abcdef"[octet >> 4];
+      text += "0123456789abcdef"[octet & 15];
+   }
+   return text;
+}
+
 // What a character is worth in hexadecimal text: a digit's value, or one of these.
 constexpr uint8_t kBlank = 16;
 constexpr uint8_t kOther = 17;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ int digitValue(char ch);
 
 // The digits of a hexadecimal text, or at `bad` the first character that does not belong into one.
 std::string digitsOf(std::string_view text, size_t& bad);
+
+// Octets as lower-case digits without blanks.
+std::string digitsOfOctets(std::span<const uint8_t> octets);
 
 // Octets of hexadecimal text; blanks, commas and 0x ahead of digits are passed over. Without a result `fault`
 // tells why.

@@ -3,6 +3,7 @@
 #include "tools/quorva/capture/carriers.h"
 #include "tools/quorva/cdr.h"
 #include "tools/quorva/decode.h"
+#include "tools/quorva/encode.h"
 #include "tools/quorva/session.h"
 #include "tools/quorva/statusName.h"
 
@@ -137,6 +138,71 @@ static void addKey(CLI::App& decode, std::vector<CLI::Option*>& others, const st
    others.push_back(option);
 }
 
+static void addProtocols(CLI::App& command, std::string& type) {
+   CLI::Option_group* protocol = command.add_option_group("Protocol", "at most one; without it as --auto");
+   protocol->require_option(0, 1);
+   protocol->add_flag("--auto")->description("Go by the protocol discriminator of each message");
+   for (const Protocol& each : kProtocols)
+      protocol->add_flag_callback(
+            std::string("--") + each.name, [&type, name = each.type] { type = name; }, each.description);
+   protocol->add_option("--type", type, "A type by its name, see: quorva types")->type_name("NAME");
+}
+
+static void addSecurity(CLI::App& command, SecurityOptions& security) {
+   command.add_flag_callback("--default-mode", [] { Session::mode = 0; })
+         ->description("Go by what the library does by default, where that departs from the standards");
+   Keys& keys = security.keys;
+   CLI::Option* uplink = command.add_flag("--uplink", security.uplink, "The messages come from the terminal");
+   command.add_flag("--downlink")
+         ->description("The messages come from the network (the default)")
+         ->excludes(uplink);
+   std::vector<CLI::Option*> integrityKeys,
+         cipherKeys{command.add_flag("--eea0,--nea0", keys.nullCipher,
+                                     "Ciphered messages are by the null algorithm")};
+   for (uint8_t number = 1; number <= 3; ++number) {
+      addKey(command, integrityKeys, "Verify", "ia", number, keys.integrityKey, keys.integrityAlgorithm);
+      addKey(command, cipherKeys, "Decipher", "ea", number, keys.cipherKey, keys.cipherAlgorithm);
+   }
+   command
+         .add_option_function<uint64_t>(
+               "--count", [&](uint64_t count) { keys.count = static_cast<uint32_t>(count); },
+               "NAS COUNT of the first protected message")
+         ->check(CLI::Range(uint64_t{0}, uint64_t{std::numeric_limits<uint32_t>::max()}))
+         ->type_name("N");
+   command
+         .add_option_function<unsigned>(
+               "--bearer", [&](unsigned bearer) { keys.bearer = static_cast<uint8_t>(bearer); },
+               "BEARER of the security, 0 to 31")
+         ->check(CLI::Range(0, 31))
+         ->type_name("N");
+   command
+         .add_option_function<std::vector<std::string>>(
+               "--keys",
+               [&](const std::vector<std::string>& files) {
+                  std::string fault;
+                  for (const std::string& file : files)
+                     if (!readKeys(file, security.subscribers, fault)) throw std::runtime_error(fault);
+               },
+               "Keys of subscribers, a line each: NAME eia2=KEY eea2=KEY")
+         ->type_name("FILE")
+         ->allow_extra_args(false);
+}
+
+// The one message that is given by an argument: octets, or a file.
+static Message onlyMessage(const std::string& argument) {
+   InputOptions input;
+   input.arguments = {argument};
+   Message only;
+   size_t count = 0;
+   readMessages(input, [&](const Message& message) {
+      if (count++ == 0) only = message;
+   });
+   only.frame = nullptr;
+   only.finding = nullptr;
+   if (count != 1) only = {argument, 0, {}, count == 0 ? "no message" : "more than one message"};
+   return only;
+}
+
 static int run(int argc, char** argv) {
    CLI::App app{"Decodes 3GPP Layer-3 messages and shows the types that it knows."};
    app.name("quorva");
@@ -169,17 +235,7 @@ static int run(int argc, char** argv) {
                "What frames of user link types hold, like 147=eps,148=5gs; without it each goes by its first "
                "octet")
          ->type_name("LINK=PROTOCOL,...");
-   CLI::Option_group* protocol = decode->add_option_group("Protocol", "at most one; without it as --auto");
-   protocol->require_option(0, 1);
-   protocol->add_flag("--auto")->description("Go by the protocol discriminator of each message");
-   for (const Protocol& each : kProtocols)
-      protocol->add_flag_callback(
-            std::string("--") + each.name, [&options, type = each.type] { options.type = type; },
-            each.description);
-   protocol->add_option("--type", options.type, "A type by its name, see: quorva types")->type_name("NAME");
-
-   SecurityOptions& security = options.security;
-   Keys& keys = security.keys;
+   addProtocols(*decode, options.type);
    decode->add_flag("--status", options.status, "Show the status of good messages too");
    CLI::Option* quiet =
          decode->add_flag("--quiet", options.quiet, "Show nothing but the status of each message");
@@ -190,40 +246,50 @@ static int run(int argc, char** argv) {
          ->excludes(summary);
    decode->add_option("--html", options.htmlFile, "Write a page with the bits of the message")
          ->type_name("FILE");
-   decode->add_flag_callback("--default-mode", [] { Session::mode = 0; })
-         ->description("Decode as the library does by default, where that departs from the standards");
+   CLI::Option* json =
+         decode->add_flag("--json", options.json, "Show an object a message, on a line of its own")
+               ->excludes(quiet)
+               ->excludes(summary);
+   decode->add_option("--get", options.paths,
+                      "Show the texts of these fields, a line a message with tabs between them; **.NAME "
+                      "looks at any "
+                      "depth; may be repeated")
+         ->type_name("PATH")
+         ->allow_extra_args(false)
+         ->excludes(quiet)
+         ->excludes(summary)
+         ->excludes(json);
+   decode->add_flag("--annotate", options.annotate, "Show octets with their meaning beside them")
+         ->excludes(quiet)
+         ->excludes(summary)
+         ->excludes(json)
+         ->excludes("--get");
+   decode->add_option("--annotate-html", options.annotationFile,
+                      "Write a page where octets and fields point at each other")
+         ->type_name("FILE");
    decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
-   CLI::Option* uplink = decode->add_flag("--uplink", security.uplink, "The messages come from the terminal");
-   decode->add_flag("--downlink")
-         ->description("The messages come from the network (the default)")
-         ->excludes(uplink);
-   std::vector<CLI::Option*> integrityKeys,
-         cipherKeys{decode->add_flag("--eea0,--nea0", keys.nullCipher,
-                                     "Ciphered messages are by the null algorithm")};
-   for (uint8_t number = 1; number <= 3; ++number) {
-      addKey(*decode, integrityKeys, "Verify", "ia", number, keys.integrityKey, keys.integrityAlgorithm);
-      addKey(*decode, cipherKeys, "Decipher", "ea", number, keys.cipherKey, keys.cipherAlgorithm);
-   }
-   decode->add_option_function<uint64_t>(
-               "--count", [&](uint64_t count) { keys.count = static_cast<uint32_t>(count); },
-               "NAS COUNT of the first protected message")
-         ->check(CLI::Range(uint64_t{0}, uint64_t{std::numeric_limits<uint32_t>::max()}))
-         ->type_name("N");
-   decode->add_option_function<unsigned>(
-               "--bearer", [&](unsigned bearer) { keys.bearer = static_cast<uint8_t>(bearer); },
-               "BEARER of the security, 0 to 31")
-         ->check(CLI::Range(0, 31))
-         ->type_name("N");
-   decode->add_option_function<std::vector<std::string>>(
-               "--keys",
-               [&](const std::vector<std::string>& files) {
-                  std::string fault;
-                  for (const std::string& file : files)
-                     if (!readKeys(file, security.subscribers, fault)) throw std::runtime_error(fault);
-               },
-               "Keys of subscribers, a line each: NAME eia2=KEY eea2=KEY")
-         ->type_name("FILE")
-         ->allow_extra_args(false);
+   addSecurity(*decode, options.security);
+
+   EncodeOptions encoding;
+   CLI::App* encode = app.add_subcommand("encode", "Encode records from JSON, as decode --json writes them");
+   encode->add_option("input", encoding.file, "FILE of JSON values; - or nothing: standard input")
+         ->type_name("FILE|-");
+   addProtocols(*encode, encoding.type);
+   bool hex = false;
+   CLI::Option* asHex =
+         encode->add_flag("--hex", hex, "Write a line of hexadecimal digits a message (the default)");
+   encode->add_flag("--binary", encoding.binary, "Write the octets themselves")->excludes(asHex);
+   addSecurity(*encode, encoding.security);
+
+   DecodeOptions compared;
+   std::string sides[2];
+   CLI::App* diff = app.add_subcommand("diff", "Show in which fields two messages differ");
+   diff->add_option("first", sides[0], "HEX, octets of a message; FILE with one")
+         ->required()
+         ->type_name("HEX|FILE");
+   diff->add_option("second", sides[1], "The other one")->required()->type_name("HEX|FILE");
+   addProtocols(*diff, compared.type);
+   addSecurity(*diff, compared.security);
 
    std::string pattern = "*";
    CLI::App* types = app.add_subcommand("types", "List the types");
@@ -245,6 +311,8 @@ static int run(int argc, char** argv) {
       return app.exit(error) == 0 ? kGood : kUsage;
    }
    if (types->parsed()) return listTypes(pattern);
+   if (encode->parsed()) return encodeFile(encoding) ? kGood : kFailed;
+   if (diff->parsed()) return showDifferences(compared, onlyMessage(sides[0]), onlyMessage(sides[1]));
    if (sample->parsed()) return showSample(name);
    if (cdr->parsed()) return listRecords(cdrFile, cdrOctets) ? kGood : kFailed;
    if (explain->parsed()) return explainType(name);

@@ -1,0 +1,18 @@
+// Octets of messages with their meaning beside them.
+#pragma once
+
+#include "quorva/registry.h"
+
+#include <string>
+
+namespace quorva::tool {
+
+// As text: octets and bits on the left, fields on the right, with the words about them where these begin. The
+// context has a trace of the message, and its buffer.
+std::string annotationText(RtxContext* ctxt, const QuorvaType& type, const void* value);
+
+// As a page that needs nothing else: pointing at a field lights up its bits, and the other way round.
+std::string annotationPage(RtxContext* ctxt, const QuorvaType& type, const void* value,
+                           const std::string& origin);
+
+} // namespace quorva::tool
