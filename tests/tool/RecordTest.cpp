@@ -5,6 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <regex>
+#include <vector>
+
 using namespace quorva_test;
 using testing::AllOf;
 using testing::EndsWith;
@@ -189,6 +193,28 @@ TEST(Record, PageJoinsBitsAndFields) {
    EXPECT_EQ(run("decode --type TS24008IE_AccessPointName --annotate-html " + file + " 05043c62263e").code,
              0);
    EXPECT_THAT(Folder::read(file), HasSubstr("&lt;b&amp;&gt;"));
+}
+
+// In a browser a number behind the page's name lights up its field and its bits, and nothing else.
+TEST(Record, PageWorksInABrowser) {
+   const std::string browser = QUORVA_BROWSER;
+   if (browser.empty()) GTEST_SKIP() << "chromium is not installed";
+   const Folder folder;
+   const std::string file = folder.file("page.html");
+   ASSERT_EQ(run("decode --annotate-html " + file + " " + kReject).code, 0);
+   const Result shown =
+         run("--version > /dev/null; " + browser + " --headless --no-sandbox --disable-gpu --user-data-dir=" +
+             folder.file("profile") + " --dump-dom 'file://" + file + "#3' 2>/dev/null");
+   const std::regex lit("<(p|span) data-n=\"(\\d+)\"[^>]*class=\"(on kept|kept on)\"[^>]*>([^<]*)<");
+   std::vector<std::string> found;
+   for (std::sregex_iterator at(shown.text.begin(), shown.text.end(), lit), end; at != end; ++at)
+      found.push_back((*at)[1].str() + " " + (*at)[2].str() + " " + (*at)[4].str());
+   EXPECT_THAT(found, testing::ElementsAre("span 3 00000011",
+                                           "p 3 data.obj_AttachReject.emmCause (ENUMERATED) = illegalUE"));
+   const std::regex on("class=\"[^\"]*\\bon\\b");
+   EXPECT_EQ(std::distance(std::sregex_iterator(shown.text.begin(), shown.text.end(), on),
+                           std::sregex_iterator()),
+             2);
 }
 
 // The examples find the same names, each in its way.

@@ -140,13 +140,17 @@ for (const id of ["octets", "fields"]) {
   pane.addEventListener("mouseover", e => light(number(e) ?? kept));
   pane.addEventListener("mouseleave", () => light(kept));
   pane.addEventListener("focusin", e => { const n = number(e); if (n !== null) { light(n); show(n, id); } });
-  pane.addEventListener("click", e => {
-    const n = number(e);
-    if (kept !== null) all(kept).forEach(x => x.classList.remove("kept"));
-    kept = n === kept ? null : n;
-    if (kept !== null) { all(kept).forEach(x => x.classList.add("kept")); light(kept); show(kept, id); }
-  });
+  pane.addEventListener("click", e => { const n = number(e); keep(n === kept ? null : n, id); });
 }
+// The number behind the page's name is kept from the start.
+function keep(n, from) {
+  if (kept !== null) all(kept).forEach(e => e.classList.remove("kept"));
+  kept = n;
+  light(n);
+  if (n !== null) { all(n).forEach(e => e.classList.add("kept")); show(n, from); }
+  try { history.replaceState(null, "", n === null ? location.pathname : "#" + n); } catch { }
+}
+if (/^#\d+$/.test(location.hash)) keep(location.hash.slice(1), "octets");
 </script>
 </body>
 </html>
