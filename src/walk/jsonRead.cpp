@@ -116,8 +116,7 @@ private:
       const std::string_view joint = old == 0 || *path == '[' ? std::string_view() : separator;
       if (old + name.size() + joint.size() >= sizeof fault_.path) return status;
       std::memmove(path + name.size() + joint.size(), path, old + 1);
-      std::memcpy(path, name.data(), name.size());
-      std::memcpy(path + name.size(), joint.data(), joint.size());
+      std::copy(joint.begin(), joint.end(), std::copy(name.begin(), name.end(), path));
       return status;
    }
 
