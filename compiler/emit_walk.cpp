@@ -350,7 +350,7 @@ private:
       if (type.pattern || type.structure) flags.push_back("kCsn1");
       // No protocol with codesets has them.
       const bool shifts = std::ranges::any_of(module_.types, [](auto& t) { return t->shifts; });
-      if (codec == "Message" && !shifts) flags.push_back("kSixes");
+      if (codec == "Message" && !shifts && hasSixes()) flags.push_back("kSixes");
       if (type.original != nullptr) {
          if (!type.original->widens) flags.push_back("kStandardForm");
          if (type.cls == Class::LVE && type.original->cls == Class::LV) flags.push_back("kShortLength");
@@ -375,6 +375,15 @@ private:
              ", " + (hasAppendix ? offset("standard.m") : "0") + ", " +
              (hasAppendix ? sizeOf("standard.m") : "0") + ",\n      " +
              functions(type, codec, entries_.count(&type) != 0) + "}";
+   }
+
+   // Has the protocol optional elements with two octets of length?
+   bool hasSixes() const {
+      return std::ranges::any_of(module_.types, [](auto& type) {
+         return std::ranges::any_of(type->fields, [](auto& field) {
+            return field->ieiBits != 0 && scanFormat(*field).name == "TLVE";
+         });
+      });
    }
 
    // The spelling of a type's name in the trace: the decoders of these know it by its C name where the

@@ -295,7 +295,7 @@ void Reader::quirks(Type& type) {
    for (const Item& word : words)
       for (auto& row : table) type.*row.flag |= word.text == row.word;
    // No standard lets a decoder return early.
-   if (type.returns) departs_ = recoded_ = true;
+   if (type.returns && !type.structure) departs_ = recoded_ = true;
    if (standard_) type.returns = false;
    for (const Item& word : words) {
       const bool known =

@@ -635,10 +635,13 @@ private:
       void* array = heap ? nullptr : record_ + row.offset;
       size_t count = 0, capacity = heap ? 0 : row.capacity;
       for (bool more = true; more;) {
-         // The end of the data ends a list of led entries as their bit does.
-         if (timed || preset      ? count >= times
-             : led && !standard() ? ctxt_->bufByteIndex >= ctxt_->bufSize
-                                  : !hasEntry(row))
+         // The end of the data ends a list of led entries as their bit does; in standard mode their
+         // container's.
+         const bool byData = led && ((type_.flags & kCsn1) != 0 || !standard());
+         if (timed || preset ? count >= times
+             : byData        ? ctxt_->bufByteIndex >= ctxt_->bufSize
+             : led           ? !this->more()
+                             : !hasEntry(row))
             break;
          if (toEnd && heap && count == most) return RTX_E_CONSTRAINT;
          if (outside) {

@@ -70,8 +70,7 @@ private:
          const Row& next = module_.rows[i];
          if (next.kind == Kind::Store) break;
          const bool there = hasBit(record_, next.group) && hasBit(record_, next.presence);
-         if (there &&
-             ((type_.flags & kTailStops) == 0 || standard() || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
+         if (there && ((type_.flags & kTailStops) == 0 || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
             L3_TRY(optional(i));
          tried_ = false;
       }

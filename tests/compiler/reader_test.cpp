@@ -280,5 +280,34 @@ TEST(Own, DescriptionsPass) {
    EXPECT_GE(all.model.find("TS24301IE")->types.size(), 114u);
 }
 
+// The form that the standards have, over one record: what it says of each field, and where that lies.
+TEST(Reader, StandardForms) {
+   const Described all({"module M file M\n"
+                        "element X LV [1..7] standard [0..9] { a 8 }\n"
+                        "element Y LV standard LV-E {\n"
+                        " a 8 default\n b 8 [1..3] standard [0..2]\n c 16 standard?\n"
+                        " e? 8 standard\n d LV octets standard? octets(rest) inline 255\n}\n"
+                        "message Z order 12 11 {\n 11 x X\n 12 y Y default\n 12 w X standard\n}\n"});
+   ASSERT_FALSE(all.diagnostics.failed()) << all.diagnostics.render();
+   EXPECT_TRUE(all.type("X")->widens);
+   EXPECT_EQ(all.type("X")->standard->bounds.high, 9u);
+   EXPECT_EQ(all.type("X")->bounds.high, 7u);
+   const Type& y = *all.type("Y");
+   EXPECT_EQ(y.cls, Class::LV);
+   EXPECT_EQ(y.fields.size(), 4u);
+   EXPECT_EQ(y.standard->cls, Class::LVE);
+   EXPECT_TRUE(departs(y));
+   ASSERT_EQ(y.standard->fields.size(), 4u);
+   EXPECT_EQ(y.standard->fields[0]->bounds.high, 2u);
+   EXPECT_TRUE(y.standard->fields[1]->mayMiss);
+   EXPECT_TRUE(y.standard->fields[2]->appended);
+   EXPECT_EQ(y.standard->fields[3]->kind, Kind::Fill);
+   EXPECT_EQ(appendedFields(y).size(), 3u); // c and d by bits that they are absent
+   const Type& z = *all.type("Z")->standard;
+   ASSERT_EQ(z.fields.size(), 2u);
+   EXPECT_EQ(z.fields[0]->name, "w");
+   EXPECT_EQ(z.fields[1]->name, "x");
+}
+
 } // namespace
 } // namespace l3c
