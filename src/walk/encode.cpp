@@ -63,6 +63,8 @@ public:
 
 private:
    int messageFrom(unsigned row) {
+      // Of an earlier message, that failed.
+      if (standard()) rtxCtxtClearFlag(ctxt_, RTX_CTXT_RAW_TAIL);
       if (type_.form == Form::Empty) return done();
       const unsigned first = unsigned{type_.first} + type_.mandatory;
       if (row < type_.mandatory) L3_TRY(block(type_.first + row, first));
