@@ -197,7 +197,7 @@ private:
    // closely.
    unsigned passQuickly(unsigned index, unsigned behind, size_t end) {
       constexpr uint32_t kAside =
-            kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside | kHigh;
+            kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside | kHigh | kPatterns;
       constexpr uint32_t kLed = kByBit | kByBitIfMore;
       constexpr uint32_t kAsksMore = kIfMore | kGuarded | kByBitIfMore;
       const uint8_t* const data = ctxt_->bufData;
