@@ -87,8 +87,8 @@ typedef enum QuorvaDirection { QUORVA_DOWNLINK, QUORVA_UPLINK } QuorvaDirection;
 
 /**
  * The PDU that decodes a Layer-3 message, by its protocol discriminator (TS 24.007, 11.2.3.1.1): that of
- * TS 24.301, TS 24.501, TS 24.008 or the control protocol of TS 24.011. The direction tells apart what
- * discriminators don't; of these protocols it decides none. Null if the octets are none of them.
+ * TS 24.301, TS 24.501, TS 24.008, the control protocol of TS 24.011, or TS 44.018 on the main DCCH, where the
+ * direction decides. Null if the octets are none of them.
  */
 QUORVA_API const QuorvaType* quorvaTypeOf(const uint8_t* octets, size_t count, QuorvaDirection direction);
 
@@ -108,8 +108,8 @@ typedef struct QuorvaItem {
                           them unless they are whole octets, of a text itself, of 16-bit characters
                           UTF-8; else "". */
    uint64_t number;  /**< Of a flag or number; of a choice its selector. */
-   const void* data;       /**< Octets, bits, text or characters; of others the place of the value, which with a
-                                type is one of this type. */
+   const void* data; /**< Octets, bits, text or characters; of others the place of the value, which with a
+                          type is one of this type. */
    size_t count;     /**< Of octets, bits, characters or entries. */
 } QuorvaItem;
 
@@ -122,8 +122,9 @@ typedef struct QuorvaVisitor {
 } QuorvaVisitor;
 
 /**
- * Visits what is there of a value, in the order of its print. Items and their texts stand while the visitor
- * runs. Paths and texts take the context's heap while the visit lasts.
+ * Visits what is there of a value, in the order of its print; a selector that no arm's name tells is a leaf
+ * "t". Items and their texts stand while the visitor runs. Paths and texts take the context's heap while the
+ * visit lasts.
  * @return 0, what the visitor returned, RTX_E_BAD_ARGUMENT for an unknown type, RTX_E_NOMEM.
  */
 QUORVA_API int quorvaVisit(RtxContext* pctxt, const QuorvaType* type, const void* value,

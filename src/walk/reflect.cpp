@@ -108,7 +108,7 @@ public:
    void block(const Module& module, unsigned first, unsigned rows) {
       for (unsigned i = first; i < first + rows; ++i) {
          const Row& row = module.rows[i];
-                  if (isUnnamedChoice(row))
+         if (isUnnamedChoice(row))
             field(module, row, QUORVA_NONE);
          else if (isField(row))
             field(module, row, QUORVA_NONE);
@@ -208,7 +208,25 @@ public:
       cut(label);
       return status;
    }
-   int selector(uint64_t) { return 0; }
+   // As a leaf "t".
+   int selector(uint64_t number) {
+      if (visitor_.leaf == nullptr) return 0;
+      const Label label{"t"};
+      append(label);
+      text_.cut(0);
+      text_.putNumber(number);
+      QuorvaItem item{};
+      item.path = path_.text();
+      item.name = label.name;
+      item.kind = QUORVA_NUMBER;
+      item.doc = "";
+      item.text = text_.text();
+      item.number = number;
+      if (item.text == nullptr || item.path == nullptr) return RTX_E_NOMEM;
+      const int status = visitor_.leaf(visitor_.user, &item);
+      cut(label);
+      return status;
+   }
 
 private:
    void append(const Label& label) {
@@ -313,7 +331,7 @@ const RtxEnumItem* quorvaEnumNames(const QuorvaType* type, size_t* count) {
    return items;
 }
 
-const QuorvaType* quorvaTypeOf(const uint8_t* octets, size_t count, QuorvaDirection) {
+const QuorvaType* quorvaTypeOf(const uint8_t* octets, size_t count, QuorvaDirection direction) {
    if (octets == nullptr || count == 0) return nullptr;
    if (octets[0] == 0x7E || octets[0] == 0x2E) return quorvaFindType("TS24501Msg_PDU");
    switch (octets[0] & 15) {
@@ -324,6 +342,8 @@ const QuorvaType* quorvaTypeOf(const uint8_t* octets, size_t count, QuorvaDirect
    case 8:
    case 10:
    case 11: return quorvaFindType("TS24008Msg_PDU");
+   case 6:
+      return quorvaFindType(direction == QUORVA_UPLINK ? "TS44018Msg_UL_DCCH_PDU" : "TS44018Msg_DL_DCCH_PDU");
    case 9: return quorvaFindType("TS24011Msg_CP_PDU");
    default: return nullptr;
    }

@@ -140,6 +140,9 @@ TEST(Reflect, TellsElementsOfMessagesAndArmsOfChoices) {
    const uint8_t emm[] = {0x07, 0x44, 0x02}, sms[] = {0x09}, none[] = {0x01};
    EXPECT_EQ(quorvaTypeOf(emm, 3, QUORVA_UPLINK), &type("TS24301Msg_PDU"));
    EXPECT_EQ(quorvaTypeOf(sms, 1, QUORVA_DOWNLINK), &type("TS24011Msg_CP_PDU"));
+   const uint8_t radio[] = {0x06, 0x35};
+   EXPECT_EQ(quorvaTypeOf(radio, 2, QUORVA_UPLINK), &type("TS44018Msg_UL_DCCH_PDU"));
+   EXPECT_EQ(quorvaTypeOf(radio, 2, QUORVA_DOWNLINK), &type("TS44018Msg_DL_DCCH_PDU"));
    EXPECT_EQ(quorvaTypeOf(none, 1, QUORVA_DOWNLINK), nullptr);
    EXPECT_EQ(quorvaTypeOf(none, 0, QUORVA_DOWNLINK), nullptr);
 }
@@ -152,15 +155,17 @@ std::vector<std::string> valuesFor(const QuorvaItem& item) {
    case QUORVA_NUMBER:
    case QUORVA_ENUM: return {"0", "1", text};
    case QUORVA_OCTETS: return {std::string(text.size(), '0'), std::string(text.size(), 'f'), text};
-   case QUORVA_BITS:
-      return {text, std::string(text.size() / 2 * 2 == text.size() ? text.size() : 0, 'f'), text};
+   case QUORVA_BITS: {
+      const size_t digits = std::min(text.find('/'), text.size());
+      return {std::string(digits, '0') + text.substr(digits), text, text};
+   }
    case QUORVA_TEXT:
    case QUORVA_UNITS: return {"1", "21", text};
    default: return {""};
    }
 }
 
-// Of each sample each leaf to each of three values: no other one changes, unless the number chooses an arm.
+// Of each sample leaves to each of three values: no other one changes, unless the number chooses an arm.
 TEST(Reflect, SetsOneLeafAlone) {
    size_t tried = 0, choosing = 0;
    for (auto* each : allTypes()) {
@@ -170,7 +175,11 @@ TEST(Reflect, SetsOneLeafAlone) {
       RtxContext* ctxt = &capture.ctxt;
       void* value = each->sample(ctxt);
       Leaves before = leavesOf(ctxt, *each, value);
+      // Of the largest types some leaves stand for their like.
+      size_t number = 0;
+      const size_t step = before.size() / 40 + 1;
       for (const auto& [path, text] : before) {
+         if (number++ % step != 0) continue;
          QuorvaItem item;
          ASSERT_EQ(quorvaGet(ctxt, each, value, path.c_str(), &item), 0) << path;
          EXPECT_EQ(item.text, text) << path;

@@ -187,7 +187,7 @@ TEST(Decode, RefusesWhatIsNoMessage) {
          {"decode ''", 1, "message 1: no octets"},
          {"decode 075", 1, "message 1: odd number of hexadecimal digits (3)"},
          {"decode 07 5", 1, "message 1: odd number of hexadecimal digits (3)"},
-         {"decode 06 01", 1, "no protocol has the discriminator of octet 0x06"},
+         {"decode 0D 01", 1, "no protocol has the discriminator of octet 0x0D"},
          {"decode 7G00", 1, "neither hexadecimal text nor a readable file"},
          {"decode /", 1, "neither hexadecimal text nor a readable file"},
          {"decode " + empty, 1, "no message"},
