@@ -13,21 +13,23 @@ QUORVA_BEGIN_DECLS
 typedef struct QuorvaNote {
    size_t bitOffset; /**< From the first bit of the buffer. */
    size_t bitCount;
-   const char* path; /**< Of the field, as in reflect.h; bits that are none, such as a length or an identifier, have
-                          that of the field around them. */
+   const char* path; /**< Of the field, as in reflect.h; bits that are none, such as a length or an
+                        identifier, have that of the field around them. */
    const char* kind; /**< What the trace calls them: "INTEGER", "length", "ext bit". */
-   const char* text; /**< What they say: the field's text, of a record its JSON; of other bits their number. */
-   const char* doc;  /**< The description's words about the field, or else about the element that it is in, with
-                          the clause; "" without. */
+   const char*
+         text;      /**< What they say: the field's text, of a record its JSON; of other bits their number. */
+   const char* doc; /**< The description's words about the field, or else about the element that it is in,
+                       with the clause; "" without. */
 } QuorvaNote;
 
 typedef int (*QuorvaTakeNote)(void* user, const QuorvaNote* note);
 
 /**
- * Tells of the bits of a message that was decoded with a trace: `bitFields` of the context was a list then, and
- * the buffer is still there.
- * @param take  Is told of each field of the trace in its order; what it gets stands until it returns. A result
- *              other than 0 ends the call.
+ * Tells of the bits of a message that was decoded with a trace: `bitFields` of the context was a list then,
+ * and the buffer is still there. Of a message that was decoded only in part the memory of value and heap was
+ * zeroed ahead of it.
+ * @param take  Is told of each field of the trace in its order; what it gets stands until it returns. A
+ * result other than 0 ends the call.
  * @return 0, what `take` returned, RTX_E_NOT_INIT without a trace or a buffer, RTX_E_BAD_ARGUMENT for a type
  *         that is none of quorvaTypes, RTX_E_NOMEM.
  */

@@ -4,10 +4,10 @@
  * learn only at run time which field they want; the types themselves are in registry.h.
  *
  * A path names a field from the value on: names as prints show them, joined by points, and entries of lists
- * by their number in brackets: "data.obj_AttachAccept.taiList.list[2].typeOfList". What prints in braces has
- * a name in the path too, also a choice and the arm in it; the value itself is "". Two words of the C records
- * may stand where they stand there, "elem" ahead of a bracket and "u" ahead of an arm; "n" behind a list is
- * its count and "t" behind a choice with a selector of its own this selector.
+ * by their number in brackets: "data.obj_AttachAccept.taiList.idents[2].typeOfList". What prints in braces
+ * has a name in the path too, also a choice and the arm in it; the value itself is "". Two words of the C
+ * records may stand where they stand there, "elem" ahead of a bracket and "u" ahead of an arm; "n" behind a
+ * list is its count and "t" behind a choice with a selector of its own this selector.
  *
  * Functions here never look at presence bits of a type that the value doesn't have, take values as decoders
  * and quorvaNew leave them, and record no errors in the context.
@@ -87,8 +87,8 @@ typedef enum QuorvaDirection { QUORVA_DOWNLINK, QUORVA_UPLINK } QuorvaDirection;
 
 /**
  * The PDU that decodes a Layer-3 message, by its protocol discriminator (TS 24.007, 11.2.3.1.1): that of
- * TS 24.301, TS 24.501, TS 24.008, the control protocol of TS 24.011, or TS 44.018 on the main DCCH, where the
- * direction decides. Null if the octets are none of them.
+ * TS 24.301, TS 24.501, TS 24.008, the control protocol of TS 24.011, or TS 44.018 on the main DCCH, where
+ * the direction decides. Null if the octets are none of them.
  */
 QUORVA_API const QuorvaType* quorvaTypeOf(const uint8_t* octets, size_t count, QuorvaDirection direction);
 
