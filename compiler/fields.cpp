@@ -499,6 +499,9 @@ void Reader::behind(Field& field) {
       field.zeros = expectWidth("the number of bits");
    }
    if (acceptWord("init")) field.init = expectNumber("the initial value");
+   // A fixed field has its value from the start, or no record would encode as it is initialised.
+   if (field.kind == Kind::Uint && !field.init && field.bounds.low && field.bounds.low == field.bounds.high)
+      field.init = field.bounds.low;
    if (acceptWord("sample")) field.sample = expectNumber("the value in samples");
    quirks(field);
 }

@@ -3,6 +3,7 @@
 #include "quorva/rtxBits.h"
 #include "quorva/TS44018IE.h"
 #include "quorva/TS44018Misc.h"
+#include "quorva/TS44018Msg.h"
 #include "tests/frame/frameTest.h"
 #include "tests/modules/codecs.h"
 #include "tests/modules/records.h"
@@ -96,6 +97,31 @@ TEST(VgcsCipheringParameters, GoByTheirIndicators) {
           "-16 @1.3 names=VGCS-Ciphering-Parameters.lac-ind level=1"},
    };
    check(NASEnc_TS44018IE_VGCS_Ciphering_Parameters, sound, cases);
+}
+
+// The initialiser gives fixed fields their value, so that nobody has to know of them.
+TEST(FixedFields, AreInitialised) {
+   const std::pair<const char*, const char*> cases[] = {
+         {"TS44018IE_L2_Pseudo_Length", "01"},
+         {"TS44018IE_SI2ter_UTRAN_TDD_Description_struct", "0 @2.1 wrote 400000"},
+         {"TS44018IE_Packet_Uplink_Assignment_component_1_choice_2", "0 @3.1 wrote 01000000"},
+         {"TS44018IE_Frequency_Short_List_2", "-9 @0.4 names=Frequency-Short-List-2.component-3 level=1 "
+                                              "errors=-9 wrote 80"},
+   };
+   for (const auto& [name, state] : cases) {
+      const QuorvaType* type = quorvaFindType(name);
+      ASSERT_NE(type, nullptr) << name;
+      Room record(*type, 0);
+      EXPECT_EQ(encoded([&](RtxContext* ctxt) { return type->encode(ctxt, record.get()); }), state) << name;
+   }
+   TS44018Msg_L2_PSEUDO_LEN_PDU pdu;
+   std::memset(&pdu, 0xA5, sizeof pdu);
+   asn1Init_TS44018Msg_L2_PSEUDO_LEN_PDU(&pdu);
+   EXPECT_EQ(pdu.l2PseudoLen.fixed_bits, 1);
+   TS44018IE_Repeated_UTRAN_FDD_Neighbour_Cells_struct cells;
+   std::memset(&cells, 0xA5, sizeof cells);
+   asn1Init_TS44018IE_Repeated_UTRAN_FDD_Neighbour_Cells_struct(&cells);
+   EXPECT_EQ(cells.component_1, 0);
 }
 
 // The same bits wherever in an octet they begin, both ways, and the cursor right behind them.
