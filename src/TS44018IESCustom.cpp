@@ -201,16 +201,6 @@ unsigned octetsOf(const VgcsCiphering& v) {
    return 3 + (v.lac_ind != 0 ? kAreaOctets : 0) + (v.rand_ind != 0 ? kRandOctets : 0);
 }
 
-int encodeBits(Encoder& e, const char* name, const uint8_t* data, unsigned bits) {
-   const int status = encBitString(e.ctxt(), name, data, bits);
-   return status < 0 ? e.failed(status) : 0;
-}
-
-int decodeBits(Decoder& d, const char* name, uint8_t* data, unsigned bits) {
-   const int status = decBitString(d.ctxt(), name, data, (bits + 7) / 8, bits);
-   return status < 0 ? d.failed(status) : 0;
-}
-
 } // namespace
 
 int NASEnc_TS44018IE_VGCS_Ciphering_Parameters(RtxContext* pctxt,
@@ -226,9 +216,10 @@ int NASEnc_TS44018IE_VGCS_Ciphering_Parameters(RtxContext* pctxt,
       L3_TRY(e.fields(integer<8>("cell-identity", pvalue->cell_identity)));
    }
    if (pvalue->lac_ind != 0)
-      L3_TRY(encodeBits(e, "location-area-identification", pvalue->location_area_identification, kAreaBits));
+      L3_TRY(encBitField(pctxt, "location-area-identification", pvalue->location_area_identification,
+                         kAreaBits));
    if (pvalue->rand_ind != 0) {
-      L3_TRY(encodeBits(e, "vstk_rand", pvalue->vstk_rand, kRandBits));
+      L3_TRY(encBitField(pctxt, "vstk_rand", pvalue->vstk_rand, kRandBits));
       L3_TRY(e.fields(integer<4>("spare2", pvalue->spare2)));
    }
    uint8_t unused;
@@ -257,11 +248,12 @@ int NASDec_TS44018IE_VGCS_Ciphering_Parameters(RtxContext* pctxt,
       L3_TRY(d.fieldsIn(length, integer<8>("cell-identity", pvalue->cell_identity)));
    }
    if (pvalue->lac_ind != 0) {
-      L3_TRY(decodeBits(d, "location-area-identification", pvalue->location_area_identification, kAreaBits));
+      L3_TRY(decBitField(pctxt, "location-area-identification", pvalue->location_area_identification,
+                         kAreaBits));
       L3_TRY(d.within(length));
    }
    if (pvalue->rand_ind != 0) {
-      L3_TRY(decodeBits(d, "vstk_rand", pvalue->vstk_rand, kRandBits));
+      L3_TRY(decBitField(pctxt, "vstk_rand", pvalue->vstk_rand, kRandBits));
       L3_TRY(d.within(length));
       L3_TRY(d.fields(integer<4>("spare2", pvalue->spare2)));
    }

@@ -22,9 +22,11 @@ L3_COLD int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* 
 int mustHold(RtxContext* ctxt, size_t numocts);
 // What was not read is skipped without a word.
 L3_COLD int closeInFull(RtxContext* ctxt, Length length);
-// Fixed strings. Their result is not looked at where something follows, which meets the same end of the data.
+// Fixed octet strings. Their result is not looked at where something follows, which meets the same end of the
+// data.
 L3_COLD int decOctets(RtxContext* ctxt, const char* name, uint8_t* data, size_t numocts);
-L3_COLD int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits);
+// Bits of a fixed number fail as a number does, under their name.
+L3_COLD int decBitField(RtxContext* ctxt, const char* name, uint8_t* data, size_t numbits);
 
 // Octets with an own count of `countOctets`. -16 for a count above `capacity` or outside the bounds, when the
 // octets have been passed; above the capacity none is stored.

@@ -26,6 +26,8 @@ bool putShifted(RtxContext* ctxt, uint64_t value, unsigned nbits);
 int encOctets(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts);
 // -16, under the name, if the value does not fit its record.
 int encBitString(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits, bool fits = true);
+// Bits of a structure, whose failure is recorded under their name.
+int encBitField(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits);
 int encCounted(RtxContext* ctxt, const char* name, unsigned countOctets, const uint8_t* data, size_t numocts,
                size_t capacity);
 // `tail`: sets the flag of the open tail.

@@ -347,18 +347,6 @@ int closeInFull(RtxContext* ctxt, Length length) {
 
 namespace {
 
-// What fails leaves no old memory in a record that decodes for all that.
-int decString(RtxContext* ctxt, const char* name, const char* kind, uint8_t* data, size_t capacity,
-              size_t numbits) {
-   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
-   openTrace(ctxt, kind);
-   const int status = rtxDecBitsToByteArray(ctxt, data, capacity, numbits);
-   if (status < 0) std::memset(data, 0, capacity);
-   closeTrace(ctxt);
-   if (name != nullptr) hot::popElemName(ctxt);
-   return status;
-}
-
 int encString(RtxContext* ctxt, const char* name, const char* kind, const uint8_t* data, size_t numbits,
               bool fits) {
    if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
@@ -373,11 +361,23 @@ int encString(RtxContext* ctxt, const char* name, const char* kind, const uint8_
 } // namespace
 
 int decOctets(RtxContext* ctxt, const char* name, uint8_t* data, size_t numocts) {
-   return decString(ctxt, name, "OCTET STRING", data, numocts, numocts * 8);
+   if (name != nullptr) L3_TRY(hot::pushElemName(ctxt, name));
+   openTrace(ctxt, "OCTET STRING");
+   const int status = rtxDecBitsToByteArray(ctxt, data, numocts, numocts * 8);
+   // What fails leaves no old memory in a record that decodes for all that.
+   if (status < 0) std::memset(data, 0, numocts);
+   closeTrace(ctxt);
+   if (name != nullptr) hot::popElemName(ctxt);
+   return status;
 }
 
-int decBitString(RtxContext* ctxt, const char* name, uint8_t* data, size_t capacity, size_t numbits) {
-   return decString(ctxt, name, "BIT STRING", data, capacity, numbits);
+int decBitField(RtxContext* ctxt, const char* name, uint8_t* data, size_t numbits) {
+   return field(ctxt, name, "BIT STRING",
+                [=] { return rtxDecBitsToByteArray(ctxt, data, (numbits + 7) / 8, numbits); });
+}
+
+int encBitField(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numbits) {
+   return field(ctxt, name, "BIT STRING", [=] { return rtxEncBitsFromByteArray(ctxt, data, numbits); });
 }
 
 int encOctets(RtxContext* ctxt, const char* name, const uint8_t* data, size_t numocts) {

@@ -401,7 +401,7 @@ private:
       const Wire& wire = module_.wires[index];
       const char* name = unnamed || (wire.flags & kUnnamedOnWire) != 0 ? nullptr : module_.texts + wire.name;
       uint8_t* place = record_ + row.offset;
-      if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
+      if (row.kind != Kind::Octets) result_ = 0;
       switch (row.kind) {
       case Kind::Flag: return decFlag(ctxt_, name, place);
       case Kind::Number:
@@ -414,8 +414,7 @@ private:
          return decInteger(ctxt_, name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
       }
       case Kind::Octets: return untested(wire, decOctets(ctxt_, name, place, row.capacity));
-      case Kind::Bits:
-         return untested(wire, decBitString(ctxt_, name, place, (row.capacity + 7) / 8, row.capacity));
+      case Kind::Bits: return decBitField(ctxt_, name, place, row.capacity);
       case Kind::Padding: align(); return 0;
       case Kind::CountedOctets: return countedOctets(index, name);
       case Kind::CountedBits: return countedBits(index, name);
@@ -463,7 +462,7 @@ private:
       }
    }
 
-   // Octets and bits of a fixed number: their status is the codec's own if they come last, and dropped
+   // Octets of a fixed number: their status is the codec's own if they come last, and dropped
    // otherwise, as all codecs of the family do: what follows meets the same end.
    int untested(const Wire& wire, int status) {
       result_ = 0;

@@ -200,14 +200,14 @@ private:
       const Wire& wire = module_.wires[index];
       const char* name = unnamed || (wire.flags & kUnnamedOnWire) != 0 ? nullptr : module_.texts + wire.name;
       uint8_t* place = record_ + row.offset;
-      if (row.kind != Kind::Octets && row.kind != Kind::Bits) result_ = 0;
+      if (row.kind != Kind::Octets) result_ = 0;
       switch (row.kind) {
       case Kind::Flag: return encFlag(ctxt_, name, *place);
       case Kind::Number:
       case Kind::NamedNumber: return integer(index, name, load(place, row.width));
       case Kind::Constant: return integer(index, name, wire.number);
       case Kind::Octets: return untested(wire, encOctets(ctxt_, name, place, row.capacity));
-      case Kind::Bits: return untested(wire, encBitString(ctxt_, name, place, row.capacity));
+      case Kind::Bits: return encBitField(ctxt_, name, place, row.capacity);
       case Kind::Padding: return padding();
       case Kind::CountedOctets: return countedOctets(index, name, record_);
       case Kind::CountedBits: return countedBits(index, name);
@@ -288,9 +288,12 @@ private:
       const Wire& wire = module_.wires[index];
       const bool fits = ((row.flags & kHeap) != 0 || numbits <= row.capacity) &&
                         (wire.argument == 0 || numbits == value(wire.argument));
-      const int status = encBitString(ctxt_, name, contentsOf(row, record_), fits ? numbits : 0, fits);
+      const uint8_t* data = contentsOf(row, record_);
+      const int status = fits && (type_.flags & kCsn1) != 0
+                               ? encBitField(ctxt_, name, data, numbits)
+                               : encBitString(ctxt_, name, data, fits ? numbits : 0, fits);
       if (fits && (wire.flags & kOpensTail) != 0) rtxCtxtSetFlag(ctxt_, RTX_CTXT_RAW_TAIL);
-      return status < 0 && (type_.flags & kCsn1) != 0 && status != RTX_E_CONSTRAINT ? failed(status) : status;
+      return status;
    }
 
    int nested(unsigned index, const char* name, uint8_t* place) {
