@@ -279,7 +279,7 @@ Class classOf(const Field& field) {
    if (field.cls != Class::V) return field.cls;
    if (field.kind == Kind::Counted) return field.bits == 16 ? Class::LVE : Class::LV;
    const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
-   return type ? type->cls : Class::V;
+   return type ? classOnWire(*type) : Class::V;
 }
 
 std::string formatOf(const Field& field) {

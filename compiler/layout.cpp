@@ -124,7 +124,7 @@ ScanFormat scanFormat(const Field& field) {
    Class cls = field.cls;
    if (field.kind == Kind::Named) {
       const Type& own = *field.type.type;
-      cls = own.cls != Class::V ? own.cls : baseType(own).cls;
+      cls = own.cls != Class::V ? own.cls : classOnWire(baseType(own));
       if (cls != Class::LV && cls != Class::LVE) return {"TV", valueOctets(own)};
    }
    return {cls == Class::LVE ? "TLVE" : cls == Class::LV ? "TLV" : "TV"};

@@ -44,6 +44,9 @@ bool endsByItself(const Type& type);
 
 unsigned lengthBits(const Type& type); // of the length field; 0 for class V
 
+// The class of an element: its own, or that of a length with a name of its own ahead of all else.
+Class classOnWire(const Type& type);
+
 // The least and the largest value of an expression, and of a field that is a number; those beyond 32 bits are
 // not told apart.
 struct Range {

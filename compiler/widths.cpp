@@ -107,9 +107,15 @@ Width compute(const Type& type, Known& known) {
    case TypeKind::Alias:
    case TypeKind::OneElement: return type.base.type ? of(*type.base.type, known) : anything();
    case TypeKind::Empty: return {};
+   case TypeKind::List: {
+      if (!type.times || type.times->op != Expr::Op::Number || type.entries != Entries::Rest)
+         return anything();
+      const Width entry = type.base.type ? of(*type.base.type, known) : fixed(type.bits);
+      const uint64_t times = std::min(type.times->number, kMany);
+      return {std::min(entry.low * times, kMany), std::min(entry.high * times, kMany), entry.open};
+   }
    case TypeKind::Digits:
    case TypeKind::Text:
-   case TypeKind::List:
    case TypeKind::Message:
    case TypeKind::Pdu: break;
    }
@@ -197,6 +203,12 @@ bool endsByItself(const Type& type) {
       return std::ranges::all_of(base->fields, [](auto& field) { return endsByItself(*field); });
    default: return false;
    }
+
+Class classOnWire(const Type& type) {
+   if (type.cls != Class::V || type.fields.empty()) return type.cls;
+   const Field& first = *type.fields.front();
+   if (first.kind != Kind::Frame || first.aside || first.inBits || first.optional) return Class::V;
+   return first.bits == 8 ? Class::LV : first.bits == 16 ? Class::LVE : Class::V;
 }
 
 unsigned lengthBits(const Type& type) {
