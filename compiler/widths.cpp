@@ -203,6 +203,7 @@ bool endsByItself(const Type& type) {
       return std::ranges::all_of(base->fields, [](auto& field) { return endsByItself(*field); });
    default: return false;
    }
+}
 
 Class classOnWire(const Type& type) {
    if (type.cls != Class::V || type.fields.empty()) return type.cls;

@@ -175,7 +175,8 @@ const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself) {
    if (!isPlain(ctxt)) return nullptr;
    size_t end = ctxt->bufSize;
-   if (!endsByItself) {
+   // By the standards nothing may reach beyond what is around it.
+   if (!endsByItself || isStandard(ctxt)) {
       if ((ctxt->flags & kInFull) != 0) return nullptr;
       if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
          // What the full form finds behind the end of the buffer is a failure.
@@ -294,10 +295,17 @@ void storeRest(uint8_t* octets, size_t count, uint64_t word) {
    for (size_t i = 1; i < count; ++i) octets[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
-int mustHold(RtxContext* ctxt, size_t numocts) {
-   if (!isStandard(ctxt)) return 0;
+namespace {
+
+bool holds(const RtxContext* ctxt, size_t numocts) {
    const int64_t left = hot::containerRemBits(ctxt);
-   if (left >= 0 && numocts <= static_cast<uint64_t>(left) / 8) return 0;
+   return left >= 0 && numocts <= static_cast<uint64_t>(left) / 8;
+}
+
+} // namespace
+
+int mustHold(RtxContext* ctxt, size_t numocts) {
+   if (!isStandard(ctxt) || holds(ctxt, numocts)) return 0;
    const bool beyondAll = cursorBits(ctxt) + numocts * 8 > ctxt->bufSize * 8;
    return fail(ctxt, beyondAll ? RTX_E_END_OF_DATA : RTX_E_LENGTH_OVERRUN);
 }
@@ -309,7 +317,8 @@ int openInFull(RtxContext* ctxt, const char* name, unsigned bits, void* value, u
    if (isPlain(ctxt) && bits % 8 == 0 && octets <= 2 && hasOctets(ctxt, octets)) {
       const uint8_t* at = ctxt->bufData + ctxt->bufByteIndex;
       const unsigned count = octets == 2 ? unsigned{at[0]} << 8 | at[1] : at[0];
-      if (limits.allow(count)) {
+      const bool held = !push || !isStandard(ctxt) || holds(ctxt, octets + count);
+      if (limits.allow(count) && held) {
          ctxt->bufByteIndex += octets;
          store(value, bytes, count);
          length.end = (ctxt->bufByteIndex + count) * 8;

@@ -292,7 +292,8 @@ private:
          std::memcpy(place, &number, sizeof number);
          return at + type.bits;
       }
-      if ((type.flags & kEndsByItself) == 0 || type.shortDecode == nullptr || at % 8 != 0 || at >= most)
+      if (standard() || (type.flags & kEndsByItself) == 0 || type.shortDecode == nullptr || at % 8 != 0 ||
+          at >= most)
          return 0;
       const uint8_t* behind =
             type.shortDecode(ctxt_->bufData + at / 8, ctxt_->bufData + ctxt_->bufSize, ctxt_, place);

@@ -38,7 +38,7 @@ TEST(Record, DecodesToAnObjectALine) {
                R"("path":"PDU.data.u.obj_AttachReject.emmCause","octet":2}})"
                "\n");
    EXPECT_THAT(
-         run("decode --json --uplink 074403200101").text,
+         run("decode --json --uplink --default-mode 074403200101").text,
          AllOf(HasSubstr("RTX_E_BAD_IEI"), HasSubstr(R"("direction":"uplink")"), HasSubstr(R"("record":)")));
    EXPECT_THAT(run("decode --json --type TS24301IE_EMMCause 0300").text,
                HasSubstr(R"("status":"RTX_OK","leftOver":1)"));
@@ -160,7 +160,7 @@ TEST(Record, DrawsOctetsBesideTheirMeaning) {
     19  10  00010000              data.obj_AuthRequest.authParamAUTN.length = 16  -- Authentication parameter AUTN, TS 24.008, 10.5.3.1.1
     20  4b fb 73 f6 b4 55 80 00   data.obj_AuthRequest.authParamAUTN.autn = 4bfb73f6b4558000b1903ab88a27237f
     28  b1 90 3a b8 8a 27 23 7f
-    36  ff  11111111              -- not decoded
+    36  ff  11111111              data.obj_AuthRequest IEI = 0xff  -- Authentication request, TS 24.301, 8.2.7
 )");
 }
 
