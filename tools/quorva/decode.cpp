@@ -4,6 +4,7 @@
 #include "tools/quorva/failure.h"
 #include "tools/quorva/innerMessage.h"
 #include "tools/quorva/partial.h"
+#include "tools/quorva/radio.h"
 #include "tools/quorva/recordOutput.h"
 #include "tools/quorva/statusName.h"
 
@@ -102,12 +103,15 @@ void Decoding::showHead(const Given& given, Octets octets, int status) {
 
 // Most messages decode well. Of others, no result: which element failed only the trace tells.
 std::optional<bool> Decoding::decodeQuickly(const Given& given) {
-   if (!session_) session_.emplace(stdout);
-   RtxContext* ctxt = session_->ctxt();
+   // Text that lines are put into is collected.
+   const bool collects = isRadio(given.type);
+   std::optional<Session>& session = collects ? collecting_ : session_;
+   if (!session) session.emplace(collects ? nullptr : stdout);
+   RtxContext* ctxt = session->ctxt();
    int status = Security::prepare(ctxt, given.protection);
    if (status < 0) {
       complain(given.message, "no security state: " + statusName(status));
-      session_.reset();
+      session.reset();
       return false;
    }
    Value value(given.type);
@@ -116,7 +120,7 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    rtxCtxtSetBufPtr(ctxt, copy_.data(), copy_.size());
    status = statusOf(ctxt, given.type.decode(ctxt, value.get()), given.protection.macChecked());
    if (status < 0) {
-      session_.reset();
+      session.reset();
       if (!options_.quiet || options_.lines() || given.protection.mayBeNull) return std::nullopt;
       showStatus(status);
       return false;
@@ -124,9 +128,10 @@ std::optional<bool> Decoding::decodeQuickly(const Given& given) {
    showHead(given, copy_, status);
    if (options_.lines()) showLine(given, copy_, ctxt, value.get(), status, {});
    if (showsText()) given.type.print(ctxt, printName(given.type).c_str(), value.get());
-   showEnd(ctxt, copy_.size());
+   if (showsText() && collects) show(withChannels(session->takeText()));
+   showEnd(given.type, ctxt, copy_.size());
    const InnerMessage inner = options_.openRP ? innerMessage(given.type, value.get()) : InnerMessage();
-   session_->forget();
+   session->forget();
    return inner.type == nullptr || decodeInner(given, inner);
 }
 
@@ -202,9 +207,11 @@ bool Decoding::decodeTraced(const Given& given) {
    } else if (showsText()) {
       if (!good) show(failureText(ctxt, status, stop, macChecked));
       given.type.print(ctxt, printName(given.type).c_str(), value.get());
-      show(stop.early ? textUpTo(session.takeText(), stop.path) : session.takeText());
+      std::string text = session.takeText();
+      if (stop.early) text = textUpTo(text, stop.path);
+      show(isRadio(given.type) ? withChannels(text) : text);
    }
-   if (good) showEnd(ctxt, octets.size());
+   if (good) showEnd(given.type, ctxt, octets.size());
    if (options_.trace) {
       rtxDiagBitTracePrint(ctxt->bitFields, "");
       show("\n" + session.takeText());
@@ -219,10 +226,11 @@ bool Decoding::decodeTraced(const Given& given) {
 }
 
 // What stands behind the text of a good message.
-void Decoding::showEnd(const RtxContext* ctxt, size_t size) {
+void Decoding::showEnd(const QuorvaType& type, const RtxContext* ctxt, size_t size) {
    if (options_.lines()) return;
    if (options_.quiet || (options_.status && showsText())) show(goodStatus);
-   if (ctxt->bufByteIndex < size && showsText())
+   if (ctxt->bufByteIndex < size && showsText() &&
+       !(isRadio(type) && isPadding({ctxt->bufData + ctxt->bufByteIndex, size - ctxt->bufByteIndex})))
       show("left over: " + std::to_string(size - ctxt->bufByteIndex) + " of " + std::to_string(size) +
            " octets\n");
 }
@@ -258,40 +266,35 @@ bool Decoding::writeAnnotation(const Given& given, RtxContext* ctxt, const void*
    return false;
 }
 
+Direction Decoding::directionOf(const Message& message) const {
+   const capture::Finding* finding = message.finding;
+   if (finding != nullptr && finding->direction != Direction::unknown) return finding->direction;
+   return options_.security.uplink ? Direction::uplink : Direction::downlink;
+}
+
 // The type to decode a message as; null, with a word about it, if there is none.
 const QuorvaType* Decoding::typeOf(const Message& message) {
    const char* found = message.finding == nullptr ? nullptr : message.finding->type;
-   const QuorvaType* pdu = quorvaTypeOf(message.octets.data(), message.octets.size(),
-                                        options_.security.uplink ? QUORVA_UPLINK : QUORVA_DOWNLINK);
-   const char* name = !options_.type.empty() ? options_.type.c_str()
-                      : found != nullptr     ? found
-                      : pdu != nullptr       ? pdu->name
-                                             : nullptr;
+   const char* name = !options_.type.empty() ? options_.type.c_str() : found;
+   if (name == nullptr) name = radioPduOf(message.octets, directionOf(message), names_);
+   if (name == nullptr) {
+      const QuorvaType* pdu = quorvaTypeOf(message.octets.data(), message.octets.size(), QUORVA_DOWNLINK);
+      if (pdu != nullptr) name = pdu->name;
+   }
+   if (name != nullptr && isRadioChannel(name))
+      name = pduOnChannel(name, message.octets, directionOf(message));
    if (name == nullptr) {
       complain(message, "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
       return nullptr;
    }
    if (type_ != nullptr && isType(*type_, name)) return type_;
    const QuorvaType* type = quorvaFindType(name);
-   if (type == nullptr && name == found) {
-      showUndecoded(message, std::string(name) + ": no module of the library decodes it");
-      return nullptr;
-   }
    if (type == nullptr || type->decode == nullptr || type->print == nullptr) {
       complain(message, std::string(name) + (type == nullptr ? " is no type; see: quorva types"
                                                              : " has no decoder and printer"));
       return nullptr;
    }
    return type_ = type;
-}
-
-// A message that has nothing to show but where it is.
-void Decoding::showUndecoded(const Message& message, const std::string& why) {
-   if (options_.json) return show(jsonLine(message, why));
-   if (options_.lines()) return complain(message, why);
-   if (options_.quiet) return showStatus(RTX_E_UNSUPPORTED);
-   if (!options_.summary && printed_++ > 0) show("\n");
-   show(headlines_.of(message) + (options_.summary ? "  " : "\n   ") + why + "\n");
 }
 
 bool Decoding::decode(const Message& message) {

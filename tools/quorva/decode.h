@@ -13,7 +13,7 @@
 namespace quorva::tool {
 
 struct DecodeOptions {
-   std::string type; // name of the type to decode; empty: by each message's discriminator
+   std::string type; // name of the type to decode, or of a radio channel; empty: by each discriminator
    SecurityOptions security;
    bool status = false;            // show the status of good messages too
    bool quiet = false;             // show statuses only
@@ -46,12 +46,12 @@ private:
    bool opens(const Given& given);
    bool decodeInner(const Given& given, const struct InnerMessage& inner);
    void showHead(const Given& given, Octets octets, int status);
-   void showEnd(const RtxContext* ctxt, size_t size);
-   void showUndecoded(const Message& message, const std::string& why);
+   void showEnd(const QuorvaType& type, const RtxContext* ctxt, size_t size);
    bool showsText() const { return !options_.quiet && !options_.summary && !options_.lines(); }
    void showLine(const Given& given, Octets octets, RtxContext* ctxt, const void* value, int status,
                  const struct Stop& stop);
    std::string nameOf(const Given& given, Octets octets);
+   Direction directionOf(const Message& message) const;
    const QuorvaType* typeOf(const Message& message);
    bool writePage(const Given& given, RtxContext* ctxt);
    bool writeAnnotation(const Given& given, RtxContext* ctxt, const void* value);
@@ -61,8 +61,9 @@ private:
    Security security_;
    MessageNames names_;
    Headlines headlines_;
-   std::optional<Session> session_;   // of messages that decode well
-   const QuorvaType* type_ = nullptr; // of the last message
+   std::optional<Session> session_;    // of messages that decode well
+   std::optional<Session> collecting_; // the same of those whose text is collected
+   const QuorvaType* type_ = nullptr;  // of the last message
    std::vector<uint8_t> copy_;
    size_t printed_ = 0;                 // messages
    size_t pages_ = 0, annotations_ = 0; // of HTML

@@ -80,19 +80,26 @@ std::string securityRemark(const Protection& protection) {
           (protection.cipher ? "" : ", by --" + letter + "ea0 if with the null algorithm");
 }
 
-// Where the message type stands, and which of its bits count.
+// Where the message type stands, which of its bits count, and the discriminator ahead of it.
 struct TypePlace {
    size_t at;
-   uint8_t mask = 0xFF;
+   unsigned discriminator;
+   unsigned mask = 0xFF;
+   unsigned shift = 0; // of the bits
 };
 
-static TypePlace typePlaceOf(const QuorvaType& type, uint8_t first) {
+static TypePlace typePlaceOf(const QuorvaType& type, Octets octets) {
    const std::string_view name = type.name;
-   if (name == "TS24501Msg_PDU") return {first == 0x2E ? size_t{3} : size_t{2}};
-   if (name == "TS24301Msg_PDU") return {(first & 15) == 2 ? size_t{2} : size_t{1}};
+   const unsigned first = octets[0];
+   const unsigned half = first & 15;
+   if (name == "TS24501Msg_PDU") return {first == 0x2E ? size_t{3} : size_t{2}, first};
+   if (name == "TS24301Msg_PDU") return {half == 2 ? size_t{2} : size_t{1}, half};
+   // Of radio resources, TS 44.018, 10.1: behind a pseudo length, or in an octet.
+   if (name == "TS44018Msg_L2_PSEUDO_LEN_PDU") return {2, octets.size() > 1 ? octets[1] & 15u : 0};
+   if (name == "TS44018Msg_RR_Short_PD_PDU") return {0, first >> 7, 31, 2};
    // Of mobility and call control two bits are a sequence number, TS 24.007, 11.2.3.2.
-   const bool numbered = (first & 15) == 3 || (first & 15) == 5 || (first & 15) == 11;
-   return {1, static_cast<uint8_t>(numbered ? 0x3F : 0xFF)};
+   const bool numbered = half == 3 || half == 5 || half == 11;
+   return {1, half, numbered ? 0x3Fu : 0xFFu};
 }
 
 std::string MessageNames::nameOf(const QuorvaType& type, Octets octets) {
@@ -118,10 +125,10 @@ const std::string* MessageNames::find(const QuorvaType& type, Octets octets) {
    const uint8_t first = octets[0];
    const bool shortForm =
          type.name == std::string_view("TS24301Msg_PDU") && first >= 0xC0 && (first & 15) == 7;
-   const TypePlace place = typePlaceOf(type, first);
+   const TypePlace place = typePlaceOf(type, octets);
    if (place.at >= octets.size()) return nullptr;
-   const uint32_t discriminator = std::string_view(type.name) == "TS24501Msg_PDU" ? first : first & 15;
-   const auto found = names.find(discriminator << 8 | (shortForm ? 0u : octets[place.at] & place.mask));
+   const unsigned number = octets[place.at] >> place.shift & place.mask;
+   const auto found = names.find(place.discriminator << 8 | (shortForm ? 0u : number));
    return found == names.end() ? nullptr : &found->second;
 }
 

@@ -4,6 +4,7 @@
 #include "tools/quorva/cdr.h"
 #include "tools/quorva/decode.h"
 #include "tools/quorva/encode.h"
+#include "tools/quorva/radio.h"
 #include "tools/quorva/session.h"
 #include "tools/quorva/statusName.h"
 
@@ -72,7 +73,8 @@ static int showSample(const std::string& name) {
       }
    }
    type->print(ctxt, printName(*type).c_str(), value);
-   std::fputs(session.takeText().c_str(), stdout);
+   const std::string text = session.takeText();
+   std::fputs((isRadio(*type) ? withChannels(text) : text).c_str(), stdout);
    return status < 0 ? kFailed : kGood;
 }
 
@@ -85,14 +87,23 @@ static int explainType(const std::string& name) {
 
 struct Protocol {
    const char* name;
-   const char* type;
+   const char* type; // or the radio channel
    const char* description;
 };
 
 static constexpr Protocol kProtocols[] = {{"eps", "TS24301Msg_PDU", "EPS NAS, TS 24.301"},
                                           {"5gs", "TS24501Msg_PDU", "5GS NAS, TS 24.501"},
                                           {"24008", "TS24008Msg_PDU", "MM, CC, GMM and SM, TS 24.008"},
-                                          {"sms", "TS24011Msg_CP_PDU", "SMS control protocol, TS 24.011"}};
+                                          {"sms", "TS24011Msg_CP_PDU", "SMS control protocol, TS 24.011"},
+                                          {"bcch", "bcch", "System information of GSM, TS 44.018"},
+                                          {"ccch", "ccch", "Paging and assignments of GSM, TS 44.018"},
+                                          {"dcch", "dcch", "Dedicated channels of GSM: TS 44.018 and other"},
+                                          {"sacch", "sacch", "Slow associated channels of GSM, TS 44.018"}};
+
+// A type by its name, or a radio channel.
+static bool isKnown(const std::string& name) {
+   return isRadioChannel(name) || quorvaFindType(name.c_str()) != nullptr;
+}
 
 // "147=eps,148=5gs": link types with what their frames hold, a protocol or a type.
 static std::map<int, std::string> linksFrom(const std::string& text) {
@@ -107,8 +118,8 @@ static std::map<int, std::string> linksFrom(const std::string& text) {
       const auto* protocol = std::find_if(std::begin(kProtocols), std::end(kProtocols),
                                           [&](const Protocol& each) { return each.name == name; });
       links[link] = protocol != std::end(kProtocols) ? protocol->type : name;
-      if (quorvaFindType(links[link].c_str()) == nullptr)
-         throw CLI::ValidationError("--link", "'" + name + "' is none of eps, 5gs, 24008, sms, and no type");
+      if (!isKnown(links[link]))
+         throw CLI::ValidationError("--link", "'" + name + "' is no protocol that decode has, and no type");
    }
    return links;
 }
@@ -316,7 +327,8 @@ static int run(int argc, char** argv) {
    if (sample->parsed()) return showSample(name);
    if (cdr->parsed()) return listRecords(cdrFile, cdrOctets) ? kGood : kFailed;
    if (explain->parsed()) return explainType(name);
-   if (!options.type.empty() && knownType(options.type) == nullptr) return kFailed;
+   if (!options.type.empty() && !isRadioChannel(options.type) && knownType(options.type) == nullptr)
+      return kFailed;
    // To a file or a pipe in big pieces.
    if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, nullptr, _IOFBF, size_t{1} << 16);
    Decoding decoding(options);

@@ -28,14 +28,16 @@ constexpr Channel kChannels[] = {
 };
 constexpr unsigned kSlow = 0x80; // the slow associated channel (SACCH) of a channel
 
-// Types of radio resource messages, TS 44.018: with a pseudo length, then those of dedicated channels by
-// direction. While no module of the library has them, they are found and named only.
+// Types of radio resource messages, TS 44.018: with a pseudo length, those of dedicated channels by
+// direction, those in a frame with a short header.
 constexpr const char* kWithPseudoLength = "TS44018Msg_L2_PSEUDO_LEN_PDU";
 constexpr const char* kDownlinkDedicated = "TS44018Msg_DL_DCCH_PDU";
 constexpr const char* kUplinkDedicated = "TS44018Msg_UL_DCCH_PDU";
 constexpr const char* kUplinkSlow = "TS44018Msg_UL_SACCH_PDU";
+constexpr const char* kShort = "TS44018Msg_RR_Short_PD_PDU";
 
 constexpr unsigned kRadioResource = 6; // protocol discriminator
+constexpr unsigned kShortTypes = 14;   // message types behind a short header
 constexpr size_t kMostOpen = 4096;     // channels that are within a message
 
 } // namespace
@@ -50,10 +52,23 @@ void Walk::dedicated(Octets message, bool slow, const char* carrier) {
    found(message, type, carrier);
 }
 
+// A block of the broadcast and common channels. Fill frames of the data link have no message.
+void Walk::pseudoLength(Octets block, const char* carrier) {
+   if (block.size() > 1 && (block[1] & 15) == kRadioResource) found(block, kWithPseudoLength, carrier);
+}
+
 // Takes the message out of a frame of the data link, TS 44.006. `place` tells its channel from all others.
 void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    Reader reader(frame);
    if (slow) reader.skip(2); // of the physical layer
+   // A short header in place of address and control, format Bter. Type 0, system information, is of one
+   // channel: elsewhere it is a block of zeros.
+   if (const Octets rest = reader.rest(); !rest.empty() && (rest[0] & 0x83) == 0) {
+      const unsigned type = rest[0] >> 2;
+      if (type < kShortTypes && (type > 0 || (slow && direction == Direction::downlink)))
+         found(rest, kShort, carrier);
+      return;
+   }
    const unsigned address = reader.number(1);
    const unsigned control = reader.number(1);
    const unsigned length = reader.number(1);
@@ -61,7 +76,8 @@ void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    const bool establishes = (control & 0xEF) == 0x2F; // SABM
    if (!reader.good() || (address & 0x61) != 1 || (length & 1) == 0) return;
    if (!numbered && !establishes && (control & 0xEF) != 0x03) return;
-   // System information on the slow channel counts the length octet in, as its pseudo length.
+   // System information on the slow channel has the length octet as its pseudo length, and rest octets behind
+   // what that counts.
    const Octets withLength = frame.subspan(frame.size() - reader.left() - 1);
    const Octets message = reader.take(std::min<size_t>(length >> 2, reader.left()));
    if (message.empty()) return;
@@ -70,8 +86,9 @@ void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    if (more && state_.openSegments_.size() < kMostOpen) state_.openSegments_.insert(place);
    if (goesOn || more) return fault(carrier, "LAPDm segment: segments are not put together");
    if (message.size() < length >> 2) return fault(carrier, "cut short when it was captured");
-   if (!numbered && !establishes && direction == Direction::downlink && (message[0] & 15) == kRadioResource)
-      return found(withLength.first(message.size() + 1), kWithPseudoLength, carrier);
+   if (slow && !numbered && !establishes && direction == Direction::downlink &&
+       (message[0] & 15) == kRadioResource)
+      return found(withLength, kWithPseudoLength, carrier);
    dedicated(message, slow, carrier);
 }
 
@@ -95,7 +112,7 @@ void Walk::gsmtap(Octets packet) {
    const bool slow = (channelNumber & kSlow) != 0;
    for (const Channel& each : kChannels) {
       if (each.number != (channelNumber & ~kSlow)) continue;
-      if (each.framing == Framing::pseudoLength) return found(content, kWithPseudoLength, each.carrier);
+      if (each.framing == Framing::pseudoLength) return pseudoLength(content, each.carrier);
       // SAPI is the last part.
       const uint64_t place = uint64_t{arfcn} << 32 | slot << 24 | subSlot << 16 | channelNumber << 8 |
                              (content.size() > 2 ? content[slow ? 2 : 0] & 0x1Cu : 0u);
