@@ -110,6 +110,17 @@ TEST(Decode, GoesByTheDiscriminator) {
          {"08 15 01", "--24008", "obj_GMMIdentityRequest {"},
          {"0A 55 1A", "--24008", "obj_SMStatus"},
          {"0B 3B 1C 00", "--24008", "status: RTX_E_BAD_CHOICE (-9)\n"}, // no message of its own
+         {"25 06 21 20 05 F4 01 5C FF 9B 8B 2B 2B 2B 2B", "--ccch", "obj_PagingRequestType1 {"},
+         {"01 06 07 00 E0", "--bcch", "obj_SystemInformationType2quater {"},
+         {"06 0D 00", "--dcch", "obj_ChannelRelease {"},
+         {"06 32", "--dcch --uplink", "obj_CipheringModeComplete {"}, // no message downlink
+         {"04 00 01 02 03 04 00", "--dcch", "obj_GprsInformation {"},
+         {"04 80", "--dcch", "obj_notification_facch {"},
+         {"49 06 05 8F E8 00 00 00 00 00 00 00 00 00 00 00 00 00 00", "--sacch",
+          "obj_SystemInformationType5bis {"},
+         {"06 15 2A EA 70 00 00 00 00 00 00 00 00 00 00 00 00 00", "--sacch --uplink",
+          "obj_MeasurementReport {"},
+         {"10 08 00 00", "--sacch --uplink", "obj_enhanced_measurement_report {"},
    };
    for (const auto& each : cases) {
       SCOPED_TRACE(each.octets);
@@ -117,6 +128,53 @@ TEST(Decode, GoesByTheDiscriminator) {
       EXPECT_THAT(result.text, HasSubstr(each.line));
       EXPECT_EQ(run(std::string("decode ") + each.option + " " + each.octets).text, result.text);
    }
+}
+
+TEST(Decode, AChannelDecidesWhatOctetsLeaveOpen) {
+   const struct {
+      const char* arguments;
+      const char* line;
+   } cases[] = {
+         {"08 15 01", "obj_GMMIdentityRequest"},
+         {"--dcch 08 15 01", "obj_uplink_free {"},
+         {"06 36 C0 00 00 01", "obj_ServiceInformation {"}, // there is no such message downlink
+         {"--sacch --uplink 06 36 00 2B", "obj_ExtendedMeasurementReport {"},
+         {"06 16 03 53 59 A6", "obj_MbmsAnnouncement"},
+         {"--uplink 06 16 03 53 59 A6", "obj_ClassmarkChange"},
+         {"--dcch 05 18 01", "obj_IdentityRequest {"}, // other protocols on the same channels
+         {"--sacch 09 04", "obj_CP_ACK"},
+         {"--dcch --downlink 06 32", "RTX_E_BAD_CHOICE (-9)"},
+         {"--bcch 06 1B", "at: L2_PSEUDO_LEN_PDU.l2PseudoLen.fixed-bits"},
+   };
+   for (const auto& each : cases)
+      EXPECT_THAT(run(std::string("decode ") + each.arguments).text, HasSubstr(each.line)) << each.arguments;
+   const Folder folder;
+   const std::string file = folder.write("x", capture(150, {bytes("0815")}));
+   EXPECT_THAT(run("decode --summary --link 150=dcch " + file).text, HasSubstr("USER3  uplink_free"));
+}
+
+// Numbers in rising order behind the bits of each format; nothing behind bits that are none of it.
+TEST(Decode, ShowsListsOfChannels) {
+   const struct {
+      const char* list;
+      const char* line;
+   } cases[] = {
+         {"10 00 00 00 00 00 00 00 00 00 00 00 00 00 00 08 01",
+          "\n            0001xxxx\n         }\n         # channels 1, 12\n"},
+         {"02 84 01", "range_1024 = { 11, 80 001xxxxx }\n            # channels 0, 1\n"},
+         {"01 80", "000xxxxx }\n            # channels none\n"},
+         {"04 88 80 81 00", "xxx }\n            # channels 257, 261\n"},
+         {"04 8A 80 81 00", "xxx }\n            # channels 257, 259\n"},
+         {"04 8C 80 81 00", "xxx }\n            # channels 257, 258\n"},
+         {"04 8F 7C 12 34", "xxx }\n            # channels 760, 763, 766, 770, 771, 773\n"},
+         {"02 8A 7C", "range_256 = { 9, 3e 0xxxxxxx }\n         }\n"}, // half of a first channel
+   };
+   for (const auto& each : cases)
+      EXPECT_THAT(run(std::string("decode --type TS44018IE_Frequency_List ") + each.list).text,
+                  HasSubstr(each.line));
+   // Behind a failure as well, as far as the message is there.
+   EXPECT_THAT(run("decode 55 06 19 8F B3 80 00 00 00 00 00 00 00 00 00 00 00 00 00 79").text,
+               HasSubstr("                  }\n                  # channels 871\n"));
 }
 
 TEST(Decode, GoesOnBehindAFailure) {

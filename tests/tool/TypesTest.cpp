@@ -32,7 +32,8 @@ TEST(Types, ListsAllAndByPattern) {
 TEST(Types, ASampleDecodesToItsOwnText) {
    for (const std::string type :
         {"TS24301IE_UENetworkCapability", "TS24501IE_NSSAI", "TS24301Msg_AttachReject", "TS24007L3_Header",
-         "TS24008IE_BearerCapability"}) {
+         "TS24008IE_BearerCapability", "TS44018IE_Neighbour_Cell_Description", "TS44018IE_SI13_Rest_Octets",
+         "TS44018Msg_L2_PSEUDO_LEN_PDU"}) {
       SCOPED_TRACE(type);
       const Result sample = run("sample " + type);
       ASSERT_EQ(sample.code, 0) << sample.text;
