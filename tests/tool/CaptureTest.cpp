@@ -290,12 +290,12 @@ TEST(Capture, ReportsWhatItCanNotRead) {
          {ethernet(ipv4(17, tap)).substr(0, 60), "cut short when it was captured: 26 of 27 octets"},
          {ethernet(ipv4(132, sctp(18, pdu.substr(0, 9)))), "S1AP: its elements don't end within the PDU"},
          {ethernet(ipv4(132, sctp(18, bytes("2000") + pdu.substr(2)))), nullptr}, // an answer
-         {um(8, false, "03020f0518012b2b"), "LAPDm segment: segments are not put together"},
-         {um(8, false, "0302090519012b2b"), "LAPDm segment"}, // the rest of it
-         {um(2, false, "0303012b2b"), nullptr},               // a fill frame
-         {um(0x88, true, "000000000000"), nullptr},           // a block of zeros
-         {um(8, false, "0361010627"), nullptr},               // an acknowledgement without a message
-         {um(3, true, "00"), nullptr},                        // a random access burst
+         {um(8, false, "03020f0518012b2b"), nullptr}, // a segment, the next but one to it
+         {um(8, false, "0306090519012b2b"), "LAPDm segment: one ahead of it is missing"},
+         {um(2, false, "0303012b2b"), nullptr},     // a fill frame
+         {um(0x88, true, "000000000000"), nullptr}, // a block of zeros
+         {um(8, false, "0361010627"), nullptr},     // an acknowledgement without a message
+         {um(3, true, "00"), nullptr},              // a random access burst
    };
    std::vector<Bytes> frames;
    for (const auto& each : cases) frames.push_back(each.frame);
@@ -631,6 +631,35 @@ TEST(Capture, RefusesWrongKeys) {
       EXPECT_EQ(result.code, 1);
       EXPECT_THAT(result.text, HasSubstr(each.line));
    }
+}
+
+// Segments of LAPDm, with frames of another direction and SAPI between them, and one that comes again.
+TEST(Capture, PutsSegmentsTogether) {
+   const Folder folder;
+   const std::vector<Bytes> frames = {
+         um(8, true, "013f01"),
+         um(8, true, "01002b0616035359a6200b60142b2b"),
+         um(8, false, "03000d060d002b2b"),
+         um(8, true, "01002b0616035359a6200b60142b2b"),
+         um(8, true, "0d00090904"),
+         um(8, true, "01222504ef6503b8878d21002b"), // its number is 1
+         um(8, true, "01222504ef6503b8878d21002b"),
+         um(8, true, "0124090632"),
+         um(8, true, "01260f063200"), // a new terminal's link begins within a message
+         um(8, true, "013f01"),
+         um(8, true, "01000d062900"),
+   };
+   const Result result = run("decode --summary " + folder.write("x", capture(1, frames)));
+   std::string names;
+   for (const std::string& line : linesOf(result.text))
+      names += line.substr(6, line.find(' ', 6) - 6) + line.substr(line.rfind(' ')) + "\n";
+   EXPECT_EQ(
+         names,
+         "3 ChannelRelease\n5 CP_ACK\n6 ClassmarkChange\n8 CipheringModeComplete\n11 AssignmentComplete\n");
+   EXPECT_EQ(result.code, 0);
+   const std::string message = "0616035359a6200b601404ef6503b8878d2100";
+   EXPECT_THAT(run("decode --frames 6 " + folder.file("x")).text,
+               EndsWith("\n" + run("decode --uplink " + message).text));
 }
 
 // A cell with a call: what it broadcasts, and lists of channels beside their octets.

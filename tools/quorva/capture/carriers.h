@@ -3,7 +3,8 @@
 
 #include "tools/quorva/capture/finding.h"
 
-#include <set>
+#include <map>
+#include <vector>
 
 namespace quorva::capture {
 
@@ -20,7 +21,14 @@ public:
 
 private:
    friend class Walk;
-   std::set<uint64_t> openSegments_; // LAPDm: channels that are within a message
+
+   // A message of LAPDm in segments.
+   struct Segments {
+      std::vector<uint8_t> octets; // so far
+      unsigned number = 0;         // N(S) of the last segment
+      bool ended = false;          // and with it the message: the segment may come again
+   };
+   std::map<uint64_t, Segments> segments_; // of a channel
 };
 
 // A link type of the tester's own, 147 to 162, USER0 to USER15: bare messages.

@@ -39,6 +39,7 @@ constexpr const char* kShort = "TS44018Msg_RR_Short_PD_PDU";
 constexpr unsigned kRadioResource = 6; // protocol discriminator
 constexpr unsigned kShortTypes = 14;   // message types behind a short header
 constexpr size_t kMostOpen = 4096;     // channels that are within a message
+constexpr size_t kMostOctets = 251;    // of a message, TS 44.006, 5.8.5
 
 } // namespace
 
@@ -55,6 +56,45 @@ void Walk::dedicated(Octets message, bool slow, const char* carrier) {
 // A block of the broadcast and common channels. Fill frames of the data link have no message.
 void Walk::pseudoLength(Octets block, const char* carrier) {
    if (block.size() > 1 && (block[1] & 15) == kRadioResource) found(block, kWithPseudoLength, carrier);
+}
+
+// Puts the contents of information frames together, TS 44.006, 5.8.5: true if a message is complete, which
+// the octets are then. Frames that come again are passed over.
+bool Walk::segment(uint64_t place, unsigned control, bool more, Octets& octets, const char* carrier) {
+   const unsigned number = control >> 1 & 7; // N(S)
+   auto open = state_.segments_.find(place);
+   if (open != state_.segments_.end()) {
+      const Carriers::Segments& last = open->second;
+      const bool same = number == last.number;
+      if (same && last.octets.size() >= octets.size() &&
+          std::equal(octets.rbegin(), octets.rend(), last.octets.rbegin()))
+         return false;
+      if (same || last.ended) {
+         state_.segments_.erase(open);
+         open = state_.segments_.end();
+      }
+   }
+   if (open == state_.segments_.end()) {
+      if (!more) return true;
+      if (state_.segments_.size() >= kMostOpen) state_.segments_.erase(state_.segments_.begin());
+      open = state_.segments_.emplace(place, Carriers::Segments()).first;
+   } else if (number != ((open->second.number + 1) & 7)) {
+      state_.segments_.erase(open);
+      fault(carrier, "LAPDm segment: one ahead of it is missing");
+      return false;
+   }
+   Carriers::Segments& segments = open->second;
+   segments.octets.insert(segments.octets.end(), octets.begin(), octets.end());
+   segments.number = number;
+   segments.ended = !more;
+   if (segments.octets.size() > kMostOctets) {
+      state_.segments_.erase(open);
+      fault(carrier, "LAPDm segment: more than the 251 octets of a message");
+      return false;
+   }
+   if (more) return false;
+   octets = segments.octets; // they stand until the next frame
+   return true;
 }
 
 // Takes the message out of a frame of the data link, TS 44.006. `place` tells its channel from all others.
@@ -75,19 +115,17 @@ void Walk::lapdm(uint64_t place, bool slow, Octets frame, const char* carrier) {
    const bool numbered = (control & 1) == 0;
    const bool establishes = (control & 0xEF) == 0x2F; // SABM
    if (!reader.good() || (address & 0x61) != 1 || (length & 1) == 0) return;
-   if (!numbered && !establishes && (control & 0xEF) != 0x03) return;
+   const bool unnumbered = (control & 0xEF) == 0x03;            // UI
+   if (!numbered && !unnumbered) state_.segments_.erase(place); // the link begins anew, or ends
+   if (!numbered && !establishes && !unnumbered) return;
    // System information on the slow channel has the length octet as its pseudo length, and rest octets behind
    // what that counts.
    const Octets withLength = frame.subspan(frame.size() - reader.left() - 1);
-   const Octets message = reader.take(std::min<size_t>(length >> 2, reader.left()));
+   Octets message = reader.take(std::min<size_t>(length >> 2, reader.left()));
    if (message.empty()) return;
-   const bool goesOn = numbered && state_.openSegments_.erase(place) > 0;
-   const bool more = numbered && (length & 2) != 0;
-   if (more && state_.openSegments_.size() < kMostOpen) state_.openSegments_.insert(place);
-   if (goesOn || more) return fault(carrier, "LAPDm segment: segments are not put together");
    if (message.size() < length >> 2) return fault(carrier, "cut short when it was captured");
-   if (slow && !numbered && !establishes && direction == Direction::downlink &&
-       (message[0] & 15) == kRadioResource)
+   if (numbered && !segment(place, control, (length & 2) != 0, message, carrier)) return;
+   if (slow && unnumbered && direction == Direction::downlink && (message[0] & 15) == kRadioResource)
       return found(withLength, kWithPseudoLength, carrier);
    dedicated(message, slow, carrier);
 }

@@ -38,6 +38,7 @@ private:
    void udp(Octets datagram);
    void fragment(unsigned protocol, unsigned offset, Octets rest);
    void pseudoLength(Octets block, const char* carrier);
+   bool segment(uint64_t place, unsigned control, bool more, Octets& octets, const char* carrier);
    void lapdm(uint64_t place, bool slow, Octets frame, const char* carrier);
    void elements(const struct ApplicationProtocol& protocol, Octets pdu);
    void dedicated(Octets message, bool slow, const char* carrier);
