@@ -151,6 +151,8 @@ TEST(Decode, AChannelDecidesWhatOctetsLeaveOpen) {
    const Folder folder;
    const std::string file = folder.write("x", capture(150, {bytes("0815")}));
    EXPECT_THAT(run("decode --summary --link 150=dcch " + file).text, HasSubstr("USER3  uplink_free"));
+   EXPECT_EQ(run("diff --dcch --uplink 062900 062901").text,
+             "- data.obj_AssignmentComplete.rrCause = 0\n+ data.obj_AssignmentComplete.rrCause = 1\n");
 }
 
 // Numbers in rising order behind the bits of each format; nothing behind bits that are none of it.

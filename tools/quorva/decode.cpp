@@ -8,7 +8,6 @@
 #include "tools/quorva/recordOutput.h"
 #include "tools/quorva/statusName.h"
 
-#include "quorva/reflect.h"
 #include "quorva/rtxDiag.h"
 
 #include <algorithm>
@@ -275,14 +274,8 @@ Direction Decoding::directionOf(const Message& message) const {
 // The type to decode a message as; null, with a word about it, if there is none.
 const QuorvaType* Decoding::typeOf(const Message& message) {
    const char* found = message.finding == nullptr ? nullptr : message.finding->type;
-   const char* name = !options_.type.empty() ? options_.type.c_str() : found;
-   if (name == nullptr) name = radioPduOf(message.octets, directionOf(message), names_);
-   if (name == nullptr) {
-      const QuorvaType* pdu = quorvaTypeOf(message.octets.data(), message.octets.size(), QUORVA_DOWNLINK);
-      if (pdu != nullptr) name = pdu->name;
-   }
-   if (name != nullptr && isRadioChannel(name))
-      name = pduOnChannel(name, message.octets, directionOf(message));
+   const char* const given = !options_.type.empty() ? options_.type.c_str() : found;
+   const char* name = typeNameOf(given, message.octets, directionOf(message), names_);
    if (name == nullptr) {
       complain(message, "no protocol has the discriminator of octet 0x" + hexText(message.octets.data(), 1));
       return nullptr;

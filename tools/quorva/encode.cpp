@@ -1,6 +1,7 @@
 #include "tools/quorva/encode.h"
 
 #include "tools/quorva/hexText.h"
+#include "tools/quorva/radio.h"
 #include "tools/quorva/source.h"
 #include "tools/quorva/statusName.h"
 
@@ -205,10 +206,11 @@ Leaves leavesOf(const DecodeOptions& options, const Message& message) {
       complain(message.fault);
       return leaves;
    }
-   const QuorvaType* type = options.type.empty()
-                                  ? quorvaTypeOf(message.octets.data(), message.octets.size(),
-                                                 options.security.uplink ? QUORVA_UPLINK : QUORVA_DOWNLINK)
-                                  : quorvaFindType(options.type.c_str());
+   MessageNames names;
+   const char* const name =
+         typeNameOf(options.type.empty() ? nullptr : options.type.c_str(), message.octets,
+                    options.security.uplink ? Direction::uplink : Direction::downlink, names);
+   const QuorvaType* type = name == nullptr ? nullptr : quorvaFindType(name);
    if (type == nullptr || type->decode == nullptr) {
       complain("no type decodes it");
       return leaves;

@@ -149,13 +149,16 @@ static void addKey(CLI::App& decode, std::vector<CLI::Option*>& others, const st
    others.push_back(option);
 }
 
-static void addProtocols(CLI::App& command, std::string& type) {
+// On radio channels the octets tell the type: who has none yet has to name it.
+static void addProtocols(CLI::App& command, std::string& type, bool channels = true) {
    CLI::Option_group* protocol = command.add_option_group("Protocol", "at most one; without it as --auto");
    protocol->require_option(0, 1);
    protocol->add_flag("--auto")->description("Go by the protocol discriminator of each message");
-   for (const Protocol& each : kProtocols)
+   for (const Protocol& each : kProtocols) {
+      if (isRadioChannel(each.type) && !channels) continue;
       protocol->add_flag_callback(
             std::string("--") + each.name, [&type, name = each.type] { type = name; }, each.description);
+   }
    protocol->add_option("--type", type, "A type by its name, see: quorva types")->type_name("NAME");
 }
 
@@ -285,7 +288,7 @@ static int run(int argc, char** argv) {
    CLI::App* encode = app.add_subcommand("encode", "Encode records from JSON, as decode --json writes them");
    encode->add_option("input", encoding.file, "FILE of JSON values; - or nothing: standard input")
          ->type_name("FILE|-");
-   addProtocols(*encode, encoding.type);
+   addProtocols(*encode, encoding.type, false);
    bool hex = false;
    CLI::Option* asHex =
          encode->add_flag("--hex", hex, "Write a line of hexadecimal digits a message (the default)");

@@ -1,5 +1,6 @@
 #include "tools/quorva/radio.h"
 
+#include "quorva/reflect.h"
 #include "quorva/rtxContext.h"
 #include "quorva/TS44018Misc.h"
 
@@ -65,6 +66,30 @@ const char* pduOnSlow(Octets octets, Direction direction) {
    if (discriminatorOf(octets) == kSms) return "TS24011Msg_CP_PDU";
    if (discriminatorOf(octets) != kRadio && beginsShort(octets)) return kShort;
    return direction == Direction::uplink ? kUplinkSlow : kWithPseudoLength;
+}
+
+// The PDU of a message on a channel.
+const char* pduOnChannel(std::string_view channel, Octets octets, Direction direction) {
+   if (channel == "dcch") return pduOnDedicated(octets, direction);
+   if (channel == "sacch") return pduOnSlow(octets, direction);
+   return kWithPseudoLength; // all that these have
+}
+
+// The radio resource PDU that octets of an unknown channel begin like.
+const char* radioPduOf(Octets octets, Direction direction, MessageNames& names) {
+   if (hasPseudoLength(octets)) return kWithPseudoLength;
+   const char* const dedicated = dedicatedPdu(direction);
+   switch (discriminatorOf(octets)) {
+   case kRadio:
+      for (const char* pdu : {dedicated, kUplinkDedicated, kDownlinkDedicated, kUplinkSlow})
+         if (names.find(*quorvaFindType(pdu), octets) != nullptr) return pdu;
+      return dedicated;
+   case kGprsTransparent: return isGprsInformation(octets) || !beginsShort(octets) ? dedicated : kShort;
+   // Discriminators of protocols that the library does not have. Where they end in 8, GMM goes first.
+   case 0:
+   case 12: return beginsShort(octets) ? kShort : nullptr;
+   default: return nullptr;
+   }
 }
 
 // What the bits of a list of channels are called in print, TS 44.018, 10.5.2.13.
@@ -151,26 +176,11 @@ bool isRadioChannel(std::string_view name) {
    return name == "bcch" || name == "ccch" || name == "dcch" || name == "sacch";
 }
 
-const char* pduOnChannel(std::string_view channel, Octets octets, Direction direction) {
-   if (channel == "dcch") return pduOnDedicated(octets, direction);
-   if (channel == "sacch") return pduOnSlow(octets, direction);
-   return kWithPseudoLength; // all that these have
-}
-
-const char* radioPduOf(Octets octets, Direction direction, MessageNames& names) {
-   if (hasPseudoLength(octets)) return kWithPseudoLength;
-   const char* const dedicated = dedicatedPdu(direction);
-   switch (discriminatorOf(octets)) {
-   case kRadio:
-      for (const char* pdu : {dedicated, kUplinkDedicated, kDownlinkDedicated, kUplinkSlow})
-         if (names.find(*quorvaFindType(pdu), octets) != nullptr) return pdu;
-      return dedicated;
-   case kGprsTransparent: return isGprsInformation(octets) || !beginsShort(octets) ? dedicated : kShort;
-   // Discriminators of protocols that the library does not have. Where they end in 8, GMM goes first.
-   case 0:
-   case 12: return beginsShort(octets) ? kShort : nullptr;
-   default: return nullptr;
-   }
+const char* typeNameOf(const char* given, Octets octets, Direction direction, MessageNames& names) {
+   if (given != nullptr) return isRadioChannel(given) ? pduOnChannel(given, octets, direction) : given;
+   if (const char* pdu = radioPduOf(octets, direction, names)) return pdu;
+   const QuorvaType* type = quorvaTypeOf(octets.data(), octets.size(), QUORVA_DOWNLINK);
+   return type == nullptr ? nullptr : type->name;
 }
 
 bool isRadio(const QuorvaType& type) {

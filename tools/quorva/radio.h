@@ -13,12 +13,11 @@ namespace quorva::tool {
 // Is it the name of a radio channel: "bcch", "ccch", "dcch", "sacch"?
 bool isRadioChannel(std::string_view name);
 
-// The PDU of a message on such a channel.
-const char* pduOnChannel(std::string_view channel, capture::Octets octets, capture::Direction direction);
-
-// The radio resource PDU that octets of an unknown channel begin like; null if they begin like none. Between
-// two that have the message the direction decides.
-const char* radioPduOf(capture::Octets octets, capture::Direction direction, MessageNames& names);
+// The type to decode octets as: one of a given name, or the PDU of the radio channel of this name. Without a
+// name the PDU that they begin like; between two of radio resources that have the message the direction
+// decides. Null if they begin like none.
+const char* typeNameOf(const char* given, capture::Octets octets, capture::Direction direction,
+                       MessageNames& names);
 
 // Is it a type of TS 44.018? Its values may have lists of channels.
 bool isRadio(const QuorvaType& type);
