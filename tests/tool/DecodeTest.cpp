@@ -175,7 +175,7 @@ TEST(Decode, ShowsListsOfChannels) {
       EXPECT_THAT(run(std::string("decode --type TS44018IE_Frequency_List ") + each.list).text,
                   HasSubstr(each.line));
    // Behind a failure as well, as far as the message is there.
-   EXPECT_THAT(run("decode 55 06 19 8F B3 80 00 00 00 00 00 00 00 00 00 00 00 00 00 79").text,
+   EXPECT_THAT(run("decode 51 06 19 8F B3 80 00 00 00 00 00 00 00 00 00 00 00 00 00 79 00").text,
                HasSubstr("                  }\n                  # channels 871\n"));
 }
 
