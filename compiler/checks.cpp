@@ -69,7 +69,9 @@ private:
       }
       std::vector<const Type*> way;
       if (holds(type, type, way))
-         error(ContainsItself, type.pos, quoted(type.name) + " contains itself, with no pointer between.");
+         error(ContainsItself, type.pos,
+               quoted(type.name) + " contains itself, " +
+                     (type.structure ? "as often as bits say." : "with no pointer between."));
    }
 
    // Bounds
@@ -100,7 +102,10 @@ private:
             error(ValueTooWide, row.pos,
                   "The value " + text(row.value) + " is beyond " + text(type.bits) + " bits.");
       }
-      if (type.kind == TypeKind::Enum && type.rows.empty() && !type.unchecked && !type.checked)
+      if (type.pattern && type.rows.size() < 2)
+         error(NoRows, type.pos, quoted(type.name) + " has a value for L and one for H.");
+      if (type.kind == TypeKind::Enum && type.rows.empty() && !type.pattern && !type.unchecked &&
+          !type.checked)
          error(NoRows, type.pos, quoted(type.name) + " has no legal value.");
    }
 
@@ -168,6 +173,9 @@ private:
       case Kind::Bare:
       case Kind::Counted:
          boundsFit(field.bounds, field.bits, field.pos, field.kind == Kind::Uint ? "an integer" : "a length");
+         break;
+      case Kind::Bits:
+         if (field.count == 0) error(NoCapacity, field.pos, quoted(field.name) + " can hold no bits.");
          break;
       case Kind::Octets:
       case Kind::Sized:
@@ -341,28 +349,33 @@ private:
       if (!unioned && !pdu.table.empty())
          error(NoUnion, pdu.table.front().pos,
                quoted(pdu.name) + " has no field of `messages` for the table.");
-      std::map<uint64_t, const TableRow*> selectors;
-      std::set<std::pair<uint64_t, uint64_t>> keys;
-      for (const TableRow& row : pdu.table) {
-         if (!keys.emplace(row.disc, row.msgType).second)
-            error(DuplicateMessage, row.pos, "A message with this discriminator and type is already there.");
-         auto [hit, fresh] = selectors.emplace(row.selector, &row);
-         if (!fresh && hit->second->member != row.member)
-            error(DuplicateSelector, row.pos,
-                  "The selector " + text(row.selector) + " is that of " + quoted(hit->second->member) +
-                        " already.");
+      for (auto* rows : {&pdu.table, &pdu.secondTable}) {
+         std::map<uint64_t, const TableRow*> selectors;
+         std::set<std::pair<uint64_t, uint64_t>> keys;
+         for (const TableRow& row : *rows) {
+            if (!keys.emplace(row.disc, row.msgType).second)
+               error(DuplicateMessage, row.pos,
+                     "A message with this discriminator and type is already there.");
+            auto [hit, fresh] = selectors.emplace(row.selector, &row);
+            if (!fresh && hit->second->member != row.member)
+               error(DuplicateSelector, row.pos,
+                     "The selector " + text(row.selector) + " is that of " + quoted(hit->second->member) +
+                           " already.");
+         }
       }
    }
 
-   // Does `at` hold `goal` inline?
+   // Does `at` hold `goal` inline, or a structure another one in a list, which bits could nest without end?
    bool holds(const Type& at, const Type& goal, std::vector<const Type*>& way) {
       if (std::find(way.begin(), way.end(), &at) != way.end()) return false;
       way.push_back(&at);
       auto into = [&](const Type* inner) { return inner && (inner == &goal || holds(*inner, goal, way)); };
-      bool found = at.kind != TypeKind::List || !at.storage.heap ? into(at.base.type) : false;
+      const bool any = goal.structure;
+      bool found = at.kind != TypeKind::List || !at.storage.heap || any ? into(at.base.type) : false;
       for (const TableRow& row : at.table) found = found || (row.inlineValue && into(row.record.type));
       eachField(at.fields, [&](const Field& field) {
-         bool inlined = field.kind == Kind::Named || (field.kind == Kind::Each && !field.storage.heap);
+         bool inlined =
+               field.kind == Kind::Named || (field.kind == Kind::Each && (!field.storage.heap || any));
          found = found || (inlined && into(field.type.type));
       });
       return found;

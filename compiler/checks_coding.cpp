@@ -67,6 +67,7 @@ private:
          count(*type.times, type.storage, type.bounds, type.pos);
       }
       if (type.structure) return structure(type);
+      plain(type);
       if (type.custom || !type.table.empty()) return; // what their codecs by hand do is their own
       container(type.fields, true);
       through(type.fields, type.cls == Class::LV || type.cls == Class::LVE ? kStart : kAnywhere, true);
@@ -75,16 +76,49 @@ private:
          lengthFits(type.fields, type.bounds, lengthBits(type), type.cls == Class::LB ? 1 : 8, type.pos);
    }
 
+   // What CSN.1 alone has goes with the codecs of structures.
+   void plain(const Type& type) {
+      static const char* const alone = "This stands in a structure alone.";
+      refuse(type.pattern && !type.module->isCsn1(), type.pos, alone);
+      refuse(list(type) && (type.entries == Entries::Zeros || type.entries == Entries::Highs), type.pos,
+             alone);
+      eachField(type.fields, [this](const Field& field) {
+         const Type* own = withoutAliases(field.type.type);
+         refuse(field.lead == Lead::High || field.kind == Kind::Padding || field.kind == Kind::Const ||
+                      field.kind == Kind::Unary || field.kind == Kind::SizedBits ||
+                      field.kind == Kind::FillBits || field.own || field.inBits || field.zeros != 0 ||
+                      field.selector == Selector::Pattern || (own != nullptr && own->pattern) ||
+                      (field.kind == Kind::Each && field.entries != Entries::Rest &&
+                       field.entries != Entries::Flags),
+                field.pos, alone);
+         for (const Expr* e : {field.argument.get(), field.second.get(), field.when.get()})
+            if (e != nullptr) calls(*e);
+      });
+   }
+   void calls(const Expr& e) {
+      refuse(e.op == Expr::Op::Call, e.pos, "Only structures have functions.");
+      for (const Expr* inner : {e.left.get(), e.right.get()})
+         if (inner != nullptr) calls(*inner);
+   }
+   static bool list(const Type& type) { return type.kind == TypeKind::List; }
+
    // CSN.1 knows no octets but those of its lengths, and its parts may end anywhere.
    void structure(const Type& type) {
+      refuse(type.entries == Entries::Ext, type.pos, "A structure has no ext bits.");
+      refuse(type.returns && type.cls != Class::V, type.pos,
+             "Nothing closes the length of what returns early.");
       if (type.custom) return;
+      container(type.fields, true);
       eachField(type.fields, [this](const Field& field) {
          refuse(field.kind == Kind::Group || (field.kind == Kind::Each && !field.type.type), field.pos,
                 "What a structure has inside has a type by place.");
          refuse(field.kind == Kind::Chain || field.kind == Kind::Since || field.kind == Kind::Swap ||
                       field.kind == Kind::Counted || field.aside || field.valueOnly || field.ahead ||
-                      field.bareBits,
+                      field.bareBits || field.counted || (field.kind == Kind::Fill && field.bits == 16),
                 field.pos, "A structure has no words of octets but its lengths.");
+         refuse(field.kind == Kind::Choice && field.selector != Selector::Pattern, field.pos,
+                "The arms of a structure's choice are led by bits.");
+         for (const Arm& arm : field.arms) brackets(arm);
          refuse(field.truncatable && field.when, field.pos, "A condition needs no bit of its own.");
          refuse((field.kind == Kind::SizedBits || field.kind == Kind::FillBits ||
                  field.kind == Kind::BitTail) &&
@@ -92,8 +126,39 @@ private:
                 field.pos, "Bits have no bounds but their capacity.");
          refuse(field.kind == Kind::SizedBits && field.storage.heap, field.pos,
                 "Bits of a size are kept inline.");
+         refuse(field.guarded && !goesBlank(field), field.pos,
+                "What is not there is read as 0: an integer, an L or a structure.");
+         if (field.when) ownFieldsAlone(*field.when);
+         if (field.kind == Kind::Frame || field.kind == Kind::Bare) length(field);
          expressions(field);
       });
+   }
+
+   static bool goesBlank(const Field& field) {
+      const Type* type = withoutAliases(field.type.type);
+      return field.kind == Kind::Uint || field.kind == Kind::Flag || field.kind == Kind::BitTail ||
+             (field.kind == Kind::Named && type != nullptr && !type->presized &&
+              (type->kind == TypeKind::Enum || type->kind == TypeKind::Number ||
+               type->kind == TypeKind::Record));
+   }
+
+   // A condition is asked where a codec of a type by place is called alone, too.
+   void ownFieldsAlone(const Expr& e) {
+      refuse(e.parameter && !e.path.empty(), e.pos, "The structure around tells sizes alone.");
+      for (const Expr* inner : {e.left.get(), e.right.get()})
+         if (inner != nullptr) ownFieldsAlone(*inner);
+   }
+
+   void length(const Field& field) {
+      const bool octets = !field.inBits && (field.bits == 8 || field.bits == 16);
+      if (field.bits > 8 && !octets)
+         error(BadWidth, field.pos, "A length in a structure has 1 to 8 bits, or 16 if it counts octets.");
+      refuse(field.kind == Kind::Bare && !octets, field.pos, "A bare length has 8 or 16 bits.");
+      refuse(!field.bounds.empty() && !octets, field.pos, "A length of such a width has no bounds.");
+      const Width width = widthOf(field.fields);
+      const uint64_t least = field.inBits ? width.low : (width.low + 7) / 8, less = field.less;
+      if (least > maxOf(field.bits) + less || (!width.open && width.high < less))
+         error(LengthUnfit, field.pos, "The length doesn't allow what stands in it.");
    }
 
    // Order in a container
@@ -106,6 +171,7 @@ private:
 
    void step(const Field& field, Flow& flow, bool tell) {
       const bool passable = field.optional || field.guarded || field.kind == Kind::Since;
+      if (field.kind == Kind::Padding || field.kind == Kind::Const) return; // is passed over where it isn't
       if (flow.taker && !(flow.taker->kind == Kind::Each && passable)) {
          if (tell)
             error(AfterTail, field.pos,
@@ -140,6 +206,7 @@ private:
          if (own.perhaps) inner.perhaps = &field;
       }
       const bool all = field.kind == Kind::Tail || field.kind == Kind::BitTail || field.kind == Kind::Fill ||
+                       field.kind == Kind::FillBits ||
                        (field.kind == Kind::Each && !field.argument && field.entries == Entries::Rest);
       if (all && !field.bareBits) inner.taker = &field;
       const bool byRest = !field.when && field.lead == Lead::None;
@@ -161,9 +228,10 @@ private:
    // What a type without a length leaves to the fields behind it.
    Flow endOf(const Type& type) {
       static const Field some; // only its being there is looked at
-      const bool open =
-            type.kind == TypeKind::List && !type.bare && !type.times && type.entries == Entries::Rest;
-      if (open || (type.kind == TypeKind::Octets && type.fill)) return {&some, nullptr};
+      const bool open = type.kind == TypeKind::List && !type.bare && !type.times && !type.presized &&
+                        type.entries == Entries::Rest;
+      const bool string = type.kind == TypeKind::Octets || type.kind == TypeKind::Bits;
+      if (open || (string && type.fill)) return {&some, nullptr};
       if (type.kind != TypeKind::Record || type.cls != Class::V || type.custom) return {};
       auto [place, fresh] = ends_.emplace(&type, Flow{});
       if (fresh) {
@@ -285,8 +353,14 @@ private:
       for (auto& inner : field.fields) this->field(*inner, inside);
       for (const Arm& arm : field.arms) {
          refuse(arm.field->aside, arm.pos, "What is unsent is no arm of a choice.");
+         brackets(arm);
          this->field(*arm.field, false);
       }
+   }
+
+   void brackets(const Arm& arm) {
+      refuse(arm.field->onlyOnWire() && !arm.field->aside, arm.pos,
+             "Fields without a record around them are no arm of a choice.");
    }
 
    static bool isLedChoice(const Type* type) {

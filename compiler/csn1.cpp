@@ -50,10 +50,13 @@ private:
                type.base.type ? "< " + type.base.name + " >" : "bit (" + text(type.bits) + ")";
          const bool nest = type.base.type && type.base.type->placed;
          if (type.entries == Entries::Rest) {
-            nest ? open("{") : line(entry + (type.presized ? " * (as many as its holder says)" : " **"));
-            if (nest)
-               body(*type.base.type), close(type.presized ? "} * (as many as its holder says)" : "} **");
-            return;
+            const std::string times = type.times      ? " * (" + spelled(*type.times) + ")"
+                                      : type.presized ? " * (as many as its holder says)"
+                                                      : " **";
+            if (!nest) return line(entry + times);
+            open("{");
+            body(*type.base.type);
+            return close("}" + times);
          }
          const std::string lead = zeros ? "0" : highs ? "H" : "1", end = zeros ? "1" : highs ? "L" : "0";
          if (!nest) return line("{ " + lead + " " + entry + " } ** " + end);

@@ -185,7 +185,8 @@ bool Reader::nameless(Field& field) {
       take();
       field.kind = Kind::Const;
       field.bits = expectWidth("the number of bits");
-   } else if (atWord("padding") && atSeparator(1)) {
+   } else if (atWord("padding") && module_->isCsn1() &&
+              (atSeparator(1) || atSign("}", 1) || atSign(")", 1))) {
       take();
       field.kind = Kind::Padding;
    } else {
@@ -253,6 +254,7 @@ void Reader::kind(Field& field, Place place) {
       field.bareBits = cls == Class::LV ? 8 : 16;
    }
    field.own = acceptWord("own");
+   if (field.own && !atWord("bits") && !atWord("octets")) unexpected("`bits` or `octets`");
    const bool facts =
          atWord("init") || atWord("sample") || atWord("but") || atWord("default") || atWord("standard");
    if (atSeparator() || atSign("}") || atSign(")") || facts) {
@@ -267,9 +269,9 @@ void Reader::kind(Field& field, Place place) {
       entry(field);
    } else if (place == Place::Arm && acceptSign("-")) {
       field.kind = Kind::Null;
-   } else if (atWord("bits") && atSign("(", 1)) {
+   } else if (!each && atWord("bits") && atSign("(", 1)) {
       bits(field);
-   } else if (atWord("unary") && atSign("|", 2)) {
+   } else if (!each && atWord("unary") && atSign("|", 2)) {
       take();
       if (!acceptFlag("L", "H")) unexpected("`L|H`");
       field.kind = Kind::Unary;

@@ -366,8 +366,8 @@ void Reader::enumRows(Type& type) {
 void Reader::enumeration(Type& type) {
    type.pattern = acceptWord("LH");
    type.bits = type.pattern ? 1 : expectWidth("the width in bits");
-   type.unchecked = acceptWord("open");
-   type.checked = !type.unchecked && acceptWord("full");
+   type.unchecked = !type.pattern && acceptWord("open");
+   type.checked = !type.pattern && !type.unchecked && acceptWord("full");
    if (!atSign("{")) unexpected("`{`");
    enumRows(type);
 }
@@ -561,6 +561,12 @@ void Reader::fillTables() {
          for (auto& field : pdu->fields)
             if (field->kind == Kind::Messages && ++unions == 2) second = field.get();
          const bool toSecond = second != nullptr && table.field == second->name;
+         const bool known = std::ranges::any_of(pdu->fields, [&](auto& field) {
+            return field->kind == Kind::Messages && field->name == table.field;
+         });
+         if (!table.field.empty() && !known)
+            diagnostics_.error(UnknownName, table.pos,
+                               "`" + table.pdu + "` has no `messages` called `" + table.field + "`.");
          if (toSecond) pdu->second = table.field;
          auto& into = toSecond ? pdu->secondTable : pdu->table;
          for (TableRow& row : table.rows) into.push_back(std::move(row));

@@ -342,6 +342,13 @@ private:
       if (at_->owner != nullptr)
          for (auto& field : at_->owner->fields)
             if (field->name == expr.name) {
+               if (std::pair(expr.pos.line, expr.pos.column) < std::pair(field->pos.line, field->pos.column))
+                  diagnostics_.error(LaterField, expr.pos,
+                                     "`" + expr.name + "` comes later than this expression.");
+               if (at_->outer != nullptr && at_->outer != field.get())
+                  diagnostics_.error(NotCoded, expr.pos,
+                                     "One field of the structure around is known here, and that is `" +
+                                           at_->outer->name + "`.");
                expr.parameter = true;
                expr.path = {field.get()};
                at_->outer = field.get();

@@ -110,8 +110,12 @@ TEST(Diagnostics, Accepted) {
               "element X V { n 8 [4..], a octets(n - 4) heap, b*(n * (n > 7)) [..3] 8 }",
               "element X LV { a? 8, b? null|0|1 8, c null| 8, d* 8, e? octets(tail) }",
               "pdu P { data messages }\ntable P {\n 1 2 3 obj_A -\n 2 2 3 obj_A -\n}",
+              "element X V { a 7, padding }",
+              "module M lists S_\nstructure X { choice { 0 a 3, 10 b, 110 - }, c { d bits(rest), padding } }",
+              "module M lists S_\nstructure X { n 3, g* 0|1 { b bits(n) inline 7, c*(n) [..7] 4 } }",
         }) {
-      Described all({std::string("module M\n") + text + '\n'});
+      const bool whole = std::string_view(text).starts_with("module");
+      Described all({(whole ? "" : "module M\n") + std::string(text) + '\n'});
       EXPECT_FALSE(all.diagnostics.failed()) << text << '\n' << all.diagnostics.render();
    }
 }
