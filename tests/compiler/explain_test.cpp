@@ -134,5 +134,85 @@ Discriminator  Type  Selector  Member  Record
 )");
 }
 
+TEST(Explain, Structure) {
+   const std::string head = "module M lists S_\nenum Mark LH { low 0, high 1 }\ntype Cell 5\n";
+   for (const auto& [text, grammar] : {
+              std::pair{"structure X {\n a 3 [5], b? 0|1 Cell, c? null|L|H { d, e null| Mark }\n f? 2, zeros "
+                        "3\n}",
+                        R"(
+< X > ::=
+   < a : 101 >
+   { 0 | 1
+      < b : < Cell > >
+   }
+   { null | L | H
+      < c :
+         < d : bit >
+         { null |
+            < e : < Mark > >
+         }
+      >
+   }
+   { null |
+      < f : bit (2) >
+   }
+   < spare bit (3) : 000 > ;
+)"},
+              {"structure X LV {\n a* 0|1 Cell, b* 1|0 { c 2 }, d* L|H 4, n 3, e*(n + 1) [..8] { f }, g*(2) "
+               "[..2] "
+               "Cell\n h unary L|H\n l 5 = bits - 1 ( i bits(n) inline 7, j own octets(rest) )\n}",
+               R"(
+< X > ::=
+   < length in octets : bit (8) >
+   < a :
+      { 1 < Cell > } ** 0
+   >
+   < b :
+      { 0
+         < c : bit (2) >
+      } ** 1
+   >
+   < d :
+      { H bit (4) } ** L
+   >
+   < n : bit (3) >
+   < e : < X_e_element > * (n + 1) >
+   < g :
+      < Cell > * (2)
+   >
+   < h : H ** L >
+   < l : bit (5), in bits less 1 >
+   < i : bit (n) >
+   < j :
+      octet **
+   > ;
+)"},
+              {"structure X {\n choice { 0 a 3, 10 b choice { L c, H d { e 2 } }, 11 - }\n padding\n}", R"(
+< X > ::=
+   {
+      0
+         < a : bit (3) >
+      | 10
+         < b :
+            {
+               L
+                  < c : null >
+               | H
+                  < d :
+                     < e : bit (2) >
+                  >
+            }
+         >
+      | 11
+         < nothing : null >
+   }
+   < spare padding > ;
+)"},
+        }) {
+      Described all({head + text + '\n'});
+      EXPECT_EQ('\n' + explain(*all.type("X")), grammar) << all.diagnostics.render();
+   }
+}
+
 } // namespace
 } // namespace l3c
