@@ -50,6 +50,11 @@ const Row kRows[] = {
        "inner[0].e[0]=6 inner[0].e[1]=1 inner[0].f[0]=2 inner[1]={} marks[0]=high marks[1]=low "
        "pairs[0].left=4 pairs[0].right=1 pairs[1].left=3"},
       {"Lists", "0 1 L 0 1", "", "0 1 L 0 1 0", 3},
+      {"_SeqOfToy_Lists_zeros_element", "0 10 1 101 0 01 0", "a=2 b=5 a=1", "0 10 1 101 0 01 0 1",
+       5}, // the end of the octets ends each kind
+      {"_SeqOfToy_Lists_highs_element", "H 101 H 100001 H 010 L", "c=5 d=33 c=2", "H 101 H 100001 H 010 L L",
+       0},
+
       {"Sizes",
        "010 10001 01110 01 101 1 1001 011 0 110 001 0011 1010 110011 11000011 1010101010101010101 "
        "1100110011001100110011001 000100100011010001010110011110001001 1010010101011010",
@@ -117,6 +122,7 @@ const Row kRows[] = {
       {"Fixed", "101 0000 110 000 11", "-16"},
       {"Flags", "010 0 L 0 L L 11", "-4"},
       {"Lengths", "10 00000 101 0 0 000000000000", "-66"},
+      {"Lengths", "10 01000 101 0 1 1001 0 000000000000", "-66"}, // a length does not end the list in it
       {"Bounded", "00000001 10000000", "-16"},
       {"Bounded", "00000101 1000000000010000 00000000 00000000 00000000", "-16"},
       {"RestInline",
@@ -195,6 +201,7 @@ TEST(Toy, ReadsAndWritesWhatTheModelSays) {
             continue;
          }
          ASSERT_EQ(status, 0);
+         EXPECT_EQ(capture.ctxt.errList.count, 0u);
          EXPECT_EQ(rtxCtxtGetBitOffset(&capture.ctxt), one.from + one.bits.size());
          EXPECT_EQ(leavesIn(capture, one.type, room.get()), one.row.leaves);
 
