@@ -135,11 +135,13 @@ private:
    }
 
    static bool goesBlank(const Field& field) {
+      if (field.kind != Kind::Named)
+         return field.kind == Kind::Uint || field.kind == Kind::Flag || field.kind == Kind::BitTail;
       const Type* type = withoutAliases(field.type.type);
-      return field.kind == Kind::Uint || field.kind == Kind::Flag || field.kind == Kind::BitTail ||
-             (field.kind == Kind::Named && type != nullptr && !type->presized &&
-              (type->kind == TypeKind::Enum || type->kind == TypeKind::Number ||
-               type->kind == TypeKind::Record));
+      if (type == nullptr || type->presized) return false;
+      if (type->kind == TypeKind::Record) // without a selector, which would have to name an arm
+         return std::ranges::none_of(type->fields, [](auto& one) { return one->kind == Kind::Choice; });
+      return type->kind == TypeKind::Enum || type->kind == TypeKind::Number;
    }
 
    // A condition is asked where a codec of a type by place is called alone, too.

@@ -298,6 +298,8 @@ private:
          return;
       }
       std::string condition = step.test.expr != nullptr ? value(step.test) : "d.more()";
+      if (step.test.expr != nullptr && step.test.expr->right) // stands in brackets already
+         condition = condition.substr(1, condition.size() - 2);
       if (step.when == When::ByBit || step.when == When::ByBitIfMore) {
          const std::string var = variable("present");
          const std::string more = step.when == When::ByBitIfMore ? condition : "";

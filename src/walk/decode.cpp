@@ -346,10 +346,11 @@ private:
       const Row& row = module_.rows[index];
       uint8_t* place = record_ + row.offset;
       switch (row.kind) {
+      case Kind::Flag: *place = 0; return 0;
       case Kind::Number: store(place, row.width, 0); return 0;
       case Kind::Nested: {
          const Type& type = modules[row.module]->types[row.index];
-         if (type.bits != 0 || type.form == Form::Alias)
+         if (type.form != Form::Record)
             std::memset(place, 0, type.size);
          else if (type.presenceOctets != 0)
             std::memset(place + type.presenceOffset, 0, type.presenceOctets);
