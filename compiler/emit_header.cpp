@@ -171,7 +171,7 @@ private:
       const auto bits = presenceBits(fields);
       if (!bits.empty()) {
          w_.open("struct {");
-         for (auto& bit : bits) w_.line("uint8_t " + bit.name + " : 1;");
+         presence(bits);
          w_.close("} m;");
       }
       bool any = !bits.empty();
@@ -181,6 +181,20 @@ private:
       }
       for (auto* field : recordFields(fields)) any |= member(*field, type);
       if (!any) w_.line("uint8_t unused_;");
+   }
+
+   // The first bit in bit 0 of the first octet, on each machine: compilers lay out bit-fields from the end of
+   // an octet that comes first in their byte order.
+   void presence(const std::vector<PresenceBit>& bits) {
+      w_.raw("#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__\n");
+      for (auto& bit : bits) w_.line("uint8_t " + bit.name + " : 1;");
+      w_.raw("#else\n");
+      for (size_t first = 0; first < bits.size(); first += 8) {
+         const size_t end = std::min(first + 8, bits.size());
+         if (end % 8 != 0) w_.line("uint8_t : " + std::to_string(first + 8 - end) + ";");
+         for (size_t i = end; i-- > first;) w_.line("uint8_t " + bits[i].name + " : 1;");
+      }
+      w_.raw("#endif\n");
    }
 
    bool member(const Field& field, const Type* type) {

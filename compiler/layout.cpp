@@ -4,6 +4,7 @@
 #include "compiler/walk.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <set>
 
@@ -541,7 +542,7 @@ unsigned valueOctets(const Type& type) {
 
 std::string hex(uint64_t value, int digits) {
    char text[32];
-   std::snprintf(text, sizeof text, "0x%0*lX", digits, static_cast<unsigned long>(value));
+   std::snprintf(text, sizeof text, "0x%0*" PRIX64, digits, value);
    return text;
 }
 

@@ -44,7 +44,8 @@ QUORVA_AES_TARGET inline void xorWord(uint8_t*& data, const uint8_t*& stream) {
 template <class Word>
 QUORVA_AES_TARGET inline uint64_t loadLittle(const uint8_t* octets) {
    const uint64_t word = loadWord<Word>(octets);
-   return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : bigEndian(word) >> (64 - 8 * sizeof(Word));
+   return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word
+                                                    : __builtin_bswap64(word) >> (64 - 8 * sizeof(Word));
 }
 
 /** XORs the last block of the data, which may have fewer than 16 octets. */
