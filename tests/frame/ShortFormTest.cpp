@@ -16,7 +16,7 @@ using quorva_test::Capture;
 // Names that a message has in either form: of the PDU's choice, and of what holds a message.
 const std::set<std::string> kOfMessages = {
       "data", "l3HdrOpts", "ueTerm",   "esmMessageContainer", "esmMsgCont", "pduSm", "cpPdu", "container",
-      "sms",  "n1sm",      "infoElem", "dataToNet",
+      "sms",  "n1sm",      "infoElem", "dataToNet",           "restOctets",
 };
 
 // Elements that are done in full for all that, by a name on the way to what falls out.
@@ -43,6 +43,8 @@ const struct {
       {"vstk_rand", "ciphering parameters of a group call, coded by hand"},
       {"encryptionCapability", "a classmark of CDMA2000, coded by hand"},
       {"component-4", "an enhanced measurement report, coded by hand"},
+      {"ncell-Report", "measurement results, coded by hand"},
+      {"extendedBCCHFrequencyList", "behind a pseudo length of 0 that a network sends"},
 };
 
 // Only full forms have names, and a spare node of the name stack keeps the last one that it held.

@@ -88,6 +88,20 @@ Reader namesOfMessages(const std::map<std::string, std::string>& names) {
    };
 }
 
+// Whether there is any of these parts, with something in it or not.
+Reader partIsThere(const std::vector<Place>& parts) {
+   return [parts](const FactSource& source) {
+      for (const Leaf& leaf : source.leaves)
+         for (size_t end = 0; end != std::string::npos;) {
+            end = leaf.path.find('.', end + 1);
+            for (const Place& part : parts)
+               if (matches(std::string_view(leaf.path).substr(0, end), part.pattern))
+                  return std::vector<std::string>{"1"};
+         }
+      return std::vector<std::string>{"0"};
+   };
+}
+
 } // namespace
 
 MessageRules loadRules(const std::string& file, const Conversions& own) {
@@ -111,7 +125,8 @@ MessageRules loadRules(const std::string& file, const Conversions& own) {
          std::getline(words >> std::ws, names[first]);
       } else if (section == "[facts]") {
          words >> second;
-         for (std::string path; words >> path;) places[first].push_back({path, conversions.at(second)});
+         const Conversion convert = second == "has" ? Conversion() : conversions.at(second);
+         for (std::string path; words >> path;) places[first].push_back({path, convert});
       } else if (section == "[refused]" || section == "[standard]") {
          words >> second;
          auto& refusal =
@@ -126,7 +141,8 @@ MessageRules loadRules(const std::string& file, const Conversions& own) {
       }
    }
    if (places.empty()) throw std::runtime_error(file + ": no facts");
-   for (const auto& [key, where] : places) rules.facts[key] = at(where);
+   for (const auto& [key, where] : places)
+      rules.facts[key] = where[0].convert ? at(where) : partIsThere(where);
    rules.facts["message"] = namesOfMessages(names);
    rules.facts["length"] = lengthOfMessage;
    return rules;

@@ -192,18 +192,25 @@ inline std::vector<Vector> loadVectors(const std::string& path) {
    return detail::VectorReader(path).read();
 }
 
-/** All NAS and SMS vectors of a folder, each with the name of the PDU that decodes it. */
+/** The PDU of a radio resource message: behind a pseudo length, or of its channel and direction. */
+inline const char* radioPdu(const Vector& vector) {
+   if (vector.octets.at(1) == 6) return "TS44018Msg_L2_PSEUDO_LEN_PDU";
+   if (vector.octets[1] == 21) return "TS44018Msg_UL_SACCH_PDU";
+   return vector.direction == "ul" ? "TS44018Msg_UL_DCCH_PDU" : "TS44018Msg_DL_DCCH_PDU";
+}
+
+/** All NAS, SMS and radio vectors of a folder, each with the name of the PDU that decodes it. */
 inline std::vector<std::pair<const char*, Vector>> messageVectors(const std::string& folder) {
    static const struct {
       const char *file, *type;
-   } kFiles[] = {{"eps", "TS24301Msg_PDU"},
-                 {"5gs", "TS24501Msg_PDU"},
-                 {"ts24008", "TS24008Msg_PDU"},
-                 {"ts24011", "TS24011Msg_CP_PDU"}};
+   } kFiles[] = {{"eps", "TS24301Msg_PDU"},     {"5gs", "TS24501Msg_PDU"},
+                 {"ts24008", "TS24008Msg_PDU"}, {"ts24011", "TS24011Msg_CP_PDU"},
+                 {"rr-ccch", nullptr},          {"rr-dcch", nullptr},
+                 {"rr-sacch", nullptr}};
    std::vector<std::pair<const char*, Vector>> all;
    for (const auto& file : kFiles)
       for (Vector& vector : loadVectors(folder + "/" + file.file + ".txt"))
-         all.emplace_back(file.type, std::move(vector));
+         all.emplace_back(file.type != nullptr ? file.type : radioPdu(vector), std::move(vector));
    return all;
 }
 
