@@ -38,8 +38,11 @@ struct Message {
    const char* pdu;
    const char* file;
    const char* vector;
-   const char* mandatory; // for the walk: octets, or L and E for what stands behind one or two of length
+   const char*
+         mandatory; // for the walk: octets, or L and E for what stands behind one or two of length; or none
 };
+
+constexpr char kL2[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
 
 // Real messages without a security header.
 constexpr Message kMessages[] = {
@@ -65,6 +68,15 @@ constexpr Message kMessages[] = {
       {"CC Setup, octets 3b", "TS24008Msg_PDU", "ts24008", "setup-3", "2"},
       {"GMM AttachRequest", "TS24008Msg_PDU", "ts24008", "attach-request-2", "2 L 3 L 6 L"},
       {"SM ActivatePDPCtxtReq", "TS24008Msg_PDU", "ts24008", "activate-pdp-context-request-1", "4 L L"},
+      {"BCCH SI3", kL2, "rr-ccch", "system-information-type-3-2", nullptr},
+      {"BCCH SI13", kL2, "rr-ccch", "system-information-type-13-2", nullptr},
+      {"BCCH SI2quater", kL2, "rr-ccch", "system-information-type-2quater-3", nullptr},
+      {"CCCH ImmediateAssignment", kL2, "rr-ccch", "immediate-assignment-1", nullptr},
+      {"CCCH PagingRequestType1", kL2, "rr-ccch", "paging-request-type-1-3", nullptr},
+      {"DCCH HandoverCommand", "TS44018Msg_DL_DCCH_PDU", "rr-dcch", "handover-command-1", nullptr},
+      {"DCCH ClassmarkChange", "TS44018Msg_UL_DCCH_PDU", "rr-dcch", "classmark-change-1", nullptr},
+      {"SACCH SI5", kL2, "rr-sacch", "system-information-type-5-1", nullptr},
+      {"SACCH MeasurementReport", "TS44018Msg_UL_SACCH_PDU", "rr-sacch", "measurement-report-1", nullptr},
 };
 
 std::vector<uint8_t> octetsOf(const Message& message) {
@@ -234,30 +246,43 @@ void encodeProtected(benchmark::State& state, const Message* message) {
    report(state, fixture, before);
 }
 
-// All messages of a file that decode, with one context: each many times in a row, or in a random order, where
-// the processor's prediction helps as little as in a real program. ns a message.
-void decodeMix(benchmark::State& state, const char* pdu, const char* file, bool shuffled) {
-   Fixture fixture(pdu, {});
-   std::vector<std::vector<uint8_t>> messages;
-   for (auto& vector : vectorsOf(file)) {
-      fixture.octets = plain(vector.octets);
-      if (fixture.decode() == 0) messages.push_back(plain(vector.octets));
+// All messages of a family that decode, with one context: each many times in a row, or in a random order,
+// where the processor's prediction helps as little as in a real program. ns a message.
+void decodeMix(benchmark::State& state, const char* module, bool shuffled) {
+   struct Sample {
+      const QuorvaType* type;
+      std::vector<uint8_t> octets;
+   };
+   std::vector<Sample> samples;
+   size_t leaves = 0, record = 0;
+   for (const auto& [pdu, vector] : quorva::test::messageVectors(QUORVA_VECTORS)) {
+      if (std::strncmp(pdu, module, std::strlen(module)) != 0) continue;
+      const Fixture one(pdu, plain(vector.octets));
+      if (one.status != 0) continue;
+      samples.push_back({one.type, one.octets});
+      leaves += one.leaves;
+      record = std::max(record, one.record.size());
    }
-   if (messages.empty()) return state.SkipWithError("no vectors");
+   if (samples.empty()) return state.SkipWithError("no vectors");
    constexpr size_t kRow = 64;
-   std::vector<std::vector<uint8_t>*> order;
-   for (auto& message : messages) order.insert(order.end(), kRow, &message);
+   std::vector<Sample*> order;
+   for (Sample& sample : samples) order.insert(order.end(), kRow, &sample);
    if (shuffled) std::shuffle(order.begin(), order.end(), std::mt19937(1));
+   Fixture fixture(samples[0].type->name, {});
+   fixture.record.resize(record);
    for (auto _ : state)
-      for (std::vector<uint8_t>* message : order) {
+      for (Sample* sample : order) {
          rtxMemReset(&fixture.ctxt);
-         rtxCtxtSetBufPtr(&fixture.ctxt, message->data(), message->size());
-         benchmark::DoNotOptimize(fixture.type->decode(&fixture.ctxt, fixture.record.data()));
+         rtxCtxtSetBufPtr(&fixture.ctxt, sample->octets.data(), sample->octets.size());
+         benchmark::DoNotOptimize(sample->type->decode(&fixture.ctxt, fixture.record.data()));
       }
-   state.counters["messages"] = static_cast<double>(messages.size());
-   state.counters["message"] =
-         benchmark::Counter(static_cast<double>(order.size()) * static_cast<double>(state.iterations()),
-                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+   const auto rate = [&](size_t count) {
+      return benchmark::Counter(static_cast<double>(count * kRow) * static_cast<double>(state.iterations()),
+                                benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+   };
+   state.counters["messages"] = static_cast<double>(samples.size());
+   state.counters["message"] = rate(samples.size());
+   state.counters["leaf"] = rate(leaves);
 }
 
 // Each message of a file that decodes whole and fails when its second half is missing: what the failure
@@ -459,20 +484,25 @@ const bool registered = [] {
       const std::string name = message.label;
       benchmark::RegisterBenchmark(("decode/" + name).c_str(), decodeMessage, &message);
       benchmark::RegisterBenchmark(("encode/" + name).c_str(), encodeMessage, &message);
-      if (std::strcmp(message.file, "ts24008") != 0) {
+      if (std::strcmp(message.file, "eps") == 0 || std::strcmp(message.file, "5gs") == 0) {
          benchmark::RegisterBenchmark(("decode protected/" + name).c_str(), decodeProtected, &message, false);
          benchmark::RegisterBenchmark(("wrong MAC/" + name).c_str(), decodeProtected, &message, true);
          benchmark::RegisterBenchmark(("encode protected/" + name).c_str(), encodeProtected, &message);
       }
-      benchmark::RegisterBenchmark(("tlv walk/" + name).c_str(), walkMessage, &message);
+      if (message.mandatory != nullptr)
+         benchmark::RegisterBenchmark(("tlv walk/" + name).c_str(), walkMessage, &message);
       benchmark::RegisterBenchmark(("memcpy/" + name).c_str(), copyMessage, &message);
    }
-   for (const Message& first : {kMessages[0], kMessages[7], kMessages[14]}) {
-      const std::string file = first.file;
-      benchmark::RegisterBenchmark(("in rows/" + file).c_str(), decodeMix, first.pdu, first.file, false);
-      benchmark::RegisterBenchmark(("random mix/" + file).c_str(), decodeMix, first.pdu, first.file, true);
-      benchmark::RegisterBenchmark(("cut in half/" + file).c_str(), decodeHalves, first.pdu, first.file)
+   for (const Message& first : {kMessages[0], kMessages[7], kMessages[14]})
+      benchmark::RegisterBenchmark((std::string("cut in half/") + first.file).c_str(), decodeHalves,
+                                   first.pdu, first.file)
             ->Iterations(100);
+   for (const auto& [name, module] : {std::pair("eps", "TS24301Msg"),
+                                      {"5gs", "TS24501Msg"},
+                                      {"ts24008", "TS24008Msg"},
+                                      {"rr", "TS44018Msg"}}) {
+      benchmark::RegisterBenchmark((std::string("in rows/") + name).c_str(), decodeMix, module, false);
+      benchmark::RegisterBenchmark((std::string("random mix/") + name).c_str(), decodeMix, module, true);
    }
    return true;
 }();
