@@ -63,9 +63,9 @@ struct DissectorInput {
 /** Mode in which samples are made and read. */
 inline uint32_t modeOfSamples = 0;
 
-/** Fills in the optional elements and the fields of a message, from the bit trace of its decoder. */
-template <class Pdu>
-void traceFields(DissectorInput& input, int (*init)(Pdu*), int (*decode)(RtxContext*, Pdu*)) {
+/** Fills in the optional elements and the fields of a message, from the bit trace of a decoder of its PDU. */
+template <class Decode>
+void traceFields(DissectorInput& input, Decode decode) {
    TestContext context;
    rtxCtxtSetFlag(context, modeOfSamples);
    context.decode(input.octets);
@@ -73,9 +73,7 @@ void traceFields(DissectorInput& input, int (*init)(Pdu*), int (*decode)(RtxCont
    RtxDiagBitFieldList trace;
    EXPECT_EQ(rtxDiagBitFieldListInit(context, &trace), 0);
    context->bitFields = &trace;
-   Pdu pdu;
-   init(&pdu);
-   decode(context, &pdu); // a wrong MAC among others is no matter here
+   decode(context); // a wrong MAC among others is no matter here
    context->bitFields = nullptr;
 
    std::vector<OptionalElement>& elements = input.elements;
@@ -86,6 +84,10 @@ void traceFields(DissectorInput& input, int (*init)(Pdu*), int (*decode)(RtxCont
       if (message.empty() && path.find("obj_") != std::string::npos)
          message = path.substr(0, path.find('.', path.find("obj_")));
       if (message.empty()) continue;
+      if (path.starts_with("restOctets.")) { // behind the message
+         if (!elements.empty()) elements.back().end = field->bitOffset / 8;
+         break;
+      }
       if (path == message && std::string(field->nameSuffix).find("IEI") != std::string::npos) {
          if (!elements.empty()) elements.back().end = field->bitOffset / 8;
          elements.push_back({"", field->bitOffset / 8, input.octets.size()});
@@ -149,7 +151,11 @@ private:
       context.encode(4096);
       EXPECT_GE(encode_(context, &pdu), 0) << name;
       inputs.push_back({name, pdu.msgType, octetsFromHex(context.written()), {}, {}});
-      traceFields(inputs.back(), init_, decode_);
+      traceFields(inputs.back(), [this](RtxContext* ctxt) {
+         Pdu again;
+         init_(&again);
+         decode_(ctxt, &again);
+      });
    }
 
    int (*init_)(Pdu*);
