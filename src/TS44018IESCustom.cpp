@@ -45,53 +45,60 @@ bool hasCsgBit(const TS44018IE_Measurement_Results& r, size_t used) {
    return r.no_ncell_m != kNoReports && used < kResultsBits;
 }
 
+int fillZeros(Encoder& e, size_t count) {
+   const int status = rtxEncBitsPattern(e.ctxt(), 0, count);
+   return status < 0 ? e.failed(status) : 0;
+}
+int fillZeros(ShortEncoder& e, size_t count) {
+   for (; count > 32; count -= 32) L3_TRY(e.zeros(32));
+   return count == 0 ? 0 : e.zeros(static_cast<unsigned>(count));
+}
+
 } // namespace
 
-int NASEnc_TS44018IE_Measurement_Results(RtxContext* pctxt, TS44018IE_Measurement_Results* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018IE_Measurement_Results(pctxt, pvalue));
-   Encoder e(pctxt);
+template <class Coder>
+L3_INLINE static int encode_TS44018IE_Measurement_Results(Coder& e, TS44018IE_Measurement_Results* pvalue) {
    L3_TRY(e.begin("Measurement-Results"));
    const size_t start = e.offset();
    L3_TRY(servingCell(e, *pvalue));
    auto& reports = pvalue->ncell_Report;
    L3_TRY(e.repeatTimes("ncell-Report", reportsOf(*pvalue), reports.n, reports.elem, kReports,
-                        [](Encoder& each, TS44018IE_NCELL_Report_struct& x) {
-                           return NASEnc_TS44018IE_NCELL_Report_struct(each.ctxt(), &x);
+                        [](auto& each, auto& x) {
+                           return each.template call<quorva::type::TS44018IE_NCELL_Report_struct>(&x);
                         }));
    const bool csg = pvalue->m.utran_CSG_Measurement_ReportPresent;
    if (hasCsgBit(*pvalue, e.offset() - start)) {
       L3_TRY(e.leadBit("optional bit", csg));
       if (csg)
-         L3_TRY(e.item("utran-CSG-Measurement-Report", NASEnc_TS44060IE_UTRAN_CSG_Measurement_Report_IE,
-                       &pvalue->utran_CSG_Measurement_Report));
+         L3_TRY(e.template item<quorva::type::TS44060IE_UTRAN_CSG_Measurement_Report_IE>(
+               "utran-CSG-Measurement-Report", &pvalue->utran_CSG_Measurement_Report));
    } else if (csg) {
       return e.failed(RTX_E_SIZE_MISMATCH); // better than to lose it
    }
    const size_t used = e.offset() - start;
    if (used > kResultsBits) return e.failed(RTX_E_SIZE_MISMATCH);
-   if (const int status = rtxEncBitsPattern(pctxt, 0, kResultsBits - used); status < 0)
-      return e.failed(status);
+   L3_TRY(fillZeros(e, kResultsBits - used));
    return e.done();
 }
+L3_ENCODER(TS44018IE_Measurement_Results, (TS44018IE_Measurement_Results * pvalue), (pvalue))
 
-int NASDec_TS44018IE_Measurement_Results(RtxContext* pctxt, TS44018IE_Measurement_Results* pvalue) {
-   L3_FROM_STREAM(NASDec_TS44018IE_Measurement_Results(pctxt, pvalue));
-   Decoder d(pctxt);
+template <class Coder>
+L3_INLINE static int decode_TS44018IE_Measurement_Results(Coder& d, TS44018IE_Measurement_Results* pvalue) {
    L3_TRY(d.begin("Measurement_Results"));
    pvalue->m = {};
    const size_t start = d.offset();
    L3_TRY(servingCell(d, *pvalue));
    auto& reports = pvalue->ncell_Report;
    L3_TRY(d.repeatTimes("ncell-Report", reportsOf(*pvalue), reports.n, reports.elem, kReports,
-                        [](Decoder& each, TS44018IE_NCELL_Report_struct& x) {
-                           return NASDec_TS44018IE_NCELL_Report_struct(each.ctxt(), &x);
+                        [](auto& each, auto& x) {
+                           return each.template call<quorva::type::TS44018IE_NCELL_Report_struct>(&x);
                         }));
    if (hasCsgBit(*pvalue, d.offset() - start)) {
       uint8_t csg = 0;
       L3_TRY(d.leadBit("optional bit", csg));
       if (csg != 0) {
-         L3_TRY(d.item("utran-CSG-Measurement-Report", NASDec_TS44060IE_UTRAN_CSG_Measurement_Report_IE,
-                       &pvalue->utran_CSG_Measurement_Report));
+         L3_TRY(d.template item<quorva::type::TS44060IE_UTRAN_CSG_Measurement_Report_IE>(
+               "utran-CSG-Measurement-Report", &pvalue->utran_CSG_Measurement_Report));
          pvalue->m.utran_CSG_Measurement_ReportPresent = 1;
       }
    }
@@ -100,6 +107,7 @@ int NASDec_TS44018IE_Measurement_Results(RtxContext* pctxt, TS44018IE_Measuremen
    L3_TRY(d.skipBits(static_cast<uint32_t>(kResultsBits - used)));
    return d.done();
 }
+L3_DECODER(TS44018IE_Measurement_Results, (TS44018IE_Measurement_Results * pvalue), (pvalue))
 
 // Multirate configuration, TS 44.018, 10.5.2.21aa: two spare bits, and the parameters of the AMR modes by
 // pairs.

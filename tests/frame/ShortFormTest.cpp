@@ -43,7 +43,6 @@ const struct {
       {"vstk_rand", "ciphering parameters of a group call, coded by hand"},
       {"encryptionCapability", "a classmark of CDMA2000, coded by hand"},
       {"component-4", "an enhanced measurement report, coded by hand"},
-      {"ncell-Report", "measurement results, coded by hand"},
       {"extendedBCCHFrequencyList", "behind a pseudo length of 0 that a network sends"},
 };
 
