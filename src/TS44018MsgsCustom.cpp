@@ -51,22 +51,35 @@ int decodeOptional(Decoder& d, const char* name, unsigned iei, Format format, si
 
 // Immediate assignment, TS 44.018, 9.1.18. One of the two descriptions stands on the wire: the first octet
 // tells which, and the encoder goes by it and not by the presence bits.
+namespace {
+
+// The mandatory part, by a coder of either form.
+template <class Coder>
+L3_INLINE int assignment(Coder& c, TS44018Msg_ImmediateAssignment& r) {
+   namespace type = quorva::type;
+   L3_TRY(
+         c.template item<type::TS44018IE_Dedicated_mode_or_TBF>("dedicatedModeOrTBF", &r.dedicatedModeOrTBF));
+   L3_TRY(c.template item<type::TS44018IE_Page_Mode>("pageMode", &r.pageMode));
+   if (r.dedicatedModeOrTBF.tbf_or_dedicated != 0)
+      L3_TRY(c.template item<type::TS44018IE_Packet_Channel_Description>("packetChannelDescr",
+                                                                         &r.packetChannelDescr));
+   else
+      L3_TRY(c.template item<type::TS44018IE_Channel_Description>("channelDescr", &r.channelDescr));
+   // Each description has 24 bits, so this is so only where the message began inside an octet.
+   if constexpr (std::is_same_v<Coder, Encoder>)
+      if (c.ctxt()->bufBitsLeft != 8) return c.failed(RTX_E_NOT_ALIGNED);
+   L3_TRY(c.template item<type::TS44018IE_Request_Reference>("requestReference", &r.requestReference));
+   L3_TRY(c.fields(value<type::TS44018IE_Timing_Advance>("timingAdvance", r.timingAdvance)));
+   return c.template item<type::TS44018IE_Mobile_Allocation>("mobileAllocation", &r.mobileAllocation);
+}
+
+} // namespace
+
 int NASEnc_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_ImmediateAssignment* pvalue) {
    L3_TO_STREAM(NASEnc_TS44018Msg_ImmediateAssignment(pctxt, pvalue));
    Encoder e(pctxt);
    L3_TRY(e.begin("ImmediateAssignment"));
-   L3_TRY(e.item("dedicatedModeOrTBF", NASEnc_TS44018IE_Dedicated_mode_or_TBF, &pvalue->dedicatedModeOrTBF));
-   L3_TRY(e.item("pageMode", NASEnc_TS44018IE_Page_Mode, &pvalue->pageMode));
-   if (pvalue->dedicatedModeOrTBF.tbf_or_dedicated != 0)
-      L3_TRY(e.item("packetChannelDescr", NASEnc_TS44018IE_Packet_Channel_Description,
-                    &pvalue->packetChannelDescr));
-   else
-      L3_TRY(e.item("channelDescr", NASEnc_TS44018IE_Channel_Description, &pvalue->channelDescr));
-   // Each description has 24 bits, so this is so only where the message began inside an octet.
-   if (pctxt->bufBitsLeft != 8) return e.failed(RTX_E_NOT_ALIGNED);
-   L3_TRY(e.item("requestReference", NASEnc_TS44018IE_Request_Reference, &pvalue->requestReference));
-   L3_TRY(e.fields(value<quorva::type::TS44018IE_Timing_Advance>("timingAdvance", pvalue->timingAdvance)));
-   L3_TRY(e.item("mobileAllocation", NASEnc_TS44018IE_Mobile_Allocation, &pvalue->mobileAllocation));
+   L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
    L3_TRY(encodeOptional(e, pvalue->m.startingTimePresent, "startingTime", 0x7C,
                          NASEnc_TS44018IE_Starting_Time, &pvalue->startingTime));
    return e.done();
@@ -77,19 +90,11 @@ int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    Decoder d(pctxt);
    L3_TRY(d.begin("ImmediateAssignment"));
    pvalue->m = {};
-   L3_TRY(d.item("dedicatedModeOrTBF", NASDec_TS44018IE_Dedicated_mode_or_TBF, &pvalue->dedicatedModeOrTBF));
-   L3_TRY(d.item("pageMode", NASDec_TS44018IE_Page_Mode, &pvalue->pageMode));
-   if (pvalue->dedicatedModeOrTBF.tbf_or_dedicated != 0) {
-      L3_TRY(d.item("packetChannelDescr", NASDec_TS44018IE_Packet_Channel_Description,
-                    &pvalue->packetChannelDescr));
-      pvalue->m.packetChannelDescrPresent = 1;
-   } else {
-      L3_TRY(d.item("channelDescr", NASDec_TS44018IE_Channel_Description, &pvalue->channelDescr));
-      pvalue->m.channelDescrPresent = 1;
-   }
-   L3_TRY(d.item("requestReference", NASDec_TS44018IE_Request_Reference, &pvalue->requestReference));
-   L3_TRY(d.fields(value<quorva::type::TS44018IE_Timing_Advance>("timingAdvance", pvalue->timingAdvance)));
-   L3_TRY(d.item("mobileAllocation", NASDec_TS44018IE_Mobile_Allocation, &pvalue->mobileAllocation));
+   L3_TRY(decodeHeader(d, plainHeader(pctxt),
+                       [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
+   const bool packet = pvalue->dedicatedModeOrTBF.tbf_or_dedicated != 0;
+   pvalue->m.packetChannelDescrPresent = packet;
+   pvalue->m.channelDescrPresent = !packet;
    return decodeOptional(d, "startingTime", 0x7C, Format::TV, 2, NASDec_TS44018IE_Starting_Time,
                          &pvalue->startingTime, [pvalue] { pvalue->m.startingTimePresent = 1; });
 }
