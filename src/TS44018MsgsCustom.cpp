@@ -60,11 +60,16 @@ L3_INLINE int assignment(Coder& c, TS44018Msg_ImmediateAssignment& r) {
    L3_TRY(
          c.template item<type::TS44018IE_Dedicated_mode_or_TBF>("dedicatedModeOrTBF", &r.dedicatedModeOrTBF));
    L3_TRY(c.template item<type::TS44018IE_Page_Mode>("pageMode", &r.pageMode));
-   if (r.dedicatedModeOrTBF.tbf_or_dedicated != 0)
+   const bool packet = r.dedicatedModeOrTBF.tbf_or_dedicated != 0;
+   if (packet)
       L3_TRY(c.template item<type::TS44018IE_Packet_Channel_Description>("packetChannelDescr",
                                                                          &r.packetChannelDescr));
    else
       L3_TRY(c.template item<type::TS44018IE_Channel_Description>("channelDescr", &r.channelDescr));
+   if constexpr (std::is_same_v<Coder, Decoder> || std::is_same_v<Coder, ShortDecoder>) {
+      r.m.packetChannelDescrPresent = packet;
+      r.m.channelDescrPresent = !packet;
+   }
    // Each description has 24 bits, so this is so only where the message began inside an octet.
    if constexpr (std::is_same_v<Coder, Encoder>)
       if (c.ctxt()->bufBitsLeft != 8) return c.failed(RTX_E_NOT_ALIGNED);
@@ -92,9 +97,6 @@ int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    pvalue->m = {};
    L3_TRY(decodeHeader(d, plainHeader(pctxt),
                        [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
-   const bool packet = pvalue->dedicatedModeOrTBF.tbf_or_dedicated != 0;
-   pvalue->m.packetChannelDescrPresent = packet;
-   pvalue->m.channelDescrPresent = !packet;
    return decodeOptional(d, "startingTime", 0x7C, Format::TV, 2, NASDec_TS44018IE_Starting_Time,
                          &pvalue->startingTime, [pvalue] { pvalue->m.startingTimePresent = 1; });
 }
