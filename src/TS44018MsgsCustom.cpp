@@ -95,7 +95,8 @@ int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    Decoder d(pctxt);
    L3_TRY(d.begin("ImmediateAssignment"));
    pvalue->m = {};
-   L3_TRY(decodeHeader(d, plainHeader(pctxt),
+   // By the standards nothing may reach beyond what is around it, of which the short form knows nothing here.
+   L3_TRY(decodeHeader(d, d.standard() ? nullptr : plainHeader(pctxt),
                        [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
    return decodeOptional(d, "startingTime", 0x7C, Format::TV, 2, NASDec_TS44018IE_Starting_Time,
                          &pvalue->startingTime, [pvalue] { pvalue->m.startingTimePresent = 1; });

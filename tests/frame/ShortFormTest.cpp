@@ -39,6 +39,7 @@ const struct {
       {"si10bis-Neighbour-Cell-Info", "a length inside an octet, as there seldom is"},
       {"si10bis-Neighbour-Cell-Info-list", "the same"},
       {"pm", "identities without a length, coded by hand"},
+      {"startingTime", "optional in an immediate assignment, which is coded by hand"},
       {"hysteresis", "a multirate configuration, coded by hand"},
       {"vstk_rand", "ciphering parameters of a group call, coded by hand"},
       {"encryptionCapability", "a classmark of CDMA2000, coded by hand"},
