@@ -285,6 +285,7 @@ TEST(Toy, FailsCleanlyWithoutMemory) {
                   0);
             rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
             Octets octets = one.octets;
+            if (octets.empty()) octets.reserve(1);
             Room room(one.type, 0xA5);
             rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
             ctxt.bufBitsLeft = static_cast<int16_t>(8 - one.from);
