@@ -9,39 +9,25 @@ namespace {
 
 constexpr uint64_t octetBits = 0x0101010101010101;
 
+/**
+ * Eight octets twice, once in each half: every processor with vectors of 128 bits has instructions for them.
+ */
+using Octets __attribute__((vector_size(16))) = int8_t;
+using Halves __attribute__((vector_size(16))) = uint64_t;
+
+inline Octets octetsOf(uint64_t first, uint64_t second) {
+   return reinterpret_cast<Octets>(Halves{first, second});
+}
+/** Ones in the octets whose highest bit is set. */
+inline Octets highest(Octets x) {
+   return reinterpret_cast<Octets>(x < 0);
+}
 /** What octets side by side are times x, x^8 being what `reduction` says. */
+inline Octets doubled(Octets x, int8_t reduction) {
+   return (x + x) ^ (highest(x) & reduction);
+}
 inline uint64_t doubled(uint64_t octets, uint64_t reduction) {
    return (octets & ~(octetBits << 7)) << 1 ^ (octets >> 7 & octetBits) * reduction;
-}
-
-/** For each bit of the octets, ones wherever it is set. */
-struct BitMasks {
-   uint64_t bit[8];
-
-   explicit inline BitMasks(uint64_t octets) {
-      for (int i = 0; i < 8; ++i) {
-         const uint64_t set = octets >> i & octetBits;
-         bit[i] = (set << 8) - set;
-      }
-   }
-   /** A linear map of the octets. */
-   template <const BitMap& Map>
-   inline uint64_t mapped() const {
-      uint64_t result = 0;
-      for (size_t i = 0; i < 8; ++i) result ^= bit[i] & octetBits * Map[i];
-      return result;
-   }
-};
-
-/** Products of octets in GF(2^8), x^8 being x^6 + x^5 + x^3 + 1. The second factor may come late. */
-inline uint64_t multiply(uint64_t early, uint64_t late) {
-   const BitMasks masks(late);
-   uint64_t result = early & masks.bit[0];
-   for (int i = 1; i < 8; ++i) {
-      early = doubled(early, 0x69);
-      result ^= early & masks.bit[i];
-   }
-   return result;
 }
 
 /** What x is to the power of 2^n, squared n times; a power of two is linear. */
@@ -61,20 +47,71 @@ constexpr BitMap powerMap(unsigned n) {
    }
    return map;
 }
-constexpr BitMap square = powerMap(1), power4 = powerMap(2), power8 = powerMap(3), power16 = powerMap(4),
-                 power32 = powerMap(5);
+/** The same times x^4. */
+constexpr BitMap raised(BitMap map) {
+   for (uint8_t& octet : map)
+      for (int i = 0; i < 4; ++i) octet = static_cast<uint8_t>(octet << 1 ^ ((octet & 0x80) != 0 ? 0x69 : 0));
+   return map;
+}
+constexpr BitMap identity = powerMap(0), square = powerMap(1), power4 = powerMap(2), power8 = powerMap(3),
+                 power16 = powerMap(4), power32 = powerMap(5);
+
+/** For each bit of the octets, ones wherever it is set. */
+struct BitMasks {
+   Octets bit[8];
+
+   explicit inline BitMasks(Octets octets) {
+      for (int i = 7; i >= 0; --i) {
+         bit[i] = highest(octets);
+         octets += octets;
+      }
+   }
+   /** A linear map in the first half, and one in the second. */
+   inline Octets mapped(const BitMap& first, const BitMap& second) const {
+      Octets result{};
+      for (size_t i = 0; i < 8; ++i) result ^= bit[i] & octetsOf(octetBits * first[i], octetBits * second[i]);
+      return result;
+   }
+   inline Octets mapped(const BitMap& map) const { return mapped(map, map); }
+};
+
+/** A factor in GF(2^8), x^8 being x^6 + x^5 + x^3 + 1, made ready: it times 1, x, x^2, x^3 in the first half
+ * and times x^4 to x^7 in the second, so that four steps make a product. */
+struct Factor {
+   Octets times[4];
+
+   /** What it is of the octets whose masks these are. */
+   inline Factor(const BitMasks& masks, const BitMap& map) {
+      times[0] = masks.mapped(map, raised(map));
+      for (int i = 1; i < 4; ++i) times[i] = doubled(times[i - 1], 0x69);
+   }
+   /** Times what is alike in both halves, as is the product. */
+   inline Octets operator*(Octets late) const {
+      // The low half of each octet to the high one, in the first half only.
+      const Halves both = reinterpret_cast<Halves>(late);
+      Octets bits = reinterpret_cast<Octets>((both << 4 & Halves{octetBits * 0xF0, 0}) |
+                                             (both & Halves{0, octetBits * 0xF0}));
+      Octets sum = times[3] & highest(bits);
+      for (int i = 2; i >= 0; --i) {
+         bits += bits;
+         sum ^= times[i] & highest(bits);
+      }
+      const Halves halves = reinterpret_cast<Halves>(sum);
+      return reinterpret_cast<Octets>(halves ^ Halves{halves[1], halves[0]});
+   }
+};
 
 /**
  * The S-box of S2, TS 35.216, 5.2: x + x^9 + x^13 + x^15 + x^33 + x^41 + x^45 + x^47 + x^49 + 0x25. With
  * w = 1 + x^8 (1 + x^4 (1 + x^2)) that is x (w + x^32 (x^16 + w)), four products.
  */
-inline uint64_t dickson(uint64_t x) {
-   const BitMasks masks(x);
-   const uint64_t one = octetBits;
-   const uint64_t w = one ^ multiply(masks.mapped<power8>(),
-                                     one ^ multiply(masks.mapped<power4>(), one ^ masks.mapped<square>()));
-   const uint64_t y = w ^ multiply(masks.mapped<power32>(), masks.mapped<power16>() ^ w);
-   return multiply(x, y) ^ octetBits * 0x25;
+inline uint64_t dickson(uint64_t words) {
+   const BitMasks masks(octetsOf(words, words));
+   const Octets one = octetsOf(octetBits, octetBits);
+   const Octets w =
+         one ^ Factor(masks, power8) * (one ^ Factor(masks, power4) * (one ^ masks.mapped(square)));
+   const Octets y = w ^ Factor(masks, power32) * (masks.mapped(power16) ^ w);
+   return reinterpret_cast<Halves>(Factor(masks, identity) * y)[0] ^ octetBits * 0x25;
 }
 
 /** The octets of both halves turned, the second to the place of the first. */
