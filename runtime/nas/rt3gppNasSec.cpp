@@ -23,6 +23,8 @@ constexpr int32_t algZuc = 3;
 constexpr size_t keySize = 16;
 constexpr size_t subkeysSize = 2 * aesBlockSize;
 constexpr size_t scheduleSize = aesScheduleWords * sizeof(uint32_t);
+/** Of both keys, and a word behind them that tells whether the cipher key's is there. */
+constexpr size_t schedulesSize = 2 * scheduleSize + sizeof(uint32_t);
 /** COUNT, BEARER and DIRECTION with their padding: ahead of the message in the MAC, start of the counter
  * block. */
 constexpr size_t prefixSize = 8;
@@ -100,14 +102,22 @@ void releaseSubkeys(RtxContext* pctxt, RtxNasSecContext& sec) {
 }
 
 void releaseSchedules(RtxContext* pctxt, RtxNasSecContext& sec) {
-   releaseSecret(pctxt, sec.aesSchedules, 2 * scheduleSize);
+   releaseSecret(pctxt, sec.aesSchedules, schedulesSize);
    sec.aesSchedules = nullptr;
 }
 
+uint32_t& hasCipherKey(const RtxNasSecContext& sec) {
+   return sec.aesSchedules[2 * aesScheduleWords];
+}
+
 bool haveSchedules(RtxContext* pctxt, RtxNasSecContext& sec) {
-   if (sec.aesSchedules == nullptr)
-      sec.aesSchedules = static_cast<uint32_t*>(rtxMemHeapAlloc(pctxt, 2 * scheduleSize));
-   return sec.aesSchedules != nullptr;
+   if (sec.aesSchedules != nullptr) return true;
+   sec.aesSchedules = static_cast<uint32_t*>(rtxMemHeapAlloc(pctxt, schedulesSize));
+   if (sec.aesSchedules == nullptr) return false;
+   // The cipher of before may stay in force by its number, if a refusal took its key away and another
+   // follows.
+   hasCipherKey(sec) = 0;
+   return true;
 }
 
 bool haveSubkeys(RtxContext* pctxt, RtxNasSecContext& sec) {
@@ -262,6 +272,7 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
       return failed(refuseAlgorithm(pctxt, "cipher algorithm", cipherAlg));
    }
 
+   if (needsKey(pctxt, cipherAlg)) hasCipherKey(sec) = 1;
    sec.cipherAlg = cipherAlg;
    sec.integAlg = integAlg;
    sec.integKey = integKey;
@@ -276,7 +287,7 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
    const RtxNasSecContext& sec = *pctxt->nasSec;
    if (length == 0 || sec.cipherAlg == algNull) return RTX_OK;
    if (!needsKey(pctxt, sec.cipherAlg)) return refuseAlgorithm(pctxt, "encryption algorithm", sec.cipherAlg);
-   if (sec.aesSchedules == nullptr) return recordFailure(pctxt, RTX_E_NO_SECURITY);
+   if (sec.aesSchedules == nullptr || !hasCipherKey(sec)) return recordFailure(pctxt, RTX_E_NO_SECURITY);
    if (data == nullptr) return recordNewFailure(pctxt, RTX_E_NULL);
    if (sec.cipherAlg != algAes) {
       const auto cipher = sec.cipherAlg == algSnow3g ? uea2 : eea3;

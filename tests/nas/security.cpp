@@ -336,6 +336,15 @@ TEST_P(Security, RefusalOfTheIntegrityAlgorithmTakesTheKeysAwayFirst) {
    refused(rtx3gppCipher(ctx, data.data(), data.size()), RTX_E_NO_SECURITY);
    refused(rtx3gppComputeMAC(ctx, data.data(), data.size(), &value), RTX_E_NO_SECURITY);
    EXPECT_EQ(data, someData);
+
+   // Nor when the integrity key comes back alone, a second refusal having left the number of the cipher.
+   EXPECT_EQ(assign(keyA, keyB, 2, 1), RTX_E_UNSUPPORTED);
+   rtxErrReset(ctx);
+   EXPECT_EQ(ctx->nasSec->cipherAlg, 2);
+   refused(rtx3gppCipher(ctx, data.data(), data.size()), RTX_E_NO_SECURITY);
+   EXPECT_EQ(data, someData);
+   ASSERT_EQ(assign(keyA, keyB, 2, 2), 0);
+   EXPECT_EQ(ciphered(someData), cipherB);
 }
 
 TEST_P(Security, RefusalOfTheCipherAlgorithmComesBehindTheIntegrityKey) {
