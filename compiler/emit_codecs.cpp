@@ -461,9 +461,6 @@ private:
       if (step.field != nullptr && step.field->zeros != 0)
          attempt("zeros(" + number(step.field->zeros) + ")");
    }
-   static bool namesOuter(const Expr& e) {
-      return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
-   }
 
    // The contents of another type, without its length.
    void inside(const Step& step) {
@@ -489,9 +486,6 @@ private:
 
    void list(const Step& step) {
       const Field* field = step.field;
-      const Entries entries = field == nullptr             ? type_->entries
-                              : field->kind == Kind::Named ? Entries::Ext
-                                                           : field->entries;
       std::string body, capture;
       const std::string coder = enc_ ? "e" : "d";
       if (!step.steps.empty()) {
@@ -515,9 +509,9 @@ private:
       std::string head = "L3_TRY(" + coder + ".";
       if (step.type != nullptr && type_->structure && !hasShortForm(baseType(*step.type)))
          return w_.line("return kNotShort;");
-      if (isLed(entries)) return led(step, entries, places, body);
-      if (entries != Entries::Rest) {
-         const bool ext = entries == Entries::Ext;
+      if (isLed(step.entries)) return led(step, places, body);
+      if (step.entries != Entries::Rest) {
+         const bool ext = step.entries == Entries::Ext;
          if (ext && !enc_) declareExt();
          head += std::string(ext ? "repeatExt(" : "repeatFlags(") + quoted(step.name) + ", " + places +
                  (ext && !enc_ ? ", ext," : ",");
@@ -538,10 +532,10 @@ private:
    }
 
    // Each entry led by a bit outside of it.
-   void led(const Step& step, Entries entries, const std::string& places, const std::string& body) {
-      const char* how = entries == Entries::Ones    ? "Led::ByOnes"
-                        : entries == Entries::Zeros ? "Led::ByZeros"
-                                                    : "Led::ByHighs";
+   void led(const Step& step, const std::string& places, const std::string& body) {
+      const char* how = step.entries == Entries::Ones    ? "Led::ByOnes"
+                        : step.entries == Entries::Zeros ? "Led::ByZeros"
+                                                         : "Led::ByHighs";
       const std::string entry = step.type != nullptr ? recordName(*step.type) : uintType(step.bits);
       w_.line("L3_TRY(" + c() + ".repeatLed(" + how + ", " + places + ",");
       w_.line("      [](" + std::string(enc_ ? "ShortEncoder& e" : "ShortDecoder& d") +
@@ -588,11 +582,6 @@ private:
       w_.close();
    }
 
-   static size_t bitsOf(const std::string& pattern) {
-      size_t bits = 0;
-      for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
-      return bits;
-   }
    // One of the arms, by its own bits.
    void patterns(const Step& step, const std::string& t) {
       const Field& field = *step.field;
@@ -602,7 +591,7 @@ private:
          std::vector<size_t> table(size_t{1} << longest, 0);
          for (size_t i = 0; i < field.arms.size(); ++i) {
             const std::string& pattern = field.arms[i].pattern;
-            const size_t first = bitsOf(pattern) << (longest - pattern.size());
+            const size_t first = patternBits(pattern) << (longest - pattern.size());
             for (size_t k = 0; k < size_t{1} << (longest - pattern.size()); ++k)
                table[first + k] = (i + 1) << 4 | pattern.size();
          }
@@ -617,7 +606,7 @@ private:
          w_.open("case " + number(i + 1) + ": {");
          if (enc_) {
             const std::string& pattern = field.arms[i].pattern;
-            attempt("pattern(" + number(bitsOf(pattern)) + ", " + number(pattern.size()) + ", " +
+            attempt("pattern(" + number(patternBits(pattern)) + ", " + number(pattern.size()) + ", " +
                     (step.high ? "true" : "false") + ")");
          }
          one(step.steps[i]);

@@ -36,8 +36,7 @@ size_t typeNumber(const Type& type) {
 unsigned widthOfUint(uint64_t bits) {
    return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8;
 }
-unsigned widthOfCount(const Storage& storage, bool led = false) {
-   if (led) return 8;
+unsigned widthOfCount(const Storage& storage) {
    return storage.heap ? 4 : storage.capacity <= 255 ? 1 : storage.capacity <= 65535 ? 2 : 4;
 }
 
@@ -471,11 +470,6 @@ private:
       if (type_->original != nullptr && !member.empty()) guards_.push_back(sizeOf(member) + sign + least);
    }
 
-   // Is the size told by the structure around?
-   static bool namesOuter(const Expr& e) {
-      return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
-   }
-
    void nested(RowText& row, const Type& type) const {
       row.kind = "Nested";
       row.module = moduleNumbers_.at(type.module);
@@ -557,7 +551,6 @@ private:
       if (step.preset || step.sizes) row.wire.push_back("kPreset");
       if (step.patterns) row.wire.push_back("kPatterns");
       if (step.inBits) row.wire.push_back("kInBits");
-      if (step.outside) row.wire.push_back(step.lowEnds ? "kLedOutside" : "kLedOutside | kLedByZeros");
       if (step.name.empty()) row.wire.push_back("kUnnamedOnWire");
       row.argument = expression(step.argument);
       row.second = expression(step.second);
@@ -747,17 +740,20 @@ private:
                            : field->kind == Kind::Named ? Sample::typeCount(baseType(*field->type.type))
                                                         : sample_->count(*field);
       counted(row, "List", place + "n", place + "elem", step.storage, few);
-      if (step.outside) row.width = "8";
+      if (isLed(step.entries)) row.width = "8";
       row.stride = sizeOf(place + "elem[0]");
       if (type_->original != nullptr && !step.storage.heap)
          row.capacity = "static_cast<uint32_t>(" + sizeOf(place + "elem") + " / " + row.stride + ")";
       row.limits = limits(step.bounds);
       row.bits = 0;
-      const Entries entries = field == nullptr             ? type_->entries
-                              : field->kind == Kind::Named ? Entries::Ext
-                                                           : field->entries;
-      if (entries == Entries::Ext) row.wire.push_back("kLedByExt");
-      if (entries == Entries::Flags) row.wire.push_back("kLedByFlags");
+      switch (step.entries) {
+      case Entries::Rest: break;
+      case Entries::Ext: row.wire.push_back("kLedByExt"); break;
+      case Entries::Flags: row.wire.push_back("kLedByFlags"); break;
+      case Entries::Ones: row.wire.push_back("kLedOutside"); break;
+      case Entries::Zeros: row.wire.push_back("kLedOutside | kLedByZeros"); break;
+      case Entries::Highs: row.wire.push_back("kLedOutside | kHigh"); break;
+      }
       if (step.argument.expr != nullptr) row.wire.push_back("kTimes");
       if (field == nullptr ? type_->freeCount : field->freeCount) row.wire.push_back("kFree");
       if (step.entryInits) row.wire.push_back("kInits");
@@ -789,10 +785,10 @@ private:
    }
 
    void arm(uint64_t low, uint64_t high, size_t row, const std::string& pattern = "") {
-      unsigned bits = 0;
-      for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
-      arms_.push_back("{" + number(low) + "u, " + number(high) + "u, " + number(row) +
-                      (pattern.empty() ? "" : ", " + hex(bits, 2) + ", " + number(pattern.size())) + "}");
+      arms_.push_back(
+            "{" + number(low) + "u, " + number(high) + "u, " + number(row) +
+            (pattern.empty() ? "" : ", " + hex(patternBits(pattern), 2) + ", " + number(pattern.size())) +
+            "}");
    }
 
    void choice(const Step& step, RowText& row) {

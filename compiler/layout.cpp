@@ -51,6 +51,16 @@ bool isLed(Entries entries) {
    return entries == Entries::Ones || entries == Entries::Zeros || entries == Entries::Highs;
 }
 
+uint64_t patternBits(const std::string& pattern) {
+   uint64_t bits = 0;
+   for (char c : pattern) bits = bits << 1 | (c == '1' || c == 'H' ? 1u : 0u);
+   return bits;
+}
+
+bool namesOuter(const Expr& e) {
+   return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
+}
+
 const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages) {
    return !pdu.second.empty() && messages.name == pdu.second ? pdu.secondTable : pdu.table;
 }

@@ -52,6 +52,10 @@ std::string uintType(uint64_t bits);
 std::string countType(const Storage& storage, Entries entries = Entries::Rest);
 // Is each entry led by a bit outside of it, as lists of CSN.1 have it? Their counts have 64 bits.
 bool isLed(Entries entries);
+// The bits that lead an arm, as a number: 1 and H are set.
+uint64_t patternBits(const std::string& pattern);
+// Does the value that the structure around hands in stand in it?
+bool namesOuter(const Expr& e);
 // The rows of a PDU that fill a field of `messages`.
 const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages);
 

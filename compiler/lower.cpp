@@ -77,8 +77,7 @@ public:
       case TypeKind::Bits: bitString(); break;
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
-         list(step, type_.base.type, type_.bits, type_.bounds, type_.storage);
-         led(step, type_.entries);
+         list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
          step.preset = type_.presized;
          step.argument = term(type_.times.get(), place);
          break;
@@ -118,13 +117,6 @@ private:
       step.last = true;
    }
 
-   // By a bit ahead of each entry, outside of it.
-   static void led(Step& step, Entries entries) {
-      step.outside = isLed(entries);
-      step.high = entries == Entries::Highs;
-      step.lowEnds = entries != Entries::Zeros;
-   }
-
    void octets() {
       const bool sized = type_.fill || type_.presized;
       Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Octets
@@ -143,11 +135,12 @@ private:
    static Term term(const Expr* expr, const Place& place) { return {expr, place.root, place.record}; }
 
    static void list(Step& step, const Type* entry, unsigned bits, const Bounds& bounds,
-                    const Storage& storage) {
+                    const Storage& storage, Entries entries) {
       step.type = entry;
       step.bits = bits;
       step.bounds = bounds;
       step.storage = storage;
+      step.entries = entries;
       // No initialiser of the record around an array has been at its elements.
       step.entryInits = entry != nullptr && (storage.heap || mayStayUnset(*entry)) && hasInit(*entry);
    }
@@ -300,8 +293,7 @@ private:
          break;
       case Kind::Each:
          step.op = Op::List;
-         list(step, field.type.type, field.bits, field.bounds, field.storage);
-         led(step, field.entries);
+         list(step, field.type.type, field.bits, field.bounds, field.storage, field.entries);
          step.argument = term(field.argument.get(), place);
          step.opensTail = field.tail;
          if (field.entry != nullptr) {
@@ -386,7 +378,7 @@ private:
          if (octet->kind == Kind::Named && baseType(*octet->type.type).kind == TypeKind::List) {
             const Type& type = baseType(*octet->type.type);
             inner.op = Op::List;
-            list(inner, type.base.type, type.bits, type.bounds, type.storage);
+            list(inner, type.base.type, type.bits, type.bounds, type.storage, Entries::Ext);
          }
          step.steps.push_back(std::move(inner));
       }

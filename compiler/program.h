@@ -59,19 +59,18 @@ struct BitPlace {
 struct Step {
    Op op = Op::Nothing;
    const Field* field = nullptr;
-   const Type* type = nullptr; // Call, Contents, Message; List: of an entry, if it is no number
-   std::string name;           // on the wire's side; empty: none
-   std::string place;          // member of the record around, with a point behind it
-   std::string member;         // of the record; empty: the value itself
-   bool high = false;          // the bit that tells of it, or its entries, or its arms is L or H
-   bool lowEnds = true;        // List led by bits outside of the entries: 0 ends it, else 1 does
-   bool outside = false;       // List so led
-   bool preset = false;        // Sized, SizedBits, List: the record has the count ahead of decoding
-   bool sizes = false;         // Call: `argument` is the count of such a type
-   bool inBits = false;        // Length: counts bits, less `count`
-   bool patterns = false;      // Choice: by the patterns of the arms
-   bool quits = false;         // a decoder with nothing left returns here as it stands
-   unsigned bits = 0;          // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
+   const Type* type = nullptr;      // Call, Contents, Message; List: of an entry, if it is no number
+   std::string name;                // on the wire's side; empty: none
+   std::string place;               // member of the record around, with a point behind it
+   std::string member;              // of the record; empty: the value itself
+   bool high = false;               // the bit that tells of it, or its arms is L or H
+   Entries entries = Entries::Rest; // List
+   bool preset = false;             // Sized, SizedBits, List: the record has the count ahead of decoding
+   bool sizes = false;              // Call: `argument` is the count of such a type
+   bool inBits = false;             // Length: counts bits, less `count`
+   bool patterns = false;           // Choice: by the patterns of the arms
+   bool quits = false;              // a decoder with nothing left returns here as it stands
+   unsigned bits = 0; // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
    Bounds bounds;
    Storage storage;
    uint64_t count = 0; // Octets, Bits
