@@ -258,16 +258,6 @@ bool bitAtHand(const RtxContext* ctxt) {
    return (ctxt->bufData[ctxt->bufByteIndex] >> (ctxt->bufBitsLeft - 1) & 1) != 0;
 }
 
-// Bits to the octet's end.
-int encodeFill(Encoder& e, uint32_t pattern) {
-   RtxContext* ctxt = e.ctxt();
-   if (ctxt->bufBitsLeft == 8) return 0;
-   const int status = rtxEncBits(ctxt, pattern, static_cast<size_t>(ctxt->bufBitsLeft));
-   return status < 0 ? e.failed(status) : 0;
-}
-
-constexpr uint32_t kPadding = 0x2B;
-
 } // namespace
 
 int NASEnc_TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_element(RtxContext* pctxt,
@@ -336,14 +326,14 @@ int NASEnc_TS44018Msg_Enhanced_Measurement_report(RtxContext* pctxt,
       L3_TRY(e.item("component-7",
                     NASEnc_TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_element,
                     &pvalue->component_7));
-      L3_TRY(encodeFill(e, 0));
+      L3_TRY(encPadding(pctxt, 0));
       return e.done();
    }
    L3_TRY(encHighBit(pctxt, "optional bit", pvalue->m.component_8Present));
    if (pvalue->m.component_8Present)
       L3_TRY(e.item("component-8", NASEnc_TS44018Msg_Enhanced_Measurement_report_component_8,
                     &pvalue->component_8));
-   L3_TRY(encodeFill(e, kPadding));
+   L3_TRY(encPadding(pctxt, quorva::csn1::kPadding));
    return e.done();
 }
 

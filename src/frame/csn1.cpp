@@ -59,14 +59,14 @@ int ShortDecoder::highIn() {
    if (at == end_ && used >= extra_) return kNotShort;
    at_ = at + (used + 1) / 8;
    used_ = (used + 1) % 8;
-   return (*at ^ kPaddingOctet) >> (7 - used) & 1;
+   return (*at ^ csn1::kPadding) >> (7 - used) & 1;
 }
 
 int ShortDecoder::patternIn(const ArmBits* arms, unsigned longest, bool high, uint32_t& t) {
    if (at_ == end_ && used_ >= extra_) return kNotShort;
    unsigned bits = unsigned{*at_} << 8;
    if (at_ + 1 < end_ || (at_ + 1 == end_ && extra_ != 0)) bits |= at_[1];
-   if (high) bits ^= kPaddingOctet * 0x101u;
+   if (high) bits ^= csn1::kPadding * 0x101u;
    const unsigned arm = arms[bits >> (16 - used_ - longest) & ((1u << longest) - 1)];
    const unsigned total = used_ + (arm & 15);
    if (arm == 0 || have() * 8 + extra_ < total) return kNotShort;
@@ -109,10 +109,13 @@ int ShortDecoder::openUnits(unsigned bits, unsigned unit, unsigned more, Length&
    const int64_t number = takeIn(bits);
    if (number < 0) return kNotShort;
    value = static_cast<uint8_t>(number);
-   const uint64_t count = static_cast<uint64_t>(number) * unit + more;
-   if (bitsLeft() < count) return kNotShort;
+   return endAfter(static_cast<uint64_t>(number) * unit + more, length);
+}
+
+int ShortDecoder::endAfter(uint64_t bits, Length& length) {
+   if (bitsLeft() < bits) return kNotShort;
    length = {end_, extra_};
-   const size_t total = used_ + count;
+   const size_t total = used_ + bits;
    end_ = at_ + total / 8;
    extra_ = total % 8;
    return 0;
@@ -154,7 +157,7 @@ int ShortEncoder::bitIn(bool bit) {
 }
 
 int ShortEncoder::highIn(bool high) {
-   return bitIn(high != (lowAt(used_) != 0));
+   return bitIn(high != ((csn1::kPadding >> (7 - used_) & 1) != 0));
 }
 
 int ShortEncoder::pattern(unsigned bits, unsigned count, bool high) {
@@ -181,7 +184,7 @@ int ShortEncoder::unary(unsigned value) {
 // Spare bits are L to the end of the octet.
 int ShortEncoder::padding() {
    if (used_ == 0) return 0;
-   *at_ = static_cast<uint8_t>((*at_ & (0xFF00u >> used_)) | (kPaddingOctet & (0xFFu >> used_)));
+   *at_ = static_cast<uint8_t>((*at_ & (0xFF00u >> used_)) | (csn1::kPadding & (0xFFu >> used_)));
    align();
    return 0;
 }

@@ -38,6 +38,8 @@ int encHighEnumeration(RtxContext* ctxt, uint32_t value);
 int encUnary(RtxContext* ctxt, const char* name, uint8_t value);
 // The bits that lead an arm, plain ones or L and H.
 int encPattern(RtxContext* ctxt, unsigned pattern, unsigned bits, bool high);
+// The low bits of the pattern, to the octet's end.
+int encPadding(RtxContext* ctxt, uint8_t pattern);
 int encSelector(RtxContext* ctxt, unsigned bits, uint32_t selector);
 int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei);
 

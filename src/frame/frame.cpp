@@ -698,6 +698,12 @@ int encPattern(RtxContext* ctxt, unsigned pattern, unsigned bits, bool high) {
                 [=] { return hot::encAltDetmnt(ctxt, pattern, bits, mask); });
 }
 
+int encPadding(RtxContext* ctxt, uint8_t pattern) {
+   if (ctxt->bufBitsLeft == 8) return 0;
+   const int status = rtxEncBits(ctxt, pattern, static_cast<size_t>(ctxt->bufBitsLeft));
+   return status < 0 ? fail(ctxt, status) : 0;
+}
+
 int encSelector(RtxContext* ctxt, unsigned bits, uint32_t selector) {
    return field(ctxt, nullptr, "choice selector", [=] { return rtxEncBits(ctxt, selector - 1, bits); });
 }

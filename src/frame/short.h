@@ -5,6 +5,7 @@
 #pragma once
 
 #include "quorva/rtx3GPP.h"
+#include "runtime/nas/csn1.h"
 #include "runtime/nas/tbcd.h"
 #include "src/frame/fields.h"
 
@@ -90,12 +91,6 @@ using ArmBits = uint8_t;
 
 // What tells, outside of the entries of a list, that another one comes (TS 44.018, CSN.1).
 enum class Led { ByOnes, ByZeros, ByHighs };
-
-// The bit that is L at a place in an octet, `used` bits behind its start: H is the other one.
-constexpr uint8_t kPaddingOctet = 0x2B;
-L3_INLINE unsigned lowAt(unsigned used) {
-   return kPaddingOctet >> (7 - used) & 1u;
-}
 
 // A part of a structure that ends ahead of it: 0 or L, and nothing that is optional.
 template <class T>
@@ -236,12 +231,7 @@ public:
       uint64_t count;
       if (!take<Bits>(count)) return kNotShort;
       value = static_cast<T>(count);
-      if (bitsLeft() < count) return kNotShort;
-      length = {end_, extra_};
-      const size_t total = used_ + count;
-      end_ = at_ + total / 8;
-      extra_ = total % 8;
-      return 0;
+      return endAfter(count, length);
    }
    int closeBits(const Length& length) {
       end_ = length.outer;
@@ -485,6 +475,8 @@ public:
       return 0;
    }
    int openUnits(unsigned bits, unsigned unit, unsigned more, Length& length, uint8_t& value);
+   // Ends the container so many bits on, if the one around goes as far.
+   int endAfter(uint64_t bits, Length& length);
    int closeUnits(const Length& length) {
       at_ = end_;
       used_ = extra_;

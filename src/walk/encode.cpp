@@ -208,7 +208,7 @@ private:
       case Kind::Constant: return integer(index, name, wire.number);
       case Kind::Octets: return untested(wire, encOctets(ctxt_, name, place, row.capacity));
       case Kind::Bits: return encBitField(ctxt_, name, place, row.capacity);
-      case Kind::Padding: return padding();
+      case Kind::Padding: return encPadding(ctxt_, csn1::kPadding); // TS 44.018, 10.5.2: spare bits are L
       case Kind::CountedOctets: return countedOctets(index, name, record_);
       case Kind::CountedBits: return countedBits(index, name);
       case Kind::Null: return name != nullptr ? nothing(name) : 0;
@@ -332,13 +332,6 @@ private:
       if (status < 0) return fail(ctxt_, status);
       if (name != nullptr) pop();
       return 0;
-   }
-   // TS 44.018, 10.5.2: spare bits are L.
-   int padding() {
-      const auto left = static_cast<unsigned>(ctxt_->bufBitsLeft);
-      if (left == 8) return 0;
-      const int status = rtxEncBits(ctxt_, csn1::kPadding, left);
-      return status < 0 ? failed(status) : 0;
    }
    // The contents of a type with a length, without it; or its choice, whose selector stands elsewhere.
    int inside(const Wire& wire, const Module& module, const Type& type, uint8_t* place) {
