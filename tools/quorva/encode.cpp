@@ -1,5 +1,6 @@
 #include "tools/quorva/encode.h"
 
+#include "tools/quorva/failure.h"
 #include "tools/quorva/hexText.h"
 #include "tools/quorva/radio.h"
 #include "tools/quorva/source.h"
@@ -165,9 +166,7 @@ private:
       }
       if (status >= 0) status = encodeOnce(ctxt, type, value, protection);
       if (status < 0) {
-         std::string path;
-         for (const RtxDListNode* node = ctxt->elemNames.head; node != nullptr; node = node->next)
-            path += (path.empty() ? "" : ".") + std::string(static_cast<const char*>(node->data));
+         const std::string path = joined(openNames(ctxt), ".");
          complain(line, statusName(status) + (path.empty() ? "" : " at " + path));
          return false;
       }

@@ -15,8 +15,6 @@
 
 namespace quorva::tool {
 
-namespace {
-
 std::vector<std::string> openNames(const RtxContext* ctxt) {
    std::vector<std::string> names;
    for (const RtxDListNode* node = ctxt->elemNames.head; node != nullptr; node = node->next)
@@ -29,6 +27,8 @@ std::string joined(const std::vector<std::string>& words, const char* separator)
    for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
    return text;
 }
+
+namespace {
 
 // The failures on record. A wrong code is none if nobody gave a key to check it with.
 std::vector<int> recordedStatuses(const RtxContext* ctxt, bool macChecked) {

@@ -15,6 +15,11 @@ struct Stop {
    std::vector<std::string> path; // of the element, beginning with the type
 };
 
+// The names of the element that a codec is at, outermost first.
+std::vector<std::string> openNames(const RtxContext* ctxt);
+
+std::string joined(const std::vector<std::string>& words, const char* separator);
+
 // Where the decoder of a type stopped; the context has a trace.
 Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status, bool macChecked);
 

@@ -266,8 +266,8 @@ static int run(int argc, char** argv) {
                ->excludes(summary);
    decode->add_option("--get", options.paths,
                       "Show the texts of these fields, a line a message with tabs between them; **.NAME "
-                      "looks at any "
-                      "depth; may be repeated")
+                      "looks at any depth; "
+                      "may be repeated")
          ->type_name("PATH")
          ->allow_extra_args(false)
          ->excludes(quiet)

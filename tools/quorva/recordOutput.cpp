@@ -90,9 +90,8 @@ std::string jsonLine(const Decoded& decoded, const std::string& name) {
    if (decoded.status < 0) {
       line += ",\"error\":{\"number\":" + std::to_string(decoded.status);
       if (decoded.stop.early) {
-         std::string path;
-         for (const std::string& each : decoded.stop.path) path += (path.empty() ? "" : ".") + each;
-         line += ",\"path\":" + quoted(path) + ",\"octet\":" + std::to_string(decoded.ctxt->bufByteIndex);
+         line += ",\"path\":" + quoted(joined(decoded.stop.path, ".")) +
+                 ",\"octet\":" + std::to_string(decoded.ctxt->bufByteIndex);
       }
       line += "}";
    } else if (decoded.ctxt->bufByteIndex < decoded.clear.size()) {
