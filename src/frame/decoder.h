@@ -247,8 +247,19 @@ private:
    template <class... Parts>
    L3_COLD int fieldsInFull(const Length& length, Parts... parts) {
       int status = 0;
-      (void)(((status = parts.decode(ctxt_)) >= 0 && (status = within(length)) >= 0) && ...);
+      (void)(((status = partInFull(length, parts)) >= 0) && ...);
       return status;
+   }
+   // Of parts ahead of the one that fails nobody sees the names.
+   template <class Part>
+   int partInFull(const Length& length, const Part& part) {
+      uint64_t word;
+      if (peek<Part::bits>(word, length.end) && part.take(word)) {
+         advanceBits(ctxt_, Part::bits);
+         return 0;
+      }
+      L3_TRY(part.decode(ctxt_));
+      return within(length);
    }
 };
 
