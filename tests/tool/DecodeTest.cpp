@@ -427,6 +427,7 @@ TEST(Decode, TakesDumpsOfAnyKindOnlyIfTheyAreWhole) {
          // Lines that are left out, with and without the offset of the end.
          {"0000000 07 63 42 00\n0000004 00 00 00 00\n*\n0000105\n", "decode --type TS24011Msg_CP_PDU"},
          {"000000 07 52\n*\n", "needs the offset of its end"},
+         {"000000 07 52\n*\n3ffffff 00\n", "offset 3ffffff doesn't follow"},
          {"000000 07 52 06\n000010 00\n", "offset 000010 doesn't follow the octets ahead of it"},
          {"0000000 5207 9006\n0000004\n", "1: a dump of words, which exchanges octets"},
          {"000000 7e 00\n000002 5b 01\n000000 7e 00 5b 01\n000004\n",

@@ -9,6 +9,9 @@ namespace quorva::tool {
 
 constexpr size_t kFewestDigits = 4, kMostDigits = 16; // of an offset
 constexpr int kBases[] = {16, 8, 10};                 // that it may be written in
+// Octets that a "*" can stand for: more than a length of 16 bits tells of, and few for a line of two
+// characters.
+constexpr size_t kMostLeftOut = size_t{1} << 17;
 
 static bool isSpace(char ch) {
    return ch == ' ' || ch == '\t' || ch == '\r';
@@ -88,7 +91,7 @@ std::optional<size_t> Dump::next(std::string_view offset) {
          if (!found && number && fits(*number)) found = number;
    };
    if (repeat_) {
-      take([&](size_t number) { return number > most && number <= kMostOctets; });
+      take([&](size_t number) { return number > most && number - most <= kMostLeftOut; });
    } else {
       take([&](size_t number) { return number == most; });
       // Of the line's end some was characters.
