@@ -47,6 +47,7 @@
 #include "quorva/rtxSocket.h"
 #include "quorva/rtxStack.h"
 #include "quorva/rtxStatus.h"
+#include "quorva/rtxStatusText.h"
 #include "quorva/rtxStream.h"
 #include "quorva/rtxTBCD.h"
 #include "quorva/rtxTxt.h"

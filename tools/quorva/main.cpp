@@ -318,6 +318,10 @@ static int run(int argc, char** argv) {
    sample->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
    CLI::App* explain = app.add_subcommand("explain", "Draw a type as the octets on the wire");
    explain->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
+   std::string statusSought;
+   CLI::App* status = app.add_subcommand("status", "Tell what a status means, and what to do");
+   status->add_option("status", statusSought, "Its number or name; without it all are listed")
+         ->type_name("N|NAME");
 
    try {
       app.parse(argc, argv);
@@ -330,6 +334,7 @@ static int run(int argc, char** argv) {
    if (sample->parsed()) return showSample(name);
    if (cdr->parsed()) return listRecords(cdrFile, cdrOctets) ? kGood : kFailed;
    if (explain->parsed()) return explainType(name);
+   if (status->parsed()) return showStatuses(statusSought) ? kGood : kFailed;
    if (!options.type.empty() && !isRadioChannel(options.type) && knownType(options.type) == nullptr)
       return kFailed;
    // To a file or a pipe in big pieces.

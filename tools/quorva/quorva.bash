@@ -6,19 +6,22 @@ _quorva() {
    local command=${words[1]:-}
 
    if ((cword == 1)); then
-      COMPREPLY=($(compgen -W 'decode cdr types sample explain --help --version' -- "$cur"))
+      COMPREPLY=($(compgen -W 'decode encode diff cdr types sample explain status --help --version' -- "$cur"))
       return
    fi
    case $command:$prev in
-      decode:--binary | decode:--keys | decode:--html)
+      *:--binary | *:--keys | decode:--html | decode:--annotate-html)
          _filedir
          return
          ;;
-      decode:--type | explain:* | sample:* | types:*)
+      *:--type | explain:* | sample:* | types:*)
          [[ $cur == -* ]] || COMPREPLY=($(compgen -W '$("${words[0]}" types 2>/dev/null)' -- "$cur"))
          ;;
-      decode:--frames | decode:--link | decode:--eia2 | decode:--nia2 | decode:--eea2 | decode:--nea2 | \
-         decode:--count | decode:--bearer)
+      status:*)
+         COMPREPLY=($(compgen -W '$("${words[0]}" status 2>/dev/null | grep -oE "RTX_[A-Z0-9_]+")' -- "$cur"))
+         return
+         ;;
+      *:--frames | *:--link | *:--get | *:--[en]ia[123] | *:--[en]ea[123] | *:--count | *:--bearer)
          return
          ;;
    esac
@@ -27,7 +30,7 @@ _quorva() {
       # The program tells its options itself.
       COMPREPLY=($(compgen -W '$("${words[0]}" "$command" --help 2>/dev/null | grep -oE -- "--[a-z0-9]+" | sort -u)' \
          -- "$cur"))
-   elif [[ $command == decode || $command == cdr ]]; then
+   elif [[ $command == decode || $command == encode || $command == diff || $command == cdr ]]; then
       _filedir
    fi
 } &&
