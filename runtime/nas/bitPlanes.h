@@ -78,6 +78,30 @@ constexpr void mapPlanes(const Plane* in, Plane* out) {
 /** A box of 4 bits. */
 using NibbleBox = std::array<uint8_t, 16>;
 
+/** What the products of its bits add up to: an entry for each set of bits, whose product it goes with. */
+constexpr NibbleBox polynomialOf(NibbleBox box) {
+   for (unsigned bit = 1; bit < 16; bit <<= 1)
+      for (unsigned i = 0; i < 16; ++i)
+         if ((i & bit) != 0) box[i] = static_cast<uint8_t>(box[i] ^ box[i ^ bit]);
+   return box;
+}
+template <const NibbleBox& Polynomial, size_t Row, class Plane, size_t... Product>
+constexpr Plane boxRow(const Plane* products, std::index_sequence<Product...>) {
+   return (Plane{} ^ ... ^ ((Polynomial[Product] >> Row & 1) != 0 ? products[Product] : Plane{}));
+}
+/** XORs what the box makes of four planes to four others. */
+template <const NibbleBox& Polynomial, class Plane>
+constexpr void addBox(const Plane* in, Plane* to) {
+   Plane products[16] = {static_cast<Plane>(~Plane{})};
+   for (unsigned bit = 0; bit < 4; ++bit)
+      for (unsigned i = 0; i < 1u << bit; ++i) products[1u << bit | i] = products[i] & in[bit];
+   constexpr auto all = std::make_index_sequence<16>();
+   to[0] ^= boxRow<Polynomial, 0>(products, all);
+   to[1] ^= boxRow<Polynomial, 1>(products, all);
+   to[2] ^= boxRow<Polynomial, 2>(products, all);
+   to[3] ^= boxRow<Polynomial, 3>(products, all);
+}
+
 /** The planes of a word whose octets stand 8 bits apart: what is between them is of no account. */
 template <class Plane>
 constexpr void spread(Plane word, Plane* planes) {

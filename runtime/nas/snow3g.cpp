@@ -12,7 +12,8 @@ constexpr uint64_t octetBits = 0x0101010101010101;
 /**
  * Eight octets twice, once in each half: every processor with vectors of 128 bits has instructions for them.
  */
-using Octets __attribute__((vector_size(16))) = int8_t;
+using Octets __attribute__((vector_size(16))) = uint8_t;
+using SignedOctets __attribute__((vector_size(16))) = int8_t;
 using Halves __attribute__((vector_size(16))) = uint64_t;
 
 inline Octets octetsOf(uint64_t first, uint64_t second) {
@@ -20,10 +21,10 @@ inline Octets octetsOf(uint64_t first, uint64_t second) {
 }
 /** Ones in the octets whose highest bit is set. */
 inline Octets highest(Octets x) {
-   return reinterpret_cast<Octets>(x < 0);
+   return reinterpret_cast<Octets>(reinterpret_cast<SignedOctets>(x) < 0);
 }
 /** What octets side by side are times x, x^8 being what `reduction` says. */
-inline Octets doubled(Octets x, int8_t reduction) {
+inline Octets doubled(Octets x, uint8_t reduction) {
    return (x + x) ^ (highest(x) & reduction);
 }
 inline uint64_t doubled(uint64_t octets, uint64_t reduction) {

@@ -6,15 +6,8 @@
 namespace quorva {
 namespace {
 
-/** A box of 4 bits as a number of 64, which shifts look up. */
-constexpr uint64_t numberOf(const NibbleBox& box) {
-   uint64_t number = 0;
-   for (unsigned i = 0; i < 16; ++i) number |= uint64_t{box[i]} << 4 * i;
-   return number;
-}
-inline uint64_t look(uint64_t box, uint64_t nibble) {
-   return box >> 4 * nibble & 15;
-}
+constexpr NibbleBox p1Products = polynomialOf(p1), p2Products = polynomialOf(p2),
+                    p3Products = polynomialOf(p3);
 
 struct PortableUnit {
    static inline uint64_t substitute(uint64_t words) {
@@ -23,20 +16,22 @@ struct PortableUnit {
       mapPlanes<intoAes>(in, inner);
       aesSubBytes(inner);
       mapPlanes<outOfAes>(inner, out);
-      constexpr uint64_t places = 0x0001000100010001; // of S1
-      uint64_t result = gather(out, places) ^ places * afterAes;
-      for (int place = 8; place < 64; place += 16) result |= boxS0(words >> place) << place;
-      return result;
+      constexpr uint64_t placesOfS1 = 0x0001000100010001;
+      return (gather(out, placesOfS1) ^ placesOfS1 * afterAes) | boxS0(in, placesOfS1 << 8);
    }
 
 private:
-   static inline uint64_t boxS0(uint64_t octet) {
-      const uint64_t low = octet & 15, high = octet >> 4 & 15;
-      const uint64_t m = look(numberOf(p1), low) ^ high;
-      const uint64_t a = look(numberOf(p2), m) ^ low;
-      const uint64_t b = look(numberOf(p3), a) ^ m;
-      const uint64_t joined = b << 4 | a;
-      return (joined << 5 | joined >> 3) & 0xFF;
+   static inline uint64_t boxS0(const uint64_t* in, uint64_t places) {
+      uint64_t ba[8]; // b in the upper half, a in the lower one
+      uint64_t *a = ba, *m = ba + 4;
+      std::copy_n(in, 8, ba);
+      addBox<p1Products>(a, m);
+      addBox<p2Products>(m, a);
+      addBox<p3Products>(a, m);
+      constexpr int turn = 5;
+      uint64_t turned[8];
+      for (int k = 0; k < 8; ++k) turned[(k + turn) % 8] = ba[k];
+      return gather(turned, places);
    }
 };
 

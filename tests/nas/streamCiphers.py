@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """A plain model of SNOW 3G (TS 35.216) and ZUC (TS 35.222) and of the algorithms of NAS security over them, bit by
-bit and table by table. Running it writes streamCiphers.txt, which the tests compare the library with.
+bit and table by table. Running it writes streamCiphers.txt, which the tests compare the library with; so does
+streamCiphersPeer.c, by somebody else's library.
 """
 
 MASK = 0xFFFFFFFF
@@ -253,7 +254,7 @@ class Draw:
 
 
 if __name__ == "__main__":
-    print("# By streamCiphers.py: bits; then by 128-EEA1, 128-EIA1, 128-EEA3, 128-EIA3.")
+    print("# By streamCiphers.py and streamCiphersPeer.c: bits; then by 128-EEA1, 128-EIA1, 128-EEA3, 128-EIA3.")
     for bits in range(301):
         draw = Draw(bits)
         key, count = draw.octets(16), int.from_bytes(draw.octets(4), "big")
