@@ -1,10 +1,11 @@
 // Printing decoded messages: ns a printed line through each kind of print stream, beside a memcpy of the
-// finished text; the same as JSON, and JSON read back beside the encoder; and the listings of a traced
-// message. What matters is the ratio of rows of one run.
+// finished text; the same as JSON, and JSON read back, a leaf and an octet of it, beside writer, printer and
+// encoder; and the listings of a traced message. What matters is the ratio of rows of one run.
 
 #include "bench/vectors.h"
 
 #include "quorva/json.h"
+#include "quorva/reflect.h"
 #include "quorva/registry.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxDiag.h"
@@ -18,6 +19,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
@@ -57,6 +59,11 @@ public:
       rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text);
       print();
       lines = static_cast<double>(std::count(memory.data(), memory.data() + text.used, '\n'));
+      const auto count = [](void* user, const QuorvaItem*) { return ++*static_cast<size_t*>(user), 0; };
+      size_t found = 0;
+      const QuorvaVisitor visitor = {nullptr, count, nullptr, &found};
+      quorvaVisit(&ctxt, type, record.data(), &visitor);
+      leaves = static_cast<double>(found);
    }
    ~Fixture() { rtxFreeContext(&ctxt); }
 
@@ -83,7 +90,7 @@ public:
    std::vector<uint8_t> octets, record;
    std::vector<char> memory;
    RtxPrintToStringBuffer text{memory.data(), memory.size(), 0};
-   double lines = 0;
+   double lines = 0, leaves = 0;
    int status = 0;
 };
 
@@ -129,40 +136,77 @@ void copyText(benchmark::State& state, const Message* message) {
    state.counters["line"] = perLine(state, fixture);
 }
 
-void writeJson(benchmark::State& state, const Message* message) {
-   Fixture fixture(*message, false);
-   size_t length = 0;
-   for (auto _ : state)
-      if (quorvaToJson(fixture.type, fixture.record.data(), fixture.memory.data(), fixture.memory.size(),
-                       &length) < 0)
-         return state.SkipWithError("no JSON");
-   state.counters["line"] = perLine(state, fixture);
-   state.counters["octets"] = static_cast<double>(length);
-}
+// The same value by each of four ways, which are measured against each other in one go.
+enum Way : size_t { kPrinted, kWritten, kRead, kEncoded, kWays };
 
-void readJson(benchmark::State& state, const Message* message) {
-   Fixture fixture(*message, false);
-   size_t length = 0;
-   quorvaToJson(fixture.type, fixture.record.data(), fixture.memory.data(), fixture.memory.size(), &length);
-   for (auto _ : state) {
-      rtxMemReset(&fixture.ctxt);
-      if (quorvaFromJson(&fixture.ctxt, fixture.type, fixture.record.data(), fixture.memory.data(), length,
-                         nullptr) < 0)
-         return state.SkipWithError("does not come back");
+class Ways {
+public:
+   explicit Ways(const Message& message) : fixture_(message, false) {
+      memory_.resize(fixture_.memory.size());
+      octets_.resize(fixture_.octets.size() + 64);
+      ready_ = fixture_.status == 0 && go(kWritten);
+      written_ = length_;
    }
-   state.counters["line"] = perLine(state, fixture);
-}
 
-void encodeMessage(benchmark::State& state, const Message* message) {
-   Fixture fixture(*message, false);
-   std::vector<uint8_t> octets(fixture.octets.size() + 64);
-   for (auto _ : state) {
-      rtxErrReset(&fixture.ctxt);
-      rtxCtxtSetBufPtr(&fixture.ctxt, octets.data(), octets.size());
-      if (fixture.type->encode(&fixture.ctxt, fixture.record.data()) < 0)
-         return state.SkipWithError("does not encode");
+   bool go(Way way) {
+      Fixture& f = fixture_;
+      switch (way) {
+      case kPrinted: f.print(); return true;
+      case kWritten:
+         return quorvaToJson(f.type, f.record.data(), memory_.data(), memory_.size(), &length_) == 0;
+      case kRead:
+         // The memory that the record points to may go: it is read whole.
+         rtxMemReset(&f.ctxt);
+         return quorvaFromJson(&f.ctxt, f.type, f.record.data(), memory_.data(), written_, nullptr) == 0;
+      default:
+         rtxErrReset(&f.ctxt);
+         rtxCtxtSetBufPtr(&f.ctxt, octets_.data(), octets_.size());
+         return f.type->encode(&f.ctxt, f.record.data()) == 0;
+      }
    }
-   state.counters["line"] = perLine(state, fixture);
+
+   void run(benchmark::State& state, Way way) {
+      if (!ready_) return state.SkipWithError("does not decode");
+      for (auto _ : state)
+         if (!go(way)) return state.SkipWithError("fails");
+      double ns[kWays];
+      for (size_t other = 0; other < kWays; ++other) ns[other] = least(static_cast<Way>(other));
+      state.counters["line"] = perLine(state, fixture_);
+      state.counters["ns/leaf"] = ns[way] / fixture_.leaves;
+      if (way != kEncoded) state.counters["x encode"] = ns[way] / ns[kEncoded];
+      if (way != kWritten && way != kRead) return;
+      state.counters["ns/octet"] = ns[way] / static_cast<double>(written_);
+      state.counters["x text"] = ns[way] / ns[kPrinted];
+      if (way == kRead) state.counters["x JSON"] = ns[way] / ns[kWritten];
+   }
+
+private:
+   // ns once, of the thread's own time.
+   double least(Way way) {
+      constexpr int turns = 300;
+      double best = 1e9;
+      for (int attempt = 0; attempt < 9; ++attempt) {
+         const double start = now();
+         for (int i = 0; i < turns; ++i) benchmark::DoNotOptimize(go(way));
+         best = std::min(best, (now() - start) / turns);
+      }
+      return best;
+   }
+   static double now() {
+      timespec time;
+      clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+      return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+   }
+
+   Fixture fixture_;
+   std::vector<char> memory_;
+   std::vector<uint8_t> octets_;
+   size_t length_ = 0, written_ = 0;
+   bool ready_;
+};
+
+void measureWay(benchmark::State& state, const Message* message, Way way) {
+   Ways(*message).run(state, way);
 }
 
 enum class Listing { None, Text, Html };
@@ -189,9 +233,10 @@ const bool registered = [] {
       add("file", printMessage, &message, rtxPrintStreamToFileCB);
       add("nothing registered", printUnregistered, &message);
       add("own callback", printMessage, &message, toString);
-      add("JSON", writeJson, &message);
-      add("JSON read", readJson, &message);
-      add("encode", encodeMessage, &message);
+      add("text", measureWay, &message, kPrinted);
+      add("JSON", measureWay, &message, kWritten);
+      add("JSON read", measureWay, &message, kRead);
+      add("encode", measureWay, &message, kEncoded);
       add("decode", traceMessage, &message, false, Listing::None);
       add("decode with trace", traceMessage, &message, true, Listing::None);
       add("decode with trace and listing", traceMessage, &message, true, Listing::Text);

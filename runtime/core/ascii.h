@@ -12,7 +12,7 @@ inline bool isSpace(int c) {
    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-inline bool isDigit(int c) {
+constexpr bool isDigit(int c) {
    return c >= '0' && c <= '9';
 }
 
@@ -29,7 +29,7 @@ inline bool isAlphanumeric(char c) {
 }
 
 /** Value of a hexadecimal digit, -1 for any other character and for the end of a text. */
-inline int hexDigitValue(int c) {
+constexpr int hexDigitValue(int c) {
    if (isDigit(c)) return c - '0';
    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
    if (c >= 'A' && c <= 'F') return c - 'A' + 10;

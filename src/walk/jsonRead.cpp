@@ -120,8 +120,11 @@ private:
       return status;
    }
 
+   static bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
    void blanks() {
-      while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\r' || *at_ == '\t')) ++at_;
+      // Mostly there are none.
+      if (at_ == end_ || *at_ > ' ') return;
+      while (at_ != end_ && isBlank(*at_)) ++at_;
    }
    char peek() const { return at_ != end_ ? *at_ : '\0'; }
    int expect(char character) {
@@ -153,17 +156,30 @@ private:
    // What is between quotes, as it stands; the cursor goes behind them.
    int quoted(std::string_view& text, bool& escaped) {
       if (peek() != '"') return fail(at_ == end_ ? RTX_E_BAD_FORMAT : RTX_E_VALUE_TYPE);
-      const char* begin = ++at_;
+      const char *begin = at_ + 1, *at = begin;
       escaped = false;
-      for (; at_ != end_ && *at_ != '"'; ++at_) {
-         if (static_cast<uint8_t>(*at_) < 0x20) return fail(RTX_E_BAD_FORMAT);
-         if (*at_ != '\\') continue;
+      while (end_ - at >= 8 && arePlain(at)) at += 8;
+      for (; at != end_ && *at != '"'; ++at) {
+         if (static_cast<uint8_t>(*at) < 0x20) {
+            at_ = at;
+            return fail(RTX_E_BAD_FORMAT);
+         }
+         if (*at != '\\') continue;
          escaped = true;
-         if (++at_ == end_) break;
+         if (++at == end_) break;
       }
-      if (at_ == end_) return fail(RTX_E_BAD_FORMAT);
+      at_ = at;
+      if (at == end_) return fail(RTX_E_BAD_FORMAT);
       text = {begin, static_cast<size_t>(at_++ - begin)};
       return 0;
+   }
+   // Eight characters, of which none ends a text or stands for another.
+   static bool arePlain(const char* text) {
+      constexpr uint64_t ones = 0x0101010101010101, high = ones << 7;
+      uint64_t word;
+      std::memcpy(&word, text, sizeof word);
+      const auto below = [&](uint64_t x, uint64_t least) { return (x - ones * least) & ~x & high; };
+      return (below(word, 0x20) | below(word ^ ones * '"', 1) | below(word ^ ones * '\\', 1)) == 0;
    }
    int hex4(const char*& at, const char* end, uint32_t& code) {
       code = 0;
@@ -240,22 +256,61 @@ private:
       return expect(':');
    }
 
+   // What is neither a choice nor fields of the record around.
+   static bool hasValueAlone(const Row& row) {
+      constexpr auto bit = [](Kind kind) { return 1u << static_cast<unsigned>(kind); };
+      constexpr unsigned kinds = bit(Kind::Flag) | bit(Kind::Number) | bit(Kind::Enumeration) |
+                                 bit(Kind::OpenEnumeration) | bit(Kind::NamedNumber) | bit(Kind::Octets) |
+                                 bit(Kind::Bits) | bit(Kind::CountedOctets) | bit(Kind::CountedBits) |
+                                 bit(Kind::CountedUnits) | bit(Kind::Text) | bit(Kind::Group) |
+                                 bit(Kind::Nested) | bit(Kind::Message) | bit(Kind::List);
+      return (bit(row.kind) & kinds) != 0;
+   }
    // A member that is one of the next few rows: past its name, in one go.
    const Row* likely(const Module& module, unsigned first, unsigned behind) {
       if (peek() != '"') return nullptr;
-      for (unsigned i = first; i < std::min(behind, first + 4); ++i) {
+      const char *const begin = at_ + 1, *const end = end_;
+      behind = std::min(behind, first + 4);
+      for (unsigned i = first; i < behind; ++i) {
          const Row& row = module.rows[i];
          // What may have fields ahead of it that are among these is looked for in full.
-         if (!isField(row) || isWireGroup(row)) return nullptr;
-         const char* name = nameOf(module, row);
-         const char* at = at_ + 1;
-         while (at != end_ && *at == *name && *name != 0) ++at, ++name;
-         if (*name != 0 || end_ - at < 2 || at[0] != '"' || at[1] != ':') continue;
+         if (!hasValueAlone(row) && (!isField(row) || isWireGroup(row))) return nullptr;
+         const char *name = nameOf(module, row), *at = begin;
+         while (at != end && *at == *name && *name != 0) ++at, ++name;
+         if (*name != 0 || end - at < 2 || at[0] != '"' || at[1] != ':') continue;
          at_ = at + 2;
          blanks();
          return &row;
       }
       return nullptr;
+   }
+   // Most leaves: a flag, or a number in a few digits. False for all else, and for what won't do.
+   bool quickly(const Row& row, uint8_t* record) {
+      const char* at = at_;
+      switch (row.kind) {
+      case Kind::Flag: {
+         const bool set = at != end_ && *at == 't';
+         if (set ? !word("true") : !word("false")) return false;
+         record[row.offset] = set;
+         return true;
+      }
+      case Kind::Number:
+      case Kind::Enumeration:
+      case Kind::OpenEnumeration:
+      case Kind::NamedNumber: {
+         uint64_t number = 0;
+         const char* stop = at + std::min<ptrdiff_t>(end_ - at, 9);
+         for (; at != stop && isDigit(*at); ++at) number = 10 * number + static_cast<uint64_t>(*at - '0');
+         // More may follow.
+         if (at == at_ || at == stop || (*at_ == '0' && at - at_ > 1) || *at == '.' || (*at | 0x20) == 'e')
+            return false;
+         if (row.width < 8 && number >> 8 * row.width != 0) return false;
+         store(record + row.offset, row.width, number);
+         at_ = at;
+         return true;
+      }
+      default: return false;
+      }
    }
 
    // Past a value, which is looked at no closer than that takes.
@@ -340,10 +395,10 @@ private:
       return status < 0 && fault_.reason == nullptr ? fail(status, begin, reasonOf(status)) : status;
    }
 
-   bool word(std::string_view word) {
-      if (static_cast<size_t>(end_ - at_) < word.size() || std::memcmp(at_, word.data(), word.size()) != 0)
-         return false;
-      at_ += word.size();
+   template <size_t Size>
+   bool word(const char (&word)[Size]) {
+      if (static_cast<size_t>(end_ - at_) < Size - 1 || std::memcmp(at_, word, Size - 1) != 0) return false;
+      at_ += Size - 1;
       return true;
    }
 
@@ -391,13 +446,10 @@ private:
       if (name != "hex") return fail(RTX_E_UNKNOWN_NAME, place, reasonOf(RTX_E_UNKNOWN_NAME));
       L3_TRY(quoted(digits, escaped));
       const size_t width = shape.kind == Kind::CountedUnits ? 4 : 2;
-      if (digits.size() % width != 0) return fail(RTX_E_BAD_HEX);
-      for (const char c : digits)
-         if (hexDigitValue(c) < 0) return fail(RTX_E_BAD_HEX);
+      if (digits.size() % width != 0 || !areHexDigits(digits)) return fail(RTX_E_BAD_HEX);
       auto* octets = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt_, digits.size() / 2 + 1));
       if (octets == nullptr) return fail(RTX_E_NOMEM);
-      for (size_t i = 0; i < digits.size(); i += 2)
-         octets[i / 2] = static_cast<uint8_t>(hexDigitValue(digits[i]) << 4 | hexDigitValue(digits[i + 1]));
+      octetsOfHex(digits, octets);
       int status = 0;
       if (width == 2) {
          status = storeText(ctxt_, shape, reinterpret_cast<const char*>(octets), digits.size() / 2);
@@ -470,12 +522,22 @@ private:
       Selections selections;
       for (bool more = !ends('}'); more;) {
          const char* place = at_;
+         if (const Row* row = likely(module, next, behind); row != nullptr && seen.count < kMostFields) {
+            // In its order it can't come twice.
+            next = static_cast<unsigned>(row - module.rows) + 1;
+            seen.rows[seen.count++] = row;
+            makeThere(*row, shape.record);
+            if (depth_ == kMostDepth || !quickly(*row, shape.record))
+               if (const int status = field(module, *row, shape.record, owner); status < 0)
+                  return within(status, nameOf(module, *row), ".");
+            L3_TRY(goOn('}', more));
+            continue;
+         }
+         at_ = place;
          std::string_view name;
+         L3_TRY(key(name));
          Hit hit;
-         hit.row = likely(module, next, behind);
-         if (hit.row == nullptr) L3_TRY(key(name));
-         if (hit.row == nullptr && !findField(module, next, behind, name, hit) &&
-             !findField(module, shape.first, next, name, hit))
+         if (!findField(module, next, behind, name, hit) && !findField(module, shape.first, next, name, hit))
             return within(fail(RTX_E_UNKNOWN_NAME, place, reasonOf(RTX_E_UNKNOWN_NAME)), name, ".");
          const Row* outermost = hit.depth > 0 ? hit.groups[0] : hit.choice != nullptr ? hit.choice : hit.row;
          // Members in their order can't come twice.
@@ -496,7 +558,8 @@ private:
             status = selector(module, *hit.choice, shape.record, selections.of(hit.choice));
          } else {
             seen.rows[seen.count++] = hit.choice;
-            status = arm(module, *hit.choice, shape.record, place, name, owner, selections.of(hit.choice));
+            status = arm(module, *hit.choice, *armNamed(module, *hit.choice, name), shape.record, place, name,
+                         owner, selections.of(hit.choice));
          }
          if (status < 0) return within(status, hit.row != nullptr ? nameOf(module, *hit.row) : "t", ".");
          L3_TRY(goOn('}', more));
@@ -519,7 +582,7 @@ private:
          const Row& row = module.rows[i];
          const bool met = ahead < seen.count && seen.rows[ahead] == &row;
          if (met) ++ahead;
-         if (!isThere(row, shape.record)) continue;
+         if ((met && hasValueAlone(row)) || !isThere(row, shape.record)) continue;
          const bool absent = !met && !seen.has(&row);
          if (isWireGroup(row)) {
             if (absent && row.width != 0) store(shape.record + row.offset, row.width, 0);
@@ -533,7 +596,8 @@ private:
          } else if (absent) {
             clear(module, row, shape.record);
          }
-         if ((wireOf(module, row).flags & kOfMessages) != 0) header(module, row, shape, seen);
+         if (row.kind == Kind::Choice && (wireOf(module, row).flags & kOfMessages) != 0)
+            header(module, row, shape, seen);
       }
       return 0;
    }
@@ -566,16 +630,17 @@ private:
          std::string_view name;
          L3_TRY(key(name));
          int status;
-         if (own && name == "t" && armNamed(module, row, name) == nullptr) {
+         const Arm* named = armNamed(module, row, name);
+         if (own && name == "t" && named == nullptr) {
             status = selected.number ? fail(RTX_E_BAD_FORMAT, place, "a field twice")
                                      : selector(module, row, shape.record, selected);
          } else if (any) {
             status = fail(RTX_E_BAD_CHOICE, place, "a second arm");
-         } else if (armNamed(module, row, name) == nullptr) {
+         } else if (named == nullptr) {
             status = fail(RTX_E_UNKNOWN_NAME, place, reasonOf(RTX_E_UNKNOWN_NAME));
          } else {
             any = true;
-            status = arm(module, row, shape.record, place, name, owner, selected);
+            status = arm(module, row, *named, shape.record, place, name, owner, selected);
          }
          if (status < 0) return within(status, name, ".");
          L3_TRY(goOn('}', more));
@@ -603,11 +668,10 @@ private:
    }
 
    // The member of an arm, whose value begins at the cursor.
-   int arm(const Module& module, const Row& choice, uint8_t* record, const char* place, std::string_view name,
-           Owner& owner, Selected& selected) {
+   int arm(const Module& module, const Row& choice, const Arm& named, uint8_t* record, const char* place,
+           std::string_view name, Owner& owner, Selected& selected) {
       const bool own = (choice.flags & kOwnSelector) != 0;
-      if (own && !selected.number)
-         store(record + choice.count, choice.width, armNamed(module, choice, name)->low);
+      if (own && !selected.number) store(record + choice.count, choice.width, named.low);
       const Row* row = findArm(module, choice, selectorOf(module, choice, record));
       const bool fits = row != nullptr && isNamed(module, *row, name);
       if (own && !fits) return fail(RTX_E_BAD_CHOICE, place, reasonOf(RTX_E_BAD_CHOICE));

@@ -7,59 +7,35 @@
 #include "src/walk/registry.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 
 namespace quorva::walk {
 
 Shape shapeOf(unsigned module, unsigned type, uint8_t* value) {
-   const QuorvaType* named = &registered(module, type);
    const Module* table = modules[module];
    const Type* form = &table->types[type];
    while (form->form == Form::Alias) {
       table = modules[form->rows];
       form = &table->types[form->first];
    }
-   Shape shape;
-   switch (form->form) {
-   case Form::Value: shape = shapeOf(*table, table->rows[form->first], value); break;
-   case Form::Record:
-      shape.kind = Kind::Group;
-      shape.form = form;
-      shape.first = form->first;
-      shape.rows = form->rows;
-      [[fallthrough]];
-   default: shape.module = table; shape.record = value;
+   const QuorvaType* named = &registered(module, type);
+   if (form->form == Form::Value) {
+      Shape shape = shapeOf(*table, table->rows[form->first], value);
+      shape.type = named;
+      shape.place = value;
+      return shape;
    }
-   shape.type = named;
-   shape.place = value;
-   return shape;
-}
-
-Shape shapeOf(const Module& module, const Row& row, uint8_t* record) {
-   uint8_t* place = record + row.offset;
-   if (row.kind == Kind::Nested) return shapeOf(row.module, row.index, place);
-   if (row.kind == Kind::Message) {
-      uint8_t* message;
-      std::memcpy(&message, place, sizeof message);
-      if (message != nullptr) return shapeOf(row.module, row.index, message);
-      Shape none;
-      none.there = false;
-      return none;
-   }
-   Shape shape;
-   shape.kind = row.kind;
-   shape.module = &module;
-   shape.row = &row;
-   shape.record = record;
-   shape.place = place;
-   if (row.kind == Kind::Group) {
-      shape.first = row.first;
-      shape.rows = row.rows;
-   } else if (row.kind == Kind::Length || row.kind == Kind::Span) {
-      shape.kind = Kind::Number;
-   }
-   return shape;
+   const bool record = form->form == Form::Record;
+   return {.kind = record ? Kind::Group : Kind::Null,
+           .module = table,
+           .first = record ? form->first : 0u,
+           .rows = record ? form->rows : 0u,
+           .record = value,
+           .place = value,
+           .form = record ? form : nullptr,
+           .type = named};
 }
 
 bool shapeOf(const QuorvaType* type, const void* value, Shape& shape) {
@@ -306,6 +282,25 @@ int storeOctets(RtxContext* ctxt, const Shape& shape, const uint8_t* octets, siz
    return status;
 }
 
+// The value of each character as a hexadecimal digit; more for those that are none.
+constexpr auto kHexValues = [] {
+   std::array<uint8_t, 256> values{};
+   for (int c = 0; c < 256; ++c) values[static_cast<size_t>(c)] = static_cast<uint8_t>(hexDigitValue(c));
+   return values;
+}();
+
+bool areHexDigits(std::string_view text) {
+   uint8_t all = 0;
+   for (const char c : text) all |= kHexValues[static_cast<uint8_t>(c)];
+   return all < 16;
+}
+
+void octetsOfHex(std::string_view digits, uint8_t* octets) {
+   const auto value = [&](size_t i) { return kHexValues[static_cast<uint8_t>(digits[i])]; };
+   for (size_t i = 0; i + 1 < digits.size(); i += 2)
+      *octets++ = static_cast<uint8_t>(value(i) << 4 | value(i + 1));
+}
+
 int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits) {
    const bool bits = shape.kind == Kind::Bits || shape.kind == Kind::CountedBits;
    uint64_t count = 0;
@@ -319,14 +314,11 @@ int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits) {
       if (digits.size() % 2 != 0) return RTX_E_BAD_HEX;
       count = bits ? digits.size() * 4 : digits.size() / 2;
    }
-   for (const char c : digits)
-      if (hexDigitValue(c) < 0) return RTX_E_BAD_HEX;
+   if (!areHexDigits(digits)) return RTX_E_BAD_HEX;
    int status;
    uint8_t* place = makeRoom(ctxt, shape, count, status);
-   if (place == nullptr) return status;
-   for (size_t i = 0; i < digits.size(); i += 2)
-      *place++ = static_cast<uint8_t>(hexDigitValue(digits[i]) << 4 | hexDigitValue(digits[i + 1]));
-   return 0;
+   if (place != nullptr) octetsOfHex(digits, place);
+   return status;
 }
 
 int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t length) {
@@ -368,6 +360,14 @@ size_t utf8Sequence(const char* text, size_t length) {
 
 bool isUtf8(std::string_view text) {
    while (!text.empty()) {
+      // Most texts are ASCII.
+      if (uint64_t eight; text.size() >= sizeof eight) {
+         std::memcpy(&eight, text.data(), sizeof eight);
+         if ((eight & 0x8080808080808080) == 0) {
+            text.remove_prefix(sizeof eight);
+            continue;
+         }
+      }
       const size_t size = utf8Sequence(text.data(), text.size());
       if (size == 0) return false;
       text.remove_prefix(size);

@@ -21,7 +21,23 @@ struct Shape {
 };
 
 Shape shapeOf(unsigned module, unsigned type, uint8_t* value);
-Shape shapeOf(const Module& module, const Row& row, uint8_t* record);
+inline Shape shapeOf(const Module& module, const Row& row, uint8_t* record) {
+   uint8_t* place = record + row.offset;
+   if (row.kind == Kind::Nested) return shapeOf(row.module, row.index, place);
+   if (row.kind == Kind::Message) {
+      uint8_t* message;
+      __builtin_memcpy(&message, place, sizeof message);
+      return message != nullptr ? shapeOf(row.module, row.index, message) : Shape{.there = false};
+   }
+   const bool group = row.kind == Kind::Group, number = row.kind == Kind::Length || row.kind == Kind::Span;
+   return {.kind = number ? Kind::Number : row.kind,
+           .module = &module,
+           .row = &row,
+           .first = group ? row.first : 0u,
+           .rows = group ? row.rows : 0u,
+           .record = record,
+           .place = place};
+}
 // A value of a registered type; false for another type, and for no value.
 bool shapeOf(const QuorvaType* type, const void* value, Shape& shape);
 
@@ -72,9 +88,9 @@ uint64_t selectorOf(const Module& module, const Row& choice, const uint8_t* reco
 struct Hit {
    static constexpr unsigned kMostGroups = 8;
    const Row* row = nullptr;
-   const Row* choice = nullptr; // whose arm the row is; without a row its selector "t" is meant
-   const Row* groups[kMostGroups] = {};
-   unsigned depth = 0; // of the groups
+   const Row* choice = nullptr;    // whose arm the row is; without a row its selector "t" is meant
+   const Row* groups[kMostGroups]; // `depth` of them
+   unsigned depth = 0;
 };
 bool findField(const Module& module, unsigned first, unsigned behind, std::string_view name, Hit& hit);
 bool isNamed(const Module& module, const Row& row, std::string_view name);
@@ -111,6 +127,9 @@ int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t len
 int storeAnyText(RtxContext* ctxt, const Shape& shape, std::string_view text);
 // Room for so many octets, bits or characters, with the count stored; null if there is none, with the status.
 uint8_t* makeRoom(RtxContext* ctxt, const Shape& shape, uint64_t count, int& status);
+bool areHexDigits(std::string_view text);
+// Two digits an octet.
+void octetsOfHex(std::string_view digits, uint8_t* octets);
 // From hexadecimal digits, two an octet, or the octets' number of bits behind a slash.
 int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits);
 
