@@ -5,9 +5,23 @@
  * algorithms; for a context with RTX_CTXT_STANDARD also with SNOW 3G (128-EIA1 and 128-EEA1) and ZUC
  * (128-EIA3 and 128-EEA3).
  *
- * Algorithm numbers are 0 (null) and 2 (AES), with that flag also 1 (SNOW 3G) and 3 (ZUC). The order of use
- * is rtx3gppSecInitialize, rtx3gppAssignAlgorithmKeys, then for each message `count`, `bearer` and
- * `direction` stored into `pctxt->nasSec` ahead of the PDU coder.
+ * Algorithm numbers are 0 (null) and 2 (AES), with that flag also 1 (SNOW 3G) and 3 (ZUC).
+ *
+ * The order of use is rtx3gppSecInitialize, rtx3gppAssignAlgorithmKeys, then ahead of each message
+ * rtx3gppSetCount, since the NAS COUNT is another for each. The security record lives in the context's heap:
+ * a reset between two messages ends it, rtxErrReset does not. In a loop that ends the records of each message
+ * all three stand behind the reset; the same keys are expanded once, not at each turn:
+ *
+ *     while (receive(octets, &numocts)) {
+ *        rtxMemReset(&ctxt); // the message before, and the security record
+ *        status = rtx3gppSecInitialize(&ctxt);
+ *        if (status == 0) status = rtx3gppAssignAlgorithmKeys(&ctxt, integKey, cipherKey, 2, 2);
+ *        if (status == 0) status = rtx3gppSetCount(&ctxt, count, 0, RTX_NAS_UPLINK);
+ *        rtxCtxtSetBufPtr(&ctxt, octets, numocts);
+ *        if (status == 0) status = NASDec_TS24301Msg_PDU(&ctxt, &pdu);
+ *        ...
+ *     }
+ *     rtx3gppSecFree(&ctxt); // erases what was computed from the keys, ahead of a reset that would leave it
  */
 #ifndef QUORVA_RT3GPPNASSEC_H
 #define QUORVA_RT3GPPNASSEC_H
@@ -16,12 +30,17 @@
 
 QUORVA_BEGIN_DECLS
 
+/** DIRECTION of a message (TS 33.401, B.1.1): from the terminal. */
+#define RTX_NAS_UPLINK 0
+/** DIRECTION of a message: to the terminal. */
+#define RTX_NAS_DOWNLINK 1
+
 /** NAS security state of a context. The first three fields are the application's, the others the library's.
  */
 struct RtxNasSecContext {
    uint32_t count;           /**< NAS COUNT of the message to be protected. */
    uint8_t bearer;           /**< BEARER, 5 bits. */
-   uint8_t direction;        /**< DIRECTION: 0 uplink, 1 downlink. */
+   uint8_t direction;        /**< RTX_NAS_UPLINK or RTX_NAS_DOWNLINK. */
    const uint8_t* integKey;  /**< Integrity key, 16 octets of the caller's, or null. */
    const uint8_t* cipherKey; /**< Ciphering key, 16 octets of the caller's, or null. */
    int32_t integAlg;         /**< Integrity algorithm in force. */
@@ -54,6 +73,20 @@ QUORVA_API int rtx3gppSecInitialize(RtxContext* pctxt);
  */
 QUORVA_API int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey,
                                           const uint8_t* cipherKey, int32_t integAlg, int32_t cipherAlg);
+
+/**
+ * Says which message comes next, ahead of its coder: stores `count`, `bearer` and `direction` into the
+ * security record, as a caller may do himself, and looks at them. The keys stay as they are.
+ * @param count     NAS COUNT, 32 bits: 8 zeros, the overflow counter of 16 bits and the 8 bits of the
+ * sequence number that the message bears (TS 24.301, 4.4.3.1; TS 24.501, 4.4.3.1).
+ * @param bearer    5 bits: 0 in EPS (TS 33.401, 8.1.1); in 5GS the identity of the NAS connection, 1 over
+ * 3GPP access, 2 over others (TS 33.501, 6.4.3.1).
+ * @param direction RTX_NAS_UPLINK or RTX_NAS_DOWNLINK. Which form a message has that has one for each tells
+ *                  RTX_CTXT_UPLINK, not this.
+ * @return 0; recorded, and nothing changes: -71 without a security record, as after rtxMemReset; -20 for a
+ * bearer of more than 5 bits or a direction that is none.
+ */
+QUORVA_API int rtx3gppSetCount(RtxContext* pctxt, uint32_t count, uint8_t bearer, uint8_t direction);
 
 /**
  * Enciphers or deciphers (the same operation) `length` octets in place (TS 33.401, B.1.3).

@@ -225,10 +225,10 @@ def _secure(own: Context, security: Security | None, uplink: bool) -> list[Any]:
     status = lib.rtx3gppSecInitialize(own.pointer)
     if status >= 0:
         status = lib.rtx3gppAssignAlgorithmKeys(own.pointer, *keys, *(2 if key else 0 for key in keys))
+    if status >= 0:
+        status = lib.rtx3gppSetCount(own.pointer, security.count, security.bearer, 0 if uplink else 1)
     if status < 0:
         raise Error(status)
-    state = own.pointer.nasSec
-    state.count, state.bearer, state.direction = security.count, security.bearer, 0 if uplink else 1
     return keys
 
 

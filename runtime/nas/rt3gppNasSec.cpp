@@ -280,6 +280,17 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integKey, const
    return RTX_OK;
 }
 
+int rtx3gppSetCount(RtxContext* pctxt, uint32_t count, uint8_t bearer, uint8_t direction) {
+   dropEnded(pctxt);
+   if (pctxt->nasSec == nullptr) return recordNewFailure(pctxt, RTX_E_NO_SECURITY);
+   // A sixth bit of the bearer would go, and a second one of the direction stand for a bearer.
+   if (bearer > 31 || direction > RTX_NAS_DOWNLINK) return recordNewFailure(pctxt, RTX_E_BAD_ARGUMENT);
+   pctxt->nasSec->count = count;
+   pctxt->nasSec->bearer = bearer;
+   pctxt->nasSec->direction = direction;
+   return RTX_OK;
+}
+
 int rtx3gppCipher(RtxContext* pctxt, uint8_t* data, size_t length) {
    // The code and the cipher of one message fail alike and leave one record: its status is -71, not -50.
    dropEnded(pctxt);

@@ -38,9 +38,7 @@ protected:
       return rtx3gppAssignAlgorithmKeys(ctx, integKey.data(), cipherKey.data(), integAlg, cipherAlg);
    }
    void situation(uint32_t count, uint8_t bearer, uint8_t direction) {
-      ctx->nasSec->count = count;
-      ctx->nasSec->bearer = bearer;
-      ctx->nasSec->direction = direction;
+      EXPECT_EQ(rtx3gppSetCount(ctx, count, bearer, direction), 0);
    }
    void situation(const Vector& vector) {
       situation(static_cast<uint32_t>(vector.number("count")), static_cast<uint8_t>(vector.number("bearer")),
@@ -305,6 +303,7 @@ TEST_P(Security, KeysKeptOverResets) {
       if (round == 12) std::swap(integKey, cipherKey);
       if (round % 2 == 0) {
          rtxMemReset(ctx);
+         refused(rtx3gppSetCount(ctx, 0, 0, RTX_NAS_UPLINK), RTX_E_NO_SECURITY);
          ASSERT_EQ(rtx3gppSecInitialize(ctx), 0);
       }
       TestContext fresh;
@@ -374,8 +373,17 @@ TEST_P(Security, OtherRefusals) {
    refused(rtx3gppComputeMAC(ctx, nullptr, 1, &value), RTX_E_NULL);
    EXPECT_EQ(data, someData);
 
+   ASSERT_EQ(rtx3gppSetCount(ctx, UINT32_MAX, 31, RTX_NAS_DOWNLINK), 0);
+   refused(rtx3gppSetCount(ctx, 1, 32, RTX_NAS_UPLINK), RTX_E_BAD_ARGUMENT);
+   refused(rtx3gppSetCount(ctx, 1, 0, 2), RTX_E_BAD_ARGUMENT);
+   EXPECT_EQ(ctx->nasSec->count, UINT32_MAX);
+   EXPECT_EQ(ctx->nasSec->bearer, 31);
+   EXPECT_EQ(ctx->nasSec->direction, 1);
+   EXPECT_EQ(ctx->nasSec->integKey, keyA.data());
+
    rtx3gppSecFree(ctx);
    EXPECT_EQ(ctx->nasSec, nullptr);
+   refused(rtx3gppSetCount(ctx, 0, 0, RTX_NAS_UPLINK), RTX_E_NO_SECURITY);
    refused(rtx3gppCipher(ctx, data.data(), 0), RTX_E_NO_SECURITY);
    refused(rtx3gppComputeMAC(ctx, data.data(), 1, &value), RTX_E_NO_SECURITY);
    refused(assign(keyA, keyB, 2, 2), RTX_E_NO_SECURITY);
