@@ -1,7 +1,6 @@
 // What a GSM cell says of itself: reads its system information from GSMTAP in a capture (classic, Ethernet),
 // or from lines of hexadecimal digits with a block each, and prints cell, neighbours and access parameters.
-#include <quorva/rtxError.h>
-#include <quorva/rtxMemHeap.h>
+#include <quorva/quorva.hpp>
 #include <quorva/rtxPcapFile.h>
 #include <quorva/TS44018Misc.h>
 #include <quorva/TS44018Msg.h>
@@ -42,21 +41,19 @@ static void showCell(const TS44018Msg_SystemInformationType3& cell) {
 }
 
 // A block of 23 octets with its pseudo length; others than system information are passed over.
-static int showBlock(RtxContext* ctxt, const uint8_t* block, size_t size) {
-   TS44018Msg_L2_PSEUDO_LEN_PDU pdu;
-   rtxMemReset(ctxt);                                         // the records of the block before
-   rtxCtxtSetBufPtr(ctxt, const_cast<uint8_t*>(block), size); // which is only read: nothing is ciphered here
-   asn1Init_TS44018Msg_L2_PSEUDO_LEN_PDU(&pdu);
-   if (const int status = NASDec_TS44018Msg_L2_PSEUDO_LEN_PDU(ctxt, &pdu); status < 0) return status;
-   const auto& message = pdu.data.u;
-   switch (pdu.msgType) {
+static int showBlock(quorva::Context& ctxt, quorva::Octets block) {
+   ctxt.reset(); // ends the records of the block before
+   const auto pdu = ctxt.decode<TS44018Msg_L2_PSEUDO_LEN_PDU>(block);
+   if (!pdu) return pdu.status();
+   const auto& message = pdu->data.u;
+   switch (pdu->msgType) {
    case 0x19:
       return showChannels("channels", ctxt, message.obj_SystemInformationType1->cellChannelDescription,
                           TS44018IE_Cell_Channel_Description_decodeARFCN);
    case 0x02:
    case 0x1A:
       return showChannels("neighbours", ctxt,
-                          pdu.msgType == 0x02
+                          pdu->msgType == 0x02
                                 ? message.obj_SystemInformationType2bis->extendedBCCHFrequencyList
                                 : message.obj_SystemInformationType2->bcchFrequencyList,
                           TS44018IE_Neighbour_Cell_Description_decodeARFCN);
@@ -78,12 +75,12 @@ static size_t broadcastIn(const uint8_t* frame, size_t size) {
    return broadcast && (frame[udp + 2] << 8 | frame[udp + 3]) == 4729 && block < size ? block : 0;
 }
 
-static int readCapture(RtxContext* ctxt, std::vector<uint8_t>& octets) {
-   RtxContext file; // for the headers of the capture
+static int readCapture(quorva::Context& ctxt, std::vector<uint8_t>& octets) {
+   quorva::Context context; // for the headers of the capture
+   RtxContext& file = *context;
    RtxPcapHdr header;
    RtxPcapRecHdr packet;
    uint8_t swap = 0;
-   if (rtInitContext(&file) < 0) return RTX_E_NOMEM;
    rtxCtxtSetBufPtr(&file, octets.data(), octets.size());
    int status = rtxDecPcapHdr(&file, &header, &swap), failure = 0; // of a block, which the others follow
    while (status == 0 && file.bufByteIndex < octets.size()) {
@@ -91,28 +88,26 @@ static int readCapture(RtxContext* ctxt, std::vector<uint8_t>& octets) {
       if (status < 0 || packet.incl_len > octets.size() - file.bufByteIndex) break; // it was cut
       const uint8_t* const frame = octets.data() + file.bufByteIndex;
       if (const size_t at = broadcastIn(frame, packet.incl_len); at > 0)
-         failure = std::min(failure, showBlock(ctxt, frame + at, packet.incl_len - at));
+         failure = std::min(failure, showBlock(ctxt, {frame + at, packet.incl_len - at}));
       file.bufByteIndex += packet.incl_len;
    }
-   rtFreeContext(&file);
    return std::min(status, failure);
 }
 
 int main(int argc, char** argv) {
    std::ifstream in(argc > 1 ? argv[1] : "/dev/stdin", std::ios::binary);
    std::vector<uint8_t> octets{std::istreambuf_iterator<char>(in), {}};
-   RtxContext ctxt;
-   if (octets.empty() || rtInitContext(&ctxt) < 0) return 2;
+   quorva::Context ctxt;
+   if (octets.empty()) return 2;
    const bool isCapture = octets[0] == 0xA1 || octets[0] == 0xD4;
-   int status = isCapture ? readCapture(&ctxt, octets) : 0;
+   int status = isCapture ? readCapture(ctxt, octets) : 0;
    std::istringstream lines(std::string(octets.begin(), octets.end()));
    for (std::string line; !isCapture && lines >> line;) {
       std::vector<uint8_t> block;
       for (size_t i = 0; i + 1 < line.size(); i += 2)
          block.push_back(uint8_t(std::strtoul(line.substr(i, 2).c_str(), nullptr, 16)));
-      status = std::min(status, showBlock(&ctxt, block.data(), block.size()));
+      status = std::min(status, showBlock(ctxt, block));
    }
-   rtFreeContext(&ctxt);
    if (status < 0) std::fprintf(stderr, "status %d\n", status);
    return status < 0;
 }

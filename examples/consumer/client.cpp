@@ -1,6 +1,8 @@
 // A terminal that answers the questions of the server at a port, until that closes.
 #include "frames.h"
 
+#include <quorva/quorva.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,16 +11,16 @@ namespace {
 
 constexpr uint8_t identityRequest = 0x55; // TS 24.301, 9.8
 
-int answer(RtxContext* out, RtxSocket network, const TS24301Msg_IdentReq& request) {
-   TS24301Msg_IdentResp response{};
+int answer(quorva::Context& out, RtxSocket network, const TS24301Msg_IdentReq& request) {
+   out.reset(); // ends the answer before
+   auto& response = out.make<TS24301Msg_IdentResp>();
    response.t = request.identType.typeOfIdent; // the identities stand under their types
    switch (response.t) {
    case TS24008IE_IdentityTypeValue_typeOfIdent_imsi: std::strcpy(response.u.imsi, "001010123456789"); break;
    case TS24008IE_IdentityTypeValue_typeOfIdent_imei: std::strcpy(response.u.imei, "490154203237518"); break;
    default: std::strcpy(response.u.imeisv, "4901542032375101");
    }
-   TS24301Msg_PDU pdu;
-   asn1Init_TS24301Msg_PDU(&pdu);
+   auto& pdu = out.make<TS24301Msg_PDU>();
    asn1SetTC_TS24301Msg_PDU_obj_IdentResp(out, &pdu, &response);
    return sendMessage(out, network, &pdu);
 }
@@ -26,23 +28,20 @@ int answer(RtxContext* out, RtxSocket network, const TS24301Msg_IdentReq& reques
 } // namespace
 
 int main(int argc, char** argv) {
-   RtxContext in, out;
+   quorva::Context in, out; // whose end closes the stream and its socket
    RtxSocket network;
-   if (argc != 2 || rtInitContext(&in) < 0 || rtInitContext(&out) < 0 || rtxSocketCreate(&network) < 0)
-      return 1;
+   if (argc != 2 || rtxSocketCreate(&network) < 0) return 1;
 
    int status = rtxSocketConnectTimed(network, "localhost", std::atoi(argv[1]), 5);
-   if (status == 0) status = rtxStreamSocketAttach(&in, network, RTX_STREAM_READ);
+   if (status == 0) status = rtxStreamSocketAttach(in, network, RTX_STREAM_READ);
    if (status < 0) rtxSocketClose(network); // from here on it is the stream's
 
-   TS24301Msg_PDU pdu;
-   while (status == 0 && (status = receiveMessage(&in, &pdu)) == 0) {
-      asn1PrtToStrm_TS24301Msg_PDU(&in, "PDU", &pdu);
-      if (pdu.msgType == identityRequest) status = answer(&out, network, *pdu.data.u.obj_IdentReq);
+   TS24301Msg_PDU pdu{};
+   while (status == 0 && (status = receiveMessage(in, &pdu)) == 0) {
+      asn1PrtToStrm_TS24301Msg_PDU(in, "PDU", &pdu);
+      if (pdu.msgType == identityRequest) status = answer(out, network, *pdu.data.u.obj_IdentReq);
    }
    if (status == RTX_E_END_OF_STREAM) status = 0; // the server has closed
    std::printf("status %d\n", status);
-   rtFreeContext(&out);
-   rtFreeContext(&in); // which closes the stream and its socket
    return status == 0 ? 0 : 1;
 }

@@ -9,12 +9,11 @@ int main(void) {
                         0xe7, 0x26, 0x50, 0xe2, 0x1e, 0xe5, 0xe3, 0x10, 0x4b, 0xfb, 0x73, 0xf6,
                         0xb4, 0x55, 0x80, 0x00, 0xb1, 0x90, 0x3a, 0xb8, 0x8a, 0x27, 0x23, 0x7f};
    RtxContext ctxt;
-   TS24301Msg_PDU pdu;
+   TS24301Msg_PDU pdu = {0};
    int status;
 
    if (rtInitContext(&ctxt) < 0) return 1;
    rtxCtxtSetBufPtr(&ctxt, message, sizeof message);
-   asn1Init_TS24301Msg_PDU(&pdu);
    status = NASDec_TS24301Msg_PDU(&ctxt, &pdu);
    if (status == 0) asn1PrtToStrm_TS24301Msg_PDU(&ctxt, "PDU", &pdu);
    printf("status %d\n", status);

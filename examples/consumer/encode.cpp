@@ -1,30 +1,26 @@
 // Encodes a 5GMM Identity Request, decodes it again and prints it.
+#include <quorva/quorva.hpp>
 #include <quorva/TS24501Msg.h>
 
 #include <cstdio>
-#include <vector>
 
 int main() {
-   RtxContext ctxt;
-   if (rtInitContext(&ctxt) < 0) return 1;
-
-   TS24501Msg_IdentityRequest request{};
+   quorva::Context ctxt;
+   auto& request = ctxt.make<TS24501Msg_IdentityRequest>(); // zeroed and initialised
    request.identity.typeOfIdent = TS24501IE_TypeOfIdentity_suci;
-   TS24501Msg_PDU pdu{};
-   asn1SetTC_TS24501Msg_PDU_obj_IdentityRequest5G(&ctxt, &pdu, &request);
-   rtxCtxtSetBufPtr(&ctxt, nullptr, 0); // a buffer of the context's own
-   int status = NASEnc_TS24501Msg_PDU(&ctxt, &pdu);
-   std::vector<uint8_t> octets(ctxt.bufData, ctxt.bufData + (status < 0 ? 0 : ctxt.bufByteIndex));
-   for (const uint8_t octet : octets) std::printf("%02X ", octet);
-   std::printf("\n");
+   auto& pdu = ctxt.make<TS24501Msg_PDU>();
+   asn1SetTC_TS24501Msg_PDU_obj_IdentityRequest5G(ctxt, &pdu, &request);
 
-   TS24501Msg_PDU decoded{};
-   if (status >= 0) {
-      rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
-      status = NASDec_TS24501Msg_PDU(&ctxt, &decoded);
-      asn1PrtToStrm_TS24501Msg_PDU(&ctxt, "PDU", &decoded);
+   const auto octets = ctxt.encode(pdu);
+   for (const uint8_t octet : *octets) std::printf("%02X ", octet);
+   std::printf("\n");
+   const auto decoded = ctxt.decode<TS24501Msg_PDU>(*octets);
+   std::printf("%s", ctxt.to_string(*decoded, "PDU").c_str());
+
+   if (!octets || !decoded) {
+      std::printf("%s\n", (octets ? decoded.error() : octets.error()).what());
+      return 1;
    }
-   std::printf("status %d\n", status);
-   rtFreeContext(&ctxt);
-   return status == 0 ? 0 : 1;
+   std::printf("status 0\n");
+   return 0;
 }

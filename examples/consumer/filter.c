@@ -19,7 +19,7 @@ int main(void) {
    if (rtInitContext(&ctxt) < 0) return 2;
    if (rtxStreamFileAttach(&ctxt, stdin, RTX_STREAM_READ) < 0) return 2;
    for (;;) {
-      TS24301Msg_PDU pdu;
+      TS24301Msg_PDU pdu = {0};
       uint8_t length[2];
       ptrdiff_t got;
       int status;
@@ -35,7 +35,6 @@ int main(void) {
       position += sizeof length + (size_t)(length[0] << 8 | length[1]);
       ctxt.stream->inputLimit = position;
 
-      asn1Init_TS24301Msg_PDU(&pdu);
       status = NASDec_TS24301Msg_PDU(&ctxt, &pdu);
       printf("status %d\n", status);
       if (status == 0) asn1PrtToStrm_TS24301Msg_PDU(&ctxt, "PDU", &pdu);

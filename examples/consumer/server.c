@@ -6,10 +6,10 @@
 #include <sys/socket.h>
 
 static int ask(RtxContext* out, RtxSocket terminal, uint32_t typeOfIdent) {
+   /* Zeroed: an initialiser leaves values as the stack had them, and they would be encoded. */
    TS24301Msg_IdentReq request = {0};
-   TS24301Msg_PDU pdu;
+   TS24301Msg_PDU pdu = {0};
 
-   asn1Init_TS24301Msg_PDU(&pdu);
    request.identType.typeOfIdent = typeOfIdent;
    asn1SetTC_TS24301Msg_PDU_obj_IdentReq(out, &pdu, &request);
    return sendMessage(out, terminal, &pdu);
@@ -20,7 +20,7 @@ static int serve(RtxContext* in, RtxContext* out, RtxSocket terminal) {
    int status = rtxStreamSocketAttach(in, terminal, RTX_STREAM_READ); /* closes the socket with the stream */
    for (type = TS24008IE_IdentityTypeValue_typeOfIdent_imsi;
         status == 0 && type <= TS24008IE_IdentityTypeValue_typeOfIdent_imeisv; ++type) {
-      TS24301Msg_PDU pdu;
+      TS24301Msg_PDU pdu = {0};
       status = ask(out, terminal, type);
       if (status == 0) status = receiveMessage(in, &pdu);
       if (status == 0) asn1PrtToStrm_TS24301Msg_PDU(in, "PDU", &pdu);
