@@ -74,7 +74,6 @@ private:
       auto& command = ctxt_.make<TS24301Msg_AuthRequest>();
       std::copy(challenge.begin(), challenge.end(), command.authParamRAND);
       std::copy(token.begin(), token.end(), command.authParamAUTN.autn);
-      command.authParamAUTN.length = uint8_t(token.size());
       auto& pdu = ctxt_.make<TS24301Msg_PDU>();
       asn1SetTC_TS24301Msg_PDU_obj_AuthRequest(ctxt_, &pdu, &command);
       return send(pdu, TS24007L3_SecHdrType_noSec);
