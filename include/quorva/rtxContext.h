@@ -81,7 +81,9 @@ struct RtxContext {
    int (*freeHook)(RtxContext*);   /**< Called last by rtxFreeContext when not null. */
    RtxDiagBitFieldList* bitFields; /**< Trace of the message at hand, or null. */
    uint16_t indent;                /**< Print indent in blanks. */
-   uint16_t protocolRelease;       /**< 3GPP release that gates trailing fields; 0 is the newest. */
+   uint16_t protocolRelease;       /**< 3GPP release that decoders of TS24008IE_MobileStationClassmark3 and
+                                        TS24008IE_AccessCapability know: fields of later ones go to spareBits. 3 is
+                                        R99, 0 the newest. To be written directly; resets leave it. */
    /* The library's own, to be left alone. */
    uint32_t heapEpoch;      /**< Resets of the heap before errors and security state were allocated. */
    RtxDListNode* errSummed; /**< Records up to this one are summed up in the next two fields. */

@@ -366,6 +366,21 @@ TEST(Decode, InEitherMode) {
    EXPECT_EQ(run("decode --default-mode '7E 00 67 02 02 39 04'").code, 0);
 }
 
+// Fields of later releases are left over for a decoder, and written back all the same.
+TEST(Decode, KnowsTheReleaseThatItIsTold) {
+   const std::string of = " --type TS24008IE_MobileStationClassmark3 ", mark = "090000000000002d6ea0";
+   for (const auto& [release, spare] : std::map<std::string, std::string>{{"", "00/5"},
+                                                                          {"--release 0", "00/5"},
+                                                                          {"--release 11", "a800/10"},
+                                                                          {"--release 3", "b5ba80/22"}}) {
+      EXPECT_EQ(run("decode --get spareBits " + release + of + mark).text, spare + "\n") << release;
+      const std::string both = release + of;
+      EXPECT_EQ(run("decode --json " + both + mark + " | " QUORVA_PROGRAM " encode " + both).text,
+                mark + "\n");
+   }
+   EXPECT_EQ(run("decode --release 99" + of + mark).code, 2); // R99 is 3
+}
+
 TEST(Decode, EndsOnInputWithoutAnEnd) {
    const Result result = run("decode /dev/zero");
    EXPECT_NE(result.code, 0);

@@ -165,6 +165,12 @@ static void addProtocols(CLI::App& command, std::string& type, bool channels = t
 static void addSecurity(CLI::App& command, SecurityOptions& security) {
    command.add_flag_callback("--default-mode", [] { Session::mode = 0; })
          ->description("Go by what the library does by default, where that departs from the standards");
+   command
+         .add_option_function<unsigned>(
+               "--release", [](unsigned release) { Session::release = static_cast<uint16_t>(release); },
+               "Capabilities of GSM and GPRS are of this release, 0 to 31; R99 is 3, the newest 0")
+         ->check(CLI::Range(0, 31)) // not 99, which is no number but a year
+         ->type_name("N");
    Keys& keys = security.keys;
    CLI::Option* uplink = command.add_flag("--uplink", security.uplink, "The messages come from the terminal");
    command.add_flag("--downlink")

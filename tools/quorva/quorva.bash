@@ -10,7 +10,7 @@ _quorva() {
       return
    fi
    case $command:$prev in
-      *:--binary | *:--keys | decode:--html | decode:--annotate-html)
+      *:--binary | *:--keys | *:--html | decode:--annotate-html)
          _filedir
          return
          ;;
@@ -21,7 +21,7 @@ _quorva() {
          COMPREPLY=($(compgen -W '$("${words[0]}" status 2>/dev/null | grep -oE "RTX_[A-Z0-9_]+")' -- "$cur"))
          return
          ;;
-      *:--frames | *:--link | *:--get | *:--[en]ia[123] | *:--[en]ea[123] | *:--count | *:--bearer)
+      *:--frames | *:--link | *:--get | *:--[en][ie]a[123] | *:--count | *:--bearer | *:--release)
          return
          ;;
    esac

@@ -23,6 +23,7 @@ Session::Session(std::FILE* out) {
    if (ready && rtCtxtInitASN1Info(&ctxt_) >= 0 &&
        rtxSetPrintStream(&ctxt_, rtxPrintStreamToFileCB, out) >= 0) {
       rtxCtxtSetFlag(&ctxt_, mode);
+      ctxt_.protocolRelease = release;
       flags_ = ctxt_.flags;
       return;
    }

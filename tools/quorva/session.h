@@ -18,6 +18,8 @@ class Session {
 public:
    // Are messages what the standards say, or in the library's default mode?
    static inline uint32_t mode = RTX_CTXT_STANDARD;
+   // The release that decoders know, 0 for the newest.
+   static inline uint16_t release = 0;
 
    // Printed text goes to a file; without one it is collected. Throws std::bad_alloc.
    explicit Session(std::FILE* out = nullptr);
