@@ -113,4 +113,11 @@ std::string format(const Model& model, int file);
 // The type drawn as a 3GPP octet figure.
 std::string explain(const Type& type);
 
+// What the descriptions hold, a line a fact, its words parted by tabs; "-" for one that is not there:
+//    type NAME element|message|pdu|enum|type|part sample DOC; part: of a type that it is named after
+//    field NAME PATH TYPE mandatory|optional; path "": what an alias or a list is made of
+//    since NAME RELEASE
+//    row PDU DISCRIMINATOR TYPE MEMBER RECORD
+std::string list(const Model& model);
+
 } // namespace l3c

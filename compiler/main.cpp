@@ -15,9 +15,10 @@ namespace {
 const char usage[] = "usage: l3c --out DIR [--units FILE=N]… FILE.l3d…   write the sources of all modules\n"
                      "       l3c --check FILE.l3d…                       read and check\n"
                      "       l3c --format FILE.l3d…                      rewrite in the canonical layout\n"
-                     "       l3c --explain TYPE FILE.l3d…                draw a type as the standards do\n";
+                     "       l3c --explain TYPE FILE.l3d…                draw a type as the standards do\n"
+                     "       l3c --list FILE.l3d…                        tell what is there, for scripts\n";
 
-enum class Job { Check, Out, Format, Explain };
+enum class Job { Check, Out, Format, Explain, List };
 
 struct Command {
    Job job = Job::Check;
@@ -43,6 +44,8 @@ bool parseCommand(const std::vector<std::string>& words, Command& command) {
          command.job = Job::Check;
       } else if (word == "--format") {
          command.job = Job::Format;
+      } else if (word == "--list") {
+         command.job = Job::List;
       } else if (word == "--explain" && more) {
          command.job = Job::Explain;
          command.target = words[++i];
@@ -123,6 +126,7 @@ int run(const Command& command) {
       return 1;
    }
    if (command.job == Job::Format) return formatAll(model);
+   if (command.job == Job::List) std::cout << l3c::list(model);
    if (command.job == Job::Explain) return explainOne(model, command.target);
    if (command.job == Job::Out) {
       for (auto& module : model.modules) {

@@ -10,7 +10,7 @@ _quorva() {
       return
    fi
    case $command:$prev in
-      *:--binary | *:--keys | *:--html | decode:--annotate-html)
+      *:--binary | *:--keys | *:--html | *:--annotate-html)
          _filedir
          return
          ;;
