@@ -352,7 +352,12 @@ private:
       for (auto* rows : {&pdu.table, &pdu.secondTable}) {
          std::map<uint64_t, const TableRow*> selectors;
          std::set<std::pair<uint64_t, uint64_t>> keys;
+         std::set<std::pair<std::string, uint64_t>> arms;
          for (const TableRow& row : *rows) {
+            if (!row.header.empty() && arms.emplace(row.header, row.arm).second && !hasArm(pdu, row))
+               error(UnknownName, row.pos,
+                     "The field " + quoted(row.header) + " is no record of one `choice unsent` with arm " +
+                           text(row.arm) + ".");
             if (!keys.emplace(row.disc, row.msgType).second)
                error(DuplicateMessage, row.pos,
                      "A message with this discriminator and type is already there.");
@@ -363,6 +368,16 @@ private:
                            " already.");
          }
       }
+   }
+
+   static bool hasArm(const Type& pdu, const TableRow& row) {
+      for (auto& field : pdu.fields) {
+         const Type* type = field->name == row.header ? withoutAliases(field->type.type) : nullptr;
+         if (type == nullptr || type->fields.size() != 1 || type->fields[0]->selector != Selector::Record)
+            continue;
+         return row.arm >= 1 && row.arm <= type->fields[0]->arms.size();
+      }
+      return false;
    }
 
    // Does `at` hold `goal` inline, or a structure another one in a list, which bits could nest without end?

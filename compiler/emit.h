@@ -21,12 +21,18 @@ void emitInits(const Model& model, const Module& module, Outputs& out); // src/<
 std::string clearValues(const Type& message, const std::string& place);
 void emitWalk(const Model& model, const Module& module,
               Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
+// The asn1SetTC_ functions of a PDU, and what they store in the half octet ahead of its discriminator.
+std::string selectorFunctions(const Type& pdu);
+std::string headerWords(const Type& pdu, const TableRow& row);
+// Message types and selectors by their names.
+std::string constants(const Module& module);
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers
 
 // The table that a type's rows stand in, and the type's number there, as arguments.
 std::string tableArguments(const Type& type);
 
-void emitVectors(const Model& model, Outputs& out); // tests/vectors.inc
+void emitVectors(const Model& model, Outputs& out);       // tests/vectors.inc
+void emitSelectorCalls(const Model& model, Outputs& out); // tests/selectors.inc
 
 void emitModule(const Model& model, const Module& module, Outputs& out);
 

@@ -922,42 +922,6 @@ void builder(const Type& type, Writer& w) {
    w.close();
 }
 
-// The functions that make a PDU hold a message: discriminator, message type, selector and pointer agree.
-void selectors(const Type& pdu, Writer& w) {
-   const Field* messages = nullptr;
-   bool discriminator = false;
-   for (auto& field : pdu.fields) {
-      if (field->kind == Kind::Messages && messages == nullptr) messages = field.get();
-      discriminator |= field->name == "protoDiscr";
-   }
-   if (messages == nullptr) return;
-   const std::string data = "pdu->" + cName(messages->name);
-   for (auto& row : pdu.table) {
-      std::string value;
-      if (row.record.type != nullptr)
-         value = ", " + recordName(*row.record.type) + (row.inlineValue ? " value" : "* value");
-      w.open("void asn1SetTC_" + recordName(pdu) + "_" + cName(row.member) + "(RtxContext*, " +
-             recordName(pdu) + "* pdu" + value + ") {");
-      if (discriminator) w.line("pdu->protoDiscr = " + number(row.disc) + ";");
-      w.line("pdu->msgType = " + number(row.msgType) + ";");
-      w.line(data + ".t = " + number(row.selector) + ";");
-      if (!value.empty()) w.line(data + ".u." + cName(row.member) + " = value;");
-      w.close();
-   }
-   const std::string second = "pdu->" + cName(pdu.second);
-   for (auto& row : pdu.secondTable) {
-      const std::string value =
-            row.record.type != nullptr ? ", " + recordName(*row.record.type) + "* value" : "";
-      w.open("void asn1SetTC_" + recordName(pdu) + "_" + cName(pdu.second) + "_" + cName(row.member) +
-             "(RtxContext*, " + recordName(pdu) + "* pdu" + value + ") {");
-      if (discriminator) w.line("pdu->protoDiscr = " + number(row.disc) + ";");
-      w.line("pdu->msgType = " + number(row.msgType) + ";");
-      w.line(second + ".t = " + number(row.selector) + ";");
-      if (!value.empty()) w.line(second + ".u." + cName(row.member) + " = value;");
-      w.close();
-   }
-}
-
 } // namespace
 
 std::string tableArguments(const Type& type) {
@@ -981,7 +945,7 @@ void emitWalk(const Model& model, const Module& module, Outputs& out) {
    for (auto& type : module.types) {
       printer(*type, printers);
       if (hasSample(*type)) builder(*type, samples);
-      if (type->kind == TypeKind::Pdu) selectors(*type, samples);
+      if (type->kind == TypeKind::Pdu) samples.raw(selectorFunctions(*type));
    }
    out["src/" + module.file + "Table.cpp"] = table.text();
    out["src/" + module.file + "PrtToStrm.cpp"] = printers.text();

@@ -318,10 +318,11 @@ std::string ieiOf(const Field& field) {
    return field.ieiBits == 4 ? hex(field.iei, 1) + '-' : hex(field.iei, 2);
 }
 
-void elements(const Fields& fields, Table& table) {
+// With `groups` the presence group of each besides, whose bit it needs as well as its own.
+void elements(const Fields& fields, bool groups, Table& table) {
    for (auto& field : fields) {
       if (field->onlyOnWire()) {
-         elements(field->fields, table);
+         elements(field->fields, groups, table);
          continue;
       }
       const std::string type = field->kind == Kind::Named ? field->type.name
@@ -329,12 +330,15 @@ void elements(const Fields& fields, Table& table) {
                                                           : inWords(*field);
       table.push_back({ieiOf(*field), field->name, field->kind == Kind::Named || field->present ? type : "",
                        field->optional ? "O" : "M", formatOf(*field), lengthOf(*field)});
+      if (groups) table.back().push_back(field->group ? text(static_cast<uint64_t>(field->group)) : "");
    }
 }
 
 std::string message(const Fields& fields) {
    Table table{{"IEI", "Element", "Type", "Presence", "Format", "Length"}};
-   elements(fields, table);
+   const bool groups = std::ranges::any_of(fields, [](auto& field) { return field->group != 0; });
+   if (groups) table[0].push_back("Group");
+   elements(fields, groups, table);
    return printed(table);
 }
 

@@ -36,6 +36,7 @@ Outputs generate(const Model& model) {
    for (auto& module : model.modules) emitModule(model, *module, out);
    emitRegistry(model, out);
    emitVectors(model, out);
+   emitSelectorCalls(model, out);
    return out;
 }
 

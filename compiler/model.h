@@ -185,6 +185,8 @@ struct TableRow {
    std::string doc;
    TypeRef record; // name empty: header alone
    bool inlineValue = false;
+   std::string header; // field of the PDU whose arm goes with the message, and that arm
+   uint64_t arm = 0;
 };
 
 struct Type {

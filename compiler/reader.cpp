@@ -536,11 +536,20 @@ void Reader::table() {
    table.pos = peek().pos;
    table.pdu = expectWord("the PDU's name");
    if (acceptSign(".")) table.field = expectWord("the field of `messages`");
+   std::string header;
+   uint64_t arm = 0;
+   if (acceptWord("with")) {
+      table.headerPos = peek().pos;
+      header = expectWord("a field of the header");
+      arm = expectNumber("the number of its arm");
+   }
    Pos opened = peek().pos;
    expectSign("{");
    while (!closes("}", opened)) {
       try {
          table.rows.push_back(tableRow());
+         table.rows.back().header = header;
+         table.rows.back().arm = arm;
       } catch (const SyntaxError&) {
          skipItem();
          if (atSign(")") || atSign("]")) take();
@@ -567,6 +576,11 @@ void Reader::fillTables() {
          if (!table.field.empty() && !known)
             diagnostics_.error(UnknownName, table.pos,
                                "`" + table.pdu + "` has no `messages` called `" + table.field + "`.");
+         const std::string& header = table.rows.empty() ? std::string() : table.rows.front().header;
+         if (!header.empty() &&
+             std::ranges::none_of(pdu->fields, [&](auto& field) { return field->name == header; }))
+            diagnostics_.error(UnknownName, table.headerPos,
+                               "`" + table.pdu + "` has no field called `" + header + "`.");
          if (toSecond) pdu->second = table.field;
          auto& into = toSecond ? pdu->secondTable : pdu->table;
          for (TableRow& row : table.rows) into.push_back(std::move(row));

@@ -21,6 +21,7 @@ private:
    struct Table {
       Pos pos;
       std::string pdu, field; // empty: its only one, or the first
+      Pos headerPos;
       std::vector<TableRow> rows;
    };
 

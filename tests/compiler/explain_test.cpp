@@ -97,15 +97,15 @@ TEST(Explain, Message) {
                " 7B big H\n B1 mark T\n 5C fixed N\n}"
                "\nmessage Y = L"),
          R"(
-IEI  Element  Type  Presence  Format  Length
+IEI  Element  Type  Presence  Format  Length  Group
      spare          M         V       1/2
      kind     E     M         V       1/2
      long     H     M         LV-E    2-n
 A-   half     E     O         TV      1
 41   one      L     O         TLV     3-6
-7B   big      H     O         TLV-E   3-n
-B1   mark           O         T       1
-5C   fixed    N     O         TV      2
+7B   big      H     O         TLV-E   3-n     1
+B1   mark           O         T       1       1
+5C   fixed    N     O         TV      2       1
 )");
 }
 

@@ -121,10 +121,11 @@ std::vector<Element> elementsOf(const Type& message) {
       std::getline(lines, line);
       const auto column = [&](const char* from, const char* to) {
          const size_t at = std::min(head.find(from), line.size());
-         return trimmed(line.substr(at, *to ? head.find(to) - at : std::string::npos));
+         return trimmed(
+               line.substr(at, head.find(to) == std::string::npos ? std::string::npos : head.find(to) - at));
       };
       element.row = {column("IEI", "Element"),     column("Element", "Type"),  column("Type", "Presence"),
-                     column("Presence", "Format"), column("Format", "Length"), column("Length", "")};
+                     column("Presence", "Format"), column("Format", "Length"), column("Length", "Group")};
       if (element.row[0].empty()) element.row[0] = "-";
    }
    // Half an octet of nothing but spare bits is no row in the standards' tables. It is the upper one, with

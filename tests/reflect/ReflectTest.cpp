@@ -291,6 +291,19 @@ TEST(Reflect, PathsLeadThereOrTellWhyNot) {
    EXPECT_EQ(leavesOf(ctxt, pdu, value)["msgType"], "97");
 }
 
+// A member's bit alone does not get it encoded.
+TEST(Reflect, SetsTheBitOfTheGroupToo) {
+   TestContext ctxt;
+   const QuorvaType& reject = type("TS24301Msg_AttachReject");
+   auto* value = static_cast<TS24301Msg_AttachReject*>(quorvaNew(ctxt, &reject));
+   value->emmCause = TS24301IE_EMMCause_illegalUE;
+   value->m.t3346ValuePresent = 1;
+   EXPECT_EQ(encode(*ctxt, reject, value).octets, std::vector<uint8_t>{3});
+   EXPECT_EQ(quorvaSet(ctxt, &reject, value, "t3346Value.value.timerValue", "4"), 0);
+   EXPECT_EQ(value->m.group1Present, 1);
+   EXPECT_EQ(encode(*ctxt, reject, value).octets, (std::vector<uint8_t>{3, 0x5F, 1, 4}));
+}
+
 TEST(Reflect, ListsGrowAndShrink) {
    const struct {
       const char *type, *list, *count;
