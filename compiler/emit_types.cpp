@@ -50,6 +50,11 @@ public:
          w_.line("int shortDecIn_" + recordName(*type) + "(quorva::frame::ShortDecoder& d" +
                  decodeParameters(*type) + ");");
       }
+      w_.line("namespace quorva::walk {");
+      w_.line("struct Module;");
+      w_.line("extern const Module table_" + module_.name + ";");
+      w_.line("int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);");
+      w_.line("} // namespace quorva::walk");
       w_.line("namespace quorva::type {");
       for (auto& type : module_.types) emit(*type);
       w_.line();
@@ -103,6 +108,11 @@ private:
             w_.line("static constexpr auto shortEncodeIn = &::shortEncIn_" + base + ";");
             w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + base + ";");
          }
+      }
+      if (type.custom || type.kind == TypeKind::Pdu) {
+         w_.open("static int encodeByRows(RtxContext* pctxt, void* value) {");
+         w_.line("return quorva::walk::encode(pctxt, " + tableArguments(type) + ", value);");
+         w_.close();
       }
       w_.line("static constexpr auto encode = &::" + encoderName(type) + ";");
       w_.line("static constexpr auto decode = &::" + decoderName(type) + ";");

@@ -372,7 +372,9 @@ private:
              ", " + number(texts_.at(encodedName(type))) + ", " + number(texts_.at(decodedName(type))) +
              ", " + (type.standard ? number(module_.types.size() + static_cast<size_t>(standard)) : "0") +
              ", " + (hasAppendix ? offset("standard.m") : "0") + ", " +
-             (hasAppendix ? sizeOf("standard.m") : "0") + ",\n      " +
+             (hasAppendix ? sizeOf("standard.m") : "0") + ", " +
+             number(hasBits ? presenceBits(owner.fields).size() : 0) + ", " +
+             number(appendedFields(owner).size()) + ",\n      " +
              functions(type, codec, entries_.count(&type) != 0) + "}";
    }
 
@@ -682,6 +684,8 @@ private:
          if (!presenceBits(field->fields).empty()) {
             row.count = offset(step.member + ".m");
             row.width = sizeOf(step.member + ".m");
+            // The record is laid out by the type's own form, whose bits here can be others.
+            if (type_->original == nullptr) row.capacity = number(presenceBits(field->fields).size());
          }
          inside(step, row);
          break;

@@ -4,7 +4,7 @@
 using namespace quorva::frame;
 
 int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24007L3_L3HdrOptions(pctxt, pvalue));
+   L3_ENCODES(TS24007L3_L3HdrOptions);
    Encoder e(pctxt);
    L3_TRY(e.begin("L3HdrOptions"));
    switch (pvalue->t) {

@@ -142,7 +142,7 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
 } // namespace
 
 int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008IE_NetworkName(pctxt, pvalue));
+   L3_ENCODES(TS24008IE_NetworkName);
    Encoder e(pctxt);
    L3_TRY(e.begin("NetworkName"));
    OpenLength length;
@@ -192,7 +192,7 @@ int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
 }
 
 int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008IE_NotificationIndicator(pctxt, pvalue));
+   L3_ENCODES(TS24008IE_NotificationIndicator);
    Encoder e(pctxt);
    L3_TRY(e.begin("NotificationIndicator"));
    L3_TRY(e.fields(flag("ext", pvalue->ext),
@@ -213,7 +213,7 @@ int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_Notifica
 // Receive N-PDU numbers list, TS 24.008, 10.5.5.11: entries of twelve bits; a half octet of 0 fills the last
 // octet.
 int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
+   L3_ENCODES(TS24008IE_ReceiveNPDUNumberList);
    Encoder e(pctxt);
    L3_TRY(e.begin("ReceiveNPDUNumberList"));
    OpenLength length;
@@ -409,7 +409,7 @@ int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
 } // namespace
 
 int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008IE_TFT(pctxt, pvalue));
+   L3_ENCODES(TS24008IE_TFT);
    Encoder e(pctxt);
    L3_TRY(e.begin("TFT"));
    L3_TRY(e.constant<8>("length", 0));

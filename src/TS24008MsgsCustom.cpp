@@ -13,7 +13,7 @@ extern const MessageTable kTS24008Msg_PDUMessages;
 
 // Only the network sends a force to standby here, and it has no IEI. TS 24.008, 9.4.6.
 int NASEnc_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008Msg_DetachAccept(pctxt, pvalue));
+   L3_ENCODES(TS24008Msg_DetachAccept);
    Encoder e(pctxt);
    L3_TRY(e.begin("DetachAccept"));
    if (pvalue->m.forceToStandbyPresent) {
@@ -80,9 +80,13 @@ L3_INLINE static int encodeFields(Coder& e, TS24008Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24008Msg_PDU(pctxt, pvalue));
+   L3_ENCODES(TS24008Msg_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
+   if (e.standard() && pvalue->m.sendSeqNumPresent && pvalue->sendSeqNum > 3) {
+      L3_TRY(e.push("sendSeqNum"));
+      return e.badBound(pvalue->sendSeqNum);
+   }
    L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return encodeFields(coder, pvalue); }));
    // The selector decides, whatever the type says; one without a message is not logged here.
    if (kTS24008Msg_PDUMessages.select(pvalue->data.t) == nullptr) [[unlikely]] {

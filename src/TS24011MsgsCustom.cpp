@@ -10,7 +10,7 @@ using namespace quorva::frame;
 extern const MessageTable kTS24011Msg_CP_PDUMessages;
 
 int NASEnc_TS24011Msg_CP_PDU(RtxContext* pctxt, TS24011Msg_CP_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24011Msg_CP_PDU(pctxt, pvalue));
+   L3_ENCODES(TS24011Msg_CP_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("CP-PDU"));
    L3_TRY(e.item("l3HdrOpts", NASEnc_TS24007L3_L3HdrOptions, &pvalue->l3HdrOpts));

@@ -95,7 +95,7 @@ static size_t remoteAddressOctets(uint32_t type) {
 // Remote UE context, TS 24.301, 9.9.4.20. Two bits between spare and addrType tell, ahead of the address,
 // whether the port ranges follow it.
 int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24301IE_RemoteUECtxt(pctxt, pvalue));
+   L3_ENCODES(TS24301IE_RemoteUECtxt);
    Encoder e(pctxt);
    L3_TRY(e.begin("RemoteUECtxt"));
    OpenLength length;

@@ -12,7 +12,7 @@ extern const MessageTable kTS24301Msg_PDU_SMMessages;
 
 // No octet tells the two forms apart; the direction of the context does. TS 24.301, 8.2.11.
 int NASEnc_TS24301Msg_DetachRequest(RtxContext* pctxt, TS24301Msg_DetachRequest* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24301Msg_DetachRequest(pctxt, pvalue));
+   L3_ENCODES(TS24301Msg_DetachRequest);
    Encoder e(pctxt);
    L3_TRY(e.begin("DetachRequest"));
    switch (pvalue->t) {
@@ -116,7 +116,7 @@ L3_INLINE static int decodeHeader(Decoder d, const uint8_t* plain, Pdu* pvalue) 
 
 // A message inside an ESM message container, TS 24.301, 9.9.3.15: no security header of its own.
 int NASEnc_TS24301Msg_PDU_SM(RtxContext* pctxt, TS24301Msg_PDU_SM* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24301Msg_PDU_SM(pctxt, pvalue));
+   L3_ENCODES(TS24301Msg_PDU_SM);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(encodeHeader(e, pvalue));
@@ -225,7 +225,7 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24301Msg_PDU(pctxt, pvalue));
+   L3_ENCODES(TS24301Msg_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;

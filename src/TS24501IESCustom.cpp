@@ -202,7 +202,7 @@ L3_DECODER(TS24501IE_MobileIdentity, (TS24501IE_MobileIdentity * pvalue), (pvalu
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.
 int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24501IE_ExtCAGEntry(pctxt, pvalue));
+   L3_ENCODES(TS24501IE_ExtCAGEntry);
    Encoder e(pctxt);
    L3_TRY(e.begin("ExtCAGEntry"));
    OpenLength length;

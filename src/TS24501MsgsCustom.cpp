@@ -18,7 +18,7 @@ using SessionIdentity = quorva::type::TS24501Msg_PDUSessionIdentity;
 // encoder spells the type's name with a hyphen, the decoder with an underscore; readers of a trace go by
 // both.
 int NASEnc_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24501Msg_PDU_SM(pctxt, pvalue));
+   L3_ENCODES(TS24501Msg_PDU_SM);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU-SM"));
    L3_TRY(e.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr),
@@ -146,7 +146,7 @@ int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
 }
 
 int NASEnc_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS24501Msg_PDU(pctxt, pvalue));
+   L3_ENCODES(TS24501Msg_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
    const size_t start = pctxt->bufByteIndex;

@@ -137,7 +137,7 @@ int pair(Coder& coder, TS44018IE_Multirate_Configuration& m, size_t index) {
 } // namespace
 
 int NASEnc_TS44018IE_Multirate_Configuration(RtxContext* pctxt, TS44018IE_Multirate_Configuration* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018IE_Multirate_Configuration(pctxt, pvalue));
+   L3_ENCODES(TS44018IE_Multirate_Configuration);
    Encoder e(pctxt);
    L3_TRY(e.begin("Multirate-Configuration"));
    OpenLength length;
@@ -213,7 +213,7 @@ unsigned octetsOf(const VgcsCiphering& v) {
 
 int NASEnc_TS44018IE_VGCS_Ciphering_Parameters(RtxContext* pctxt,
                                                TS44018IE_VGCS_Ciphering_Parameters* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018IE_VGCS_Ciphering_Parameters(pctxt, pvalue));
+   L3_ENCODES(TS44018IE_VGCS_Ciphering_Parameters);
    Encoder e(pctxt);
    L3_TRY(e.begin("VGCS-Ciphering-Parameters"));
    OpenLength length;

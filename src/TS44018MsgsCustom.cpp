@@ -81,7 +81,7 @@ L3_INLINE int assignment(Coder& c, TS44018Msg_ImmediateAssignment& r) {
 } // namespace
 
 int NASEnc_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_ImmediateAssignment* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_ImmediateAssignment(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_ImmediateAssignment);
    Encoder e(pctxt);
    L3_TRY(e.begin("ImmediateAssignment"));
    L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
@@ -145,7 +145,7 @@ int decodePaging(Decoder& d, Message* pvalue) {
 } // namespace
 
 int NASEnc_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingRequestType2* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_PagingRequestType2(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_PagingRequestType2);
    Encoder e(pctxt);
    L3_TRY(e.begin("PagingRequestType2"));
    L3_TRY(encodePaging(e, pvalue));
@@ -165,7 +165,7 @@ int NASDec_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingReq
 }
 
 int NASEnc_TS44018Msg_PagingRequestType3(RtxContext* pctxt, TS44018Msg_PagingRequestType3* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_PagingRequestType3(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_PagingRequestType3);
    Encoder e(pctxt);
    L3_TRY(e.begin("PagingRequestType3"));
    L3_TRY(encodePaging(e, pvalue));
@@ -213,7 +213,7 @@ constexpr ClassmarkPart kClassmarkParts[] = {
 } // namespace
 
 int NASEnc_TS44018Msg_Cdma2000ClassmarkChange(RtxContext* pctxt, TS44018Msg_Cdma2000ClassmarkChange* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_Cdma2000ClassmarkChange(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_Cdma2000ClassmarkChange);
    Encoder e(pctxt);
    L3_TRY(e.begin("Cdma2000ClassmarkChange"));
    for (const ClassmarkPart& part : kClassmarkParts) {
@@ -262,8 +262,7 @@ bool bitAtHand(const RtxContext* ctxt) {
 
 int NASEnc_TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_element(RtxContext* pctxt,
                                                                                        Reports* pvalue) {
-   L3_TO_STREAM(
-         NASEnc_TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_element(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_element);
    Encoder e(pctxt);
    L3_TRY(e.begin("_SeqOfTS44018Msg-Enhanced-Measurement-report-component-7-element"));
    L3_TRY(e.repeat(nullptr, pvalue->n, pvalue->elem, Limits{}, [](Encoder& each, Report& report) {
@@ -308,7 +307,7 @@ int NASDec_TS44018Msg__SeqOfTS44018Msg_Enhanced_Measurement_report_component_7_e
 
 int NASEnc_TS44018Msg_Enhanced_Measurement_report(RtxContext* pctxt,
                                                   TS44018Msg_Enhanced_Measurement_report* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_Enhanced_Measurement_report(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_Enhanced_Measurement_report);
    Encoder e(pctxt);
    L3_TRY(e.begin("Enhanced-Measurement-report"));
    if (pvalue->m.component_7Present && pvalue->m.component_8Present) return RTX_E_CONSTRAINT;
@@ -423,7 +422,7 @@ int decodePdu(RtxContext* ctxt, const char* name, Pdu* pvalue, const MessageTabl
 } // namespace
 
 int NASEnc_TS44018Msg_DL_DCCH_PDU(RtxContext* pctxt, TS44018Msg_DL_DCCH_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_DL_DCCH_PDU(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_DL_DCCH_PDU);
    return encodePdu(pctxt, "DL-DCCH-PDU", pvalue, kTS44018Msg_DL_DCCH_PDUMessages);
 }
 
@@ -433,7 +432,7 @@ int NASDec_TS44018Msg_DL_DCCH_PDU(RtxContext* pctxt, TS44018Msg_DL_DCCH_PDU* pva
 }
 
 int NASEnc_TS44018Msg_UL_DCCH_PDU(RtxContext* pctxt, TS44018Msg_UL_DCCH_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_UL_DCCH_PDU(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_UL_DCCH_PDU);
    return encodePdu(pctxt, "UL-DCCH-PDU", pvalue, kTS44018Msg_UL_DCCH_PDUMessages);
 }
 
@@ -443,7 +442,7 @@ int NASDec_TS44018Msg_UL_DCCH_PDU(RtxContext* pctxt, TS44018Msg_UL_DCCH_PDU* pva
 }
 
 int NASEnc_TS44018Msg_UL_SACCH_PDU(RtxContext* pctxt, TS44018Msg_UL_SACCH_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_UL_SACCH_PDU(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_UL_SACCH_PDU);
    return encodePdu(pctxt, "UL-SACCH-PDU", pvalue, kTS44018Msg_UL_SACCH_PDUMessages);
 }
 
@@ -462,7 +461,7 @@ constexpr size_t kPseudoLengthBits = 6;
 } // namespace
 
 int NASEnc_TS44018Msg_L2_PSEUDO_LEN_PDU(RtxContext* pctxt, TS44018Msg_L2_PSEUDO_LEN_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_L2_PSEUDO_LEN_PDU(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_L2_PSEUDO_LEN_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("L2-PSEUDO-LEN-PDU"));
    L3_TRY(e.item("l2PseudoLen", NASEnc_TS44018IE_L2_Pseudo_Length, &pvalue->l2PseudoLen));
@@ -516,7 +515,7 @@ L3_INLINE int shortHeader(Coder& c, TS44018Msg_RR_Short_PD_PDU* pvalue) {
 } // namespace
 
 int NASEnc_TS44018Msg_RR_Short_PD_PDU(RtxContext* pctxt, TS44018Msg_RR_Short_PD_PDU* pvalue) {
-   L3_TO_STREAM(NASEnc_TS44018Msg_RR_Short_PD_PDU(pctxt, pvalue));
+   L3_ENCODES(TS44018Msg_RR_Short_PD_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("RR-Short-PD-PDU"));
    L3_TRY(shortHeader(e, pvalue));

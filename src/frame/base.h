@@ -33,6 +33,11 @@
 #define L3_TO_STREAM(...)                                                                                    \
    if (quorva::hot::streamActive(pctxt)) [[unlikely]]                                                        \
    return quorva::stream::toStream(pctxt, [=] { return __VA_ARGS__; })
+// Those of an encoder by hand. Called from outside in standard mode it comes back when the record is tested.
+#define L3_ENCODES(TYPE)                                                                                     \
+   L3_TO_STREAM(NASEnc_##TYPE(pctxt, pvalue));                                                               \
+   if (quorva::frame::isUntested(pctxt)) [[unlikely]]                                                        \
+   return quorva::type::TYPE::encodeByRows(pctxt, pvalue)
 
 namespace quorva::frame {
 
@@ -155,6 +160,14 @@ inline bool knowsRelease(const RtxContext* ctxt, unsigned release) {
 // Is coded as the standards say, rather than in the family's own way?
 L3_INLINE bool isStandard(const RtxContext* ctxt) {
    return (ctxt->flags & RTX_CTXT_STANDARD) != 0;
+}
+
+// Context flag of standard mode, set while a record is encoded that has been found initialised. Not one of
+// the caller's flags.
+constexpr uint32_t kTested = 0x00000004;
+
+L3_INLINE bool isUntested(const RtxContext* ctxt) {
+   return (ctxt->flags & (RTX_CTXT_STANDARD | kTested)) == RTX_CTXT_STANDARD;
 }
 
 // What encoders and decoders have in common.

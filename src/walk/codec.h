@@ -65,6 +65,12 @@ inline const Type& formOf(const RtxContext* ctxt, const Module& module, const Ty
                 : type;
 }
 
+// A field's bit and that of its group. By the standards no group is known: a field's own bit suffices.
+inline bool isThere(const RtxContext* ctxt, const Row& row, const uint8_t* record) {
+   const bool grouped = row.group == kNone || (ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0);
+   return (grouped || hasBit(record, row.group)) && hasBit(record, row.presence);
+}
+
 // No arm of a choice fits: -9. Where a single arm may be, the refusal bears its name.
 int refuseChoice(frame::Codec& codec, const Module& module, unsigned row);
 

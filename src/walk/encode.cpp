@@ -4,6 +4,7 @@
 #include "src/frame/decoder.h"
 #include "src/frame/encoder.h"
 #include "src/walk/codec.h"
+#include "src/walk/initialised.h"
 
 #include <algorithm>
 
@@ -71,8 +72,8 @@ private:
       for (unsigned i = std::max(type_.first + row, first); i < behindRows(type_); ++i) {
          const Row& next = module_.rows[i];
          if (next.kind == Kind::Store) break;
-         const bool there = hasBit(record_, next.group) && hasBit(record_, next.presence);
-         if (there && ((type_.flags & kTailStops) == 0 || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
+         if (isThere(ctxt_, next, record_) &&
+             ((type_.flags & kTailStops) == 0 || (ctxt_->flags & RTX_CTXT_RAW_TAIL) == 0))
             L3_TRY(optional(i));
          tried_ = false;
       }
@@ -474,11 +475,22 @@ int encodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
    return encodeInFull(ctxt, module, type, value, outer);
 }
 
+// The outermost value in standard mode.
+L3_COLD int encodeTested(RtxContext* ctxt, const Module& module, unsigned type, uint8_t* value) {
+   L3_TRY(testInitialised(ctxt, module, type, value));
+   ctxt->flags |= kTested;
+   const int status = encodeType(ctxt, module, module.types[type], value);
+   ctxt->flags &= ~kTested;
+   return status;
+}
+
 } // namespace
 
 int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
    if (hot::streamActive(ctxt)) [[unlikely]]
       return stream::toStream(ctxt, [=, &module] { return encode(ctxt, module, type, value); });
+   if (isUntested(ctxt)) [[unlikely]]
+      return encodeTested(ctxt, module, type, static_cast<uint8_t*>(value));
    return encodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value));
 }
 

@@ -44,8 +44,7 @@ private:
    void block(const Module& module, unsigned first, unsigned rows, const uint8_t* record) {
       for (unsigned i = first; i < first + rows; ++i) {
          const Row& field = module.rows[i];
-         if (hasBit(record, field.group) && hasBit(record, field.presence))
-            row(module, field, module.texts + field.name, record);
+         if (isThere(ctxt_, field, record)) row(module, field, module.texts + field.name, record);
       }
    }
 

@@ -65,7 +65,7 @@ struct Row {
    uint32_t name;     // where the name begins among the module's texts
    uint32_t offset;   // of the value, from the start of the type's record
    uint32_t count;    // offset of the count, of the steering number, of the presence bits of a Group
-   uint32_t capacity; // of what lies inline: octets, bits, characters or entries
+   uint32_t capacity; // of what lies inline: octets, bits, characters, entries; of a Group presence bits
    uint32_t stride;   // List: from entry to entry
    uint32_t presence; // number of the presence bit, from the start of the record; kNone: always there
    uint32_t group;    // the same for the bit of its group
@@ -198,6 +198,7 @@ struct Type {
    uint16_t standard;
    uint32_t appendixOffset;
    uint8_t appendixOctets;
+   uint16_t presenceBits, appendixBits; // that mean something; the others are 0
    // Short form; the codec of a message on plain octets; the codec by hand.
    ShortDecode shortDecode;
    ShortEncode shortEncode;

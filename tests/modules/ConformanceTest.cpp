@@ -1,6 +1,6 @@
 // The table of docs/conformance.md, row by row, in both modes.
 
-#include "quorva/registry.h"
+#include "quorva/reflect.h"
 #include "tests/modules/codecs.h"
 #include "tests/modules/records.h"
 
@@ -125,6 +125,34 @@ TEST(Conformance, HasARowForEachDescription) {
    std::set<std::string> told;
    for (const Row& row : rows()) told.insert(row.type);
    for (const std::string& type : departingTypes()) EXPECT_EQ(told.count(type), 1u) << type;
+}
+
+// Of an element whose release has a group the default mode asks the group's bit too.
+TEST(Conformance, GroupBitsAreForTheDefaultModeAlone) {
+   size_t tried = 0;
+   for (const QuorvaType* type : allTypes()) {
+      if (type->sample == nullptr || type->encode == nullptr) continue;
+      std::vector<QuorvaField> fields(quorvaFields(type, nullptr, 0));
+      quorvaFields(type, fields.data(), fields.size());
+      std::set<uint32_t> groups;
+      for (const QuorvaField& field : fields)
+         if (field.groupBit != QUORVA_NONE) groups.insert(field.groupBit);
+      for (const uint32_t group : groups) {
+         SCOPED_TRACE(std::string(type->name) + ", bit " + std::to_string(group));
+         for (const uint32_t mode : {0u, RTX_CTXT_STANDARD}) {
+            quorva_test::Capture capture(kTextRoom);
+            rtxCtxtSetFlag(&capture.ctxt, mode);
+            auto* record = static_cast<uint8_t*>(type->sample(&capture.ctxt));
+            const auto octets = encode(capture.ctxt, *type, record).octets;
+            const std::string text = textOf(capture, *type, record);
+            record[group / 8] = static_cast<uint8_t>(record[group / 8] & ~(1u << group % 8));
+            EXPECT_EQ(encode(capture.ctxt, *type, record).octets == octets, mode != 0) << mode;
+            EXPECT_EQ(textOf(capture, *type, record) == text, mode != 0) << mode;
+         }
+         ++tried;
+      }
+   }
+   EXPECT_GT(tried, 60u);
 }
 
 // In standard mode no failure is dropped: an encoder that ran out of room never returns 0.
