@@ -20,7 +20,7 @@ void emitInits(const Model& model, const Module& module, Outputs& out); // src/<
 // Stores that clear the plain values of a message's mandatory part, which an initialiser leaves alone.
 std::string clearValues(const Type& message, const std::string& place);
 void emitWalk(const Model& model, const Module& module,
-              Outputs& out);                         // src/<File>PrtToStrm.cpp, <File>Test.cpp
+              Outputs& out); // src/<File>PrtToStrm.cpp, <File>Test.cpp
 // The asn1SetTC_ functions of a PDU, and what they store in the half octet ahead of its discriminator.
 std::string selectorFunctions(const Type& pdu);
 std::string headerWords(const Type& pdu, const TableRow& row);
