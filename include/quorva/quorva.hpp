@@ -23,10 +23,10 @@
 
 #include "quorva/json.h"
 #include "quorva/reflect.h"
-#include "quorva/result.hpp"
 #include "quorva/rt3gppNasSec.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxPrintToStream.h"
+#include "quorva/values.hpp"
 
 #include <cstring>
 #include <exception>
@@ -44,62 +44,12 @@ QUORVA_BEGIN_MODE
 
 namespace detail {
 
-/** Name of a record's type as the compiler writes it: that is how the registry has it. */
-template <class T>
-constexpr std::string_view name_of() {
-   std::string_view text = __PRETTY_FUNCTION__; // "... [T = Name]" or "... [with T = Name; ...]"
-   text.remove_prefix(text.find("T = ") + 4);
-   return text.substr(0, text.find_first_of(";]"));
-}
-static_assert(name_of<RtxContext>() == "RtxContext", "a compiler that writes the names of types otherwise");
-
-/** Numbers, texts and choices of the modules have no type of their own in C++. */
-template <class T>
-constexpr bool is_record() {
-   constexpr std::string_view name = name_of<T>();
-   return std::is_class<T>::value && name.substr(0, 2) == "TS" && name.find_first_of(":(<") == name.npos;
-}
-
 inline void erase(volatile void* memory, size_t size) {
    auto* octets = static_cast<volatile unsigned char*>(memory);
    while (size > 0) octets[--size] = 0;
 }
 
 } // namespace detail
-
-/** What the registry tells of a record. */
-template <class T>
-const QuorvaType& type_of() {
-   static_assert(detail::is_record<T>(), "no record of a module, as TS24301Msg_PDU is one");
-   static const QuorvaType* const type = quorvaFindType(std::string(detail::name_of<T>()).c_str());
-   if (type == nullptr) detail::fail(Error(RTX_E_BAD_ARGUMENT, {}, "a record that the library doesn't have"));
-   return *type;
-}
-
-/** A value to be read, with its type: any record, or what is known at run time only. */
-struct View {
-   View(const QuorvaType& itsType, const void* value) : type(&itsType), record(value) {}
-   template <class T, class = std::enable_if_t<detail::is_record<T>()>>
-   View(const T& value) : View(type_of<T>(), &value) {}
-   const QuorvaType* type;
-   const void* record;
-};
-
-/** A value that may be changed. */
-struct Value {
-   Value() = default;
-   Value(const QuorvaType& itsType, void* value) : type(&itsType), record(value) {}
-   template <class T, class = std::enable_if_t<detail::is_record<T>()>>
-   Value(T& value) : Value(type_of<T>(), &value) {}
-   operator View() const { return {*type, record}; }
-   /** The record, or null if it is another. */
-   template <class T>
-   T* as() const {
-      return type == &type_of<T>() ? static_cast<T*>(record) : nullptr;
-   }
-   const QuorvaType* type = nullptr;
-   void* record = nullptr;
-};
 
 /**
  * RtxContext with its end, and with keys that outlive resets and are erased. One that was moved from, or got
@@ -115,9 +65,11 @@ public:
       if (state_ == nullptr) throw Error(RTX_E_NOMEM);
 #endif
    }
+   /** Is it one? */
    explicit operator bool() const noexcept {
       return state_ != nullptr;
    }
+   /** For the C interface; null of one that is none. */
    operator RtxContext*() const noexcept {
       return state_ == nullptr ? nullptr : &state_->ctxt;
    }
@@ -136,6 +88,7 @@ public:
       return state_ == nullptr ? Error(RTX_E_NOT_INIT)
                                : state_->setKeys(integrity, integrityKey, ciphering, cipherKey);
    }
+   /** Erases the keys; protected messages give RTX_E_NO_SECURITY from now on. */
    void clear_keys() {
       if (state_ != nullptr) state_->clearKeys();
    }
@@ -179,6 +132,12 @@ public:
       Error error = decodeCopy(value, octets);
       return {std::move(error), value};
    }
+   /** Those of the message that was decoded last, deciphered if it was; until the next call of this context.
+    */
+   Octets octets() const {
+      return state_ == nullptr ? Octets() : Octets(state_->ctxt.bufData, state_->ctxt.bufSize);
+   }
+
    /** Encodes a value; lengths and codes are written into it. */
    Result<std::vector<uint8_t>> encode(Value value) {
       if (state_ == nullptr) return Error(RTX_E_NOT_INIT);
@@ -324,6 +283,7 @@ private:
             if (record.aesSchedules != nullptr) detail::erase(record.aesSchedules, 2 * 44 * 4);
          }
          rtxMemReset(&ctxt);
+         rtxCtxtSetBufPtr(&ctxt, keys[0], 0); // not what was in the heap
       }
 
       /** Ahead of a codec: no errors of the message before, its buffer, its keys. */
@@ -343,7 +303,7 @@ private:
             if (node == ctxt.elemNames.head && own != nullptr && std::strcmp(own + 1, name) == 0) continue;
             path += (path.empty() ? "" : ".") + std::string(name);
          }
-         return Error(status, std::move(path), {}, ctxt.bufByteIndex);
+         return Error(status, path, {}, ctxt.bufByteIndex);
       }
    };
 

@@ -50,6 +50,8 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
    } refused[] = {
          {"0744035f01", RTX_E_END_OF_DATA, "data.u.obj_AttachReject.t3346Value.value.unit"},
          {"07FF", RTX_E_BAD_CHOICE, "data"},
+         {"074201490F0100f1100001400000F110", RTX_E_END_OF_DATA,
+          "data.u.obj_AttachAccept.taiList.idents.elem[1].elements.partTrkIdentList0.mcc-mnc"},
          {"", RTX_E_END_OF_DATA, ""},
          {complete, RTX_E_NO_SECURITY, ""},
    };
@@ -57,8 +59,8 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
       const auto pdu = ctxt.decode<TS24301Msg_PDU>(octetsFromHex(octets));
       EXPECT_FALSE(pdu);
       EXPECT_EQ(pdu.status(), status) << octets;
-      EXPECT_EQ(pdu.error().path(), path) << octets;
-      EXPECT_NE(pdu.partial(), nullptr);
+      EXPECT_STREQ(pdu.error().path(), path) << octets;
+      EXPECT_NE(ctxt.get(*pdu.partial(), path).status(), RTX_E_UNKNOWN_NAME) << path;
       try {
          pdu.value();
          ADD_FAILURE() << octets;
@@ -76,7 +78,7 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
    attach.emmCause = 3;
    attach.m.esmMsgContPresent = 1; // which holds no message
    const auto octets = ctxt.encode(pdu);
-   EXPECT_EQ(octets.error().path().rfind("data.u.obj_AttachReject.esmMsgCont", 0), 0u)
+   EXPECT_EQ(std::string(octets.error().path()).rfind("data.u.obj_AttachReject.esmMsgCont", 0), 0u)
          << octets.error().what();
    EXPECT_TRUE(octets.status() < 0);
 
@@ -98,6 +100,7 @@ TEST(QuorvaHpp, KeysOutliveResetsAndAreErased) {
    for (int round = 0; round < 3; ++round) {
       ctxt.next(QUORVA_UPLINK, 0);
       EXPECT_EQ(ctxt.decode<TS24301Msg_PDU>(octetsFromHex(complete)).value().msgType, 0x5E);
+      EXPECT_EQ(hexFromOctets(ctxt.octets().data(), ctxt.octets().size()), "47c664ada000075e");
       ctxt.next(QUORVA_UPLINK, 1);
       const auto wrong = ctxt.decode<TS24301Msg_PDU>(octetsFromHex(complete));
       EXPECT_LT(wrong.status(), 0);
@@ -112,6 +115,7 @@ TEST(QuorvaHpp, KeysOutliveResetsAndAreErased) {
       if (round == 0) rtxMemReset(ctxt); // by the C interface
       if (round != 1) continue;
       ctxt.reset();
+      EXPECT_EQ(ctxt.octets().size(), 0u);
       EXPECT_TRUE(zeros(record.aesSchedules, 352) && zeros(record.cmacSubkeys, 32));
    }
    const uint8_t* const copies[] = {inner->nasSec->integKey, inner->nasSec->cipherKey};
@@ -187,6 +191,7 @@ TEST(QuorvaHpp, OctetsOfAnyKind) {
       EXPECT_EQ(hexFromOctets(octets.data(), octets.size()), "0752");
    EXPECT_EQ(std::span<const uint8_t>(quorva::Octets(array)).size(), 2u);
    static_assert(!std::is_constructible_v<quorva::Octets, std::vector<uint16_t>>);
+   static_assert(!std::is_constructible_v<quorva::Octets, const char(&)[5]>, "digits, and a NUL");
    static_assert(!std::is_constructible_v<quorva::Value, const TS24301Msg_PDU&>,
                  "the encoder writes lengths");
    static_assert(std::is_constructible_v<quorva::View, const TS24301Msg_PDU&>);
