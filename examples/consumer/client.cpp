@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint8_t identityRequest = 0x55; // TS 24.301, 9.8
-
 int answer(quorva::Context& out, RtxSocket network, const TS24301Msg_IdentReq& request) {
    out.reset(); // ends the answer before
    auto& response = out.make<TS24301Msg_IdentResp>();
@@ -39,7 +37,7 @@ int main(int argc, char** argv) {
    TS24301Msg_PDU pdu{};
    while (status == 0 && (status = receiveMessage(in, &pdu)) == 0) {
       asn1PrtToStrm_TS24301Msg_PDU(in, "PDU", &pdu);
-      if (pdu.msgType == identityRequest) status = answer(out, network, *pdu.data.u.obj_IdentReq);
+      if (pdu.msgType == TS24301Msg_msgType_IdentReq) status = answer(out, network, *pdu.data.u.obj_IdentReq);
    }
    if (status == RTX_E_END_OF_STREAM) status = 0; // the server has closed
    std::printf("status %d\n", status);

@@ -46,11 +46,13 @@ public:
          return refuse("out of turn");
       if (pdu->m.secHdrPresent) ++uplinkCount_;
       const auto& message = pdu->data.u;
-      switch (pdu->msgType) { // TS 24.301, 9.8
-      case 0x41: return authenticate(*message.obj_AttachRequest);
-      case 0x53: return secure(*message.obj_AuthResponse);
-      case 0x5E: return pdu->m.secHdrPresent ? accept() : refuse("completed without protection");
-      case 0x43: return pdu->m.secHdrPresent ? true : refuse("completed without protection");
+      switch (pdu->msgType) {
+      case TS24301Msg_msgType_AttachRequest: return authenticate(*message.obj_AttachRequest);
+      case TS24301Msg_msgType_AuthResponse: return secure(*message.obj_AuthResponse);
+      case TS24301Msg_msgType_SecModeCmplt:
+         return pdu->m.secHdrPresent ? accept() : refuse("completed without protection");
+      case TS24301Msg_msgType_AttachComplete:
+         return pdu->m.secHdrPresent ? true : refuse("completed without protection");
       default: return refuse("no message of an attach");
       }
    }
@@ -120,7 +122,6 @@ private:
       // The session message inside has a header of its own.
       auto& session = accept.esmMessageContainer.pduSm;
       asn1SetTC_TS24301Msg_PDU_SM_obj_ActvDfltEPSBearerCtxtReq(ctxt_, &session, &bearer);
-      session.l3HdrOpts.t = 3;
       session.l3HdrOpts.u.epsBearerIdent = TS24007L3_EPSBearerIdentity_id5;
       session.pti.u.value = transaction_;
       // Optional elements: with the bit of the element, in a group of a later release with the group's too.
@@ -137,7 +138,6 @@ private:
 
    // The encoder ciphers the message and writes its code; the sequence number is the caller's.
    bool send(TS24301Msg_PDU& pdu, TS24007L3_SecHdrType protection) {
-      pdu.l3HdrOpts.t = 4; // the half octet ahead of the discriminator: 0, plain, also inside protection
       if (protection != TS24007L3_SecHdrType_noSec) {
          pdu.m.secHdrPresent = 1;
          pdu.secHdr.secHdrType = protection;

@@ -12,7 +12,6 @@ static inline int sendMessage(RtxContext* ctxt, RtxSocket socket, TS24301Msg_PDU
    uint8_t frame[2 + 1024];
    int status;
 
-   pdu->l3HdrOpts.t = 4; /* the half octet is a security header type: 0, plain */
    rtxCtxtSetBufPtr(ctxt, frame + 2, sizeof frame - 2);
    status = NASEnc_TS24301Msg_PDU(ctxt, pdu);
    if (status < 0) return status;

@@ -6,6 +6,7 @@
 #define QUORVA_VALUES_HPP
 
 #include "quorva/registry.h"
+#include "quorva/rtxStatusText.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -77,7 +78,9 @@ public:
    /** @param reason In words, in place of the status. */
    explicit Error(int status, const std::string& path = {}, std::string_view reason = {}, size_t octet = 0)
          : status_(status) {
-      std::string text = reason.empty() ? "status " + std::to_string(status) : std::string(reason);
+      const char* name = quorvaStatusName(status);
+      std::string text(reason.empty() && name != nullptr ? name : reason);
+      if (reason.empty()) text += " (" + std::to_string(status) + ")";
       if (!path.empty()) text += " at " + path;
       place_ = std::make_shared<const Place>(Place{octet, path, std::move(text)});
    }

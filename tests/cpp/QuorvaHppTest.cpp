@@ -70,11 +70,12 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
       }
    }
    EXPECT_EQ(ctxt.decode(octetsFromHex("0F")).status(), RTX_E_BAD_CHOICE);
+   EXPECT_STREQ(ctxt.decode<TS24301Msg_PDU>(octetsFromHex("07FF")).error().what(),
+                "RTX_E_BAD_CHOICE (-9) at data");
 
    auto& pdu = ctxt.make<TS24301Msg_PDU>();
    auto& attach = ctxt.make<TS24301Msg_AttachReject>();
    asn1SetTC_TS24301Msg_PDU_obj_AttachReject(ctxt, &pdu, &attach);
-   pdu.l3HdrOpts.t = 4;
    attach.emmCause = 3;
    attach.m.esmMsgContPresent = 1; // which holds no message
    const auto octets = ctxt.encode(pdu);
