@@ -44,6 +44,7 @@ QUORVA_BEGIN_MODE
 
 namespace detail {
 
+/** Writes zeros that no optimiser leaves out. */
 inline void erase(volatile void* memory, size_t size) {
    auto* octets = static_cast<volatile unsigned char*>(memory);
    while (size > 0) octets[--size] = 0;
@@ -84,7 +85,7 @@ public:
     * others. Algorithms as of rtx3gppAssignAlgorithmKeys: 2 is AES, 0 none, with no key needed.
     * @return RTX_E_BAD_ARGUMENT for a key that is needed and has not 16 octets; RTX_E_UNSUPPORTED.
     */
-   Result<void> set_keys(int integrity, Octets integrityKey, int ciphering, Octets cipherKey) {
+   Outcome set_keys(int integrity, Octets integrityKey, int ciphering, Octets cipherKey) {
       return state_ == nullptr ? Error(RTX_E_NOT_INIT)
                                : state_->setKeys(integrity, integrityKey, ciphering, cipherKey);
    }
@@ -187,6 +188,7 @@ public:
       Result<Value> value = from_json(type_of<T>(), text);
       return {value.error(), static_cast<T*>(value->record)};
    }
+   /** The same of a type that is known at run time. */
    Result<Value> from_json(const QuorvaType& type, std::string_view text) {
       if (state_ == nullptr) return Error(RTX_E_NOT_INIT);
       rtxErrReset(*this);
@@ -209,14 +211,14 @@ public:
       return std::string(item.text);
    }
    /** Sets the field at a path, and all bits and selectors on the way to it; statuses of quorvaSet. */
-   Result<void> set(Value value, const char* path, const char* text) {
+   Outcome set(Value value, const char* path, const char* text) {
       const int status =
             state_ == nullptr ? RTX_E_NOT_INIT : quorvaSet(*this, value.type, value.record, path, text);
       return status < 0 ? Error(status, path) : Error();
    }
    /** Calls `leaf(const QuorvaItem&)` for each field that is there; see quorvaVisit. */
    template <class Leaf>
-   Result<void> visit(View value, Leaf&& leaf) {
+   Outcome visit(View value, Leaf&& leaf) {
       if (state_ == nullptr) return Error(RTX_E_NOT_INIT);
       Visit<Leaf> visit = {leaf, nullptr};
       const QuorvaVisitor visitor = {nullptr, Visit<Leaf>::call, nullptr, &visit};

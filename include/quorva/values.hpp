@@ -31,10 +31,13 @@
 
 // Parts of a program may differ in this, and the linker must not take the functions of one for the other's.
 #if QUORVA_THROWS
+/** Ahead of what exists for both. */
 #define QUORVA_BEGIN_MODE inline namespace throwing {
 #else
+/** Ahead of what exists for both. */
 #define QUORVA_BEGIN_MODE inline namespace unthrowing {
 #endif
+/** Behind it. */
 #define QUORVA_END_MODE }
 
 namespace quorva {
@@ -104,6 +107,7 @@ private:
 
 namespace detail {
 
+/** Throws the error, or ends the program. */
 [[noreturn]] inline void fail(const Error& error) {
 #if QUORVA_THROWS
    throw error;
@@ -171,17 +175,13 @@ struct Value {
    void* record = nullptr;           /**< The value itself. */
 };
 
-template <class V>
-class Result;
-
 /** Whether something was done, or why not. */
-template <>
-class [[nodiscard]] Result<void> {
+class [[nodiscard]] Outcome {
 public:
    /** It was done. */
-   Result() = default;
+   Outcome() = default;
    /** It was not, unless the status is 0. */
-   Result(Error error) : error_(std::move(error)) {}
+   Outcome(Error error) : error_(std::move(error)) {}
    /** Was it done? */
    explicit operator bool() const noexcept { return status() >= 0; }
    /** 0, or a status of quorva/rtxStatus.h. */
@@ -199,16 +199,16 @@ private:
 
 /** What there is, or why there is none. */
 template <class V>
-class [[nodiscard]] Result : public Result<void> {
+class [[nodiscard]] Result : public Outcome {
 public:
    /** This. */
    Result(V value) : value_(std::move(value)) {}
    /** An error, and what was had until then. */
-   Result(Error error, V value = {}) : Result<void>(std::move(error)), value_(std::move(value)) {}
+   Result(Error error, V value = {}) : Outcome(std::move(error)), value_(std::move(value)) {}
    /** What there is; throws the error, if there is one. */
-   const V& value() const& { return Result<void>::value(), value_; }
+   const V& value() const& { return Outcome::value(), value_; }
    /** The same of a result that ends here. */
-   V value() && { return Result<void>::value(), std::move(value_); }
+   V value() && { return Outcome::value(), std::move(value_); }
    /** Without a look at the status: of a failure what was had until then. */
    const V& operator*() const& { return value_; }
    /** The same of a result that ends here. */
@@ -222,12 +222,12 @@ private:
 
 /** A record in the heap of a context, or why there is none. */
 template <class T>
-class [[nodiscard]] Result<T&> : public Result<void> {
+class [[nodiscard]] Result<T&> : public Outcome {
 public:
    /** A record as far as it was had, or null. */
-   Result(Error error, T* value) : Result<void>(std::move(error)), value_(value) {}
+   Result(Error error, T* value) : Outcome(std::move(error)), value_(value) {}
    /** The record; throws the error, if there is one. */
-   T& value() const { return Result<void>::value(), *value_; }
+   T& value() const { return Outcome::value(), *value_; }
    /** Without a look at the status. */
    T& operator*() const { return *value_; }
    /** The same. */
