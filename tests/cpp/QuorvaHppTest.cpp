@@ -127,6 +127,35 @@ TEST(QuorvaHpp, KeysOutliveResetsAndAreErased) {
    EXPECT_EQ(ctxt.decode<TS24301Msg_PDU>(octetsFromHex(complete)).status(), RTX_E_NO_SECURITY);
 }
 
+TEST(QuorvaHpp, CountBearerAndDirectionCount) {
+   Context ctxt;
+   ctxt.set_keys(2, integKey, 0, {}).value();
+   auto& request = ctxt.make<TS24501Msg_IdentityRequest>();
+   request.identity.typeOfIdent = TS24501IE_TypeOfIdentity_suci;
+   auto& pdu = ctxt.make<TS24501Msg_PDU>();
+   asn1SetTC_TS24501Msg_PDU_obj_IdentityRequest5G(ctxt, &pdu, &request);
+   pdu.m.secHdrPresent = 1;
+   pdu.secHdr.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+   pdu.secHdr.secHdrType = TS24501Msg_NAS5GSecHdrType_integProt;
+   pdu.secHdr.seqNumber = 5;
+   ctxt.next(QUORVA_DOWNLINK, 0x105, 1);
+   const auto octets = ctxt.encode(pdu).value();
+   EXPECT_EQ(ctxt.decode(octets).status(), 0);
+   const struct {
+      QuorvaDirection direction;
+      uint32_t count;
+      uint8_t bearer;
+      int status;
+   } others[] = {{QUORVA_UPLINK, 0x105, 1, RTX_E_MAC_MISMATCH},
+                 {QUORVA_DOWNLINK, 5, 1, RTX_E_MAC_MISMATCH},
+                 {QUORVA_DOWNLINK, 0x105, 2, RTX_E_MAC_MISMATCH},
+                 {QUORVA_DOWNLINK, 0x105, 32, RTX_E_BAD_ARGUMENT}};
+   for (const auto& [direction, count, bearer, status] : others) {
+      ctxt.next(direction, count, bearer);
+      EXPECT_EQ(ctxt.decode<TS24501Msg_PDU>(octets).status(), status);
+   }
+}
+
 TEST(QuorvaHpp, ContextsMoveWithTheirRecords) {
    Context first;
    auto& pdu = first.decode<TS24301Msg_PDU>(octetsFromHex(reject)).value();
