@@ -17,6 +17,9 @@ void emitCodecs(const Model& model, const Module& module,
                 Outputs& out); // src/<File>Enc*.cpp, src/<File>Dec*.cpp
 void emitEnums(const Model& model, const Module& module, Outputs& out); // src/<File>Enum.cpp
 void emitInits(const Model& model, const Module& module, Outputs& out); // src/<File>Init.cpp
+// What the header says of a record's member, and of the selector of a choice.
+std::string memberWords(const Field& field);
+std::string selectorWords(const Field& choice);
 // Stores that clear the plain values of a message's mandatory part, which an initialiser leaves alone.
 std::string clearValues(const Type& message, const std::string& place);
 void emitWalk(const Model& model, const Module& module,

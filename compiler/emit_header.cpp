@@ -107,8 +107,8 @@ private:
             w_.line("typedef RtxDynOctStr " + name + ";");
          } else {
             w_.open("struct " + name + " {");
-            w_.line(countType(type.storage) + " numocts;");
-            w_.line("uint8_t data[" + std::to_string(type.storage.capacity) + "];");
+            w_.line(countType(type.storage) + " numocts; /**< Octets of `data`. */");
+            w_.line("uint8_t data[" + std::to_string(type.storage.capacity) + "]; /**< The octets. */");
             w_.close("};");
          }
          w_.line();
@@ -143,9 +143,10 @@ private:
       case TypeKind::List:
          comment(type);
          w_.open("struct " + name + " {");
-         w_.line(countType(type.storage, type.entries) + " n;");
+         w_.line(countType(type.storage, type.entries) + " n; /**< Entries of `elem`. */");
          w_.line((type.base.type != nullptr ? recordName(*type.base.type) : uintType(type.bits)) +
-                 (type.storage.heap ? "* elem;" : " elem[" + std::to_string(type.storage.capacity) + "];"));
+                 (type.storage.heap ? "* elem;" : " elem[" + std::to_string(type.storage.capacity) + "];") +
+                 " /**< The entries. */");
          w_.close("};");
          w_.line();
          break;
@@ -186,15 +187,16 @@ private:
       if (!bits.empty()) {
          w_.open("struct {");
          presence(bits);
-         w_.close("} m;");
+         w_.close("} m; /**< What is there: a bit for each optional field. */");
       }
       bool any = !bits.empty();
       if (cls != Class::V) {
-         w_.line(std::string(cls == Class::LVE ? "uint16_t" : "uint8_t") + " length;");
+         w_.line(std::string(cls == Class::LVE ? "uint16_t" : "uint8_t") + " length; /**< " +
+                 (cls == Class::LB ? "Bits" : "Octets") + " of what follows, set by the encoder. */");
          any = true;
       }
       for (auto* field : recordFields(fields)) any |= member(*field, type);
-      if (!any) w_.line("uint8_t unused_;");
+      if (!any) w_.line("uint8_t unused_; /**< Nothing: C wants a member. */");
    }
 
    // The first bit in bit 0 of the first octet, on each machine: compilers lay out bit-fields from the end of
@@ -234,10 +236,10 @@ private:
 
    bool member(const Field& field, const Type* type) {
       const std::string name = cName(field.name);
-      std::string words = field.doc;
+      std::string words = memberWords(field);
       if (const auto group = groups_.find(&field); group != groups_.end())
-         words += (words.empty() ? "With " : "; with ") + groupName(group->second) + ".";
-      const std::string doc = words.empty() ? "" : " /**< " + words + " */";
+         words += "; with " + groupName(group->second) + ".";
+      const std::string doc = " /**< " + words + " */";
       switch (field.kind) {
       case Kind::Flag: w_.line("uint8_t " + name + ";" + doc); return true;
       case Kind::Unary:
@@ -308,14 +310,14 @@ private:
       }
       case Kind::Choice:
          if (!name.empty()) w_.open("struct {");
-         if (field.selector != Selector::Field) w_.line("uint32_t t;");
+         if (field.selector != Selector::Field) w_.line("uint32_t t; /**< Which arm of `u`, from 1. */");
          w_.open("union {");
          {
             bool any = false;
             for (auto& arm : field.arms) any |= member(*arm.field, type);
             if (!any) w_.line("uint8_t unused_;");
          }
-         w_.close("} u;");
+         w_.close("} u; /**< The arm that is selected by " + selectorWords(field) + ". */");
          if (!name.empty()) w_.close("} " + name + ";" + doc);
          return true;
       case Kind::Messages:
@@ -335,8 +337,9 @@ private:
 
    // Count and octets of a bit string, whose capacity is in bits.
    void bitString(const Storage& storage) {
-      w_.line(countType(storage) + " numbits;");
-      w_.line("uint8_t data[" + std::to_string((storage.capacity + 7) / 8) + "];");
+      w_.line(countType(storage) + " numbits; /**< Bits of `data`. */");
+      w_.line("uint8_t data[" + std::to_string((storage.capacity + 7) / 8) +
+              "]; /**< From the most significant bit of the first octet on. */");
    }
 
    void assertions(const Type& type) {

@@ -29,4 +29,4 @@ need_packages() {
 # Packages for the library and its program, and those for the tests beside them.
 build_packages=(cmake ninja-build g++ libcli11-dev libpcap-dev)
 test_packages=(ccache libgtest-dev libgmock-dev libbenchmark-dev tshark valgrind pkgconf
-  clang libclang-rt-14-dev llvm clang-format libosmocore-dev python3-pytest python3-cffi chromium)
+  clang libclang-rt-14-dev llvm clang-format libosmocore-dev python3-pytest python3-cffi chromium doxygen)

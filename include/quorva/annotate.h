@@ -12,7 +12,7 @@ QUORVA_BEGIN_DECLS
 /** Bits of a message, and what they say. */
 typedef struct QuorvaNote {
    size_t bitOffset; /**< From the first bit of the buffer. */
-   size_t bitCount;
+   size_t bitCount;  /**< How many. */
    const char* path; /**< Of the field, as in reflect.h; bits that are none, such as a length or an
                         identifier, have that of the field around them. */
    const char* kind; /**< What the trace calls them: "INTEGER", "length", "ext bit". */
@@ -22,6 +22,7 @@ typedef struct QuorvaNote {
                        with the clause; "" without. */
 } QuorvaNote;
 
+/** Takes a note, which lasts as long as the call; a result other than 0 ends the telling. */
 typedef int (*QuorvaTakeNote)(void* user, const QuorvaNote* note);
 
 /**

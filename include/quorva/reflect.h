@@ -48,16 +48,17 @@ typedef struct QuorvaField {
    size_t size;            /**< Octets of the record that it takes, a count and a selector included. */
    uint32_t bits;          /**< On the wire; 0 if that is not the same for all values. */
    uint32_t capacity;      /**< Most octets, bits, characters or entries that have room; 0: on the heap. */
-   uint64_t low, high;     /**< Bounds that the encoder tests of a number, a count or a length. */
+   uint64_t low;           /**< Least value that the encoder takes of a number, a count or a length. */
+   uint64_t high;          /**< Greatest one. */
    uint32_t presenceBit;   /**< Tells that it is there: a bit of the type's record, counted from its start and
                                 in each octet from the least significant one; QUORVA_NONE: always there. */
    uint32_t groupBit;      /**< The same for the group of the release that it came with. */
    uint32_t iei;           /**< Of an optional element of a message; else QUORVA_NONE. */
    uint32_t selector;      /**< Of an arm: the lowest selector that leads to it; else QUORVA_NONE. */
    const RtxEnumItem* names; /**< Values with names, in the order of the names; null without. */
-   size_t nameCount;
-   const void* module_; /**< The library's own, for quorvaFieldsIn. */
-   const void* row_;
+   size_t nameCount;         /**< Of `names`. */
+   const void* module_;      /**< The library's own, for quorvaFieldsIn. */
+   const void* row_;         /**< The same. */
 } QuorvaField;
 
 /**
@@ -97,10 +98,10 @@ QUORVA_API void* quorvaNew(RtxContext* pctxt, const QuorvaType* type);
 
 /** What is met in a value, and where. */
 typedef struct QuorvaItem {
-   const char* path; /**< From the value on. */
-   const char* name; /**< The last name; an entry has that of its list. */
-   size_t index;     /**< Of an entry in its list; of others 0. */
-   QuorvaKind kind;
+   const char* path;       /**< From the value on. */
+   const char* name;       /**< The last name; an entry has that of its list. */
+   size_t index;           /**< Of an entry in its list; of others 0. */
+   QuorvaKind kind;        /**< What it is. */
    const QuorvaType* type; /**< Its type, if that has a name; else null. */
    const char* doc;        /**< Of the field, or else of its type; "" without. */
    const char* text; /**< Of a flag "true" or "false", of a number its name or its digits, of octets their
@@ -118,7 +119,7 @@ typedef struct QuorvaVisitor {
    int (*begin)(void* user, const QuorvaItem* item); /**< Of a record, list or choice. */
    int (*leaf)(void* user, const QuorvaItem* item);  /**< Anything else. */
    int (*end)(void* user, const QuorvaItem* item);   /**< Behind all that is in it. */
-   void* user;
+   void* user;                                       /**< Handed to each of them. */
 } QuorvaVisitor;
 
 /**

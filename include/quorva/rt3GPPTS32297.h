@@ -28,47 +28,47 @@ typedef struct RtTS32297Timestamp {
 /** Release and version. */
 typedef struct RtTS32297RelVersId {
    uint8_t release; /**< Code or number, see above. */
-   uint8_t version;
+   uint8_t version; /**< Of the specification, within the release. */
 } RtTS32297RelVersId;
 
 /** Octets with their number. */
 typedef struct RtTS32297Octets {
-   uint16_t length;
-   uint8_t* data;
+   uint16_t length; /**< How many. */
+   uint8_t* data;   /**< The octets; null if there are none. */
 } RtTS32297Octets;
 
 /** Header of a CDR file, TS 32.297, 6.1.1. */
 typedef struct RtTS32297FileHdr {
-   uint32_t fileLength;   /**< In octets, this header included. */
-   uint32_t headerLength; /**< Octets of this header; set by the encoder. */
-   uint8_t highRelease;   /**< Highest release and version of the records. */
-   uint8_t highVersion;
-   uint8_t lowRelease; /**< Lowest ones. */
-   uint8_t lowVersion;
-   RtTS32297Timestamp openTimestamp;
-   RtTS32297Timestamp lastAppendTimestamp;
-   uint32_t cdrCount;
-   uint32_t fileSequenceNumber;
-   uint8_t fileClosureReason;
-   uint8_t ipAddress[20]; /**< Of the node that made the file. */
-   uint8_t lostCDRIndicator;
-   RtTS32297Octets cdrRoutingFilter; /**< After decoding from malloc; the caller calls free. */
-   RtTS32297Octets privateExtension; /**< As cdrRoutingFilter. */
+   uint32_t fileLength;                    /**< In octets, this header included. */
+   uint32_t headerLength;                  /**< Octets of this header; set by the encoder. */
+   uint8_t highRelease;                    /**< Highest release and version of the records. */
+   uint8_t highVersion;                    /**< Its version. */
+   uint8_t lowRelease;                     /**< Lowest ones. */
+   uint8_t lowVersion;                     /**< Their version. */
+   RtTS32297Timestamp openTimestamp;       /**< When the file was opened. */
+   RtTS32297Timestamp lastAppendTimestamp; /**< When the last record was appended. */
+   uint32_t cdrCount;                      /**< Records in the file. */
+   uint32_t fileSequenceNumber;            /**< Number of the file. */
+   uint8_t fileClosureReason;              /**< Why it was closed. */
+   uint8_t ipAddress[20];                  /**< Of the node that made the file. */
+   uint8_t lostCDRIndicator;               /**< Whether records were lost, and how many. */
+   RtTS32297Octets cdrRoutingFilter;       /**< After decoding from malloc; the caller calls free. */
+   RtTS32297Octets privateExtension;       /**< As cdrRoutingFilter. */
    uint8_t highReleaseExtPresent; /**< Whether the next one is in the octets. The encoder goes by it alone. */
    uint8_t highReleaseExtension;  /**< Release number less 10. */
-   uint8_t lowReleaseExtPresent;
-   uint8_t lowReleaseExtension;
+   uint8_t lowReleaseExtPresent;  /**< As highReleaseExtPresent. */
+   uint8_t lowReleaseExtension;   /**< As highReleaseExtension. */
 } RtTS32297FileHdr;
 
 /** Header of a CDR, TS 32.297, 6.1.2. */
 typedef struct RtTS32297Hdr {
-   uint16_t cdrLength; /**< Octets of the record behind this header. */
-   uint8_t release;
-   uint8_t version;
+   uint16_t cdrLength;        /**< Octets of the record behind this header. */
+   uint8_t release;           /**< Of the record's format; code or number, see above. */
+   uint8_t version;           /**< Its version. */
    uint32_t dataRecordFormat; /**< 1: BER, 2 and 3: PER, 4: XER. */
    uint8_t tsNumber;          /**< After decoding the whole octet, with the format in its top three bits. */
    uint8_t releaseExtPresent; /**< As in the file header. */
-   uint8_t releaseExtension;
+   uint8_t releaseExtension;  /**< As in the file header. */
 } RtTS32297Hdr;
 
 /** All 0, but both times January 1st, 01:00, with a plus. */

@@ -44,33 +44,33 @@ QUORVA_API int rtMakeUTCTime(RtxContext* pctxt, const RtxDateTime* value, char**
 
 /** Parts of a point in time or of a duration. A day is one of the month or the week if those are there. */
 #define RTX_TIME_CENTURY 0x001u
-#define RTX_TIME_YEAR 0x002u
-#define RTX_TIME_MONTH 0x004u
-#define RTX_TIME_WEEK 0x008u
-#define RTX_TIME_DAY 0x010u
-#define RTX_TIME_HOUR 0x020u
-#define RTX_TIME_MINUTE 0x040u
-#define RTX_TIME_SECOND 0x080u
+#define RTX_TIME_YEAR 0x002u     /**< Year. */
+#define RTX_TIME_MONTH 0x004u    /**< Month. */
+#define RTX_TIME_WEEK 0x008u     /**< Week. */
+#define RTX_TIME_DAY 0x010u      /**< Day. */
+#define RTX_TIME_HOUR 0x020u     /**< Hour. */
+#define RTX_TIME_MINUTE 0x040u   /**< Minute. */
+#define RTX_TIME_SECOND 0x080u   /**< Second. */
 #define RTX_TIME_FRACTION 0x100u /**< Of the smallest part. */
 
 /** What a RtxTime is; none of them: a point. */
-#define RTX_TIME_ZONE 0x200u      /**< The points have a time zone. */
-#define RTX_TIME_START_END 0x400u /**< Interval of two points. */
-#define RTX_TIME_DURATION 0x800u  /**< One duration. */
-#define RTX_TIME_START_DURATION 0x1000u
-#define RTX_TIME_DURATION_END 0x2000u
-#define RTX_TIME_UNLIMITED 0x4000u /**< The interval recurs without end. */
+#define RTX_TIME_ZONE 0x200u            /**< The points have a time zone. */
+#define RTX_TIME_START_END 0x400u       /**< Interval of two points. */
+#define RTX_TIME_DURATION 0x800u        /**< One duration. */
+#define RTX_TIME_START_DURATION 0x1000u /**< Interval of a point and the duration from it on. */
+#define RTX_TIME_DURATION_END 0x2000u   /**< Interval of a duration and the point that ends it. */
+#define RTX_TIME_UNLIMITED 0x4000u      /**< The interval recurs without end. */
 
 /** A point in time or a duration. */
 typedef struct RtxTimePart {
-   uint32_t parts; /**< Which members are in use, RTX_TIME_CENTURY to RTX_TIME_FRACTION. */
-   int32_t year;   /**< The century, 0 to 99, if that is the only part. */
-   uint32_t mon;
-   uint32_t week;
-   uint32_t day;
-   uint32_t hour;
-   uint32_t min;
-   uint32_t sec;
+   uint32_t parts;      /**< Which members are in use, RTX_TIME_CENTURY to RTX_TIME_FRACTION. */
+   int32_t year;        /**< The century, 0 to 99, if that is the only part. */
+   uint32_t mon;        /**< Month, 1 to 12; of a duration how many. */
+   uint32_t week;       /**< Week of the year. */
+   uint32_t day;        /**< Day of the month or of the week. */
+   uint32_t hour;       /**< Hour. */
+   uint32_t min;        /**< Minute. */
+   uint32_t sec;        /**< Second. */
    uint64_t fraction;   /**< Decimal digits of the fraction as a number. */
    uint32_t fracDigits; /**< How many there are, 1 to 18. */
    int32_t tzo;         /**< Of a point with a zone: offset from UTC in minutes, east positive. */

@@ -93,7 +93,7 @@ typedef struct Rtx3GPPDetmntRow {
    uint32_t value0; /**< On 0, at the last bit: what the determinant stands for, by custom its bits, left
                        aligned. */
    int32_t next1;   /**< On 1, likewise. */
-   uint32_t value1;
+   uint32_t value1; /**< On 1, as value0. */
 } Rtx3GPPDetmntRow;
 
 /**

@@ -14,16 +14,16 @@ typedef int (*RtxArrayListEqualsFunc)(const void* item1, const void* item2, cons
 
 /** A node of `segments` and its array of `segSize` pointers, the node's data, are one allocation. */
 typedef struct RtxArrayList {
-   RtxDList segments;
-   size_t segSize; /**< Items in a segment. */
-   size_t size;    /**< Items. All segments but the last are full. */
-   const void* equalsArg;
+   RtxDList segments;               /**< The segments. */
+   size_t segSize;                  /**< Items in a segment. */
+   size_t size;                     /**< Items. All segments but the last are full. */
+   const void* equalsArg;           /**< Handed to equalsFn. */
    RtxArrayListEqualsFunc equalsFn; /**< Compares the pointers unless the caller stores another here. */
 } RtxArrayList;
 
 /** Position between two items, or at an end. Valid while the list does not change. */
 typedef struct RtxArrayListIter {
-   const RtxArrayList* list;
+   const RtxArrayList* list; /**< The list. */
    const RtxDListNode* node; /**< Segment of the next item. */
    size_t index;             /**< Index of the next item in the list. */
 } RtxArrayListIter;

@@ -50,32 +50,32 @@ typedef struct RtxErrInfo {
  * end it with rtFreeContext. A context belongs to one thread at a time.
  */
 struct RtxContext {
-   RtxMemHeap* memHeap;         /**< First, so that a context pointer is a heap handle. */
-   uint8_t* bufData;            /**< Buffer being read or written. */
-   size_t bufByteIndex;         /**< Index of the current octet. */
-   size_t bufSize;              /**< Encoding: capacity. Decoding: number of valid octets. */
-   int16_t bufBitsLeft;         /**< Bits not yet consumed in the current octet: 8 to 1. */
-   uint8_t bufDynamic;          /**< The context owns `bufData` and may grow it. */
-   uint8_t bufInherited;        /**< Copied from the parent by rtInitSubContext. */
-   size_t bufMark;              /**< Index remembered by rtxStreamMark. */
-   RtxDList errList;            /**< Recorded errors (RtxErrInfo), oldest first. */
-   RtxErrInfo errFixed;         /**< Works with no memory left; holds all error parameters. */
-   RtxDListNode errFixedNode;   /**< Node by which `errFixed` joins `errList`. */
-   uint32_t magic;              /**< RTX_CTXT_MAGIC while valid. */
-   uint32_t flags;              /**< RTX_CTXT_... bits. */
-   uint8_t level;               /**< Depth of rtxCtxtPushElemName; wraps silently. */
-   uint8_t state;               /**< Cleared by rtxCtxtSetBufPtr. */
-   uint8_t diagLevel;           /**< Trace level of the diagnostics. */
-   uint8_t lastChar;            /**< Last octet moved by rtxReadBytes and rtxWriteBytes. */
-   RtxStream* stream;           /**< Attached stream or null; system memory. */
-   RtxPrintStream* printStream; /**< Print registration or null; system memory. */
-   RtxDList elemNames;          /**< Element name stack; the top is the tail. */
-   RtxDList regexpCache;        /**< Compiled patterns. */
-   RtxStack containers;         /**< Open length-delimited containers. */
-   void* extension1;            /**< Extension records: the first field of each is a free function. */
-   void* extension2;
-   void* asn1Info;
-   void* extension4;
+   RtxMemHeap* memHeap;            /**< First, so that a context pointer is a heap handle. */
+   uint8_t* bufData;               /**< Buffer being read or written. */
+   size_t bufByteIndex;            /**< Index of the current octet. */
+   size_t bufSize;                 /**< Encoding: capacity. Decoding: number of valid octets. */
+   int16_t bufBitsLeft;            /**< Bits not yet consumed in the current octet: 8 to 1. */
+   uint8_t bufDynamic;             /**< The context owns `bufData` and may grow it. */
+   uint8_t bufInherited;           /**< Copied from the parent by rtInitSubContext. */
+   size_t bufMark;                 /**< Index remembered by rtxStreamMark. */
+   RtxDList errList;               /**< Recorded errors (RtxErrInfo), oldest first. */
+   RtxErrInfo errFixed;            /**< Works with no memory left; holds all error parameters. */
+   RtxDListNode errFixedNode;      /**< Node by which `errFixed` joins `errList`. */
+   uint32_t magic;                 /**< RTX_CTXT_MAGIC while valid. */
+   uint32_t flags;                 /**< RTX_CTXT_... bits. */
+   uint8_t level;                  /**< Depth of rtxCtxtPushElemName; wraps silently. */
+   uint8_t state;                  /**< Cleared by rtxCtxtSetBufPtr. */
+   uint8_t diagLevel;              /**< Trace level of the diagnostics. */
+   uint8_t lastChar;               /**< Last octet moved by rtxReadBytes and rtxWriteBytes. */
+   RtxStream* stream;              /**< Attached stream or null; system memory. */
+   RtxPrintStream* printStream;    /**< Print registration or null; system memory. */
+   RtxDList elemNames;             /**< Element name stack; the top is the tail. */
+   RtxDList regexpCache;           /**< Compiled patterns. */
+   RtxStack containers;            /**< Open length-delimited containers. */
+   void* extension1;               /**< Extension records: the first field of each is a free function. */
+   void* extension2;               /**< Another one. */
+   void* asn1Info;                 /**< That of rtCtxtInitASN1Info. */
+   void* extension4;               /**< Another one. */
    void* threadShared;             /**< Copied by rtxInitThreadContext. */
    RtxNasSecContext* nasSec;       /**< NAS security state or null. */
    int (*freeHook)(RtxContext*);   /**< Called last by rtxFreeContext when not null. */

@@ -9,17 +9,18 @@
 
 QUORVA_BEGIN_DECLS
 
+/** Node of a list. */
 typedef struct RtxDListNode {
-   void* data;
-   struct RtxDListNode* next;
-   struct RtxDListNode* prev;
+   void* data;                /**< The item, which stays the caller's. */
+   struct RtxDListNode* next; /**< Null at the tail. */
+   struct RtxDListNode* prev; /**< Null at the head. */
 } RtxDListNode;
 
 /** A zeroed record is an empty list. */
 typedef struct RtxDList {
-   size_t count;
-   RtxDListNode* head;
-   RtxDListNode* tail;
+   size_t count;       /**< Nodes. */
+   RtxDListNode* head; /**< First node, or null. */
+   RtxDListNode* tail; /**< Last node, or null. */
 } RtxDList;
 
 /**

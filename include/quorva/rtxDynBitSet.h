@@ -14,7 +14,7 @@ typedef struct RtxDynBitSet {
    uint16_t capacity;  /**< Octets at `bits`. */
    uint16_t maxBit;    /**< Highest set bit + 1; stays 65535 for bit 65535. */
    uint16_t increment; /**< Growth step in octets. */
-   uint8_t* bits;
+   uint8_t* bits;      /**< Octets of the set, on the heap. */
 } RtxDynBitSet;
 
 /** Makes a set with no bit set; an increment of 0 means 16. 0 or RTX_E_NOMEM. */
@@ -44,10 +44,11 @@ QUORVA_API int rtxDynBitSetSetBitToValue(RtxContext* pctxt, RtxDynBitSet* set, s
  */
 QUORVA_API int rtxDynBitSetInsertBit(RtxContext* pctxt, RtxDynBitSet* set, size_t index, int value);
 
+/** Pointers that grow in number, on the heap. */
 typedef struct RtxDynPtrArray {
    uint16_t capacity; /**< Pointers that there is room for. */
    uint16_t used;     /**< Pointers in use. */
-   void** items;
+   void** items;      /**< The pointers. */
 } RtxDynPtrArray;
 
 /** Makes an empty array; a capacity of 0 means 4. 0 or RTX_E_NOMEM. */

@@ -13,6 +13,7 @@
 QUORVA_BEGIN_DECLS
 
 #if defined(__GNUC__)
+/** Marks a function that does not return. */
 #define QUORVA_NORETURN __attribute__((noreturn))
 #else
 #define QUORVA_NORETURN
@@ -131,6 +132,7 @@ QUORVA_API void rtxErrPrintElement(const RtxErrInfo* info);
 /** The same for all records, the oldest first. */
 QUORVA_API void rtxErrPrint(const RtxContext* pctxt);
 
+/** Takes a line of text, which lasts as long as the call. */
 typedef void (*RtxErrLogCallback)(const char* text, void* userArg);
 
 /** Hands the text of all records to the callback, then frees their parameters. */

@@ -9,11 +9,12 @@
 
 QUORVA_BEGIN_DECLS
 
+/** Numbers, the last one in the first one out. */
 typedef struct RtxIntStack {
-   RtxContext* pctxt;
-   int32_t* values;
-   size_t index;    /**< Values on the stack. */
-   size_t capacity; /**< Values that there is room for. */
+   RtxContext* pctxt; /**< Context whose heap serves the values. */
+   int32_t* values;   /**< The values, the lowest one first. */
+   size_t index;      /**< Values on the stack. */
+   size_t capacity;   /**< Values that there is room for. */
 } RtxIntStack;
 
 /** Makes an empty stack with room for `capacity` values; 0 means 100. 0 or RTX_E_NOMEM. */

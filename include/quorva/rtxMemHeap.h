@@ -11,8 +11,11 @@
 
 QUORVA_BEGIN_DECLS
 
+/** Gives so many octets of memory, or null. */
 typedef void* (*RtxMallocFunc)(size_t nbytes);
+/** Gives the memory another size and perhaps another place; null, and the memory as it was, on failure. */
 typedef void* (*RtxReallocFunc)(void* ptr, size_t nbytes);
+/** Takes memory back; null is none. */
 typedef void (*RtxFreeFunc)(void* ptr);
 
 /** The heap record. Its content is the library's; callers use the functions. */
@@ -29,15 +32,15 @@ struct RtxMemHeap {
       void* curBlock;    /**< Block at which the next search begins, or null. */
       size_t staticUsed; /**< Static heap: octets handed out. */
    };
-   void* minAddr;          /**< Lowest address ever handed out. */
-   void* maxAddr;          /**< Highest address ever handed out. */
-   uint32_t propertyValue; /**< Value of property 4. */
-   uint32_t defBlkSize;    /**< Octets of a new block. */
-   uint32_t refCount;      /**< Contexts that share the heap. */
-   uint32_t flags;         /**< RTX_MH_... bits. */
-   RtxMallocFunc mallocFn;
-   RtxReallocFunc reallocFn; /**< May be null. */
-   RtxFreeFunc freeFn;
+   void* minAddr;                 /**< Lowest address ever handed out. */
+   void* maxAddr;                 /**< Highest address ever handed out. */
+   uint32_t propertyValue;        /**< Value of property 4. */
+   uint32_t defBlkSize;           /**< Octets of a new block. */
+   uint32_t refCount;             /**< Contexts that share the heap. */
+   uint32_t flags;                /**< RTX_MH_... bits. */
+   RtxMallocFunc mallocFn;        /**< Gives blocks. */
+   RtxReallocFunc reallocFn;      /**< May be null. */
+   RtxFreeFunc freeFn;            /**< Takes blocks back. */
    uint32_t code;                 /**< Code guard, copied into each block. */
    RtxDListNode* spareNames;      /**< Name stack nodes to use again, linked by `next`. */
    RtxDListNode* spareContainers; /**< Container stack nodes to use again, each with its entry as `data`. */
@@ -84,10 +87,10 @@ struct RtxMemHeap {
 
 /* Process-wide defaults of heaps created later. Set them before any heap is made. */
 
-extern QUORVA_API RtxMallocFunc g_malloc_func;
-extern QUORVA_API RtxReallocFunc g_realloc_func;
-extern QUORVA_API RtxFreeFunc g_free_func;
-extern QUORVA_API uint32_t g_defBlkSize; /**< Octets of a new block; 0 counts as 4096. */
+extern QUORVA_API RtxMallocFunc g_malloc_func;   /**< malloc at start. */
+extern QUORVA_API RtxReallocFunc g_realloc_func; /**< realloc at start; may be null. */
+extern QUORVA_API RtxFreeFunc g_free_func;       /**< free at start. */
+extern QUORVA_API uint32_t g_defBlkSize;         /**< Octets of a new block; 0 counts as 4096. */
 
 /** Replaces the three default functions. With no malloc or no free function, the C library's three. */
 QUORVA_API void rtxMemSetAllocFuncs(RtxMallocFunc mallocFn, RtxReallocFunc reallocFn, RtxFreeFunc freeFn);

@@ -39,14 +39,14 @@ typedef struct RtxMemLink {
 
 /** Head of a block. */
 typedef struct RtxMemBlk {
-   struct RtxMemBlk* next;
-   struct RtxMemBlk* prev;
-   uint16_t freeHead;    /**< Index of the link at which a search begins. */
-   uint16_t maxFreeElem; /**< No free element is larger; 65535: unknown. */
-   uint16_t nunits;      /**< Index of the end border. */
-   uint16_t nsaved;      /**< Elements with RTX_ME_SAVED. */
-   RtxMemLink sentinel;  /**< Member of the free ring that belongs to no element. */
-   RtxMemElem start;     /**< Start border: a used element of no size. */
+   struct RtxMemBlk* next; /**< Of the ring of blocks. */
+   struct RtxMemBlk* prev; /**< Of the ring of blocks. */
+   uint16_t freeHead;      /**< Index of the link at which a search begins. */
+   uint16_t maxFreeElem;   /**< No free element is larger; 65535: unknown. */
+   uint16_t nunits;        /**< Index of the end border. */
+   uint16_t nsaved;        /**< Elements with RTX_ME_SAVED. */
+   RtxMemLink sentinel;    /**< Member of the free ring that belongs to no element. */
+   RtxMemElem start;       /**< Start border: a used element of no size. */
 } RtxMemBlk;
 
 /**
@@ -54,11 +54,11 @@ typedef struct RtxMemBlk {
  * the place of two sizes and `beginOff` is 0: so the guard of each element stands `beginOff` units before it.
  */
 typedef struct RtxRawMemBlk {
-   void* next;
-   void* prev;
-   size_t size;   /**< Octets of data, as first asked for. */
-   uint32_t code; /**< Code guard. */
-   uint16_t zero;
+   void* next;     /**< Of the ring of raw blocks. */
+   void* prev;     /**< Of the ring of raw blocks. */
+   size_t size;    /**< Octets of data, as first asked for. */
+   uint32_t code;  /**< Code guard. */
+   uint16_t zero;  /**< The element header's `beginOff`. */
    uint8_t flags;  /**< RTX_ME_RAW, perhaps RTX_ME_SAVED and RTX_ME_GROWN. */
    uint8_t refCnt; /**< Owners. */
 } RtxRawMemBlk;

@@ -13,28 +13,28 @@ QUORVA_BEGIN_DECLS
 
 /** Header of a file, 24 octets. */
 typedef struct RtxPcapHdr {
-   uint8_t magic[4]; /**< As it stands in the file. */
-   uint16_t version_major;
-   uint16_t version_minor;
-   int32_t thiszone;
-   uint32_t sigfigs;
-   uint32_t snaplen;
-   uint32_t network; /**< Link type. */
+   uint8_t magic[4];       /**< As it stands in the file. */
+   uint16_t version_major; /**< Of the format. */
+   uint16_t version_minor; /**< Of the format. */
+   int32_t thiszone;       /**< Seconds from UTC to the time of the packets. */
+   uint32_t sigfigs;       /**< Accuracy of the times; 0 in practice. */
+   uint32_t snaplen;       /**< Most octets that are kept of a packet. */
+   uint32_t network;       /**< Link type. */
 } RtxPcapHdr;
 
 /** Header of a packet, 16 octets. */
 typedef struct RtxPcapRecHdr {
-   uint32_t ts_sec;
-   uint32_t ts_usec;
+   uint32_t ts_sec;   /**< Seconds since 1970. */
+   uint32_t ts_usec;  /**< Microseconds; nanoseconds in a file that says so. */
    uint32_t incl_len; /**< Octets in the file; may be above `snaplen`. */
    uint32_t orig_len; /**< Octets of the packet. */
 } RtxPcapRecHdr;
 
 /** Header of an Ethernet frame, 14 octets. */
 typedef struct RtxEtherHdr {
-   uint8_t dst[6];
-   uint8_t src[6];
-   uint16_t type;
+   uint8_t dst[6]; /**< Address of the receiver. */
+   uint8_t src[6]; /**< Address of the sender. */
+   uint16_t type;  /**< What the frame holds. */
 } RtxEtherHdr;
 
 /**

@@ -24,8 +24,8 @@ typedef int (*RtxPrintCallback)(void* pUserData, const char* fmt, va_list args);
 
 /** A print callback with the pointer that each call of it gets. */
 struct RtxPrintStream {
-   RtxPrintCallback pfn;
-   void* pUserData;
+   RtxPrintCallback pfn; /**< The callback; null: none. */
+   void* pUserData;      /**< The pointer. */
 };
 
 /** The process-wide registration; zeroed at start. Not locked: set it before printing begins. */

@@ -54,16 +54,23 @@ QUORVA_API void rtxRandDateTime(RtxContext* pctxt, RtxDateTime* pvalue, uint32_t
 
 /** Numbers from `low` to `high`, both included. */
 typedef struct RtxInt32Range {
-   int32_t low, high;
+   int32_t low;  /**< The lowest. */
+   int32_t high; /**< The highest. */
 } RtxInt32Range;
+/** As RtxInt32Range. */
 typedef struct RtxUInt32Range {
-   uint32_t low, high;
+   uint32_t low;  /**< The lowest. */
+   uint32_t high; /**< The highest. */
 } RtxUInt32Range;
+/** As RtxInt32Range. */
 typedef struct RtxInt64Range {
-   int64_t low, high;
+   int64_t low;  /**< The lowest. */
+   int64_t high; /**< The highest. */
 } RtxInt64Range;
+/** As RtxInt32Range. */
 typedef struct RtxUInt64Range {
-   uint64_t low, high;
+   uint64_t low;  /**< The lowest. */
+   uint64_t high; /**< The highest. */
 } RtxUInt64Range;
 
 /**

@@ -9,16 +9,18 @@
 
 QUORVA_BEGIN_DECLS
 
+/** Node of a list. */
 typedef struct RtxSListNode {
-   void* data;
-   struct RtxSListNode* next;
+   void* data;                /**< The item, which stays the caller's. */
+   struct RtxSListNode* next; /**< Null at the tail. */
 } RtxSListNode;
 
+/** List of pointers, linked in one direction. */
 typedef struct RtxSList {
-   size_t count;
-   RtxSListNode* head;
-   RtxSListNode* tail;
-   RtxContext* pctxt; /**< Context whose heap serves the nodes; null: malloc and free do. */
+   size_t count;       /**< Nodes. */
+   RtxSListNode* head; /**< First node, or null. */
+   RtxSListNode* tail; /**< Last node, or null. */
+   RtxContext* pctxt;  /**< Context whose heap serves the nodes; null: malloc and free do. */
 } RtxSList;
 
 /** Makes an empty list with nodes in system memory. */

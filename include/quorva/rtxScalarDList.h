@@ -9,6 +9,7 @@
 
 QUORVA_BEGIN_DECLS
 
+/** What a node holds. */
 typedef enum RtxScalarKind {
    RTX_SCALAR_INT32 = 1,
    RTX_SCALAR_UINT32,
@@ -18,6 +19,7 @@ typedef enum RtxScalarKind {
    RTX_SCALAR_FLOAT
 } RtxScalarKind;
 
+/** Node of a list of numbers. */
 typedef struct RtxScalarDListNode {
    RtxDListNode link; /**< `data` is the address of `value`. */
    union {
@@ -27,7 +29,7 @@ typedef struct RtxScalarDListNode {
       uint64_t uint64;
       double dbl;
       float flt;
-   } value;
+   } value;            /**< The number. */
    RtxScalarKind kind; /**< Member of `value` that holds the number. */
 } RtxScalarDListNode;
 

@@ -34,7 +34,7 @@ QUORVA_BEGIN_DECLS
 /** A socket's descriptor. */
 typedef int32_t RtxSocket;
 
-#define RTX_SOCKET_INVALID (-1)
+#define RTX_SOCKET_INVALID (-1) /**< No socket. */
 
 /** Does nothing; the system's sockets need no preparation. Returns 0. */
 QUORVA_API int rtxSocketsInit(void);

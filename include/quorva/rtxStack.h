@@ -9,9 +9,10 @@
 
 QUORVA_BEGIN_DECLS
 
+/** Pointers, the last one in the first one out. */
 typedef struct RtxStack {
    RtxContext* pctxt; /**< Context whose heap serves the nodes. */
-   RtxDList dlist;
+   RtxDList dlist;    /**< The pointers; the top is the tail. */
 } RtxStack;
 
 /** Makes an empty stack over the heap of a context. */

@@ -21,11 +21,11 @@ typedef enum QuorvaRecordState {
 
 /** A status; all texts are constants. */
 typedef struct QuorvaStatus {
-   int status;
-   const char* name; /**< Of its macro: "RTX_E_NOMEM". */
-   const char* text; /**< What it means, in a sentence without its full stop. */
-   QuorvaRecordState record;
-   const char* advice; /**< What to do, likewise; "" where that goes without saying. */
+   int status;               /**< The number. */
+   const char* name;         /**< Of its macro: "RTX_E_NOMEM". */
+   const char* text;         /**< What it means, in a sentence without its full stop. */
+   QuorvaRecordState record; /**< What of the message is in the record. */
+   const char* advice;       /**< What to do, likewise; "" where that goes without saying. */
 } QuorvaStatus;
 
 /** All statuses of rtxStatus.h, from 0 down. `count`, if not null, gets their number. */

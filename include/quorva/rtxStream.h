@@ -28,12 +28,13 @@ QUORVA_BEGIN_DECLS
 #define RTX_STREAM_CTXT_BUF 0x8000u    /**< `bufData` is this stream's context buffer. */
 
 /* Values of `kind`. */
-#define RTX_STREAM_KIND_FILE 1u
-#define RTX_STREAM_KIND_SOCKET 2u
-#define RTX_STREAM_KIND_MEMORY 3u
-#define RTX_STREAM_KIND_BUFFERED 4u
-#define RTX_STREAM_KIND_DIRECT_BUF 5u
-#define RTX_STREAM_KIND_CTXT_BUF 6u
+#define RTX_STREAM_KIND_FILE 1u       /**< A file. */
+#define RTX_STREAM_KIND_SOCKET 2u     /**< A socket. */
+#define RTX_STREAM_KIND_MEMORY 3u     /**< Memory. */
+#define RTX_STREAM_KIND_BUFFERED 4u   /**< A buffered layer. */
+#define RTX_STREAM_KIND_DIRECT_BUF 5u /**< A layer whose caller works in `bufData` himself. */
+#define RTX_STREAM_KIND_CTXT_BUF 6u   /**< A layer that loads input into `bufData`, or gathers output there. \
+                                       */
 
 /** Option of a buffered layer: it gives way to the stream below when it has been read out and no mark stands.
  */
@@ -44,18 +45,18 @@ QUORVA_BEGIN_DECLS
  * An operation returns a plain status, or a count of octets where a count is due; the core records failures.
  */
 struct RtxStream {
-   ptrdiff_t (*read)(RtxStream* stream, uint8_t* target, size_t maxocts); /**< Next octets; 0 at the end. */
-   int (*write)(RtxStream* stream, const uint8_t* octets, size_t numocts);
-   int (*flush)(RtxStream* stream); /**< May be null. */
-   int (*close)(RtxStream* stream); /**< Releases `extra`, and what lies below. */
-   int (*skip)(RtxStream* stream, size_t numocts);
-   int (*mark)(RtxStream* stream, size_t limit); /**< Notes the position for `reset`. */
-   int (*reset)(RtxStream* stream);
-   int (*getPos)(RtxStream* stream, size_t* ppos);
-   int (*setPos)(RtxStream* stream, size_t pos);
-   void* extra;        /**< The kind's own record. */
-   size_t ctxtBufSize; /**< Capacity of the context buffer in use. */
-   size_t markLimit;   /**< How far a read may go before the mark lapses. */
+   ptrdiff_t (*read)(RtxStream* stream, uint8_t* target, size_t maxocts);  /**< Next octets; 0 at the end. */
+   int (*write)(RtxStream* stream, const uint8_t* octets, size_t numocts); /**< Writes all octets. */
+   int (*flush)(RtxStream* stream);                                        /**< May be null. */
+   int (*close)(RtxStream* stream);                /**< Releases `extra`, and what lies below. */
+   int (*skip)(RtxStream* stream, size_t numocts); /**< Passes over octets. */
+   int (*mark)(RtxStream* stream, size_t limit);   /**< Notes the position for `reset`. */
+   int (*reset)(RtxStream* stream);                /**< Goes back to the mark. */
+   int (*getPos)(RtxStream* stream, size_t* ppos); /**< Tells the position, in octets. */
+   int (*setPos)(RtxStream* stream, size_t pos);   /**< Goes to a position, in octets. */
+   void* extra;                                    /**< The kind's own record. */
+   size_t ctxtBufSize;                             /**< Capacity of the context buffer in use. */
+   size_t markLimit;                               /**< How far a read may go before the mark lapses. */
    size_t bufBase;     /**< Octets that lie before the first octet of `bufData`. */
    size_t bufMarkBase; /**< Mark position: `bufBase` at the mark, or the buffer index for rtxMarkPos. */
    size_t ioBytes;     /**< Octets moved in all. */

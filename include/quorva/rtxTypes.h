@@ -18,43 +18,43 @@ typedef struct RtxOID {
 
 /** Object identifier with arcs of 64 bits. */
 typedef struct RtxOID64 {
-   uint32_t numids;
-   uint64_t subid[RTX_MAX_SUBIDS];
+   uint32_t numids;                /**< Arcs in use. */
+   uint64_t subid[RTX_MAX_SUBIDS]; /**< The arcs, first one first. */
 } RtxOID64;
 
 /** As RtxDynOctStr, with a count of the width of a size. */
 typedef struct RtxDynOctStr64 {
-   size_t numocts;
-   const uint8_t* data;
+   size_t numocts;      /**< How many. */
+   const uint8_t* data; /**< The octets. */
 } RtxDynOctStr64;
 
 /** As RtxDynBitStr, with a count of the width of a size. */
 typedef struct RtxDynBitStr64 {
-   size_t numbits;
-   const uint8_t* data;
+   size_t numbits;      /**< How many. */
+   const uint8_t* data; /**< The bits. */
 } RtxDynBitStr64;
 
 /** Named bit of a bit string: one row of a table that ends with a null name. */
 typedef struct RtxNamedBit {
-   const char* name;
+   const char* name;   /**< Null behind the last row. */
    uint32_t bitNumber; /**< 0 is the most significant bit of the first octet. */
 } RtxNamedBit;
 
 /** Text of 16-bit units; no terminator. */
 typedef struct Rtx16BitCharString {
-   uint32_t nchars;
-   const uint16_t* data;
+   uint32_t nchars;      /**< Units. */
+   const uint16_t* data; /**< The units. */
 } Rtx16BitCharString;
 
 /** Text of 32-bit units; no terminator. */
 typedef struct Rtx32BitCharString {
-   uint32_t nchars;
-   const uint32_t* data;
+   uint32_t nchars;      /**< Units. */
+   const uint32_t* data; /**< The units. */
 } Rtx32BitCharString;
 
 /** Date and time of day. */
 typedef struct RtxDateTime {
-   int32_t year;
+   int32_t year;    /**< Of the Gregorian calendar. */
    uint8_t mon;     /**< 1 to 12. */
    uint8_t day;     /**< 1 to 31. */
    uint8_t hour;    /**< 0 to 23. */
@@ -66,8 +66,8 @@ typedef struct RtxDateTime {
 
 /** Name and value, both UTF-8; either may be null. */
 typedef struct RtxNVP {
-   const char* name;
-   const char* value;
+   const char* name;  /**< The name. */
+   const char* value; /**< The value. */
 } RtxNVP;
 
 #endif
