@@ -29,7 +29,8 @@ AROUND = """
 #include <stdio.h>
 #include <string.h>
 extern RtxContext ctxt; extern RtxContext* pctxt; extern const QuorvaType* type; extern TS24301Msg_PDU pdu;
-extern uint8_t *message, buffer[1024], key[16]; extern size_t numocts; extern int status;
+extern uint8_t *message, octets[1024], integKey[16], cipherKey[16]; extern size_t numocts; extern uint32_t count;
+extern int status;
 """
 
 
@@ -145,7 +146,7 @@ class Documents(unittest.TestCase):
                 compiler, standard = (("CC", "c11") if language == "c" else ("CXX", "c++17"))
                 head = AROUND
                 if language == "cpp" and os.path.exists(os.path.join(ROOT, "include/quorva/quorva.hpp")):
-                    head = AROUND.replace("quorva/quorva.h", "quorva/quorva.hpp")
+                    head = AROUND.replace("quorva/quorva.h", "quorva/quorva.hpp") + "#include <iostream>\n"
                 source = text if whole else head + "void example(void);\nvoid example(void) {\n" + text + "}\n"
                 arguments = [os.environ[compiler], "-x", "c" if language == "c" else "c++", "-std=" + standard, "-fsyntax-only",
                              "-Wall", "-Wextra", "-Werror", "-Wno-unused"]
