@@ -33,8 +33,9 @@ QUORVA_BEGIN_DECLS
 #define RTX_STREAM_KIND_MEMORY 3u     /**< Memory. */
 #define RTX_STREAM_KIND_BUFFERED 4u   /**< A buffered layer. */
 #define RTX_STREAM_KIND_DIRECT_BUF 5u /**< A layer whose caller works in `bufData` himself. */
-#define RTX_STREAM_KIND_CTXT_BUF 6u   /**< A layer that loads input into `bufData`, or gathers output there. \
-                                       */
+#define RTX_STREAM_KIND_CTXT_BUF                                                                             \
+   6u /**< A layer that loads input into `bufData`, or gathers output there.                                 \
+       */
 
 /** Option of a buffered layer: it gives way to the stream below when it has been read out and no mark stands.
  */

@@ -29,7 +29,7 @@ AROUND = """
 #include <stdio.h>
 #include <string.h>
 extern RtxContext ctxt; extern RtxContext* pctxt; extern const QuorvaType* type; extern TS24301Msg_PDU pdu;
-extern uint8_t *message, octets[1024], integKey[16], cipherKey[16]; extern size_t numocts; extern uint32_t count;
+extern uint8_t *message, octets[1024], buffer[1024], integKey[16], cipherKey[16]; extern size_t numocts; extern uint32_t count;
 extern int status;
 """
 
