@@ -52,7 +52,8 @@ typedef struct QuorvaField {
    uint64_t high;          /**< Greatest one. */
    uint32_t presenceBit;   /**< Tells that it is there: a bit of the type's record, counted from its start and
                                 in each octet from the least significant one; QUORVA_NONE: always there. */
-   uint32_t groupBit;      /**< The same for the group of the release that it came with. */
+   uint32_t groupBit;      /**< The same for the group of the release that it came with, or for what it stands
+                                in without a name of its own. */
    uint32_t iei;           /**< Of an optional element of a message; else QUORVA_NONE. */
    uint32_t selector;      /**< Of an arm: the lowest selector that leads to it; else QUORVA_NONE. */
    const RtxEnumItem* names; /**< Values with names, in the order of the names; null without. */

@@ -105,14 +105,12 @@ public:
    Lister(QuorvaField* fields, size_t room) : fields_(fields), room_(fields == nullptr ? 0 : room) {}
 
    // The fields among rows, those within wire groups too.
-   void block(const Module& module, unsigned first, unsigned rows) {
+   void block(const Module& module, unsigned first, unsigned rows, uint32_t group = QUORVA_NONE) {
       for (unsigned i = first; i < first + rows; ++i) {
          const Row& row = module.rows[i];
-         if (isUnnamedChoice(row))
-            field(module, row, QUORVA_NONE);
-         else if (isField(row))
-            field(module, row, QUORVA_NONE);
-         if (isWireGroup(row)) block(module, row.first, row.rows);
+         if (isUnnamedChoice(row) || isField(row)) field(module, row, QUORVA_NONE, group);
+         if (isWireGroup(row))
+            block(module, row.first, row.rows, row.presence != QUORVA_NONE ? row.presence : group);
       }
    }
 
@@ -125,7 +123,7 @@ public:
       }
    }
 
-   void field(const Module& module, const Row& row, uint32_t selector) {
+   void field(const Module& module, const Row& row, uint32_t selector, uint32_t group = QUORVA_NONE) {
       if (count_++ >= room_) return;
       QuorvaField& field = fields_[count_ - 1];
       const Shape shape = described(module, row);
@@ -144,7 +142,7 @@ public:
       field.size = extent.end == 0 ? 0 : extent.end - extent.begin;
       field.bits = bitsOf(shape);
       field.presenceBit = row.presence;
-      field.groupBit = row.group;
+      field.groupBit = row.group != QUORVA_NONE ? row.group : group;
       const Wire& wire = wireOf(module, row);
       const bool isArm = selector != QUORVA_NONE;
       field.iei = wire.ieiBits != 0 && !isArm ? wire.iei : QUORVA_NONE;

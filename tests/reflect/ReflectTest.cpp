@@ -43,33 +43,26 @@ std::vector<QuorvaField> fieldsIn(const QuorvaField& field) {
    return fields;
 }
 
-TEST(Reflect, AgreesWithTheRecords) {
-#define PLACE(record, member) offsetof(record, member), sizeof(record::member)
+TEST(Reflect, TellsWhatFieldsAre) {
    const struct {
       const char *type, *field;
       QuorvaKind kind;
-      size_t offset, size;
       uint32_t bits, capacity;
       const char *named, *doc;
    } cases[] = {
-         {"TS24301Msg_AttachReject", "emmCause", QUORVA_ENUM, PLACE(TS24301Msg_AttachReject, emmCause), 8, 0,
-          "TS24301IE_EMMCause", "EMM cause, TS 24.301, 9.9.3.9"},
-         {"TS24301Msg_AttachReject", "esmMsgCont", QUORVA_RECORD, PLACE(TS24301Msg_AttachReject, esmMsgCont),
-          0, 0, "TS24301Msg_ESMMessageContainer", "ESM message container, TS 24.301, 9.9.3.15"},
-         {"TS24301IE_UENetworkCapability", "octet6", QUORVA_RECORD,
-          PLACE(TS24301IE_UENetworkCapability, octet6), 0, 0, "", ""},
-         {"TS24301IE_UENetworkCapability", "spare4", QUORVA_OCTETS,
-          PLACE(TS24301IE_UENetworkCapability, spare4), 0, 0, "", ""},
-         {"TS24301IE_NASMessageContainer", "", QUORVA_OCTETS, 0, sizeof(TS24301IE_NASMessageContainer), 0,
-          251, "", ""},
-         {"TS24301IE_PartialTrkAreaIdent1", "tac", QUORVA_OCTETS, PLACE(TS24301IE_PartialTrkAreaIdent1, tac),
-          16, 2, "TS24301IE_TrackingAreaCode",
+         {"TS24301Msg_AttachReject", "emmCause", QUORVA_ENUM, 8, 0, "TS24301IE_EMMCause",
+          "EMM cause, TS 24.301, 9.9.3.9"},
+         {"TS24301Msg_AttachReject", "esmMsgCont", QUORVA_RECORD, 0, 0, "TS24301Msg_ESMMessageContainer",
+          "ESM message container, TS 24.301, 9.9.3.15"},
+         {"TS24301IE_UENetworkCapability", "octet6", QUORVA_RECORD, 0, 0, "", ""},
+         {"TS24301IE_UENetworkCapability", "spare4", QUORVA_OCTETS, 0, 0, "", ""},
+         {"TS24301IE_NASMessageContainer", "", QUORVA_OCTETS, 0, 251, "", ""},
+         {"TS24301IE_PartialTrkAreaIdent1", "tac", QUORVA_OCTETS, 16, 2, "TS24301IE_TrackingAreaCode",
           "Tracking area code, in tracking area identity, TS 24.301, 9.9.3.32"},
-         {"TS24008IE_PLMNList", "", QUORVA_LIST, 0, sizeof(TS24008IE_PLMNList), 0, 15, "", ""},
-         {"TS24301Msg_PDU", "data", QUORVA_CHOICE, PLACE(TS24301Msg_PDU, data), 0, 0, "", ""},
-         {"TS24301Msg_DetachRequest", "", QUORVA_CHOICE, 0, sizeof(TS24301Msg_DetachRequest), 0, 0, "", ""},
+         {"TS24008IE_PLMNList", "", QUORVA_LIST, 0, 15, "", ""},
+         {"TS24301Msg_PDU", "data", QUORVA_CHOICE, 0, 0, "", ""},
+         {"TS24301Msg_DetachRequest", "", QUORVA_CHOICE, 0, 0, "", ""},
    };
-#undef PLACE
    for (const auto& c : cases) {
       SCOPED_TRACE(c.type + std::string(".") + c.field);
       bool found = false;
@@ -77,10 +70,6 @@ TEST(Reflect, AgreesWithTheRecords) {
          if (std::strcmp(field.name, c.field) != 0) continue;
          found = true;
          EXPECT_EQ(field.kind, c.kind);
-         EXPECT_EQ(field.offset, c.offset);
-         // The end of a record may be padding.
-         EXPECT_LE(field.size, c.size);
-         EXPECT_GE(field.size + 7, c.size);
          EXPECT_EQ(field.bits, c.bits);
          EXPECT_EQ(field.capacity, c.capacity);
          EXPECT_STREQ(field.type == nullptr ? "" : field.type->name, c.named);
