@@ -89,19 +89,23 @@ private:
                "The bound " + text(top) + " is beyond " + what + " of " + text(bits) + " bits.");
    }
 
-   void values(const Type& type) {
-      boundsFit(type.bounds, type.bits, type.pos, "a number");
+   void rows(const std::vector<EnumRow>& rows, unsigned bits) {
       std::set<std::string> names;
       std::set<uint64_t> seen;
-      for (const EnumRow& row : type.rows) {
+      for (const EnumRow& row : rows) {
          if (!names.insert(printName(row.name)).second)
             error(DuplicateRow, row.pos, "A value " + quoted(row.name) + " is already there.");
          if (!seen.insert(row.value).second)
             error(DuplicateRow, row.pos, "The value " + text(row.value) + " has a name already.");
-         if (row.value > maxOf(type.bits))
+         if (row.value > maxOf(bits))
             error(ValueTooWide, row.pos,
-                  "The value " + text(row.value) + " is beyond " + text(type.bits) + " bits.");
+                  "The value " + text(row.value) + " is beyond " + text(bits) + " bits.");
       }
+   }
+
+   void values(const Type& type) {
+      boundsFit(type.bounds, type.bits, type.pos, "a number");
+      rows(type.rows, type.bits);
       if (type.pattern && type.rows.size() < 2)
          error(NoRows, type.pos, quoted(type.name) + " has a value for L and one for H.");
       if (type.kind == TypeKind::Enum && type.rows.empty() && !type.pattern && !type.unchecked &&
@@ -173,6 +177,10 @@ private:
       case Kind::Bare:
       case Kind::Counted:
          boundsFit(field.bounds, field.bits, field.pos, field.kind == Kind::Uint ? "an integer" : "a length");
+         rows(field.rows, field.bits);
+         if (const Type* names = field.namesOf.type;
+             names != nullptr && (!names->plain || names->rows.empty()))
+            error(UnknownName, field.namesOf.pos, quoted(names->name) + " has no names of plain numbers.");
          break;
       case Kind::Bits:
          if (field.count == 0) error(NoCapacity, field.pos, quoted(field.name) + " can hold no bits.");

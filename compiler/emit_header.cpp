@@ -75,10 +75,31 @@ private:
       for (auto& arm : field.arms) needs(*arm.field);
    }
 
+   void values(const std::string& prefix, const std::vector<EnumRow>& rows) {
+      w_.open("enum {");
+      for (size_t i = 0; i < rows.size(); ++i)
+         w_.line(prefix + '_' + printName(rows[i].name) + " = " + std::to_string(rows[i].value) +
+                 (i + 1 < rows.size() ? "," : ""));
+      w_.close("};");
+   }
+
+   // Of numbers among the fields of a record.
+   void values(const std::string& prefix, const Field& field) {
+      if (!field.rows.empty()) {
+         w_.line("/* Values of " + field.name + ". */");
+         values(prefix + '_' + printName(field.name), field.rows);
+         w_.line();
+      }
+      for (auto& inner : field.fields) values(prefix, *inner);
+   }
+
    void define(const Type& type) {
       if (type.module != &module_ || !defined_.insert(&type).second) return;
       if (type.base.type != nullptr) define(*type.base.type);
-      for (auto& field : type.fields) needs(*field);
+      for (auto& field : type.fields) {
+         needs(*field);
+         values(recordName(type), *field);
+      }
       for (auto* table : {&type.table, &type.secondTable})
          for (auto& row : *table)
             if (row.record.type != nullptr && !isStruct(*row.record.type)) define(*row.record.type);
@@ -87,16 +108,13 @@ private:
       case TypeKind::Enum:
          comment(type);
          w_.line("typedef uint32_t " + name + ";");
-         w_.open("enum {");
-         for (size_t i = 0; i < type.rows.size(); ++i)
-            w_.line(enumeratorName(type, type.rows[i]) + " = " + std::to_string(type.rows[i].value) +
-                    (i + 1 < type.rows.size() ? "," : ""));
-         w_.close("};");
+         values(name, type.rows);
          w_.line();
          break;
       case TypeKind::Number:
          comment(type);
          w_.line("typedef " + uintType(type.bits) + " " + name + ";");
+         if (type.plain) values(name, type.rows);
          w_.line();
          break;
       case TypeKind::Octets:

@@ -193,16 +193,16 @@ private:
 
    void namesOut(Writer& w) const {
       std::vector<std::string> rows;
-      for (const Type* type : names_) {
-         std::string items = "::" + recordName(*type) + "_ENUMTAB";
-         if (type->kind == TypeKind::Number) {
-            items = "kNames_" + recordName(*type);
+      for (const ValueNames& names : names_) {
+         std::string items = names.table;
+         if (items.empty()) {
+            items = "kNames" + number(rows.size());
             w.open("constexpr RtxEnumItem " + items + "[] = {");
-            for (auto& row : enumTableRows(type->rows)) w.line(row + ",");
+            for (auto& row : enumTableRows(names.rows)) w.line(row + ",");
             w.close("};");
             w.line();
          }
-         rows.push_back("{" + items + ", " + number(type->rows.size()) + "}");
+         rows.push_back("{" + items + ", " + number(names.rows.size()) + "}");
       }
       array(w, "Names", "kNames", rows);
    }
@@ -323,6 +323,7 @@ private:
          for (auto& step : program.optional)
             if (step.field->ieiBits == 4) halfOctets |= 1u << step.field->iei;
          level(program.optional, block, stores);
+         if (type.kind == TypeKind::Pdu) typesOfMessages(type, block);
          block.insert(block.end(), stores.begin(), stores.end());
       }
       // Ahead of the contents of most types stands their length.
@@ -376,6 +377,20 @@ private:
              number(hasBits ? presenceBits(owner.fields).size() : 0) + ", " +
              number(appendedFields(owner).size()) + ",\n      " +
              functions(type, codec, entries_.count(&type) != 0) + "}";
+   }
+
+   // The number that is the type of the message knows the titles, and how far behind it the message is.
+   void typesOfMessages(const Type& pdu, std::vector<RowText>& block) {
+      const auto number = std::ranges::find(block, "msgType", &RowText::name);
+      const auto messages = std::ranges::find_if(
+            block, [](const RowText& row) { return std::ranges::count(row.wire, "kOfMessages") != 0; });
+      if (number == block.end() || messages == block.end() || messages < number) return;
+      std::vector<EnumRow> titles;
+      for (const TableRow& row : pdu.table)
+         if (const std::string title = titleOf(row); !title.empty())
+            titles.push_back({row.pos, title, "", row.disc << 8 | row.msgType});
+      number->first = plainNames(titles);
+      number->rows = static_cast<size_t>(messages - number);
    }
 
    // Has the protocol optional elements with two octets of length?
@@ -447,8 +462,14 @@ private:
    }
 
    size_t names(const Type& type) {
-      names_.push_back(&type);
+      names_.push_back({type.kind == TypeKind::Enum ? "::" + recordName(type) + "_ENUMTAB" : "", type.rows});
       return names_.size() - 1;
+   }
+   // Of numbers that print as such; 0 is for those without.
+   size_t plainNames(const std::vector<EnumRow>& rows) {
+      if (rows.empty()) return 0;
+      names_.push_back({"", rows});
+      return names_.size();
    }
 
    void counted(RowText& row, const std::string& kind, const std::string& count, const std::string& data,
@@ -603,9 +624,12 @@ private:
                row.second = *field->init;
             }
             row.sample = sample_->number(*field);
+            row.first = plainNames(field->names());
          } else {
             row.sample = Sample::typeNumber(*type_);
-            if (!type_->rows.empty()) {
+            if (type_->plain) {
+               row.first = plainNames(type_->rows);
+            } else if (!type_->rows.empty()) {
                row.kind = "NamedNumber";
                row.index = names(*type_);
             }
@@ -868,7 +892,11 @@ private:
    std::vector<const Type*> standards_; // standard forms, which follow the types
    mutable std::vector<std::string> guards_;
    Numbered expressions_{""}, limits_{"frame::Limits{}"}, legals_{"frame::LegalSet{}"};
-   std::vector<const Type*> names_;
+   struct ValueNames {
+      std::string table; // that the header declares; empty: one of its own
+      std::vector<EnumRow> rows;
+   };
+   std::vector<ValueNames> names_;
    std::set<const Type*> entries_;
    // Of the type at hand
    const Type* type_ = nullptr;

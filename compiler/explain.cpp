@@ -1,6 +1,7 @@
 // Types as the standards show them: elements as octet figures, messages as the table of their elements.
 #include "compiler/csn1.h"
 #include "compiler/figure.h"
+#include "compiler/naming.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -351,17 +352,27 @@ std::string oneElement(const Type& type) {
                    {"", "", field.type.name, "M", formatOf(field), lengthOf(field)}});
 }
 
-std::string values(const Type& type) {
+std::string values(const std::vector<EnumRow>& rows) {
    Table table{{"Value", "Name"}};
-   for (const EnumRow& row : type.rows) table.push_back({text(row.value), row.name});
+   for (const EnumRow& row : rows) table.push_back({text(row.value), row.name});
    return printed(table);
 }
 
+// Of the numbers among fields that have names of their own.
+std::string values(const Fields& fields) {
+   std::string result;
+   for (auto& field : fields) {
+      if (!field->names().empty()) result += field->name + '\n' + values(field->names());
+      result += values(field->fields);
+   }
+   return result;
+}
+
 std::string messages(const Type& pdu) {
-   Table table{{"Discriminator", "Type", "Selector", "Member", "Record"}};
+   Table table{{"Discriminator", "Type", "Selector", "Member", "Record", "Message"}};
    for (const TableRow& row : pdu.table)
       table.push_back({hex(row.disc, 1), hex(row.msgType, 2), text(row.selector), row.member,
-                       row.record.name.empty() ? "-" : row.record.name});
+                       row.record.name.empty() ? "-" : row.record.name, titleOf(row)});
    return printed(table);
 }
 
@@ -370,7 +381,7 @@ std::string messages(const Type& pdu) {
 std::string explain(const Type& type) {
    if (type.structure) return csn1(type);
    switch (type.kind) {
-   case TypeKind::Record: return Explainer().element(type);
+   case TypeKind::Record: return Explainer().element(type) + values(type.fields);
    case TypeKind::Message: return message(type.fields);
    case TypeKind::OneElement: return oneElement(type);
    case TypeKind::Empty: return "no elements\n";
@@ -379,8 +390,8 @@ std::string explain(const Type& type) {
       return base ? explain(*base) : "";
    }
    case TypeKind::Pdu: return Explainer().element(type) + messages(type);
-   case TypeKind::Enum: return Explainer().plain(type) + values(type);
-   case TypeKind::Number: return Explainer().plain(type) + (type.rows.empty() ? "" : values(type));
+   case TypeKind::Enum: return Explainer().plain(type) + values(type.rows);
+   case TypeKind::Number: return Explainer().plain(type) + (type.rows.empty() ? "" : values(type.rows));
    case TypeKind::Bits:
    case TypeKind::Octets:
    case TypeKind::Digits:

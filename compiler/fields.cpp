@@ -311,6 +311,11 @@ void Reader::integer(Field& field) {
    field.kind = Kind::Uint;
    field.bits = expectWidth("the width in bits");
    if (atSign("[")) field.bounds = bracketBounds();
+   if (acceptWord("plain")) {
+      if (atSign("{")) return enumRows(field.rows);
+      field.namesOf = typeRef();
+      return;
+   }
    field.aside = acceptWord("unsent");
    if (!field.aside && !atSign("=")) return;
    expectSign("=");

@@ -98,6 +98,13 @@ enum class Lead { None, Bit, High };     // optional field led by a bit of its o
 // Steered by a field, by `t` alone, `t` - 1 in bits; by the bits of the arm's own pattern.
 enum class Selector { Field, Record, Bits, Pattern };
 
+struct EnumRow {
+   Pos pos;
+   std::string name;
+   std::string doc;
+   uint64_t value = 0;
+};
+
 struct Field {
    Pos pos;
    std::string name; // empty: part of the enclosing record
@@ -145,6 +152,9 @@ struct Field {
    unsigned ieiBits = 0;           // 0: mandatory
    int group = 0;                  // message element: 0 first run, k the k-th group; since: its group number
    bool appended = false;          // of a standard form: its place is at the record's end
+   std::vector<EnumRow> rows;      // Uint: names of values, beside the number that the print shows
+   TypeRef namesOf;                // Uint: or those of this type
+   const std::vector<EnumRow>& names() const;
    bool mayMiss = false; // of a standard form: optional there alone, and absent by a bit at that end
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<Arm> arms;
@@ -169,13 +179,6 @@ enum class TypeKind {
    Empty,
    Pdu,
    Text
-};
-
-struct EnumRow {
-   Pos pos;
-   std::string name;
-   std::string doc;
-   uint64_t value = 0;
 };
 
 struct TableRow {
@@ -223,6 +226,8 @@ struct Type {
    bool amongBits = false;              // it stands behind a bit inside an octet; custom: by its description
    bool custom = false, noDecoder = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
+   bool plain = false;        // Number: the print shows numbers, and the names are beside them
+   std::string namesOf;       // Number: the names are those of this type of the module
    TypeRef base;              // Alias, OneElement, List
    std::vector<std::unique_ptr<Field>> fields;
    std::vector<TableRow> table; // Pdu
@@ -240,6 +245,10 @@ struct Type {
    bool nested = false;    // of a field of another type, whose name and an underscore its own begins with
    bool ownSample = false; // nested, yet with a builder of samples
 };
+
+inline const std::vector<EnumRow>& Field::names() const {
+   return namesOf.type != nullptr ? namesOf.type->rows : rows;
+}
 
 struct TestVector {
    Pos pos;

@@ -67,4 +67,19 @@ std::string enumeratorName(const Type& type, const EnumRow& row) {
    return recordName(type) + '_' + printName(row.name);
 }
 
+std::string titleOf(const TableRow& row) {
+   static const std::set<std::string> small = {"and", "by", "for", "from", "in",
+                                               "of",  "on", "the", "to",   "with"};
+   std::string title = !row.doc.empty() || row.record.type == nullptr ? row.doc : row.record.type->doc;
+   title = title.substr(0, title.find_first_of(",;\n"));
+   for (size_t at = 0; at < title.size();) {
+      const size_t end = std::min(title.find(' ', at), title.size());
+      const bool lower = title[at] >= 'a' && title[at] <= 'z';
+      if (lower && (at == 0 || !small.contains(title.substr(at, end - at))))
+         title[at] = static_cast<char>(title[at] - 'a' + 'A');
+      at = end + 1;
+   }
+   return title;
+}
+
 } // namespace l3c

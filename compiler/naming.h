@@ -18,5 +18,7 @@ std::string printerName(const Type& type);      // asn1PrtToStrm_M_X
 std::string initName(const Type& type);         // asn1Init_M_X
 std::string sampleName(const Type& type);       // asn1Test_M_X
 std::string enumeratorName(const Type& type, const EnumRow& row); // M_X_row
+// The standard's title of a message, "Attach Request", from the words at its row or else at its record.
+std::string titleOf(const TableRow& row);
 
 } // namespace l3c

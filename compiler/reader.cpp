@@ -166,6 +166,7 @@ void Reader::run() {
       }
    }
    fillTables();
+   fillNames();
 }
 
 void Reader::moduleLine() {
@@ -344,7 +345,7 @@ bool Reader::bareLength(Class& cls) {
    return true;
 }
 
-void Reader::enumRows(Type& type) {
+void Reader::enumRows(std::vector<EnumRow>& rows) {
    Pos opened = peek().pos;
    if (!acceptSign("{")) return;
    while (!closes("}", opened)) {
@@ -354,7 +355,7 @@ void Reader::enumRows(Type& type) {
          row.pos = peek().pos;
          row.name = expectWord("a value's name");
          row.value = expectNumber("the value");
-         type.rows.push_back(row);
+         rows.push_back(row);
          endOfItem("}");
       } catch (const SyntaxError&) {
          skipItem();
@@ -369,7 +370,7 @@ void Reader::enumeration(Type& type) {
    type.unchecked = !type.pattern && acceptWord("open");
    type.checked = !type.pattern && !type.unchecked && acceptWord("full");
    if (!atSign("{")) unexpected("`{`");
-   enumRows(type);
+   enumRows(type.rows);
 }
 
 // What the caller of the type's decoder hands over.
@@ -408,7 +409,13 @@ void Reader::plainType(Type& type) {
       plainKind(type);
    }
    quirks(type);
-   if (type.kind == TypeKind::Number) enumRows(type);
+   if (type.kind == TypeKind::Number) {
+      type.plain = acceptWord("plain");
+      if (type.plain && !atSign("{"))
+         type.namesOf = expectWord("`{`, or the type that has the names");
+      else
+         enumRows(type.rows);
+   }
    if (entries.entry) placeEntries(*module_, type, entries);
 }
 
@@ -587,6 +594,19 @@ void Reader::fillTables() {
       } else {
          diagnostics_.error(UnknownPdu, table.pos, "`" + table.pdu + "` is no pdu of this module.");
       }
+   }
+}
+
+// Names that a type shares with another.
+void Reader::fillNames() {
+   for (auto& type : module_->types) {
+      if (type->namesOf.empty()) continue;
+      const auto other =
+            std::ranges::find(module_->types, type->namesOf, [](auto& each) { return each->name; });
+      if (other == module_->types.end() || !(*other)->plain || (*other)->rows.empty())
+         diagnostics_.error(UnknownName, type->pos, "`" + type->namesOf + "` has no names of plain numbers.");
+      else
+         type->rows = (*other)->rows;
    }
 }
 

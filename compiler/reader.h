@@ -66,11 +66,12 @@ private:
    std::vector<Item> quirkWords();
    void misplaced(const Item& word);
    void quirks(Type& type);
-   void enumRows(Type& type);
+   void enumRows(std::vector<EnumRow>& rows);
    TableRow tableRow();
    bool lengthWord(Class& cls);
    bool bareLength(Class& cls);
    void fillTables();
+   void fillNames();
 
    // Fields
    void fields(std::vector<std::unique_ptr<Field>>& out, const char* closer, Place place);

@@ -139,7 +139,10 @@ private:
       name(type.base, module);
       for (TableRow& row : type.table) name(row.record, module);
       for (TableRow& row : type.secondTable) name(row.record, module);
-      eachField(type.fields, [&](Field& field) { name(field.type, module); });
+      eachField(type.fields, [&](Field& field) {
+         name(field.type, module);
+         name(field.namesOf, module);
+      });
    }
 
    static bool isNested(const TypeRef& ref, const Type& outer) {

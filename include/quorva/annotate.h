@@ -20,6 +20,7 @@ typedef struct QuorvaNote {
          text;      /**< What they say: the field's text, of a record its JSON; of other bits their number. */
    const char* doc; /**< The description's words about the field, or else about the element that it is in,
                        with the clause; "" without. */
+   const char* meaning; /**< As in QuorvaItem. */
 } QuorvaNote;
 
 /** Takes a note, which lasts as long as the call; a result other than 0 ends the telling. */
@@ -39,7 +40,7 @@ QUORVA_API int quorvaNotes(RtxContext* pctxt, const QuorvaType* type, const void
 
 /**
  * The same as JSON: an object of "octets" in hexadecimal digits and "notes", an array of objects with "bit",
- * "bits", "path", "kind", "text" and, where there are any, the words "doc".
+ * "bits", "path", "kind", "text" and, where there are any, the "meaning" and the words "doc".
  */
 QUORVA_API int quorvaAnnotate(RtxContext* pctxt, const QuorvaType* type, const void* value, QuorvaPut put,
                               void* user);

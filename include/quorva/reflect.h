@@ -56,7 +56,8 @@ typedef struct QuorvaField {
                                 in without a name of its own. */
    uint32_t iei;           /**< Of an optional element of a message; else QUORVA_NONE. */
    uint32_t selector;      /**< Of an arm: the lowest selector that leads to it; else QUORVA_NONE. */
-   const RtxEnumItem* names; /**< Values with names, in the order of the names; null without. */
+   const RtxEnumItem* names; /**< Values with names, in the order of the names; null without. Of some numbers,
+                                  such as the causes of 5GMM, texts have digits all the same. */
    size_t nameCount;         /**< Of `names`. */
    const void* module_;      /**< The library's own, for quorvaFieldsIn. */
    const void* row_;         /**< The same. */
@@ -81,7 +82,8 @@ QUORVA_API size_t quorvaFieldsIn(const QuorvaField* field, QuorvaField* fields, 
 /** Clause and name of a type, as its description has them: "EMM cause, TS 24.301, 9.9.3.9". "" without. */
 QUORVA_API const char* quorvaDoc(const QuorvaType* type);
 
-/** Names of an enumeration's or a number's values, in their order. Null, and no count, for another type. */
+/** Names of an enumeration's or a number's values, in their order, as in QuorvaField. Null, and no count, for
+ * another type. */
 QUORVA_API const RtxEnumItem* quorvaEnumNames(const QuorvaType* type, size_t* count);
 
 /** Where a message comes from. */
@@ -113,6 +115,9 @@ typedef struct QuorvaItem {
    const void* data; /**< Octets, bits, text or characters; of others the place of the value, which with a
                           type is one of this type. */
    size_t count;     /**< Of octets, bits, characters or entries. */
+   const char*
+         meaning; /**< Of a number whose text is its digits what it means, where that is known: the name of
+                       a cause, the title of a message for its type, "Authentication Request"; else "". */
 } QuorvaItem;
 
 /** Who is told what is met. Each may be null; a result other than 0 ends the visit. */
@@ -147,8 +152,8 @@ QUORVA_API int quorvaGet(RtxContext* pctxt, const QuorvaType* type, const void* 
  * records of messages allocated; an entry just behind the end of a list is added to it. An arm that was
  * selected before is lost, as is one that a changed number deselects. Memory is taken from the context's
  * heap.
- * @param text  As in QuorvaItem; of a number also digits, in hexadecimal behind 0x. A record, a list, a
- * choice or nothing takes "" and becomes present.
+ * @param text  As in QuorvaItem; of a number also digits, in hexadecimal behind 0x, or any name that it has.
+ * A record, a list, a choice or nothing takes "" and becomes present.
  * @return 0; as quorvaGet; RTX_E_BAD_ENUM, RTX_E_BAD_HEX, RTX_E_BAD_VALUE or RTX_E_BAD_UTF8 for a text that
  * is no such value; RTX_E_OVERFLOW for a number that has no room, RTX_E_CONSTRAINT for too many octets or
  *         entries; RTX_E_BAD_CHOICE for an arm that an earlier field deselects and that can't be selected by

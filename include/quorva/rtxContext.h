@@ -40,6 +40,14 @@ typedef struct RtxErrInfo {
 /** Messages and elements are coded exactly as the 3GPP standards say, where the family has ways of its own,
  *  and no status is dropped; see docs/conformance.md. Set it with rtxCtxtSetFlag ahead of a message. */
 #define RTX_CTXT_STANDARD 0x00040000u
+/** Printers of records write what a number means behind it, `msgType = 82 (Authentication Request)`, where
+ * the descriptions have a name for it that the line does not show by itself. For readers; not for programs
+ * that read the text. */
+#define RTX_CTXT_NAMES 0x00080000u
+/** Texts from messages go out as quorvaEscapeText writes them, so that none can pass for another line or
+ *  steer a terminal: by printers of records and of texts, and with the marks of HTML in its page by the
+ * trace. */
+#define RTX_CTXT_ESCAPES 0x00100000u
 #define RTX_CTXT_RAW_TAIL 0x02000000u    /**< An open tail was written; see rtxCtxtClearFlag. */
 #define RTX_CTXT_UPLINK 0x04000000u      /**< The message at hand comes from the terminal. */
 #define RTX_CTXT_BUFFER_MODE 0x20000000u /**< Bits go to `bufData` even with a stream attached. */

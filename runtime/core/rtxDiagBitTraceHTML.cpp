@@ -9,6 +9,7 @@
 #include "quorva/rtxUTF8.h"
 #include "runtime/core/rtxDiagBitLine.h"
 #include "runtime/core/rtxInline.h"
+#include "runtime/text/escapeText.h"
 #include "runtime/text/textWriter.h"
 
 namespace {
@@ -75,17 +76,28 @@ public:
       line.numChars = static_cast<uint8_t>(chars.copy(line.chars, sizeof(line.chars)));
    }
 
-   // Writes one column, its lines parted by line breaks. Characters are not escaped.
+   // Writes one column, its lines parted by line breaks. Characters are escaped if asked for alone.
    template <typename Column>
-   void write(TextWriter& out, Column column) const {
+   void write(TextWriter& out, Column column, bool escaped = false) const {
       for (size_t i = 0; i < count_; ++i) {
          if (i > 0) out.put("<br/>\n");
-         out.put(column(lines_[i]));
+         escaped ? putEscaped(out, column(lines_[i])) : out.put(column(lines_[i]));
          out.put('\n');
       }
    }
 
 private:
+   static void putEscaped(TextWriter& out, std::string_view chars) {
+      for (const char each : chars) {
+         switch (each) {
+         case '<': out.put("&lt;"); break;
+         case '>': out.put("&gt;"); break;
+         case '&': out.put("&amp;"); break;
+         default: out.put(each);
+         }
+      }
+   }
+
    bool grow() {
       auto* more = static_cast<PageLine*>(malloc(2 * size_ * sizeof(PageLine)));
       if (!more) return false;
@@ -103,7 +115,7 @@ private:
 };
 
 void writeField(TextWriter& out, PageLines& lines, const BitSource& source, const RtxDiagBitField& field,
-                const char* prefix, size_t nextOffset, RtxDiagBitLine& line) {
+                const char* prefix, size_t nextOffset, RtxDiagBitLine& line, bool escaped) {
    out.put("<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n");
    out.put(quorva::BitFieldTitle<400>(prefix, field).text());
    out.put("<br/>\nbit offset: ");
@@ -123,7 +135,8 @@ void writeField(TextWriter& out, PageLines& lines, const BitSource& source, cons
    lines.write(out, [](const PageLine& l) { return std::string_view(l.hex, l.numHex); });
    if (lines.empty()) out.put("&nbsp;\n");
    out.put("<td align=\"left\" width=\"15%\"><code>\n");
-   lines.write(out, [](const PageLine& l) { return std::string_view(l.chars, l.numChars); });
+   lines.write(
+         out, [](const PageLine& l) { return std::string_view(l.chars, l.numChars); }, escaped);
    out.put("</code></td>\n</tr>\n\n");
 }
 
@@ -139,7 +152,7 @@ void writePage(FILE* file, const RtxDiagBitFieldList* list, const BitSource& sou
       const size_t nextOffset =
             node->next ? static_cast<const RtxDiagBitField*>(node->next->data)->bitOffset : 0;
       writeField(out, lines, source, *static_cast<const RtxDiagBitField*>(node->data), prefix, nextOffset,
-                 line);
+                 line, quorva::escapes(list->fieldList.pctxt));
    }
    out.put(bodyTail);
 }

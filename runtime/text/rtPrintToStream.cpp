@@ -3,6 +3,7 @@
 
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
+#include "runtime/text/escapeText.h"
 #include "runtime/text/valueText.h"
 
 using quorva::StreamSink;
@@ -37,11 +38,11 @@ int rtPrintToStream32BitCharStr(RtxContext* pctxt, const char* name, const Rtx32
 }
 
 int rtPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const Rtx16BitCharString* value) {
-   return text::wideText(StreamSink(pctxt), name, value->data, value->nchars);
+   return text::wideText(StreamSink(pctxt), name, value->data, value->nchars, quorva::escapes(pctxt));
 }
 
 int rtPrintToStreamUnivCharStr(RtxContext* pctxt, const char* name, const Rtx32BitCharString* value) {
-   return text::wideText(StreamSink(pctxt), name, value->data, value->nchars);
+   return text::wideText(StreamSink(pctxt), name, value->data, value->nchars, quorva::escapes(pctxt));
 }
 
 int rtPrintToStreamText(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {

@@ -4,6 +4,7 @@
 #include "quorva/rtxFile.h"
 #include "quorva/rtxHexDump.h"
 #include "quorva/rtxStatus.h"
+#include "runtime/text/escapeText.h"
 #include "runtime/text/valueText.h"
 
 using quorva::StreamSink;
@@ -38,16 +39,22 @@ int rtxPrintToStreamNull(RtxContext* pctxt, const char* name) {
 }
 
 int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* value) {
-   return text::charStr(StreamSink(pctxt), name, value);
+   const StreamSink to(pctxt);
+   if (!quorva::escapes(pctxt) || value == nullptr) return text::charStr(to, name, value);
+   QUORVA_PRINT_STEP(to.print("%s = '", name));
+   quorva::escapeText(value, '\'', [&](std::string_view piece) {
+      to.print("%.*s", static_cast<int>(piece.size()), piece.data());
+   });
+   return to.print("'\n");
 }
 
 int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* value) {
-   return text::charStr(StreamSink(pctxt), name, value);
+   return rtxPrintToStreamCharStr(pctxt, name, value);
 }
 
 int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* value,
                                    int32_t nunits) {
-   return text::unicode(StreamSink(pctxt), name, value, nunits);
+   return text::unicode(StreamSink(pctxt), name, value, nunits, quorva::escapes(pctxt));
 }
 
 int rtxPrintToStreamHexStrPlain(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data) {

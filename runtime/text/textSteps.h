@@ -25,6 +25,9 @@ inline bool isPrintable(uint32_t unit) {
    return unit >= 0x20 && unit <= 0x7E;
 }
 
+/** Length of the sequence of UTF-8 (RFC 3629) at the text's start; 0 if it is none. */
+size_t utf8Sequence(const char* text, size_t length);
+
 /** Writes the two digits of an octet. */
 inline void hexDigits(uint8_t octet, char* dest) {
    constexpr char digits[] = "0123456789abcdef";

@@ -145,10 +145,11 @@ int dateTime(const TextSink& to, const char* name, const RtxDateTime* value) {
 }
 
 template <typename Unit>
-int wideText(const TextSink& to, const char* name, const Unit* data, size_t nunits) {
+int wideText(const TextSink& to, const char* name, const Unit* data, size_t nunits, bool escaped) {
    QUORVA_PRINT_STEP(to.print("%s = '", name));
    for (size_t i = 0; data && i < nunits; ++i) {
       const uint32_t unit = data[i];
+      if (escaped && (unit == '\'' || unit == '\\')) QUORVA_PRINT_STEP(to.print("\\"));
       if (isPrintable(unit))
          QUORVA_PRINT_STEP(to.print("%c", static_cast<char>(unit)));
       else
@@ -157,10 +158,10 @@ int wideText(const TextSink& to, const char* name, const Unit* data, size_t nuni
    return to.print("'\n");
 }
 
-template int wideText(const TextSink&, const char*, const uint16_t*, size_t);
-template int wideText(const TextSink&, const char*, const uint32_t*, size_t);
+template int wideText(const TextSink&, const char*, const uint16_t*, size_t, bool);
+template int wideText(const TextSink&, const char*, const uint32_t*, size_t, bool);
 
-int unicode(const TextSink& to, const char* name, const uint16_t* data, int64_t nunits) {
+int unicode(const TextSink& to, const char* name, const uint16_t* data, int64_t nunits, bool escaped) {
    if (!data) return to.idle();
    size_t count = 0;
    if (nunits < 0) {
@@ -168,7 +169,7 @@ int unicode(const TextSink& to, const char* name, const uint16_t* data, int64_t 
    } else {
       count = static_cast<size_t>(nunits);
    }
-   return wideText(to, name, data, count);
+   return wideText(to, name, data, count, escaped);
 }
 
 template <typename Text>

@@ -37,10 +37,11 @@ int ipv6(const TextSink& to, const char* name, size_t numocts, const uint8_t* da
 int tbcd(const TextSink& to, const char* name, size_t numocts, const uint8_t* data, const char* end);
 int dateTime(const TextSink& to, const char* name, const RtxDateTime* value);
 
-/** `name = 'text'` of units; the number of units of a text that a zero ends. */
+/** `name = 'text'` of units, if escaped with a backslash ahead of quotes; the number of units of a text that
+ * a zero ends. */
 template <typename Unit>
-int wideText(const TextSink& to, const char* name, const Unit* data, size_t nunits);
-int unicode(const TextSink& to, const char* name, const uint16_t* data, int64_t nunits);
+int wideText(const TextSink& to, const char* name, const Unit* data, size_t nunits, bool escaped = false);
+int unicode(const TextSink& to, const char* name, const uint16_t* data, int64_t nunits, bool escaped = false);
 
 /** A dump of units as they lie in memory. */
 template <typename Text>

@@ -73,7 +73,7 @@ private:
       putPath(path_, field.elemName == nullptr ? "" : field.elemName);
       char* path = path_.text();
       if (path == nullptr) return RTX_E_NOMEM;
-      QuorvaNote note = {field.bitOffset, field.bitCount, path, field.nameSuffix, "", nullptr};
+      QuorvaNote note = {field.bitOffset, field.bitCount, path, field.nameSuffix, "", nullptr, ""};
       if (note.kind == nullptr) note.kind = "";
       // Most begin with the name of the type; where nothing leads further it is meant itself.
       char* dot = std::strchr(path, '.');
@@ -106,6 +106,7 @@ private:
             putJson(text_, shape);
          else
             putText(text_, shape, leafOf(shape));
+         if (shape.kind == Kind::Number) note.meaning = meaningOf(*shape.module, *shape.row, shape.record);
       }
       if (text_.size() == 0) putBits(text_, ctxt_, field.bitOffset, field.bitCount);
       note.text = text_.text();
@@ -174,6 +175,10 @@ struct JsonNotes {
       putJsonText(out, note->kind);
       out.put(",\"text\":");
       putJsonText(out, note->text);
+      if (*note->meaning != 0) {
+         out.put(",\"meaning\":");
+         putJsonText(out, note->meaning);
+      }
       if (*note->doc != 0) {
          out.put(",\"doc\":");
          putJsonText(out, note->doc);

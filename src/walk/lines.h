@@ -4,6 +4,7 @@
 
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtxPrintToStream.h"
+#include "runtime/text/escapeText.h"
 #include "runtime/text/textSteps.h"
 #include "runtime/text/textWriter.h"
 
@@ -29,6 +30,11 @@ public:
    void number(const char* name, uint64_t value, unsigned width) {
       rtxPrintToStreamIndent(ctxt_);
       bareNumber(name, value, width);
+   }
+
+   void number(const char* name, uint64_t value, const char* meaning) {
+      rtxPrintToStreamIndent(ctxt_);
+      rtxPrintToStream(ctxt_, "%s = %u (%s)\n", name, static_cast<uint32_t>(value), meaning);
    }
 
    void named(const char* name, const char* value) {
@@ -136,6 +142,15 @@ public:
       out_.endLine();
    }
 
+   void number(const char* name, uint64_t value, const char* meaning) {
+      begin(name);
+      out_.putNumber(static_cast<uint32_t>(value));
+      out_.put(" (");
+      out_.putText(meaning);
+      out_.put(')');
+      out_.endLine();
+   }
+
    void named(const char* name, const char* value) {
       if (isFormat(name)) return byCall(&CalledLines::named, name, value);
       begin(name);
@@ -196,7 +211,10 @@ public:
    void text(const char* name, const char* value) {
       begin(name);
       out_.put('\'');
-      out_.putText(value);
+      if (value != nullptr && escapes(ctxt_))
+         escapeText(value, '\'', [this](std::string_view piece) { out_.put(piece); });
+      else
+         out_.putText(value);
       out_.put('\'');
       out_.endLine();
    }

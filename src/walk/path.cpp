@@ -280,7 +280,7 @@ int quorvaGet(RtxContext* pctxt, const QuorvaType* type, const void* value, cons
    HeapOut out(pctxt);
    if (way.special != 0) {
       item->kind = QUORVA_NUMBER;
-      item->doc = "";
+      item->doc = item->meaning = "";
       item->number = specialNumber(way);
       item->data = way.shape.record + way.shape.row->count;
       out.putNumber(item->number);

@@ -4,6 +4,7 @@
 #include "src/walk/codec.h"
 #include "src/walk/enums.h"
 #include "src/walk/lines.h"
+#include "src/walk/shape.h"
 
 #include <algorithm>
 
@@ -21,7 +22,8 @@ const void* pointerAt(const uint8_t* place) {
 template <class Lines>
 class Printer {
 public:
-   Printer(Lines lines, const RtxContext* ctxt) : lines_(lines), ctxt_(ctxt) {}
+   Printer(Lines lines, const RtxContext* ctxt)
+         : lines_(lines), ctxt_(ctxt), names_(ctxt != nullptr && (ctxt->flags & RTX_CTXT_NAMES) != 0) {}
 
    void type(const Module& module, const Type& itself, const char* name, const uint8_t* value) {
       const Type& type = formOf(ctxt_, module, itself);
@@ -87,7 +89,12 @@ private:
       case Kind::Since:
       case Kind::Swap: return block(module, row.first, row.rows, record);
       case Kind::Flag: return lines_.boolean(name, *place);
-      case Kind::Number: return lines_.number(name, load(place, row.width), row.width);
+      case Kind::Number:
+         if (names_ && row.first != 0) {
+            if (const char* meaning = meaningOf(module, row, record); *meaning != 0)
+               return lines_.number(name, load(place, row.width), meaning);
+         }
+         return lines_.number(name, load(place, row.width), row.width);
       case Kind::Enumeration:
       case Kind::OpenEnumeration: return enumeration(module, row, name, load(place, row.width));
       case Kind::NamedNumber: return namedNumber(module, row, name, load(place, row.width));
@@ -159,6 +166,7 @@ private:
 
    Lines lines_;
    const RtxContext* ctxt_;
+   const bool names_; // of plain numbers are shown
 };
 
 } // namespace

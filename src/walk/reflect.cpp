@@ -154,19 +154,12 @@ public:
          const frame::Limits& limits = shape.module->limits[wireOf(*shape.module, leaf).limits];
          field.low = limits.low;
          field.high = limits.high;
-         names(shape, field.names, field.nameCount);
+         const Names names = namesOf(shape);
+         field.names = names.items;
+         field.nameCount = names.count;
       }
       field.module_ = &module;
       field.row_ = &row;
-   }
-
-   static void names(const Shape& shape, const RtxEnumItem*& names, size_t& count) {
-      if (shape.kind != Kind::Enumeration && shape.kind != Kind::OpenEnumeration &&
-          shape.kind != Kind::NamedNumber)
-         return;
-      const Names& all = shape.module->names[shape.row->index];
-      names = all.items;
-      count = all.count;
    }
 
    // What is in a shape.
@@ -217,7 +210,7 @@ public:
       item.path = path_.text();
       item.name = label.name;
       item.kind = QUORVA_NUMBER;
-      item.doc = "";
+      item.doc = item.meaning = "";
       item.text = text_.text();
       item.number = number;
       if (item.text == nullptr || item.path == nullptr) return RTX_E_NOMEM;
@@ -278,6 +271,7 @@ bool describe(const Shape& shape, const char* doc, HeapOut& out, QuorvaItem& ite
    item.number = leaf.number;
    item.data = leaf.data;
    item.count = leaf.count;
+   item.meaning = shape.kind == Kind::Number ? meaningOf(*shape.module, *shape.row, shape.record) : "";
    if (shape.kind == Kind::Choice) item.number = selectorOf(*shape.module, *shape.row, shape.record);
    if (shape.kind == Kind::List) item.count = static_cast<size_t>(countOf(*shape.row, shape.record));
    if (leaf.data == nullptr) item.data = shape.place;

@@ -2,6 +2,7 @@
 
 #include "quorva/rtxMemHeap.h"
 #include "runtime/core/ascii.h"
+#include "runtime/text/textSteps.h"
 #include "src/frame/base.h"
 #include "src/walk/enums.h"
 #include "src/walk/registry.h"
@@ -141,6 +142,34 @@ static size_t textLength(const Row& row, const char* text) {
    size_t length = row.capacity;
    while (length > 0 && text[length - 1] == 0) --length;
    return length;
+}
+
+Names namesOf(const Shape& shape) {
+   switch (shape.kind) {
+   case Kind::Enumeration:
+   case Kind::OpenEnumeration:
+   case Kind::NamedNumber: return shape.module->names[shape.row->index];
+   case Kind::Number:
+      // Titles of messages are no names that a value could be set by.
+      if (shape.row->first != 0 && shape.row->rows == 0) return shape.module->names[shape.row->first - 1];
+      break;
+   default: break;
+   }
+   return {nullptr, 0};
+}
+
+const char* meaningOf(const Module& module, const Row& row, const uint8_t* record) {
+   if (row.kind != Kind::Number || row.first == 0) return "";
+   uint64_t value = load(record + row.offset, row.width);
+   if (row.rows != 0) {
+      const Row& choice = (&row)[row.rows];
+      const Row* message = findArm(module, choice, load(record + choice.count, choice.width));
+      if (message == nullptr || wireOf(module, *message).iei != value) return "";
+      value |= uint64_t{wireOf(module, *message).number} << 8;
+   }
+   const Names& names = module.names[row.first - 1];
+   const RtxEnumItem* item = findValue(names.items, names.count, static_cast<uint32_t>(value));
+   return item == nullptr ? "" : item->name;
 }
 
 Leaf leafOf(const Shape& shape) {
@@ -340,24 +369,6 @@ int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t len
    return 0;
 }
 
-size_t utf8Sequence(const char* text, size_t length) {
-   const auto at = [=](size_t i) { return static_cast<uint8_t>(text[i]); };
-   if (length == 0) return 0;
-   if (at(0) < 0x80) return 1;
-   const size_t size = at(0) >= 0xC2 && at(0) < 0xE0   ? 2
-                       : at(0) >= 0xE0 && at(0) < 0xF0 ? 3
-                       : at(0) >= 0xF0 && at(0) < 0xF5 ? 4
-                                                       : 0;
-   if (size == 0 || size > length) return 0;
-   for (size_t i = 1; i < size; ++i)
-      if (at(i) >> 6 != 2) return 0;
-   // Overlong forms, surrogates, code points beyond the last plane.
-   if ((at(0) == 0xE0 && at(1) < 0xA0) || (at(0) == 0xED && at(1) > 0x9F) ||
-       (at(0) == 0xF0 && at(1) < 0x90) || (at(0) == 0xF4 && at(1) > 0x8F))
-      return 0;
-   return size;
-}
-
 bool isUtf8(std::string_view text) {
    while (!text.empty()) {
       // Most texts are ASCII.
@@ -414,8 +425,7 @@ int storeUnits(RtxContext* ctxt, const Shape& shape, std::string_view text) {
 int storeName(const Shape& shape, std::string_view text) {
    if (shape.kind == Kind::Flag) {
       if (text == "true" || text == "false") return storeNumber(shape, text == "true");
-   } else if (shape.kind != Kind::Number) {
-      const Names& names = shape.module->names[shape.row->index];
+   } else if (const Names names = namesOf(shape); names.count != 0) {
       const int row = rtxLookupEnum(text.data(), text.size(), names.items, names.count);
       if (row >= 0) return storeNumber(shape, static_cast<uint32_t>(names.items[row].value));
       if (text.empty() || !isDigit(text[0])) return RTX_E_BAD_ENUM;

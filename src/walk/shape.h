@@ -113,6 +113,13 @@ struct Leaf {
 };
 Leaf leafOf(const Shape& shape);
 
+// Names that the value of a leaf may have, in prints or beside them.
+Names namesOf(const Shape& leaf);
+
+// What a number means that prints as such: its name, of the type of a message the title of the one selected;
+// "" if nobody says.
+const char* meaningOf(const Module& module, const Row& row, const uint8_t* record);
+
 // The first state of a field: numbers, counts and selectors 0 or what the description says, optional fields
 // absent. Nothing is freed.
 void clear(const Module& module, const Row& row, uint8_t* record);
@@ -144,8 +151,6 @@ int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* rec
 // The record of a message that has none yet.
 int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record);
 
-// Length of the sequence of UTF-8 (RFC 3629) at the text's start; 0 if it is none.
-size_t utf8Sequence(const char* text, size_t length);
 bool isUtf8(std::string_view text);
 
 } // namespace quorva::walk

@@ -128,7 +128,7 @@ Value  Name
 +---------------------------------------------------------------+
 |                             data                              | octets 2 to n
 +---------------------------------------------------------------+
-Discriminator  Type  Selector  Member  Record
+Discriminator  Type  Selector  Member  Record  Message
 9              0A    3         obj_A   A
 9              0B    4         obj_B   -
 )");
@@ -212,6 +212,17 @@ TEST(Explain, Structure) {
       Described all({head + text + '\n'});
       EXPECT_EQ('\n' + explain(*all.type("X")), grammar) << all.diagnostics.render();
    }
+}
+
+TEST(Explain, NamesBesidePlainNumbers) {
+   for (const char* text : {"type X 8 plain { b 7, a 3 }", "type Y 8 plain { b 7, a 3 }\ntype X 8 plain Y"})
+      EXPECT_TRUE(explained(text).ends_with("\nValue  Name\n7      b\n3      a\n")) << text;
+   EXPECT_TRUE(explained("element X V { spare, cause 7 plain { b 7 } init 0 }")
+                     .ends_with("\ncause\nValue  Name\n7      b\n"));
+   for (const char* wrong :
+        {"type X 8 plain Y", "type Y 8\ntype X 8 plain Y", "type X 2 plain { a 4 }",
+         "element X V { a 8 plain { b 1, b 2 } }", "type Y 8\nelement X V { a 8 plain Y }"})
+      EXPECT_TRUE(Described({std::string("module M\n") + wrong + '\n'}).diagnostics.failed()) << wrong;
 }
 
 } // namespace

@@ -321,4 +321,65 @@ TEST(Reflect, ListsGrowAndShrink) {
    }
 }
 
+// Names beside numbers that texts show as digits.
+TEST(Reflect, NumbersHaveMeanings) {
+   Capture capture(kTextRoom);
+   RtxContext* ctxt = &capture.ctxt;
+   const QuorvaType& pdu = type("TS24501Msg_PDU");
+   void* value = quorvaNew(ctxt, &pdu);
+   const auto set = [&](const char* path, const char* text) {
+      return quorvaSet(ctxt, &pdu, value, path, text);
+   };
+   constexpr char kCause[] = "data.obj_MMStatus5G.cause";
+   EXPECT_EQ(set(kCause, "illegalUE"), 0);
+   QuorvaItem item;
+   EXPECT_EQ(quorvaGet(ctxt, &pdu, value, kCause, &item), 0);
+   EXPECT_EQ(item.number, unsigned{TS24501IE_MMCause_illegalUE});
+   EXPECT_STREQ(item.text, "3");
+   EXPECT_STREQ(item.meaning, "illegalUE");
+   size_t count = 0;
+   EXPECT_EQ(quorvaEnumNames(item.type, &count), fieldsOf(*item.type)[0].names);
+   EXPECT_EQ(count, 49u);
+   EXPECT_EQ(set(kCause, "250"), 0);
+   EXPECT_EQ(quorvaGet(ctxt, &pdu, value, kCause, &item), 0);
+   EXPECT_STREQ(item.meaning, "");
+   EXPECT_EQ(set(kCause, "noSuchCause"), RTX_E_BAD_ENUM);
+   // A title is told, but is no value; and not that of another message than the one that is there.
+   EXPECT_EQ(set("msgType", "5GMM Status"), RTX_E_BAD_VALUE);
+   static_cast<TS24501Msg_PDU*>(value)->msgType = 0x41;
+   EXPECT_EQ(quorvaGet(ctxt, &pdu, value, "msgType", &item), 0);
+   EXPECT_STREQ(item.meaning, "");
+}
+
+TEST(Reflect, EveryMessageHasATitle) {
+   size_t count = 0, seen = 0;
+   const QuorvaType* types = quorvaTypes(&count);
+   for (size_t i = 0; i < count; ++i) {
+      const std::string name = types[i].name;
+      if (!name.ends_with("PDU") && !name.ends_with("PDU_SM")) continue;
+      for (const QuorvaField& field : fieldsOf(types[i])) {
+         if (field.kind != QUORVA_CHOICE || std::strcmp(field.name, "data") != 0) continue;
+         for (const QuorvaField& arm : fieldsIn(field)) {
+            SCOPED_TRACE(name + " " + arm.name);
+            Capture capture(kTextRoom);
+            void* value = quorvaNew(&capture.ctxt, &types[i]);
+            // What is a value in itself becomes there with it.
+            const char* first = arm.kind == QUORVA_ENUM     ? arm.names[0].name
+                                : arm.kind == QUORVA_NUMBER ? "1"
+                                                            : "";
+            EXPECT_EQ(quorvaSet(&capture.ctxt, &types[i], value, (std::string("data.") + arm.name).c_str(),
+                                first),
+                      0);
+            QuorvaItem item;
+            EXPECT_EQ(quorvaGet(&capture.ctxt, &types[i], value, "msgType", &item), 0);
+            // "Attach Request"; no clause, no sentence.
+            EXPECT_TRUE(std::isupper(*item.meaning) || std::isdigit(*item.meaning)) << item.meaning;
+            EXPECT_EQ(std::strpbrk(item.meaning, ".,;()$"), nullptr) << item.meaning;
+            ++seen;
+         }
+      }
+   }
+   EXPECT_GT(seen, 300u);
+}
+
 } // namespace

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "quorva/rtxFile.h"
+#include "quorva/rtxPrintToStream.h"
 #include "quorva/rtxStatus.h"
 #include "support/capture.h"
 
@@ -99,6 +100,51 @@ TEST(File, TellsWhenThereIsNone) {
    EXPECT_EQ(RTX_E_BAD_ARGUMENT, rtxFileOpen(nullptr, "/dev/null", "r"));
    ASSERT_EQ(RTX_OK, rtxFileOpen(&file, "/dev/null", "r"));
    fclose(file);
+}
+
+TEST(EscapeText, KeepsLettersAndShowsTheRest) {
+   const struct {
+      std::string text;
+      char quote;
+      const char* shown;
+   } cases[] = {
+         {"plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", '\'',
+          "plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"},
+         {"'a\"\\", '\'', R"(\'a"\\)"},
+         {"'a\"\\", '"', R"('a\"\\)"},
+         {"'a\"", 0, R"('a")"},
+         {"a\n\r\t\x1B\x7F", 0, R"(a\n\r\t\x1b\x7f)"},
+         {std::string("\0z", 2), 0, R"(\x00z)"},
+         // C1, line separator, directions, byte order mark; a lone octet, a cut sequence, a surrogate.
+         {"\xC2\x85\xE2\x80\xA8\xE2\x80\xAE\xE2\x81\xA6\xEF\xBB\xBF", 0, R"(\u0085\u2028\u202e\u2066\ufeff)"},
+         {"\xE9z\xE2\x82", 0, R"(\xe9z\xe2\x82)"},
+         {"\xED\xA0\x80", 0, R"(\xed\xa0\x80)"}};
+   for (const auto& c : cases) {
+      char out[40];
+      EXPECT_EQ(quorvaEscapeText(c.text.data(), c.text.size(), c.quote, out, sizeof out), strlen(c.shown));
+      EXPECT_STREQ(out, c.shown);
+   }
+   // Cut ahead of an escape or a character that has no room.
+   const std::string text = "ab\xC3\xA9\nz";
+   const char* const cut[] = {"", "a", "ab", "ab", "ab\xC3\xA9", "ab\xC3\xA9", "ab\xC3\xA9\\n"};
+   for (size_t size = 0; size <= std::size(cut); ++size) {
+      char out[16] = "untouched";
+      EXPECT_EQ(quorvaEscapeText(text.data(), text.size(), 0, out, size), 7u);
+      EXPECT_STREQ(out, size == 0 ? "untouched" : cut[size - 1]);
+   }
+}
+
+TEST(EscapeText, IsWhatPrintersDoIfAskedFor) {
+   for (const bool asked : {false, true}) {
+      Capture capture(256);
+      if (asked) rtxCtxtSetFlag(&capture.ctxt, RTX_CTXT_ESCAPES);
+      const uint16_t units[] = {'a', '\'', '\\', 10};
+      rtxPrintToStreamCharStr(&capture.ctxt, "n", "a'\n");
+      rtxPrintToStreamCharStr(&capture.ctxt, "n", nullptr);
+      rtxPrintToStreamUnicodeCharStr(&capture.ctxt, "u", units, 4);
+      EXPECT_EQ(capture.take(), asked ? "n = 'a\\'\\n'\nn = '(null)'\nu = 'a\\'\\\\0x000a'\n"
+                                      : "n = 'a'\n'\nn = '(null)'\nu = 'a'\\0x000a'\n");
+   }
 }
 
 } // namespace
