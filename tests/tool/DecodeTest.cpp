@@ -27,7 +27,7 @@ static const std::string kIdentityRequest = R"(PDU {
          secHdrType = noSec
       }
    }
-   msgType = 91
+   msgType = 91 (Identity Request)
    data {
       obj_IdentityRequest5G {
          spare = 0
@@ -52,7 +52,7 @@ TEST(Decode, PrintsEveryFieldOfAnEpsMessage) {
    pti {
       noValue = <null>
    }
-   msgType = 82
+   msgType = 82 (Authentication Request)
    data {
       obj_AuthRequest {
          spare = 0
@@ -152,7 +152,8 @@ TEST(Decode, AChannelDecidesWhatOctetsLeaveOpen) {
    const std::string file = folder.write("x", capture(150, {bytes("0815")}));
    EXPECT_THAT(run("decode --summary --link 150=dcch " + file).text, HasSubstr("USER3  uplink_free"));
    EXPECT_EQ(run("diff --dcch --uplink 062900 062901").text,
-             "- data.obj_AssignmentComplete.rrCause = 0\n+ data.obj_AssignmentComplete.rrCause = 1\n");
+             "- data.obj_AssignmentComplete.rrCause = 0 (normalEvent)\n+ data.obj_AssignmentComplete.rrCause "
+             "= 1 (abnormalUnspec)\n");
 }
 
 // Numbers in rising order behind the bits of each format; nothing behind bits that are none of it.
@@ -202,7 +203,7 @@ PDU {
    pti {
       noValue = <null>
    }
-   msgType = 82
+   msgType = 82 (Authentication Request)
    data {
       obj_AuthRequest {
          spare = 0
@@ -347,7 +348,7 @@ TEST(Decode, OpensShortMessages) {
       SCOPED_TRACE(transport);
       const Result open = run("decode --rp '" + (transport + data) + "'");
       EXPECT_EQ(open.code, 0);
-      EXPECT_THAT(open.text, HasSubstr("      rpMsgType = 2\n      rpMsgRef = 7\n"));
+      EXPECT_THAT(open.text, HasSubstr("      rpMsgType = 2 (rpAckToNet)\n      rpMsgRef = 7\n"));
       EXPECT_THAT(open.text, HasSubstr("      ackToNet {\n"));
    }
    // CP-ACK in one, and another container.

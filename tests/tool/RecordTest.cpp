@@ -28,7 +28,8 @@ TEST(Record, DecodesToAnObjectALine) {
          result.text,
          input +
                R"(\"x\".txt","line":2},"octets":"7e005b01","direction":"downlink","type":"TS24501Msg_PDU",)"
-               R"("name":"IdentityRequest5G","status":"RTX_OK","record":{"protoDiscr":"mobMgmt5G","hdrData":)"
+               R"("name":"IdentityRequest5G","status":"RTX_OK","meanings":{"msgType":"Identity Request"},"record":)"
+               R"({"protoDiscr":"mobMgmt5G","hdrData":)"
                R"({"mm":{"spare1":0,"secHdrType":"noSec"}},"msgType":91,"data":{"obj_IdentityRequest5G":)"
                R"({"spare":0,"identity":{"spare":false,"typeOfIdent":"suci"}}},"eom":null}})"
                "\n" +
@@ -151,7 +152,7 @@ TEST(Record, DrawsOctetsBesideTheirMeaning) {
          result.text,
          R"(     0  07  0000....              l3HdrOpts.skipInd = 0  -- Half octet ahead of the protocol discriminator, TS 24.007, 11.2.3.1
             ....0111              protoDiscr = epsMobMgmt  -- Protocol discriminator, TS 24.007, 11.2.3.1.1
-     1  52  01010010              msgType = 82  -- EPS NAS message: mobility or session management, plain or protected, TS 24.301, 9.1
+     1  52  01010010              msgType = 82 (Authentication Request)  -- EPS NAS message: mobility or session management, plain or protected, TS 24.301, 9.1
      2  06  0000....              data.obj_AuthRequest.spare = 0  -- Authentication request, TS 24.301, 8.2.7
             ....0...              data.obj_AuthRequest.nasKeySetIdent.tsc = false  -- NAS key set identifier, TS 24.301, 9.9.3.21
             .....110              data.obj_AuthRequest.nasKeySetIdent.ident = 6

@@ -1,5 +1,7 @@
 #include "tools/quorva/annotation.h"
 
+#include "tools/quorva/session.h"
+
 #include "quorva/annotate.h"
 
 #include <algorithm>
@@ -16,9 +18,14 @@ constexpr size_t kMostText = 120; // characters of a value on a line
 
 struct Note {
    size_t begin, end; // bits
-   std::string path, kind, text, doc;
+   std::string path, kind, text, doc, meaning = {};
    bool isPart() const { return begin / 8 == (end - 1) / 8 || begin % 8 != 0 || end % 8 != 0; }
 };
+
+// The text of a record is JSON, which has its own escapes.
+std::string shownText(const std::string& text) {
+   return text.starts_with('{') || text.starts_with('[') ? text : shown(text);
+}
 
 // Those of a message. What the decoder passed over, and what is behind its end, has a note too.
 std::vector<Note> notesOf(RtxContext* ctxt, const QuorvaType& type, const void* value) {
@@ -29,8 +36,8 @@ std::vector<Note> notesOf(RtxContext* ctxt, const QuorvaType& type, const void* 
       if (note->bitOffset > behind) all.push_back({behind, note->bitOffset, "", "", "", "not decoded"});
       // What has no bits says nothing.
       if (note->bitCount == 0 || note->bitOffset < behind) return 0;
-      all.push_back({note->bitOffset, note->bitOffset + note->bitCount, note->path, note->kind, note->text,
-                     note->doc});
+      all.push_back({note->bitOffset, note->bitOffset + note->bitCount, note->path, note->kind,
+                     withMeaning(shownText(note->text), note->meaning), note->doc, note->meaning});
       return 0;
    };
    if (quorvaNotes(ctxt, &type, value, take, &notes) == RTX_E_NOMEM) throw std::bad_alloc();
@@ -183,6 +190,29 @@ std::string annotationText(RtxContext* ctxt, const QuorvaType& type, const void*
       }
    }
    return text;
+}
+
+BitNames bitNames(RtxContext* ctxt, const QuorvaType& type, const void* value) {
+   BitNames names;
+   for (const Note& note : notesOf(ctxt, type, value))
+      if (!note.meaning.empty()) names[{note.begin, note.end - note.begin}] = note.text;
+   return names;
+}
+
+std::string withNames(const std::string& listing, const BitNames& names) {
+   std::string result;
+   for (size_t at = 0; at < listing.size();) {
+      const size_t end = std::min(listing.find('\n', at), listing.size() - 1);
+      result.append(listing, at, end - at);
+      // A field's title stands ahead of its numbers.
+      size_t offset = 0, count = 0;
+      if (std::sscanf(listing.c_str() + end + 1, "bit offset: %zu\tbit count: %zu", &offset, &count) == 2)
+         if (const auto found = names.find({offset, count}); found != names.end())
+            result += " = " + found->second;
+      result += '\n';
+      at = end + 1;
+   }
+   return result;
 }
 
 std::string annotationPage(RtxContext* ctxt, const QuorvaType& type, const void* value,

@@ -9,6 +9,7 @@
 #include "tools/quorva/statusName.h"
 
 #include "quorva/rtxDiag.h"
+#include "quorva/rtxError.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -28,7 +29,7 @@ void show(std::string_view text) {
 
 void complain(const Message& message, const std::string& text) {
    std::fflush(stdout);
-   std::fprintf(stderr, "quorva: %s: %s\n", message.origin().c_str(), text.c_str());
+   std::fprintf(stderr, "quorva: %s: %s\n", shown(message.origin()).c_str(), shown(text).c_str());
 }
 
 // What the messages of a terminal have in common: the ends of their connection, in either direction, and its
@@ -145,7 +146,8 @@ bool Decoding::decodeInner(const Given& given, const InnerMessage& inner) {
 // session management begins with, nothing is told: it has to be right to its end.
 bool Decoding::isMessage(const Given& given, Octets octets, int status) {
    const SecurityHeader& header = given.protection.header;
-   if (status >= 0) return true;
+   // Of a message given by itself the code was checked, and what is wrong is told.
+   if (status >= 0 || (given.protection.alone && status == RTX_E_MAC_MISMATCH)) return true;
    if (octets.size() <= header.size) return false;
    const Octets message = octets.subspan(header.size);
    const bool begins = header.fiveG ? message[0] == 0x7E || message[0] == 0x2E : message[0] == 0x07;
@@ -163,6 +165,14 @@ bool Decoding::opens(const Given& given) {
    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
    const int status = given.type.decode(ctxt, value.get());
    return isMessage(given, octets, statusOf(ctxt, status, given.protection.macChecked()));
+}
+
+// Has a message whose code is right been deciphered to none?
+bool Decoding::doubtsKey(const Given& given, const RtxContext* ctxt, int status) {
+   const Protection& protection = given.protection;
+   return status == RTX_E_BAD_CHOICE && rtxErrGetErrorCnt(ctxt) == 1 && protection.header.ciphered &&
+          protection.keys != nullptr && protection.keys->integrityKey && protection.keys->cipherKey &&
+          !protection.taken && !protection.closed && !protection.doubtful && openNames(ctxt).size() <= 2;
 }
 
 bool Decoding::decodeTraced(const Given& given) {
@@ -192,6 +202,11 @@ bool Decoding::decodeTraced(const Given& given) {
       if (other.protection.closed) return decodeTraced(other);
    }
 
+   if (doubtsKey(given, ctxt, status)) {
+      Given told = given;
+      told.protection.doubtful = true;
+      return decodeTraced(told);
+   }
    const bool macChecked = given.protection.macChecked();
    const Stop stop = stopOf(given.type, ctxt, status, macChecked);
    bool good = status >= 0;
@@ -212,8 +227,10 @@ bool Decoding::decodeTraced(const Given& given) {
    }
    if (good) showEnd(given.type, ctxt, octets.size());
    if (options_.trace) {
+      // The listing moves the fields that it has shown.
+      const auto names = bitNames(ctxt, given.type, value.get());
       rtxDiagBitTracePrint(ctxt->bitFields, "");
-      show("\n" + session.takeText());
+      show("\n" + withNames(session.takeText(), names));
    }
    if (!options_.htmlFile.empty()) good = writePage(given, ctxt) && good;
    if (!options_.annotationFile.empty()) good = writeAnnotation(given, ctxt, value.get()) && good;

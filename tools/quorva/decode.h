@@ -44,6 +44,7 @@ private:
    bool decodeTraced(const Given& given);
    bool isMessage(const Given& given, Octets octets, int status);
    bool opens(const Given& given);
+   static bool doubtsKey(const Given& given, const RtxContext* ctxt, int status);
    bool decodeInner(const Given& given, const struct InnerMessage& inner);
    void showHead(const Given& given, Octets octets, int status);
    void showEnd(const QuorvaType& type, const RtxContext* ctxt, size_t size);

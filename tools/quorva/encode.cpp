@@ -229,7 +229,7 @@ Leaves leavesOf(const DecodeOptions& options, const Message& message) {
       return leaves;
    }
    const auto take = [](void* user, const QuorvaItem* item) {
-      static_cast<Leaves*>(user)->emplace_back(item->path, item->text);
+      static_cast<Leaves*>(user)->emplace_back(item->path, withMeaning(shown(item->text), item->meaning));
       return 0;
    };
    const QuorvaVisitor visitor = {nullptr, take, nullptr, &leaves};

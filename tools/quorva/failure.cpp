@@ -120,7 +120,7 @@ std::string failureText(const RtxContext* ctxt, int status, const Stop& stop, bo
                     std::strtoul(parameters[1].c_str(), nullptr, 10));
       text += line;
    }
-   if (!parameters.empty()) text += "   parameters: " + joined(parameters, ", ") + "\n";
+   if (!parameters.empty()) text += "   parameters: " + shown(joined(parameters, ", ")) + "\n";
    if (stop.early) {
       // A length may have moved the cursor behind the end.
       text +=

@@ -1,5 +1,7 @@
 #include "tools/quorva/headline.h"
 
+#include "tools/quorva/session.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
@@ -41,7 +43,7 @@ std::string Headlines::timeOf(const capture::Frame& frame) {
 }
 
 std::string Headlines::of(const Message& message) {
-   if (message.frame == nullptr) return message.origin();
+   if (message.frame == nullptr) return shown(message.origin());
    const capture::Frame& frame = *message.frame;
    std::string line = "frame " + std::to_string(frame.number) + "  " + timeOf(frame);
    const capture::Finding* finding = message.finding;
@@ -54,7 +56,7 @@ std::string Headlines::of(const Message& message) {
    return line + "  " + finding->carrier;
 }
 
-std::string securityRemark(const Protection& protection) {
+static std::string macText(const Protection& protection) {
    std::string text;
    switch (protection.mac) {
    case Protection::Mac::none: return text;
@@ -67,17 +69,29 @@ std::string securityRemark(const Protection& protection) {
       text += ", COUNT " + std::to_string(protection.count);
       if (!protection.keys->name.empty()) text += ", keys of " + protection.keys->name;
    }
-   if (!protection.closed) {
-      if (!protection.taken) return text;
-      return text + (protection.cipher == uint8_t{0} ? ", null-ciphered" : ", taken as null-ciphered");
-   }
-   const std::string letter = protection.header.fiveG ? "n" : "e";
+   return text;
+}
+
+static std::string closedText(const Protection& protection) {
+   const bool fiveG = protection.header.fiveG;
+   const std::string option = fiveG ? "--nea" : "--eea";
+   if (protection.alone) return ", ciphered; give " + option + "2 or " + option + '0';
    const unsigned number = protection.cipher.value_or(2);
    if (number < 1 || number > 3)
-      return text + ", ciphered by " + (protection.header.fiveG ? "5G-EA" : "EEA") + std::to_string(number) +
+      return std::string(", ciphered by ") + (fiveG ? "5G-EA" : "EEA") + std::to_string(number) +
              ", which the library does not have";
-   return text + ", ciphered: opened by --" + letter + "ea" + std::to_string(number) + " KEY or --keys FILE" +
-          (protection.cipher ? "" : ", by --" + letter + "ea0 if with the null algorithm");
+   return ", ciphered: opened by " + option + std::to_string(number) + " KEY or --keys FILE" +
+          (protection.cipher ? "" : ", by " + option + "0 if with the null algorithm");
+}
+
+std::string securityRemark(const Protection& protection) {
+   const std::string text = protection.doubtful && protection.alone ? "MAC right" : macText(protection);
+   // Of a message given by itself the status tells the rest.
+   if (text.empty() || (protection.alone && !protection.closed && !protection.doubtful)) return {};
+   if (protection.doubtful) return text + ", ciphering key doubtful";
+   if (protection.closed) return text + closedText(protection);
+   if (!protection.taken) return text;
+   return text + (protection.cipher == uint8_t{0} ? ", null-ciphered" : ", taken as null-ciphered");
 }
 
 // Where the message type stands, which of its bits count, and the discriminator ahead of it.

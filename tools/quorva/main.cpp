@@ -208,6 +208,11 @@ static void addSecurity(CLI::App& command, SecurityOptions& security) {
          ->allow_extra_args(false);
 }
 
+static void addRaw(CLI::App& command) {
+   command.add_flag_callback("--raw", [] { Session::reading = 0; })
+         ->description("Show texts octet by octet as they came, and numbers without their names");
+}
+
 // The one message that is given by an argument: octets, or a file.
 static Message onlyMessage(const std::string& argument) {
    InputOptions input;
@@ -288,6 +293,7 @@ static int run(int argc, char** argv) {
                       "Write a page where octets and fields point at each other")
          ->type_name("FILE");
    decode->add_flag("--rp", options.openRP, "Open short messages: the user data of CP-DATA as RP message");
+   addRaw(*decode);
    addSecurity(*decode, options.security);
 
    EncodeOptions encoding;
@@ -309,6 +315,7 @@ static int run(int argc, char** argv) {
          ->type_name("HEX|FILE");
    diff->add_option("second", sides[1], "The other one")->required()->type_name("HEX|FILE");
    addProtocols(*diff, compared.type);
+   addRaw(*diff);
    addSecurity(*diff, compared.security);
 
    std::string pattern = "*";
@@ -322,6 +329,7 @@ static int run(int argc, char** argv) {
    std::string name;
    CLI::App* sample = app.add_subcommand("sample", "Show a sample value: its octets and its text");
    sample->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
+   addRaw(*sample);
    CLI::App* explain = app.add_subcommand("explain", "Draw a type as the octets on the wire");
    explain->add_option("type", name, "Name of the type")->required()->type_name("TYPE");
    std::string statusSought;

@@ -28,18 +28,6 @@ std::string inputText(const Message& message) {
    return text + "}";
 }
 
-// What would end a column or a line.
-void appendColumn(std::string& line, std::string_view text) {
-   for (const char c : text) {
-      const std::string_view special = "\t\n\r\\";
-      const size_t at = special.find(c);
-      if (at == std::string_view::npos)
-         line += c;
-      else
-         (line += '\\') += "tnr\\"[at];
-   }
-}
-
 std::string textOf(const QuorvaItem& item) {
    if (item.kind > QUORVA_CHOICE) return item.text;
    return item.type == nullptr ? std::string() : jsonOf(*item.type, item.data);
@@ -72,6 +60,20 @@ int search(void* user, const QuorvaItem* item) {
    return 0;
 }
 
+// Numbers of a record that mean something, by their paths: an object as a member, or nothing.
+std::string meaningsOf(const Decoded& decoded) {
+   std::string text;
+   const auto take = [](void* user, const QuorvaItem* item) {
+      auto& all = *static_cast<std::string*>(user);
+      if (*item->meaning != 0)
+         all += (all.empty() ? ",\"meanings\":{" : ",") + quoted(item->path) + ':' + quoted(item->meaning);
+      return 0;
+   };
+   const QuorvaVisitor visitor = {nullptr, take, nullptr, &text};
+   quorvaVisit(decoded.ctxt, &decoded.type, decoded.value, &visitor);
+   return text.empty() ? text : text + '}';
+}
+
 } // namespace
 
 std::string jsonLine(const Decoded& decoded, const std::string& name) {
@@ -97,7 +99,8 @@ std::string jsonLine(const Decoded& decoded, const std::string& name) {
    } else if (decoded.ctxt->bufByteIndex < decoded.clear.size()) {
       line += ",\"leftOver\":" + std::to_string(decoded.clear.size() - decoded.ctxt->bufByteIndex);
    }
-   if (!decoded.stop.early) line += ",\"record\":" + jsonOf(decoded.type, decoded.value);
+   if (!decoded.stop.early)
+      line += meaningsOf(decoded) + ",\"record\":" + jsonOf(decoded.type, decoded.value);
    return line + "}\n";
 }
 
@@ -115,12 +118,12 @@ std::string columnsLine(const Decoded& decoded, const std::vector<std::string>& 
          wanted.suffix = path.substr(2);
          const QuorvaVisitor visitor = {search, search, nullptr, &wanted};
          quorvaVisit(decoded.ctxt, &decoded.type, decoded.value, &visitor);
-         appendColumn(line, wanted.found);
+         line += shown(wanted.found);
          continue;
       }
       QuorvaItem item;
       const int status = quorvaGet(decoded.ctxt, &decoded.type, decoded.value, path.c_str(), &item);
-      if (status == 0) appendColumn(line, textOf(item));
+      if (status == 0) line += shown(textOf(item));
    }
    return line + "\n";
 }

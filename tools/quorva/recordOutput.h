@@ -35,7 +35,7 @@ std::string jsonLine(const Message& message, const std::string& why);
 
 // Texts of fields with tabs between them; empty ones for what is not there. A path that begins with "**." is
 // looked for at any depth, and several texts have commas between them. What would end a column or a line is
-// \t, \n, \r or \\.
+// escaped.
 std::string columnsLine(const Decoded& decoded, const std::vector<std::string>& paths);
 
 } // namespace quorva::tool

@@ -92,6 +92,13 @@ Protection Security::protect(Octets octets) {
    if (!exact) protection.count = countBehind(next, protection.header);
    own.next[way] = protection.count + 1;
    own.started[way] = true;
+   protection.alone = true;
+   const Keys& keys = own.keys;
+   if (protection.header.ciphered && !keys.cipherKey && !keys.nullCipher) {
+      // Without a key it is readable only if the null algorithm was at work.
+      protection.mayBeNull = protection.taken = true;
+      protection.mac = macFits(keys, octets, protection) ? Protection::Mac::right : Protection::Mac::wrong;
+   }
    return protection;
 }
 

@@ -42,6 +42,8 @@ struct Protection {
    bool mayBeNull = false;
    bool taken = false;            // as null-ciphered: no cipher key is used
    bool closed = false;           // it is decoded to the end of its header alone
+   bool alone = false;            // it was given by itself
+   bool doubtful = false;         // the code is right, and no message came out of it
    std::optional<uint8_t> cipher; // algorithm, where a Security Mode Command of the capture tells it
 };
 

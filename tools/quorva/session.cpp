@@ -22,7 +22,7 @@ Session::Session(std::FILE* out) {
    const bool ready = out != nullptr && rtxInitContextExt(&ctxt_, zeroedMemory, nullptr, std::free) >= 0;
    if (ready && rtCtxtInitASN1Info(&ctxt_) >= 0 &&
        rtxSetPrintStream(&ctxt_, rtxPrintStreamToFileCB, out) >= 0) {
-      rtxCtxtSetFlag(&ctxt_, mode);
+      rtxCtxtSetFlag(&ctxt_, mode | reading);
       ctxt_.protocolRelease = release;
       flags_ = ctxt_.flags;
       return;
@@ -62,6 +62,21 @@ bool Session::startTrace() {
    rtxDiagBitFieldListInit(&ctxt_, list);
    ctxt_.bitFields = list;
    return true;
+}
+
+std::string shown(std::string_view text) {
+   std::string result(text);
+   if ((Session::reading & RTX_CTXT_ESCAPES) == 0) return result;
+   const size_t size = quorvaEscapeText(text.data(), text.size(), 0, nullptr, 0);
+   if (size == text.size()) return result; // nothing gets shorter
+   result.resize(size);
+   quorvaEscapeText(text.data(), text.size(), 0, result.data(), size + 1);
+   return result;
+}
+
+std::string withMeaning(std::string text, std::string_view meaning) {
+   if (meaning.empty() || (Session::reading & RTX_CTXT_NAMES) == 0) return text;
+   return text.append(" (").append(meaning) += ')';
 }
 
 bool isType(const QuorvaType& type, std::string_view name) {

@@ -21,6 +21,9 @@ public:
    // The release that decoders know, 0 for the newest.
    static inline uint16_t release = 0;
 
+   // Names beside plain numbers and texts that can't pass for anything else, or the library's own text?
+   static inline uint32_t reading = RTX_CTXT_NAMES | RTX_CTXT_ESCAPES;
+
    // Printed text goes to a file; without one it is collected. Throws std::bad_alloc.
    explicit Session(std::FILE* out = nullptr);
    ~Session();
@@ -59,6 +62,12 @@ public:
 private:
    std::vector<std::max_align_t> memory_;
 };
+
+// A text from a message, a file or a command line as it is shown: see quorvaEscapeText.
+std::string shown(std::string_view text);
+
+// A number's digits with what it means, as the library prints it: "82 (Authentication Request)".
+std::string withMeaning(std::string text, std::string_view meaning);
 
 bool isType(const QuorvaType& type, std::string_view name);
 
