@@ -83,11 +83,13 @@ private:
       if (led) {
          line(std::string("{ ") + (field.truncatable ? "null | " : "") + absent + " | " + there);
          ++depth_;
+      } else if (field.when) {
+         open("{ if (" + spelled(*field.when) + ")");
       } else if (field.optional || field.guarded) {
          open("{ null |");
       }
       contents(field);
-      if (led || field.optional || field.guarded) close("}");
+      if (led || field.when || field.optional || field.guarded) close("}");
    }
 
    void named(const std::string& name, const std::string& what) { line("< " + name + " : " + what + " >"); }

@@ -30,7 +30,9 @@ public:
                  "clears what says what is there, and leaves other values as they are; an encoder writes",
                  "whatever stands in them. A bit `xPresent` tells that x is there. Where members have a bit",
                  "`groupNPresent` ahead of theirs, both have to be set: without that of the group the member",
-                 "is not encoded, with status 0. quorvaSet sets both.",
+                 "is not encoded, with status 0, unless the context asks for RTX_CTXT_STANDARD. quorvaSet "
+                 "sets",
+                 "both.",
            })
          w_.line(std::string(" * ") + line);
       w_.line(" */");

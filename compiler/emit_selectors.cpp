@@ -215,9 +215,11 @@ private:
       }
       block(word == "t" ? "Selectors `t` of " + place + "." : "Values of `" + word + "` for " + place + ".",
             rows);
-      for (auto& arm : field.arms)
-         if (arm.field->kind == Kind::Group)
-            fields(arm.field->fields, nullptr, place + '_' + cName(arm.field->name));
+      for (auto& arm : field.arms) {
+         const std::string inner = place + '_' + cName(arm.field->name);
+         if (arm.field->kind == Kind::Group) fields(arm.field->fields, nullptr, inner);
+         if (arm.field->kind == Kind::Choice) choice(*arm.field, inner);
+      }
    }
 
    // Arms that the standard form alone has.

@@ -37,6 +37,12 @@ namespace {
 using Fields = std::vector<std::unique_ptr<Field>>;
 using Table = std::vector<std::vector<std::string>>;
 
+// The type as its octets have it, behind aliases.
+const Type* drawn(const Type* type) {
+   type = withoutAliases(type);
+   return type != nullptr && type->figure ? type->figure.get() : type;
+}
+
 std::string text(uint64_t value) {
    return std::to_string(value);
 }
@@ -111,7 +117,7 @@ public:
       const unsigned length = lengthBits(type);
       if (length >= 8) {
          figure_.bits("IEI", 8, false);
-         figure_.bits("length" + range(type.bounds, ""), length, false);
+         figure_.bits("length" + range(octetsOf(type), ""), length, false);
       }
       const Width width = widthOf(type);
       if (type.kind == TypeKind::Octets && type.count)
@@ -126,6 +132,18 @@ public:
    }
 
 private:
+   // Bounds of the length: those of a list are of its entries.
+   static Bounds octetsOf(const Type& type) {
+      if (type.kind != TypeKind::List) return type.bounds;
+      const Type* entry = drawn(type.base.type);
+      const Width width = entry ? widthOf(*entry) : Width{type.bits, type.bits, false};
+      Bounds octets;
+      if (!width.fixed() || width.low % 8 != 0) return octets;
+      if (type.bounds.low) octets.low = *type.bounds.low * width.low / 8;
+      if (type.bounds.high) octets.high = *type.bounds.high * width.low / 8;
+      return octets;
+   }
+
    void fields(const Fields& fields, bool optional) {
       for (auto& field : fields) one(*field, optional);
    }
@@ -182,7 +200,7 @@ private:
 
    // Small records are shown by their fields, as the standards do.
    void named(const Field& field, bool optional) {
-      const Type* type = withoutAliases(field.type.type);
+      const Type* type = drawn(field.type.type);
       if (!type) return figure_.open({typed(field)}, optional);
       const Width width = widthOf(*type);
       const bool choice = std::any_of(type->fields.begin(), type->fields.end(),
@@ -247,7 +265,13 @@ private:
          const bool first = inner == field.fields.front();
          if (!first && !figure_.loose()) figure_.label(number + letter++);
          figure_.bits("ext", 1, optional || !first || inner->optional);
-         one(*inner, optional || !first);
+         const Type* list = drawn(inner->type.type);
+         if (list != nullptr && list->kind == TypeKind::List && !figure_.loose()) { // an octet an entry
+            figure_.label((first ? number : number + static_cast<char>(letter - 1)) + " etc.");
+            figure_.bits(typed(*inner) + ", repeated", 7, optional || !first || inner->optional);
+         } else {
+            one(*inner, optional || !first);
+         }
          figure_.label("");
       }
    }
@@ -278,8 +302,9 @@ std::string printed(const Table& table) {
 // The class on the wire: of the type behind a name, or what the description says.
 Class classOf(const Field& field) {
    if (field.cls != Class::V) return field.cls;
+   if (field.bareBits) return field.bareBits == 16 ? Class::LVE : Class::LV;
    if (field.kind == Kind::Counted) return field.bits == 16 ? Class::LVE : Class::LV;
-   const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+   const Type* type = field.kind == Kind::Named ? drawn(field.type.type) : nullptr;
    return type ? classOnWire(*type) : Class::V;
 }
 
@@ -297,7 +322,7 @@ std::string formatOf(const Field& field) {
 std::string lengthOf(const Field& field) {
    if (field.present || field.ieiBits == 4) return "1";
    const uint64_t lead = field.ieiBits ? 1 : 0;
-   const Type* type = field.kind == Kind::Named ? withoutAliases(field.type.type) : nullptr;
+   const Type* type = field.kind == Kind::Named ? drawn(field.type.type) : nullptr;
    if (type && type->cls != Class::V && !type->bare) {
       const uint64_t octets = lead + (lengthBits(*type) + 7) / 8;
       const uint64_t low = octets + type->bounds.low.value_or(0);
@@ -323,7 +348,15 @@ std::string ieiOf(const Field& field) {
 void elements(const Fields& fields, bool groups, Table& table) {
    for (auto& field : fields) {
       if (field->onlyOnWire()) {
+         const size_t first = table.size();
          elements(field->fields, groups, table);
+         if (field->kind == Kind::Swap) // the upper half octet comes first
+            std::reverse(table.begin() + static_cast<std::ptrdiff_t>(first), table.end());
+         continue;
+      }
+      if (field->kind == Kind::Choice && field->name.empty()) {
+         for (const Arm& arm : field->arms)
+            table.push_back({"", arm.field->name, arm.field->type.name, "C", "V", "0-n"});
          continue;
       }
       const std::string type = field->kind == Kind::Named ? field->type.name
@@ -379,6 +412,7 @@ std::string messages(const Type& pdu) {
 } // namespace
 
 std::string explain(const Type& type) {
+   if (type.figure) return explain(*type.figure);
    if (type.structure) return csn1(type);
    switch (type.kind) {
    case TypeKind::Record: return Explainer().element(type) + values(type.fields);

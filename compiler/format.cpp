@@ -142,7 +142,7 @@ private:
    Body bodyOf(const std::vector<Token>& tokens, size_t item, size_t at) {
       if (!opensFields(tokens, at)) return Body::Expression;
       if (stack_.empty()) {
-         declaration_ = tokens[0].text;
+         declaration_ = tokens[isWord(tokens[0], "figure") && tokens.size() > 1 ? 1 : 0].text;
          const bool list = tokens.size() > 2 && isSign(tokens[2], "*"); // of structures
          if (declaration_ == "enum" || (declaration_ == "type" && !list)) return Body::Rows;
          if (declaration_ == "table") return Body::Table;

@@ -238,6 +238,7 @@ struct Type {
    std::unique_ptr<Type> standard;
    const Type* original = nullptr; // of a standard form the type itself
    bool widens = false;            // its standard form differs by wider bounds alone
+   std::unique_ptr<Type> figure;   // custom: what its octets look like, where its fields don't tell
    struct Module* module = nullptr;
    bool placed = false;          // by place
    Type* owner = nullptr;        // by place: the structure around

@@ -167,6 +167,14 @@ void Reader::run() {
    }
    fillTables();
    fillNames();
+   for (auto& figure : figures_) {
+      Type* type = const_cast<Type*>(module_->find(figure->name));
+      if (type != nullptr && type->custom && type->figure == nullptr)
+         type->figure = std::move(figure);
+      else
+         diagnostics_.error(UnknownType, figure->pos,
+                            "No type by hand called `" + figure->name + "` is here that has no figure yet.");
+   }
 }
 
 void Reader::moduleLine() {
@@ -211,6 +219,8 @@ void Reader::declaration() {
          {"pdu", {TypeKind::Pdu, &Reader::pdu}},
    };
    if (atWord("table")) return table();
+   const bool figure = atWord("figure");
+   if (figure) take();
    if (atWord("test")) return test();
    for (auto& [word, head] : heads) {
       if (!atWord(word)) continue;
@@ -219,13 +229,14 @@ void Reader::declaration() {
       // The type joins the module at once, so that later errors don't make it unknown too.
       Pos pos = peek().pos;
       std::string name = expectWord("the type's name");
-      Type& type = *module_->types.emplace_back(std::make_unique<Type>());
+      auto& types = figure ? figures_ : module_->types;
+      Type& type = *types.emplace_back(std::make_unique<Type>());
       type.pos = pos;
       type.name = name;
       type.kind = head.first;
       type.doc = doc;
       type.module = module_;
-      module_->byName.emplace(name, &type);
+      if (!figure) module_->byName.emplace(name, &type);
       const size_t begin = at_;
       departs_ = recoded_ = false;
       (this->*head.second)(type);
@@ -252,7 +263,7 @@ void Reader::declaration() {
    diagnostics_.error(NoDeclaration, peek().pos,
                       "`" + peek().text +
                             "` doesn't begin a declaration (enum, type, element, structure, message, pdu, "
-                            "table, test).");
+                            "figure, table, test).");
    throw SyntaxError{};
 }
 

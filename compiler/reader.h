@@ -125,6 +125,7 @@ private:
    int lastLine_ = 0;      // of the last token taken
    Module* module_ = nullptr;
    std::vector<Table> tables_;
+   std::vector<std::unique_ptr<Type>> figures_; // of types by hand
 
    // Guards the recursion against hostile depth.
    class Deeper {

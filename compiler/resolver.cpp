@@ -74,6 +74,7 @@ private:
          for (auto& type : module->types) {
             visit(*type);
             if (type->standard) visit(*type->standard);
+            if (type->figure) visit(*type->figure);
          }
    }
 

@@ -123,6 +123,7 @@ Width compute(const Type& type, Known& known) {
 }
 
 Width of(const Type& type, Known& known) {
+   if (type.figure) return of(*type.figure, known);
    auto [place, fresh] = known.emplace(&type, anything());
    if (fresh) {
       const Width width = compute(type, known);

@@ -109,6 +109,32 @@ B1   mark           O         T       1       1
 )");
 }
 
+TEST(Explain, TypesByHandAsTheirFiguresSay) {
+   // The record has a count and the octets a length; a list's length counts octets.
+   EXPECT_EQ(explained("type L* [1..15] bare LV D but custom\nelement D V but custom { n 8 }\n"
+                       "figure element D V { high 4, low 4, rest 16 }",
+                       "L"),
+             R"(
+    8       7       6       5       4       3       2       1
++---------------------------------------------------------------+
+|                              IEI                              | octet 1
++---------------------------------------------------------------+
+|                       length (3 to 45)                        | octet 2
++---------------------------------------------------------------+
+|                       D (1 to 15 times)                       | octets 3 to n
++---------------------------------------------------------------+
+)");
+   EXPECT_EQ(
+         explained("message X but custom { swap ( a 4, b 4 ), c L }\nelement L bare LV but custom { n 8 }\n"
+                   "figure element L LV [0..3] { one? 8, two? 16 }"),
+         R"(
+IEI  Element  Type  Presence  Format  Length
+     b              M         V       1/2
+     a              M         V       1/2
+     c        L     M         LV      1-4
+)");
+}
+
 TEST(Explain, ValuesAndPdu) {
    EXPECT_EQ(explained("enum X 3 { no 0, yes 5 }"), R"(
     8       7       6       5       4       3       2       1

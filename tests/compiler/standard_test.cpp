@@ -94,7 +94,6 @@ struct Tables {
 struct Element {
    const Field* field;
    Row row;
-   bool lower = false; // the next one goes ahead of it on the wire
 };
 
 void elementsOf(const std::vector<std::unique_ptr<Field>>& fields, std::vector<Element>& all) {
@@ -102,7 +101,7 @@ void elementsOf(const std::vector<std::unique_ptr<Field>>& fields, std::vector<E
       if (field->onlyOnWire()) {
          const size_t first = all.size();
          elementsOf(field->fields, all);
-         all[first].lower = field->kind == Kind::Swap;
+         if (field->kind == Kind::Swap) std::swap(all[first], all[first + 1]);
       } else {
          all.push_back({field.get(), {}});
       }
@@ -112,7 +111,8 @@ std::vector<Element> elementsOf(const Type& message) {
    if (message.kind == TypeKind::OneElement && message.base.type->kind == TypeKind::Message)
       return elementsOf(*message.base.type);
    std::vector<Element> all;
-   if (message.kind == TypeKind::Message) elementsOf(message.fields, all);
+   if (message.kind == TypeKind::Message)
+      elementsOf(message.figure ? message.figure->fields : message.fields, all);
    std::istringstream lines(explain(message));
    std::string head, line;
    std::getline(lines, head);
@@ -132,14 +132,10 @@ std::vector<Element> elementsOf(const Type& message) {
    // the half octet of a row below.
    const auto half = [](const Element& e) { return e.row[5] == "1/2" && e.row[0] == "-"; };
    const auto spare = [&](const Element& e) { return half(e) && e.row[1].rfind("spare", 0) == 0; };
-   std::vector<Element> wire = all;
-   for (size_t i = 0; i + 1 < wire.size(); ++i)
-      if (wire[i].lower) std::swap(wire[i], wire[i + 1]), ++i;
    bool lower = false;
-   for (size_t i = 0; i < wire.size(); ++i) {
-      EXPECT_TRUE(!spare(wire[i]) ||
-                  (!lower && i + 1 < wire.size() && half(wire[i + 1]) && !spare(wire[i + 1])));
-      lower = half(wire[i]) && !lower;
+   for (size_t i = 0; i < all.size(); ++i) {
+      EXPECT_TRUE(!spare(all[i]) || (!lower && i + 1 < all.size() && half(all[i + 1]) && !spare(all[i + 1])));
+      lower = half(all[i]) && !lower;
    }
    all.erase(std::remove_if(all.begin(), all.end(), spare), all.end());
    return all;
