@@ -109,7 +109,7 @@ private:
             w_.line("static constexpr auto shortDecodeIn = &::shortDecIn_" + base + ";");
          }
       }
-      if (type.custom || type.kind == TypeKind::Pdu) {
+      if (type.custom || type.kind == TypeKind::Pdu || type.kind == TypeKind::Text) {
          w_.open("static int encodeByRows(RtxContext* pctxt, void* value) {");
          w_.line("return quorva::walk::encode(pctxt, " + tableArguments(type) + ", value);");
          w_.close();

@@ -199,6 +199,56 @@ L3_INLINE static int decode_TS24501IE_MobileIdentity(Coder& d, TS24501IE_MobileI
 }
 L3_DECODER(TS24501IE_MobileIdentity, (TS24501IE_MobileIdentity * pvalue), (pvalue))
 
+// Geographical area: the type of its shape and the shape, which by the standard has no count of its own.
+namespace {
+
+// Octets behind the first one, by its upper half; the types without are reserved. TS 23.032, 7.3.
+constexpr uint8_t kShapeOctets[16] = {6, 7, 0, 10, 0, 0, 0, 0, 8, 13, 12, 12, 17};
+constexpr unsigned kPolygon = 5; // its lower half tells of how many points
+
+unsigned shapeOctets(uint8_t type) {
+   return type >> 4 == kPolygon ? 6u * (type & 15u) : kShapeOctets[type >> 4];
+}
+
+template <class Coder>
+int encode_TS24501IE_AreaDescriptions(Coder& e, TS24501IE_AreaDescriptions* pvalue) {
+   L3_TRY(e.begin("AreaDescriptions"));
+   L3_TRY(e.fields(integer<8>("shapeType", pvalue->shapeType)));
+   if (!e.standard()) {
+      L3_TRY(e.template item<quorva::type::TS24501IE_AreaDescriptions_shapeDesc>("shapeDesc",
+                                                                                 &pvalue->shapeDesc));
+      return e.done();
+   }
+   const unsigned numocts = shapeOctets(pvalue->shapeType);
+   L3_TRY(e.push("shapeDesc"));
+   if (numocts == 0 || numocts != pvalue->shapeDesc.numocts) return e.badBound(pvalue->shapeDesc.numocts);
+   e.pop();
+   L3_TRY(e.sized("shapeDesc", numocts, pvalue->shapeDesc));
+   return e.done();
+}
+
+template <class Coder>
+int decode_TS24501IE_AreaDescriptions(Coder& d, TS24501IE_AreaDescriptions* pvalue) {
+   L3_TRY(d.begin("AreaDescriptions"));
+   L3_TRY(d.fields(integer<8>("shapeType", pvalue->shapeType)));
+   if (!d.standard()) {
+      L3_TRY(d.template item<quorva::type::TS24501IE_AreaDescriptions_shapeDesc>("shapeDesc",
+                                                                                 &pvalue->shapeDesc));
+      return d.done();
+   }
+   const unsigned numocts = shapeOctets(pvalue->shapeType);
+   L3_TRY(d.push("shapeDesc"));
+   if (numocts == 0) return d.badBound(pvalue->shapeType);
+   d.pop();
+   L3_TRY(d.sized("shapeDesc", numocts, pvalue->shapeDesc, Limits{}));
+   return d.done();
+}
+
+} // namespace
+
+L3_ENCODER(TS24501IE_AreaDescriptions, (TS24501IE_AreaDescriptions * pvalue), (pvalue))
+L3_DECODER(TS24501IE_AreaDescriptions, (TS24501IE_AreaDescriptions * pvalue), (pvalue))
+
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.
 int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {

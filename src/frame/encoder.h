@@ -162,6 +162,8 @@ private:
       return encode_##TYPE(e, L3_BARE ARGUMENTS);                                                            \
    }                                                                                                         \
    int NASEnc_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                                \
+      if (quorva::frame::isUntested(pctxt)) [[unlikely]]                                                     \
+         return quorva::frame::encodeByRows<quorva::type::TYPE>(pctxt, L3_BARE ARGUMENTS);                   \
       if (quorva::frame::encodeShort<quorva::type::TYPE>(pctxt, L3_BARE ARGUMENTS))                          \
          return quorva::frame::Codec(pctxt).done();                                                          \
       return fullEnc_##TYPE(pctxt, L3_BARE ARGUMENTS);                                                       \
