@@ -31,7 +31,11 @@ private:
          countAndEntries("pvalue->", type.storage.heap);
       } else if (!isPlain(type)) {
          record(type.fields, "pvalue->");
-         if (!appendedFields(type).empty()) w_.line("pvalue->standard = {};");
+         // Not the whole of it, which default mode never reads and which lies far from all else.
+         const auto appended = appendedFields(type);
+         if (!appended.empty()) w_.line("pvalue->standard.m = {};");
+         for (const Field* field : appended)
+            if (field->appended) one(*field, "pvalue->standard.");
       } else { // plain values alone
          w_.line("*pvalue = {};");
       }
