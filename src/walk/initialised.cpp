@@ -177,8 +177,13 @@ private:
       if (entries == nullptr) return 0;
       for (uint64_t i = 0; i < times; ++i) {
          if (named_) L3_TRY(pushIndex(i));
-         L3_TRY(contents({at.module, at.type, entries + i * row.stride, at.outer}, entry,
-                         at.module.wires[row.first]));
+         uint8_t* place = entries + i * row.stride;
+         if (entry.kind == Kind::Nested) {
+            const Module& module = *modules[entry.module];
+            L3_TRY(type(module, module.types[entry.index], place, at.outer));
+         } else {
+            L3_TRY(contents({at.module, at.type, place, at.outer}, entry, at.module.wires[row.first]));
+         }
          if (named_) popIndex(i);
       }
       return 0;
