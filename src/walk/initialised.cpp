@@ -33,9 +33,10 @@ bool endsClear(const uint8_t* bits, unsigned octets, unsigned used) {
 }
 
 // One pass for the verdict, and another one with names for the path of what fails.
+template <bool Named>
 class Test : public frame::Codec {
 public:
-   Test(RtxContext* ctxt, bool named) : Codec(ctxt), named_(named) {}
+   using Codec::Codec;
 
    int type(const Module& module, const Type& itself, uint8_t* value, uint64_t outer = kNoOuter) {
       const Type& type = formOf(ctxt_, module, itself);
@@ -44,7 +45,10 @@ public:
          return this->type(other, other.types[type.first], value, outer);
       }
       if (type.form == Form::Empty || depth_ == kDeepest) return 0;
-      if (!endsClear(value + type.presenceOffset, type.presenceOctets, type.presenceBits) ||
+      if (type.presenceOctets != 0 &&
+          !endsClear(value + type.presenceOffset, type.presenceOctets, type.presenceBits))
+         return refused(RTX_E_NOT_INIT);
+      if (type.appendixOctets != 0 &&
           !endsClear(value + type.appendixOffset, type.appendixOctets, type.appendixBits))
          return refused(RTX_E_NOT_INIT);
       if (type.lengthBits != 0 && (type.flags & kBare) == 0)
@@ -69,13 +73,13 @@ private:
       }
    };
 
-   int refused(int status) { return named_ ? failed(status) : status; }
+   int refused(int status) { return Named ? failed(status) : status; }
    int fits(uint64_t number, unsigned bits, int status = RTX_E_CONSTRAINT) {
       return bits == 0 || bits >= 64 || number >> bits == 0 ? 0 : refused(status);
    }
-   int named(const char* name) { return named_ ? push(name) : 0; }
+   int named(const char* name) { return Named ? push(name) : 0; }
    void unnamed() {
-      if (named_) pop();
+      if constexpr (Named) pop();
    }
 
    // 0, or what a codec of either mode has left.
@@ -87,12 +91,19 @@ private:
    }
 
    int block(const Place& at, unsigned first, unsigned behind) {
+      const bool csn1 = (at.type.flags & kCsn1) != 0;
       bool ended = false;
       for (unsigned i = first; i < behind; ++i) {
          const Row& row = at.module.rows[i];
-         const bool there = row.kind == Kind::Chain || isThere(ctxt_, row, at.record);
+         const bool there =
+               row.presence == kNone || row.kind == Kind::Chain || hasBit(at.record, row.presence);
+         // Most rows are flags.
+         if (!Named && there && !csn1 && row.kind == Kind::Flag) {
+            if (at.record[row.offset] > 1) return RTX_E_CONSTRAINT;
+            continue;
+         }
          // The first part of a run of CSN.1 that is absent ends it.
-         const bool inRun = (at.type.flags & kCsn1) != 0 && (at.module.wires[i].flags & kIfMore) != 0;
+         const bool inRun = csn1 && (at.module.wires[i].flags & kIfMore) != 0;
          if (inRun && ended) continue;
          ended = inRun && !there;
          if (there) L3_TRY(field(at, i));
@@ -119,7 +130,7 @@ private:
       case Kind::NamedNumber:
          // The encoder sets it, or its bits are as many as its value, or codecs by hand know better.
          if ((wire.flags & (kCounts | kPatterns)) != 0 || at.type.codec == walk::Codec::ByHand) return 0;
-         return fits(load(place, row.width), wire.bits);
+         return wire.bits == 8u * row.width ? 0 : fits(load(place, row.width), wire.bits);
       case Kind::CountedOctets:
       case Kind::CountedBits:
       case Kind::CountedUnits: return counted(row, at.record, row.kind == Kind::CountedBits ? 8 : 1);
@@ -176,7 +187,7 @@ private:
       const Row& entry = at.module.rows[row.first];
       if (entries == nullptr) return 0;
       for (uint64_t i = 0; i < times; ++i) {
-         if (named_) L3_TRY(pushIndex(i));
+         if constexpr (Named) L3_TRY(pushIndex(i));
          uint8_t* place = entries + i * row.stride;
          if (entry.kind == Kind::Nested) {
             const Module& module = *modules[entry.module];
@@ -184,7 +195,7 @@ private:
          } else {
             L3_TRY(contents({at.module, at.type, place, at.outer}, entry, at.module.wires[row.first]));
          }
-         if (named_) popIndex(i);
+         if constexpr (Named) popIndex(i);
       }
       return 0;
    }
@@ -194,7 +205,7 @@ private:
       const bool own = (row.flags & kOwnSelector) != 0;
       const uint64_t on = own ? load(at.record + row.count, 4) : at.value(wire.argument);
       const Row* arm = findArm(at.module, row, on);
-      if (arm == nullptr || !isThere(ctxt_, *arm, at.record)) return 0;
+      if (arm == nullptr || !hasBit(at.record, arm->presence)) return 0;
       return field(at, static_cast<unsigned>(arm - at.module.rows));
    }
 
@@ -207,15 +218,14 @@ private:
       return 0;
    }
 
-   bool named_;
    unsigned depth_ = 0;
 };
 
 } // namespace
 
 int testInitialised(RtxContext* ctxt, const Module& module, unsigned type, uint8_t* value) {
-   if (Test(ctxt, false).type(module, module.types[type], value) >= 0) return 0;
-   Test test(ctxt, true);
+   if (Test<false>(ctxt).type(module, module.types[type], value) >= 0) return 0;
+   Test<true> test(ctxt);
    L3_TRY(test.begin(module.texts + module.types[type].name));
    return test.type(module, module.types[type], value);
 }
