@@ -1,4 +1,5 @@
 // Elements of TS 24.008 that no description says well: texts, packed lists and the traffic flow template.
+#include "runtime/nas/gsmAlphabet.h"
 #include "src/TS24008IESTypes.h"
 
 #include <cstring>
@@ -139,6 +140,16 @@ int decodeUnits(Decoder& d, Units& ucs2, const Length& length) {
    return 0;
 }
 
+// As the text has it: what says less loses nothing, unless it leaves a whole septet of padding untold.
+void settleSpareBits(TS24008IE_NetworkName& name) {
+   const char* text = name.textString.u.callBcastData;
+   if (name.codingScheme != TS24008IE_NetworkName_codingScheme_callBcastData || text == nullptr) return;
+   unsigned septets = 0;
+   for (; *text != 0; ++text) septets += quorva::gsmIsExtended(static_cast<unsigned char>(*text)) ? 2 : 1;
+   if (name.numSpareBitsInLastOct != 0 || septets % 8 == 7)
+      name.numSpareBitsInLastOct = static_cast<uint8_t>(septets % 8);
+}
+
 } // namespace
 
 int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
@@ -147,6 +158,7 @@ int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
    L3_TRY(e.begin("NetworkName"));
    OpenLength length;
    L3_TRY(e.open<8>("length", length));
+   if (e.standard()) settleSpareBits(*pvalue);
    L3_TRY(e.fields(
          flag("ext", pvalue->ext),
          value<quorva::type::TS24008IE_NetworkName_codingScheme>("codingScheme", pvalue->codingScheme),
@@ -316,6 +328,17 @@ L3_DECODER(TS24008IE_LinkedTI, (TS24008IE_LinkedTI * pvalue), (pvalue))
 // container, so that the lists go by their own counts, even behind the end.
 namespace {
 
+// Entries at hand of the list that an operation has; other operations have none.
+size_t filtersOf(const TS24008IE_TFT& tft) {
+   switch (tft.octet1.tftOperationCode) {
+   case TS24008IE_TFTOctet1_tftOperationCode_createTFT:
+   case TS24008IE_TFTOctet1_tftOperationCode_addPktFilters:
+   case TS24008IE_TFTOctet1_tftOperationCode_replPktFilters: return tft.packetFilterList.u.filterItems.n;
+   case TS24008IE_TFTOctet1_tftOperationCode_delPktFilters: return tft.packetFilterList.u.identifiers.numocts;
+   default: return 0;
+   }
+}
+
 int encodeFilterList(Encoder& e, TS24008IE_TFT& tft) {
    const uint8_t count = tft.octet1.numPacketFilters;
    L3_TRY(e.push("packetFilterList"));
@@ -414,8 +437,16 @@ int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    L3_TRY(e.begin("TFT"));
    L3_TRY(e.constant<8>("length", 0));
    const size_t start = pctxt->bufByteIndex;
+   // In standard mode the lists tell what is announced: a text with a higher number reads nothing behind
+   // them.
+   const size_t count = filtersOf(*pvalue);
+   if (e.standard()) {
+      if (count > 15) return failBound(pctxt, count);
+      pvalue->octet1.numPacketFilters = static_cast<uint8_t>(count);
+      if (pvalue->paramList.n != 0) pvalue->octet1.eBit = 1;
+   }
    L3_TRY(e.item("octet1", NASEnc_TS24008IE_TFTOctet1, &pvalue->octet1));
-   L3_TRY(encodeFilterList(e, *pvalue));
+   if (!e.standard() || count != 0) L3_TRY(encodeFilterList(e, *pvalue));
    L3_TRY(e.repeat("paramList", pvalue->paramList.n, pvalue->paramList.elem, Limits{},
                    [](Encoder& each, auto& x) { return NASEnc_TS24008IE_TFTParam(each.ctxt(), &x); }));
    const size_t numocts = pctxt->bufByteIndex - start;

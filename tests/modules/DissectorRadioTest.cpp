@@ -44,7 +44,7 @@ std::vector<DissectorInput> samplesOf(const char* pdu, bool pseudoLength = false
       words >> disc >> code >> selector >> member >> record;
       if (table) {
          DissectorInput input{
-               member.substr(4), static_cast<unsigned>(std::stoul(code, nullptr, 16)), {}, {}, {}};
+               member.substr(4), static_cast<unsigned>(std::stoul(code, nullptr, 16)), {}, {}, {}, {}, {}};
          const auto octet = static_cast<uint8_t>(input.type);
          const Octets message = sampleOf("TS44018Msg_" + record);
          if (pseudoLength) input.octets.push_back(static_cast<uint8_t>((2 + message.size()) << 2 | 1));

@@ -8,6 +8,7 @@
 #ifndef QUORVA_TESTS_SUPPORT_DISSECTOR_H
 #define QUORVA_TESTS_SUPPORT_DISSECTOR_H
 
+#include "quorva/reflect.h"
 #include "quorva/rt3gppNasSec.h"
 #include "quorva/rtxDiag.h"
 #include "tests/support/context.h"
@@ -15,10 +16,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -36,6 +40,7 @@ struct OptionalElement {
 struct TracedField {
    std::string path; ///< Below the message.
    size_t bitOffset, bitCount;
+   bool extension; ///< The bit ahead of a field, under its name.
 };
 
 /** A message to be dissected. */
@@ -45,10 +50,12 @@ struct DissectorInput {
    Octets octets;
    std::vector<OptionalElement> elements;
    std::vector<TracedField> fields;
+   std::map<std::string, std::string> types; ///< Of what is in the PDU, by paths.
+   std::map<std::string, uint64_t> numbers;  ///< As decoded, by paths.
 
    /** The message without some of its elements. */
    DissectorInput without(const std::vector<std::string>& names) const {
-      DissectorInput rest{name, type, {}, {}, {}};
+      DissectorInput rest{name, type, {}, {}, {}, {}, {}};
       const uint8_t* at = octets.data();
       for (const OptionalElement& element : elements) {
          if (std::find(names.begin(), names.end(), element.name) == names.end()) continue;
@@ -68,6 +75,7 @@ template <class Decode>
 void traceFields(DissectorInput& input, Decode decode) {
    TestContext context;
    rtxCtxtSetFlag(context, modeOfSamples);
+   if (input.name == "DetachRequest") rtxCtxtSetFlag(context, RTX_CTXT_UPLINK); // as it is encoded
    context.decode(input.octets);
    EXPECT_EQ(rtx3gppSecInitialize(context), 0);
    RtxDiagBitFieldList trace;
@@ -95,8 +103,10 @@ void traceFields(DissectorInput& input, Decode decode) {
          elements.back().name =
                path.substr(message.size() + 1, path.find('.', message.size() + 1) - message.size() - 1);
       }
+      const char* suffix = field->nameSuffix == nullptr ? "" : field->nameSuffix;
       if (path.size() > message.size() && field->bitCount > 0)
-         input.fields.push_back({path.substr(message.size() + 1), field->bitOffset, field->bitCount});
+         input.fields.push_back({path.substr(message.size() + 1), field->bitOffset, field->bitCount,
+                                 std::strcmp(suffix, "ext bit") == 0});
    }
 }
 
@@ -111,58 +121,18 @@ inline bool haveDissector() {
    return std::system("command -v tshark >/dev/null 2>&1") == 0; // NOLINT(cert-env33-c)
 }
 
-/** Encodes samples of all messages of one PDU. Its name is that of its type. */
-template <class Pdu>
-class MessageSamples {
-public:
-   using Prepare = void (*)(RtxContext* ctxt, Pdu& pdu);
-
-   /** `prepare` completes what goes ahead of the message; the type and the discriminator are set by then. */
-   MessageSamples(int (*init)(Pdu*), int (*encode)(RtxContext*, Pdu*), int (*decode)(RtxContext*, Pdu*),
-                  Prepare prepare)
-         : init_(init), encode_(encode), decode_(decode), prepare_(prepare) {}
-
-   /** A message whose record goes by pointer. */
-   template <class Record>
-   void add(const char* name, void (*set)(RtxContext*, Pdu*, Record*), Record* (*sample)(RtxContext*)) {
-      one(name, [set, sample](RtxContext* ctxt, Pdu* pdu) { set(ctxt, pdu, sample(ctxt)); });
-   }
-
-   /** A message that is one value. */
-   template <class Record>
-   void add(const char* name, void (*set)(RtxContext*, Pdu*, Record), Record* (*sample)(RtxContext*)) {
-      one(name, [set, sample](RtxContext* ctxt, Pdu* pdu) { set(ctxt, pdu, *sample(ctxt)); });
-   }
-
-   /** A message of its header alone. */
-   void add(const char* name, void (*set)(RtxContext*, Pdu*)) { one(name, set); }
-
-   std::vector<DissectorInput> inputs;
-
-private:
-   template <class Set>
-   void one(const char* name, Set set) {
-      TestContext context;
-      rtxCtxtSetFlag(context, modeOfSamples);
-      Pdu pdu;
-      init_(&pdu);
-      set(context, &pdu);
-      prepare_(context, pdu);
-      context.encode(4096);
-      EXPECT_GE(encode_(context, &pdu), 0) << name;
-      inputs.push_back({name, pdu.msgType, octetsFromHex(context.written()), {}, {}});
-      traceFields(inputs.back(), [this](RtxContext* ctxt) {
-         Pdu again;
-         init_(&again);
-         decode_(ctxt, &again);
-      });
-   }
-
-   int (*init_)(Pdu*);
-   int (*encode_)(RtxContext*, Pdu*);
-   int (*decode_)(RtxContext*, Pdu*);
-   Prepare prepare_;
-};
+/** Fills in the types and numbers that are in a PDU. */
+inline void noteRecord(DissectorInput& input, RtxContext* ctxt, const QuorvaType& type, const void* pdu) {
+   const auto note = [](void* user, const QuorvaItem* item) {
+      auto& into = *static_cast<DissectorInput*>(user);
+      if (item->type != nullptr) into.types[item->path] = item->type->name;
+      if (item->kind == QUORVA_FLAG || item->kind == QUORVA_NUMBER || item->kind == QUORVA_ENUM)
+         into.numbers[item->path] = item->number;
+      return 0;
+   };
+   const QuorvaVisitor visitor = {note, note, nullptr, &input};
+   EXPECT_EQ(quorvaVisit(ctxt, &type, pdu, &visitor), 0);
+}
 
 /**
  * Has all messages dissected.
@@ -322,30 +292,6 @@ inline void compareDissections(const std::vector<DissectorInput>& inputs, const 
    }
 }
 
-/** What the dissector shows of its fields, by their names. */
-using ShownFields = std::map<std::string, std::string>;
-
-inline std::vector<ShownFields> fieldsShown(const std::vector<Octets>& messages,
-                                            const std::string& dissector) {
-   std::vector<ShownFields> all;
-   std::istringstream lines(runDissector(messages, dissector, "-T pdml"));
-   for (std::string line; std::getline(lines, line);) {
-      const auto attribute = [&line](const char* name) {
-         const size_t at = line.find(std::string(" ") + name + "=\"");
-         if (at == std::string::npos) return std::string();
-         const size_t begin = line.find('"', at) + 1;
-         return line.substr(begin, line.find('"', begin) - begin);
-      };
-      if (line.find("<packet>") != std::string::npos) all.emplace_back();
-      if (all.empty() || line.find("<field ") == std::string::npos) continue;
-      const std::string shown = attribute("showname");
-      all.back()[attribute("name")] += (shown.empty() ? attribute("show") : shown) + '\n';
-   }
-   EXPECT_EQ(all.size(), messages.size());
-   all.resize(messages.size());
-   return all;
-}
-
 /** The known fields of a section of tests/vectors/meanings.txt, and what the dissector calls them. */
 struct Meaning {
    std::string message, field, name;
@@ -364,13 +310,60 @@ inline std::vector<Meaning> meaningsOf(const std::string& section) {
    return meanings;
 }
 
+/** What the dissector says of a message, with the place. */
+struct ShownField {
+   std::string name, shown, text; ///< The value alone, and as a reader sees it.
+   size_t bitOffset, bitEnd;
+};
+struct Shown {
+   std::vector<ShownField> fields;
+   std::vector<std::string> remarks;
+};
+
+inline std::vector<Shown> shownIn(const std::vector<DissectorInput>& inputs, const std::string& dissector) {
+   std::vector<Octets> messages;
+   for (const DissectorInput& input : inputs) messages.push_back(input.octets);
+   std::vector<Shown> all;
+   std::istringstream lines(runDissector(messages, dissector, "-T pdml"));
+   for (std::string line; std::getline(lines, line);) {
+      const auto attribute = [&line](const char* name) {
+         const size_t at = line.find(std::string(" ") + name + "=\"");
+         if (at == std::string::npos) return std::string();
+         const size_t begin = line.find('"', at) + 1;
+         return line.substr(begin, line.find('"', begin) - begin);
+      };
+      if (line.find("<packet>") != std::string::npos) all.emplace_back();
+      if (all.empty() || line.find("<field ") == std::string::npos) continue;
+      const std::string name = attribute("name");
+      if (name == "_ws.expert.message") all.back().remarks.push_back(attribute("show"));
+      const std::string position = attribute("pos"), size = attribute("size"), text = attribute("showname");
+      if (position.empty() || size.empty()) continue;
+      const size_t begin = 8 * std::stoul(position);
+      ShownField field{name, attribute("show"), text, begin, begin + 8 * std::stoul(size)};
+      // "..01 .... = " are its bits.
+      size_t bits = 0, first = SIZE_MAX, last = 0;
+      const size_t equals = text.find(" = ");
+      if (equals != std::string::npos && text.find_first_not_of(".01 ") >= equals) {
+         for (const char ch : text.substr(0, equals)) {
+            if (ch == '0' || ch == '1') first = std::min(first, bits), last = bits + 1;
+            bits += ch != ' ';
+         }
+         if (first != SIZE_MAX) field.bitEnd = begin + last, field.bitOffset = begin + first;
+      }
+      all.back().fields.push_back(std::move(field));
+   }
+   EXPECT_EQ(all.size(), messages.size());
+   all.resize(messages.size());
+   return all;
+}
+
 /**
  * Turns the last bit of each field of the table; the dissector must show something else under the field's
  * name. Another version may call some by another name.
  */
 inline void compareMeanings(const std::vector<DissectorInput>& inputs, const std::string& dissector,
                             const std::vector<Meaning>& meanings) {
-   std::vector<Octets> messages;
+   std::vector<DissectorInput> messages;
    for (const Meaning& meaning : meanings) {
       const auto input = std::find_if(inputs.begin(), inputs.end(),
                                       [&](const DissectorInput& one) { return one.name == meaning.message; });
@@ -386,22 +379,187 @@ inline void compareMeanings(const std::vector<DissectorInput>& inputs, const std
       const size_t bit = field->bitOffset + field->bitCount - 1;
       DissectorInput turned = *input;
       turned.octets[bit / 8] = static_cast<uint8_t>(turned.octets[bit / 8] ^ 0x80 >> bit % 8);
-      messages.push_back(input->without(others).octets);
-      messages.push_back(turned.without(others).octets);
+      messages.push_back(input->without(others));
+      messages.push_back(turned.without(others));
    }
-   const std::vector<ShownFields> shown = fieldsShown(messages, dissector);
+   const std::vector<Shown> shown = shownIn(messages, dissector);
    size_t unknown = 0;
    for (size_t i = 0; i < meanings.size(); ++i) {
-      const auto before = shown[2 * i].find(meanings[i].name),
-                 after = shown[2 * i + 1].find(meanings[i].name);
-      if (before == shown[2 * i].end() && after == shown[2 * i + 1].end())
-         ++unknown;
-      else
-         EXPECT_TRUE(before == shown[2 * i].end() || after == shown[2 * i + 1].end() ||
-                     before->second != after->second)
-               << meanings[i].message << ' ' << meanings[i].field << " isn't " << meanings[i].name;
+      const auto valuesOf = [&](const Shown& all) {
+         std::string values;
+         for (const ShownField& field : all.fields)
+            if (field.name == meanings[i].name)
+               values += (field.text.empty() ? field.shown : field.text) + '\n';
+         return values;
+      };
+      const std::string before = valuesOf(shown[2 * i]), after = valuesOf(shown[2 * i + 1]);
+      unknown += before.empty() && after.empty();
+      EXPECT_TRUE((before.empty() && after.empty()) || before != after)
+            << meanings[i].message << ' ' << meanings[i].field << " isn't " << meanings[i].name;
    }
    EXPECT_LE(unknown, meanings.size() / 10);
+}
+
+/**
+ * The names that the dissector has for fields, in any message: a field of a type is called so wherever the
+ * type stands.
+ */
+class Meanings {
+public:
+   Meanings(const std::string& section, const std::set<std::string>& otherwise) : otherwise_(otherwise) {
+      for (const Meaning& meaning : meaningsOf(section))
+         names_[plain(meaning.message + '.' + meaning.field)].insert(meaning.name);
+   }
+
+   /** Takes the names over to the types in which the fields are in these messages. */
+   void learn(const std::vector<DissectorInput>& inputs) {
+      for (const DissectorInput& input : inputs)
+         for (const TracedField& field : input.fields) {
+            const std::string path = pathOf(input, field), type = inType(input, path);
+            const auto names = names_.find(inMessage(path));
+            if (names != names_.end() && !type.empty())
+               names_[type].insert(names->second.begin(), names->second.end());
+         }
+   }
+
+   /**
+    * Has messages dissected. Nothing may be said against one but the remarks given, and where a field's name
+    * is shown it has to be at the place of the field, with its value.
+    */
+   void compare(const std::vector<DissectorInput>& inputs, const std::string& dissector,
+                const std::set<std::string>& remarks) {
+      const std::vector<Shown> all = shownIn(inputs, dissector);
+      for (size_t i = 0; i < inputs.size(); ++i) {
+         const DissectorInput& input = inputs[i];
+         const std::string octets = input.name + ' ' + hexFromOctets(input.octets);
+         for (const std::string& remark : all[i].remarks)
+            EXPECT_TRUE(std::any_of(remarks.begin(), remarks.end(),
+                                    [&](const std::string& one) {
+                                       return (input.name + ": " + remark).starts_with(one) ||
+                                              ("*: " + remark).starts_with(one);
+                                    }))
+                  << octets << ": " << remark;
+         for (const TracedField& field : input.fields) compareField(input, field, all[i], octets);
+      }
+   }
+
+   size_t compared = 0; ///< Fields that were found at their places,
+   size_t numbers = 0;  ///< and of these numbers that are the same.
+
+private:
+   void compareField(const DissectorInput& input, const TracedField& field, const Shown& shown,
+                     const std::string& octets) {
+      const std::string path = pathOf(input, field);
+      auto names = names_.find(inMessage(path));
+      if (names == names_.end()) names = names_.find(inType(input, path));
+      if (names == names_.end() || field.extension) return;
+      const std::string whole = plain(path);
+      if (std::any_of(otherwise_.begin(), otherwise_.end(),
+                      [&](const std::string& one) { return whole.ends_with(one); }))
+         return;
+      bool there = false, elsewhere = false;
+      const auto number = input.numbers.find(path);
+      for (const ShownField& one : shown.fields) {
+         if (names->second.count(one.name) == 0) continue;
+         const size_t end = field.bitOffset + field.bitCount;
+         elsewhere = true;
+         if (one.bitOffset >= end || one.bitEnd <= field.bitOffset) continue;
+         there = true;
+         char* rest = nullptr;
+         const uint64_t value = std::strtoull(one.shown.c_str(), &rest, 0);
+         if (number != input.numbers.end() && one.bitOffset == field.bitOffset && one.bitEnd == end &&
+             *rest == 0) {
+            ++numbers;
+            EXPECT_EQ(value, number->second)
+                  << octets << ": " << path << " is " << one.name << ' ' << one.shown;
+         }
+      }
+      compared += there;
+      EXPECT_TRUE(there || !elsewhere)
+            << octets << ": " << path << " at bit " << field.bitOffset << " isn't " << *names->second.begin();
+   }
+
+   static std::string plain(std::string path) {
+      std::string text;
+      for (size_t at = 0; at < path.size(); ++at) {
+         if (path.compare(at, 3, ".u.") == 0) at += 2;
+         if (path.compare(at, 6, ".elem[") == 0) at += 5;
+         if (path[at] == '[')
+            at = path.find(']', at);
+         else
+            text += path[at] == '-' ? '_' : path[at];
+      }
+      return text;
+   }
+   // As visitors have it.
+   static std::string pathOf(const DissectorInput& input, const TracedField& field) {
+      std::string path = "data.obj_" + input.name + '.' + field.path;
+      for (size_t at; (at = path.find(".u.")) != std::string::npos;) path.erase(at, 2);
+      for (size_t at; (at = path.find(".elem[")) != std::string::npos;) path.erase(at, 5);
+      std::replace(path.begin(), path.end(), '-', '_');
+      return path;
+   }
+   static std::string inMessage(const std::string& path) {
+      return plain(path.substr(path.rfind("obj_") + 4));
+   }
+   static std::string inType(const DissectorInput& input, const std::string& path) {
+      for (size_t end = path.find_last_of(".["); end != std::string::npos;
+           end = end == 0 ? end : path.find_last_of(".[", end - 1)) {
+         const auto type = input.types.find(path.substr(0, end));
+         if (type != input.types.end() && type->second.find("Msg_") == std::string::npos)
+            return type->second + plain(path.substr(end));
+         if (end == 0) break;
+      }
+      return {};
+   }
+
+   std::map<std::string, std::set<std::string>> names_;
+   const std::set<std::string>& otherwise_;
+};
+
+/** What random messages of a protocol may have, by the section of tests/vectors/objections.txt. */
+struct Freedom {
+   std::set<std::string> fixed;   ///< Fields that stay as in the sample.
+   std::set<std::string> kept;    ///< Choices and options that do.
+   std::set<std::string> without; ///< Elements that the dissector objects to.
+   std::set<std::string> remarks; ///< What it says against mandatory parts.
+   /** Those of a message that are not to be there. */
+   std::vector<std::string> elementsOf(const DissectorInput& input) const {
+      std::vector<std::string> names;
+      for (const OptionalElement& element : input.elements)
+         if (without.count(input.name + '.' + element.name) != 0) names.push_back(element.name);
+      return names;
+   }
+
+   std::set<std::string> otherwise; ///< Ends of paths of fields that it shows in another way.
+};
+
+inline Freedom freedomOf(const std::string& section) {
+   Freedom freedom;
+   for (const Objection& objection : objectionsOf(section)) {
+      for (const std::string& element : objection.elements)
+         freedom.without.insert(objection.message + '.' + element);
+      if (objection.elements.empty()) freedom.remarks.insert(objection.message + ": " + objection.note);
+   }
+   std::ifstream file(QUORVA_TEST_DATA "/vectors/variations.txt");
+   bool inside = false;
+   for (std::string line; std::getline(file, line);) {
+      if (!line.empty() && line[0] == '[') inside = line == "[" + section + "]" || line == "[all]";
+      std::istringstream words(line);
+      std::string kind, name;
+      if (!inside || !(words >> kind) || kind[0] == '#') continue;
+      if (kind == "remark" && words >> name) {
+         std::string note;
+         std::getline(words >> std::ws, note);
+         freedom.remarks.insert(name + ": " + note);
+      }
+      std::set<std::string>& names = kind == "fixed"     ? freedom.fixed
+                                     : kind == "kept"    ? freedom.kept
+                                     : kind == "without" ? freedom.without
+                                                         : freedom.otherwise;
+      while (words >> name) names.insert(name);
+   }
+   return freedom;
 }
 
 } // namespace quorva::test
