@@ -102,7 +102,7 @@ class Documents(unittest.TestCase):
         self.assertGreater(count, 40)
 
     def test_commands_give_what_is_shown(self):
-        """Behind "$ " stands a command, below it all of its output."""
+        """Behind "$ " stands a command, behind "> " what goes on with it, below all of its output."""
         program = os.environ["QUORVA_PROGRAM"]
         count = 0
         with tempfile.TemporaryDirectory() as folder:
@@ -110,8 +110,10 @@ class Documents(unittest.TestCase):
             more = {"env": {**os.environ, "PATH": folder + ":" + os.environ["PATH"]}, "stdin": subprocess.DEVNULL}
             for name in DOCUMENTS:
                 for place, language, text in blocks(name):
-                    for command, shown in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", text, re.M) if not language else ():
+                    shell_lines = r"^\$ (.*(?:\n> .*)*)\n((?:(?!\$ ).*\n)*)"
+                    for command, shown in re.findall(shell_lines, text, re.M) if not language else ():
                         with self.subTest(place=place, command=command):
+                            command = command.replace("\n> ", "\n")
                             words = re.sub(r"^build/\w+/tools/quorva/quorva\b", "quorva", command)
                             self.assertEqual(shell(words, **more).stdout, shown)
                             count += 1
@@ -128,12 +130,18 @@ class Documents(unittest.TestCase):
                         self.assertEqual(shell(command, **more).returncode, 1 if " diff " in command else 0)
         self.assertGreaterEqual(count, 6)
 
-    def test_manual_has_all_options_and_no_other(self):
+    def test_manual_and_completion_have_all_commands_and_options(self):
         manual = read("tools/quorva/quorva.1").replace("\\fR", "").replace("\\fB", "").replace("\\-", "-")
-        told, known, commands = set(re.findall(r"--[a-z0-9-]+", manual)), set(), ["", "decode", "encode", "diff", "cdr"]
+        offered = shell(os.environ["QUORVA_PROGRAM"] + " --help").stdout
+        commands = re.findall(r"^  (\w+) ", offered[offered.index("Subcommands:") :], re.M)
+        self.assertGreater(len(commands), 6)
+        known = set(re.findall(r"--[a-z0-9-]+", offered))
         for command in commands:
             known |= set(re.findall(r"--[a-z0-9-]+", shell("%s %s --help" % (os.environ["QUORVA_PROGRAM"], command)).stdout))
-        self.assertEqual(told, known)
+        self.assertEqual(set(re.findall(r"--[a-z0-9-]+", manual)), known)
+        self.assertEqual(set(re.findall(r"^\.B quorva (\w+)$", manual.split(".SH DESCRIPTION")[0], re.M)), set(commands))
+        completed = re.search(r"COMPREPLY=\(\$\(compgen -W '([^'-]*)", read("tools/quorva/quorva.bash"))[1]
+        self.assertEqual(set(completed.split()), set(commands))
 
     def test_code_in_c_compiles(self):
         count = 0
