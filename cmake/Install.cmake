@@ -67,17 +67,3 @@ if(TARGET quorva_tool)
   install(FILES ${PROJECT_SOURCE_DIR}/tools/quorva/quorva.bash RENAME quorva
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()
-
-# cpack -G DEB: all of it as a package for Debian.
-if(PROJECT_IS_TOP_LEVEL)
-  set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
-  set(CPACK_PACKAGE_CONTACT "Quorva")
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_STRIP_FILES ON)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS python3-cffi)
-  include(CPack)
-endif()

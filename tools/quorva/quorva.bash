@@ -1,37 +1,36 @@
 # bash completion for quorva
 
+# The program tells its commands, its options and what each takes itself; so completion follows it.
 _quorva() {
-   local cur prev words cword split
+   local cur prev words cword split help takes
    _init_completion -s || return
-   local command=${words[1]:-}
+   local program=${words[0]} command=${words[1]:-}
 
    if ((cword == 1)); then
-      COMPREPLY=($(compgen -W 'decode encode diff cdr types sample explain status --help --version' -- "$cur"))
+      help=$("$program" --help 2>/dev/null | sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z0-9]*\) .*/\1/p')
+      COMPREPLY=($(compgen -W "--help --version $help" -- "$cur"))
       return
    fi
-   case $command:$prev in
-      *:--binary | *:--keys | *:--html | *:--annotate-html)
+   help=$("$program" "$command" --help 2>/dev/null) || return
+   if [[ $prev == -* ]]; then # "  --eia2,--nia2 KEY ...": what the option takes is in capitals
+      takes=$(awk -v option="$prev" '/^ +-/ { count = split($1, names, ",")
+         for (i = 1; i <= count; ++i) if (names[i] == option && $2 ~ /^([A-Z][A-Z]|N:)/) print $2 }' <<<"$help")
+   fi
+   if [[ -z ${takes:-} && $cur == -* ]]; then
+      COMPREPLY=($(compgen -W "$(grep -oE -- '--[a-z0-9][a-z0-9-]*' <<<"$help" | sort -u)" -- "$cur"))
+      return
+   fi
+   : "${takes:=$(sed -n '/^Positionals:/,/^$/ s/^  [a-z]* \([A-Z][^ ]*\).*/\1/p' <<<"$help" | head -n 1)}"
+   case $takes in
+      'N|NAME')
+         COMPREPLY=($(compgen -W "$("$program" status 2>/dev/null | grep -oE 'RTX_[A-Z0-9_]+')" -- "$cur"))
+         ;;
+      *FILE*)
          _filedir
-         return
          ;;
-      *:--type | explain:* | sample:* | types:*)
-         [[ $cur == -* ]] || COMPREPLY=($(compgen -W '$("${words[0]}" types 2>/dev/null)' -- "$cur"))
-         ;;
-      status:*)
-         COMPREPLY=($(compgen -W '$("${words[0]}" status 2>/dev/null | grep -oE "RTX_[A-Z0-9_]+")' -- "$cur"))
-         return
-         ;;
-      *:--frames | *:--link | *:--get | *:--[en][ie]a[123] | *:--count | *:--bearer | *:--release)
-         return
+      NAME | TYPE | PATTERN)
+         COMPREPLY=($(compgen -W "$("$program" types 2>/dev/null)" -- "$cur"))
          ;;
    esac
-   ((${#COMPREPLY[@]} == 0)) || return
-   if [[ $cur == -* ]]; then
-      # The program tells its options itself.
-      COMPREPLY=($(compgen -W '$("${words[0]}" "$command" --help 2>/dev/null | grep -oE -- "--[a-z0-9]+" | sort -u)' \
-         -- "$cur"))
-   elif [[ $command == decode || $command == encode || $command == diff || $command == cdr ]]; then
-      _filedir
-   fi
 } &&
    complete -F _quorva quorva
