@@ -4,6 +4,7 @@
 #include "quorva/registry.h"
 #include "quorva/rtxMemHeap.h"
 #include "runtime/nas/aes128.h"
+#include "runtime/nas/streamCipher.h"
 #include "tests/support/context.h"
 #include "tests/support/vectors.h"
 
@@ -245,9 +246,7 @@ TEST_P(Security, MessagesUnderEachAlgorithm) {
          Octets octets(vector.octets.begin(), vector.octets.begin() + sequence + 1);
          const Octets contents = ciphered(vector.hex("plain"));
          octets.insert(octets.end(), contents.begin(), contents.end());
-         storeWord(octets.data() + sequence - 4,
-                   static_cast<uint32_t>(
-                         bigEndian(uint64_t{mac(Octets(octets.begin() + sequence, octets.end()))} << 32)));
+         storeBig(octets.data() + sequence - 4, mac(Octets(octets.begin() + sequence, octets.end())));
          for (const bool right : {true, false}) {
             octets[static_cast<size_t>(sequence) - 1] ^= right ? 0 : 1;
             std::vector<uint64_t> record(type->size / 8 + 1);

@@ -1,6 +1,6 @@
 // Everything that can be read and printed, as text: samples of all types, vectors of the descriptions and of
-// the files, malformed ones too; in short form, and bit by bit in the exact form. Two machines are compared
-// by it.
+// the files, malformed ones too; by default and in standard mode, in short form, and bit by bit in the exact
+// form. Two machines are compared by it.
 
 #include "quorva/registry.h"
 #include "quorva/rtxContext.h"
@@ -47,8 +47,10 @@ void showSample(const QuorvaType& type) {
    writeBack(ctxt, type, value);
 }
 
-void show(const QuorvaType& type, const Octets& octets, const std::string& direction, bool traced) {
+void show(const QuorvaType& type, const Octets& octets, const std::string& direction, uint32_t mode,
+          bool traced) {
    TestContext ctxt;
+   if (mode != 0) rtxCtxtSetFlag(ctxt, mode);
    rtxSetPrintStream(ctxt, putText, nullptr);
    if (direction == "ul") rtxCtxtSetFlag(ctxt, RTX_CTXT_UPLINK);
    if (traced && rtxDiagCtxtBitFieldListInit(ctxt) < 0) throw std::runtime_error("no memory");
@@ -64,13 +66,13 @@ void show(const QuorvaType& type, const Octets& octets, const std::string& direc
    rtxDiagBitTracePrint(ctxt->bitFields, "");
 }
 
-void showBoth(const char* typeName, const std::string& name, const Octets& octets,
-              const std::string& direction) {
+void showAllWays(const char* typeName, const std::string& name, const Octets& octets,
+                 const std::string& direction) {
    const QuorvaType* type = quorvaFindType(typeName);
    if (type == nullptr) throw std::runtime_error(std::string("no type ") + typeName);
    std::printf("\n%s %s\n", typeName, name.c_str());
-   show(*type, octets, direction, false);
-   show(*type, octets, direction, true);
+   for (const uint32_t mode : {0u, uint32_t{RTX_CTXT_STANDARD}})
+      for (const bool traced : {false, true}) show(*type, octets, direction, mode, traced);
 }
 
 const char* pduOf(const Vector& vector) {
@@ -93,11 +95,11 @@ void showAll(const std::string& folder) {
    for (size_t i = 0; i < count; ++i)
       if (types[i].sample != nullptr) showSample(types[i]);
    for (const auto& vector : kVectors)
-      showBoth(vector.type, vector.octets, octetsFromHex(vector.octets), "either");
+      showAllWays(vector.type, vector.octets, octetsFromHex(vector.octets), "either");
    for (const auto& [type, vector] : messageVectors(folder))
-      showBoth(type, vector.name, vector.octets, vector.direction);
+      showAllWays(type, vector.name, vector.octets, vector.direction);
    for (const Vector& vector : loadVectors(folder + "/malformed.txt"))
-      showBoth(pduOf(vector), vector.name, vector.octets, vector.direction);
+      showAllWays(pduOf(vector), vector.name, vector.octets, vector.direction);
 }
 
 } // namespace
