@@ -191,7 +191,9 @@ private:
       if (fields.empty()) return;
       w_.open("struct {");
       w_.open("struct {");
-      for (auto* field : fields) w_.line("uint8_t " + appendixBit(*field) + " : 1;");
+      std::vector<PresenceBit> bits;
+      for (auto* field : fields) bits.push_back({appendixBit(*field), field, 0});
+      presence(bits);
       w_.close("} m;");
       for (auto* field : fields)
          if (field->appended) member(*field, &type);
