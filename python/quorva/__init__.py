@@ -71,6 +71,7 @@ class Note:
     kind: str
     text: str
     doc: str = ""
+    meaning: str = ""
 
 
 class Record(dict):

@@ -170,14 +170,10 @@ L3_INLINE bool isUntested(const RtxContext* ctxt) {
    return (ctxt->flags & (RTX_CTXT_STANDARD | kTested)) == RTX_CTXT_STANDARD;
 }
 
-// A value of a type by hand from outside, which comes back tested.
-template <class Type, class Record>
-int encodeByRows(RtxContext* ctxt, Record* record) {
-   return Type::encodeByRows(ctxt, record);
-}
+// A value of a type by hand from outside, which comes back tested; a text is read alone.
 template <class Type>
-int encodeByRows(RtxContext* ctxt, const char* text) {
-   return Type::encodeByRows(ctxt, &text);
+int encodeByRows(RtxContext* ctxt, const void* value) {
+   return Type::encodeByRows(ctxt, const_cast<void*>(value));
 }
 
 // What encoders and decoders have in common.

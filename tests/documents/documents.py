@@ -130,7 +130,7 @@ class Documents(unittest.TestCase):
                         self.assertEqual(shell(command, **more).returncode, 1 if " diff " in command else 0)
         self.assertGreaterEqual(count, 6)
 
-    def test_manual_and_completion_have_all_commands_and_options(self):
+    def test_manual_has_all_commands_and_options(self):
         manual = read("tools/quorva/quorva.1").replace("\\fR", "").replace("\\fB", "").replace("\\-", "-")
         offered = shell(os.environ["QUORVA_PROGRAM"] + " --help").stdout
         commands = re.findall(r"^  (\w+) ", offered[offered.index("Subcommands:") :], re.M)
@@ -140,8 +140,6 @@ class Documents(unittest.TestCase):
             known |= set(re.findall(r"--[a-z0-9-]+", shell("%s %s --help" % (os.environ["QUORVA_PROGRAM"], command)).stdout))
         self.assertEqual(set(re.findall(r"--[a-z0-9-]+", manual)), known)
         self.assertEqual(set(re.findall(r"^\.B quorva (\w+)$", manual.split(".SH DESCRIPTION")[0], re.M)), set(commands))
-        completed = re.search(r"COMPREPLY=\(\$\(compgen -W '([^'-]*)", read("tools/quorva/quorva.bash"))[1]
-        self.assertEqual(set(completed.split()), set(commands))
 
     def test_code_in_c_compiles(self):
         count = 0
@@ -177,6 +175,8 @@ class Documents(unittest.TestCase):
                                    *("-I" + each for each in os.environ["QUORVA_INCLUDE"].split(":")), "-L" + library,
                                    "-lquorva", "-Wl,-rpath," + library], input=code, text=True, capture_output=True)
             self.assertEqual(done.returncode, 0, done.stderr)
+            # Beside numbers the program says what they mean.
+            shown = re.sub(r"(= \d+) \([A-Z].*\)$", r"\1", shown, flags=re.M)
             self.assertEqual(subprocess.run([program], text=True, capture_output=True).stdout, shown)
 
     @unittest.skipUnless(PYTHON, "the package was not built, or cffi is not installed")

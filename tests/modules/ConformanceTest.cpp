@@ -138,7 +138,7 @@ TEST(Conformance, GroupBitsAreForTheDefaultModeAlone) {
       quorvaFields(type, fields.data(), fields.size());
       std::set<uint32_t> groups;
       for (const QuorvaField& field : fields)
-         if (field.groupBit != QUORVA_NONE) groups.insert(field.groupBit);
+         if (field.groupBit != QUORVA_NONE && field.iei != QUORVA_NONE) groups.insert(field.groupBit);
       for (const uint32_t group : groups) {
          SCOPED_TRACE(std::string(type->name) + ", bit " + std::to_string(group));
          for (const uint32_t mode : {0u, RTX_CTXT_STANDARD}) {
