@@ -139,9 +139,10 @@ public:
       return state_ == nullptr ? Octets() : Octets(state_->ctxt.bufData, state_->ctxt.bufSize);
    }
 
-   /** Encodes a value; lengths and codes are written into it. */
+   /** Encodes a value; lengths and codes are written into it. RTX_E_NULL for none. */
    Result<std::vector<uint8_t>> encode(Value value) {
       if (state_ == nullptr) return Error(RTX_E_NOT_INIT);
+      if (value.record == nullptr) return Error(RTX_E_NULL);
       RtxContext& ctxt = state_->ctxt;
       int status = state_->begin(nullptr, 0);
       if (status >= 0) status = value.type->encode(&ctxt, value.record);
@@ -155,9 +156,9 @@ public:
       return {std::move(error), std::move(octets)};
    }
 
-   /** The text of asn1PrtToStrm_, under a name. */
+   /** The text of asn1PrtToStrm_, under a name; "" of no value. */
    std::string to_string(View value, const char* name = "value") {
-      if (state_ == nullptr) return {};
+      if (state_ == nullptr || value.record == nullptr) return {};
       RtxContext& ctxt = state_->ctxt;
       const RtxPrintStream before = ctxt.printStream == nullptr ? RtxPrintStream{} : *ctxt.printStream;
       std::string text(4096, '\0');
@@ -173,7 +174,7 @@ public:
       }
    }
 
-   /** One line of JSON without a line end, as quorva/json.h tells. */
+   /** One line of JSON without a line end, as quorva/json.h tells; "" of no value. */
    static std::string to_json(View value) {
       std::string text(1024, '\0');
       size_t length = 0;
@@ -279,7 +280,8 @@ private:
 
       void reset() {
          // What was computed from the keys lies in memory that the reset gives to others.
-         if (secured && rtx3gppSetCount(&ctxt, count, bearer, direction) >= 0) {
+         // Asked so that a record which a reset of the C interface has ended is not looked at.
+         if (secured && rtx3gppSetCount(&ctxt, 0, 0, RTX_NAS_DOWNLINK) >= 0) {
             const RtxNasSecContext& record = *ctxt.nasSec;
             if (record.cmacSubkeys != nullptr) detail::erase(record.cmacSubkeys, 32);
             if (record.aesSchedules != nullptr) detail::erase(record.aesSchedules, 2 * 44 * 4);
@@ -297,13 +299,15 @@ private:
 
       Error errorOf(const QuorvaType& type, int status) const {
          if (status >= 0) return {};
-         const char* own = std::strrchr(type.name, '_');
+         const char* own = std::strchr(type.name, '_'); // behind the module's name
          std::string path;
          for (const RtxDListNode* node = ctxt.elemNames.head; node != nullptr; node = node->next) {
-            const auto* name = static_cast<const char*>(node->data);
+            std::string name = static_cast<const char*>(node->data);
+            for (char& c : name)
+               if (c == '-') c = '_'; // the stack has the names of the standards, and the record those of C
             // The first one is that of the type, unless a look ahead has taken it away.
-            if (node == ctxt.elemNames.head && own != nullptr && std::strcmp(own + 1, name) == 0) continue;
-            path += (path.empty() ? "" : ".") + std::string(name);
+            if (node == ctxt.elemNames.head && own != nullptr && name == own + 1) continue;
+            path += (path.empty() ? "" : ".") + name;
          }
          return Error(status, path, {}, ctxt.bufByteIndex);
       }
@@ -331,6 +335,8 @@ private:
 
    Error decodeCopy(Value& value, Octets octets) {
       if (state_ == nullptr) return Error(RTX_E_NOT_INIT);
+      if (value.type->decode == nullptr)
+         return Error(RTX_E_CANNOT_DO, {}, "a part with no decoder of its own");
       value.record = quorvaNew(*this, value.type);
       auto* copy = static_cast<uint8_t*>(rtxMemHeapAlloc(*this, octets.size()));
       if (value.record == nullptr || copy == nullptr) return Error(RTX_E_NOMEM);

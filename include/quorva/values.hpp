@@ -89,7 +89,8 @@ public:
    }
    /** One of quorva/rtxStatus.h; 0 if nothing failed. */
    int status() const noexcept { return status_; }
-   /** Of the field, from the value on, as quorvaGet takes it; "" if it is not known, or the whole. */
+   /** Of the field, from the value on, as quorvaGet takes it; "" if it is not known, or the whole. A part for
+    * which the record has no field, like a length, ends it by the name that the bit trace has for it. */
    const char* path() const noexcept { return place_ == nullptr ? "" : place_->path.c_str(); }
    /** Index of the octet at which a decoder or encoder stopped, or of the character in a JSON text. */
    size_t octet() const noexcept { return place_ == nullptr ? 0 : place_->octet; }
@@ -146,13 +147,15 @@ const QuorvaType& type_of() {
 
 /** A value to be read, with its type: any record, or what is known at run time only. */
 struct View {
+   /** None. */
+   View() = default;
    /** A value of a type that is known at run time. */
    View(const QuorvaType& itsType, const void* value) : type(&itsType), record(value) {}
    /** A record. */
    template <class T, class = std::enable_if_t<detail::is_record<T>()>>
    View(const T& value) : View(type_of<T>(), &value) {}
-   const QuorvaType* type; /**< Of the registry. */
-   const void* record;     /**< The value itself. */
+   const QuorvaType* type = nullptr; /**< Of the registry; null if there is no value. */
+   const void* record = nullptr;     /**< The value itself. */
 };
 
 /** A value that may be changed. */
@@ -165,7 +168,7 @@ struct Value {
    template <class T, class = std::enable_if_t<detail::is_record<T>()>>
    Value(T& value) : Value(type_of<T>(), &value) {}
    /** To be read. */
-   operator View() const { return {*type, record}; }
+   operator View() const { return type == nullptr ? View() : View(*type, record); }
    /** The record, or null if it is another. */
    template <class T>
    T* as() const {

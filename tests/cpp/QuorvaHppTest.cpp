@@ -51,7 +51,7 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
          {"0744035f01", RTX_E_END_OF_DATA, "data.u.obj_AttachReject.t3346Value.value.unit"},
          {"07FF", RTX_E_BAD_CHOICE, "data"},
          {"074201490F0100f1100001400000F110", RTX_E_END_OF_DATA,
-          "data.u.obj_AttachAccept.taiList.idents.elem[1].elements.partTrkIdentList0.mcc-mnc"},
+          "data.u.obj_AttachAccept.taiList.idents.elem[1].elements.partTrkIdentList0.mcc_mnc"},
          {"", RTX_E_END_OF_DATA, ""},
          {complete, RTX_E_NO_SECURITY, ""},
    };
@@ -69,7 +69,13 @@ TEST(QuorvaHpp, FailuresTellWhereTheyLie) {
          EXPECT_NE(std::string(error.what()).find(path), std::string::npos);
       }
    }
-   EXPECT_EQ(ctxt.decode(octetsFromHex("0F")).status(), RTX_E_BAD_CHOICE);
+   EXPECT_STREQ(ctxt.decode<TS24008IE_P_TMSI_Type>({}).error().path(), "spare"); // a name of several words
+   EXPECT_EQ(ctxt.decode<TS24301IE_PartialTrkAreaIdent0>(octetsFromHex("00")).status(), RTX_E_CANNOT_DO);
+   const auto none = ctxt.decode(octetsFromHex("0F"));
+   EXPECT_EQ(none.status(), RTX_E_BAD_CHOICE);
+   EXPECT_EQ(ctxt.encode(*none).status(), RTX_E_NULL);
+   EXPECT_EQ(ctxt.to_string(*none) + ctxt.to_json(*none), "");
+   EXPECT_EQ(ctxt.get(*none, "msgType").status(), RTX_E_BAD_ARGUMENT);
    EXPECT_STREQ(ctxt.decode<TS24301Msg_PDU>(octetsFromHex("07FF")).error().what(),
                 "RTX_E_BAD_CHOICE (-9) at data");
 
@@ -115,6 +121,7 @@ TEST(QuorvaHpp, KeysOutliveResetsAndAreErased) {
       EXPECT_FALSE(zeros(record.aesSchedules, 352) || zeros(record.cmacSubkeys, 32));
       if (round == 0) rtxMemReset(ctxt); // by the C interface
       if (round != 1) continue;
+      ctxt.next(QUORVA_UPLINK, 0, 32); // which no message can have
       ctxt.reset();
       EXPECT_EQ(ctxt.octets().size(), 0u);
       EXPECT_TRUE(zeros(record.aesSchedules, 352) && zeros(record.cmacSubkeys, 32));
