@@ -27,6 +27,8 @@ void emitWalk(const Model& model, const Module& module,
 // The asn1SetTC_ functions of a PDU, and what they store in the half octet ahead of its discriminator.
 std::string selectorFunctions(const Type& pdu);
 std::string headerWords(const Type& pdu, const TableRow& row);
+// The arm of it that goes with a message; 0 if the PDU has no such field.
+uint64_t headerArm(const Type& pdu, const TableRow& row);
 // Message types and selectors by their names.
 std::string constants(const Module& module);
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers

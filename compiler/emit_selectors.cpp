@@ -244,6 +244,11 @@ private:
 
 } // namespace
 
+uint64_t headerArm(const Type& pdu, const TableRow& row) {
+   const auto field = std::ranges::find_if(pdu.fields, [](auto& each) { return isHeaderChoice(*each); });
+   return field == pdu.fields.end() ? 0 : headerArm(**field, row);
+}
+
 std::string headerWords(const Type& pdu, const TableRow& row) {
    std::string text;
    for (auto& field : pdu.fields)

@@ -873,6 +873,7 @@ private:
          content.doc = line.doc;
          content.iei = static_cast<unsigned>(line.msgType);
          content.number = line.disc;
+         content.lead = headerArm(*type_, line);
          if (line.record.type != nullptr) {
             nested(content, *line.record.type);
             if (!line.inlineValue) content.kind = "Message";

@@ -44,8 +44,9 @@ typedef struct QuorvaJsonFault {
 
 /**
  * Reads a value. Members may stand in any order; one that is missing has its initial state. Lengths that the
- * encoder computes may be left out, as may discriminator and type of a PDU, which its message tells. Numbers
- * are taken for names as well. Whether the value can be encoded tells the encoder.
+ * encoder computes may be left out, as may discriminator, type and header options of a PDU, which its message
+ * tells as asn1SetTC_ does. Numbers are taken for names as well. Whether the value can be encoded tells the
+ * encoder.
  * @param value   Of the size of the type; need not be initialised. What it points to lies on the context's
  *                heap.
  * @param text    UTF-8, one value with white space around it.

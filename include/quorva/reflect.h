@@ -148,7 +148,7 @@ QUORVA_API int quorvaGet(RtxContext* pctxt, const QuorvaType* type, const void* 
 
 /**
  * Sets the leaf at a path. What is on the way to it becomes present, in its initial state where it was not:
- * presence and group bits are set, arms selected (of a PDU with discriminator and type of the message),
+ * presence and group bits are set, arms selected (of a PDU as asn1SetTC_ does, with the message's header),
  * records of messages allocated; an entry just behind the end of a list is added to it. An arm that was
  * selected before is lost, as is one that a changed number deselects. Memory is taken from the context's
  * heap.

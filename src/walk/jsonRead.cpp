@@ -601,18 +601,12 @@ private:
       }
       return 0;
    }
-   // Of a message in a PDU: discriminator and type, unless they were given.
+   // Of a message in a PDU: discriminator, type and arm of the header, unless they were given.
    static void header(const Module& module, const Row& choice, const Shape& pdu, const Seen& seen) {
       const Row* arm = findArm(module, choice, load(pdu.record + choice.count, choice.width));
       if (arm == nullptr) return;
-      const Wire& message = wireOf(module, *arm);
-      for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i) {
-         const Row& row = module.rows[i];
-         if (seen.has(&row)) continue;
-         const Shape place = shapeOf(module, row, pdu.record);
-         if (isNamed(module, row, "protoDiscr")) (void)storeNumber(place, message.number);
-         if (isNamed(module, row, "msgType")) (void)storeNumber(place, message.iei);
-      }
+      for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i)
+         if (!seen.has(&module.rows[i])) storeHeader(module, choice, *arm, module.rows[i], pdu.record);
    }
 
    // Choices.

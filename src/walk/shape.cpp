@@ -485,14 +485,28 @@ int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* rec
    const Row& row = module.rows[arm.row];
    clear(module, row, record);
    if ((wireOf(module, choice).flags & kOfMessages) == 0) return 0;
-   const Wire& message = wireOf(module, row);
-   for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i) {
-      const std::string_view name = nameOf(module, module.rows[i]);
-      if (name == "protoDiscr")
-         (void)storeNumber(shapeOf(module, module.rows[i], pdu.record), message.number);
-      if (name == "msgType") (void)storeNumber(shapeOf(module, module.rows[i], pdu.record), message.iei);
-   }
+   for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i)
+      storeHeader(module, choice, row, module.rows[i], pdu.record);
    return 0;
+}
+
+void storeHeader(const Module& module, const Row& messages, const Row& message, const Row& field,
+                 uint8_t* pdu) {
+   const Wire& tells = wireOf(module, message);
+   if (isNamed(module, field, "protoDiscr")) (void)storeNumber(shapeOf(module, field, pdu), tells.number);
+   if (isNamed(module, field, "msgType")) (void)storeNumber(shapeOf(module, field, pdu), tells.iei);
+   if (tells.lead == 0 || field.kind != Kind::Nested) return;
+   const Shape header = shapeOf(module, field, pdu);
+   if (header.rows != 1 || !isUnnamedChoice(header.module->rows[header.first])) return;
+   const Row& choice = header.module->rows[header.first];
+   const uint64_t now = selectorOf(*header.module, choice, header.record);
+   const Arm* arms = module.arms + messages.first;
+   const bool others = std::any_of(arms, arms + messages.rows, [&](const Arm& other) {
+      return wireOf(module, module.rows[other.row]).lead == now;
+   });
+   const Arm* arm = armOf(*header.module, choice, tells.lead);
+   if (arm != nullptr && now != tells.lead && (now == 0 || others))
+      (void)select(*header.module, choice, *arm, header.record, {});
 }
 
 int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record) {

@@ -144,9 +144,14 @@ int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits);
 int resize(RtxContext* ctxt, const Shape& list, uint64_t count);
 Shape entryOf(const Shape& list, uint64_t index);
 
-// Selects an arm; in a PDU discriminator and type of the message besides. `pdu`: the record around.
-// RTX_E_BAD_CHOICE if no number can.
+// Selects an arm; in a PDU what goes with the message besides. `pdu`: the record around. RTX_E_BAD_CHOICE if
+// no number can.
 int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu);
+
+// What goes with the message of a PDU into one of the PDU's fields: discriminator, type, and the arm of the
+// header, where one that is chosen stays unless it is that of the PDU's other protocol.
+void storeHeader(const Module& module, const Row& messages, const Row& message, const Row& field,
+                 uint8_t* pdu);
 
 // The record of a message that has none yet.
 int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record);

@@ -134,7 +134,8 @@ struct Wire {
    uint8_t bits;    // width of the number, of a count or of a length
    uint8_t limits;  // number among the module's limits
    uint8_t iei;     // optional element of a message: IEI, its bits, what the scan skips; in the arm of a PDU
-                    // the type of the message, whose discriminator is `number`
+                    // the type of the message, with its discriminator in `number` and in `lead` the arm of
+                    // the header's choice that no octet tells, 0 without one
    uint8_t ieiBits;
    uint8_t format;
    uint8_t lead; // Since: bits that must be left; kBareAround: bits of that length; TV: octets of the value;

@@ -3,6 +3,7 @@
 
 #include "modules/records.h"
 #include "quorva/modules.h"
+#include "quorva/quorva.hpp"
 
 #include <map>
 
@@ -47,6 +48,37 @@ TEST(Selectors, MakePdusThatEncodeAsTheyAre) {
       }
    }
    EXPECT_EQ(std::size(kMessages), 370u);
+}
+
+// A path to the message, and JSON of the message alone, have the PDU's header say the same, with one message
+// behind the other in a record too.
+TEST(Selectors, AreThoseOfPathsAndOfJson) {
+   std::map<std::string, std::pair<Room, Room>> used;
+   for (const Message& message : kMessages) {
+      const QuorvaType& type = *quorvaFindType(message.pdu);
+      const auto jsonOf = [&type](Room& pdu) { return quorva::Context::to_json({type, pdu.get()}); };
+      const auto header = [&jsonOf](Room& pdu) {
+         const std::string json = jsonOf(pdu);
+         return json.substr(0, json.find("\"data\""));
+      };
+      SCOPED_TRACE(std::string(message.pdu) + ' ' + message.member);
+      Capture capture(kTextRoom);
+      Room fresh(type, 0), read(type, 0xFF);
+      if (header(fresh).find("l3HdrOpts") == std::string::npos) continue;
+      auto& [set, went] = used.try_emplace(message.pdu, std::piecewise_construct,
+                                           std::forward_as_tuple(type, 0), std::forward_as_tuple(type, 0))
+                                .first->second;
+      message.set(&capture.ctxt, set.get());
+      const std::string path = std::string("data.") + message.member;
+      EXPECT_NE(quorvaSet(&capture.ctxt, &type, went.get(), path.c_str(), ""), RTX_E_UNKNOWN_NAME);
+      EXPECT_EQ(header(went), header(set));
+      message.set(&capture.ctxt, fresh.get());
+      const std::string whole = jsonOf(fresh), json = '{' + whole.substr(whole.find("\"data\""));
+      EXPECT_EQ(quorvaFromJson(&capture.ctxt, &type, read.get(), json.data(), json.size(), nullptr), 0);
+      EXPECT_EQ(jsonOf(read), whole);
+      EXPECT_EQ(encode(capture.ctxt, type, read.get()).status, 0);
+   }
+   EXPECT_EQ(used.size(), 8u);
 }
 
 TEST(Selectors, LeaveHeaderOptionsThatTheCallerHasChosen) {
