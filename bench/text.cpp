@@ -153,7 +153,7 @@ public:
       switch (way) {
       case kPrinted: f.print(); return true;
       case kWritten:
-         return quorvaToJson(f.type, f.record.data(), memory_.data(), memory_.size(), &length_) == 0;
+         return quorvaToJson(&f.ctxt, f.type, f.record.data(), memory_.data(), memory_.size(), &length_) == 0;
       case kRead:
          // The memory that the record points to may go: it is read whole.
          rtxMemReset(&f.ctxt);

@@ -9,13 +9,13 @@
 
 namespace {
 
-std::string toJson(const QuorvaType& type, const void* value) {
+std::string toJson(const RtxContext* ctxt, const QuorvaType& type, const void* value) {
    std::string text;
    const auto append = [](void* user, const char* piece, size_t size) {
       static_cast<std::string*>(user)->append(piece, size);
       return 0;
    };
-   if (quorvaWriteJson(&type, value, append, &text) != 0) abort();
+   if (quorvaWriteJson(ctxt, &type, value, append, &text) != 0) abort();
    return text;
 }
 
@@ -35,16 +35,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
    size_t count = 0;
    const QuorvaType* types = quorvaTypes(&count);
-   const QuorvaType& type = types[(size_t{data[0]} << 8 | data[1]) % count];
+   const QuorvaType& type = types[(size_t{data[0]} << 8 | data[1]) % 0x8000 % count];
+   rtxCtxtClearFlag(&ctxt, RTX_CTXT_STANDARD);
+   if (data[0] >= 0x80) rtxCtxtSetFlag(&ctxt, RTX_CTXT_STANDARD);
    const std::vector<char> text(data + 2, data + size);
    QuorvaJsonFault fault;
    void* value = room(&ctxt, type);
    const int status = quorvaFromJson(&ctxt, &type, value, text.data(), text.size(), &fault);
    if (status == 0) {
-      const std::string first = toJson(type, value);
+      const std::string first = toJson(&ctxt, type, value);
       void* again = room(&ctxt, type);
       if (quorvaFromJson(&ctxt, &type, again, first.data(), first.size(), &fault) != 0) abort();
-      if (toJson(type, again) != first) abort();
+      if (toJson(&ctxt, type, again) != first) abort();
       if (type.encode != nullptr) {
          std::vector<uint8_t> output(65536);
          rtxCtxtSetBufPtr(&ctxt, output.data(), output.size());

@@ -19,19 +19,21 @@ QUORVA_BEGIN_DECLS
 
 /**
  * Writes a value, on one line, without a line end.
+ * @param pctxt   Of RTX_CTXT_STANDARD the members and names of standard mode; may be null. It is not changed.
  * @param buffer  Gets the text and its NUL, cut where the room ends; may be null if size is 0.
  * @param size    Its size in octets.
  * @param length  Gets the octets of the whole text without its NUL, also where it was cut; may be null.
  * @return 0, RTX_E_TOO_SMALL if the text was cut, RTX_E_BAD_ARGUMENT for a type that is none of quorvaTypes.
  */
-QUORVA_API int quorvaToJson(const QuorvaType* type, const void* value, char* buffer, size_t size,
-                            size_t* length);
+QUORVA_API int quorvaToJson(const RtxContext* pctxt, const QuorvaType* type, const void* value, char* buffer,
+                            size_t size, size_t* length);
 
 /** Takes a piece of a text that is no longer there afterwards. A result other than 0 ends the text. */
 typedef int (*QuorvaPut)(void* user, const char* text, size_t length);
 
 /** The same, piece by piece. 0, RTX_E_BAD_ARGUMENT, or what `put` returned. */
-QUORVA_API int quorvaWriteJson(const QuorvaType* type, const void* value, QuorvaPut put, void* user);
+QUORVA_API int quorvaWriteJson(const RtxContext* pctxt, const QuorvaType* type, const void* value,
+                               QuorvaPut put, void* user);
 
 /** Where a JSON text was refused, and why. */
 typedef struct QuorvaJsonFault {

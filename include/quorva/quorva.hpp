@@ -175,10 +175,10 @@ public:
    }
 
    /** One line of JSON without a line end, as quorva/json.h tells; "" of no value. */
-   static std::string to_json(View value) {
+   std::string to_json(View value) const {
       std::string text(1024, '\0');
       size_t length = 0;
-      while (quorvaToJson(value.type, value.record, &text[0], text.size(), &length) == RTX_E_TOO_SMALL)
+      while (quorvaToJson(*this, value.type, value.record, &text[0], text.size(), &length) == RTX_E_TOO_SMALL)
          text.resize(length + 1);
       text.resize(length);
       return text;

@@ -64,8 +64,9 @@ typedef struct QuorvaField {
 } QuorvaField;
 
 /**
- * The fields of a record in the order of its print. A type that is no record has one field without a name:
- * its value. Those of inner records without a type, of lists and of choices are asked for by quorvaFieldsIn.
+ * The fields of a record in the order of its print, those of default mode. A type that is no record has one
+ * field without a name: its value. Those of inner records without a type, of lists and of choices are asked
+ * for by quorvaFieldsIn.
  * @param fields  Gets them, as many as there is room for; null for none.
  * @param room    How many it has room for.
  * @return How many there are; 0 for a type that is none of quorvaTypes.
@@ -130,7 +131,8 @@ typedef struct QuorvaVisitor {
 
 /**
  * Visits what is there of a value, in the order of its print; a selector that no arm's name tells is a leaf
- * "t". Items and their texts stand while the visitor runs. Paths and texts take the context's heap while the
+ * "t". With RTX_CTXT_STANDARD fields and names are those of standard mode, here as in the functions of paths.
+ * Items and their texts stand while the visitor runs. Paths and texts take the context's heap while the
  * visit lasts.
  * @return 0, what the visitor returned, RTX_E_BAD_ARGUMENT for an unknown type, RTX_E_NOMEM.
  */

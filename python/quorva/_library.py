@@ -60,7 +60,7 @@ class Context:
         pointer.flags = self.flags
 
     def json(self, type_: Any, value: Any) -> bytes:
-        while lib.quorvaToJson(type_, value, self.text, self.size, self.length) < 0:
+        while lib.quorvaToJson(self.pointer, type_, value, self.text, self.size, self.length) < 0:
             self.resize(2 * self.length[0])
         return self.view[: self.length[0]]
 

@@ -86,7 +86,7 @@ private:
       }
       if (note.doc == nullptr) {
          begin = std::strlen(path);
-         found = shapeAt(type_, value_, "", shape, note.doc, around_) == 0;
+         found = shapeAt(ctxt_, type_, value_, "", shape, note.doc, around_) == 0;
       }
       if (found && std::strcmp(note.kind, "IEI") == 0) {
          element(field, shape, note, begin == path_.size());
@@ -103,7 +103,7 @@ private:
       }
       if (found && isField(field)) {
          if (shape.kind == Kind::Group || shape.kind == Kind::List || shape.kind == Kind::Choice)
-            putJson(text_, shape);
+            putJson(text_, shape, shownRows(ctxt_));
          else
             putText(text_, shape, leafOf(shape));
          if (shape.kind == Kind::Number) note.meaning = meaningOf(*shape.module, *shape.row, shape.record);
@@ -121,7 +121,7 @@ private:
          const Row& row = message.module->rows[i];
          const Wire& wire = wireOf(*message.module, row);
          if (wire.ieiBits != field.bitCount || wire.iei != iei) continue;
-         const Shape shape = shapeOf(*message.module, row, message.record);
+         const Shape shape = shapeOf(*message.module, row, message.record, shownRows(ctxt_));
          if (const char* doc = docOf(*message.module, &row, shape.type); *doc != 0) note.doc = doc;
          if (!isRoot) path_.put('.');
          path_.put(nameOf(*message.module, row));
@@ -136,13 +136,13 @@ private:
    // begins with no field.
    bool describe(char* path, Shape& shape, const char*& doc) {
       doc = nullptr;
-      if (shapeAt(type_, value_, path, shape, doc, around_) == 0) return true;
+      if (shapeAt(ctxt_, type_, value_, path, shape, doc, around_) == 0) return true;
       doc = nullptr;
       for (char* end = path + std::strlen(path); doc == nullptr;) {
          while (end != path && *end != '.') --end;
          if (end == path) break;
          *end = 0;
-         if (shapeAt(type_, value_, path, shape, doc, around_) < 0) doc = nullptr;
+         if (shapeAt(ctxt_, type_, value_, path, shape, doc, around_) < 0) doc = nullptr;
          *end-- = '.';
       }
       return false;
@@ -197,7 +197,7 @@ using namespace quorva::walk;
 int quorvaNotes(RtxContext* pctxt, const QuorvaType* type, const void* value, QuorvaTakeNote take,
                 void* user) {
    Shape shape;
-   if (take == nullptr || !shapeOf(type, value, shape)) return RTX_E_BAD_ARGUMENT;
+   if (take == nullptr || !shapeOf(type, value, shape, shownRows(pctxt))) return RTX_E_BAD_ARGUMENT;
    if (pctxt->bitFields == nullptr || pctxt->bufData == nullptr) return RTX_E_NOT_INIT;
    return Notes(pctxt, type, value, take, user).list(*pctxt->bitFields);
 }

@@ -53,6 +53,17 @@ inline void setAbsent(uint8_t* record, uint32_t number) {
       record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
    }
 }
+inline void clearAt(uint8_t* record, uint32_t number) {
+   record[number / 8] = static_cast<uint8_t>(record[number / 8] & ~(1u << number % 8));
+}
+inline void clearAbsent(uint8_t* record, uint32_t number) {
+   if (number != kNone && number >= kAbsent) clearAt(record, number - kAbsent);
+}
+// What a bit stands for is not there: the bit is 0, or 1 if it says so.
+inline void clearBit(uint8_t* record, uint32_t number) {
+   if (number < kAbsent) clearAt(record, number);
+   setAbsent(record, number);
+}
 // Octets of the record's length.
 inline unsigned lengthOctets(const Type& type) {
    return type.lengthBits == 16 && (type.flags & kShortLength) == 0 ? 2 : 1;

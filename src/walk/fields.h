@@ -20,7 +20,7 @@ struct Label {
 template <class Sink>
 class Fields {
 public:
-   explicit Fields(Sink& sink) : sink_(sink) {}
+   Fields(Sink& sink, Rows by) : sink_(sink), by_(by) {}
 
    int value(const Label& label, const Shape& shape) {
       switch (shape.kind) {
@@ -33,7 +33,7 @@ public:
          const auto entries = contentsOf(row, shape.record) == nullptr ? 0 : countOf(row, shape.record);
          QUORVA_PRINT_STEP(sink_.begin(label, shape));
          for (uint64_t i = 0; i < entries; ++i)
-            QUORVA_PRINT_STEP(value({label.name, static_cast<size_t>(i), true}, entryOf(shape, i)));
+            QUORVA_PRINT_STEP(value({label.name, static_cast<size_t>(i), true}, entryOf(shape, i, by_)));
          return sink_.end(label, shape);
       }
       case Kind::Choice:
@@ -56,7 +56,7 @@ private:
    int field(const Module& module, const Row& row, uint8_t* record) {
       if (isUnnamedChoice(row)) return arms(module, row, record);
       if (isField(row)) {
-         const Shape shape = shapeOf(module, row, record);
+         const Shape shape = shapeOf(module, row, record, by_);
          if (shape.there) QUORVA_PRINT_STEP(value({nameOf(module, row), 0, false, &module, &row}, shape));
       }
       return isWireGroup(row) ? block(module, row.first, row.rows, record) : 0;
@@ -68,7 +68,7 @@ private:
       const Arm* arm = armOf(module, choice, selector);
       const Row* row = arm == nullptr ? nullptr : &module.rows[arm->row];
       const bool shown = row != nullptr && *nameOf(module, *row) != 0 && isThere(*row, record) &&
-                         (isWireGroup(*row) || (isField(*row) && shapeOf(module, *row, record).there));
+                         (isWireGroup(*row) || (isField(*row) && shapeOf(module, *row, record, by_).there));
       if ((choice.flags & kOwnSelector) != 0 && !(shown && arm->low == selector) &&
           (arm != nullptr || selector != 0))
          QUORVA_PRINT_STEP(sink_.selector(selector));
@@ -76,6 +76,7 @@ private:
    }
 
    Sink& sink_;
+   Rows by_;
 };
 
 } // namespace quorva::walk

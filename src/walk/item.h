@@ -11,7 +11,7 @@ bool describe(const Shape& shape, const char* doc, HeapOut& out, QuorvaItem& ite
 
 // What stands at a path, and the words about it, or else about what it is in; where these tell no clause the
 // words about what tells one around it. Statuses as of quorvaGet.
-int shapeAt(const QuorvaType* type, const void* value, const char* path, Shape& shape, const char*& doc,
-            const char*& around);
+int shapeAt(RtxContext* ctxt, const QuorvaType* type, const void* value, const char* path, Shape& shape,
+            const char*& doc, const char*& around);
 
 } // namespace quorva::walk

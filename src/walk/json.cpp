@@ -191,29 +191,33 @@ void putJsonText(TextOut& out, std::string_view text) {
    out.put('"');
 }
 
-void putJson(TextOut& out, const Shape& shape) {
+void putJson(TextOut& out, const Shape& shape, Rows by) {
    JsonSink sink(out);
-   (void)Fields(sink).value({}, shape);
+   (void)Fields(sink, by).value({}, shape);
 }
 
 } // namespace quorva::walk
 
 using namespace quorva::walk;
 
-int quorvaToJson(const QuorvaType* type, const void* value, char* buffer, size_t size, size_t* length) {
+int quorvaToJson(const RtxContext* pctxt, const QuorvaType* type, const void* value, char* buffer,
+                 size_t size, size_t* length) {
    Shape shape;
-   if (!shapeOf(type, value, shape) || (buffer == nullptr && size > 0)) return RTX_E_BAD_ARGUMENT;
+   const Rows by = shownRows(pctxt);
+   if (!shapeOf(type, value, shape, by) || (buffer == nullptr && size > 0)) return RTX_E_BAD_ARGUMENT;
    BufferOut out(buffer, size);
-   putJson(out, shape);
+   putJson(out, shape, by);
    const size_t all = out.finish();
    if (length != nullptr) *length = all;
    return all < size ? 0 : RTX_E_TOO_SMALL;
 }
 
-int quorvaWriteJson(const QuorvaType* type, const void* value, QuorvaPut put, void* user) {
+int quorvaWriteJson(const RtxContext* pctxt, const QuorvaType* type, const void* value, QuorvaPut put,
+                    void* user) {
    Shape shape;
-   if (!shapeOf(type, value, shape) || put == nullptr) return RTX_E_BAD_ARGUMENT;
+   const Rows by = shownRows(pctxt);
+   if (!shapeOf(type, value, shape, by) || put == nullptr) return RTX_E_BAD_ARGUMENT;
    CallbackOut out(put, user);
-   putJson(out, shape);
+   putJson(out, shape, by);
    return out.finish();
 }

@@ -9,7 +9,7 @@ namespace quorva::walk {
 // A text in quotes; one that is no UTF-8 as an object with its octets.
 void putJsonText(TextOut& out, std::string_view text);
 // What stands at a place, without a name.
-void putJson(TextOut& out, const Shape& shape);
+void putJson(TextOut& out, const Shape& shape, Rows by);
 
 // What a leaf says: as in QuorvaItem.
 void putText(TextOut& out, const Shape& shape, const Leaf& leaf);

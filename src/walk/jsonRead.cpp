@@ -485,7 +485,7 @@ private:
             if (grown == nullptr) return fail(RTX_E_NOMEM);
             entries = grown;
          }
-         Shape place = shapeOf(*shape.module, entry, entries + count * row.stride);
+         Shape place = shapeOf(*shape.module, entry, entries + count * row.stride, madeRows(ctxt_));
          if (const int status = value(place, owner); status < 0) {
             char index[32] = "[";
             char* behind = std::to_chars(index + 1, index + 30, count).ptr;
@@ -516,7 +516,7 @@ private:
       if (peek() != '{') return fail(RTX_E_VALUE_TYPE);
       L3_TRY(expect('{'));
       if (shape.form != nullptr)
-         std::memset(shape.record + shape.form->presenceOffset, 0, shape.form->presenceOctets);
+         clearPresence(shape);
       else
          std::memset(shape.record + shape.row->count, 0, shape.row->width);
       Selections selections;
@@ -571,7 +571,7 @@ private:
       if (row.kind == Kind::Message) {
          if (const int status = makeMessage(ctxt_, row, record); status < 0) return fail(status);
       }
-      return value(shapeOf(module, row, record), owner);
+      return value(shapeOf(module, row, record, madeRows(ctxt_)), owner);
    }
 
    // What no member told.
@@ -595,6 +595,7 @@ private:
                clear(module, *arm, shape.record);
          } else if (absent) {
             clear(module, row, shape.record);
+            setAbsent(shape.record, row.presence);
          }
          if (row.kind == Kind::Choice && (wireOf(module, row).flags & kOfMessages) != 0)
             header(module, row, shape, seen);
@@ -744,7 +745,7 @@ int quorvaFromJson(RtxContext* pctxt, const QuorvaType* type, void* value, const
    *fault = {};
    fault->reason = "no value to read into";
    Shape shape;
-   if (pctxt == nullptr || !shapeOf(type, value, shape)) return RTX_E_BAD_ARGUMENT;
+   if (pctxt == nullptr || !shapeOf(type, value, shape, madeRows(pctxt))) return RTX_E_BAD_ARGUMENT;
    return readJson(pctxt, shape, length == 0 ? "" : text, length, *fault);
 }
 

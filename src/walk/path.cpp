@@ -59,9 +59,12 @@ private:
 class Way {
 public:
    // With `make` what isn't there becomes so. Memory is the context's.
-   Way(RtxContext* ctxt, bool make) : ctxt_(ctxt), make_(make) {}
+   Way(RtxContext* ctxt, bool make)
+         : ctxt_(ctxt), make_(make), by_(make ? madeRows(ctxt) : shownRows(ctxt)) {}
 
-   int go(const Shape& root, std::string_view path) {
+   int go(const QuorvaType* type, const void* value, std::string_view path) {
+      Shape root;
+      if (!shapeOf(type, value, root, by_)) return RTX_E_BAD_ARGUMENT;
       enter(root);
       while (!path.empty()) {
          if (owners.count == kMostOwners) return RTX_E_BAD_FORMAT;
@@ -112,7 +115,7 @@ private:
       index = static_cast<size_t>(number);
       row = nullptr;
       path.remove_prefix(end + 1);
-      enter(entryOf(shape, number));
+      enter(entryOf(shape, number, by_));
       return 0;
    }
 
@@ -188,11 +191,11 @@ private:
       module = &table;
       row = &which;
       record = place;
-      Shape inner = shapeOf(table, which, place);
+      Shape inner = shapeOf(table, which, place, by_);
       if (!inner.there) {
          if (!make_) return RTX_E_NOT_INIT;
          L3_TRY(makeMessage(ctxt_, which, place));
-         inner = shapeOf(table, which, place);
+         inner = shapeOf(table, which, place, by_);
       }
       enter(inner);
       return 0;
@@ -200,6 +203,7 @@ private:
 
    RtxContext* ctxt_;
    bool make_;
+   Rows by_;
 };
 
 bool isNumber(const Shape& shape) {
@@ -223,9 +227,7 @@ int setSpecial(RtxContext* ctxt, const Way& way, uint64_t number) {
 }
 
 int wayTo(Way& way, const QuorvaType* type, const void* value, const char* path) {
-   Shape root;
-   if (path == nullptr || !shapeOf(type, value, root)) return RTX_E_BAD_ARGUMENT;
-   return way.go(root, path);
+   return path == nullptr ? RTX_E_BAD_ARGUMENT : way.go(type, value, path);
 }
 
 const char* wordsOf(const Way& way) {
@@ -244,9 +246,9 @@ int setLeaf(const Way& way, Store store) {
 
 } // namespace
 
-int shapeAt(const QuorvaType* type, const void* value, const char* path, Shape& shape, const char*& doc,
-            const char*& around) {
-   Way way(nullptr, false);
+int shapeAt(RtxContext* ctxt, const QuorvaType* type, const void* value, const char* path, Shape& shape,
+            const char*& doc, const char*& around) {
+   Way way(ctxt, false);
    L3_TRY(wayTo(way, type, value, path));
    if (way.special != 0) return RTX_E_UNKNOWN_NAME;
    shape = way.shape;
@@ -321,8 +323,7 @@ int quorvaRemove(RtxContext* pctxt, const QuorvaType* type, void* value, const c
    if (status < 0) return status;
    if (way.special != 0 || way.row == nullptr || way.row->presence == kNone) return RTX_E_CANNOT_DO;
    Steered steered(way.owners);
-   uint8_t& octet = way.record[way.row->presence / 8];
-   octet = static_cast<uint8_t>(octet & ~(1u << way.row->presence % 8));
+   clearBit(way.record, way.row->presence);
    steered.settle();
    return 0;
 }

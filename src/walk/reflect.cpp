@@ -97,7 +97,8 @@ uint32_t bitsOf(const Shape& shape) {
 // What a row describes, where there is no record.
 uint8_t nowhere[1]; // never read or written
 Shape described(const Module& module, const Row& row) {
-   return row.kind == Kind::Message ? shapeOf(row.module, row.index, nowhere) : shapeOf(module, row, nowhere);
+   return row.kind == Kind::Message ? shapeOf(row.module, row.index, nowhere, Rows::Family)
+                                    : shapeOf(module, row, nowhere, Rows::Family);
 }
 
 class Lister {
@@ -287,7 +288,7 @@ using namespace quorva::walk;
 size_t quorvaFields(const QuorvaType* type, QuorvaField* fields, size_t room) {
    if (!isRegistered(type)) return 0;
    const TypePlace place = registryPlaces[type - registry];
-   const Shape shape = shapeOf(place.module, place.type, nowhere);
+   const Shape shape = shapeOf(place.module, place.type, nowhere, Rows::Family);
    Lister lister(fields, room);
    if (shape.kind == Kind::Group)
       lister.inside(shape);
@@ -351,7 +352,8 @@ void* quorvaNew(RtxContext* pctxt, const QuorvaType* type) {
 
 int quorvaVisit(RtxContext* pctxt, const QuorvaType* type, const void* value, const QuorvaVisitor* visitor) {
    Shape shape;
-   if (visitor == nullptr || !shapeOf(type, value, shape)) return RTX_E_BAD_ARGUMENT;
+   const Rows by = shownRows(pctxt);
+   if (visitor == nullptr || !shapeOf(type, value, shape, by)) return RTX_E_BAD_ARGUMENT;
    VisitSink sink(pctxt, *visitor);
-   return Fields(sink).value({}, shape);
+   return Fields(sink, by).value({}, shape);
 }

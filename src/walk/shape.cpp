@@ -14,7 +14,13 @@
 
 namespace quorva::walk {
 
-Shape shapeOf(unsigned module, unsigned type, uint8_t* value) {
+// Does it hold a member that standard mode alone has?
+static bool holdsAppendix(const Type& type, const uint8_t* record) {
+   const uint8_t* bits = record + type.appendixOffset;
+   return std::any_of(bits, bits + type.appendixOctets, [](uint8_t octet) { return octet != 0; });
+}
+
+Shape shapeOf(unsigned module, unsigned type, uint8_t* value, Rows by) {
    const Module* table = modules[module];
    const Type* form = &table->types[type];
    while (form->form == Form::Alias) {
@@ -22,8 +28,10 @@ Shape shapeOf(unsigned module, unsigned type, uint8_t* value) {
       form = &table->types[form->first];
    }
    const QuorvaType* named = &registered(module, type);
+   if (form->standard != 0 && (by == Rows::Standard || (by == Rows::Held && holdsAppendix(*form, value))))
+      form = &table->types[form->standard];
    if (form->form == Form::Value) {
-      Shape shape = shapeOf(*table, table->rows[form->first], value);
+      Shape shape = shapeOf(*table, table->rows[form->first], value, by);
       shape.type = named;
       shape.place = value;
       return shape;
@@ -39,10 +47,10 @@ Shape shapeOf(unsigned module, unsigned type, uint8_t* value) {
            .type = named};
 }
 
-bool shapeOf(const QuorvaType* type, const void* value, Shape& shape) {
+bool shapeOf(const QuorvaType* type, const void* value, Shape& shape, Rows by) {
    if (!isRegistered(type) || (value == nullptr && type->size != 0)) return false;
    const TypePlace place = registryPlaces[type - registry];
-   shape = shapeOf(place.module, place.type, static_cast<uint8_t*>(const_cast<void*>(value)));
+   shape = shapeOf(place.module, place.type, static_cast<uint8_t*>(const_cast<void*>(value)), by);
    return true;
 }
 
@@ -232,7 +240,7 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    case Kind::Text: std::memset(place, 0, heap ? sizeof(void*) : row.capacity + size_t{1}); return;
    case Kind::Message: std::memset(place, 0, sizeof(void*)); return;
    case Kind::Nested:
-   case Kind::Group: return clear(shapeOf(module, row, record));
+   case Kind::Group: return clear(shapeOf(module, row, record, Rows::Family));
    case Kind::Choice:
       if ((row.flags & kOwnSelector) != 0)
          store(record + row.count, row.width, 0);
@@ -256,13 +264,18 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    }
 }
 
+void clearPresence(const Shape& shape) {
+   std::memset(shape.record + shape.form->presenceOffset, 0, shape.form->presenceOctets);
+   std::memset(shape.record + shape.form->appendixOffset, 0, shape.form->appendixOctets);
+}
+
 void clear(const Shape& shape) {
    if (shape.kind != Kind::Group) {
       if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record);
       return;
    }
    if (shape.form != nullptr)
-      std::memset(shape.record + shape.form->presenceOffset, 0, shape.form->presenceOctets);
+      clearPresence(shape);
    else
       std::memset(shape.record + shape.row->count, 0, shape.row->width);
    for (unsigned i = shape.first; i < shape.first + shape.rows; ++i)
@@ -454,10 +467,10 @@ int storeAnyText(RtxContext* ctxt, const Shape& shape, std::string_view text) {
    }
 }
 
-Shape entryOf(const Shape& list, uint64_t index) {
+Shape entryOf(const Shape& list, uint64_t index, Rows by) {
    const Row& row = *list.row;
    return shapeOf(*list.module, list.module->rows[row.first],
-                  contentsOf(row, list.record) + static_cast<size_t>(index) * row.stride);
+                  contentsOf(row, list.record) + static_cast<size_t>(index) * row.stride, by);
 }
 
 int resize(RtxContext* ctxt, const Shape& list, uint64_t count) {
@@ -475,7 +488,7 @@ int resize(RtxContext* ctxt, const Shape& list, uint64_t count) {
       return RTX_E_CONSTRAINT;
    }
    store(list.record + row.count, row.width, count);
-   for (; old < count; ++old) clear(entryOf(list, old));
+   for (; old < count; ++old) clear(entryOf(list, old, Rows::Family));
    return 0;
 }
 
@@ -515,7 +528,7 @@ int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record) {
    auto* message = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, std::max<size_t>(size, 1)));
    if (message == nullptr) return RTX_E_NOMEM;
    std::memcpy(place, &message, sizeof message);
-   clear(shapeOf(row.module, row.index, message));
+   clear(shapeOf(row.module, row.index, message, Rows::Family));
    return 0;
 }
 

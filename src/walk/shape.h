@@ -20,14 +20,27 @@ struct Shape {
    const QuorvaType* type = nullptr; // outermost type with a name
 };
 
-Shape shapeOf(unsigned module, unsigned type, uint8_t* value);
-inline Shape shapeOf(const Module& module, const Row& row, uint8_t* record) {
+// By which rows a record is told that has others in standard mode: by those if it holds what they alone have;
+// or by what the caller says, who makes the record, or has none.
+enum class Rows { Held, Family, Standard };
+inline bool isStandardMode(const RtxContext* ctxt) {
+   return ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0;
+}
+inline Rows madeRows(const RtxContext* ctxt) {
+   return isStandardMode(ctxt) ? Rows::Standard : Rows::Family;
+}
+inline Rows shownRows(const RtxContext* ctxt) {
+   return isStandardMode(ctxt) ? Rows::Standard : Rows::Held;
+}
+
+Shape shapeOf(unsigned module, unsigned type, uint8_t* value, Rows by = Rows::Held);
+inline Shape shapeOf(const Module& module, const Row& row, uint8_t* record, Rows by = Rows::Held) {
    uint8_t* place = record + row.offset;
-   if (row.kind == Kind::Nested) return shapeOf(row.module, row.index, place);
+   if (row.kind == Kind::Nested) return shapeOf(row.module, row.index, place, by);
    if (row.kind == Kind::Message) {
       uint8_t* message;
       __builtin_memcpy(&message, place, sizeof message);
-      return message != nullptr ? shapeOf(row.module, row.index, message) : Shape{.there = false};
+      return message != nullptr ? shapeOf(row.module, row.index, message, by) : Shape{.there = false};
    }
    const bool group = row.kind == Kind::Group, number = row.kind == Kind::Length || row.kind == Kind::Span;
    return {.kind = number ? Kind::Number : row.kind,
@@ -39,7 +52,7 @@ inline Shape shapeOf(const Module& module, const Row& row, uint8_t* record) {
            .place = place};
 }
 // A value of a registered type; false for another type, and for no value.
-bool shapeOf(const QuorvaType* type, const void* value, Shape& shape);
+bool shapeOf(const QuorvaType* type, const void* value, Shape& shape, Rows by = Rows::Held);
 
 QuorvaKind publicKind(Kind kind);
 
@@ -99,6 +112,7 @@ const Arm* armNamed(const Module& module, const Row& choice, std::string_view na
 inline void makeThere(const Row& row, uint8_t* record) {
    setBit(record, row.group);
    setBit(record, row.presence);
+   clearAbsent(record, row.presence);
 }
 
 // The words of the description for a row, or else for the type; "" without.
@@ -124,6 +138,8 @@ const char* meaningOf(const Module& module, const Row& row, const uint8_t* recor
 // absent. Nothing is freed.
 void clear(const Module& module, const Row& row, uint8_t* record);
 void clear(const Shape& record);
+// No optional field of a record is there; its type has a name.
+void clearPresence(const Shape& record);
 
 // Number into a leaf that is one: RTX_E_OVERFLOW if it has no room.
 int storeNumber(const Shape& shape, uint64_t number);
@@ -142,7 +158,7 @@ int storeHex(RtxContext* ctxt, const Shape& shape, std::string_view digits);
 
 // Entries: a list gets so many; those behind the old ones are in their first state.
 int resize(RtxContext* ctxt, const Shape& list, uint64_t count);
-Shape entryOf(const Shape& list, uint64_t index);
+Shape entryOf(const Shape& list, uint64_t index, Rows by = Rows::Held);
 
 // Selects an arm; in a PDU what goes with the message besides. `pdu`: the record around. RTX_E_BAD_CHOICE if
 // no number can.

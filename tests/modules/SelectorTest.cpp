@@ -56,7 +56,7 @@ TEST(Selectors, AreThoseOfPathsAndOfJson) {
    std::map<std::string, std::pair<Room, Room>> used;
    for (const Message& message : kMessages) {
       const QuorvaType& type = *quorvaFindType(message.pdu);
-      const auto jsonOf = [&type](Room& pdu) { return quorva::Context::to_json({type, pdu.get()}); };
+      const auto jsonOf = [&type](Room& pdu) { return quorva::Context().to_json({type, pdu.get()}); };
       const auto header = [&jsonOf](Room& pdu) {
          const std::string json = jsonOf(pdu);
          return json.substr(0, json.find("\"data\""));

@@ -7,6 +7,9 @@
 #include "support/context.h"
 #include "support/vectors.h"
 
+#include <fstream>
+#include <regex>
+
 using namespace quorva::test;
 using quorva_test::Capture;
 
@@ -21,11 +24,11 @@ constexpr TypeVector kVectors[] = {
 #include "tests/vectors.inc"
 };
 
-std::string toJson(const QuorvaType& type, const void* value) {
+std::string toJson(const QuorvaType& type, const void* value, const RtxContext* ctxt = nullptr) {
    size_t size = 0;
-   EXPECT_EQ(quorvaToJson(&type, value, nullptr, 0, &size), RTX_E_TOO_SMALL);
+   EXPECT_EQ(quorvaToJson(ctxt, &type, value, nullptr, 0, &size), RTX_E_TOO_SMALL);
    std::string text(size + 1, '#');
-   EXPECT_EQ(quorvaToJson(&type, value, text.data(), text.size(), nullptr), 0);
+   EXPECT_EQ(quorvaToJson(ctxt, &type, value, text.data(), text.size(), nullptr), 0);
    EXPECT_EQ(text.back(), '\0');
    text.pop_back();
    return text;
@@ -33,21 +36,27 @@ std::string toJson(const QuorvaType& type, const void* value) {
 
 // The octets of a value, of its JSON read back, and the two texts, are the same.
 void comesBack(Capture& capture, const QuorvaType& type, void* value, const std::string& octets) {
-   const std::string json = toJson(type, value);
+   const std::string json = toJson(type, value, &capture.ctxt);
    Room place(type, 0xA5);
    QuorvaJsonFault fault;
    ASSERT_EQ(quorvaFromJson(&capture.ctxt, &type, place.get(), json.data(), json.size(), &fault), 0)
          << fault.path << ": " << fault.reason << " at " << fault.column << " of " << json;
-   EXPECT_EQ(toJson(type, place.get()), json);
+   EXPECT_EQ(toJson(type, place.get(), &capture.ctxt), json);
    if (octets.empty()) return;
    EXPECT_EQ(hexFromOctets(encode(capture.ctxt, type, place.get()).octets), octets) << json;
 }
 
-TEST(Json, SamplesComeBack) {
+class JsonModes : public testing::TestWithParam<uint32_t> {};
+INSTANTIATE_TEST_SUITE_P(Both, JsonModes, testing::Values(0u, RTX_CTXT_STANDARD), [](const auto& info) {
+   return std::string(info.param == 0 ? "Default" : "Standard");
+});
+
+TEST_P(JsonModes, SamplesComeBack) {
    for (auto* type : allTypes()) {
       if (type->sample == nullptr) continue;
       SCOPED_TRACE(type->name);
       Capture capture(kTextRoom);
+      rtxCtxtSetFlag(&capture.ctxt, GetParam());
       void* sample = type->sample(&capture.ctxt);
       const std::string octets =
             type->encode == nullptr ? "" : hexFromOctets(encode(capture.ctxt, *type, sample).octets);
@@ -55,23 +64,31 @@ TEST(Json, SamplesComeBack) {
    }
 }
 
-TEST(Json, VectorsComeBack) {
-   std::vector<std::pair<const char*, Octets>> all;
+TEST_P(JsonModes, VectorsComeBack) {
+   std::vector<std::pair<std::string, Octets>> all;
    for (const auto& vector : kVectors) all.emplace_back(vector.type, octetsFromHex(vector.octets));
    for (auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
       all.emplace_back(type, vector.octets);
+   // Octets that standard mode codes otherwise.
+   std::ifstream conformance(QUORVA_TEST_DATA "/../docs/conformance.md");
+   static const std::regex row(R"(\| `(TS\w+)` \|.*\| `([0-9A-F ]+)` \|[^|]*\|[^|]*\|)");
+   std::smatch cells;
+   for (std::string line; std::getline(conformance, line);)
+      if (std::regex_match(line, cells, row) && quorvaFindType(cells[1].str().c_str()) != nullptr)
+         all.emplace_back(cells[1], octetsFromHex(std::regex_replace(cells[2].str(), std::regex(" "), "")));
    size_t tried = 0;
    for (auto& [name, octets] : all) {
       SCOPED_TRACE(name + (" " + hexFromOctets(octets)));
-      const QuorvaType& type = *quorvaFindType(name);
+      const QuorvaType& type = *quorvaFindType(name.c_str());
       Capture capture(kTextRoom);
+      rtxCtxtSetFlag(&capture.ctxt, GetParam());
       Room place(type, 0);
       if (decode(capture.ctxt, type, octets, place.get()) != 0) continue;
       const Coded again = encode(capture.ctxt, type, place.get());
       comesBack(capture, type, place.get(), again.status < 0 ? "" : hexFromOctets(again.octets));
       ++tried;
    }
-   EXPECT_GT(tried, 1000u);
+   EXPECT_GT(tried, 1100u);
 }
 
 // The same value with the members of each object in reverse, and blanks between them.
@@ -268,7 +285,7 @@ TEST(Json, TextsAreCutWhereTheirRoomEnds) {
    for (size_t size = 0; size <= json.size() + 1; ++size) {
       std::vector<char> room(size);
       size_t length = 0;
-      EXPECT_EQ(quorvaToJson(&type, sample, room.data(), size, &length),
+      EXPECT_EQ(quorvaToJson(nullptr, &type, sample, room.data(), size, &length),
                 size > json.size() ? 0 : RTX_E_TOO_SMALL);
       EXPECT_EQ(length, json.size());
       if (size > 0) {
@@ -280,10 +297,10 @@ TEST(Json, TextsAreCutWhereTheirRoomEnds) {
       static_cast<std::string*>(user)->append(text, size);
       return 0;
    };
-   EXPECT_EQ(quorvaWriteJson(&type, sample, put, &pieces), 0);
+   EXPECT_EQ(quorvaWriteJson(nullptr, &type, sample, put, &pieces), 0);
    EXPECT_EQ(pieces, json);
    EXPECT_EQ(quorvaWriteJson(
-                   &type, sample, [](void*, const char*, size_t) { return -30; }, nullptr),
+                   nullptr, &type, sample, [](void*, const char*, size_t) { return -30; }, nullptr),
              -30);
 }
 

@@ -33,13 +33,13 @@ std::string quoted(std::string_view text) {
    return all += '"';
 }
 
-std::string jsonOf(const QuorvaType& type, const void* value) {
+std::string jsonOf(const RtxContext* ctxt, const QuorvaType& type, const void* value) {
    std::string text;
    const auto append = [](void* user, const char* piece, size_t size) {
       static_cast<std::string*>(user)->append(piece, size);
       return 0;
    };
-   quorvaWriteJson(&type, value, append, &text);
+   quorvaWriteJson(ctxt, &type, value, append, &text);
    return text;
 }
 

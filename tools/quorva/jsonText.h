@@ -13,6 +13,6 @@ namespace quorva::tool {
 std::string quoted(std::string_view text);
 
 // A value, on one line.
-std::string jsonOf(const QuorvaType& type, const void* value);
+std::string jsonOf(const RtxContext* ctxt, const QuorvaType& type, const void* value);
 
 } // namespace quorva::tool

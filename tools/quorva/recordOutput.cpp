@@ -28,12 +28,13 @@ std::string inputText(const Message& message) {
    return text + "}";
 }
 
-std::string textOf(const QuorvaItem& item) {
+std::string textOf(const RtxContext* ctxt, const QuorvaItem& item) {
    if (item.kind > QUORVA_CHOICE) return item.text;
-   return item.type == nullptr ? std::string() : jsonOf(*item.type, item.data);
+   return item.type == nullptr ? std::string() : jsonOf(ctxt, *item.type, item.data);
 }
 
 struct Search {
+   const RtxContext* ctxt;
    std::string suffix; // ".name"
    std::string found;
    bool any = false;
@@ -56,7 +57,7 @@ int search(void* user, const QuorvaItem* item) {
    if (!fits(item->path, search.suffix)) return 0;
    if (search.any) search.found += ',';
    search.any = true;
-   search.found += textOf(*item);
+   search.found += textOf(search.ctxt, *item);
    return 0;
 }
 
@@ -100,7 +101,7 @@ std::string jsonLine(const Decoded& decoded, const std::string& name) {
       line += ",\"leftOver\":" + std::to_string(decoded.clear.size() - decoded.ctxt->bufByteIndex);
    }
    if (!decoded.stop.early)
-      line += meaningsOf(decoded) + ",\"record\":" + jsonOf(decoded.type, decoded.value);
+      line += meaningsOf(decoded) + ",\"record\":" + jsonOf(decoded.ctxt, decoded.type, decoded.value);
    return line + "}\n";
 }
 
@@ -114,8 +115,7 @@ std::string columnsLine(const Decoded& decoded, const std::vector<std::string>& 
       if (&path != &paths.front()) line += '\t';
       if (decoded.stop.early) continue;
       if (path.starts_with("**.")) {
-         Search wanted;
-         wanted.suffix = path.substr(2);
+         Search wanted{decoded.ctxt, path.substr(2), {}, false};
          const QuorvaVisitor visitor = {search, search, nullptr, &wanted};
          quorvaVisit(decoded.ctxt, &decoded.type, decoded.value, &visitor);
          line += shown(wanted.found);
@@ -123,7 +123,7 @@ std::string columnsLine(const Decoded& decoded, const std::vector<std::string>& 
       }
       QuorvaItem item;
       const int status = quorvaGet(decoded.ctxt, &decoded.type, decoded.value, path.c_str(), &item);
-      if (status == 0) line += shown(textOf(item));
+      if (status == 0) line += shown(textOf(decoded.ctxt, item));
    }
    return line + "\n";
 }
