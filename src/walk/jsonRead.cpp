@@ -515,10 +515,7 @@ private:
       Seen seen;
       if (peek() != '{') return fail(RTX_E_VALUE_TYPE);
       L3_TRY(expect('{'));
-      if (shape.form != nullptr)
-         clearPresence(shape);
-      else
-         std::memset(shape.record + shape.row->count, 0, shape.row->width);
+      clearPresence(shape);
       Selections selections;
       for (bool more = !ends('}'); more;) {
          const char* place = at_;
@@ -582,7 +579,11 @@ private:
          const Row& row = module.rows[i];
          const bool met = ahead < seen.count && seen.rows[ahead] == &row;
          if (met) ++ahead;
-         if ((met && hasValueAlone(row)) || !isThere(row, shape.record)) continue;
+         if (!isThere(row, shape.record)) {
+            if (isInitial(row)) clear(module, row, shape.record);
+            continue;
+         }
+         if (met && hasValueAlone(row)) continue;
          const bool absent = !met && !seen.has(&row);
          if (isWireGroup(row)) {
             if (absent && row.width != 0) store(shape.record + row.offset, row.width, 0);

@@ -255,7 +255,7 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    case Kind::Since:
    case Kind::Swap:
       for (unsigned i = row.first; i < unsigned{row.first} + row.rows; ++i)
-         if (module.rows[i].presence == kNone) clear(module, module.rows[i], record);
+         if (isInitial(module.rows[i])) clear(module, module.rows[i], record);
       return;
    case Kind::Null:
    case Kind::Store:
@@ -264,22 +264,14 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    }
 }
 
-void clearPresence(const Shape& shape) {
-   std::memset(shape.record + shape.form->presenceOffset, 0, shape.form->presenceOctets);
-   std::memset(shape.record + shape.form->appendixOffset, 0, shape.form->appendixOctets);
-}
-
 void clear(const Shape& shape) {
    if (shape.kind != Kind::Group) {
       if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record);
       return;
    }
-   if (shape.form != nullptr)
-      clearPresence(shape);
-   else
-      std::memset(shape.record + shape.row->count, 0, shape.row->width);
+   clearPresence(shape);
    for (unsigned i = shape.first; i < shape.first + shape.rows; ++i)
-      if (shape.module->rows[i].presence == kNone) clear(*shape.module, shape.module->rows[i], shape.record);
+      if (isInitial(shape.module->rows[i])) clear(*shape.module, shape.module->rows[i], shape.record);
 }
 
 int storeNumber(const Shape& shape, uint64_t number) {

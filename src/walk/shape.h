@@ -138,8 +138,21 @@ const char* meaningOf(const Module& module, const Row& row, const uint8_t* recor
 // absent. Nothing is freed.
 void clear(const Module& module, const Row& row, uint8_t* record);
 void clear(const Shape& record);
-// No optional field of a record is there; its type has a name.
-void clearPresence(const Shape& record);
+// Is it to be cleared with its record? In standard mode some optional lists go by their count alone.
+inline bool isInitial(const Row& row) {
+   return row.presence == kNone || row.kind == Kind::List;
+}
+// The presence bits of a record or group, and all that it has for standard mode alone, which no row tells of.
+inline void clearPresence(const Shape& shape) {
+   if (shape.form == nullptr) {
+      __builtin_memset(shape.record + shape.row->count, 0, shape.row->width);
+      return;
+   }
+   __builtin_memset(shape.record + shape.form->presenceOffset, 0, shape.form->presenceOctets);
+   if (shape.form->appendixOctets != 0)
+      __builtin_memset(shape.record + shape.form->appendixOffset, 0,
+                       shape.form->size - shape.form->appendixOffset);
+}
 
 // Number into a leaf that is one: RTX_E_OVERFLOW if it has no room.
 int storeNumber(const Shape& shape, uint64_t number);

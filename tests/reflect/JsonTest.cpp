@@ -37,13 +37,23 @@ std::string toJson(const QuorvaType& type, const void* value, const RtxContext* 
 // The octets of a value, of its JSON read back, and the two texts, are the same.
 void comesBack(Capture& capture, const QuorvaType& type, void* value, const std::string& octets) {
    const std::string json = toJson(type, value, &capture.ctxt);
-   Room place(type, 0xA5);
+   Room place(type, 0xA5), zeros(type, 0);
    QuorvaJsonFault fault;
    ASSERT_EQ(quorvaFromJson(&capture.ctxt, &type, place.get(), json.data(), json.size(), &fault), 0)
          << fault.path << ": " << fault.reason << " at " << fault.column << " of " << json;
    EXPECT_EQ(toJson(type, place.get(), &capture.ctxt), json);
    if (octets.empty()) return;
    EXPECT_EQ(hexFromOctets(encode(capture.ctxt, type, place.get()).octets), octets) << json;
+   // In standard mode nothing is there that the text has not told, in memory that no initialiser has seen.
+   std::memset(place.get(), 0xA5, type.size);
+   EXPECT_EQ(quorvaFromJson(&capture.ctxt, &type, place.get(), json.data(), json.size(), nullptr), 0);
+   EXPECT_EQ(quorvaFromJson(&capture.ctxt, &type, zeros.get(), json.data(), json.size(), nullptr), 0);
+   rtxCtxtSetFlag(&capture.ctxt, RTX_CTXT_STANDARD);
+   const Coded dirty = encode(capture.ctxt, type, place.get()),
+               clean = encode(capture.ctxt, type, zeros.get());
+   EXPECT_EQ(dirty.status, clean.status) << json;
+   EXPECT_EQ(dirty.octets, clean.octets) << json;
+   rtxCtxtClearFlag(&capture.ctxt, RTX_CTXT_STANDARD);
 }
 
 class JsonModes : public testing::TestWithParam<uint32_t> {};

@@ -75,8 +75,8 @@ TEST(Record, EncodesJsonAsItComes) {
       int code;
    } cases[] = {
          {"--type TS24301IE_EMMCause", "\"illegalUE\" 5\n6", "03\n05\n06\n", 0},
-         {"--eps", "{\"protoDiscr\":\"epsMobMgmt\",\n\"data\":{\"obj_AttachReject\":\n{\"emmCause\":3}}}", "",
-          1},
+         {"--eps", "{\"protoDiscr\":\"epsMobMgmt\",\n\"data\":{\"obj_AttachReject\":\n{\"emmCause\":3}}}",
+          "074403\n", 0},
          {"--eps",
           "{\"data\":{\"obj_AttachReject\":{\"emmCause\":3}},\n\"l3HdrOpts\":{\"secHdr\":0}}\n\n"
           "{\"l3HdrOpts\":{\"secHdr\":0},\"data\":{\"obj_AttachReject\":{\"emmCause\":5}}}",
