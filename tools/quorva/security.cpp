@@ -54,7 +54,7 @@ Security::Security(const SecurityOptions& options) : options_(options) {
 
 // DIRECTION, TS 33.401, B.1.1.
 static uint8_t wayOf(Direction direction) {
-   return direction == Direction::uplink ? 0 : 1;
+   return direction == Direction::uplink ? RTX_NAS_UPLINK : RTX_NAS_DOWNLINK;
 }
 
 Direction Security::givenDirection() const {
@@ -252,10 +252,7 @@ int Security::prepare(RtxContext* ctxt, const Protection& protection) {
    status =
          rtx3gppAssignAlgorithmKeys(ctxt, keyOf(keys.integrityKey), keyOf(keys.cipherKey), integrity, cipher);
    if (status < 0) return status;
-   ctxt->nasSec->count = protection.count;
-   ctxt->nasSec->bearer = protection.bearer;
-   ctxt->nasSec->direction = wayOf(protection.direction);
-   return 0;
+   return rtx3gppSetCount(ctxt, protection.count, protection.bearer, wayOf(protection.direction));
 }
 
 } // namespace quorva::tool
