@@ -49,8 +49,9 @@ typedef struct QuorvaJsonFault {
  * encoder computes may be left out, as may discriminator, type and header options of a PDU, which its message
  * tells as asn1SetTC_ does. Numbers are taken for names as well. Whether the value can be encoded tells the
  * encoder.
- * @param value   Of the size of the type; need not be initialised. What it points to lies on the context's
- *                heap.
+ * @param value   Of the size of the type; best zeroed, as by quorvaNew: of a choice that a number selects
+ *                the other arms stay as they are, and the encoder of TS24008Msg_PDU asks one of them. What it
+ *                points to lies on the context's heap.
  * @param text    UTF-8, one value with white space around it.
  * @param fault   Tells the place of a failure; may be null.
  * @return 0; RTX_E_BAD_FORMAT for a text that is no JSON, a field twice, or what is nested too deeply;

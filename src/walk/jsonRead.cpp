@@ -494,6 +494,12 @@ private:
          }
          L3_TRY(goOn(']', more));
       }
+      if (const auto least = static_cast<size_t>(roomOf(*shape.module, row, count)); heap && least != count) {
+         if (room < least)
+            entries = static_cast<uint8_t*>(rtxMemHeapRealloc(ctxt_, entries, least * row.stride));
+         if (entries == nullptr) return fail(RTX_E_NOMEM);
+         std::memset(entries + count * row.stride, 0, (least - count) * row.stride);
+      }
       if (heap) std::memcpy(shape.record + row.offset, &entries, sizeof entries);
       store(shape.record + row.count, row.width, count);
       return 0;

@@ -297,7 +297,9 @@ uint8_t* makeRoom(RtxContext* ctxt, const Shape& shape, uint64_t count, int& sta
       const auto octets = static_cast<size_t>(shape.kind == Kind::CountedBits    ? (count + 7) / 8
                                               : shape.kind == Kind::CountedUnits ? 2 * count
                                                                                  : count);
-      void* data = rtxMemHeapAlloc(ctxt, std::max<size_t>(octets, 1));
+      const auto room = static_cast<size_t>(roomOf(*shape.module, row, octets));
+      void* data = room == octets ? rtxMemHeapAlloc(ctxt, std::max<size_t>(octets, 1))
+                                  : rtxMemHeapAllocZ(ctxt, room);
       if (data == nullptr) {
          status = RTX_E_NOMEM;
          return nullptr;
@@ -472,7 +474,8 @@ int resize(RtxContext* ctxt, const Shape& list, uint64_t count) {
    if (count > old && (row.flags & kHeap) != 0) {
       if ((row.width < 8 && count >> 8 * row.width != 0) || count > SIZE_MAX / 2 / row.stride)
          return RTX_E_CONSTRAINT;
-      void* entries = rtxMemHeapAlloc(ctxt, static_cast<size_t>(count) * row.stride);
+      void* entries =
+            rtxMemHeapAllocZ(ctxt, static_cast<size_t>(roomOf(*list.module, row, count)) * row.stride);
       if (entries == nullptr) return RTX_E_NOMEM;
       if (old != 0) std::memcpy(entries, contentsOf(row, list.record), static_cast<size_t>(old) * row.stride);
       std::memcpy(list.record + row.offset, &entries, sizeof entries);

@@ -161,6 +161,11 @@ int storeOctets(RtxContext* ctxt, const Shape& shape, const uint8_t* octets, siz
 int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t length);
 // A leaf of any kind, by a text as in QuorvaItem.
 int storeAnyText(RtxContext* ctxt, const Shape& shape, std::string_view text);
+// Entries, or octets, that a list on the heap gets room for, those behind `count` cleared. Where another
+// field says how many there are an encoder by hand may write as many, 15 at most (TS 24.008, 10.5.6.12).
+inline uint64_t roomOf(const Module& module, const Row& row, uint64_t count) {
+   return wireOf(module, row).argument != 0 && count < 15 ? 15 : count;
+}
 // Room for so many octets, bits or characters, with the count stored; null if there is none, with the status.
 uint8_t* makeRoom(RtxContext* ctxt, const Shape& shape, uint64_t count, int& status);
 bool areHexDigits(std::string_view text);

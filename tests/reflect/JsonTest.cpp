@@ -287,6 +287,23 @@ TEST(Json, TextsHoldWhatTheyMust) {
 }
 
 // Wherever the room ends the text is cut there, and its whole length told.
+// The encoder goes by the first octet, as it must; what it finds behind the filters is nobody else's.
+TEST(Json, PacketFiltersHaveRoomForAsManyAsTheFirstOctetSays) {
+   const QuorvaType& type = *quorvaFindType("TS24008IE_TFT");
+   for (const char* filters : {"\"filterItems\":[]", "\"filterItems\":[{}]", "\"identifiers\":\"01\""}) {
+      Capture capture(kTextRoom);
+      Room place(type, 0);
+      const std::string text = std::string("{\"octet1\":{\"tftOperationCode\":") +
+                               (filters[1] == 'f' ? "1" : "5") +
+                               ",\"numPacketFilters\":15},\"packetFilterList\":{" + filters + "}}";
+      ASSERT_EQ(quorvaFromJson(&capture.ctxt, &type, place.get(), text.data(), text.size(), nullptr), 0);
+      const Coded coded = encode(capture.ctxt, type, place.get());
+      EXPECT_EQ(coded.status, 0) << text;
+      EXPECT_EQ(std::count(coded.octets.begin() + 2, coded.octets.end(), 0) + (filters[1] == 'i'),
+                static_cast<std::ptrdiff_t>(coded.octets.size() - 2));
+   }
+}
+
 TEST(Json, TextsAreCutWhereTheirRoomEnds) {
    const QuorvaType& type = *quorvaFindType("TS24301IE_UENetworkCapability");
    Capture capture;
