@@ -147,8 +147,9 @@ QUORVA_API int rtxPrintToStreamNVP(RtxContext* pctxt, const char* name, const Rt
 QUORVA_API int rtxPrintToStreamFile(RtxContext* pctxt, const char* fileName);
 
 /**
- * Writes a text so that it stays on its line and shows what is in it: \n, \r and \t, \xNN for other control
- * characters and for octets that are no UTF-8, \uNNNN for control characters, line ends and changes of
+ * Writes a text so that it stays on its line and shows what is in it, by the escapes of C: those with a
+ * letter for line ends and tabs, those with two hexadecimal digits for other control characters and for
+ * octets that are no UTF-8, those with "u" and four for control characters, line ends and changes of
  * direction outside of ASCII, and a backslash ahead of a backslash and of the quote.
  * @param quote   Character that the text stands in; 0: in none.
  * @param buffer  Gets the result and its NUL, cut ahead of what has no room; may be null if size is 0.

@@ -37,8 +37,8 @@ uint32_t eia1(const uint8_t* key, uint32_t count, uint32_t bearer, unsigned dire
 }
 
 /** So many words of key stream. */
-std::vector<uint32_t> snow3gStream(bool portable, const std::string& key, const std::string& iv,
-                                   size_t count) {
+std::vector<uint32_t> snow3gStream([[maybe_unused]] bool portable, const std::string& key,
+                                   const std::string& iv, size_t count) {
    uint32_t words[8];
    for (size_t i = 0; i < 8; ++i) words[i] = loadBig(octetsFromHex(key + iv).data() + 4 * i);
    const Snow3gForm* form = &snow3gPortable;
@@ -52,7 +52,8 @@ std::vector<uint32_t> snow3gStream(bool portable, const std::string& key, const 
    stream.erase(stream.begin());
    return stream;
 }
-std::vector<uint32_t> zucStream(bool portable, const std::string& key, const std::string& iv, size_t count) {
+std::vector<uint32_t> zucStream([[maybe_unused]] bool portable, const std::string& key, const std::string& iv,
+                                size_t count) {
    const ZucForm* form = &zucPortable;
 #if defined(__x86_64__)
    if (!portable) form = &zucX86;
