@@ -87,6 +87,8 @@ TEST(Record, EncodesJsonAsItComes) {
           "03\nquorva: standard input:3: column 1: a value of another kind, RTX_E_VALUE_TYPE (-74)\n", 1},
          {"", "{}", "quorva: standard input:1: no type is given: --type NAME\n", 1},
          {"--type NoType", "{}", "quorva: standard input:1: 'NoType' is no type that can be encoded\n", 1},
+         {"--eps", "{\"a\\nb\\u001b\":1}",
+          "quorva: standard input:1: column 2: a\\nb\\x1b: no such field, RTX_E_UNKNOWN_NAME (-41)\n", 1},
          {"", "", "quorva: no value\n", 1},
          {"--type TS24301IE_EMMCause", "4294967295",
           "quorva: standard input:1: RTX_E_BAD_ENUM (-4) at EMMCause\n", 1},

@@ -3,6 +3,7 @@
 #include "tools/quorva/failure.h"
 #include "tools/quorva/hexText.h"
 #include "tools/quorva/radio.h"
+#include "tools/quorva/session.h"
 #include "tools/quorva/source.h"
 #include "tools/quorva/statusName.h"
 
@@ -105,7 +106,8 @@ private:
 
    void complain(size_t line, const std::string& what) const {
       std::fflush(stdout);
-      std::fprintf(stderr, "quorva: %s:%zu: %s\n", name_.c_str(), line, what.c_str());
+      // Names of members that are none come from the input.
+      std::fprintf(stderr, "quorva: %s:%zu: %s\n", shown(name_).c_str(), line, shown(what).c_str());
    }
 
    // A record by itself, or with its type in what "decode --json" writes.
@@ -198,7 +200,7 @@ using Leaves = std::vector<std::pair<std::string, std::string>>;
 // The fields of a message; none, with a word about it, of one that can't be decoded.
 Leaves leavesOf(const DecodeOptions& options, const Message& message) {
    const auto complain = [&](const std::string& what) {
-      std::fprintf(stderr, "quorva: %s: %s\n", message.origin().c_str(), what.c_str());
+      std::fprintf(stderr, "quorva: %s: %s\n", shown(message.origin()).c_str(), shown(what).c_str());
    };
    Leaves leaves;
    if (!message.fault.empty()) {
