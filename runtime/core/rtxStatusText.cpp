@@ -94,7 +94,7 @@ constexpr QuorvaStatus kStatuses[] = {
       STATUS(RTX_E_UNUSED_BITS, "Bits behind the end of a bit string are set", kNone, ""),
       STATUS(RTX_E_WOULD_BLOCK, "The socket has nothing to give or no room now", kPart, "Try again"),
       STATUS(RTX_E_BAD_OID, "An object identifier that is none", kNone, ""),
-      STATUS(RTX_E_SIZE_MISMATCH, "An element does not fill its fixed size", kNone, ""),
+      STATUS(RTX_E_SIZE_MISMATCH, "What is in an element is not as large as its fixed size", kPart, ""),
       STATUS(RTX_E_NOT_OCTET_END, "An element with an open tail ends within an octet", kNone,
              "Fill the tail up to whole octets"),
       STATUS(RTX_E_BAD_TIME, "An ASN.1 time breaks a canonical rule, which a parameter tells", kNone, ""),

@@ -25,6 +25,11 @@ TEST(Status, ByNumberOrName) {
    EXPECT_THAT(run("status").text,
                HasSubstr("   -67  RTX_E_BAD_IEI           complete           An unknown"));
    EXPECT_EQ(run("status 5").code, 1);
+   // A report on neighbours that does not end where the results do.
+   std::string results;
+   for (int i = 0; i < 30; ++i) results += "2b";
+   EXPECT_THAT(run("decode --sacch --uplink 0615" + results).text, HasSubstr("RTX_E_SIZE_MISMATCH (-101)"));
+   EXPECT_THAT(run("status -101").text, HasSubstr("Record of a message: up to the failure."));
 }
 
 // Messages with a cause or a type that the record holds as a number.
