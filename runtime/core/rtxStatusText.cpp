@@ -17,8 +17,9 @@ constexpr QuorvaRecordState kNone = QUORVA_RECORD_NONE;
 
 constexpr QuorvaStatus kStatuses[] = {
       STATUS(RTX_OK, "Success; a positive number is a count", kWhole, ""),
-      STATUS(RTX_E_BUFFER_FULL, "The output has no room and its buffer may not grow", kNone,
-             "Give a larger buffer, or none: rtxCtxtSetBufPtr with null makes one that grows"),
+      STATUS(RTX_E_BUFFER_FULL, "The output has no room and its buffer may not grow", kPart,
+             "Decoding: digits beyond the room of their text. "
+             "Encoding: give a larger buffer, or none: rtxCtxtSetBufPtr with null makes one that grows"),
       STATUS(RTX_E_END_OF_DATA, "The input ends ahead of what has to be there", kPart,
              "The message was cut, is of another type, or was ciphered: look at the place"),
       STATUS(RTX_E_BAD_TOKEN, "Value notation has not the token or identifier that belongs there", kNone, ""),
