@@ -323,6 +323,8 @@ int quorvaRemove(RtxContext* pctxt, const QuorvaType* type, void* value, const c
    if (status < 0) return status;
    if (way.special != 0 || way.row == nullptr || way.row->presence == kNone) return RTX_E_CANNOT_DO;
    Steered steered(way.owners);
+   // An encoder may go by the count of a list alone.
+   if (way.row->kind == Kind::List) clear(*way.module, *way.row, way.record);
    clearBit(way.record, way.row->presence);
    steered.settle();
    return 0;

@@ -280,6 +280,20 @@ TEST(Reflect, PathsLeadThereOrTellWhyNot) {
    EXPECT_EQ(leavesOf(ctxt, pdu, value)["msgType"], "97");
 }
 
+// The encoder of these octets goes by the count of the list.
+TEST(Reflect, ListThatIsTakenOutIsNotEncoded) {
+   Capture capture;
+   RtxContext* ctxt = &capture.ctxt;
+   const QuorvaType& type = *quorvaFindType("TS24008IE_BearerCapability");
+   void* value = quorvaNew(ctxt, &type);
+   ASSERT_EQ(quorvaSet(ctxt, &type, value, "octet3a", ""), 0);
+   const std::string without = hexFromOctets(encode(*ctxt, type, value).octets);
+   ASSERT_EQ(quorvaSet(ctxt, &type, value, "octet3b[0]", ""), 0);
+   EXPECT_NE(hexFromOctets(encode(*ctxt, type, value).octets), without);
+   EXPECT_EQ(quorvaRemove(ctxt, &type, value, "octet3b"), 0);
+   EXPECT_EQ(hexFromOctets(encode(*ctxt, type, value).octets), without);
+}
+
 // A member's bit alone does not get it encoded.
 TEST(Reflect, SetsTheBitOfTheGroupToo) {
    TestContext ctxt;
