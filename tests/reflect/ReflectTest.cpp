@@ -397,3 +397,18 @@ TEST(Reflect, EveryMessageHasATitle) {
 }
 
 } // namespace
+
+// An arm that standard mode has for itself is there once its number says so, and nobody takes the octets of
+// the one before for it.
+TEST(Reflect, NumbersSelectArmsOfStandardMode) {
+   const QuorvaType& type = *quorvaFindType("TS24501IE_RelayKeyRequestParams");
+   Capture capture(kTextRoom);
+   rtxCtxtSetFlag(&capture.ctxt, RTX_CTXT_STANDARD);
+   void* value = type.sample(&capture.ctxt);
+   ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "1"), 0);
+   ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "0"), 0);
+   rtxCtxtClearFlag(&capture.ctxt, RTX_CTXT_STANDARD);
+   std::string text(4096, '#');
+   ASSERT_EQ(quorvaToJson(&capture.ctxt, &type, value, text.data(), text.size(), nullptr), 0);
+   EXPECT_NE(text.find("suciIdentity"), std::string::npos);
+}
