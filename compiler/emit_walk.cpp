@@ -567,6 +567,8 @@ private:
       if (step.logged) row.wire.push_back("kLogged");
       if (step.last) row.wire.push_back("kLast");
       if (step.opensTail) row.wire.push_back("kOpensTail");
+      const bool counted = step.op == Op::List || step.op == Op::Sized || step.op == Op::SizedBits;
+      if (counted && step.argument.expr != nullptr && type_->custom) row.wire.push_back("kUnasked");
       if (step.rest) row.wire.push_back("kRest");
       if (step.byCount) row.wire.push_back("kByCount");
       if (step.high) row.wire.push_back("kHigh");

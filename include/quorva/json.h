@@ -58,8 +58,8 @@ typedef struct QuorvaJsonFault {
  *         RTX_E_UNKNOWN_NAME for a member that is no field; RTX_E_VALUE_TYPE for a value of another kind;
  *         RTX_E_BAD_ENUM, RTX_E_BAD_HEX, RTX_E_BAD_VALUE, RTX_E_BAD_UTF8, RTX_E_BAD_CHAR; RTX_E_OVERFLOW for
  *         a number, RTX_E_CONSTRAINT for octets, bits, texts or entries that have no room; RTX_E_BAD_CHOICE
- * for a second arm, or another than the fields ahead of a choice select; RTX_E_BAD_ARGUMENT, RTX_E_NOMEM. The
- * value must not be used then.
+ *         for a second arm, or for one that is not what the fields ahead of a choice select;
+ *         RTX_E_BAD_ARGUMENT, RTX_E_NOMEM. The value must not be used then.
  */
 QUORVA_API int quorvaFromJson(RtxContext* pctxt, const QuorvaType* type, void* value, const char* text,
                               size_t length, QuorvaJsonFault* fault);

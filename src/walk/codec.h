@@ -44,14 +44,14 @@ inline bool hasBit(const uint8_t* record, uint32_t number) {
    if (number == kNone) return true;
    return ((record[(number & ~kAbsent) / 8] >> number % 8 & 1u) ^ (number >> 31)) != 0;
 }
+inline void setAt(uint8_t* record, uint32_t number) {
+   record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+}
 inline void setBit(uint8_t* record, uint32_t number) {
-   if (number < kAbsent) record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
+   if (number < kAbsent) setAt(record, number);
 }
 inline void setAbsent(uint8_t* record, uint32_t number) {
-   if (number != kNone && number >= kAbsent) {
-      number -= kAbsent;
-      record[number / 8] = static_cast<uint8_t>(record[number / 8] | 1u << number % 8);
-   }
+   if (number != kNone && number >= kAbsent) setAt(record, number - kAbsent);
 }
 inline void clearAt(uint8_t* record, uint32_t number) {
    record[number / 8] = static_cast<uint8_t>(record[number / 8] & ~(1u << number % 8));
@@ -69,16 +69,18 @@ inline unsigned lengthOctets(const Type& type) {
    return type.lengthBits == 16 && (type.flags & kShortLength) == 0 ? 2 : 1;
 }
 
+inline bool isStandardMode(const RtxContext* ctxt) {
+   return ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0;
+}
+
 // The form of a type that the context asks for. Messages in another than the family's own go by their rows.
 inline const Type& formOf(const RtxContext* ctxt, const Module& module, const Type& type) {
-   return type.standard != 0 && ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0
-                ? module.types[type.standard]
-                : type;
+   return type.standard != 0 && isStandardMode(ctxt) ? module.types[type.standard] : type;
 }
 
 // A field's bit and that of its group. By the standards no group is known: a field's own bit suffices.
 inline bool isThere(const RtxContext* ctxt, const Row& row, const uint8_t* record) {
-   const bool grouped = row.group == kNone || (ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0);
+   const bool grouped = row.group == kNone || isStandardMode(ctxt);
    return (grouped || hasBit(record, row.group)) && hasBit(record, row.presence);
 }
 

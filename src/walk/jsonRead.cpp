@@ -599,7 +599,7 @@ private:
             L3_TRY(remember(owner, {&module, &row, shape.record, nullptr, nullptr}));
          } else if (absent && isUnnamedChoice(row) && selections.of(&row).number) {
             if (const Row* arm = findArm(module, row, load(shape.record + row.count, row.width)))
-               clear(module, *arm, shape.record);
+               begin(module, *arm, shape.record);
          } else if (absent) {
             clear(module, row, shape.record);
             setAbsent(shape.record, row.presence);
@@ -651,7 +651,7 @@ private:
       if (!own) return remember(owner, {&module, &row, shape.record, nullptr, nullptr});
       if (!selected.number) store(shape.record + row.count, row.width, 0);
       if (const Row* arm = findArm(module, row, load(shape.record + row.count, row.width)))
-         clear(module, *arm, shape.record);
+         begin(module, *arm, shape.record);
       return 0;
    }
 
@@ -700,7 +700,7 @@ private:
          const Module& module = *chosen.module;
          const Row* row = findArm(module, *chosen.choice, selectorOf(module, *chosen.choice, chosen.record));
          if (chosen.key == nullptr) {
-            if (row != nullptr) clear(module, *row, chosen.record);
+            if (row != nullptr) begin(module, *row, chosen.record);
             continue;
          }
          if (row == chosen.arm && row != nullptr) continue;

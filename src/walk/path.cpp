@@ -45,18 +45,9 @@ private:
          if (note)
             arms_[count_] = arm;
          else if (arm != arms_[count_] && arm != nullptr)
-            begin(module, *arm, owner);
+            begin(module, *arm, owner.record);
          ++count_;
       }
-   }
-
-   // One of standard mode is there from now on, or a look without that mode would take what another arm has
-   // left for the family's.
-   static void begin(const Module& module, const Row& arm, const Shape& owner) {
-      clear(module, arm, owner.record);
-      const bool appended = arm.presence != kNone && owner.form->appendixOctets != 0 &&
-                            (arm.presence & ~kAbsent) / 8 >= owner.form->appendixOffset;
-      if (appended) makeThere(arm, owner.record);
    }
 
    const Owners& owners_;

@@ -264,6 +264,12 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    }
 }
 
+void begin(const Module& module, const Row& arm, uint8_t* record) {
+   clear(module, arm, record);
+   if ((arm.flags & kMustBe) != 0) setBit(record, arm.presence);
+   clearAbsent(record, arm.presence);
+}
+
 void clear(const Shape& shape) {
    if (shape.kind != Kind::Group) {
       if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record);
@@ -491,7 +497,7 @@ int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* rec
    if ((choice.flags & kSteeredByExpression) != 0) return RTX_E_BAD_CHOICE;
    store(record + choice.count, choice.width, arm.low);
    const Row& row = module.rows[arm.row];
-   clear(module, row, record);
+   begin(module, row, record);
    if ((wireOf(module, choice).flags & kOfMessages) == 0) return 0;
    for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i)
       storeHeader(module, choice, row, module.rows[i], pdu.record);

@@ -23,9 +23,6 @@ struct Shape {
 // By which rows a record is told that has others in standard mode: by those if it holds what they alone have;
 // or by what the caller says, who makes the record, or has none.
 enum class Rows { Held, Family, Standard };
-inline bool isStandardMode(const RtxContext* ctxt) {
-   return ctxt != nullptr && (ctxt->flags & RTX_CTXT_STANDARD) != 0;
-}
 inline Rows madeRows(const RtxContext* ctxt) {
    return isStandardMode(ctxt) ? Rows::Standard : Rows::Family;
 }
@@ -138,6 +135,9 @@ const char* meaningOf(const Module& module, const Row& row, const uint8_t* recor
 // absent. Nothing is freed.
 void clear(const Module& module, const Row& row, uint8_t* record);
 void clear(const Shape& record);
+// The same for an arm that has just been selected. One that standard mode alone has is there from now on, or
+// a look without that mode would take what another arm has left for the family's.
+void begin(const Module& module, const Row& arm, uint8_t* record);
 // Is it to be cleared with its record? In standard mode some optional lists go by their count alone.
 inline bool isInitial(const Row& row) {
    return row.presence == kNone || row.kind == Kind::List;
@@ -161,10 +161,10 @@ int storeOctets(RtxContext* ctxt, const Shape& shape, const uint8_t* octets, siz
 int storeText(RtxContext* ctxt, const Shape& shape, const char* text, size_t length);
 // A leaf of any kind, by a text as in QuorvaItem.
 int storeAnyText(RtxContext* ctxt, const Shape& shape, std::string_view text);
-// Entries, or octets, that a list on the heap gets room for, those behind `count` cleared. Where another
-// field says how many there are an encoder by hand may write as many, 15 at most (TS 24.008, 10.5.6.12).
+// Entries, or octets, that a list on the heap gets room for, those behind `count` cleared. Where an encoder
+// goes by another field alone it may write as many as that says, 15 at most (TS 24.008, 10.5.6.12).
 inline uint64_t roomOf(const Module& module, const Row& row, uint64_t count) {
-   return wireOf(module, row).argument != 0 && count < 15 ? 15 : count;
+   return (wireOf(module, row).flags & kUnasked) != 0 && count < 15 ? 15 : count;
 }
 // Room for so many octets, bits or characters, with the count stored; null if there is none, with the status.
 uint8_t* makeRoom(RtxContext* ctxt, const Shape& shape, uint64_t count, int& status);

@@ -119,6 +119,7 @@ enum WireFlags : uint32_t {
    kLedByZeros = 1u << 31, // and that bit is a 0, a 1 ends the list
    kPreset = kCounts,    // List and strings: the count is in the record; Nested: `argument` is to be it there
    kInitial = kAhead,    // Number: begins as `second`
+   kUnasked = kSingle,   // List and strings: an encoder by hand writes as many as `argument` says
    kOfMessages = kInner, // Choice: the messages of a PDU, whose arms know their discriminator and type
 };
 

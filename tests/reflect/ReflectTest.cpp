@@ -402,13 +402,20 @@ TEST(Reflect, EveryMessageHasATitle) {
 // the one before for it.
 TEST(Reflect, NumbersSelectArmsOfStandardMode) {
    const QuorvaType& type = *quorvaFindType("TS24501IE_RelayKeyRequestParams");
+   static const char kJson[] = R"({"ueIdentity": {"ruit": 0}})";
    Capture capture(kTextRoom);
-   rtxCtxtSetFlag(&capture.ctxt, RTX_CTXT_STANDARD);
-   void* value = type.sample(&capture.ctxt);
-   ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "1"), 0);
-   ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "0"), 0);
-   rtxCtxtClearFlag(&capture.ctxt, RTX_CTXT_STANDARD);
-   std::string text(4096, '#');
-   ASSERT_EQ(quorvaToJson(&capture.ctxt, &type, value, text.data(), text.size(), nullptr), 0);
-   EXPECT_NE(text.find("suciIdentity"), std::string::npos);
+   for (const bool json : {false, true}) {
+      SCOPED_TRACE(json ? "JSON" : "path");
+      rtxCtxtSetFlag(&capture.ctxt, RTX_CTXT_STANDARD);
+      void* value = type.sample(&capture.ctxt);
+      ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "1"), 0);
+      if (json)
+         ASSERT_EQ(quorvaFromJson(&capture.ctxt, &type, value, kJson, sizeof kJson - 1, nullptr), 0);
+      else
+         ASSERT_EQ(quorvaSet(&capture.ctxt, &type, value, "ueIdentity.ruit", "0"), 0);
+      rtxCtxtClearFlag(&capture.ctxt, RTX_CTXT_STANDARD);
+      std::string text(4096, '#');
+      ASSERT_EQ(quorvaToJson(&capture.ctxt, &type, value, text.data(), text.size(), nullptr), 0);
+      EXPECT_NE(text.find("suciIdentity"), std::string::npos);
+   }
 }
