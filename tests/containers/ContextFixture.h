@@ -16,8 +16,7 @@ class ContextTest : public testing::Test {
 protected:
    ContextTest() {
       system_memory::reset();
-      EXPECT_EQ(0, rtxInitContextExt(&context_, system_memory::alloc, system_memory::realloc,
-                                     system_memory::free));
+      EXPECT_EQ(0, system_memory::init(&context_));
       // each allocation reaches the system, so that the n-th of them can fail
       rtxMemHeapSetFlags(&context_, RTX_MH_RAW_ONLY);
    }

@@ -59,8 +59,7 @@ void errors(Steps& steps, RtxContext* c) {
 bool work(uint32_t heapFlags) {
    Steps steps;
    RtxContext c;
-   if (rtxInitContextExt(&c, system_memory::alloc, system_memory::realloc, system_memory::free) < 0)
-      return false;
+   if (system_memory::init(&c) < 0) return false;
    rtxMemHeapSetFlags(&c, heapFlags);
    steps.status(rtCtxtInitASN1Info(&c));
    for (auto* part : {names, output, errors}) {
@@ -94,7 +93,7 @@ TEST(NoMemory, AnyAllocationMayFail) {
 TEST(NoMemory, StreamsGiveUpCleanly) {
    system_memory::failEach(3, [](const auto& arm) {
       RtxContext c;
-      ASSERT_EQ(rtxInitContextExt(&c, system_memory::alloc, system_memory::realloc, system_memory::free), 0);
+      ASSERT_EQ(system_memory::init(&c), 0);
       Steps steps;
       Transport in{Octets(5000, 1)}, out;
       Octets target(4000);

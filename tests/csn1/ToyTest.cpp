@@ -280,9 +280,7 @@ TEST(Toy, FailsCleanlyWithoutMemory) {
          for (size_t n = 1, calls = n; n <= calls; ++n) {
             system_memory::reset();
             RtxContext ctxt;
-            ASSERT_EQ(
-                  rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free),
-                  0);
+            ASSERT_EQ(system_memory::init(&ctxt), 0);
             rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
             Octets octets = one.octets;
             if (octets.empty()) octets.reserve(1);

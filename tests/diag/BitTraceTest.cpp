@@ -290,8 +290,7 @@ TEST(BitTrace, LosesFieldsInSilenceWithoutMemory) {
    system_memory::failEach(10, [](const auto& arm) {
       uint8_t octets[] = {0x41, 0x42, 0x43, 0x44};
       RtxContext ctxt;
-      ASSERT_EQ(0,
-                rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+      ASSERT_EQ(0, system_memory::init(&ctxt));
       rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
       rtxCtxtSetBufPtr(&ctxt, octets, sizeof(octets));
       rtxCtxtPushElemName(&ctxt, "msg");

@@ -110,7 +110,7 @@ TEST_F(DiagPrint, PrintsOctetsAndBits) {
 TEST_F(DiagPrint, WorksWithoutMemory) {
    system_memory::reset();
    RtxContext ctxt;
-   ASSERT_EQ(0, rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+   ASSERT_EQ(0, system_memory::init(&ctxt));
    std::vector<std::string> calls;
    ASSERT_EQ(0, rtxSetPrintStream(&ctxt, quorva_test::noteCallCB, &calls));
    rtxSetDiag(&ctxt, 1);

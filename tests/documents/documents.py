@@ -151,7 +151,7 @@ class Documents(unittest.TestCase):
                 whole = re.search(r"^#include", text, re.M)
                 compiler, standard = (("CC", "c11") if language == "c" else ("CXX", "c++17"))
                 head = AROUND
-                if language == "cpp" and os.path.exists(os.path.join(ROOT, "include/quorva/quorva.hpp")):
+                if language == "cpp":
                     head = AROUND.replace("quorva/quorva.h", "quorva/quorva.hpp") + "#include <iostream>\n"
                 source = text if whole else head + "void example(void);\nvoid example(void) {\n" + text + "}\n"
                 arguments = [os.environ[compiler], "-x", "c" if language == "c" else "c++", "-std=" + standard, "-fsyntax-only",

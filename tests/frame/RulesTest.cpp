@@ -261,8 +261,7 @@ TEST(ShortForm, LeavesTheFlagsWhenItGivesUp) {
 TEST(Repetition, GrowsInOnePlace) {
    system_memory::reset();
    RtxContext context;
-   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-             0);
+   ASSERT_EQ(system_memory::init(&context), 0);
    rtxMemHeapSetFlags(&context, RTX_MH_RAW_ONLY); // each piece is one of the system's
    void* array = nullptr;
    size_t capacity = 0;

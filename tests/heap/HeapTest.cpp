@@ -585,8 +585,7 @@ TEST(SystemFailure, LeavesTheHeapWhole) {
 /** Messages without a failure leave nothing: neither saved elements nor a block that can't go back. */
 TEST_F(Heap, StacksTakeNoRoomInBlocks) {
    RtxContext context;
-   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-             0);
+   ASSERT_EQ(system_memory::init(&context), 0);
    rtxMemHeapSetFlags(&context, RTX_MH_FREE_EMPTY_BLOCK);
    for (int depth : {1, 30, 100}) {
       EXPECT_TRUE(rtxMemHeapIsEmpty(&context));

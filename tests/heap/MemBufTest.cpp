@@ -16,8 +16,7 @@ class MemBuf : public testing::Test {
 protected:
    MemBuf() {
       system_memory::reset();
-      EXPECT_EQ(0, rtxInitContextExt(&context_, system_memory::alloc, system_memory::realloc,
-                                     system_memory::free));
+      EXPECT_EQ(0, system_memory::init(&context_));
       rtxMemBufInit(&context_, &buf_, 0);
    }
 

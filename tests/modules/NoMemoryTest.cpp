@@ -33,7 +33,7 @@ struct Life {
 Life decodeOnce(const QuorvaType& type, const std::vector<uint8_t>& octets, bool traced) {
    Life life;
    RtxContext ctxt;
-   if (rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free) != 0) {
+   if (system_memory::init(&ctxt) != 0) {
       life.status = RTX_E_NOMEM;
       return life;
    }

@@ -130,9 +130,7 @@ TEST(Sample, FailsCleanlyWithoutMemory) {
       for (size_t failAt = 1;; ++failAt) {
          system_memory::reset();
          RtxContext ctxt;
-         ASSERT_EQ(
-               rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free),
-               0);
+         ASSERT_EQ(system_memory::init(&ctxt), 0);
          // Each allocation is one of the system's own.
          rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
          system_memory::failAt = system_memory::calls + failAt;

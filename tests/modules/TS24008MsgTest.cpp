@@ -317,8 +317,7 @@ TEST(TS24008Dispatch, SelectorsAndInitialiser) {
 TEST(TS24008Dispatch, NoMemoryForTheRecord) {
    system_memory::reset();
    RtxContext context;
-   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-             0);
+   ASSERT_EQ(system_memory::init(&context), 0);
    Octets message = octets("03 05 A3");
    ASSERT_EQ(rtxCtxtSetBufPtr(&context, message.data(), message.size()), 0);
    // Room for names is left, but not for the record.

@@ -46,8 +46,7 @@ TEST(ControlPdu, LeavesTheTransactionIdentifierAlone) {
 TEST(ControlPdu, NoMemoryForTheRecord) {
    system_memory::reset();
    RtxContext context;
-   ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc, system_memory::free),
-             0);
+   ASSERT_EQ(system_memory::init(&context), 0);
    TS24011Msg_CP_PDU pdu;
    asn1Init_TS24011Msg_CP_PDU(&pdu);
    // A message without a record leaves spare nodes for the names, and then there is room for no record.

@@ -464,8 +464,7 @@ TEST(Arfcn, SurvivesFailingMemory) {
    for (uint32_t format = 0; format <= 5; ++format)
       system_memory::failEach(1, [&](auto failFromHere) {
          RtxContext ctx;
-         ASSERT_EQ(rtxInitContextExt(&ctx, system_memory::alloc, system_memory::realloc, system_memory::free),
-                   0);
+         ASSERT_EQ(system_memory::init(&ctx), 0);
          rtxMemHeapSetFlags(&ctx, RTX_MH_RAW_ONLY);
          failFromHere();
          uint8_t* buffer[2] = {};

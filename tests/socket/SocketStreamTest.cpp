@@ -73,7 +73,7 @@ TEST_F(SocketTest, NoMemoryLeavesTheSocketToTheCaller) {
    Listener listener(200); // nobody accepts
    system_memory::failEach(4, [&](auto begin) {
       RtxContext c;
-      ASSERT_EQ(rtxInitContextExt(&c, system_memory::alloc, system_memory::realloc, system_memory::free), 0);
+      ASSERT_EQ(system_memory::init(&c), 0);
       begin();
       Packets pair;
       for (const unsigned direction : {RTX_STREAM_READ, RTX_STREAM_WRITE}) {

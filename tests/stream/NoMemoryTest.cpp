@@ -16,9 +16,7 @@ TEST(StreamsWithoutMemory, EveryAllocationOfEveryTransport) {
          if ((writes ? row.attachWriter : row.attachReader) == nullptr) continue;
          system_memory::failEach(1, [&](auto startFailing) {
             RtxContext context;
-            ASSERT_EQ(rtxInitContextExt(&context, system_memory::alloc, system_memory::realloc,
-                                        system_memory::free),
-                      0);
+            ASSERT_EQ(system_memory::init(&context), 0);
             Ground ground;
             ground.octets = octetsFromHex("04f0f0c040");
             if (!writes) ground.octets.resize(3000, 0x5A);

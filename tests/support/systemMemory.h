@@ -5,6 +5,8 @@
 #ifndef QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
 #define QUORVA_TESTS_SUPPORT_SYSTEMMEMORY_H
 
+#include "quorva/rtxContext.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -51,6 +53,11 @@ inline void* realloc(void* ptr, size_t nbytes) {
 inline void free(void* ptr) {
    if (ptr != nullptr) --live;
    std::free(ptr);
+}
+
+/** A context of these functions; its status. */
+inline int init(RtxContext* context) {
+   return rtxInitContextExt(context, alloc, realloc, free);
 }
 
 /** The n-th call from now fails, alone or with all that follow. */

@@ -158,8 +158,7 @@ TEST(BitStrPrintersMemory, FailureIsReportedAndNothingIsLost) {
    system_memory::failEach(3, [](const auto& arm) {
       const std::vector<uint8_t> data = counted(64);
       RtxContext ctxt;
-      ASSERT_EQ(0,
-                rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+      ASSERT_EQ(0, system_memory::init(&ctxt));
       rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
       char memory[4096];
       RtxPrintToStringBuffer text = {memory, sizeof(memory), 0};

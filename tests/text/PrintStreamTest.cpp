@@ -86,7 +86,7 @@ TEST_F(PrintStream, RefusesANullCallback) {
 TEST_F(PrintStream, RegistrationIsSystemMemoryOfTheContext) {
    system_memory::reset();
    RtxContext ctxt;
-   ASSERT_EQ(0, rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+   ASSERT_EQ(0, system_memory::init(&ctxt));
    const size_t before = system_memory::live;
    Calls calls;
    ctxt.indent = 6;

@@ -271,8 +271,7 @@ TEST(ValueNotation, NoLocaleReachesNumbers) {
 TEST(ValueNotation, WithoutMemory) {
    system_memory::failEach(8, [](auto arm) {
       RtxContext ctxt;
-      ASSERT_EQ(rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free),
-                0);
+      ASSERT_EQ(system_memory::init(&ctxt), 0);
       arm();
       const std::string digits(40000, 'A'), octets = "'" + digits + "'H", quoted = "\"" + digits + "\"";
       bool told = false;

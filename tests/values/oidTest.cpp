@@ -280,8 +280,7 @@ TEST(ObjectIdentifierContents, FailingMemory) {
    for (size_t n = 1; n < 20; ++n) {
       system_memory::reset();
       RtxContext ctxt;
-      ASSERT_EQ(0,
-                rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free));
+      ASSERT_EQ(0, system_memory::init(&ctxt));
       system_memory::failNth(n);
       RtxDynOctStr contents = {};
       char* again = nullptr;

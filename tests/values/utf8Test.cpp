@@ -317,8 +317,7 @@ TEST(TextToValue, OctetsAndNamedBits) {
 TEST(TextToValue, WithoutMemory) {
    system_memory::failEach(3, [](auto arm) {
       RtxContext ctxt;
-      ASSERT_EQ(rtxInitContextExt(&ctxt, system_memory::alloc, system_memory::realloc, system_memory::free),
-                0);
+      ASSERT_EQ(system_memory::init(&ctxt), 0);
       arm();
       const std::string text(40000, '1');
       Rtx16BitCharString narrow;
