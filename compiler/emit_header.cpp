@@ -30,9 +30,8 @@ public:
                  "clears what says what is there, and leaves other values as they are; an encoder writes",
                  "whatever stands in them. A bit `xPresent` tells that x is there. Where members have a bit",
                  "`groupNPresent` ahead of theirs, both have to be set: without that of the group the member",
-                 "is not encoded, with status 0, unless the context asks for RTX_CTXT_STANDARD. quorvaSet "
-                 "sets",
-                 "both.",
+                 "is not encoded, with status 0, unless the context asks for RTX_CTXT_STANDARD. quorvaSet",
+                 "sets both.",
            })
          w_.line(std::string(" * ") + line);
       w_.line(" */");
@@ -395,53 +394,38 @@ private:
    void families() {
       for (const char* line : {
                  "/*",
-                 " * The functions of the types. Each takes the context first; what stands here holds "
-                 "besides",
-                 " * the words at each.",
+                 " * The functions of the types. Each takes the context first; what stands here holds",
+                 " * besides the words at each.",
                  " *",
-                 " * NASEnc_ writes the value at the cursor, which moves behind it. The record stays the "
-                 "caller's,",
-                 " * with all that it points to; written are its lengths (in octets unless its figure says "
-                 "bits)",
-                 " * and, of a PDU, the message authentication code. 0 or more, or a status of rtxStatus.h:",
-                 " * RTX_E_BUFFER_FULL, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE, RTX_E_CONSTRAINT for a value, "
-                 "count or",
-                 " * length beyond its bounds, RTX_E_NULL for an array or a message that is not there,",
-                 " * RTX_E_NOT_OCTET_END behind an open tail, RTX_E_NO_SECURITY where a PDU needs keys.",
-                 " * Unless the context asks for RTX_CTXT_STANDARD, the failure of a fixed string does not "
-                 "come out",
-                 " * where something follows, nor where a length is closed behind it: 0 can stand beside a",
-                 " * recorded status, so ask rtxErrGetStatus too.",
+                 " * NASEnc_ writes the value at the cursor, which moves behind it. The record stays the",
+                 " * caller's, with all that it points to; written are its lengths (in octets unless its",
+                 " * figure says bits) and, of a PDU, the message authentication code. 0 or more, or a",
+                 " * status of rtxStatus.h: RTX_E_BUFFER_FULL, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE,",
+                 " * RTX_E_CONSTRAINT for a value, count or length beyond its bounds, RTX_E_NULL for an",
+                 " * array or a message that is not there, RTX_E_NOT_OCTET_END behind an open tail,",
+                 " * RTX_E_NO_SECURITY where a PDU needs keys. Unless the context asks for",
+                 " * RTX_CTXT_STANDARD, the failure of a fixed string does not come out where something",
+                 " * follows, nor where a length is closed behind it: 0 can stand beside a recorded status,",
+                 " * so ask rtxErrGetStatus too.",
                  " *",
-                 " * NASDec_ reads the value at the cursor into the caller's record. What it points to then "
-                 "lies on",
-                 " * the context's heap until rtxMemReset, rtxMemFree or the end of the context. 0 or more, "
-                 "or",
-                 " * RTX_E_END_OF_DATA, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE, RTX_E_CONSTRAINT, "
-                 "RTX_E_LENGTH_OVERRUN,",
-                 " * RTX_E_NOMEM; of a message or a PDU also RTX_E_BAD_IEI, RTX_E_MAC_MISMATCH, "
-                 "RTX_E_NO_SECURITY,",
-                 " * or for several RTX_E_MULTIPLE, with the message read to its end all the same.",
-                 " * Where a codec failed, the names of the context tell the place, until rtxErrReset.",
+                 " * NASDec_ reads the value at the cursor into the caller's record. What it points to then",
+                 " * lies on the context's heap until rtxMemReset, rtxMemFree or the end of the context. 0",
+                 " * or more, or RTX_E_END_OF_DATA, RTX_E_BAD_ENUM, RTX_E_BAD_CHOICE, RTX_E_CONSTRAINT,",
+                 " * RTX_E_LENGTH_OVERRUN, RTX_E_NOMEM; of a message or a PDU also RTX_E_BAD_IEI,",
+                 " * RTX_E_MAC_MISMATCH, RTX_E_NO_SECURITY, or for several RTX_E_MULTIPLE, with the message",
+                 " * read to its end all the same. Where a codec failed, the names of the context tell the",
+                 " * place, until rtxErrReset.",
                  " *",
                  " * asn1PrtToStrm_ prints a value under `name` by the print stream. Always 0.",
-                 " * asn1Init_ clears presence bits, selectors, counts, pointers and spare bits, and leaves "
-                 "other",
-                 " * values alone unless there is nothing else: the record has to be zeroed ahead of it, by "
-                 "`= "
-                 "{0}` or",
-                 " * quorvaNew, or numbers that nobody set are encoded as the memory had them, with status "
-                 "0. "
-                 "Always 0.",
-                 " * asn1Test_ gives a legal sample, the same each time; on the context's heap, or null if "
-                 "memory",
-                 " * is exhausted.",
-                 " * asn1SetTC_ makes a PDU hold a message, which stays the caller's. The context is not "
-                 "used.",
-                 " * Its words name what goes to the PDU's header; an arm of `l3HdrOpts` that is chosen "
-                 "already "
-                 "stays,",
-                 " * unless it is that of the PDU's other protocol.",
+                 " * asn1Init_ clears presence bits, selectors, counts, pointers and spare bits, and leaves",
+                 " * other values alone unless there is nothing else: the record has to be zeroed ahead of",
+                 " * it, by `= {0}` or quorvaNew, or numbers that nobody set are encoded as the memory had",
+                 " * them, with status 0. Always 0.",
+                 " * asn1Test_ gives a legal sample, the same each time; on the context's heap, or null if",
+                 " * memory is exhausted.",
+                 " * asn1SetTC_ makes a PDU hold a message, which stays the caller's. The context is not",
+                 " * used. Its words name what goes to the PDU's header; an arm of `l3HdrOpts` that is",
+                 " * chosen already stays, unless it is that of the PDU's other protocol.",
                  " */",
            })
          w_.line(line);

@@ -28,7 +28,7 @@ typedef struct RtTS32297Timestamp {
 /** Release and version. */
 typedef struct RtTS32297RelVersId {
    uint8_t release; /**< Code or number, see above. */
-   uint8_t version; /**< Of the specification, within the release. */
+   uint8_t version; /**< Version within the release. */
 } RtTS32297RelVersId;
 
 /** Octets with their number. */

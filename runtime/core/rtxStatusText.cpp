@@ -62,8 +62,8 @@ constexpr QuorvaStatus kStatuses[] = {
       STATUS(RTX_E_CANNOT_DO, "The step can't be done here", kNone, ""),
       STATUS(RTX_E_MULTIPLE, "More than one failure is on record", kDepends,
              "rtxErrGetFirstError tells the first, the context's errList all. The record is complete if each "
-             "of "
-             "them is one behind which it is. Failures of an earlier message count too: call rtxMemReset or "
+             "of them is one behind which it is. Failures of an earlier message count too: call rtxMemReset "
+             "or "
              "rtxErrReset between messages"),
       STATUS(RTX_E_ADDR_IN_USE, "The address of the socket is in use", kNone, ""),
       STATUS(RTX_E_CONN_RESET, "The connection was reset or aborted", kPart, ""),
@@ -78,13 +78,12 @@ constexpr QuorvaStatus kStatuses[] = {
              "Look at the path for the element"),
       STATUS(RTX_E_BAD_IEI, "An unknown element that has to be understood", kWhole,
              "The record holds all that is known of the message; a parameter tells the IEI. Reject the "
-             "message "
-             "or go on without the element, as the protocol says (TS 24.007, 11.2.5)"),
+             "message or go on without the element, as the protocol says (TS 24.007, 11.2.5)"),
       STATUS(RTX_E_NOT_ALIGNED, "A field that starts at an octet's start stands elsewhere", kNone, ""),
       STATUS(RTX_E_MAC_MISMATCH, "The message authentication code is not the one that the keys give", kWhole,
              "Do not trust the record: the key, COUNT, BEARER or direction is wrong, or the message is "
-             "forged. "
-             "Two parameters tell the code received and the one computed. Behind a wrong COUNT a ciphered "
+             "forged. Two parameters tell the code received and the one computed. Behind a wrong COUNT a "
+             "ciphered "
              "message is noise, which mostly ends in a second status"),
       STATUS(RTX_E_NO_SECURITY, "A protected message, and the context has no NAS security state", kDepends,
              "Complete if the message is not ciphered: it is readable, but its MAC was not checked. Of a "

@@ -2,6 +2,7 @@
 
 #include "quorva/rtxStatusText.h"
 
+#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <string_view>
