@@ -625,6 +625,7 @@ TEST(Capture, RefusesWrongKeys) {
                 {"a count=x\n", ":1: 'count=x' is none of"},
                 {"a bearer=32\n", ":1: 'bearer=32' is none of"},
                 {"a b eea0\n", ":1: a second name, 'b'"},
+                {"\x1b[2J eea0\n", ":1: a control character in a word"},
                 {"", "can't be read, or empty"}};
    for (const auto& each : cases) {
       const Result result = run("decode --keys " + folder.write("keys", each.text) + " 7E005B01");

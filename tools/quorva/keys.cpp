@@ -41,6 +41,10 @@ static bool takeKey(std::string_view word, std::string_view text, uint8_t number
 }
 
 static bool takeWord(std::string_view word, Keys& keys, std::string& fault) {
+   // Names and faults go to terminals.
+   const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7f; };
+   if (std::any_of(word.begin(), word.end(), isControl)) fault = "a control character in a word";
+   if (!fault.empty()) return false;
    const size_t equals = word.find('=');
    const std::string_view name = word.substr(0, equals);
    if (name == "eea0" || name == "nea0") return keys.nullCipher = true;
