@@ -44,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    const int status = quorvaFromJson(&ctxt, &type, value, text.data(), text.size(), &fault);
    if (status == 0) {
       const std::string first = toJson(&ctxt, type, value);
+      toJson(nullptr, type, value); // as one who does not know the mode
       void* again = room(&ctxt, type);
       if (quorvaFromJson(&ctxt, &type, again, first.data(), first.size(), &fault) != 0) abort();
       if (toJson(&ctxt, type, again) != first) abort();
