@@ -426,7 +426,7 @@ private:
       const bool units = shape.kind == Kind::CountedUnits;
       if (peek() == '{') return octetsOfText(shape);
       if (!units && (shape.row->flags & kHeap) != 0 && word("null")) {
-         clear(shape);
+         clear(shape, madeRows(ctxt_));
          return 0;
       }
       std::string_view text;
@@ -472,7 +472,7 @@ private:
                                             : SIZE_MAX;
       uint8_t* entries = heap ? nullptr : shape.record + row.offset;
       size_t count = 0, room = heap ? 0 : row.capacity;
-      clear(*shape.module, row, shape.record);
+      clear(*shape.module, row, shape.record, madeRows(ctxt_));
       if (peek() != '[') return fail(RTX_E_VALUE_TYPE);
       L3_TRY(expect('['));
       for (bool more = !ends(']'); more; ++count) {
@@ -509,6 +509,11 @@ private:
 
    int record(const Shape& shape, Owner& around) {
       if (shape.form == nullptr) return fields(shape, around);
+      // In what a look without standard mode shows.
+      Shape family;
+      if (isStandardMode(ctxt_) && shapeOf(shape.type, shape.place, family, Rows::Family) &&
+          family.form != shape.form)
+         clear(family);
       Owner own;
       L3_TRY(fields(shape, own));
       return finish(own);
@@ -586,7 +591,7 @@ private:
          const bool met = ahead < seen.count && seen.rows[ahead] == &row;
          if (met) ++ahead;
          if (!isThere(row, shape.record)) {
-            if (isInitial(row)) clear(module, row, shape.record);
+            if (isInitial(row)) clear(module, row, shape.record, madeRows(ctxt_));
             continue;
          }
          if (met && hasValueAlone(row)) continue;
@@ -599,9 +604,9 @@ private:
             L3_TRY(remember(owner, {&module, &row, shape.record, nullptr, nullptr}));
          } else if (absent && isUnnamedChoice(row) && selections.of(&row).number) {
             if (const Row* arm = findArm(module, row, load(shape.record + row.count, row.width)))
-               begin(module, *arm, shape.record);
+               begin(module, *arm, shape.record, madeRows(ctxt_));
          } else if (absent) {
-            clear(module, row, shape.record);
+            clear(module, row, shape.record, madeRows(ctxt_));
             setAbsent(shape.record, row.presence);
          }
          if (row.kind == Kind::Choice && (wireOf(module, row).flags & kOfMessages) != 0)
@@ -651,7 +656,7 @@ private:
       if (!own) return remember(owner, {&module, &row, shape.record, nullptr, nullptr});
       if (!selected.number) store(shape.record + row.count, row.width, 0);
       if (const Row* arm = findArm(module, row, load(shape.record + row.count, row.width)))
-         begin(module, *arm, shape.record);
+         begin(module, *arm, shape.record, madeRows(ctxt_));
       return 0;
    }
 
@@ -700,7 +705,7 @@ private:
          const Module& module = *chosen.module;
          const Row* row = findArm(module, *chosen.choice, selectorOf(module, *chosen.choice, chosen.record));
          if (chosen.key == nullptr) {
-            if (row != nullptr) begin(module, *row, chosen.record);
+            if (row != nullptr) begin(module, *row, chosen.record, madeRows(ctxt_));
             continue;
          }
          if (row == chosen.arm && row != nullptr) continue;

@@ -19,6 +19,7 @@ constexpr unsigned kMostOwners = 64;  // records of types in each other
 struct Owners {
    Shape shapes[kMostOwners];
    unsigned count = 0;
+   Rows by = Rows::Held; // what goes along
    Shape last() const { return count == 0 ? Shape() : shapes[count - 1]; }
 };
 
@@ -45,7 +46,7 @@ private:
          if (note)
             arms_[count_] = arm;
          else if (arm != arms_[count_] && arm != nullptr)
-            begin(module, *arm, owner.record);
+            begin(module, *arm, owner.record, owners_.by);
          ++count_;
       }
    }
@@ -59,8 +60,9 @@ private:
 class Way {
 public:
    // With `make` what isn't there becomes so. Memory is the context's.
-   Way(RtxContext* ctxt, bool make)
-         : ctxt_(ctxt), make_(make), by_(make ? madeRows(ctxt) : shownRows(ctxt)) {}
+   Way(RtxContext* ctxt, bool make) : ctxt_(ctxt), make_(make), by_(make ? madeRows(ctxt) : shownRows(ctxt)) {
+      owners.by = by_;
+   }
 
    int go(const QuorvaType* type, const void* value, std::string_view path) {
       Shape root;
@@ -163,7 +165,7 @@ private:
       if (!make_) return RTX_E_NOT_INIT;
       Steered steered(owners);
       // A group's bit may be set already, or that of a field in a group that is not there.
-      clear(table, which, place);
+      clear(table, which, place, by_);
       makeThere(which, place);
       steered.settle();
       return 0;
@@ -177,7 +179,7 @@ private:
       if (!selected) {
          if (!make_) return RTX_E_NOT_INIT;
          Steered steered(owners);
-         L3_TRY(select(table, choice, wanted, place, owners.last()));
+         L3_TRY(select(table, choice, wanted, place, owners.last(), by_));
          steered.settle();
          now = &table.rows[wanted.row];
       }

@@ -216,7 +216,7 @@ Leaf leafOf(const Shape& shape) {
    return leaf;
 }
 
-void clear(const Module& module, const Row& row, uint8_t* record) {
+void clear(const Module& module, const Row& row, uint8_t* record, Rows by) {
    uint8_t* place = record + row.offset;
    const bool heap = (row.flags & kHeap) != 0;
    switch (row.kind) {
@@ -240,12 +240,11 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    case Kind::Text: std::memset(place, 0, heap ? sizeof(void*) : row.capacity + size_t{1}); return;
    case Kind::Message: std::memset(place, 0, sizeof(void*)); return;
    case Kind::Nested:
-   case Kind::Group: return clear(shapeOf(module, row, record, Rows::Family));
+   case Kind::Group: return clear(shapeOf(module, row, record, by), by);
    case Kind::Choice:
-      if ((row.flags & kOwnSelector) != 0)
-         store(record + row.count, row.width, 0);
-      else if (const Row* arm = findArm(module, row, selectorOf(module, row, record)))
-         clear(module, *arm, record);
+      if ((row.flags & kOwnSelector) != 0) store(record + row.count, row.width, 0);
+      if (const Row* arm = findArm(module, row, selectorOf(module, row, record)))
+         begin(module, *arm, record, by);
       return;
    case Kind::Length:
    case Kind::Span:
@@ -255,7 +254,7 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    case Kind::Since:
    case Kind::Swap:
       for (unsigned i = row.first; i < unsigned{row.first} + row.rows; ++i)
-         if (isInitial(module.rows[i])) clear(module, module.rows[i], record);
+         if (isInitial(module.rows[i])) clear(module, module.rows[i], record, by);
       return;
    case Kind::Null:
    case Kind::Store:
@@ -264,20 +263,25 @@ void clear(const Module& module, const Row& row, uint8_t* record) {
    }
 }
 
-void begin(const Module& module, const Row& arm, uint8_t* record) {
-   clear(module, arm, record);
+void begin(const Module& module, const Row& arm, uint8_t* record, Rows by) {
+   clear(module, arm, record, by);
    if ((arm.flags & kMustBe) != 0) setBit(record, arm.presence);
    clearAbsent(record, arm.presence);
 }
 
-void clear(const Shape& shape) {
+void clear(const Shape& shape, Rows by) {
    if (shape.kind != Kind::Group) {
-      if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record);
+      if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record, by);
       return;
    }
+   // What the family alone has shows in a look without standard mode, as long as nothing is appended.
+   Shape family;
+   if (by == Rows::Standard && shape.form != nullptr &&
+       shapeOf(shape.type, shape.place, family, Rows::Family) && family.form != shape.form)
+      clear(family);
    clearPresence(shape);
    for (unsigned i = shape.first; i < shape.first + shape.rows; ++i)
-      if (isInitial(shape.module->rows[i])) clear(*shape.module, shape.module->rows[i], shape.record);
+      if (isInitial(shape.module->rows[i])) clear(*shape.module, shape.module->rows[i], shape.record, by);
 }
 
 int storeNumber(const Shape& shape, uint64_t number) {
@@ -489,15 +493,16 @@ int resize(RtxContext* ctxt, const Shape& list, uint64_t count) {
       return RTX_E_CONSTRAINT;
    }
    store(list.record + row.count, row.width, count);
-   for (; old < count; ++old) clear(entryOf(list, old, Rows::Family));
+   for (; old < count; ++old) clear(entryOf(list, old, madeRows(ctxt)), madeRows(ctxt));
    return 0;
 }
 
-int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu) {
+int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu,
+           Rows by) {
    if ((choice.flags & kSteeredByExpression) != 0) return RTX_E_BAD_CHOICE;
    store(record + choice.count, choice.width, arm.low);
    const Row& row = module.rows[arm.row];
-   begin(module, row, record);
+   begin(module, row, record, by);
    if ((wireOf(module, choice).flags & kOfMessages) == 0) return 0;
    for (unsigned i = pdu.first; i < pdu.first + pdu.rows; ++i)
       storeHeader(module, choice, row, module.rows[i], pdu.record);
@@ -529,7 +534,7 @@ int makeMessage(RtxContext* ctxt, const Row& row, uint8_t* record) {
    auto* message = static_cast<uint8_t*>(rtxMemHeapAlloc(ctxt, std::max<size_t>(size, 1)));
    if (message == nullptr) return RTX_E_NOMEM;
    std::memcpy(place, &message, sizeof message);
-   clear(shapeOf(row.module, row.index, message, Rows::Family));
+   clear(shapeOf(row.module, row.index, message, madeRows(ctxt)), madeRows(ctxt));
    return 0;
 }
 

@@ -133,11 +133,12 @@ const char* meaningOf(const Module& module, const Row& row, const uint8_t* recor
 
 // The first state of a field: numbers, counts and selectors 0 or what the description says, optional fields
 // absent. Nothing is freed.
-void clear(const Module& module, const Row& row, uint8_t* record);
-void clear(const Shape& record);
+// By Rows::Standard records get the first state of both modes.
+void clear(const Module& module, const Row& row, uint8_t* record, Rows by = Rows::Family);
+void clear(const Shape& record, Rows by = Rows::Family);
 // The same for an arm that has just been selected. One that standard mode alone has is there from now on, or
 // a look without that mode would take what another arm has left for the family's.
-void begin(const Module& module, const Row& arm, uint8_t* record);
+void begin(const Module& module, const Row& arm, uint8_t* record, Rows by = Rows::Family);
 // Is it to be cleared with its record? In standard mode some optional lists go by their count alone.
 inline bool isInitial(const Row& row) {
    return row.presence == kNone || row.kind == Kind::List;
@@ -180,7 +181,8 @@ Shape entryOf(const Shape& list, uint64_t index, Rows by = Rows::Held);
 
 // Selects an arm; in a PDU what goes with the message besides. `pdu`: the record around. RTX_E_BAD_CHOICE if
 // no number can.
-int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu);
+int select(const Module& module, const Row& choice, const Arm& arm, uint8_t* record, const Shape& pdu,
+           Rows by = Rows::Family);
 
 // What goes with the message of a PDU into one of the PDU's fields: discriminator, type, and the arm of the
 // header, where one that is chosen stays unless it is that of the PDU's other protocol.
