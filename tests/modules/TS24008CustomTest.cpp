@@ -33,18 +33,17 @@ TEST(AccessPointName, EncoderTakesEightBitsOfTheCount) {
 }
 
 TEST(GSMString, SeptetsGoByTheOctets) {
-   struct Case {
+   const struct {
       const char* hex;
       uint32_t spareBits;
       const char* text;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"31 D9 8C 56 B3 DD 00", 7, "1234567"},
          {"31 D9 8C 56 B3 DD 70", 0, "12345678"},
          {"1B 1E", 2, "["}, // an escape makes the text shorter than its septets
          {"", 7, ""},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       soilHeap(context);
       const char* text = nullptr;
@@ -189,12 +188,11 @@ std::string kinds(RtxContext* context) {
 }
 
 TEST(Custom, TraceNamesTheParts) {
-   struct Case {
+   const struct {
       const char* hex;
       int (*run)(RtxContext*);
       const char* kinds;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"05 F4 12 34 56 78", [](RtxContext* c) { return decodeOne(c, "MobileIdentity"); },
           "length, digit1, odd, type, OCTET STRING"},
          {"03 00 00 00", [](RtxContext* c) { return decodeOne(c, "MobileIdentity"); },
@@ -233,7 +231,7 @@ TEST(Custom, TraceNamesTheParts) {
          {"04 01 61 01 62", [](RtxContext* c) { return NASEnc_TS24008IE_AccessPointName(c, "a.b"); },
           "INTEGER, segment length, IA5String, segment length, IA5String"},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       RtxDiagBitFieldList list;
       ASSERT_EQ(rtxDiagBitFieldListInit(context, &list), 0);
@@ -287,18 +285,17 @@ TEST(Custom, AliasesPushTheirOwnNames) {
 TEST(Custom, HeapFailures) {
    static size_t left;
    left = 0;
-   struct Case {
+   const struct {
       const char* what;
       const char* hex;
       const char* type;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"TFT", "0F 31 31 0A 05 30 11 50 00 50 02 04 00 01 00 02", "TFT"},
          {"network name", "04 83 56 ED 15", "NetworkName"},
          {"N-PDU numbers", "03 51 26 34", "ReceiveNPDUNumberList"},
          {"digits", "21 43", "TBCDString"},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       int status = -1;
       size_t failures = 0;
       for (size_t n = 0; status != 0 && n < 100; ++n, ++failures) {

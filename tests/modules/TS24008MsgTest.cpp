@@ -136,19 +136,18 @@ TEST(TS24008Header, Trace) {
 
 // The nibble and the octet behind it ask for different discriminators.
 TEST(TS24008Header, LongIdentifierOfEachProtocol) {
-   struct Case {
+   const struct {
       uint32_t protocol;
       uint8_t msgType;
       uint32_t t;
       const char* hex;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {TS24007L3_ProtoDiscr_callCtrl, 15, 28, "f3 09 0f"},
          {TS24007L3_ProtoDiscr_sessMgmt, 85, 98, "fa 55 65"},
          {TS24007L3_ProtoDiscr_mobMgmt, 17, 1, "15 09 11"},
          {TS24007L3_ProtoDiscr_gprsMobMgmt, 20, 69, "18 14"},
    };
-   for (const Case& one : cases) {
+   for (const auto& one : cases) {
       Pdu pdu;
       pdu->protoDiscr = one.protocol;
       pdu->msgType = one.msgType;
@@ -177,12 +176,11 @@ TEST(TS24008Header, SequenceNumberWithoutItsBitStaysOut) {
 }
 
 TEST(TS24008Header, Refused) {
-   struct Case {
+   const struct {
       const char* hex;
       int status;
       std::vector<std::string> parms;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"0B 3B", RTX_E_BAD_CHOICE, {}}, // a protocol without messages here
          {"06 3B", RTX_E_BAD_CHOICE, {}},     {"03 0A", RTX_E_BAD_CHOICE, {"10"}},
          {"05 7F", RTX_E_BAD_CHOICE, {"63"}}, // without the sequence number
@@ -191,7 +189,7 @@ TEST(TS24008Header, Refused) {
          {"05", RTX_E_END_OF_DATA, {}},       {"F3", RTX_E_END_OF_DATA, {}},
          {"F3 89", RTX_E_END_OF_DATA, {}},
    };
-   for (const Case& one : cases) {
+   for (const auto& one : cases) {
       SCOPED_TRACE(one.hex);
       Pdu pdu;
       EXPECT_EQ(pdu.decode(one.hex), one.status);
@@ -251,10 +249,9 @@ TEST(TS24008Dispatch, MessagesThatAreOneElement) {
    for (const char* name : {"HoldReject", "RetrieveReject", "StartDTMFReject", "Notify", "CC_Establishment",
                             "GMMStatus", "SMStatus", "AuthenticationReject", "MMNull", "StopDTMF"})
       EXPECT_EQ(quorvaFindType((std::string("TS24008Msg_") + name).c_str()), nullptr) << name;
-   struct Case {
+   const struct {
       const char *hex, *member;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"03 1A 02 E0 BF", "obj_HoldReject"},
          {"03 1E 02 E0 BF", "obj_RetrieveReject"},
          {"03 37 02 E0 BF", "obj_StartDTMFReject"},
@@ -262,7 +259,7 @@ TEST(TS24008Dispatch, MessagesThatAreOneElement) {
          {"08 20 6F", "obj_GMMStatus"},
          {"0A 55 65", "obj_SMStatus"},
    };
-   for (const Case& one : cases) {
+   for (const auto& one : cases) {
       SCOPED_TRACE(one.hex);
       Pdu pdu;
       ASSERT_EQ(pdu.decode(std::string(one.hex) + " 09 01 00"), 0);
@@ -343,12 +340,11 @@ TEST(TS24008Dispatch, FailuresAndReports) {
    EXPECT_FALSE(failing.clean());
    EXPECT_NE(failing.context()->elemNames.count, 0u);
 
-   struct Case {
+   const struct {
       const char* hex;
       int status;
       const char* elements;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"05 04 0D 30 01 00 36 01 21", RTX_E_BAD_IEI, "rejectCause t3246Value"},
          {"05 04 0D 30 01 00 40 01 00 36 01 21", RTX_E_MULTIPLE, "rejectCause t3246Value"},
          {"05 04 0D 31 01 00 36 01 21", 0, "rejectCause t3246Value"},
@@ -357,7 +353,7 @@ TEST(TS24008Dispatch, FailuresAndReports) {
          {"0A 4C 1A 30 01 00 37 01 21", RTX_E_BAD_IEI, "smCause t3396Value"},
          {"0A 4F 1A 30 01 00 37 01 21", RTX_E_BAD_IEI, "smCause t3396Value"},
    };
-   for (const Case& one : cases) {
+   for (const auto& one : cases) {
       SCOPED_TRACE(one.hex);
       Pdu pdu;
       EXPECT_EQ(pdu.decode(one.hex), one.status);
@@ -544,10 +540,9 @@ TEST(TS24008Messages, CutAnywhere) {
 }
 
 TEST(TS24008Messages, Print) {
-   struct Case {
+   const struct {
       const char *hex, *text;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"F3 89 8F",
           "PDU {\n   l3HdrOpts {\n      transId {\n         flag = true\n         value = 9\n      }\n   }\n"
           "   protoDiscr = callCtrl\n   sendSeqNum = 2\n   msgType = 15\n   data {\n"
@@ -564,7 +559,7 @@ TEST(TS24008Messages, Print) {
           "         userUser {\n            length = 2\n            uupd = 4\n"
           "            uuInfo = 0x\n         }\n         moreData = <null>\n      }\n   }\n}\n"},
    };
-   for (const Case& one : cases) {
+   for (const auto& one : cases) {
       Pdu pdu;
       ASSERT_EQ(pdu.decode(one.hex), 0);
       quorva_test::Capture capture;

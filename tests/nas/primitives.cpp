@@ -148,13 +148,12 @@ TEST(TbcdString, EncodesAndDecodes) {
 }
 
 TEST(NonImperative, PassesOverOrRefuses) {
-   struct Case {
+   const struct {
       const char* octets;
       int shifts;
       int status;
       size_t used;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"", 0, 0, 0},
          {"090100", 0, RTX_E_UNSUPPORTED, 2}, // comprehension required
          {"0000", 0, RTX_E_UNSUPPORTED, 2},
@@ -174,7 +173,7 @@ TEST(NonImperative, PassesOverOrRefuses) {
          {"95", 1, 0, 1},
          {"9595", 1, 0, 2},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       SCOPED_TRACE(c.octets);
       TestContext ctx;
       EXPECT_EQ(rtx3GPPDecL3NonImperative(ctx.decode(octetsFromHex(c.octets)), c.shifts), c.status);
