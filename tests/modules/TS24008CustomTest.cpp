@@ -1,7 +1,6 @@
 // Hand-written codecs of texts, packed lists, linked TI and the traffic flow template.
 #include "quorva/registry.h"
 #include "quorva/rtxBits.h"
-#include "quorva/rtxDiag.h"
 #include "quorva/TS24008IE.h"
 #include "tests/modules/codecs.h"
 
@@ -177,72 +176,6 @@ int decodeOne(RtxContext* context, const std::string& name) {
    const QuorvaType& type = *quorvaFindType(("TS24008IE_" + name).c_str());
    std::vector<uint64_t> record(type.size / 8 + 1);
    return type.decode(context, record.data());
-}
-
-// Kinds of the fields in the trace, in order.
-std::string kinds(RtxContext* context) {
-   std::string text;
-   for (const RtxSListNode* node = context->bitFields->fieldList.head; node != nullptr; node = node->next)
-      text += (text.empty() ? "" : ", ") + std::string(static_cast<RtxDiagBitField*>(node->data)->nameSuffix);
-   return text;
-}
-
-TEST(Custom, TraceNamesTheParts) {
-   const struct {
-      const char* hex;
-      int (*run)(RtxContext*);
-      const char* kinds;
-   } cases[] = {
-         {"05 F4 12 34 56 78", [](RtxContext* c) { return decodeOne(c, "MobileIdentity"); },
-          "length, digit1, odd, type, OCTET STRING"},
-         {"03 00 00 00", [](RtxContext* c) { return decodeOne(c, "MobileIdentity"); },
-          "length, digit1, odd, type, octet4+, octet4+"},
-         {"05 01 61 02 62 63", [](RtxContext* c) { return decodeOne(c, "AccessPointName"); },
-          "INTEGER, segment length, IA5String, segment length, IA5String"},
-         {"02 70 87", [](RtxContext* c) { return decodeOne(c, "LinkedTI"); },
-          "INTEGER, BOOLEAN, INTEGER, ext bit, INTEGER"},
-         {"04 83 56 ED 15", [](RtxContext* c) { return decodeOne(c, "NetworkName"); },
-          "INTEGER, BOOLEAN, ENUMERATED, BOOLEAN, INTEGER, GSMString"},
-         {"03 51 26 34", [](RtxContext* c) { return decodeOne(c, "ReceiveNPDUNumberList"); },
-          "INTEGER, INTEGER, INTEGER, INTEGER, INTEGER"},
-         // Encoders write over the octets.
-         {"05 F4 00 00 00 00",
-          [](RtxContext* c) {
-             TS24008IE_MobileIdentity record{};
-             record.t = 4;
-             return NASEnc_TS24008IE_MobileIdentity(c, &record);
-          },
-          "length, digit1, odd, type, OCTET STRING"},
-         {"04 05 00 00 00 00 F0 00 07",
-          [](RtxContext* c) {
-             TS24008IE_MobileIdentity record{};
-             record.t = 5;
-             return NASEnc_TS24008IE_MobileIdentity(c, &record);
-          },
-          "length, spare, BOOLEAN, BOOLEAN, odd, type, OCTET STRING, TBCDString, INTEGER"},
-         {"03 00 00 00",
-          [](RtxContext* c) {
-             TS24008IE_MobileIdentity record{};
-             record.t = 6;
-             record.u.none = 3;
-             return NASEnc_TS24008IE_MobileIdentity(c, &record);
-          },
-          "length, octet3, octet4+, octet4+"},
-         {"04 01 61 01 62", [](RtxContext* c) { return NASEnc_TS24008IE_AccessPointName(c, "a.b"); },
-          "INTEGER, segment length, IA5String, segment length, IA5String"},
-   };
-   for (const auto& c : cases) {
-      TestContext context;
-      RtxDiagBitFieldList list;
-      ASSERT_EQ(rtxDiagBitFieldListInit(context, &list), 0);
-      context.decode(octets(c.hex));
-      context->bitFields = &list;
-      EXPECT_EQ(c.run(context), 0) << c.hex;
-      EXPECT_EQ(kinds(context), c.kinds) << c.hex;
-      EXPECT_EQ(context.used(), octets(c.hex).size());
-      EXPECT_EQ(context->elemNames.count, 0u) << "no name left behind";
-      context->bitFields = nullptr;
-   }
 }
 
 // Counts come from the input: what they ask for must not exceed it.
