@@ -202,8 +202,7 @@ TEST(WriteBits, FullBufferKeepsWhatIsThere) {
    EXPECT_EQ(rtxEncBits(&c, 0x1FFF, 13), 0);
    EXPECT_EQ(rtxEncBits(&c, 0, 4), RTX_E_BUFFER_FULL);
    EXPECT_EQ(rtxMergeBits(&c, 0, 4), RTX_E_MULTIPLE); // each shortage of room makes a new record
-   EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_BUFFER_FULL);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxErrGetLastError(&c)), RTX_E_BUFFER_FULL);
    const uint8_t source[8] = {};
    EXPECT_EQ(after(c, rtxEncBitsFromByteArray(&c, source, 4)), After(RTX_E_BUFFER_FULL, 13));
    EXPECT_EQ(after(c, rtxEncBits(&c, 7, 3)), After(0, 16)); // the last bits still fit

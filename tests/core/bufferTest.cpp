@@ -56,11 +56,9 @@ TEST(Buffer, StaticOnesAndAbsurdSizesFail) {
    Context c(octets);
    EXPECT_EQ(rtxExpandOutputBuffer(&c, 1), RTX_E_BUFFER_FULL);
    EXPECT_EQ(rtxCheckBuffer(&c, 16), 0);
-   EXPECT_EQ(rtxCheckBuffer(&c, 17), RTX_E_MULTIPLE);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxCheckBuffer(&c, 17)), RTX_E_MULTIPLE);
    EXPECT_EQ(rtxCheckInputBuffer(&c, 16), 0);
-   EXPECT_EQ(rtxCheckInputBuffer(&c, SIZE_MAX), RTX_E_END_OF_DATA);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxCheckInputBuffer(&c, SIZE_MAX)), RTX_E_END_OF_DATA);
    ASSERT_EQ(rtxInitContextBuffer(&c, nullptr, 16), 0);
    EXPECT_EQ(rtxCheckOutputBuffer(&c, SIZE_MAX), RTX_E_NOMEM);
    EXPECT_EQ(rtxCheckBuffer(&c, SIZE_MAX - 3), RTX_E_NOMEM);
@@ -206,8 +204,7 @@ TEST(Input, GreedyLoadsAndPositions) {
    EXPECT_EQ(rtxReadBytesDynamic(&c, &data, 1025, &allocated), RTX_E_END_OF_STREAM);
    EXPECT_EQ(allocated, 0);
    EXPECT_EQ(rtxPeekByte(&c, &octet), 0);
-   EXPECT_EQ(rtxDecBit(&c, &octet), RTX_E_END_OF_STREAM);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxDecBit(&c, &octet)), RTX_E_END_OF_STREAM);
    EXPECT_EQ(rtxStreamRead(&c, target.data(), 5), 0); // the end is no failure here
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 0u);
 }
@@ -287,8 +284,7 @@ TEST(Input, LimitAndFailures) {
    c.stream->inputLimit = 10;
    Octets target(20);
    EXPECT_EQ(after(c, rtxReadBytes(&c, target.data(), 20)), After(RTX_E_END_OF_STREAM, 80u));
-   EXPECT_EQ(rtxReadBytes(&c, target.data(), 1), RTX_E_END_OF_DATA); // all is loaded
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxReadBytes(&c, target.data(), 1)), RTX_E_END_OF_DATA); // all is loaded
    c.stream->inputLimit = SIZE_MAX;
    c.failure = RTX_E_FILE_READ;
    uint32_t value;
@@ -322,8 +318,7 @@ TEST(Streams, NoneOrTheWrongWay) {
    transport.chunk = 4;
    EXPECT_EQ(rtxStreamRead(&c, target.data(), 0), 0);
    EXPECT_EQ(rtxStreamRead2(&c, target.data(), 10, 5), RTX_E_BUFFER_FULL);
-   EXPECT_EQ(rtxStreamRead2(&c, target.data(), 10, 0), 0);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxStreamRead2(&c, target.data(), 10, 0)), 0);
    EXPECT_EQ(rtxStreamWrite(&c, target.data(), 1), RTX_E_NOT_INIT);
    EXPECT_EQ(rtxStreamRead2(&c, target.data(), 3, 10), 4);
    EXPECT_EQ(rtxStreamRead(&c, target.data(), 10), 6);

@@ -216,8 +216,7 @@ TEST(Memory, ArrayAllocation) {
    for (const auto& [count, size] :
         {std::pair<size_t, size_t>{SIZE_MAX / 2, 3}, {SIZE_MAX / 8 + 2, 8}, {1, 0}}) {
       EXPECT_EQ(rtxMemAllocArray2(&c, count, size, 0), nullptr);
-      EXPECT_EQ(rtxErrGetStatus(&c), RTX_E_OVERFLOW);
-      rtxErrReset(&c);
+      EXPECT_EQ(c.cleared(rtxErrGetStatus(&c)), RTX_E_OVERFLOW);
    }
 }
 

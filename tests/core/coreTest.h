@@ -37,6 +37,10 @@ struct Context : RtxContext {
       bufByteIndex = index;
       bufBitsLeft = static_cast<int16_t>(bitsLeft);
    }
+   ptrdiff_t cleared(ptrdiff_t status) {
+      rtxErrReset(this);
+      return status;
+   }
    std::vector<std::string> parms() const { return {errFixed.parms, errFixed.parms + errFixed.parmCount}; }
 };
 

@@ -159,8 +159,7 @@ TEST(Errors, ManyRecordsSumUp) {
    EXPECT_EQ(add(RTX_E_BAD_ENUM, true), RTX_E_BAD_ENUM);
    add(RTX_E_BAD_CHAR, false);
    rtxErrFreeParms(&c); // and the statuses
-   EXPECT_EQ(rtxErrGetStatus(&c), 0);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxErrGetStatus(&c)), 0);
    EXPECT_EQ(add(RTX_E_BAD_ENUM, true), RTX_E_BAD_ENUM);
 }
 

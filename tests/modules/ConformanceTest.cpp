@@ -134,10 +134,8 @@ TEST(Conformance, GroupBitsAreForTheDefaultModeAlone) {
    size_t tried = 0;
    for (const QuorvaType* type : allTypes()) {
       if (type->sample == nullptr || type->encode == nullptr) continue;
-      std::vector<QuorvaField> fields(quorvaFields(type, nullptr, 0));
-      quorvaFields(type, fields.data(), fields.size());
       std::set<uint32_t> groups;
-      for (const QuorvaField& field : fields)
+      for (const QuorvaField& field : fieldsOf(*type))
          if (field.groupBit != QUORVA_NONE && field.iei != QUORVA_NONE) groups.insert(field.groupBit);
       for (const uint32_t group : groups) {
          SCOPED_TRACE(std::string(type->name) + ", bit " + std::to_string(group));

@@ -25,26 +25,12 @@ TEST(Print, IdentityRequestOf5GS) {
    asn1SetTC_TS24501Msg_PDU_obj_IdentityRequest5G(nullptr, &pdu, &request);
    pdu.hdrData.u.mm.spare1 = 0;
    pdu.hdrData.u.mm.secHdrType = 0;
-   EXPECT_EQ(printed(asn1PrtToStrm_TS24501Msg_PDU, "PDU", &pdu), "PDU {\n"
-                                                                 "   protoDiscr = mobMgmt5G\n"
-                                                                 "   hdrData {\n"
-                                                                 "      mm {\n"
-                                                                 "         spare1 = 0\n"
-                                                                 "         secHdrType = noSec\n"
-                                                                 "      }\n"
-                                                                 "   }\n"
-                                                                 "   msgType = 91\n"
-                                                                 "   data {\n"
-                                                                 "      obj_IdentityRequest5G {\n"
-                                                                 "         spare = 0\n"
-                                                                 "         identity {\n"
-                                                                 "            spare = false\n"
-                                                                 "            typeOfIdent = suci\n"
-                                                                 "         }\n"
-                                                                 "      }\n"
-                                                                 "   }\n"
-                                                                 "   eom = <null>\n"
-                                                                 "}\n");
+   EXPECT_EQ(printed(asn1PrtToStrm_TS24501Msg_PDU, "PDU", &pdu),
+             "PDU {\n   protoDiscr = mobMgmt5G\n   hdrData {\n      mm {\n         spare1 = 0\n"
+             "         secHdrType = noSec\n      }\n   }\n   msgType = 91\n   data {\n"
+             "      obj_IdentityRequest5G {\n         spare = 0\n         identity {\n"
+             "            spare = false\n            typeOfIdent = suci\n         }\n      }\n   }\n"
+             "   eom = <null>\n}\n");
    asn1SetTC_TS24501Msg_PDU_obj_DeregAcceptUEOrig5G(nullptr, &pdu);
    EXPECT_NE(printed(asn1PrtToStrm_TS24501Msg_PDU, "PDU", &pdu)
                    .find("   data {\n      obj_DeregAcceptUEOrig5G = <null>\n   }\n"),

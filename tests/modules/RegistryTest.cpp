@@ -52,20 +52,19 @@ TEST(Registry, ATextTakesTheOctetsThatAreLeft) {
 }
 
 TEST(Registry, DigitsStayWithinTheirText) {
-   struct Case {
+   const struct {
       const char* type;
       std::vector<uint8_t> octets;
       int status;
       const char* text;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"TS24008IE_IMSI", {0x21, 0x43, 0x65, 0x87, 0x09, 0x21, 0x43, 0xF5}, 0, "123456789012345"},
          {"TS24008IE_IMSI", {0x21, 0x43, 0x65, 0x87, 0x09, 0x21, 0x43, 0x65}, RTX_E_CONSTRAINT, ""},
          {"TS24008IE_IMEI", std::vector<uint8_t>(100, 0x11), RTX_E_CONSTRAINT, ""},
          {"TS24008IE_TBCDString3", {0x21}, 0, "12"},
          {"TS24008IE_TBCDString3", {0x21, 0x43}, RTX_E_CONSTRAINT, ""},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       quorva_test::Capture capture;
       const QuorvaType* type = quorvaFindType(c.type);
       ASSERT_NE(type, nullptr);

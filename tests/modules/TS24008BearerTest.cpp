@@ -13,12 +13,11 @@ TEST(BearerCapability, EncoderStopsAChainAtItsFirstClearBit) {
    TestContext context;
    TS24008IE_BearerCapOctet3b list[2] = {};
    list[1].speechVersion = 5;
-   struct Case {
+   const struct {
       const char* what;
       void (*fill)(TS24008IE_BearerCapability&);
       const char* written;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"6b without 6a", [](auto& r) { r.m.octet6Present = 1, r.m.octet6bPresent = 1; }, "02 80 80"},
          {"6b with 6a",
           [](auto& r) { r.m.octet6Present = 1, r.m.octet6aPresent = 1, r.m.octet6bPresent = 1; },
@@ -29,7 +28,7 @@ TEST(BearerCapability, EncoderStopsAChainAtItsFirstClearBit) {
          // The count of the list decides, not its presence bit.
          {"3a, and entries of 3b", [](auto& r) { r.m.octet3aPresent = 1; }, "04 00 00 00 85"},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TS24008IE_BearerCapability record{};
       record.octet3b = {2, list};
       c.fill(record);
@@ -38,19 +37,18 @@ TEST(BearerCapability, EncoderStopsAChainAtItsFirstClearBit) {
 }
 
 TEST(QualityOfService, LengthAgainstItsFields) {
-   struct Case {
+   const struct {
       unsigned length;
       int status;
       unsigned extended;
-   };
-   const Case cases[] = {{3, RTX_E_CONSTRAINT, 0},
-                         {4, RTX_E_LENGTH_OVERRUN, 0},
-                         {11, RTX_E_LENGTH_OVERRUN, 0},
-                         {12, 0, 0},
-                         {13, 0, 1},
-                         {20, 0, 8},
-                         {21, RTX_E_CONSTRAINT, 0}};
-   for (const Case& c : cases) {
+   } cases[] = {{3, RTX_E_CONSTRAINT, 0},
+                {4, RTX_E_LENGTH_OVERRUN, 0},
+                {11, RTX_E_LENGTH_OVERRUN, 0},
+                {12, 0, 0},
+                {13, 0, 1},
+                {20, 0, 8},
+                {21, RTX_E_CONSTRAINT, 0}};
+   for (const auto& c : cases) {
       TestContext context;
       struct {
          TS24008IE_QualityOfService qos;
@@ -174,11 +172,10 @@ TEST(TFTPacketFilterComponent, IdentifiersWithoutAnArm) {
 
 // What the length or count ahead of an element may say.
 TEST(Elements, LengthsWithinTheirBounds) {
-   struct Case {
+   const struct {
       unsigned low, high;
       std::vector<const char*> types;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {1,
           1,
           {"DaylightSavingTime", "MMTimer", "AlertingPattern", "AllowedActions", "StreamIdentifierValue",
@@ -205,7 +202,7 @@ TEST(Elements, LengthsWithinTheirBounds) {
          {0, 32, {"MobileStationClassmark3"}},
          {0, 50, {"MSRadioAccessCapability"}},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       for (const char* name : c.types) {
          const QuorvaType* type = quorvaFindType(("TS24008IE_" + std::string(name)).c_str());
          ASSERT_NE(type, nullptr) << name;

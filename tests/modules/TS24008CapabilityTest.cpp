@@ -46,21 +46,20 @@ unsigned groupsOf(const TS24008IE_MobileStationClassmark3& r) {
 }
 
 TEST(MobileStationClassmark3, GroupsStopWhereTheirBitsAreMissing) {
-   struct Case {
+   const struct {
       const char* what;
       void (*fill)(TS24008IE_MobileStationClassmark3&);
       uint8_t length;
       unsigned groups;
       size_t spareBits;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"two bits left", [](auto& r) { r.m.singleBandSupportPresent = 1; }, 7, 0, 2},
          {"one bit behind the first group", [](auto& r) { r.m.highMultislotCapPresent = 1; }, 7, 1, 1},
          {"two groups to the bit", [](auto&) {}, 7, 3, 0},
          // Five bits: not enough for the third group; the fourth would fit, but is given up with it.
          {"the fourth would fit", [](auto& r) { r.m.rSupportPresent = 1; }, 8, 3, 5},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       TS24008IE_MobileStationClassmark3 record{};
       c.fill(record);
@@ -123,11 +122,10 @@ TEST(MobileStationClassmark3, ContainersEndPassesOverWhatHasAFlagOrIsGuarded) {
 
 // Optional elements behind a dropped half octet begin inside an octet.
 TEST(Capabilities, AlignedElementsThatBeginInsideAnOctetPassTheirEnd) {
-   struct Case {
+   const struct {
       const char* hex;
       int (*run)(RtxContext*);
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"00 70 00 00 00 00 00 00 00 00",
           [](RtxContext* c) {
              TS24008IE_MobileStationClassmark3 record{};
@@ -139,7 +137,7 @@ TEST(Capabilities, AlignedElementsThatBeginInsideAnOctetPassTheirEnd) {
              return NASDec_TS24008IE_MSNetworkCapability(c, &record);
           }},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       context.decode(octets(c.hex));
       uint32_t nibble = 0;
@@ -208,14 +206,13 @@ TEST(AccessCapability, ReleaseDecidesWhichGroupsAreRead) {
 }
 
 TEST(AccessCapability, EndsOnAGroupWithItsContainerLeftOpen) {
-   struct Case {
+   const struct {
       size_t contents;
       uint16_t release;
       int status;
       unsigned groups;
       size_t containers;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {0, 0, RTX_E_LENGTH_OVERRUN, 0, 1},
          {14, 0, RTX_E_LENGTH_OVERRUN, 0, 1},
          {15, 0, 0, 0, 0},
@@ -227,7 +224,7 @@ TEST(AccessCapability, EndsOnAGroupWithItsContainerLeftOpen) {
          {25, 4, 0, 1, 0},
          {72, 0, 0, 12, 1},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       context->protocolRelease = c.release;
       TS24008IE_AccessCapability record{};

@@ -10,17 +10,16 @@ using namespace quorva::test;
 namespace {
 
 TEST(L3HdrOptions, EachAlternativeAndItsBounds) {
-   struct Case {
+   const struct {
       uint32_t t, value;
       const char* written;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {1, 5, "50"},          {1, 16, "status -16"}, {2, 3, "b0"},
          {2, 7, "f0"},          {2, 9, "f0"}, // cut to 7
          {3, 6, "60"},          {3, 1, "status -4"},   {4, 15, "f0"},
          {4, 16, "status -16"}, {0, 0, "status -9"},   {5, 0, "status -9"},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       TS24007L3_L3HdrOptions record{};
       record.t = c.t;
@@ -152,12 +151,11 @@ TEST(MobileStationClassmark2, EncoderSkipsNone) {
 }
 
 TEST(MultibandSupported, SecondPowerClassGoesByTheBands) {
-   struct Case {
+   const struct {
       uint32_t supported;
       uint8_t cap2, cap1;
       const char* written; // 3 bits, 4 bits, and two half octets
-   };
-   const Case cases[] = {
+   } cases[] = {
          {0, 9, 9, "00"},
          {1, 9, 4, "20 08"},
          {3, 9, 4, "60 08"},  // a value without a name; a spare
@@ -170,7 +168,7 @@ TEST(MultibandSupported, SecondPowerClassGoesByTheBands) {
          {1, 0, 16, "status -16"},
          {7, 0, 0, "status -4"},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       TestContext context;
       TS24008IE_MultibandSupported record{c.supported, {}, c.cap2, c.cap1};
       EXPECT_EQ(encode(context, NASEnc_TS24008IE_MultibandSupported, &record), c.written) << c.supported;

@@ -1,6 +1,5 @@
 // Elements of TS 24.501: mobile identities, containers whose arm something else picks, lengths and bounds.
 
-#include "quorva/rtxDiag.h"
 #include "quorva/TS24501IE.h"
 #include "tests/modules/codecs.h"
 #include "tests/modules/messages.h"
@@ -27,63 +26,6 @@ TEST(MobileIdentity5GS, RefusedByTheEncoder) {
       EXPECT_EQ(encode(context, NASEnc_TS24501IE_MobileIdentity, &record), expected);
       EXPECT_EQ(record.length, 7777);
    }
-}
-
-// --- Names in the trace
-
-std::string traceOf(TestContext& context, const std::function<int(RtxContext*)>& run) {
-   auto* list = static_cast<RtxDiagBitFieldList*>(rtxMemHeapAlloc(context, sizeof(RtxDiagBitFieldList)));
-   EXPECT_EQ(rtxDiagBitFieldListInit(context, list), 0);
-   std::vector<char> memory(1 << 14);
-   RtxPrintToStringBuffer text = {memory.data(), memory.size(), 0};
-   rtxSetPrintStream(context, rtxPrintStreamToStringCB, &text);
-   context->bitFields = list;
-   EXPECT_GE(run(context), 0);
-   context->bitFields = nullptr;
-   rtxDiagBitTracePrint(list, nullptr);
-   std::string names;
-   std::istringstream lines(std::string(memory.data(), text.used));
-   for (std::string line; std::getline(lines, line);)
-      if (!line.empty() && line.find("bit offset") == std::string::npos && !std::isdigit(line[0]) &&
-          line[0] != '-')
-         names += (names.empty() ? "" : ", ") + line;
-   return names;
-}
-
-// Some names differ between the directions.
-TEST(Trace5GS, NamesOfTheDirections) {
-   const auto both = [](const char* type, const char* hex) {
-      Message message(type);
-      const QuorvaType* codec = quorvaFindType(type);
-      void* record = &message.as<char>();
-      message.context().decode(octets(hex));
-      std::string names = traceOf(message.context(), [&](auto* c) { return codec->decode(c, record); });
-      message.context().encode();
-      return names + " | " + traceOf(message.context(), [&](auto* c) { return codec->encode(c, record); });
-   };
-   EXPECT_EQ(both("TS24501IE_MobileIdentity", "0007 06 001122334455"),
-             "MobileIdentity.length INTEGER, MobileIdentity.leading bits INTEGER, "
-             "MobileIdentity.typeOfIdent ENUMERATED, MobileIdentity.mac OCTET STRING | "
-             "MobileIdentity.length INTEGER, MobileIdentity.bits+type INTEGER, "
-             "MobileIdentity.macaddr OCTET STRING");
-   EXPECT_EQ(both("TS24501IE_MobileIdentity", "0008 3B65390853468390"),
-             "MobileIdentity.length INTEGER, MobileIdentity.leading bits INTEGER, "
-             "MobileIdentity.typeOfIdent ENUMERATED | MobileIdentity length-1st-octet");
-   EXPECT_EQ(both("TS24501Msg_PDU_SM", "2E 05 01 D6 5F"),
-             "PDU_SM.protoDiscr ENUMERATED, PDU_SM.pduSessIdent ENUMERATED, PDU_SM.procTransIdent INTEGER, "
-             "PDU_SM.msgType INTEGER, PDU_SM.data.u.obj_SMStatus5G.cause INTEGER | "
-             "PDU-SM.protoDiscr ENUMERATED, PDU-SM.pduSessIdent ENUMERATED, PDU-SM.procTransIdent INTEGER, "
-             "PDU-SM.msgType INTEGER, PDU-SM.data.u.obj_SMStatus5G.cause INTEGER");
-   EXPECT_EQ(
-         both("TS24011Msg_CP_PDU", "89 10 51"),
-         "CP_PDU.l3HdrOpts.skipInd INTEGER, CP_PDU.protoDiscr ENUMERATED, CP_PDU.msgType INTEGER, "
-         "CP_PDU.data.u.obj_CP_ERROR.cpCause.ext INTEGER, CP_PDU.data.u.obj_CP_ERROR.cpCause.value INTEGER"
-         " | CP-PDU.l3HdrOpts.skipInd INTEGER, CP-PDU.protoDiscr ENUMERATED, CP-PDU.msgType INTEGER, "
-         "CP-PDU.data.u.obj_CP_ERROR.cpCause.ext INTEGER, CP-PDU.data.u.obj_CP_ERROR.cpCause.value "
-         "INTEGER");
-   EXPECT_EQ(both("TS24011Msg_RP_PDU", "06 02"),
-             "RP_PDU.header.spare INTEGER, RP_PDU.header.rpMsgType INTEGER, RP_PDU.header.rpMsgRef INTEGER | "
-             "RP-PDU.header.spare INTEGER, RP-PDU.header.rpMsgType INTEGER, RP-PDU.header.rpMsgRef INTEGER");
 }
 
 // --- Extended CAG information

@@ -11,17 +11,6 @@ using namespace quorva::test;
 
 namespace {
 
-std::vector<QuorvaField> fieldsOf(const QuorvaType& type) {
-   std::vector<QuorvaField> fields(quorvaFields(&type, nullptr, 0));
-   quorvaFields(&type, fields.data(), fields.size());
-   return fields;
-}
-std::vector<QuorvaField> fieldsIn(const QuorvaField& field) {
-   std::vector<QuorvaField> fields(quorvaFieldsIn(&field, nullptr, 0));
-   quorvaFieldsIn(&field, fields.data(), fields.size());
-   return fields;
-}
-
 // Is anything legal that the memory of these fields may hold? Numbers of whole octets, octets and bits.
 // `prepared`: presence bits, counts and spare bits are in their first state.
 bool takesAnything(const std::vector<QuorvaField>& fields, bool prepared) {

@@ -2,6 +2,7 @@
 #ifndef QUORVA_TESTS_MODULES_RECORDS_H
 #define QUORVA_TESTS_MODULES_RECORDS_H
 
+#include "quorva/reflect.h"
 #include "quorva/registry.h"
 #include "quorva/rtxError.h"
 #include "support/capture.h"
@@ -22,6 +23,17 @@ inline std::vector<const QuorvaType*> allTypes() {
    std::vector<const QuorvaType*> all;
    for (size_t i = 0; i < count; ++i) all.push_back(&types[i]);
    return all;
+}
+
+inline std::vector<QuorvaField> fieldsOf(const QuorvaType& type) {
+   std::vector<QuorvaField> fields(quorvaFields(&type, nullptr, 0));
+   EXPECT_EQ(quorvaFields(&type, fields.data(), fields.size()), fields.size());
+   return fields;
+}
+inline std::vector<QuorvaField> fieldsIn(const QuorvaField& field) {
+   std::vector<QuorvaField> fields(quorvaFieldsIn(&field, nullptr, 0));
+   quorvaFieldsIn(&field, fields.data(), fields.size());
+   return fields;
 }
 
 inline std::string textOf(quorva_test::Capture& capture, const QuorvaType& type, const void* value) {

@@ -154,27 +154,22 @@ TEST(Csn1, WalksTablesOfDeterminants) {
    const Rtx3GPPDetmntRow beyond[] = {{0, 1, 0, 0, 7}}, round[] = {{0, 1, 0, 1, 0}, {0, 1, 0, 1, 0}};
    uint32_t value = 0;
    EXPECT_EQ(rtx3GPPDecVarAltDetmnt(ctx.decode({0x00}), &value, beyond, 1), RTX_E_INDEX);
-   EXPECT_EQ(rtxErrGetFirstError(ctx), RTX_E_INDEX);
-   rtxErrReset(ctx);
+   EXPECT_EQ(ctx.cleared(rtxErrGetFirstError(ctx)), RTX_E_INDEX);
    EXPECT_EQ(rtx3GPPDecVarAltDetmnt(ctx.decode({0x80}), nullptr, beyond, 1), 0);
-   EXPECT_EQ(rtx3GPPDecVarAltDetmnt(ctx.decode({0x80}), &value, round, 2), RTX_E_END_OF_DATA);
-   rtxErrReset(ctx);
+   EXPECT_EQ(ctx.cleared(rtx3GPPDecVarAltDetmnt(ctx.decode({0x80}), &value, round, 2)), RTX_E_END_OF_DATA);
    EXPECT_EQ(rtx3GPPDecVarAltDetmnt(ctx, &value, beyond, 0), RTX_E_INDEX);
 }
 
 TEST(Csn1, RefusesWhatNoFieldHas) {
    TestContext ctx;
    uint32_t value = 7;
-   EXPECT_EQ(rtx3GPPEncAltDetmnt(ctx.encode(), 0, 33, 1), RTX_E_BAD_ARGUMENT);
-   rtxErrReset(ctx);
-   EXPECT_EQ(rtx3GPPDecAltDetmnt(ctx.decode(Octets(8)), &value, 33, 1), RTX_E_OVERFLOW);
-   rtxErrReset(ctx);
+   EXPECT_EQ(ctx.cleared(rtx3GPPEncAltDetmnt(ctx.encode(), 0, 33, 1)), RTX_E_BAD_ARGUMENT);
+   EXPECT_EQ(ctx.cleared(rtx3GPPDecAltDetmnt(ctx.decode(Octets(8)), &value, 33, 1)), RTX_E_OVERFLOW);
    EXPECT_EQ(rtx3GPPDecAltDetmnt(ctx.decode(Octets(4)), &value, 32, 1), 0);
    EXPECT_EQ(value, 1u);
    EXPECT_EQ(rtx3GPPDecAltDetmnt(ctx, &value, 1, 0), RTX_E_END_OF_DATA);
    EXPECT_EQ(value, 1u);
-   EXPECT_EQ(rtxErrGetFirstError(ctx), RTX_E_END_OF_DATA);
-   rtxErrReset(ctx);
+   EXPECT_EQ(ctx.cleared(rtxErrGetFirstError(ctx)), RTX_E_END_OF_DATA);
    EXPECT_EQ(rtx3GPPDecAltDetmnt(ctx.decode(Octets(4)), nullptr, 3, 0), 0);
 }
 

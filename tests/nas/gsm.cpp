@@ -124,8 +124,7 @@ TEST(GsmText, Limits) {
       EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(), nothing), 0);
    EXPECT_EQ(ctx.written(), "");
    for (const char* text : {"abc", "ab"}) {
-      EXPECT_EQ(rtx3GPPEncGSMCharStr(ctx.encode(1), text), RTX_E_BUFFER_FULL);
-      rtxErrReset(ctx);
+      EXPECT_EQ(ctx.cleared(rtx3GPPEncGSMCharStr(ctx.encode(1), text)), RTX_E_BUFFER_FULL);
    }
    const Octets text = packed({'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'});
    EXPECT_EQ(decoded(text, 0), "");

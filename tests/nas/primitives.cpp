@@ -33,8 +33,7 @@ TEST(MccMnc, EncodesAndDecodes) {
    EXPECT_EQ(rtxErrGetLastError(ctx), RTX_E_BAD_CHAR);
    EXPECT_EQ(ctx.written(), "13f0"); // three nibbles stood already
    rtxErrReset(ctx);
-   EXPECT_EQ(rtx3GPPEnc_MCC_MNC(ctx.encode(2), "310", "26"), RTX_E_BUFFER_FULL);
-   rtxErrReset(ctx);
+   EXPECT_EQ(ctx.cleared(rtx3GPPEnc_MCC_MNC(ctx.encode(2), "310", "26")), RTX_E_BUFFER_FULL);
    char mcc[4], mnc[4];
    EXPECT_EQ(rtx3GPPDec_MCC_MNC(ctx.decode(octetsFromHex("13f0")), mcc, mnc), RTX_E_END_OF_DATA);
 }
@@ -148,13 +147,12 @@ TEST(TbcdString, EncodesAndDecodes) {
 }
 
 TEST(NonImperative, PassesOverOrRefuses) {
-   struct Case {
+   const struct {
       const char* octets;
       int shifts;
       int status;
       size_t used;
-   };
-   const Case cases[] = {
+   } cases[] = {
          {"", 0, 0, 0},
          {"090100", 0, RTX_E_UNSUPPORTED, 2}, // comprehension required
          {"0000", 0, RTX_E_UNSUPPORTED, 2},
@@ -174,7 +172,7 @@ TEST(NonImperative, PassesOverOrRefuses) {
          {"95", 1, 0, 1},
          {"9595", 1, 0, 2},
    };
-   for (const Case& c : cases) {
+   for (const auto& c : cases) {
       SCOPED_TRACE(c.octets);
       TestContext ctx;
       EXPECT_EQ(rtx3GPPDecL3NonImperative(ctx.decode(octetsFromHex(c.octets)), c.shifts), c.status);

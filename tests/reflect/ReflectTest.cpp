@@ -32,17 +32,6 @@ Leaves leavesOf(RtxContext* ctxt, const QuorvaType& type, const void* value) {
    return leaves;
 }
 
-std::vector<QuorvaField> fieldsOf(const QuorvaType& type) {
-   std::vector<QuorvaField> fields(quorvaFields(&type, nullptr, 0));
-   EXPECT_EQ(quorvaFields(&type, fields.data(), fields.size()), fields.size());
-   return fields;
-}
-std::vector<QuorvaField> fieldsIn(const QuorvaField& field) {
-   std::vector<QuorvaField> fields(quorvaFieldsIn(&field, nullptr, 0));
-   quorvaFieldsIn(&field, fields.data(), fields.size());
-   return fields;
-}
-
 TEST(Reflect, TellsWhatFieldsAre) {
    const struct {
       const char *type, *field;

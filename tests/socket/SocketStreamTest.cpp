@@ -57,13 +57,10 @@ TEST_F(SocketTest, AWriterThatFailsLeavesNothing) {
    EXPECT_EQ(rtxErrGetStatus(c), RTX_E_CONN_REFUSED);
    EXPECT_EQ(c->stream, nullptr);
    rtxErrReset(c);
-   EXPECT_EQ(rtxStreamSocketCreateWriter(c, "no..host", 1), RTX_E_HOST_NOT_FOUND);
-   rtxErrReset(c);
-   EXPECT_EQ(rtxStreamSocketAttach(c, RTX_SOCKET_INVALID, RTX_STREAM_READ), RTX_E_SOCKET);
-   rtxErrReset(c);
+   EXPECT_EQ(c.cleared(rtxStreamSocketCreateWriter(c, "no..host", 1)), RTX_E_HOST_NOT_FOUND);
+   EXPECT_EQ(c.cleared(rtxStreamSocketAttach(c, RTX_SOCKET_INVALID, RTX_STREAM_READ)), RTX_E_SOCKET);
    EXPECT_EQ(rtxStreamSocketAttach(c, bound, RTX_STREAM_READ | RTX_STREAM_WRITE), RTX_E_BAD_ARGUMENT);
-   EXPECT_EQ(rtxStreamSocketAttach(c, bound, 0), RTX_E_BAD_ARGUMENT);
-   rtxErrReset(c);
+   EXPECT_EQ(c.cleared(rtxStreamSocketAttach(c, bound, 0)), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(rtxStreamSocketSetOwnership(c, true), RTX_E_NOT_INIT);
    EXPECT_EQ(rtxStreamSocketSetReadTimeout(c, 1), RTX_E_NOT_INIT);
    EXPECT_EQ(c->stream, nullptr);

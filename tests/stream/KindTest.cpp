@@ -11,12 +11,6 @@ namespace {
 
 using namespace quorva::test;
 
-Octets numbered(size_t count) {
-   Octets octets(count);
-   for (size_t i = 0; i < count; ++i) octets[i] = static_cast<uint8_t>(i % 251);
-   return octets;
-}
-
 /** A path in the directory of temporary files, gone with the object. */
 struct Path {
    explicit Path(const char* name)
@@ -100,16 +94,13 @@ TEST(MemoryStream, ReadsWithoutACopy) {
    EXPECT_TRUE(rtxStreamIsReadable(context) && rtxStreamMarkSupported(context));
    uint8_t target[10];
    EXPECT_EQ(rtxStreamRead(context, target, 0), 0);
-   EXPECT_EQ(rtxStreamRead2(context, target, 10, 5), RTX_E_BUFFER_FULL);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamRead2(context, target, 10, 5)), RTX_E_BUFFER_FULL);
    EXPECT_EQ(rtxStreamMark(context, 3), 0);
    EXPECT_EQ(rtxStreamRead(context, target, 5), 5);
-   EXPECT_EQ(rtxStreamSkip(context, 6), RTX_E_BUFFER_FULL); // over the end: the index stays
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamSkip(context, 6)), RTX_E_BUFFER_FULL); // over the end: the index stays
    EXPECT_EQ(context->bufByteIndex, 5u);
    EXPECT_EQ(rtxStreamSkip(context, 5), 0);
-   EXPECT_EQ(rtxStreamSkip(context, 1), RTX_E_END_OF_DATA); // at the end
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamSkip(context, 1)), RTX_E_END_OF_DATA); // at the end
    EXPECT_EQ(rtxStreamRead(context, target, 1), 0);
    EXPECT_EQ(rtxStreamReset(context), 0); // whatever the limit
    EXPECT_EQ(context->bufByteIndex, 0u);
@@ -120,8 +111,7 @@ TEST(MemoryStream, ReadsWithoutACopy) {
    size_t count = 0;
    EXPECT_EQ(rtxStreamGetPos(context, &count), 0);
    EXPECT_EQ(count, 1000u);
-   EXPECT_EQ(rtxStreamWrite(context, target, 1), RTX_E_NOT_INIT);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamWrite(context, target, 1)), RTX_E_NOT_INIT);
    ASSERT_EQ(rtxStreamMemoryCreate(context, RTX_STREAM_READ), 0); // nothing to read
    EXPECT_EQ(rtxStreamRead(context, target, 1), 0);
    EXPECT_EQ(parmsAfter(context, rtxStreamReset(context), RTX_E_UNSUPPORTED), Parms{"stream mark/reset"});
@@ -139,11 +129,9 @@ TEST(MemoryStream, Writes) {
              Parms{"stream get position"});
    EXPECT_EQ(parmsAfter(context, rtxStreamSetPos(context, 0), RTX_E_UNSUPPORTED),
              Parms{"stream set position"});
-   EXPECT_EQ(rtxStreamRead(context, few, 0), RTX_E_NOT_INIT); // 0 on an input stream
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamRead(context, few, 0)), RTX_E_NOT_INIT); // 0 on an input stream
    EXPECT_EQ(rtxStreamWrite(context, numbered(4).data(), 4), 0);
-   EXPECT_EQ(rtxStreamWrite(context, few, 1), RTX_E_BUFFER_FULL);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamWrite(context, few, 1)), RTX_E_BUFFER_FULL);
    EXPECT_EQ(rtxStreamMemoryResetWriter(context), 0);
    EXPECT_EQ(rtxEncBits(context, 0xABC, 12), 0);
    EXPECT_EQ(rtxStreamMemoryGetBuffer(context, &pos), few);
@@ -254,8 +242,7 @@ TEST(FileStream, MarksPositionsAndTheEnd) {
          ASSERT_EQ(rtxStreamHexTextAttach(context), 0);
       }
       EXPECT_TRUE(context->stream->flags & RTX_STREAM_MARK_SET);
-      EXPECT_EQ(rtxStreamReset(context), RTX_E_BAD_ARGUMENT); // no mark yet
-      rtxErrReset(context);
+      EXPECT_EQ(context.cleared(rtxStreamReset(context)), RTX_E_BAD_ARGUMENT); // no mark yet
       uint32_t value;
       for (int i = 0; i < 450; ++i) ASSERT_EQ(rtxDecBits(context, &value, 24), 0);
       EXPECT_EQ(rtxCtxtGetBitOffset(context), 1350u * 8); // from the start of the file
@@ -274,12 +261,9 @@ TEST(FileStream, MarksPositionsAndTheEnd) {
       ASSERT_EQ(rtxDecBits(context, &value, 8), 0);
       EXPECT_EQ(value, octets[1350]);
       ASSERT_EQ(rtxSkipBytes(context, octets.size() - 1351), 0); // to the end
-      EXPECT_EQ(rtxStreamSkip(context, 1), RTX_E_END_OF_STREAM);
-      rtxErrReset(context);
-      EXPECT_EQ(rtxDecBits(context, &value, 1), RTX_E_END_OF_STREAM);
-      rtxErrReset(context);
-      EXPECT_EQ(rtxStreamSetPos(context, SIZE_MAX), RTX_E_OVERFLOW);
-      rtxErrReset(context);
+      EXPECT_EQ(context.cleared(rtxStreamSkip(context, 1)), RTX_E_END_OF_STREAM);
+      EXPECT_EQ(context.cleared(rtxDecBits(context, &value, 1)), RTX_E_END_OF_STREAM);
+      EXPECT_EQ(context.cleared(rtxStreamSetPos(context, SIZE_MAX)), RTX_E_OVERFLOW);
       EXPECT_EQ(rtxStreamSkip(context, SIZE_MAX), RTX_E_OVERFLOW);
       EXPECT_EQ(rtxStreamClose(context), 0);
       EXPECT_EQ(ftello(ground.file->file) >= 0, true); // the file is the caller's
@@ -292,18 +276,14 @@ TEST(FileStream, WhatIsNoFile) {
    EXPECT_EQ(rtxStreamFileCreateReader(context, "/nonexistent/file"), RTX_E_CANNOT_DO);
    EXPECT_EQ(context->stream, nullptr);
    rtxErrReset(context);
-   EXPECT_EQ(rtxStreamFileCreateWriter(context, "/"), RTX_E_CANNOT_DO);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamFileCreateWriter(context, "/")), RTX_E_CANNOT_DO);
    ASSERT_EQ(rtxStreamFileCreateReader(context, "/"), 0); // a directory opens, and can't be read
-   EXPECT_EQ(rtxStreamRead(context, &octet, 1), RTX_E_FILE_READ);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamRead(context, &octet, 1)), RTX_E_FILE_READ);
    ASSERT_EQ(rtxStreamFileCreateWriter(context, "/dev/full"), 0);
    const Octets octets = numbered(100);
    EXPECT_EQ(rtxWriteBytes(context, octets.data(), octets.size()), 0); // gathered
-   EXPECT_EQ(rtxStreamFlush(context), RTX_E_FILE_WRITE);
-   rtxErrReset(context);
-   EXPECT_EQ(rtxStreamWrite(context, numbered(1 << 17).data(), 1 << 17), RTX_E_FILE_WRITE);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamFlush(context)), RTX_E_FILE_WRITE);
+   EXPECT_EQ(context.cleared(rtxStreamWrite(context, numbered(1 << 17).data(), 1 << 17)), RTX_E_FILE_WRITE);
    ASSERT_EQ(rtxStreamFileCreateWriter(context, "/dev/full"), 0);
    EXPECT_EQ(rtxWriteBytes(context, octets.data(), octets.size()), 0);
    EXPECT_EQ(rtxStreamClose(context), RTX_E_FILE_WRITE);
@@ -345,8 +325,7 @@ TEST(FileStream, APipeHasNoPositions) {
    EXPECT_EQ(rtxStreamGetPos(context, &pos), RTX_E_FILE_READ);
    EXPECT_EQ(rtxStreamSetPos(context, 0), RTX_E_FILE_READ);
    EXPECT_EQ(rtxStreamMark(context, 5), RTX_E_FILE_READ);
-   EXPECT_EQ(rtxStreamSkip(context, 1), RTX_E_FILE_READ); // nothing is loaded yet
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamSkip(context, 1)), RTX_E_FILE_READ); // nothing is loaded yet
    EXPECT_EQ(rtxStreamRead(context, nullptr, 2000), 2000);
    uint32_t value;
    EXPECT_EQ(rtxDecBits(context, &value, 8), 0);

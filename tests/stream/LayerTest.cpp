@@ -9,12 +9,6 @@ namespace {
 
 using namespace quorva::test;
 
-Octets numbered(size_t count) {
-   Octets octets(count);
-   for (size_t i = 0; i < count; ++i) octets[i] = static_cast<uint8_t>(i % 251);
-   return octets;
-}
-
 /** The next octets of the stream as hex. */
 std::string next(RtxContext* pctxt, size_t count) {
    Octets target(count);
@@ -58,8 +52,7 @@ TEST(Layers, ComeAndGoWithoutALoss) {
          EXPECT_EQ(next(context, 10), hexOf(1528, 10));
          EXPECT_EQ(next(context, 2462), hexOf(1538, 2462));
          uint8_t more;
-         EXPECT_LE(rtxStreamRead(context, &more, 1), 0); // the end, in the layer's words
-         rtxErrReset(context);
+         EXPECT_LE(context.cleared(rtxStreamRead(context, &more, 1)), 0); // the end, in the layer's words
          EXPECT_EQ(rtxStreamClose(context), 0);
          if (HasFailure()) return;
       }
@@ -89,15 +82,13 @@ TEST(Buffered, PutsBackMarksAndGivesWay) {
    EXPECT_EQ(hexFromOctets(target, 10), "a1a1a2a3" + hexOf(0, 6));
    EXPECT_EQ(rtxStreamRead(context, target, 4), 4); // to the end of what was read ahead
    EXPECT_EQ(context->stream, inner);
-   EXPECT_EQ(rtxStreamBufferedRelease(context), RTX_E_BAD_ARGUMENT);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamBufferedRelease(context)), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(rtxStreamRead(context, target, 5), 5);
    EXPECT_EQ(hexFromOctets(target, 5), hexOf(10, 5));
    ASSERT_EQ(rows::buffered(context), 0);
    ASSERT_EQ(rtxStreamMark(context, 100), 0);
    EXPECT_EQ(rtxStreamRead(context, target, 101), 101); // beyond the limit the mark lapses
-   EXPECT_EQ(rtxStreamReset(context), RTX_E_UNSUPPORTED);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamReset(context)), RTX_E_UNSUPPORTED);
    ASSERT_EQ(rtxStreamBufferedSetPreReadBuf(context, few, 3), 0);
    EXPECT_EQ(rtxStreamReadDirect(context, target, 10), 3);
    ASSERT_EQ(rtxStreamBufferedSetPreReadBuf(context, few, 3), 0);
@@ -154,8 +145,7 @@ TEST(Buffered, ARefusedResetLosesNothing) {
    EXPECT_EQ(next(context, 2500), hexOf(10, 2500));
    EXPECT_EQ(next(context, 5), hexOf(2510, 5));
    ASSERT_LT(context->bufByteIndex, context->bufSize);
-   EXPECT_EQ(rtxStreamReset(context), RTX_E_UNSUPPORTED); // the mark has lapsed
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamReset(context)), RTX_E_UNSUPPORTED); // the mark has lapsed
    EXPECT_EQ(next(context, 500), hexOf(2515, 500));
 }
 
@@ -181,11 +171,9 @@ TEST(CtxtBuf, LoadsAtOnceAndEndsWithItsOwnStatus) {
    EXPECT_EQ(context->bufSize, 1024u);
    EXPECT_EQ(ground.pos, 1024u);
    EXPECT_EQ(rtxStreamMark(context, 1), RTX_E_NO_MARK);
-   EXPECT_EQ(rtxStreamReset(context), RTX_E_NO_MARK);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamReset(context)), RTX_E_NO_MARK);
    EXPECT_EQ(rtxStreamCtxtBufCheck(context), 0); // no second one
-   EXPECT_EQ(rtxStreamInitCtxtBuf(context), RTX_E_CANNOT_DO);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamInitCtxtBuf(context)), RTX_E_CANNOT_DO);
    uint32_t value;
    ASSERT_EQ(rtxSkipBytes(context, 1020), 0);
    ASSERT_EQ(rtxDecBits(context, &value, 32), 0);
@@ -276,12 +264,10 @@ TEST(DirectBuf, AheadMarksAndPositions) {
    EXPECT_FALSE(context->flags & RTX_CTXT_UPLINK); // with the context's flags
    EXPECT_EQ(rtxCtxtGetBitOffset(context), 1000u * 8);
    EXPECT_EQ(next(context, 3500), hexOf(1000, 3500));
-   EXPECT_EQ(rtxStreamReset(context), RTX_E_BAD_ARGUMENT); // beyond its limit
-   rtxErrReset(context);
-   ASSERT_EQ(rtxStreamSetPos(context, 100), 0); // back beyond the buffer
+   EXPECT_EQ(context.cleared(rtxStreamReset(context)), RTX_E_BAD_ARGUMENT); // beyond its limit
+   ASSERT_EQ(rtxStreamSetPos(context, 100), 0);                             // back beyond the buffer
    EXPECT_EQ(next(context, 5), hexOf(100, 5));
-   EXPECT_EQ(rtxStreamDirectBufPreRead(context, 5000), RTX_E_END_OF_DATA);
-   rtxErrReset(context);
+   EXPECT_EQ(context.cleared(rtxStreamDirectBufPreRead(context, 5000)), RTX_E_END_OF_DATA);
    EXPECT_EQ(next(context, 10), hexOf(105, 10)); // what is there stays
    ASSERT_EQ(rtxStreamSetPos(context, 9000), 0); // no bound
    EXPECT_EQ(next(context, 1), "status -2");

@@ -121,8 +121,7 @@ TEST_P(StreamModel, RandomSteps) {
          }
          case 6: // mark
             if (!row.marks) {
-               ASSERT_EQ(rtxStreamMark(context, 100), RTX_E_NO_MARK);
-               rtxErrReset(context);
+               ASSERT_EQ(context.cleared(rtxStreamMark(context, 100)), RTX_E_NO_MARK);
                break;
             }
             limit = 4000;

@@ -18,6 +18,12 @@
 
 namespace quorva::test {
 
+inline Octets numbered(size_t count) {
+   Octets octets(count);
+   for (size_t i = 0; i < count; ++i) octets[i] = static_cast<uint8_t>(i % 251);
+   return octets;
+}
+
 /** A file without a name. */
 struct TemporaryFile {
    TemporaryFile() : file(tmpfile()) {

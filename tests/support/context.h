@@ -57,6 +57,12 @@ public:
       return {info.parms, info.parms + info.parmCount};
    }
 
+   /** Gives a status back and clears what is on record of it. */
+   ptrdiff_t cleared(ptrdiff_t status) {
+      rtxErrReset(&context_);
+      return status;
+   }
+
 private:
    void give(size_t size) {
       buffer_.reset(new uint8_t[size]);

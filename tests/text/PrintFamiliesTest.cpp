@@ -56,6 +56,15 @@ struct Row {
    STREAM(stream(c, __VA_ARGS__)), STDOUT(standard(__VA_ARGS__)), nullptr
 #define ALL(stream, standard, string, ...)                                                                   \
    STREAM(stream(c, __VA_ARGS__)), STDOUT(standard(__VA_ARGS__)), STRING(string(__VA_ARGS__, b, s))
+// The same by the name that the families share, which with the arguments is what the row is about.
+#define BOTH(name, ...)                                                                                      \
+#name "(" #__VA_ARGS__ ")", NO_STRING(rtxPrintToStream##name, rtxPrint##name, __VA_ARGS__)
+#define COMMON(name, ...)                                                                                    \
+#name "(" #__VA_ARGS__ ")", ALL(rtxPrintToStream##name, rtxPrint##name, rtPrintToString##name, __VA_ARGS__)
+#define MIXED(name, ...)                                                                                     \
+#name "(" #__VA_ARGS__ ")", ALL(rtPrintToStream##name, rtxPrint##name, rtPrintToString##name, __VA_ARGS__)
+#define ASN1(name, ...)                                                                                      \
+#name "(" #__VA_ARGS__ ")", ALL(rtPrintToStream##name, rtPrint##name, rtPrintToString##name, __VA_ARGS__)
 
 void checkRow(const Row& row) {
    SCOPED_TRACE(row.what);
@@ -65,6 +74,7 @@ void checkRow(const Row& row) {
       capture.ctxt.indent = 3;
       EXPECT_EQ(0, row.stream(&capture.ctxt));
       EXPECT_EQ(text(0), capture.take());
+      EXPECT_EQ(3, capture.ctxt.indent);
    }
    if (row.standard) {
       EXPECT_EQ(text(1), standardOutput([&] { row.standard(); }));
@@ -94,63 +104,45 @@ const std::string dump33 = "41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e 4f 50  ABC
                            "00                                               .\n";
 
 TEST(PrintFamilies, CommonValues) {
-   const uint16_t units[] = {'a', 0xE9, 0};
-   const uint8_t digits[] = {0x21, 0xF3}, address[] = {0x20, 0x01, 0x0D, 0xB8};
-   const RtxNVP pair = {"k", nullptr};
+   const uint16_t units[] = {'a', 0x7F, ' ', 0xE9, '~', 0x20AC, 0, 'z'};
+   const std::string shown = "n = 'a0x007f 0x00e9~0x20ac";
+   const uint8_t digits[] = {0x21, 0xF3}, address[] = {0x20, 0x01, 0x0D, 0xB8, 0x00};
+   const uint8_t fillers[] = {0x0F, 0x9F, 0xBA, 0xDC, 0xFE, 0xFF, 0x87};
+   const uint8_t unseen[] = {0x41, 0x00, 0x42, 0x7F, 0xFF, 0x20};
+   const std::vector<uint8_t> many(1000);
+   const RtxNVP pair = {"k", nullptr}, nameless = {nullptr, "v"};
    const RtxDateTime time = {2024, 2, 29, 23, 59, 30.5, 1, -90};
    const std::string line32 = "n = 0x4142434445464748494a4b4c4d4e4f505152535455565758595a303132333435\n";
    const Row rows[] = {
-         {"boolean",
-          ALL(rtxPrintToStreamBoolean, rtxPrintBoolean, rtPrintToStringBoolean, "n", 2),
-          {"n = true\n", "n = true\n", "n = TRUE\n"}},
-         {"false",
-          ALL(rtxPrintToStreamBoolean, rtxPrintBoolean, rtPrintToStringBoolean, "n", 0),
-          {"n = false\n", "n = false\n", "n = FALSE\n"}},
-         {"integer",
-          ALL(rtxPrintToStreamInteger, rtxPrintInteger, rtPrintToStringInteger, "n", INT32_MIN),
-          {"n = -2147483648\n"}},
-         {"unsigned",
-          ALL(rtxPrintToStreamUnsigned, rtxPrintUnsigned, rtPrintToStringUnsigned, "n", ~0u),
-          {"n = 4294967295\n"}},
-         {"int64",
-          ALL(rtxPrintToStreamInt64, rtxPrintInt64, rtPrintToStringInt64, "n", INT64_MIN),
-          {"n = -9223372036854775808\n"}},
-         {"uint64",
-          ALL(rtxPrintToStreamUInt64, rtxPrintUInt64, rtPrintToStringUInt64, "n", ~0ull),
-          {"n = 18446744073709551615\n"}},
+         {COMMON(Boolean, "n", 2), {"n = true\n", "n = true\n", "n = TRUE\n"}},
+         {COMMON(Boolean, "n", 0), {"n = false\n", "n = false\n", "n = FALSE\n"}},
+         {COMMON(Integer, "n", INT32_MIN), {"n = -2147483648\n"}},
+         {COMMON(Unsigned, "n", ~0u), {"n = 4294967295\n"}},
+         {COMMON(Int64, "n", INT64_MIN), {"n = -9223372036854775808\n"}},
+         {COMMON(UInt64, "n", ~0ull), {"n = 18446744073709551615\n"}},
          // 6 digits, 12 digits, and a second equal sign and line end: all deliberate.
-         {"real",
-          ALL(rtxPrintToStreamReal, rtxPrintReal, rtPrintToStringReal, "n", 1234567.5),
-          {"n = 1.23457e+06\n", "n = 1234567.5\n", "n =  = 1.23457e+06\n\n"}},
-         {"null", NO_STRING(rtxPrintToStreamNull, rtxPrintNull, "n"), {"n = <null>\n"}},
-         {"text",
-          ALL(rtxPrintToStreamCharStr, rtxPrintCharStr, rtPrintToStringCharStr, "n", "a%sb"),
-          {"n = 'a%sb'\n"}},
+         {COMMON(Real, "n", 1234567.5), {"n = 1.23457e+06\n", "n = 1234567.5\n", "n =  = 1.23457e+06\n\n"}},
+         {BOTH(Null, "n"), {"n = <null>\n"}},
+         {COMMON(CharStr, "n", "a%sb"), {"n = 'a%sb'\n"}},
          {"no text",
           ALL(rtxPrintToStreamUTF8CharStr, rtxPrintUTF8CharStr, rtPrintToStringUTF8Str, "n", nullptr),
           {"n = '(null)'\n"}},
-         {"unicode",
-          NO_STRING(rtxPrintToStreamUnicodeCharStr, rtxPrintUnicodeCharStr, "n", units, -1),
-          {"n = 'a0x00e9'\n"}},
-         {"unicode, counted",
-          NO_STRING(rtxPrintToStreamUnicodeCharStr, rtxPrintUnicodeCharStr64, "n", units, 1),
-          {"n = 'a'\n"}},
-         {"no unicode",
-          NO_STRING(rtxPrintToStreamUnicodeCharStr, rtxPrintUnicodeCharStr, "n", nullptr, -1),
-          {""}},
-         {"plain octets",
-          NO_STRING(rtxPrintToStreamHexStrPlain, rtxPrintHexStrPlain, "n", 32, letters),
-          {line32}},
-         {"32 octets",
-          ALL(rtxPrintToStreamHexStr, rtxPrintHexStr, rtPrintToStringHexStr, "n", 32, letters),
-          {line32}},
-         {"33 octets",
-          ALL(rtxPrintToStreamHexStr, rtxPrintHexStr, rtPrintToStringHexStr, "n", 33, letters),
-          {"n =\n" + dump33, "n =\n" + dump33, "n = \n" + dump33},
-          true},
-         {"no characters",
-          NO_STRING(rtxPrintToStreamHexStrNoAscii, rtxPrintHexStrNoAscii, "n", 2, letters),
-          {"n =\n41 42" + std::string(43, ' ') + "\n", "n = 0x4142\n"}},
+         {COMMON(CharStr, "n", nullptr), {"n = '(null)'\n"}},
+         {"UTF-8",
+          ALL(rtxPrintToStreamUTF8CharStr, rtxPrintUTF8CharStr, rtPrintToStringUTF8Str, "n", "\xC3\xA9"),
+          {"n = '\xC3\xA9'\n"}},
+         {BOTH(UnicodeCharStr, "n", units, -1), {shown + "'\n"}},
+         {BOTH(UnicodeCharStr, "n", units, 0), {"n = ''\n"}},
+         {"counted units",
+          NO_STRING(rtxPrintToStreamUnicodeCharStr, rtxPrintUnicodeCharStr64, "n", units, 8),
+          {shown + "0x0000z'\n"}},
+         {BOTH(UnicodeCharStr, "n", nullptr, -1), {""}},
+         {BOTH(HexStrPlain, "n", 0, nullptr), {"n = 0x\n"}},
+         {BOTH(HexStrPlain, "n", many.size(), many.data()), {"n = 0x" + std::string(2000, '0') + "\n"}},
+         {BOTH(HexStrPlain, "n", 32, letters), {line32}},
+         {COMMON(HexStr, "n", 32, letters), {line32}},
+         {COMMON(HexStr, "n", 33, letters), {"n =\n" + dump33, "n =\n" + dump33, "n = \n" + dump33}, true},
+         {BOTH(HexStrNoAscii, "n", 2, letters), {"n =\n41 42" + std::string(43, ' ') + "\n", "n = 0x4142\n"}},
          {"no characters, 33",
           nullptr,
           STDOUT(rtxPrintHexStrNoAscii("n", 33, letters)),
@@ -158,33 +150,25 @@ TEST(PrintFamilies, CommonValues) {
           {"n =\n41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e 4f 50 \n"
            "51 52 53 54 55 56 57 58 59 5a 30 31 32 33 34 35 \n00" +
            std::string(46, ' ') + "\n"}},
-         {"binary",
-          NO_STRING(rtxPrintToStreamHexBinary, rtxPrintHexBinary, "n", 2, letters),
-          {"n.numocts = 2\nn.data = \n" + dump2}},
-         {"pair",
-          NO_STRING(rtxPrintToStreamNVP, rtxPrintNVP, "n", &pair),
-          {"n.name  = 'k'\nn.value = '(null)'\n"}},
+         {BOTH(HexBinary, "n", 2, letters), {"n.numocts = 2\nn.data = \n" + dump2}},
+         {BOTH(NVP, "n", &pair), {"n.name  = 'k'\nn.value = '(null)'\n"}},
          {"pair in a list",
           nullptr,
           STDOUT(rtxPrintArrayNVP("n", 7, &pair)),
           nullptr,
           {"n[7].name  = 'k'\nn[7].value = '(null)'\n"}},
-         {"visible",
-          ALL(rtPrintToStreamText, rtxPrintText, rtPrintToStringText, "n", 33, letters),
-          {"n = ABCDEFGHIJKLMNOPQRSTUVWXYZ012345\n"}},
-         {"IPv4",
-          ALL(rtPrintToStreamIpv4Addr, rtxPrintIpv4Addr, rtPrintToStringIpv4Addr, "n", 4, address),
-          {"n = 32.1.13.184\n"}},
-         {"IPv6",
-          ALL(rtPrintToStreamIpv6Addr, rtxPrintIpv6Addr, rtPrintToStringIpv6Addr, "n", 4, address),
-          {"n = 201:db8\n"}},
+         {MIXED(Text, "n", 33, letters), {"n = ABCDEFGHIJKLMNOPQRSTUVWXYZ012345\n"}},
+         {BOTH(NVP, "n", &nameless), {"n.name  = '(null)'\nn.value = 'v'\n"}},
+         {MIXED(Text, "n", sizeof(unseen), unseen), {"n = AB \n"}},
+         {MIXED(Ipv4Addr, "n", 0, address), {"n = \n"}},
+         {MIXED(Ipv6Addr, "n", 0, address), {"n = \n"}},
+         {MIXED(Ipv6Addr, "n", 5, address), {"n = 201:db8:0\n"}}, // octets have no leading zeros
+         {MIXED(TBCDStr, "n", sizeof(fillers), fillers), {"n = 09*#abc78\n", "n = 09*#abc78"}}, // nor an end
+         {MIXED(Ipv4Addr, "n", 4, address), {"n = 32.1.13.184\n"}},
+         {MIXED(Ipv6Addr, "n", 4, address), {"n = 201:db8\n"}},
          // No line end on standard output, deliberately.
-         {"digits",
-          ALL(rtPrintToStreamTBCDStr, rtxPrintTBCDStr, rtPrintToStringTBCDStr, "n", 2, digits),
-          {"n = 123\n", "n = 123", "n = 123\n"}},
-         {"time",
-          ALL(rtPrintToStreamDateTime, rtPrintDateTime, rtPrintToStringDateTime, "n", &time),
-          {"n = 2024-02-29T23:59:30.5-01:30\n"}},
+         {MIXED(TBCDStr, "n", 2, digits), {"n = 123\n", "n = 123", "n = 123\n"}},
+         {ASN1(DateTime, "n", &time), {"n = 2024-02-29T23:59:30.5-01:30\n"}},
    };
    for (const Row& row : rows) checkRow(row);
 }
@@ -204,21 +188,16 @@ TEST(PrintFamilies, Asn1Values) {
    const std::string wide16 = "4100 0000 ac20 0000" + std::string(30, ' ') + "A.... ..\n";
    const std::string wide32 = "41000000 ac200000" + std::string(32, ' ') + "A.... ..\n";
    const Row rows[] = {
-         {"octets",
-          ALL(rtPrintToStreamOctStr, rtPrintOctStr, rtPrintToStringOctStr, "n", 2, letters, "."),
+         {ASN1(OctStr, "n", 2, letters, "."),
           {head + " \n" + dump2, head + " \n" + dump2, head + " " + dump2},
           true},
-         {"open type",
-          ALL(rtPrintToStreamOpenType, rtPrintOpenType, rtPrintToStringOpenType, "n", 0, letters, "->"),
+         {ASN1(OpenType, "n", 0, letters, "->"),
           {"n->numocts = 0\nn->data = \n", "n->numocts = 0\nn->data = \n", "n->numocts = 0\nn->data = "}},
-         {"open types",
-          ALL(rtPrintToStreamOpenTypeExt, rtPrintOpenTypeExt, rtPrintToStringOpenTypeExt, "n", &list),
+         {ASN1(OpenTypeExt, "n", &list),
           {head + " \n" + dump2 + head33 + " \n" + dump33, head + " \n" + dump2 + head33 + " \n" + dump33,
            head + " " + dump2 + head33 + " " + dump33},
           true},
-         {"open types in braces",
-          ALL(rtPrintToStreamOpenTypeExtBraceText, rtPrintOpenTypeExtBraceText,
-              rtPrintToStringOpenTypeExtBraceText, "n", &list),
+         {ASN1(OpenTypeExtBraceText, "n", &list),
           {"   n = 0x4142\n   n =\n" + dump33, "n = 0x4142\nn =\n" + dump33, "n = 0x4142\nn = \n" + dump33},
           true},
          {"no open types",
@@ -226,48 +205,30 @@ TEST(PrintFamilies, Asn1Values) {
           STDOUT(rtPrintOpenTypeExt("n", nullptr)),
           STRING(rtPrintToStringOpenTypeExt("n", &none, b, s)),
           {""}},
+         {ASN1(OpenTypeExtBraceText, "n", nullptr), {""}},
+         {"empty OID text", STREAM(rtPrintToStreamOIDStr(c, "n", "")), nullptr, nullptr, {"n = {  }\n"}},
          // On standard output the 16-bit text is no dump, deliberately.
-         {"16 bits",
-          ALL(rtPrintToStream16BitCharStr, rtPrint16BitCharStr, rtPrintToString16BitCharStr, "n", &text16,
-              "."),
+         {ASN1(16BitCharStr, "n", &text16, "."),
           {"n.nchars = 4\nn.data = \n" + wide16, shown16, "n.nchars = 4\nn.data =\n" + wide16},
           true},
-         {"32 bits",
-          ALL(rtPrintToStream32BitCharStr, rtPrint32BitCharStr, rtPrintToString32BitCharStr, "n", &text32,
-              "."),
+         {ASN1(32BitCharStr, "n", &text32, "."),
           {"n.nchars = 2\nn.data = \n" + wide32, "n.nchars = 2\nn.data = \n" + wide32,
            "n.nchars = 2\nn.data =\n" + wide32},
           true},
-         {"unicode",
-          ALL(rtPrintToStreamUnicodeCharStr, rtPrintUnicodeCharStr, rtPrintToStringUnicodeCharStr, "n",
-              &text16),
-          {shown16}},
-         {"universal",
-          ALL(rtPrintToStreamUnivCharStr, rtPrintUnivCharStr, rtPrintToStringUnivCharStr, "n", &text32),
-          {"n = 'A0x000020ac'\n"}},
+         {ASN1(UnicodeCharStr, "n", &text16), {shown16}},
+         {ASN1(UnivCharStr, "n", &text32), {"n = 'A0x000020ac'\n"}},
          // Unsigned in texts alone, deliberately.
-         {"OID",
-          ALL(rtPrintToStreamOID, rtPrintOID, rtPrintToStringOID, "n", &oid),
+         {ASN1(OID, "n", &oid),
           {"n = { 1 2 -2147483648 }\n", "n = { 1 2 -2147483648 }\n", "n = { 1 2 2147483648 }\n"}},
-         {"OID value",
-          ALL(rtPrintToStreamOIDValue, rtPrintOIDValue, rtPrintToStringOIDValue, &oid),
-          {"{ 1 2 -2147483648 }\n", "{ 1 2 -2147483648 }\n", "{ 1 2 2147483648 }\n"}},
-         {"arcs",
-          ALL(rtPrintToStreamOID2, rtPrintOID2, rtPrintToStringOID2, "n", 2, oid.subid),
-          {"n = { 1 2 }\n"}},
-         {"no arcs",
-          ALL(rtPrintToStreamOIDValue2, rtPrintOIDValue2, rtPrintToStringOIDValue2, 0, nullptr),
-          {"{ }\n"}},
-         {"OID64",
-          ALL(rtPrintToStreamOID64, rtPrintOID64, rtPrintToStringOID64, "n", &oid64),
+         {ASN1(OIDValue, &oid), {"{ 1 2 -2147483648 }\n", "{ 1 2 -2147483648 }\n", "{ 1 2 2147483648 }\n"}},
+         {ASN1(OID2, "n", 2, oid.subid), {"n = { 1 2 }\n"}},
+         {ASN1(OIDValue2, 0, nullptr), {"{ }\n"}},
+         {ASN1(OID64, "n", &oid64),
           {"n = { 1 -9223372036854775808 }\n", "n = { 1 -9223372036854775808 }\n",
            "n = { 1 9223372036854775808 }\n"}},
-         {"OID64 value",
-          ALL(rtPrintToStreamOID64Value, rtPrintOID64Value, rtPrintToStringOID64Value, &oid64),
+         {ASN1(OID64Value, &oid64),
           {"{ 1 -9223372036854775808 }\n", "{ 1 -9223372036854775808 }\n", "{ 1 9223372036854775808 }\n"}},
-         {"no OID text",
-          ALL(rtPrintToStreamOIDStr, rtPrintOIDStr, rtPrintToStringOIDStr, "n", nullptr),
-          {"n = (null)\n"}},
+         {ASN1(OIDStr, "n", nullptr), {"n = (null)\n"}},
          {"OID text",
           NO_STDOUT(rtPrintToStreamOIDStr, rtPrintToStringOIDStr, "n", "1.2.840"),
           {"n = { 1 2 840 }\n"},
@@ -332,9 +293,7 @@ TEST(PrintFamilies, BitStrings) {
    const std::string all = dump(100, "0x%02X", "1010xxxx"), low = dump(100, "0x%02x", "1010xxxx");
    const std::string named = "(1), one(0), (1), (0), (0), (0), (0), (0)";
    const Row rows[] = {
-         {"ones and zeros",
-          ALL(rtPrintToStreamBitStrBin, rtPrintBitStrBin, rtPrintToStringBitStrBin, "n", 9, data, "."),
-          {"n.numbits = 9\nn.data = 101000001\n"}},
+         {ASN1(BitStrBin, "n", 9, data, "."), {"n.numbits = 9\nn.data = 101000001\n"}},
          {"stored whole",
           nullptr,
           STDOUT(rtPrintBitStrExt("n", 11, data, 2, data, ".")),
@@ -353,14 +312,10 @@ TEST(PrintFamilies, BitStrings) {
          {"braces",
           NO_STREAM(rtPrintBitStrBraceTextExt, rtPrintToStringBitStrBraceTextExt, "n", 11, data, 1, data),
           {"", "n = { 11, 0xA0 101xxxxx }\n", "n = { 11, 0xa0, 0xa0 }\n"}},
-         {"names",
-          ALL(rtPrintToStreamBitStrNamed, rtPrintBitStrNamed, rtPrintToStringBitStrNamed, "n", 8, data, ".",
-              1, &number, &bitName),
+         {ASN1(BitStrNamed, "n", 8, data, ".", 1, &number, &bitName),
           {"   n.numbits = 8\n   n.data = (" + named + ")\n", "n.numbits = 8\nn.data = (" + named + ")\n",
            "n.numbits = 8\nn.data = (" + named + ")\n"}},
-         {"names and an extension",
-          ALL(rtPrintToStreamBitStrNamedExt, rtPrintBitStrNamedExt, rtPrintToStringBitStrNamedExt, "n", 108,
-              data, 1, data, ".", 1, &number, &bitName),
+         {ASN1(BitStrNamedExt, "n", 108, data, 1, data, ".", 1, &number, &bitName),
           {"   n.numbits = 108\n   n.data = (" + named + ") " + all + "\n",
            "n.numbits = 108\nn.data = (" + named + ") " + all + "\n",
            "n.numbits = 108\nn.data = (" + named + ") " + low + "\n"}},

@@ -41,10 +41,8 @@ static const std::string kIdentityRequest = R"(PDU {
 }
 )";
 
-TEST(Decode, PrintsEveryFieldOfAnEpsMessage) {
-   const Result result = run("decode " + kAuthRequest);
-   EXPECT_EQ(result.code, 0);
-   EXPECT_EQ(result.text, R"(PDU {
+// Its text up to the random number, which is where a cut message ends below.
+static const std::string kAuthRequestBegin = R"(PDU {
    l3HdrOpts {
       secHdr = 0
    }
@@ -60,7 +58,12 @@ TEST(Decode, PrintsEveryFieldOfAnEpsMessage) {
             tsc = false
             ident = 6
          }
-         authParamRAND = 0x905ada1e7da557ada1e72650e21ee5e3
+)";
+
+TEST(Decode, PrintsEveryFieldOfAnEpsMessage) {
+   const Result result = run("decode " + kAuthRequest);
+   EXPECT_EQ(result.code, 0);
+   EXPECT_EQ(result.text, kAuthRequestBegin + R"(         authParamRAND = 0x905ada1e7da557ada1e72650e21ee5e3
          authParamAUTN {
             length = 16
             autn = 0x4bfb73f6b4558000b1903ab88a27237f
@@ -192,29 +195,10 @@ TEST(Decode, GoesOnBehindAFailure) {
 }
 
 TEST(Decode, ShowsWhatWasDecodedAheadOfTheFailure) {
-   EXPECT_EQ(run("decode 07 52 06 90 5a").text, R"(status: RTX_E_END_OF_DATA (-2)
-   at: PDU.data.u.obj_AuthRequest.authParamRAND, octet 5 of 5
-   decoded so far:
-PDU {
-   l3HdrOpts {
-      secHdr = 0
-   }
-   protoDiscr = epsMobMgmt
-   pti {
-      noValue = <null>
-   }
-   msgType = 82 (Authentication Request)
-   data {
-      obj_AuthRequest {
-         spare = 0
-         nasKeySetIdent {
-            tsc = false
-            ident = 6
-         }
-      }
-   }
-}
-)");
+   EXPECT_EQ(run("decode 07 52 06 90 5a").text,
+             "status: RTX_E_END_OF_DATA (-2)\n   at: PDU.data.u.obj_AuthRequest.authParamRAND, octet 5 of 5\n"
+             "   decoded so far:\n" +
+                   kAuthRequestBegin + "      }\n   }\n}\n");
 }
 
 // Whatever the cut, what is shown is a beginning of the whole, apart from closing braces.
@@ -380,12 +364,6 @@ TEST(Decode, KnowsTheReleaseThatItIsTold) {
                 mark + "\n");
    }
    EXPECT_EQ(run("decode --release 99" + of + mark).code, 2); // R99 is 3
-}
-
-TEST(Decode, EndsOnInputWithoutAnEnd) {
-   const Result result = run("decode /dev/zero");
-   EXPECT_NE(result.code, 0);
-   EXPECT_EQ(result.text, "quorva: /dev/zero:1: more than 64 MiB in one message\n");
 }
 
 // Dumps of the same message, by the programs that are named, and as text2pcap reads them.

@@ -11,7 +11,9 @@ namespace quorva_test {
 
 using Bytes = std::string;
 
-inline Bytes bytes(const std::string& hex) {
+// Of hex with blanks.
+inline Bytes bytes(std::string hex) {
+   std::erase(hex, ' ');
    const auto octets = quorva::test::octetsFromHex(hex);
    return {octets.begin(), octets.end()};
 }

@@ -63,8 +63,7 @@ TEST(TextInput, PeeksAndMatches) {
    EXPECT_EQ(rtxTxtSkipWhitespace(&c), 0); // the end is no failure
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 0u);
    EXPECT_EQ(rtxTxtPeekChar2(&c, 1), '\0');
-   EXPECT_EQ(rtxErrGetLastError(&c), RTX_E_END_OF_DATA);
-   rtxErrReset(&c);
+   EXPECT_EQ(c.cleared(rtxErrGetLastError(&c)), RTX_E_END_OF_DATA);
    EXPECT_EQ(rtxTxtMatchChars(&c, "", 1), 0);
    EXPECT_EQ(rtxTxtMatchChars(&c, nullptr, 1), RTX_E_BAD_ARGUMENT);
 }
@@ -73,8 +72,7 @@ TEST(ValueReader, EndOfABoundedStreamIsNoError) {
    Streamed s(RTX_STREAM_READ, {'T', 'R', 'U', 'E', '-', 'x'});
    ASSERT_EQ(rtxStreamInitCtxtBuf(&s), 0);
    s.stream->inputLimit = 5;
-   EXPECT_EQ(rtAvnMatchToken(&s, "TRUE"), RTX_E_BAD_TOKEN); // sees a single hyphen, then the end
-   rtxErrReset(&s);
+   EXPECT_EQ(s.cleared(rtAvnMatchToken(&s, "TRUE")), RTX_E_BAD_TOKEN); // sees a single hyphen, then the end
    EXPECT_EQ(rtxTxtMatchChar(&s, '-', 0), 0);
    EXPECT_EQ(rtxTxtSkipWhitespace(&s), 0);
    EXPECT_EQ(rtxErrGetErrorCnt(&s), 0u);

@@ -190,8 +190,7 @@ TEST(ValueNotation, ReadsWhatItWrites) {
       input();
       double heldAgain;
       if (smallExponent(sixDigits)) {
-         ASSERT_EQ(rtAvnReadReal(&c, &heldAgain), RTX_E_BAD_FORMAT);
-         rtxErrReset(&c);
+         ASSERT_EQ(c.cleared(rtAvnReadReal(&c, &heldAgain)), RTX_E_BAD_FORMAT);
       } else {
          ASSERT_EQ(rtAvnReadReal(&c, &heldAgain), 0);
          ASSERT_EQ(heldAgain, held);

@@ -80,26 +80,14 @@ TEST(GeneralizedTime, Reads) {
          {"19000228240000Z", "1900-03-01T00:00:00Z", {kMidnight}},
          {"20000228240000Z", "2000-02-29T00:00:00Z", {kMidnight}},
          {"202402282400", "2024-02-29T00:00:00", {kSeconds, kZ, kMidnight}},
-         {"20240228240001Z", nullptr, {}},
-         {"2024022824.1Z", nullptr, {}},
-         {"20230229240000Z", nullptr, {}},
-         {"20230229000000Z", nullptr, {}},
-         {"20241301000000Z", nullptr, {}},
-         {"20240101006000Z", nullptr, {}},
-         {"20240101000060Z", nullptr, {}},
-         {"202401010", nullptr, {}},
-         {"", nullptr, {}},
-         {"2024 10100", nullptr, {}},
-         {"20240101000000.Z", nullptr, {}},
-         {"20240101000000.", nullptr, {}},
-         {"20240101000000Zx", nullptr, {}},
-         {"20240101000000+1400", nullptr, {}},
-         {"20240101000000+0160", nullptr, {}},
-         {"20240101000000+1", nullptr, {}},
-         {"20240101000000+010", nullptr, {}},
-         {"20240101000000+01001", nullptr, {}},
    };
    for (const TimeRow& row : rows) checkReaders(row, rtParseGeneralizedTime, rtParseGeneralizedTime2);
+   for (const char* refused :
+        {"20240228240001Z", "2024022824.1Z", "20230229240000Z", "20230229000000Z", "20241301000000Z",
+         "20240101006000Z", "20240101000060Z", "202401010", "", "2024 10100", "20240101000000.Z",
+         "20240101000000.", "20240101000000Zx", "20240101000000+1400", "20240101000000+0160",
+         "20240101000000+1", "20240101000000+010", "20240101000000+01001"})
+      checkReaders({refused, nullptr, {}}, rtParseGeneralizedTime, rtParseGeneralizedTime2);
    // However many nines there are, the second stays below the next one.
    TestContext ctxt;
    RtxDateTime value;
@@ -120,20 +108,13 @@ TEST(UTCTime, Reads) {
          {"991231235930+0530", "1999-12-31T23:59:30+05:30", {kZ}},
          {"9912312359-1300", "1999-12-31T23:59:00-13:00", {kUtcSeconds, kZ}},
          {"9912312400Z", "2000-01-01T00:00:00Z", {kUtcSeconds, kMidnight}},
-         {"991231235930", nullptr, {}},
-         {"991231235930x", nullptr, {}},
-         {"991231235930Zx", nullptr, {}},
-         {"991231235930+05", nullptr, {}},
-         {"991231235930+053", nullptr, {}},
-         {"991231235930+05300", nullptr, {}},
-         {"991231235930+1400", nullptr, {}},
-         {"991231235930.5Z", nullptr, {}},
-         {"99123123Z", nullptr, {}},
-         {"99123123593Z", nullptr, {}},
-         {"990229000000Z", nullptr, {}},
-         {"990228241000Z", nullptr, {}},
    };
    for (const TimeRow& row : rows) checkReaders(row, rtParseUTCTime, rtParseUTCTime2);
+   for (const char* refused :
+        {"991231235930", "991231235930x", "991231235930Zx", "991231235930+05", "991231235930+053",
+         "991231235930+05300", "991231235930+1400", "991231235930.5Z", "99123123Z", "99123123593Z",
+         "990229000000Z", "990228241000Z"})
+      checkReaders({refused, nullptr, {}}, rtParseUTCTime, rtParseUTCTime2);
 }
 
 using Writer = int (*)(RtxContext*, const RtxDateTime*, char**, size_t);
@@ -222,50 +203,33 @@ TEST(AsnTimes, AgreeWithTimegm) {
 }
 
 TEST(TimeValue, ReadsAndWrites) {
-   const struct {
+   struct Row {
       const char* text;
-      const char* again; // what is written; null: the same
-      const char* rule;  // canonical one that it breaks
-   } rows[] = {
-         {"20C", nullptr, nullptr},
-         {"2024", nullptr, nullptr},
-         {"-0044", nullptr, nullptr},
-         {"+12024-02", nullptr, nullptr},
-         {"2024-02-29", nullptr, nullptr},
-         {"2024-366", nullptr, nullptr},
-         {"2020-W53", nullptr, nullptr},
-         {"2026-W53-7", nullptr, nullptr},
-         {"23", nullptr, nullptr},
+      const char* again = nullptr; // what is written; null: the same
+      const char* rule = nullptr;  // canonical one that it breaks
+   };
+   std::vector<Row> rows = {
          {"T23:59", "23:59", nullptr},
-         {"23:59:60", nullptr, nullptr},
-         {"24:00", nullptr, nullptr},
-         {"12.5", nullptr, nullptr},
-         {"2024-02-29T23:59:30.050Z", nullptr, nullptr},
          {"2024-W09-4T23:59,25+05:30", "2024-W09-4T23:59.25+05:30", "Must use '.' for decimal point."},
-         {"2024-060T23-13", nullptr, nullptr},
          {"12:30+05:00", "12:30+05", "Timezone difference should not include zero minutes."},
-         {"P1Y2M3DT4H5M6.7S", nullptr, nullptr},
-         {"P5W", nullptr, nullptr},
-         {"PT0S", nullptr, nullptr},
-         {"P3M", nullptr, nullptr},
-         {"PT3M", nullptr, nullptr},
          {"P0Y3D", nullptr, "Duration has a non-smallest unit with a zero value."},
          {"P1DT0,5H", "P1DT0.5H", "Must use '.' for decimal point."},
-         {"2024/2025", nullptr, nullptr},
-         {"2024-02-29T10:00Z/2024-03-01T11:00", nullptr, nullptr},
-         {"2024-02-29T10Z/2024-03-01T11+01", nullptr, nullptr},
          {"10:00+01/11:00+01", "10:00+01/11:00", "Duplicate timezone difference must be omitted."},
-         {"10:00.25/11:00.75", nullptr, nullptr},
-         {"2024-02-29/P1M", nullptr, nullptr},
-         {"PT36H/2024-02-29T10:00+02", nullptr, nullptr},
-         {"R/P1D", nullptr, nullptr},
-         {"R12/2024/P1Y", nullptr, nullptr},
-         {"R/2024-01/2024-02", nullptr, nullptr},
          // Nothing recurs that does not last.
          {"R5/2024", "2024", nullptr},
          {"R/2024", "2024", nullptr},
    };
-   for (const auto& row : rows) {
+   // These come out as they went in: dates and times, durations, intervals.
+   for (const char* same :
+        {"20C", "2024", "-0044", "+12024-02", "2024-02-29", "2024-366", "2020-W53", "2026-W53-7", "23",
+         "23:59:60", "24:00", "12.5", "2024-02-29T23:59:30.050Z", "2024-060T23-13"})
+      rows.push_back({same});
+   for (const char* same :
+        {"P1Y2M3DT4H5M6.7S", "P5W", "PT0S", "P3M", "PT3M", "2024/2025", "2024-02-29T10:00Z/2024-03-01T11:00",
+         "2024-02-29T10Z/2024-03-01T11+01", "10:00.25/11:00.75", "2024-02-29/P1M",
+         "PT36H/2024-02-29T10:00+02", "R/P1D", "R12/2024/P1Y", "R/2024-01/2024-02"})
+      rows.push_back({same});
+   for (const Row& row : rows) {
       SCOPED_TRACE(row.text);
       TestContext ctxt;
       RtxTime value;
@@ -286,74 +250,26 @@ TEST(TimeValue, ReadsAndWrites) {
 }
 
 TEST(TimeValue, Refuses) {
-   const struct {
-      const char* text;
-      int status = RTX_E_BAD_FORMAT;
-   } rows[] = {
-         {""},
-         {"R"},
-         {"R5"},
-         {"R5/"},
-         {"/"},
-         {"2"},
-         {"202"},
-         {"20240229"},
-         {"2024-"},
-         {"2024-13"},
-         {"2024-2"},
-         {"2023-02-29"},
-         {"2023-366"},
-         {"2024-000"},
-         {"2024-W00"},
-         {"2021-W53"},
-         {"2024-W01-8"},
-         {"2024-W1"},
-         {"+123"},
-         {"2024T10"},
-         {"2024-02T10"},
-         {"20CT10"},
-         {"2024-02-29T"},
-         {"2024-02-29Z"},
-         {"10:"},
-         {"25"},
-         {"24:01"},
-         {"10:60"},
-         {"10:00:61"},
-         {"10.Z"},
-         {"10+14"},
-         {"10+1"},
-         {"10+01:"},
-         {"10+01:60"},
-         {"10:00x"},
-         {"P"},
-         {"PT"},
-         {"P1"},
-         {"P1DT"},
-         {"P1D1Y"},
-         {"P1.5D1H"},
-         {"P1.5DT1H"},
-         {"P1W1D"},
-         {"P1Y1W"},
-         {"P1H"},
-         {"PT1D"},
-         {"P1D1D"},
-         {"P1D/P1D"},
-         {"P1D/"},
-         {"2024/2025-01"},
-         {"10/11Z"},
-         {"10.5/11.25"},
-         {"2024/2025/2026"},
-         {"P99999999999Y", RTX_E_OVERFLOW},
-         {"+99999999999", RTX_E_OVERFLOW},
-         {"R99999999999/P1D", RTX_E_OVERFLOW},
-         {"10.1234567890123456789", RTX_E_OVERFLOW},
-   };
-   for (const auto& row : rows) {
+   const auto refused = [](const char* input, int status) {
       TestContext ctxt;
       RtxTime value;
-      EXPECT_EQ(row.status, rtParseTime(ctxt, row.text, &value, 1)) << row.text;
-      EXPECT_EQ(row.status, rtxErrGetStatus(ctxt)) << row.text;
-   }
+      EXPECT_EQ(status, rtParseTime(ctxt, input, &value, 1)) << input;
+      EXPECT_EQ(status, rtxErrGetStatus(ctxt)) << input;
+   };
+   for (const char* date :
+        {"", "R", "R5", "R5/", "/", "2", "202", "20240229", "2024-", "2024-13", "2024-2", "2023-02-29",
+         "2023-366", "2024-000", "2024-W00", "2021-W53", "2024-W01-8", "2024-W1"})
+      refused(date, RTX_E_BAD_FORMAT);
+   for (const char* time :
+        {"+123", "2024T10", "2024-02T10", "20CT10", "2024-02-29T", "2024-02-29Z", "10:", "25", "24:01",
+         "10:60", "10:00:61", "10.Z", "10+14", "10+1", "10+01:", "10+01:60", "10:00x"})
+      refused(time, RTX_E_BAD_FORMAT);
+   for (const char* duration :
+        {"P", "PT", "P1", "P1DT", "P1D1Y", "P1.5D1H", "P1.5DT1H", "P1W1D", "P1Y1W", "P1H", "PT1D", "P1D1D",
+         "P1D/P1D", "P1D/", "2024/2025-01", "10/11Z", "10.5/11.25", "2024/2025/2026"})
+      refused(duration, RTX_E_BAD_FORMAT);
+   for (const char* large : {"P99999999999Y", "+99999999999", "R99999999999/P1D", "10.1234567890123456789"})
+      refused(large, RTX_E_OVERFLOW);
    TestContext ctxt;
    char* text;
    RtxTime value = {};

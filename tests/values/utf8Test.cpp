@@ -167,8 +167,7 @@ TEST(Utf8, UnitsAreCountedThenStored) {
    EXPECT_EQ(rtxUTF8ToUnicode(ctxt, "", units, 0), 0); // measured first
    EXPECT_EQ(rtxUTF8ToUnicode(ctxt, nullptr, units, 3), 0);
    EXPECT_EQ(rtxErrGetErrorCnt(ctxt), 0u);
-   EXPECT_EQ(rtxUTF8ToUnicode(ctxt, "a", units, 0), RTX_E_BUFFER_FULL);
-   rtxErrReset(ctxt);
+   EXPECT_EQ(ctxt.cleared(rtxUTF8ToUnicode(ctxt, "a", units, 0)), RTX_E_BUFFER_FULL);
    EXPECT_EQ(rtxUTF8ToUnicode(ctxt, "ab\u20ac", units, 2), RTX_E_BUFFER_FULL);
    EXPECT_EQ(units[2], 7);
    rtxErrReset(ctxt);
@@ -293,8 +292,7 @@ TEST(TextToValue, OctetsAndNamedBits) {
    EXPECT_EQ(hexFromOctets(octets.data, octets.numocts), "0aff");
    ASSERT_EQ(rtxUTF8StrnToDynHexStr(ctxt, "0A", 0, &octets), 0); // no octets, not a text to be measured
    EXPECT_EQ(octets.numocts, 0u);
-   EXPECT_EQ(rtxUTF8StrToDynHexStr(ctxt, "0G", &octets), RTX_E_BAD_HEX);
-   rtxErrReset(ctxt);
+   EXPECT_EQ(ctxt.cleared(rtxUTF8StrToDynHexStr(ctxt, "0G", &octets)), RTX_E_BAD_HEX);
 
    const RtxNamedBit table[] = {{"red", 0}, {"green", 9}, {"far", UINT32_MAX}, {nullptr, 0}};
    uint8_t data[2] = {0xFF, 0xFF};
@@ -307,10 +305,8 @@ TEST(TextToValue, OctetsAndNamedBits) {
    EXPECT_EQ(rtxUTF8StrToNamedBits(ctxt, "red Red", table, data, 2, &numbits), RTX_E_UNKNOWN_NAME);
    EXPECT_EQ(ctxt.parms(), std::vector<std::string>{"Red"});
    rtxErrReset(ctxt);
-   EXPECT_EQ(rtxUTF8StrToNamedBits(ctxt, "green", table, data, 1, &numbits), RTX_E_INDEX);
-   rtxErrReset(ctxt);
-   EXPECT_EQ(rtxUTF8StrToNamedBits(ctxt, "far", table, nullptr, 0, &numbits), RTX_E_OVERFLOW);
-   rtxErrReset(ctxt);
+   EXPECT_EQ(ctxt.cleared(rtxUTF8StrToNamedBits(ctxt, "green", table, data, 1, &numbits)), RTX_E_INDEX);
+   EXPECT_EQ(ctxt.cleared(rtxUTF8StrToNamedBits(ctxt, "far", table, nullptr, 0, &numbits)), RTX_E_OVERFLOW);
    EXPECT_EQ(rtxUTF8StrToNamedBits(ctxt, "red", nullptr, data, 1, &numbits), RTX_E_BAD_ARGUMENT);
 }
 
