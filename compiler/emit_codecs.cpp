@@ -816,7 +816,7 @@ private:
          w_.line("   break;");
       }
       w_.close();
-      w_.line("L3_TRY(d.element());");
+      w_.line("d.element();");
       w_.close();
       w_.line("return d.finish();");
    }

@@ -715,10 +715,10 @@ int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei) {
 
 bool Scan::next(Decoder& decoder) {
    const bool standard = decoder.standard();
-   if (standard) codeset_ = outerCodeset_;
+   if (standard) place_.codeset = outerCodeset_;
    do {
       if (!read(decoder)) return false;
-   } while (shifts_ && (standard ? shiftedByStandard() : shifted()));
+   } while (shifts_ && (standard ? shiftedByStandard() : isShift(iei_, place_.codeset)));
    return true;
 }
 
@@ -727,9 +727,9 @@ bool Scan::shiftedByStandard() {
    if (half_ || iei_ >> 4 != 9) return false;
    const unsigned codeset = iei_ & 7;
    if ((iei_ & 8) != 0)
-      codeset_ = codeset;
+      place_.codeset = codeset;
    else if (codeset > outerCodeset_)
-      codeset_ = outerCodeset_ = codeset;
+      place_.codeset = outerCodeset_ = codeset;
    return true;
 }
 
@@ -789,7 +789,7 @@ int Scan::unknownToStandard(Decoder& decoder, bool sixes) {
    L3_TRY(skipOctets(decoder, sixes && (iei_ & 0x70) == 0x70 ? 2 : 1, 0));
    // TS 24.007, 11.2.5: a high half octet of 0 asks for comprehension.
    constexpr size_t kMostRecords = 16;
-   if (((iei_ & 0xF0) | codeset_) == 0 && ctxt->errList.count < kMostRecords) {
+   if (((iei_ & 0xF0) | place_.codeset) == 0 && ctxt->errList.count < kMostRecords) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       failAnew(ctxt, RTX_E_BAD_IEI);
    }
@@ -798,7 +798,7 @@ int Scan::unknownToStandard(Decoder& decoder, bool sixes) {
 
 int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {
    RtxContext* ctxt = decoder.ctxt();
-   previous_ = iei_;
+   place_.previous = iei_;
    size_t length = 0;
    if (format == Format::TLV) {
       uint8_t octet = 0;
@@ -815,8 +815,8 @@ int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {
 
 int Scan::unknown(Decoder& decoder) {
    RtxContext* ctxt = decoder.ctxt();
-   const unsigned last = previous_;
-   previous_ = iei_;
+   const unsigned last = place_.previous;
+   place_.previous = iei_;
    if ((iei_ & 0x80) != 0) return 0; // one octet
    uint8_t length = 0;
    if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0) return fail(ctxt, status);
@@ -828,7 +828,7 @@ int Scan::unknown(Decoder& decoder) {
    // Once several failures are on record more of them tell nothing: the message's result stays the same, and
    // its sender would have memory for the asking.
    constexpr size_t kMostRecords = 16; // eight such IEIs exist
-   if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last &&
+   if (((iei_ & 0x0F) | place_.codeset) == 0 && iei_ != last &&
        (ctxt->errList.count < kMostRecords || rtxErrGetStatus(ctxt) != RTX_E_MULTIPLE)) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       failAnew(ctxt, RTX_E_BAD_IEI);
