@@ -173,18 +173,7 @@ const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
 }
 
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself) {
-   if (!isPlain(ctxt)) return nullptr;
-   size_t end = ctxt->bufSize;
-   // By the standards nothing may reach beyond what is around it.
-   if (!endsByItself || isStandard(ctxt)) {
-      if ((ctxt->flags & kInFull) != 0) return nullptr;
-      if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
-         // What the full form finds behind the end of the buffer is a failure.
-         if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
-         end = top->byteIndex;
-      }
-   }
-   return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
+   return findShortEnd(ctxt, endsByItself);
 }
 
 namespace {
@@ -586,7 +575,8 @@ int skipExtensions(RtxContext* ctxt) {
 
 int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
    // Most lists of small elements fit in the first piece; large elements come one by one.
-   const size_t grown = used == 0 ? std::clamp<size_t>(512 / size, 1, 16) : 2 * used;
+   const size_t first = size <= 512 / 16 ? 16 : std::max<size_t>(512 / size, 1);
+   const size_t grown = used == 0 ? first : 2 * used;
    void* array = hot::alloc(ctxt, grown * size);
    if (array == nullptr) return RTX_E_NOMEM;
    if (used != 0) {

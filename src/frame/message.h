@@ -276,13 +276,25 @@ private:
    unsigned row_ = 0;
 };
 
-// A message's codec on plain octets, or the one for all cases.
-template <class Record>
-L3_INLINE int decodePlain(RtxContext* ctxt, void* value, walk::MessageDecode plain,
-                          int (*any)(RtxContext*, Record*)) {
-   const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt) ? shortEnd(ctxt) : nullptr;
-   return end != nullptr ? plain(ctxt, value, end) : any(ctxt, static_cast<Record*>(value));
+// A message that is one element, in short form or by the function for all cases.
+template <class Type, class Record>
+L3_INLINE int decodeOne(RtxContext* ctxt, void* value, const uint8_t* end, int (*any)(RtxContext*, Record*),
+                        const walk::Module& module, unsigned type) {
+   if (end == nullptr) return any(ctxt, static_cast<Record*>(value));
+   if (!decodeShort<Type>(ctxt, end, value)) [[unlikely]]
+      return walk::decodeExactly(ctxt, module, type, value);
+   Decoder decoder(ctxt);
+   if (ctxt->bufData + ctxt->bufByteIndex != end) [[unlikely]]
+      L3_TRY(decoder.nonImperative(0));
+   return decoder.ended();
 }
+template <class Type, class Record>
+L3_INLINE int encodeOne(RtxContext* ctxt, void* value, int (*any)(RtxContext*, Record*)) {
+   return !isStandard(ctxt) && encodeShort<Type>(ctxt, value) ? Codec(ctxt).done()
+                                                              : any(ctxt, static_cast<Record*>(value));
+}
+
+// A message's encoder on plain octets, or the one for all cases.
 template <class Record>
 L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain,
                           int (*any)(RtxContext*, Record*)) {

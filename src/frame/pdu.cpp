@@ -70,7 +70,9 @@ int decodeMessage(Decoder d, const MessageRow& row, const char* choice, void* da
       }
       std::memcpy(data, &record, sizeof record);
    }
-   L3_TRY(d.inner(row.decode, record, reported));
+   const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt) ? findShortEnd(ctxt, false) : nullptr;
+   const auto decode = [&](RtxContext*, void*) L3_INLINE_LAMBDA { return row.decode(ctxt, record, end); };
+   L3_TRY(d.inner(decode, record, reported));
    popBoth(ctxt);
    return 0;
 }

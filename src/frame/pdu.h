@@ -30,8 +30,9 @@ struct MessageRow {
    uint16_t selector;
    bool isInline; // the value lies in the union itself
    uint32_t size;
-   const char* member;                            // element name, with the union: "u.obj_..."
-   int (*decode)(RtxContext* ctxt, void* record); // initialises it first
+   const char* member; // element name, with the union: "u.obj_..."
+   // Initialises the record first. `end`: that of shortEnd() for the short form; null for any other case.
+   int (*decode)(RtxContext* ctxt, void* record, const uint8_t* end);
    int (*encode)(RtxContext* ctxt, void* record);
 };
 

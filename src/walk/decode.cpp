@@ -835,6 +835,10 @@ int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, u
    return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter, kNoOuter);
 }
 
+int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
+   return decodeInFull(ctxt, module, module.types[type], static_cast<uint8_t*>(value), 0, kNoOuter);
+}
+
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {
    return Decoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).messageRest(row);
 }
