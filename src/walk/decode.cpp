@@ -108,10 +108,18 @@ private:
       return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
    }
    void prepare() {
-      // What the standards have not is left empty.
-      if ((type_.flags & kStandardForm) != 0) std::memset(record_, 0, type_.size);
+      // What the standards have not is left empty; whether an element is there its bit tells, and messages
+      // are large.
+      if ((type_.flags & kStandardForm) != 0) std::memset(record_, 0, aheadOfOptional());
       clearPresence(type_.presenceOffset, type_.presenceOctets);
       clearPresence(type_.appendixOffset, type_.appendixOctets);
+   }
+   size_t aheadOfOptional() const {
+      size_t size = type_.size;
+      if (type_.codec != walk::Codec::Message) return size;
+      for (unsigned i = firstOptional(); i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i)
+         size = std::min<size_t>(size, module_.rows[i].offset);
+      return size;
    }
    // A type without contents has no record.
    void clearPresence(uint32_t offset, unsigned octets) {
