@@ -77,9 +77,8 @@ int decodeMessage(Decoder d, const MessageRow& row, const char* choice, void* da
    return 0;
 }
 
-int encodeMessage(Encoder e, const MessageTable& table, const char* choice, uint32_t selector, void* data) {
+int encodeMessage(Encoder e, const MessageRow* row, const char* choice, void* data) {
    RtxContext* ctxt = e.ctxt();
-   const MessageRow* row = table.select(selector);
    if (row == nullptr) [[unlikely]] {
       L3_TRY(e.push(choice));
       return e.failed(RTX_E_BAD_CHOICE);
