@@ -816,7 +816,7 @@ private:
          w_.line("   break;");
       }
       w_.close();
-      w_.line("L3_TRY(d.element());");
+      w_.line("d.element();");
       w_.close();
       w_.line("return d.finish();");
    }
@@ -950,15 +950,27 @@ void messageTable(const std::vector<TableRow>& table, const std::string& name, W
       const std::string init =
             hasInit(message) ? initName(message) + "(static_cast<" + record + "*>(r)); " : "";
       const bool plain = hasMessageForm(message);
+      const Type& base = baseType(message);
+      const bool one = message.kind == TypeKind::OneElement && isUniform(base) && !leavesContainer(base);
       std::string clear = clearValues(message, "v->");
       if (!clear.empty()) clear = "auto* v = static_cast<" + record + "*>(r); " + clear;
-      w.line("   [](RtxContext* c, void* r) { " + clear + init +
-             (plain ? "return decodePlain(c, r, messageDec_" + record + ", " : "return ") +
-             decoderName(message) + (plain ? ");" : "(c, static_cast<" + record + "*>(r));") + " },");
-      w.line(std::string("   [](RtxContext* c, void* r) { return ") +
-             (plain ? "encodePlain(c, r, messageEnc_" + record + ", " : "") + encoderName(message) +
-             (plain ? ")" : std::string("(c, ") + (value ? "*" : "") + "static_cast<" + record + "*>(r))") +
-             "; }},");
+      const auto call = [&](bool encode) {
+         const std::string function = encode ? encoderName(message) : decoderName(message);
+         const std::string target = (encode && value ? "*" : "") + ("static_cast<" + record) + "*>(r)";
+         const std::string arguments = (encode ? "(c, r, " : "(c, r, end, ");
+         if (plain && encode)
+            return "encodePlain" + arguments + "messageEnc_" + record + ", " + function + ")";
+         if (plain)
+            return "end != nullptr ? messageDec_" + record + "(c, r, end) : " + function + "(c, " + target +
+                   ")";
+         if (one)
+            return (encode ? "encodeOne<" : "decodeOne<") + ("quorva::type::" + recordName(base)) + ">" +
+                   arguments + function + (encode ? ")" : ", " + tableArguments(message) + ")");
+         return function + "(c, " + target + ")";
+      };
+      w.line(std::string("   [](RtxContext* c, void* r, const uint8_t*") + (plain || one ? " end" : "") +
+             ") { " + clear + init + "return " + call(false) + "; },");
+      w.line("   [](RtxContext* c, void* r) { return " + call(true) + "; }},");
    }
    w.close("};");
    w.line("static constexpr auto " + name + "Index = quorva::frame::indexOf(" + name + "Rows);");

@@ -277,7 +277,7 @@ constexpr uint8_t kExtendedTi = 7;
 } // namespace
 
 template <class Coder>
-static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
+L3_INLINE static int encode_TS24008IE_LinkedTI(Coder& e, TS24008IE_LinkedTI* pvalue) {
    L3_TRY(e.begin("LinkedTI"));
    const bool extended = pvalue->value >= kExtendedTi;
    const bool more = e.standard() && pvalue->standard.m.octet4Present;

@@ -89,12 +89,13 @@ int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    }
    L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return encodeFields(coder, pvalue); }));
    // The selector decides, whatever the type says; one without a message is not logged here.
-   if (kTS24008Msg_PDUMessages.select(pvalue->data.t) == nullptr) [[unlikely]] {
+   const MessageRow* row = kTS24008Msg_PDUMessages.select(pvalue->data.t);
+   if (row == nullptr) [[unlikely]] {
       L3_TRY(e.push("data"));
       e.pop();
       return e.done(RTX_E_BAD_CHOICE);
    }
-   L3_TRY(encodeData(e, pvalue->data, kTS24008Msg_PDUMessages));
+   L3_TRY(encodeMessage(e, row, kData, &pvalue->data.u));
    return e.done();
 }
 

@@ -98,21 +98,113 @@ constexpr unsigned totalBits() {
    return (0u + ... + Parts::bits);
 }
 
+// Flags that lie side by side in the record go as one word: an octet of them is one multiplication, one by
+// one it is some forty steps. How many there are from a part on, 8 at most.
+template <class Part>
+inline constexpr bool kIsFlag = false;
+template <>
+inline constexpr bool kIsFlag<Flag<uint8_t>> = true;
+template <size_t From, class... Parts>
+consteval size_t flagsFrom() {
+   constexpr bool flags[] = {kIsFlag<Parts>...};
+   size_t count = 0;
+   while (From + count < sizeof...(Parts) && count < 8 && flags[From + count]) ++count;
+   return count;
+}
+constexpr size_t kFewFlags = 3; // up to here one by one
+
+L3_INLINE uint64_t littleEndian(uint64_t word) {
+   if constexpr (std::endian::native == std::endian::big) return __builtin_bswap64(word);
+   return word;
+}
+
+// The low N bits, the first of them highest, to an octet each. The multiplication puts bit 7 - k of an octet
+// on top of octet k, and nothing overlaps: copies of eight bits stand nine apart.
+template <size_t N>
+L3_INLINE void spreadFlags(uint64_t bits, uint8_t* to) {
+   const uint64_t octet = (bits & lowBits(N)) << (8 - N);
+   uint64_t word;
+   if constexpr (N <= 4)
+      word = (static_cast<uint32_t>(octet) * 0x08040201u >> 7) & 0x01010101u;
+   else
+      word = (octet * 0x8040201008040201 >> 7) & 0x0101010101010101;
+   word = littleEndian(word);
+   std::memcpy(to, &word, N);
+}
+// And back: an octet that is not 0 is a flag that is set.
+template <size_t N>
+L3_INLINE uint64_t gatherFlags(const uint8_t* from) {
+   constexpr uint64_t sevens = 0x7F7F7F7F7F7F7F7F;
+   uint64_t word = 0;
+   std::memcpy(&word, from, N);
+   word = littleEndian(word);
+   word = ((((word & sevens) + sevens) | word) & ~sevens) >> 7;
+   return word * 0x8040201008040201 >> (64 - N);
+}
+
+template <size_t From, class... Parts, size_t... I>
+L3_INLINE bool areSideBySide(const std::tuple<const Parts&...>& parts, std::index_sequence<I...>) {
+   return ((std::get<From + I>(parts).value == std::get<From>(parts).value + I) && ...);
+}
+
+template <size_t From, class... Parts>
+L3_INLINE bool takeFrom(uint64_t word, unsigned shift, const std::tuple<const Parts&...>& parts) {
+   if constexpr (From == sizeof...(Parts)) {
+      return true;
+   } else if constexpr (constexpr size_t count = flagsFrom<From, Parts...>(); count > kFewFlags) {
+      shift -= static_cast<unsigned>(count);
+      constexpr std::make_index_sequence<count> places;
+      if (areSideBySide<From>(parts, places))
+         spreadFlags<count>(word >> shift, std::get<From>(parts).value);
+      else
+         [&]<size_t... I>(std::index_sequence<I...>) L3_INLINE_LAMBDA {
+            (std::get<From + I>(parts).take((word >> (shift + count - 1 - I)) & 1), ...);
+         }
+      (places);
+      return takeFrom<From + count>(word, shift, parts);
+   } else {
+      const auto& part = std::get<From>(parts);
+      constexpr unsigned bits = std::remove_cvref_t<decltype(part)>::bits;
+      shift -= bits;
+      return part.take((word >> shift) & lowBits(bits)) && takeFrom<From + 1>(word, shift, parts);
+   }
+}
+
 // Takes the parts out of the low `totalBits` bits of a word, first part highest. Nothing is stored behind one
 // that is not legal, as in the full form.
 template <class... Parts>
 L3_INLINE bool takeAll(uint64_t word, const Parts&... parts) {
-   unsigned shift = totalBits<Parts...>();
-   return ((shift -= Parts::bits, parts.take((word >> shift) & lowBits(Parts::bits))) && ...);
+   return takeFrom<0>(word, totalBits<Parts...>(), std::tuple<const Parts&...>(parts...));
+}
+
+template <size_t From, class... Parts>
+L3_INLINE bool giveFrom(uint64_t& word, const std::tuple<const Parts&...>& parts) {
+   if constexpr (From == sizeof...(Parts)) {
+      return true;
+   } else if constexpr (constexpr size_t count = flagsFrom<From, Parts...>(); count > kFewFlags) {
+      constexpr std::make_index_sequence<count> places;
+      if (areSideBySide<From>(parts, places))
+         word = word << count | gatherFlags<count>(std::get<From>(parts).value);
+      else
+         [&]<size_t... I>(std::index_sequence<I...>) L3_INLINE_LAMBDA {
+            ((word = word << 1 | (*std::get<From + I>(parts).value != 0)), ...);
+         }
+      (places);
+      return giveFrom<From + count>(word, parts);
+   } else {
+      const auto& part = std::get<From>(parts);
+      constexpr unsigned bits = std::remove_cvref_t<decltype(part)>::bits;
+      uint64_t value = 0;
+      const bool legal = part.give(value);
+      word = bits < 64 ? word << bits | value : value;
+      return legal & giveFrom<From + 1>(word, parts);
+   }
 }
 
 template <class... Parts>
 L3_INLINE bool giveAll(uint64_t& word, const Parts&... parts) {
-   uint64_t value = 0;
    word = 0;
-   bool legal = true;
-   ((legal &= parts.give(value), word = Parts::bits < 64 ? word << Parts::bits | value : value), ...);
-   return legal;
+   return giveFrom<0>(word, std::tuple<const Parts&...>(parts...));
 }
 
 // A nested record that is a run itself: `Type::withParts` hands its fields to a function.

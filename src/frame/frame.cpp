@@ -173,18 +173,7 @@ const uint8_t* heapCopy(RtxContext* ctxt, const uint8_t* octets, size_t count) {
 }
 
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself) {
-   if (!isPlain(ctxt)) return nullptr;
-   size_t end = ctxt->bufSize;
-   // By the standards nothing may reach beyond what is around it.
-   if (!endsByItself || isStandard(ctxt)) {
-      if ((ctxt->flags & kInFull) != 0) return nullptr;
-      if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
-         // What the full form finds behind the end of the buffer is a failure.
-         if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
-         end = top->byteIndex;
-      }
-   }
-   return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
+   return findShortEnd(ctxt, endsByItself);
 }
 
 namespace {
@@ -586,7 +575,8 @@ int skipExtensions(RtxContext* ctxt) {
 
 int growArray(RtxContext* ctxt, void** elem, size_t used, size_t* capacity, size_t size) {
    // Most lists of small elements fit in the first piece; large elements come one by one.
-   const size_t grown = used == 0 ? std::clamp<size_t>(512 / size, 1, 16) : 2 * used;
+   const size_t first = size <= 512 / 16 ? 16 : std::max<size_t>(512 / size, 1);
+   const size_t grown = used == 0 ? first : 2 * used;
    void* array = hot::alloc(ctxt, grown * size);
    if (array == nullptr) return RTX_E_NOMEM;
    if (used != 0) {
@@ -715,10 +705,10 @@ int encIei(RtxContext* ctxt, unsigned bits, uint32_t iei) {
 
 bool Scan::next(Decoder& decoder) {
    const bool standard = decoder.standard();
-   if (standard) codeset_ = outerCodeset_;
+   if (standard) place_.codeset = outerCodeset_;
    do {
       if (!read(decoder)) return false;
-   } while (shifts_ && (standard ? shiftedByStandard() : shifted()));
+   } while (shifts_ && (standard ? shiftedByStandard() : isShift(iei_, place_.codeset)));
    return true;
 }
 
@@ -727,9 +717,9 @@ bool Scan::shiftedByStandard() {
    if (half_ || iei_ >> 4 != 9) return false;
    const unsigned codeset = iei_ & 7;
    if ((iei_ & 8) != 0)
-      codeset_ = codeset;
+      place_.codeset = codeset;
    else if (codeset > outerCodeset_)
-      codeset_ = outerCodeset_ = codeset;
+      place_.codeset = outerCodeset_ = codeset;
    return true;
 }
 
@@ -789,7 +779,7 @@ int Scan::unknownToStandard(Decoder& decoder, bool sixes) {
    L3_TRY(skipOctets(decoder, sixes && (iei_ & 0x70) == 0x70 ? 2 : 1, 0));
    // TS 24.007, 11.2.5: a high half octet of 0 asks for comprehension.
    constexpr size_t kMostRecords = 16;
-   if (((iei_ & 0xF0) | codeset_) == 0 && ctxt->errList.count < kMostRecords) {
+   if (((iei_ & 0xF0) | place_.codeset) == 0 && ctxt->errList.count < kMostRecords) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       failAnew(ctxt, RTX_E_BAD_IEI);
    }
@@ -798,7 +788,7 @@ int Scan::unknownToStandard(Decoder& decoder, bool sixes) {
 
 int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {
    RtxContext* ctxt = decoder.ctxt();
-   previous_ = iei_;
+   place_.previous = iei_;
    size_t length = 0;
    if (format == Format::TLV) {
       uint8_t octet = 0;
@@ -815,8 +805,8 @@ int Scan::drop(Decoder& decoder, Format format, size_t valueOctets) {
 
 int Scan::unknown(Decoder& decoder) {
    RtxContext* ctxt = decoder.ctxt();
-   const unsigned last = previous_;
-   previous_ = iei_;
+   const unsigned last = place_.previous;
+   place_.previous = iei_;
    if ((iei_ & 0x80) != 0) return 0; // one octet
    uint8_t length = 0;
    if (const int status = rtxDecBitsToByte(ctxt, &length, 8); status < 0) return fail(ctxt, status);
@@ -828,7 +818,7 @@ int Scan::unknown(Decoder& decoder) {
    // Once several failures are on record more of them tell nothing: the message's result stays the same, and
    // its sender would have memory for the asking.
    constexpr size_t kMostRecords = 16; // eight such IEIs exist
-   if (((iei_ & 0x0F) | codeset_) == 0 && iei_ != last &&
+   if (((iei_ & 0x0F) | place_.codeset) == 0 && iei_ != last &&
        (ctxt->errList.count < kMostRecords || rtxErrGetStatus(ctxt) != RTX_E_MULTIPLE)) {
       rtxErrAddIntParm(ctxt, static_cast<int>(iei_));
       failAnew(ctxt, RTX_E_BAD_IEI);

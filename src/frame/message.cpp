@@ -3,42 +3,49 @@
 namespace quorva::frame {
 
 // The name under which what follows may fail.
-int MessageDecoder::begin() {
-   return Codec(ctxt_).begin(module_.texts + module_.types[type_].decodedName);
+int MessageDecoder::begin(RtxContext* ctxt, const walk::Module& module, unsigned type) {
+   return Codec(ctxt).begin(module.texts + module.types[type].decodedName);
 }
 
-int MessageDecoder::rest() {
-   goOut(ctxt_, at_, false);
-   return walk::decodeRest(ctxt_, module_, type_, record_, row_);
+int MessageDecoder::restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow,
+                               void* record, const uint8_t* at) {
+   goOut(ctxt, at, false);
+   return walk::decodeRest(ctxt, module, typeAndRow >> 16, record, typeAndRow & 0xFFFF);
 }
 
-bool MessageDecoder::nextInFull(MessageDecoder& copy) {
-   Decoder decoder(copy.ctxt_);
-   if (const int status = copy.begin(); status < 0) {
-      copy.failed_ = true;
-      return copy.end(status);
+MessageDecoder::Scanned MessageDecoder::scanInFull(RtxContext* ctxt, const walk::Module& module, void* record,
+                                                   const uint8_t* at, uint64_t typeAndScanned) {
+   const auto type = static_cast<unsigned>(typeAndScanned >> 32);
+   const auto scanned = static_cast<unsigned>(typeAndScanned);
+   const walk::Type& message = module.types[type];
+   unsigned iei = 0;
+   if (at != nullptr) {
+      const bool half = holdsHalf(message.halfOctets, at[-1]);
+      iei = half ? at[-1] >> 4 : at[-1];
+      goOut(ctxt, at, half);
    }
-   const bool more = copy.Scan::next(decoder);
-   copy.comeBack();
-   copy.octet_ = 0; // the cursor is behind the IEI as it is
-   return more;
-}
-
-int MessageDecoder::elementInFull(MessageDecoder& copy) {
-   if (copy.end_ != nullptr) goOut(copy.ctxt_, copy.at_, copy.inside());
-   int status = copy.begin();
-   if (status >= 0) status = walk::decodeElement(copy.ctxt_, copy.module_, copy.type_, copy.record_, copy);
-   copy.comeBack();
-   return status;
-}
-
-int MessageDecoder::finish(int shifts) {
-   goOut(ctxt_, at_, false);
-   Decoder decoder(ctxt_);
-   if (end_ != at_) {
-      L3_TRY(begin());
-      L3_TRY(decoder.nonImperative(shifts));
+   Scan scan(message.halfOctets, (message.flags & walk::kShifts) != 0,
+             {scanned >> 16, scanned & 0xFF, scanned >> 8 & 0xFF}, iei);
+   Decoder decoder(ctxt);
+   const uint8_t* end = nullptr;
+   int status = begin(ctxt, module, type);
+   for (bool behindIei = at != nullptr; status >= 0 && end == nullptr; behindIei = false) {
+      if (!behindIei && !scan.next(decoder)) {
+         status = scan.finish(decoder);
+         break;
+      }
+      status = walk::decodeElement(ctxt, module, type, record, scan);
+      // There are elements that leave their container behind, by whose end the rest of the message goes.
+      if (status >= 0 && ctxt->bufBitsLeft == 8) end = shortEnd(ctxt);
    }
+   const Scan::Place& place = scan.place();
+   return {end, place.codeset << 16 | place.order << 8 | place.previous, end != nullptr ? kUnderWay : status};
+}
+
+int MessageDecoder::behindLast(RtxContext* ctxt, const walk::Module& module, unsigned type, int shifts) {
+   Decoder decoder(ctxt);
+   L3_TRY(begin(ctxt, module, type));
+   L3_TRY(decoder.nonImperative(shifts));
    return decoder.ended();
 }
 

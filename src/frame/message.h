@@ -10,14 +10,17 @@
 
 namespace quorva::frame {
 
-class MessageDecoder : private Scan {
+// Its members have to stay in registers, so its place is never told: out-of-line functions get and give
+// values.
+class MessageDecoder {
 public:
    // `end`: of the container around, as shortEnd() tells.
-   MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record,
-                  const uint8_t* end)
-         : Scan(0, false), ctxt_(ctxt), module_(module), type_(type), record_(record),
-           at_(ctxt->bufData + ctxt->bufByteIndex), end_(end) {}
-   MessageDecoder(const MessageDecoder&) = default;
+   L3_INLINE MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record,
+                            const uint8_t* end)
+         : ctxt_(ctxt), module_(module), type_(type), record_(record),
+           at_(ctxt->bufData + ctxt->bufByteIndex), end_(end) {
+      if (end == nullptr) __builtin_unreachable();
+   }
 
    // The words of elements, each true if its short form did. The row of the mandatory part that comes next:
    L3_INLINE bool at(unsigned row) {
@@ -32,7 +35,8 @@ public:
    template <class Part>
    L3_INLINE bool half(const Part& part) {
       static_assert(Part::bits == 4);
-      return end_ != nullptr && inside() && takeAll(octet_ & 15, part);
+      const unsigned octet = at_[-1];
+      return octet > 15 && takeAll(octet & 15, part);
    }
    template <class Type, class... Arguments>
    L3_INLINE bool item(Arguments... arguments) {
@@ -65,84 +69,91 @@ public:
       return true;
    }
    // The message from the row at hand on in the exact form, and its result.
-   int rest();
+   L3_INLINE int rest() const { return restInFull(ctxt_, module_, type_ << 16 | row_, record_, at_); }
 
+   // The next IEI; false at the message's end.
    template <bool Shifts>
    L3_INLINE bool next(unsigned halfOctets) {
-      halfOctets_ = halfOctets;
-      shifts_ = Shifts;
+      if constexpr (!Shifts) codeset_ = 0;
       do {
-         if (end_ == nullptr) [[unlikely]]
-            return nextAside();
-         if (at_ >= end_) {
-            goOut(ctxt_, at_, false);
-            return end(messageStatus(ctxt_));
+         if (end_ == nullptr) [[unlikely]] {
+            if (status_ == kUnderWay) goOn(nullptr);
+            if (end_ == nullptr) return false;
          }
-         octet_ = *at_++;
-         iei_ = inside() ? octet_ >> 4 : octet_;
-      } while (Shifts && shifted());
+         if (at_ >= end_) return false;
+         const unsigned octet = *at_++;
+         iei_ = holdsHalf(halfOctets, octet) ? octet >> 4 : octet;
+      } while (Shifts && Scan::isShift(iei_, codeset_));
       return true;
    }
-   using Scan::expects;
-   using Scan::iei;
-   using Scan::took;
+   L3_INLINE unsigned iei() const { return codeset_ == 0 ? iei_ : Scan::kNone; }
+   L3_INLINE bool expects(unsigned k) const { return taken_ < (k + 1) << 8; }
+   L3_INLINE void took(unsigned k) { taken_ = (k + 1) << 8 | iei_; }
 
    // What is behind the IEI in the exact form: an element that is not for the short one, is out of order, or
    // is unknown.
-   L3_INLINE int element() {
-      MessageDecoder copy(*this); // so that this one needs no memory
-      const int status = elementInFull(copy);
-      *this = copy;
-      return status;
-   }
+   L3_INLINE void element() { goOn(at_); }
 
    // The message's result behind the scan, and without one.
-   int finish() {
-      Decoder decoder(ctxt_);
-      return Scan::finish(decoder);
+   L3_INLINE int finish() const {
+      if (end_ == nullptr) [[unlikely]]
+         return status_;
+      goOut(ctxt_, at_, false);
+      return Decoder(ctxt_).ended(messageStatus(ctxt_));
    }
-   int finish(int shifts);
+   L3_INLINE int finish(int shifts) const {
+      goOut(ctxt_, at_, false);
+      return end_ == at_ ? Decoder(ctxt_).ended() : behindLast(ctxt_, module_, type_, shifts);
+   }
 
 private:
-   // Does the octet of the IEI hold more than it?
-   L3_INLINE bool inside() const { return (halfOctets_ >> (octet_ >> 4) & 1) != 0; }
+   // Does the octet of an IEI hold more than it?
+   static L3_INLINE bool holdsHalf(unsigned halfOctets, unsigned octet) {
+      return (halfOctets >> (octet >> 4) & 1) != 0;
+   }
    // The context's cursor to a place; behind the IEI that can be inside its octet.
    static void goOut(RtxContext* ctxt, const uint8_t* at, bool half) {
       ctxt->bufByteIndex = static_cast<size_t>(at - ctxt->bufData) - (half ? 1 : 0);
       if (half) ctxt->bufBitsLeft = 4;
    }
-   // And back. There are elements that leave their container behind, by whose end the rest of the message
-   // then goes. Without an end what follows goes by the context's cursor.
-   void comeBack() {
-      at_ = ctxt_->bufData + ctxt_->bufByteIndex;
-      end_ = ctxt_->bufBitsLeft == 8 ? shortEnd(ctxt_) : nullptr;
-   }
-   int begin();
-   L3_INLINE bool nextAside() {
-      MessageDecoder copy(*this);
-      const bool more = nextInFull(copy);
-      *this = copy;
-      return more;
-   }
-   static bool nextInFull(MessageDecoder& copy);
-   static int elementInFull(MessageDecoder& copy);
 
-   MessageDecoder& operator=(const MessageDecoder& other) {
-      Scan::operator=(other);
-      at_ = other.at_;
-      end_ = other.end_;
-      octet_ = other.octet_;
-      return *this;
+   // Where the short form can go on to, with codeset and elements taken, or the message's result.
+   struct Scanned {
+      const uint8_t* end;
+      unsigned scanned;
+      int status;
+   };
+   static Scanned scanInFull(RtxContext* ctxt, const walk::Module& module, void* record, const uint8_t* at,
+                             uint64_t typeAndScanned);
+   // From behind an IEI, or by the context's cursor, until the short form can go on.
+   L3_INLINE void goOn(const uint8_t* behindIei) {
+      const Scanned scanned =
+            scanInFull(ctxt_, module_, record_, behindIei, uint64_t{type_} << 32 | codeset_ << 16 | taken_);
+      at_ = ctxt_->bufData + ctxt_->bufByteIndex;
+      end_ = scanned.end;
+      taken_ = scanned.scanned & 0xFFFF;
+      codeset_ = scanned.scanned >> 16;
+      status_ = scanned.status;
    }
+   static int restInFull(RtxContext* ctxt, const walk::Module& module, unsigned typeAndRow, void* record,
+                         const uint8_t* at);
+   // Octets behind the last element of a message without a scan.
+   static int behindLast(RtxContext* ctxt, const walk::Module& module, unsigned type, int shifts);
+   // The name under which what follows may fail.
+   static int begin(RtxContext* ctxt, const walk::Module& module, unsigned type);
 
    RtxContext* ctxt_;
    const walk::Module& module_;
    unsigned type_;
    void* record_;
    const uint8_t* at_;
-   const uint8_t* end_;
+   const uint8_t* end_; // null: what follows goes by the context's cursor
    unsigned row_ = 0;
-   unsigned octet_ = 0; // that of the IEI
+   unsigned iei_ = 0;
+   unsigned codeset_ = 0;
+   unsigned taken_ = 0; // order and IEI of the last element, an octet each
+   static constexpr int kUnderWay = 1;
+   int status_ = kUnderWay;
 };
 
 class MessageEncoder {
@@ -265,13 +276,25 @@ private:
    unsigned row_ = 0;
 };
 
-// A message's codec on plain octets, or the one for all cases.
-template <class Record>
-L3_INLINE int decodePlain(RtxContext* ctxt, void* value, walk::MessageDecode plain,
-                          int (*any)(RtxContext*, Record*)) {
-   const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt) ? shortEnd(ctxt) : nullptr;
-   return end != nullptr ? plain(ctxt, value, end) : any(ctxt, static_cast<Record*>(value));
+// A message that is one element, in short form or by the function for all cases.
+template <class Type, class Record>
+L3_INLINE int decodeOne(RtxContext* ctxt, void* value, const uint8_t* end, int (*any)(RtxContext*, Record*),
+                        const walk::Module& module, unsigned type) {
+   if (end == nullptr) return any(ctxt, static_cast<Record*>(value));
+   if (!decodeShort<Type>(ctxt, end, value)) [[unlikely]]
+      return walk::decodeExactly(ctxt, module, type, value);
+   Decoder decoder(ctxt);
+   if (ctxt->bufData + ctxt->bufByteIndex != end) [[unlikely]]
+      L3_TRY(decoder.nonImperative(0));
+   return decoder.ended();
 }
+template <class Type, class Record>
+L3_INLINE int encodeOne(RtxContext* ctxt, void* value, int (*any)(RtxContext*, Record*)) {
+   return !isStandard(ctxt) && encodeShort<Type>(ctxt, value) ? Codec(ctxt).done()
+                                                              : any(ctxt, static_cast<Record*>(value));
+}
+
+// A message's encoder on plain octets, or the one for all cases.
 template <class Record>
 L3_INLINE int encodePlain(RtxContext* ctxt, void* value, walk::PlainCodec plain,
                           int (*any)(RtxContext*, Record*)) {

@@ -70,14 +70,15 @@ int decodeMessage(Decoder d, const MessageRow& row, const char* choice, void* da
       }
       std::memcpy(data, &record, sizeof record);
    }
-   L3_TRY(d.inner(row.decode, record, reported));
+   const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt) ? findShortEnd(ctxt, false) : nullptr;
+   const auto decode = [&](RtxContext*, void*) L3_INLINE_LAMBDA { return row.decode(ctxt, record, end); };
+   L3_TRY(d.inner(decode, record, reported));
    popBoth(ctxt);
    return 0;
 }
 
-int encodeMessage(Encoder e, const MessageTable& table, const char* choice, uint32_t selector, void* data) {
+int encodeMessage(Encoder e, const MessageRow* row, const char* choice, void* data) {
    RtxContext* ctxt = e.ctxt();
-   const MessageRow* row = table.select(selector);
    if (row == nullptr) [[unlikely]] {
       L3_TRY(e.push(choice));
       return e.failed(RTX_E_BAD_CHOICE);

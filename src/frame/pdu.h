@@ -30,8 +30,9 @@ struct MessageRow {
    uint16_t selector;
    bool isInline; // the value lies in the union itself
    uint32_t size;
-   const char* member;                            // element name, with the union: "u.obj_..."
-   int (*decode)(RtxContext* ctxt, void* record); // initialises it first
+   const char* member; // element name, with the union: "u.obj_..."
+   // Initialises the record first. `end`: that of shortEnd() for the short form; null for any other case.
+   int (*decode)(RtxContext* ctxt, void* record, const uint8_t* end);
    int (*encode)(RtxContext* ctxt, void* record);
 };
 
@@ -140,12 +141,12 @@ L3_INLINE int decodeData(Decoder d, Data& data, const MessageTable& table, uint3
    return decodeMessage(d, *row, choice, &data.u, reported);
 }
 
-// Encodes the message that the selector names; -9 for a selector without a message.
-int encodeMessage(Encoder e, const MessageTable& table, const char* choice, uint32_t selector, void* data);
+// Encodes the message of a row; -9 for none.
+int encodeMessage(Encoder e, const MessageRow* row, const char* choice, void* data);
 
 template <class Data>
 L3_INLINE int encodeData(Encoder e, Data& data, const MessageTable& table, const char* choice = kData) {
-   return encodeMessage(e, table, choice, data.t, &data.u);
+   return encodeMessage(e, table.select(data.t), choice, &data.u);
 }
 
 } // namespace quorva::frame

@@ -21,16 +21,36 @@ public:
    // that IEI.
    Scan(unsigned halfOctets, bool shifts) : halfOctets_(halfOctets), shifts_(shifts) {}
 
+   // How far a scan of a message has come, but for its cursor.
+   struct Place {
+      unsigned codeset = 0;
+      unsigned previous = 0; // IEI
+      unsigned order = 0;    // elements ahead of this one are not expected any more
+   };
+   Scan(unsigned halfOctets, bool shifts, const Place& place, unsigned iei)
+         : halfOctets_(halfOctets), iei_(iei), place_(place), shifts_(shifts) {}
+   const Place& place() const { return place_; }
+
+   // A codeset shift; true if that is what the IEI is. A non-locking one, or one to a lower codeset, changes
+   // nothing: no element of another codeset is known.
+   static L3_INLINE bool isShift(unsigned iei, unsigned& codeset) {
+      if (iei >> 4 != 9) [[likely]]
+         return false;
+      if ((iei & 8) == 0 && (iei & 7) > codeset) codeset = iei & 7;
+      return true;
+   }
+
    // Reads the next IEI; false at the end, or on a failure: then finish() gives the message's result.
    bool next(Decoder& decoder);
    // In a codeset other than 0 the message has no elements.
-   unsigned iei() const { return codeset_ == 0 ? iei_ : kNone; }
+   unsigned iei() const { return place_.codeset == 0 ? iei_ : kNone; }
+   static constexpr unsigned kNone = 0x100;
 
    // Is the element number k still to come? Elements behind it in the table have not been met then.
-   bool expects(unsigned k) const { return order_ <= k; }
+   bool expects(unsigned k) const { return place_.order <= k; }
    void took(unsigned k) {
-      order_ = k + 1;
-      previous_ = iei_;
+      place_.order = k + 1;
+      place_.previous = iei_;
    }
 
    // An element out of order, or repeated. What stays in the input depends on its format: after T, half-octet
@@ -50,17 +70,7 @@ public:
    // The message's result: pops the type's name unless the scan failed.
    int finish(Decoder& decoder) const { return failed_ ? status_ : decoder.ended(status_); }
 
-protected:
-   static constexpr unsigned kNone = 0x100;
-
-   // True for a shift. A non-locking one, or one to a lower codeset, changes nothing: no element of another
-   // codeset is known.
-   L3_INLINE bool shifted() {
-      if (iei_ >> 4 != 9) [[likely]]
-         return false;
-      if ((iei_ & 8) == 0 && (iei_ & 7) > codeset_) codeset_ = iei_ & 7;
-      return true;
-   }
+private:
    bool end(int status) {
       status_ = status;
       return false;
@@ -68,9 +78,7 @@ protected:
 
    unsigned halfOctets_;
    unsigned iei_ = 0;
-   unsigned codeset_ = 0;
-   unsigned previous_ = 0;
-   unsigned order_ = 0;
+   Place place_;
    int status_ = 0;
    bool shifts_;
    bool failed_ = false;

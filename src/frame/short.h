@@ -81,8 +81,12 @@ L3_INLINE uint64_t loadOctets(const uint8_t* at) {
 }
 template <unsigned N>
 L3_INLINE void storeOctets(uint8_t* at, uint64_t value) {
-   const uint64_t word = toBigEndian(value << (64 - 8 * N));
-   std::memcpy(at, &word, N);
+   if constexpr (N <= 4) { // which compilers take for one store
+      for (unsigned i = 0; i < N; ++i) at[i] = static_cast<uint8_t>(value >> 8 * (N - 1 - i));
+   } else {
+      const uint64_t word = toBigEndian(value << (64 - 8 * N));
+      std::memcpy(at, &word, N);
+   }
 }
 
 // What the bits ahead of a choice say: the place of the arm times 16, and how many of them are its own; 0 if
@@ -687,7 +691,7 @@ public:
       value = static_cast<T>(count);
       return 0;
    }
-   void align() {
+   L3_INLINE void align() {
       if (used_ != 0) ++at_;
       used_ = 0;
    }
@@ -912,6 +916,20 @@ private:
 
 // How far a short form may read: the end of the container around, or for a type that does not ask for it
 // that of the buffer; null if there is no such form here.
+L3_INLINE const uint8_t* findShortEnd(const RtxContext* ctxt, bool endsByItself) {
+   if (!isPlain(ctxt)) return nullptr;
+   size_t end = ctxt->bufSize;
+   // By the standards nothing may reach beyond what is around it.
+   if (!endsByItself || isStandard(ctxt)) {
+      if ((ctxt->flags & kInFull) != 0) return nullptr;
+      if (const hot::RtxContainer* top = hot::topContainer(ctxt)) {
+         // What the full form finds behind the end of the buffer is a failure.
+         if (top->byteIndex > end || top->bitsLeft != 8) return nullptr;
+         end = top->byteIndex;
+      }
+   }
+   return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
+}
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself = false);
 template <class Type>
 L3_INLINE const uint8_t* shortEndOf(const RtxContext* ctxt) {

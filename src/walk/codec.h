@@ -19,6 +19,9 @@ constexpr uint64_t kNoOuter = UINT64_MAX;
 int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter = 0);
 int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);
 
+// A type whose short form has been tried.
+int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* value);
+
 // A message from a row of its own on, whose short form has been tried, to its end: status of the message.
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);

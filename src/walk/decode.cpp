@@ -108,10 +108,18 @@ private:
       return expression == 0 ? 0 : module_.expressions[expression](record_, ctxt_, parameter_);
    }
    void prepare() {
-      // What the standards have not is left empty.
-      if ((type_.flags & kStandardForm) != 0) std::memset(record_, 0, type_.size);
+      // What the standards have not is left empty; whether an element is there its bit tells, and messages
+      // are large.
+      if ((type_.flags & kStandardForm) != 0) std::memset(record_, 0, aheadOfOptional());
       clearPresence(type_.presenceOffset, type_.presenceOctets);
       clearPresence(type_.appendixOffset, type_.appendixOctets);
+   }
+   size_t aheadOfOptional() const {
+      size_t size = type_.size;
+      if (type_.codec != walk::Codec::Message) return size;
+      for (unsigned i = firstOptional(); i < behindRows(type_) && module_.rows[i].kind != Kind::Store; ++i)
+         size = std::min<size_t>(size, module_.rows[i].offset);
+      return size;
    }
    // A type without contents has no record.
    void clearPresence(uint32_t offset, unsigned octets) {
@@ -833,6 +841,10 @@ int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, u
    if (hot::streamActive(ctxt)) [[unlikely]]
       return stream::fromStream(ctxt, [=, &module] { return decode(ctxt, module, type, value, parameter); });
    return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter, kNoOuter);
+}
+
+int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* value) {
+   return decodeInFull(ctxt, module, module.types[type], static_cast<uint8_t*>(value), 0, kNoOuter);
 }
 
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {

@@ -276,3 +276,39 @@ TEST(Repetition, GrowsInOnePlace) {
    rtFreeContext(&context);
    EXPECT_EQ(system_memory::live, 0u);
 }
+// Flags in one word, for any octet of the record that is not 0, and apart as well as side by side.
+template <size_t N>
+void flagsOf() {
+   for (unsigned bits = 0; bits < 1u << N; ++bits) {
+      uint8_t octets[N + 1];
+      std::memset(octets, 0xEE, sizeof octets);
+      spreadFlags<N>(bits | 1u << N, octets);
+      for (size_t i = 0; i < N; ++i) ASSERT_EQ(octets[i], bits >> (N - 1 - i) & 1) << N << " " << bits;
+      ASSERT_EQ(octets[N], 0xEE);
+      for (const unsigned set : {0x01u, 0x02u, 0x80u, 0xFFu}) {
+         for (size_t i = 0; i < N; ++i) octets[i] = octets[i] != 0 ? static_cast<uint8_t>(set) : 0;
+         ASSERT_EQ(gatherFlags<N>(octets), bits) << N << " " << set;
+      }
+   }
+}
+
+TEST(Flags, GoThereAndBackAsOneWord) {
+   flagsOf<4>();
+   flagsOf<5>();
+   flagsOf<6>();
+   flagsOf<7>();
+   flagsOf<8>();
+   for (const size_t step : {1u, 2u}) {
+      uint8_t record[24] = {};
+      uint64_t word = 0;
+      const auto runs = [&](auto coder) {
+         const auto at = [&](size_t i) { return Flag<uint8_t>{nullptr, record + i * step}; };
+         uint8_t* last = record + 10 * step;
+         return coder(at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7), at(8), at(9),
+                      integer<6>(nullptr, *last));
+      };
+      EXPECT_TRUE(runs([](const auto&... parts) { return takeAll(0xA6D5, parts...); }));
+      EXPECT_TRUE(runs([&](const auto&... parts) { return giveAll(word, parts...); }));
+      EXPECT_EQ(word, 0xA6D5u) << step;
+   }
+}
