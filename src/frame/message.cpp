@@ -7,6 +7,12 @@ int MessageDecoder::begin() {
    return Codec(ctxt_).begin(module_.texts + module_.types[type_].decodedName);
 }
 
+void MessageDecoder::comeBack() {
+   at_ = ctxt_->bufData + ctxt_->bufByteIndex;
+   const bool elementsEnd = (module_.types[type_].flags & walk::kElementsEnd) != 0;
+   end_ = ctxt_->bufBitsLeft == 8 ? messageEnd(ctxt_, elementsEnd) : nullptr;
+}
+
 int MessageDecoder::rest() {
    goOut(ctxt_, at_, false);
    return walk::decodeRest(ctxt_, module_, type_, record_, row_);
@@ -35,7 +41,7 @@ int MessageDecoder::elementInFull(MessageDecoder& copy) {
 int MessageDecoder::finish(int shifts) {
    goOut(ctxt_, at_, false);
    Decoder decoder(ctxt_);
-   if (end_ != at_) {
+   if (decoder.more()) {
       L3_TRY(begin());
       L3_TRY(decoder.nonImperative(shifts));
    }

@@ -113,10 +113,7 @@ private:
    }
    // And back. There are elements that leave their container behind, by whose end the rest of the message
    // then goes. Without an end what follows goes by the context's cursor.
-   void comeBack() {
-      at_ = ctxt_->bufData + ctxt_->bufByteIndex;
-      end_ = ctxt_->bufBitsLeft == 8 ? shortEnd(ctxt_) : nullptr;
-   }
+   void comeBack();
    int begin();
    L3_INLINE bool nextAside() {
       MessageDecoder copy(*this);

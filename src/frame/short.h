@@ -913,6 +913,9 @@ private:
 // How far a short form may read: the end of the container around, or for a type that does not ask for it
 // that of the buffer; null if there is no such form here.
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself = false);
+// The same for a message. If its elements do not ask for the end around them, the container may reach beyond
+// the buffer, where a scan ends as it does at that of the container.
+const uint8_t* messageEnd(const RtxContext* ctxt, bool elementsEnd);
 template <class Type>
 L3_INLINE const uint8_t* shortEndOf(const RtxContext* ctxt) {
    return shortEnd(
