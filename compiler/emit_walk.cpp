@@ -360,6 +360,7 @@ private:
       const bool hasAppendix = !appendedFields(owner).empty();
       const auto standard = std::ranges::find(standards_, type.standard.get()) - standards_.begin();
       if ((codec == "Element" || shortByHand(type)) && endsByItself(type)) flags.push_back("kEndsByItself");
+      if (codec == "Message" && elementsEndByThemselves(type)) flags.push_back("kElementsEnd");
       if (firstRow.empty()) {
          firstRow = number(add(block));
          rowCount = number(block.size());

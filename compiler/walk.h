@@ -41,6 +41,8 @@ Width widthOf(const std::vector<std::unique_ptr<Field>>& fields);
 
 // Does what a type takes and means depend on its own octets alone, and not on the end of what it stands in?
 bool endsByItself(const Type& type);
+// Is it so of all elements of a message? Then only its scan goes by the end of what it stands in.
+bool elementsEndByThemselves(const Type& message);
 
 unsigned lengthBits(const Type& type); // of the length field; 0 for class V
 

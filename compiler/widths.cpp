@@ -160,7 +160,8 @@ bool endsByItself(const Field& field) {
    if (field.guarded || field.ahead != 0 || field.zeros != 0 || field.own || field.lead == Lead::High ||
        asksRest(field.when.get()) || asksRest(field.argument.get()) || asksRest(field.second.get()))
       return false;
-   if (field.optional && field.when == nullptr && (field.lead == Lead::None || field.truncatable))
+   if (field.optional && field.ieiBits == 0 && field.when == nullptr &&
+       (field.lead == Lead::None || field.truncatable))
       return false;
    const auto all = [](auto& fields) {
       return std::ranges::all_of(fields, [](auto& inner) { return endsByItself(*inner); });
@@ -204,6 +205,11 @@ bool endsByItself(const Type& type) {
       return std::ranges::all_of(base->fields, [](auto& field) { return endsByItself(*field); });
    default: return false;
    }
+}
+
+bool elementsEndByThemselves(const Type& message) {
+   return message.kind == TypeKind::Message && !message.custom &&
+          std::ranges::all_of(message.fields, [](auto& field) { return endsByItself(*field); });
 }
 
 Class classOnWire(const Type& type) {

@@ -135,6 +135,26 @@ bool copyTexts(RtxContext* dest, RtxErrInfo* to, const RtxErrInfo* from) {
    return true;
 }
 
+/** A status in a new record, or none for want of memory. */
+int setNewData(RtxContext* pctxt, int status, RtxErrInfo* info) {
+   RtxErrInfo& fixed = pctxt->errFixed;
+   if (info != nullptr) {
+      fixed.status = 0;
+      if (status != RTX_E_OVERFLOW) {
+         info->status = static_cast<int16_t>(status);
+         return sumUp(pctxt);
+      }
+   } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
+      // This status needs no memory. The record is not fatal: callers see 0.
+      unlinkFixed(pctxt);
+      pctxt->errFixedNode.data = &fixed;
+      rtxDListAppendNode(&pctxt->errList, &pctxt->errFixedNode);
+   } else {
+      return RTX_E_NOMEM;
+   }
+   return rtxErrSetData(pctxt, status, nullptr, 0);
+}
+
 } // namespace
 
 namespace quorva {
@@ -159,7 +179,9 @@ void forgetEnded(RtxContext* pctxt) {
 
 int recordFailure(RtxContext* pctxt, int status) {
    if (hot::isOnRecord(pctxt, status)) return status;
-   return recordAnother(pctxt, status);
+   if (pctxt->errList.head != nullptr || status == RTX_E_OVERFLOW) return recordAnother(pctxt, status);
+   const int overall = setNewData(pctxt, status, rtxErrNewNode(pctxt));
+   return overall < 0 ? overall : status;
 }
 
 int recordNewFailure(RtxContext* pctxt, int status) {
@@ -184,23 +206,8 @@ int rtxErrSetData(RtxContext* pctxt, int status, const char* file, int line) {
    return sumUp(pctxt);
 }
 
-int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) {
-   RtxErrInfo& fixed = pctxt->errFixed;
-   if (RtxErrInfo* info = rtxErrNewNode(pctxt)) {
-      fixed.status = 0;
-      if (status != RTX_E_OVERFLOW) {
-         info->status = static_cast<int16_t>(status);
-         return sumUp(pctxt);
-      }
-   } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
-      // This status needs no memory. The record is not fatal: callers see 0.
-      unlinkFixed(pctxt);
-      pctxt->errFixedNode.data = &fixed;
-      rtxDListAppendNode(&pctxt->errList, &pctxt->errFixedNode);
-   } else {
-      return RTX_E_NOMEM;
-   }
-   return rtxErrSetData(pctxt, status, file, line);
+int rtxErrSetNewData(RtxContext* pctxt, int status, const char*, int) {
+   return setNewData(pctxt, status, rtxErrNewNode(pctxt));
 }
 
 int rtxErrGetStatus(const RtxContext* pctxt) {

@@ -139,6 +139,10 @@ L3_INLINE uint64_t toBigEndian(uint64_t word) {
 // caller's flags.
 constexpr uint32_t kInFull = 0x00000002;
 
+// Context flag, set ahead of a codec by hand whose short form has been tried where the cursor is. It takes
+// the flag off. Not one of the caller's flags.
+constexpr uint32_t kTried = 0x00000008;
+
 // Bracket of the full form of an element.
 class InFull {
 public:

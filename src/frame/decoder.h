@@ -274,8 +274,10 @@ private:
       return decode_##TYPE(d, L3_BARE ARGUMENTS);                                                            \
    }                                                                                                         \
    int NASDec_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                                \
-      if (quorva::frame::decodeShort<quorva::type::TYPE>(                                                    \
-                pctxt, quorva::frame::shortEndOf<quorva::type::TYPE>(pctxt), L3_BARE ARGUMENTS))             \
+      if ((pctxt->flags & quorva::frame::kTried) != 0)                                                       \
+         pctxt->flags &= ~quorva::frame::kTried;                                                             \
+      else if (quorva::frame::decodeShort<quorva::type::TYPE>(                                               \
+                     pctxt, quorva::frame::shortEndOf<quorva::type::TYPE>(pctxt), L3_BARE ARGUMENTS))        \
          return quorva::frame::Codec(pctxt).done();                                                          \
       return fullDec_##TYPE(pctxt, L3_BARE ARGUMENTS);                                                       \
    }                                                                                                         \

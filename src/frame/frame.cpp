@@ -176,6 +176,12 @@ const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself) {
    return findShortEnd(ctxt, endsByItself);
 }
 
+const uint8_t* messageEnd(const RtxContext* ctxt, bool elementsEnd) {
+   const hot::RtxContainer* top = hot::topContainer(ctxt);
+   const bool cut = elementsEnd && top != nullptr && top->byteIndex > ctxt->bufSize;
+   return cut && (ctxt->flags & kInFull) != 0 ? nullptr : shortEnd(ctxt, cut);
+}
+
 namespace {
 
 // What a codec that failed inside a short form leaves is taken back: the exact form leaves it anew.

@@ -36,7 +36,8 @@ MessageDecoder::Scanned MessageDecoder::scanInFull(RtxContext* ctxt, const walk:
       }
       status = walk::decodeElement(ctxt, module, type, record, scan);
       // There are elements that leave their container behind, by whose end the rest of the message goes.
-      if (status >= 0 && ctxt->bufBitsLeft == 8) end = shortEnd(ctxt);
+      if (status >= 0 && ctxt->bufBitsLeft == 8)
+         end = messageEnd(ctxt, (message.flags & walk::kElementsEnd) != 0);
    }
    const Scan::Place& place = scan.place();
    return {end, place.codeset << 16 | place.order << 8 | place.previous, end != nullptr ? kUnderWay : status};

@@ -14,7 +14,7 @@ namespace quorva::frame {
 // values.
 class MessageDecoder {
 public:
-   // `end`: of the container around, as shortEnd() tells.
+   // `end`: of the container around, as messageEnd() tells.
    L3_INLINE MessageDecoder(RtxContext* ctxt, const walk::Module& module, unsigned type, void* record,
                             const uint8_t* end)
          : ctxt_(ctxt), module_(module), type_(type), record_(record),
@@ -103,7 +103,8 @@ public:
    }
    L3_INLINE int finish(int shifts) const {
       goOut(ctxt_, at_, false);
-      return end_ == at_ ? Decoder(ctxt_).ended() : behindLast(ctxt_, module_, type_, shifts);
+      Decoder decoder(ctxt_);
+      return decoder.more() ? behindLast(ctxt_, module_, type_, shifts) : decoder.ended();
    }
 
 private:

@@ -931,6 +931,9 @@ L3_INLINE const uint8_t* findShortEnd(const RtxContext* ctxt, bool endsByItself)
    return ctxt->bufByteIndex <= end ? ctxt->bufData + end : nullptr;
 }
 const uint8_t* shortEnd(const RtxContext* ctxt, bool endsByItself = false);
+// The same for a message. If its elements do not ask for the end around them, the container may reach beyond
+// the buffer, where a scan ends as it does at that of the container.
+const uint8_t* messageEnd(const RtxContext* ctxt, bool elementsEnd);
 template <class Type>
 L3_INLINE const uint8_t* shortEndOf(const RtxContext* ctxt) {
    return shortEnd(

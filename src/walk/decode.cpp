@@ -19,9 +19,15 @@ constexpr size_t kNoEnd = ~size_t{0};
 // A type at the cursor, as its function would.
 int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value,
                uint64_t parameter = 0, uint64_t second = 0);
-// The same without the short form.
+// The same without the short form, and if that has failed at the cursor.
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                  uint64_t second);
+L3_INLINE int decodeTried(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value,
+                          uint64_t parameter, uint64_t second) {
+   if (type.codec == walk::Codec::ByHand && type.shortDecode != nullptr && !isStandard(ctxt))
+      ctxt->flags |= kTried;
+   return decodeInFull(ctxt, module, type, value, parameter, second);
+}
 
 class Decoding : public Decoder {
 public:
@@ -47,7 +53,7 @@ public:
    }
 
    // Mandatory part, then the scan.
-   int message() {
+   [[gnu::noinline]] int message() {
       L3_TRY(begin(module_.texts + type_.decodedName));
       prepare();
       return messageFrom(0);
@@ -65,7 +71,7 @@ public:
    }
 
    // The codec of one element under the name of a message.
-   int oneElement() {
+   [[gnu::noinline]] int oneElement() {
       L3_TRY(begin(module_.texts + type_.decodedName));
       const Module& module = *modules[type_.rows];
       const Type& base = module.types[type_.first];
@@ -82,7 +88,7 @@ public:
    }
 
    // A PDU that needs no table; its end reports what the message inside did.
-   int pdu() {
+   [[gnu::noinline]] int pdu() {
       L3_TRY(begin(module_.texts + type_.decodedName));
       prepare();
       L3_TRY(block(type_.first, behindRows(type_), kNoEnd));
@@ -126,7 +132,7 @@ private:
       if (octets != 0) std::memset(record_ + offset, 0, octets);
    }
 
-   int alias() {
+   [[gnu::noinline]] int alias() {
       const Module& module = *modules[type_.rows];
       const Type& base = module.types[type_.first];
       if (base.codec == walk::Codec::Message) {
@@ -145,6 +151,19 @@ private:
       const unsigned octets = lengthOctets(type_);
       const Limits& limits = module_.limits[type_.limits];
       const bool countsBits = (type_.flags & kCountsBits) != 0;
+      if (type_.lengthBits == 8 && octets == 1 && !countsBits && isPlain(ctxt_) && hasOctets(ctxt_, 1) &&
+          !standard() && limits.allow(ctxt_->bufData[ctxt_->bufByteIndex])) [[likely]] {
+         // As below, and nobody sees the name.
+         const uint8_t count = ctxt_->bufData[ctxt_->bufByteIndex];
+         ++ctxt_->bufByteIndex;
+         *static_cast<uint8_t*>(place) = count;
+         length.end = (ctxt_->bufByteIndex + count) * 8;
+         const int status = hot::pushContainerBytes(ctxt_, count);
+         if (status >= 0) [[likely]]
+            return 0;
+         L3_TRY(push("length"));
+         return failed(status);
+      }
       if (type_.lengthBits == 4 && !countsBits)
          return openNibble(*static_cast<uint8_t*>(place), limits, length);
       if (!countsBits)
@@ -156,7 +175,7 @@ private:
       return status < 0 ? failed(status) : 0;
    }
    // What stands beside a length of 4 bits in its octet is outside of the container.
-   int openNibble(uint8_t& place, const Limits& limits, frame::Length& length) {
+   [[gnu::noinline]] int openNibble(uint8_t& place, const Limits& limits, frame::Length& length) {
       L3_TRY(openInFull(ctxt_, "length", 4, &place, 1, Limits{}, false, length));
       if (!limits.allow(place)) {
          L3_TRY(push("length"));
@@ -175,7 +194,7 @@ private:
       return 0;
    }
 
-   int enumeration() {
+   [[gnu::noinline]] int enumeration() {
       uint32_t number = 0;
       std::memcpy(&number, record_, sizeof number);
       const int status = (type_.flags & kCsn1) != 0 && type_.legal == 0
@@ -190,7 +209,7 @@ private:
    int block(unsigned first, unsigned behind, size_t end) {
       const bool plain = isPlain(ctxt_) && (type_.flags & kCsn1) == 0;
       for (unsigned i = first; i < behind; ++i) {
-         if (plain && !tried_ && (i = passQuickly(i, behind, end)) == behind) break;
+         if (plain && !tried_ && mayPass(i) && (i = passQuickly(i, behind, end)) == behind) break;
          if (module_.rows[i].kind == Kind::Store) continue;
          if (besideDone_ && (module_.wires[i].flags & kBeside) != 0) continue;
          L3_TRY(field(i, end));
@@ -203,9 +222,23 @@ private:
    // Fields that are there and legal, when nobody looks: neither their names nor their places are seen, and
    // they are most of what stands ahead of a failure. Gives the first one that has to be looked at more
    // closely.
+   static constexpr uint32_t kAside =
+         kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside | kHigh | kPatterns;
+   // Can the row at hand be one of those? Most often it is what fails.
+   bool mayPass(unsigned index) const {
+      constexpr auto bit = [](Kind kind) { return 1u << static_cast<unsigned>(kind); };
+      constexpr uint32_t kPassing = bit(Kind::Flag) | bit(Kind::Number) | bit(Kind::NamedNumber) |
+                                    bit(Kind::Constant) | bit(Kind::Octets) | bit(Kind::Nested);
+      const Row& row = module_.rows[index];
+      if ((kPassing >> static_cast<unsigned>(row.kind) & 1) == 0) return false;
+      const size_t left = ctxt_->bufSize - ctxt_->bufByteIndex;
+      if (left == 0 || (row.kind == Kind::Octets && left < row.capacity)) return false;
+      if ((module_.wires[index].flags & kAside) != 0) return false;
+      if (row.kind != Kind::Nested) return true;
+      const Type& type = modules[row.module]->types[row.index];
+      return type.bits != 0 || type.shortDecode != nullptr;
+   }
    unsigned passQuickly(unsigned index, unsigned behind, size_t end) {
-      constexpr uint32_t kAside =
-            kIfTest | kBareAround | kQuits | kContents | kAhead | kInner | kBeside | kHigh | kPatterns;
       constexpr uint32_t kLed = kByBit | kByBitIfMore;
       constexpr uint32_t kAsksMore = kIfMore | kGuarded | kByBitIfMore;
       const uint8_t* const data = ctxt_->bufData;
@@ -311,10 +344,19 @@ private:
    }
 
    // One field with its option.
+   static constexpr uint32_t kAsked = kIfMore | kIfTest | kByBit | kByBitIfMore | kGuarded;
    int field(unsigned index, size_t end) {
       const Row& row = module_.rows[index];
+      const uint32_t flags = module_.wires[index].flags;
+      if ((flags & (kAsked | kBareAround | kQuits)) != 0 || row.kind == Kind::Since)
+         return fieldAside(index, end);
+      L3_TRY(contents(index, end));
+      setBit(record_, row.presence);
+      return (flags & kEndTested) != 0 ? within({end}) : 0;
+   }
+   [[gnu::noinline]] int fieldAside(unsigned index, size_t end) {
+      const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
-      constexpr uint32_t kAsked = kIfMore | kIfTest | kByBit | kByBitIfMore | kGuarded;
       const bool csn1 = (type_.flags & kCsn1) != 0;
       if (csn1 && (wire.flags & kQuits) != 0 && !more()) {
          quit_ = true;
@@ -350,7 +392,7 @@ private:
       return 0;
    }
    // A part of a structure that ends ahead of it: L, and nothing that is optional.
-   int blank(unsigned index) {
+   [[gnu::noinline]] int blank(unsigned index) {
       const Row& row = module_.rows[index];
       uint8_t* place = record_ + row.offset;
       switch (row.kind) {
@@ -368,7 +410,7 @@ private:
       default: return 0;
       }
    }
-   int absent(const Row& row, const Wire& wire) {
+   [[gnu::noinline]] int absent(const Row& row, const Wire& wire) {
       setAbsent(record_, row.presence);
       if (row.kind == Kind::List && row.presence != kNone) store(record_ + row.count, row.width, 0);
       if ((wire.flags & kGuarded) != 0 && row.kind == Kind::Nested) {
@@ -385,7 +427,7 @@ private:
       std::memcpy(record_ + row.offset, &empty, sizeof empty);
    }
    // A bare length is always there; what is left in it tells whether an optional field is.
-   int aroundBare(unsigned index, size_t end) {
+   [[gnu::noinline]] int aroundBare(unsigned index, size_t end) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       L3_TRY(push(module_.texts + wire.name));
@@ -416,72 +458,86 @@ private:
       case Kind::Flag: return decFlag(ctxt_, name, place);
       case Kind::Number:
       case Kind::NamedNumber: return integer(index, name, place);
-      case Kind::Constant: {
-         uint32_t unused;
-         // Zeros behind all else of a length need not all be there.
-         if ((type_.flags & kCsn1) != 0 && end != kNoEnd && offset() + wire.bits > end)
-            return skipBits(static_cast<uint32_t>(end > offset() ? end - offset() : 0));
-         return decInteger(ctxt_, name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
-      }
-      case Kind::Octets: return untested(wire, decOctets(ctxt_, name, place, row.capacity));
+      case Kind::Constant: return constant(wire, name, end);
+      case Kind::Octets: return octets(row, wire, name);
       case Kind::Bits: return decBitField(ctxt_, name, place, row.capacity);
       case Kind::Padding: align(); return 0;
       case Kind::CountedOctets: return countedOctets(index, name);
       case Kind::CountedBits: return countedBits(index, name);
-      case Kind::Null: return name != nullptr ? nothing(name) : 0;
+      case Kind::Null: return null(name);
       case Kind::Nested: return nested(index, name, place);
-      case Kind::Group:
-         if (name != nullptr) L3_TRY(push(name));
-         clearPresence(row.count, row.width);
-         L3_TRY(block(row.first, unsigned{row.first} + row.rows, kNoEnd));
-         if (name != nullptr) pop();
-         return 0;
-      case Kind::Choice:
-         if (name != nullptr) L3_TRY(push(name));
-         L3_TRY(choice(index, end));
-         if (name != nullptr) pop();
-         return 0;
+      case Kind::Group: return group(row, name);
+      case Kind::Choice: return choice(index, name, end);
       case Kind::List: return list(index, name);
-      case Kind::Length: {
-         uint16_t unused = 0;
-         frame::Length length;
-         void* target = row.width == 0 ? static_cast<void*>(&unused) : place;
-         const bool inBits = (wire.flags & kInBits) != 0;
-         L3_TRY(openInFull(ctxt_, module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
-                           module_.limits[wire.limits], !inBits, length));
-         if (inBits) {
-            const auto bits = static_cast<size_t>(load(place, row.width)) + wire.number;
-            length.end = offset() + bits;
-            if (const int status = hot::pushContainerBits(ctxt_, bits); status < 0) return failed(status);
-         }
-         L3_TRY(block(row.first, unsigned{row.first} + row.rows, length.end));
-         return quit_ ? 0 : closeInFull(ctxt_, length);
-      }
+      case Kind::Length: return lengthAhead(row, wire);
       case Kind::Chain: return chain(index, end);
       case Kind::Since: return block(row.first, unsigned{row.first} + row.rows, end);
-      case Kind::Swap:
-         for (unsigned i = row.rows; i-- > 0;) L3_TRY(field(row.first + i, end));
-         return 0;
-      case Kind::Span: {
-         const size_t start = offset();
-         L3_TRY(block(row.first, unsigned{row.first} + row.rows, end));
-         store(place, row.width, (offset() - start) / 8);
-         return 0;
-      }
+      case Kind::Swap: return swapped(row, end);
+      case Kind::Span: return span(row, end);
       default: return 0;
       }
    }
 
+   // The kinds stand alone, so that none pays for another's registers.
+   [[gnu::noinline]] int constant(const Wire& wire, const char* name, size_t end) {
+      uint32_t unused;
+      // Zeros behind all else of a length need not all be there.
+      if ((type_.flags & kCsn1) != 0 && end != kNoEnd && offset() + wire.bits > end)
+         return skipBits(static_cast<uint32_t>(end > offset() ? end - offset() : 0));
+      return decInteger(ctxt_, name, &unused, {wire.bits, 4, false, 0, ~uint64_t{0}});
+   }
+   [[gnu::noinline]] int group(const Row& row, const char* name) {
+      if (name != nullptr) L3_TRY(push(name));
+      clearPresence(row.count, row.width);
+      L3_TRY(block(row.first, unsigned{row.first} + row.rows, kNoEnd));
+      if (name != nullptr) pop();
+      return 0;
+   }
+   [[gnu::noinline]] int choice(unsigned index, const char* name, size_t end) {
+      if (name != nullptr) L3_TRY(push(name));
+      L3_TRY(choice(index, end));
+      if (name != nullptr) pop();
+      return 0;
+   }
+   [[gnu::noinline]] int lengthAhead(const Row& row, const Wire& wire) {
+      uint16_t unused = 0;
+      frame::Length length;
+      uint8_t* place = record_ + row.offset;
+      void* target = row.width == 0 ? static_cast<void*>(&unused) : place;
+      const bool inBits = (wire.flags & kInBits) != 0;
+      L3_TRY(openInFull(ctxt_, module_.texts + wire.name, wire.bits, target, wire.bits == 16 ? 2 : 1,
+                        module_.limits[wire.limits], !inBits, length));
+      if (inBits) {
+         const auto bits = static_cast<size_t>(load(place, row.width)) + wire.number;
+         length.end = offset() + bits;
+         if (const int status = hot::pushContainerBits(ctxt_, bits); status < 0) return failed(status);
+      }
+      L3_TRY(block(row.first, unsigned{row.first} + row.rows, length.end));
+      return quit_ ? 0 : closeInFull(ctxt_, length);
+   }
+   [[gnu::noinline]] int swapped(const Row& row, size_t end) {
+      for (unsigned i = row.rows; i-- > 0;) L3_TRY(field(row.first + i, end));
+      return 0;
+   }
+   [[gnu::noinline]] int span(const Row& row, size_t end) {
+      const size_t start = offset();
+      L3_TRY(block(row.first, unsigned{row.first} + row.rows, end));
+      store(record_ + row.offset, row.width, (offset() - start) / 8);
+      return 0;
+   }
+
+   [[gnu::noinline]] int null(const char* name) { return name != nullptr ? nothing(name) : 0; }
    // Octets of a fixed number: their status is the codec's own if they come last, and dropped
    // otherwise, as all codecs of the family do: what follows meets the same end.
-   int untested(const Wire& wire, int status) {
+   [[gnu::noinline]] int octets(const Row& row, const Wire& wire, const char* name) {
+      const int status = decOctets(ctxt_, name, record_ + row.offset, row.capacity);
       result_ = 0;
       if ((type_.flags & kCsn1) != 0 || standard()) return status < 0 ? failed(status) : 0;
       if ((wire.flags & kLast) == 0) return unlessMemory(status);
       result_ = status;
       return 0;
    }
-   int integer(unsigned index, const char* name, uint8_t* place) {
+   [[gnu::noinline]] int integer(unsigned index, const char* name, uint8_t* place) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
@@ -489,7 +545,7 @@ private:
       return decInteger(ctxt_, name, place,
                         {wire.bits, row.width, (wire.flags & kLogged) != 0, limits.low, limits.high});
    }
-   int countedOctets(unsigned index, const char* name, uint8_t* record) {
+   [[gnu::noinline]] int countedOctets(unsigned index, const char* name, uint8_t* record) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const Limits& limits = module_.limits[wire.limits];
@@ -511,7 +567,7 @@ private:
       return status;
    }
    int countedOctets(unsigned index, const char* name) { return countedOctets(index, name, record_); }
-   int countedBits(unsigned index, const char* name) {
+   [[gnu::noinline]] int countedBits(unsigned index, const char* name) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       if ((row.flags & kHeap) != 0)
@@ -526,7 +582,7 @@ private:
    }
 
    // A message that stands inside something else.
-   int inner(const Module& module, const Type& type, uint8_t* value) {
+   [[gnu::noinline]] int inner(const Module& module, const Type& type, uint8_t* value) {
       return Decoder::inner(
             [&](RtxContext* ctxt, uint8_t* place) { return decodeType(ctxt, module, type, place); }, value);
    }
@@ -544,7 +600,7 @@ private:
          const uint64_t first = value(wire.argument), second = value(wire.second);
          if ((wire.flags & kPreset) != 0 && (wire.number == 0 || parameter_ != kNoOuter))
             L3_TRY(setSize(module, type, place, first));
-         const int status = tried_ ? decodeInFull(ctxt_, module, type, place, first, second)
+         const int status = tried_ ? decodeTried(ctxt_, module, type, place, first, second)
                                    : decodeType(ctxt_, module, type, place, first, second);
          if (status < 0) return fail(ctxt_, status);
          if ((type_.flags & kCsn1) != 0 && wire.lead != 0) L3_TRY(skipBits(wire.lead));
@@ -566,7 +622,7 @@ private:
       return at / 8 < ctxt_->bufSize ? ctxt_->bufData[at / 8] >> (7 - at % 8) & 1u : 0;
    }
    // The contents of a type with a length, without it; or its choice, by a bit further on.
-   int inside(unsigned index, const Module& module, const Type& type, uint8_t* place) {
+   [[gnu::noinline]] int inside(unsigned index, const Module& module, const Type& type, uint8_t* place) {
       const Wire& wire = module_.wires[index];
       Decoding contents(ctxt_, module, type, place);
       const unsigned first = firstOnWire(type);
@@ -595,7 +651,7 @@ private:
       return arms(index, t, end);
    }
    // Bits are read until they are those of an arm.
-   int patterns(unsigned index, size_t end) {
+   [[gnu::noinline]] int patterns(unsigned index, size_t end) {
       const Row& row = module_.rows[index];
       const bool high = (module_.wires[index].flags & kHigh) != 0;
       unsigned longest = 0;
@@ -627,7 +683,7 @@ private:
    }
 
    // Entries: how many, how they are led, where they go.
-   int list(unsigned index, const char* name) {
+   [[gnu::noinline]] int list(unsigned index, const char* name) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const bool heap = (row.flags & kHeap) != 0, timed = (wire.flags & kTimes) != 0;
@@ -711,7 +767,7 @@ private:
    }
 
    // Octets led by an ext bit, each under its own name: 1 ends the chain.
-   int chain(unsigned index, size_t end) {
+   [[gnu::noinline]] int chain(unsigned index, size_t end) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
       const bool skips = (wire.flags & kSkips) != 0;
@@ -791,19 +847,30 @@ private:
    bool tried_ = false; // the short form of the row at hand
 };
 
+[[gnu::noinline]] int decodeElementInFull(RtxContext* ctxt, const Module& module, const Type& type,
+                                          uint8_t* value, uint64_t parameter) {
+   return Decoding(ctxt, module, type, value, parameter).element();
+}
+[[gnu::noinline]] int decodeMessageInFull(RtxContext* ctxt, const Module& module, const Type& type,
+                                          uint8_t* value) {
+   Decoding decoding(ctxt, module, type, value);
+   switch (type.codec) {
+   case walk::Codec::Message: return decoding.message();
+   case walk::Codec::OneElement: return decoding.oneElement();
+   default: return decoding.pdu();
+   }
+}
+
 int decodeInFull(RtxContext* ctxt, const Module& module, const Type& itself, uint8_t* value,
                  uint64_t parameter, uint64_t second) {
    const Type& type = formOf(ctxt, module, itself);
    switch (type.codec) {
    case walk::Codec::Element:
       // What is inside is tried in short again: most of it is well, and a failure lies deep down.
-      return Decoding(ctxt, module, type, value, (type.flags & kCsn1) != 0 ? second : parameter).element();
-   case walk::Codec::Message: return Decoding(ctxt, module, type, value).message();
-   case walk::Codec::OneElement: return Decoding(ctxt, module, type, value).oneElement();
-   case walk::Codec::Pdu: return Decoding(ctxt, module, type, value).pdu();
-   case walk::Codec::ByHand: break;
+      return decodeElementInFull(ctxt, module, type, value, (type.flags & kCsn1) != 0 ? second : parameter);
+   case walk::Codec::ByHand: return type.decode(ctxt, value, parameter, second);
+   default: return decodeMessageInFull(ctxt, module, type, value);
    }
-   return type.decode(ctxt, value, parameter, second);
 }
 
 // In short form at the cursor; false if that will not do.
@@ -817,11 +884,19 @@ L3_INLINE bool decodeShortly(RtxContext* ctxt, const Type& type, uint8_t* value,
 
 int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t* value, uint64_t parameter,
                uint64_t second) {
+   if (type.messageDecode != nullptr) {
+      const uint8_t* end = ctxt->bufBitsLeft == 8 && !isStandard(ctxt)
+                                 ? messageEnd(ctxt, (type.flags & kElementsEnd) != 0)
+                                 : nullptr;
+      return end != nullptr ? type.messageDecode(ctxt, value, end)
+                            : decodeInFull(ctxt, module, type, value, parameter, second);
+   }
    const uint8_t* end = ctxt->bufBitsLeft == 8 ? shortEnd(ctxt, (type.flags & kEndsByItself) != 0) : nullptr;
    if (end != nullptr) [[likely]] {
-      if (type.messageDecode != nullptr && !isStandard(ctxt)) return type.messageDecode(ctxt, value, end);
-      if (type.shortDecode != nullptr && decodeShortly(ctxt, type, value, end))
-         return frame::Codec(ctxt).done();
+      if (type.shortDecode != nullptr)
+         return decodeShortly(ctxt, type, value, end)
+                      ? frame::Codec(ctxt).done()
+                      : decodeTried(ctxt, module, type, value, parameter, second);
       // A message of one element, with nothing behind it.
       if (type.codec == walk::Codec::OneElement) {
          const Type& base = modules[type.rows]->types[type.first];

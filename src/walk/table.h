@@ -170,6 +170,7 @@ enum TypeFlags : uint16_t {
    kShortLength = 512,   // the record has one octet for a length of two
    kSixes = 256,         // Message: elements with IEIs 7x have two octets of length, TS 24.007, 11.2.4
    kEndsByItself = 2048, // the end of what it stands in does not matter
+   kElementsEnd = 4096,  // Message: so it is with each of its elements
 };
 
 using ShortDecode = const uint8_t* (*)(const uint8_t* at, const uint8_t* end, RtxContext* ctxt, void* value);
