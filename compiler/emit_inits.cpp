@@ -1,206 +1,172 @@
-// Initialisers: the stores that make a record safe to fill, in the order of its fields.
+// Initialisers: the stores that make a record safe to fill, in the order of its steps.
 
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 
 namespace l3c {
 
 namespace {
 
-class InitEmitter {
+using Lines = std::vector<std::string>;
+
+// A few stores stand where they are needed; a long row of them is called.
+constexpr size_t kMostInline = 8;
+
+// The stores of an initialiser: what tells what is there, and the values that a description gives.
+class Stores {
 public:
-   std::string type(const Type& type) {
-      w_ = Writer();
-      w_.open("int " + initName(type) + "(" + recordName(type) + "* pvalue) {");
-      if (&baseType(type) != &type)
-         w_.line("return " + initName(baseType(type)) + "(pvalue);");
-      else
-         contents(type);
-      w_.close();
-      return w_.text();
+   static Lines of(const Type& type, const std::string& root) {
+      Stores stores(root);
+      stores.record(type.fields, "");
+      const Program program = lower(type);
+      stores.steps(program.steps);
+      stores.steps(program.optional);
+      // Not the whole of it, which default mode never reads and which lies far from all else.
+      if (!appendedFields(type).empty()) {
+         stores.clear("standard.m");
+         stores.appended(lower(*type.standard));
+      }
+      return std::move(stores.lines_);
    }
 
 private:
-   void contents(const Type& type) {
-      if (type.kind == TypeKind::Octets) {
-         countAndOctets("pvalue->", type.storage.heap);
-      } else if (type.kind == TypeKind::Bits) {
-         countAndOctets("pvalue->", type.storage.heap, "numbits");
-      } else if (type.kind == TypeKind::List) {
-         countAndEntries("pvalue->", type.storage.heap);
-      } else if (!isPlain(type)) {
-         record(type.fields, "pvalue->");
-         // Not the whole of it, which default mode never reads and which lies far from all else.
-         const auto appended = appendedFields(type);
-         if (!appended.empty()) w_.line("pvalue->standard.m = {};");
-         for (const Field* field : appended)
-            if (field->appended) one(*field, "pvalue->standard.");
-      } else { // plain values alone
-         w_.line("*pvalue = {};");
-      }
-      w_.line("return 0;");
+   explicit Stores(const std::string& root) : root_(root) {}
+
+   void store(const std::string& member, const std::string& value) {
+      lines_.push_back(root_ + member + " = " + value + ";");
    }
+   void clear(const std::string& member) { store(member, "{}"); }
 
    void record(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place) {
-      if (!presenceBits(fields).empty()) w_.line(place + "m = {};");
-      for (auto* field : recordFields(fields)) one(*field, place);
+      if (!presenceBits(fields).empty()) clear(place + "m");
    }
 
-   void countAndOctets(const std::string& place, bool heap, const std::string& count = "numocts") {
-      w_.line(place + count + " = 0;");
-      if (heap) w_.line(place + "data = nullptr;");
+   void steps(const std::vector<Step>& steps) {
+      for (auto& step : steps) one(step);
    }
 
-   void countAndEntries(const std::string& place, bool heap) {
-      w_.line(place + "n = 0;");
-      if (heap) w_.line(place + "elem = nullptr;");
+   void appended(const Program& program) {
+      const auto all = [this](auto& self, const std::vector<Step>& steps) -> void {
+         for (auto& step : steps) step.field->appended ? one(step) : self(self, step.steps);
+      };
+      all(all, program.steps);
+      all(all, program.optional);
+   }
+
+   // An array or a string of a member, or the value itself: its count, and where it lies.
+   void array(const Step& step, const std::string& count, const char* data) {
+      const std::string place = step.member.empty() ? "" : step.member + ".";
+      store(place + count, "0");
+      if (step.storage.heap) store(place + data, "nullptr");
    }
 
    // The arms share their storage, and which of them comes is not known yet.
    void clearUnion(const std::string& place) {
-      w_.line("std::memset(&" + place + "u, 0, sizeof(" + place + "u));");
+      lines_.push_back("std::memset(&" + root_ + place + "u, 0, sizeof(" + root_ + place + "u));");
    }
 
-   void one(const Field& field, const std::string& place) {
-      const std::string lvalue = place + cName(field.name);
-      switch (field.kind) {
-      case Kind::Named: return named(field, lvalue);
-      case Kind::Counted:
-      case Kind::Sized:
-      case Kind::Fill:
-      case Kind::Tail: return countAndOctets(lvalue + ".", field.storage.heap, countMember(field));
-      case Kind::BitTail:
-      case Kind::FillBits:
-      case Kind::SizedBits: return countAndOctets(lvalue + ".", field.storage.heap, "numbits");
-      case Kind::Each: return countAndEntries(lvalue + ".", field.storage.heap);
-      case Kind::Group: return record(field.fields, lvalue + ".");
-      case Kind::Choice: {
-         const std::string inner = field.name.empty() ? place : lvalue + ".";
-         if (field.selector != Selector::Field) w_.line(inner + "t = 0;");
-         return clearUnion(inner);
+   void one(const Step& step) {
+      switch (step.op) {
+      case Op::Flag:
+      case Op::Integer:
+      case Op::Span:
+         if (step.field != nullptr && clearsField(*step.field))
+            store(step.member, std::to_string(step.field->init.value_or(0)));
+         return steps(step.steps);
+      case Op::Counted:
+      case Op::Sized: return array(step, step.field ? countMember(*step.field) : "numocts", "data");
+      case Op::RestBits:
+      case Op::SizedBits: return array(step, "numbits", "data");
+      case Op::List: return array(step, "n", "elem");
+      case Op::Choice:
+      case Op::Pointers: {
+         const std::string place = step.name.empty() ? step.place : step.member + ".";
+         if (step.op == Op::Pointers || step.field->selector != Selector::Field) store(place + "t", "0");
+         return clearUnion(place);
       }
-      case Kind::Messages: w_.line(lvalue + ".t = 0;"); return clearUnion(lvalue + ".");
-      case Kind::Flag:
-      case Kind::Uint:
-         if (clearsField(field)) w_.line(lvalue + " = " + std::to_string(field.init.value_or(0)) + ";");
-         return;
-      default: return;
+      case Op::Group: record(step.field->fields, step.member + "."); return steps(step.steps);
+      case Op::Call:
+      case Op::Contents:
+      case Op::Message: return value(step);
+      default: return steps(step.steps);
       }
    }
 
-   void named(const Field& field, const std::string& lvalue) {
-      if (field.present) return;
-      const Type& type = *field.type.type;
+   // A value of another type.
+   void value(const Step& step) {
+      const Type& type = *step.type;
+      const auto& init = step.field->init;
       switch (passing(type)) {
-      case Passing::Text: w_.line(lvalue + "[0] = 0;"); return;
-      case Passing::TextPointer: w_.line(lvalue + " = nullptr;"); return;
+      case Passing::Text: return store(step.member + "[0]", "0");
+      case Passing::TextPointer: return store(step.member, "nullptr");
       case Passing::Value:
-         if (field.init) w_.line(lvalue + " = " + std::to_string(*field.init) + ";");
+         if (init) store(step.member, std::to_string(*init));
          return;
       default: break;
       }
+      if (init) return clear(step.member);
       const Type& base = baseType(type);
-      if (field.init) {
-         w_.line(lvalue + " = {};");
-      } else if (!hasInit(type)) { // spare bits alone
-         if (base.kind == TypeKind::Record) record(base.fields, lvalue + ".");
-      } else if (stores(base) > kMostInline ||
-                 !appendedFields(base).empty()) { // a few stores stand here; a long row of them is called
-
-         w_.line(initName(type) + "(&" + lvalue + ");");
-      } else if (base.kind == TypeKind::Octets || base.kind == TypeKind::Bits) {
-         countAndOctets(lvalue + ".", base.storage.heap, base.kind == TypeKind::Bits ? "numbits" : "numocts");
-      } else if (base.kind == TypeKind::List) {
-         countAndEntries(lvalue + ".", base.storage.heap);
-      } else {
-         record(base.fields, lvalue + ".");
-      }
+      const Lines inner = of(base, root_ + step.member + ".");
+      if (hasInit(type) && (inner.size() > kMostInline || !appendedFields(base).empty()))
+         lines_.push_back(initName(type) + "(&" + root_ + step.member + ");");
+      else
+         lines_.insert(lines_.end(), inner.begin(), inner.end());
    }
 
-   static constexpr size_t kMostInline = 8;
-
-   static size_t stores(const Type& type) {
-      const Passing how = passing(type);
-      const Type& base = baseType(type);
-      if (!hasInit(type) && base.kind != TypeKind::Record)
-         return how == Passing::Text || how == Passing::TextPointer;
-      if (base.kind == TypeKind::Record || base.kind == TypeKind::Message || base.kind == TypeKind::Pdu)
-         return stores(base.fields);
-      return 1;
-   }
-
-   static size_t stores(const std::vector<std::unique_ptr<Field>>& fields) {
-      size_t sum = !presenceBits(fields).empty();
-      for (auto* field : recordFields(fields)) {
-         switch (field->kind) {
-         case Kind::Named:
-            sum += field->init ? 1 : field->type.type != nullptr ? stores(*field->type.type) : 0;
-            break;
-         case Kind::Group: sum += stores(field->fields); break;
-         case Kind::Choice:
-         case Kind::Messages: sum += 2; break;
-         case Kind::Counted:
-         case Kind::Sized:
-         case Kind::Fill:
-         case Kind::Tail:
-         case Kind::BitTail:
-         case Kind::FillBits:
-         case Kind::SizedBits:
-         case Kind::Each: sum += 1; break;
-         default: sum += clearsField(*field); break;
-         }
-      }
-      return sum;
-   }
-
-   Writer w_;
+   const std::string root_; // of the record, with what parts it from its members
+   Lines lines_;
 };
 
 // The rest of what shows: no presence bit, selector or count guards it.
 class ValueClearer {
 public:
-   void contents(const Type& type, const std::string& place) {
+   void contents(const Type& type, const std::string& root) {
       const Type& base = baseType(type);
-      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V)
-         text_ += place + "length = 0; ";
-      fields(base.fields, place);
+      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V) text_ += root + "length = 0; ";
+      steps(lower(base).steps, root);
    }
    std::string text() const { return text_; }
 
 private:
-   void fields(const std::vector<std::unique_ptr<Field>>& fields, const std::string& place) {
-      for (auto& field : fields) { // presence bits guard these
-         if (field->optional || field->ieiBits != 0 || field->kind == Kind::Since) continue;
-         one(*field, place + cName(field->name));
-         if (field->onlyOnWire()) this->fields(field->fields, place);
+   void steps(const std::vector<Step>& steps, const std::string& root) {
+      for (auto& step : steps) // presence bits guard these
+         if (step.field != nullptr && !step.field->optional && step.op != Op::Since) one(step, root);
+   }
+
+   void one(const Step& step, const std::string& root) {
+      const std::string lvalue = root + step.member;
+      switch (step.op) {
+      case Op::Flag:
+      case Op::Integer:
+      case Op::Length:
+      case Op::Span:
+         if (!step.member.empty() && !clearsField(*step.field)) text_ += lvalue + " = 0; ";
+         return steps(step.steps, root);
+      case Op::Octets:
+      case Op::Bits: return fill(lvalue);
+      case Op::Call:
+      case Op::Contents:
+      case Op::Message:
+         if (!step.field->init) value(*step.type, lvalue);
+         return;
+      case Op::Choice:
+      case Op::List: return;
+      default: return steps(step.steps, root);
       }
    }
 
-   void one(const Field& field, const std::string& lvalue) {
-      switch (field.kind) {
-      case Kind::Flag:
-      case Kind::Uint:
-      case Kind::Frame:
-         if (!clearsField(field)) text_ += lvalue + " = 0; ";
-         return;
-      case Kind::Octets:
-      case Kind::Bits: text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); "; return;
-      case Kind::Group: return fields(field.fields, lvalue + ".");
-      case Kind::Named:
-         if (!field.present && !field.init) named(*field.type.type, lvalue);
-         return;
-      default: return;
-      }
+   void fill(const std::string& lvalue) {
+      text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); ";
    }
 
-   void named(const Type& type, const std::string& lvalue) {
+   void value(const Type& type, const std::string& lvalue) {
       switch (passing(type)) {
       case Passing::Value: text_ += lvalue + " = {}; "; return;
-      case Passing::Array: text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); "; return;
-      default: break;
+      case Passing::Array: return fill(lvalue);
+      default: return contents(type, lvalue + ".");
       }
-      contents(type, lvalue + ".");
    }
 
    std::string text_;
@@ -222,9 +188,24 @@ void emitInits(const Model&, const Module& module, Outputs& out) {
    w.line();
    w.line("#include <cstring>");
    w.line();
-   InitEmitter emitter;
-   for (auto& type : module.types)
-      if (hasInit(*type)) w.raw(emitter.type(*type) + "\n");
+   for (auto& type : module.types) {
+      if (!hasInit(*type)) continue;
+      w.open("int " + initName(*type) + "(" + recordName(*type) + "* pvalue) {");
+      const Type& base = baseType(*type);
+      if (&base != type.get()) {
+         w.line("return " + initName(base) + "(pvalue);");
+      } else {
+         const bool record = base.kind == TypeKind::Message || base.kind == TypeKind::Pdu;
+         if (record && isPlain(base)) { // values alone
+            w.line("*pvalue = {};");
+         } else {
+            for (auto& line : Stores::of(base, "pvalue->")) w.line(line);
+         }
+         w.line("return 0;");
+      }
+      w.close();
+      w.line();
+   }
    out["src/" + module.file + "Init.cpp"] = w.text();
 }
 

@@ -212,8 +212,11 @@ bool leavesContainer(const Type& type) {
 bool hasShortForm(const Type& type) {
    // Of a structure, what has none inside is left to the exact form when it is there.
    if (type.structure && type.kind != TypeKind::Alias) return !type.custom && !type.presized && !type.outer;
-   if (type.custom || type.kind == TypeKind::Text) return type.shortForm;
+   // Codecs by hand are templates over both forms, but for those of messages.
+   if (type.custom && type.kind == TypeKind::List) return hasShortEntry(*type.base.type);
+   if (type.custom) return type.kind == TypeKind::Record || type.kind == TypeKind::Text;
    switch (type.kind) {
+   case TypeKind::Text:
    case TypeKind::Enum:
    case TypeKind::Number:
    case TypeKind::Octets:
@@ -293,7 +296,11 @@ void markBehindBits(Model& model) {
 
 bool standsAmongBits(const Type& type) {
    if (type.structure) return hasShortForm(type) && type.kind != TypeKind::Alias;
-   if (type.custom || type.amongBits) return type.amongBits;
+   if (type.custom) {
+      const Width width = widthOf(type);
+      return hasShortForm(type) && !width.open && (width.low % 8 != 0 || width.high % 8 != 0);
+   }
+   if (type.amongBits) return true;
    if (type.kind != TypeKind::Record || type.cls == Class::LV || type.cls == Class::LVE) return false;
    return type.cls == Class::LB || std::any_of(type.fields.begin(), type.fields.end(), [](auto& field) {
              return field->lead != Lead::None ||

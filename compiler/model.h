@@ -222,8 +222,7 @@ struct Type {
    bool open = false;                   // Digits: the text has the room that the count asks for
    bool padded = false;                 // Record: the contents end within an octet, on purpose
    bool returns = false;                // Record: its release groups quit
-   bool shortForm = false;              // custom: the codec by hand has a short form
-   bool amongBits = false;              // it stands behind a bit inside an octet; custom: by its description
+   bool amongBits = false;              // it stands behind a bit inside an octet
    bool custom = false, noDecoder = false;
    std::vector<EnumRow> rows; // Enum; Number: named values
    bool plain = false;        // Number: the print shows numbers, and the names are beside them

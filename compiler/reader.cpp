@@ -290,8 +290,6 @@ void Reader::quirks(Type& type) {
       Fits fits;
    } table[] = {
          {"custom", &Type::custom, always},
-         {"short", &Type::shortForm, [](const Type& t) { return t.custom || t.kind == TypeKind::Text; }},
-         {"amongbits", &Type::amongBits, [](const Type& t) { return t.custom; }},
          {"nodecoder", &Type::noDecoder, always},
          {"ownsample", &Type::ownSample, [](const Type& t) { return t.kind == TypeKind::Record; }},
          {"twins", &Type::twins, message},

@@ -3,9 +3,11 @@
 
 using namespace quorva::frame;
 
-int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
-   L3_ENCODES(TS24007L3_L3HdrOptions);
-   Encoder e(pctxt);
+// The half octet alone is none for short forms: those of headers go on behind it.
+static int encode_TS24007L3_L3HdrOptions(ShortEncoder&, const TS24007L3_L3HdrOptions*) {
+   return kNotShort;
+}
+static int encode_TS24007L3_L3HdrOptions(Encoder& e, TS24007L3_L3HdrOptions* pvalue) {
    L3_TRY(e.begin("L3HdrOptions"));
    switch (pvalue->t) {
    case 1: L3_TRY(e.fields(armInteger<4>("skipInd", pvalue->u.skipInd))); break;
@@ -27,14 +29,17 @@ int NASEnc_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pva
    }
    return e.done();
 }
+L3_ENCODER_AMONG_BITS(TS24007L3_L3HdrOptions, (TS24007L3_L3HdrOptions * pvalue), (pvalue))
 
 // Always the first alternative, whatever was encoded: the discriminator behind it is not known yet, and its
 // owner re-interprets the record.
-int NASDec_TS24007L3_L3HdrOptions(RtxContext* pctxt, TS24007L3_L3HdrOptions* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24007L3_L3HdrOptions(pctxt, pvalue));
-   Decoder d(pctxt);
+static int decode_TS24007L3_L3HdrOptions(ShortDecoder&, const TS24007L3_L3HdrOptions*) {
+   return kNotShort;
+}
+static int decode_TS24007L3_L3HdrOptions(Decoder& d, TS24007L3_L3HdrOptions* pvalue) {
    L3_TRY(d.begin("L3HdrOptions"));
    pvalue->t = 1;
    L3_TRY(d.fields(armInteger<4>("skipInd", pvalue->u.skipInd)));
    return d.done();
 }
+L3_DECODER_AMONG_BITS(TS24007L3_L3HdrOptions, (TS24007L3_L3HdrOptions * pvalue), (pvalue))

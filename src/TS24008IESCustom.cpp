@@ -6,17 +6,28 @@
 
 using namespace quorva::frame;
 
+static int packSeptets(RtxContext* ctxt, const char** text) {
+   return rtx3GPPEncGSMCharStr(ctxt, *text);
+}
+
+// Outside of others a text on the heap has no rows that standard mode could test it by.
 int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
    L3_TO_STREAM(NASEnc_TS24008IE_GSMString(pctxt, value));
    Encoder e(pctxt);
    L3_TRY(e.begin("GSMString"));
-   L3_TRY(e.traced("GSMString", [&] { return rtx3GPPEncGSMCharStr(pctxt, value); }));
+   L3_TRY(e.traced("GSMString", [&] { return packSeptets(pctxt, &value); }));
    return e.done();
 }
+uint8_t* shortEnc_TS24008IE_GSMString(uint8_t* at, uint8_t* end, RtxContext* pctxt, const char* value) {
+   ShortEncoder e(at, end, pctxt);
+   return e.result(e.message<packSeptets>(&value));
+}
 
-int NASDec_TS24008IE_GSMString(RtxContext* pctxt, const char** pvalue, uint32_t octets, uint32_t spareBits) {
-   L3_FROM_STREAM(NASDec_TS24008IE_GSMString(pctxt, pvalue, octets, spareBits));
-   Decoder d(pctxt);
+static int decode_TS24008IE_GSMString(ShortDecoder&, const char**, uint32_t, uint32_t) {
+   return kNotShort;
+}
+static int decode_TS24008IE_GSMString(Decoder& d, const char** pvalue, uint32_t octets, uint32_t spareBits) {
+   RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("GSMString"));
    // The septets are taken out of the buffer itself; a count beyond the data asks for no memory.
    if (const int status = rtxCheckInputBuffer(pctxt, octets); status < 0) return d.failed(status);
@@ -30,6 +41,8 @@ int NASDec_TS24008IE_GSMString(RtxContext* pctxt, const char** pvalue, uint32_t 
    *pvalue = text;
    return d.done();
 }
+L3_DECODER(TS24008IE_GSMString, (const char** pvalue, uint32_t octets, uint32_t spareBits),
+           (pvalue, octets, spareBits))
 
 // Access point name, TS 24.008, 10.5.6.1 and TS 23.003, 9.1: labels on the wire, dotted text in the record.
 namespace {
@@ -101,6 +114,10 @@ L3_DECODER(TS24008IE_AccessPointName, (char* value), (value))
 namespace {
 
 template <class Units>
+int encodeUnits(ShortEncoder&, const Units&) {
+   return kNotShort;
+}
+template <class Units>
 int encodeUnits(Encoder& e, const Units& ucs2) {
    L3_TRY(e.push("ucs2"));
    if (ucs2.nchars != 0 && ucs2.data == nullptr) return e.failed(RTX_E_NULL);
@@ -152,12 +169,11 @@ void settleSpareBits(TS24008IE_NetworkName& name) {
 
 } // namespace
 
-int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
-   L3_ENCODES(TS24008IE_NetworkName);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24008IE_NetworkName(Coder& e, TS24008IE_NetworkName* pvalue) {
    L3_TRY(e.begin("NetworkName"));
-   OpenLength length;
-   L3_TRY(e.open<8>("length", length));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<8>("length", length));
    if (e.standard()) settleSpareBits(*pvalue);
    L3_TRY(e.fields(
          flag("ext", pvalue->ext),
@@ -167,19 +183,21 @@ int NASEnc_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
    auto& u = pvalue->textString.u;
    switch (pvalue->codingScheme) {
    case TS24008IE_NetworkName_codingScheme_callBcastData:
-      L3_TRY(e.item("callBcastData", NASEnc_TS24008IE_GSMString, u.callBcastData));
+      L3_TRY(e.template item<quorva::type::TS24008IE_GSMString>("callBcastData", u.callBcastData));
       break;
    case TS24008IE_NetworkName_codingScheme_ucs2: L3_TRY(encodeUnits(e, u.ucs2)); break;
    default: return e.badChoice();
    }
    e.pop();
-   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+   L3_TRY(e.template close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
+L3_ENCODER(TS24008IE_NetworkName, (TS24008IE_NetworkName * pvalue), (pvalue))
 
-int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24008IE_NetworkName(pctxt, pvalue));
-   Decoder d(pctxt);
+static int decode_TS24008IE_NetworkName(ShortDecoder&, const TS24008IE_NetworkName*) {
+   return kNotShort;
+}
+static int decode_TS24008IE_NetworkName(Decoder& d, TS24008IE_NetworkName* pvalue) {
    L3_TRY(d.begin("NetworkName"));
    Length length;
    L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
@@ -202,44 +220,53 @@ int NASDec_TS24008IE_NetworkName(RtxContext* pctxt, TS24008IE_NetworkName* pvalu
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24008IE_NetworkName, (TS24008IE_NetworkName * pvalue), (pvalue))
 
-int NASEnc_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
-   L3_ENCODES(TS24008IE_NotificationIndicator);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24008IE_NotificationIndicator(Coder& e, TS24008IE_NotificationIndicator* pvalue) {
    L3_TRY(e.begin("NotificationIndicator"));
    L3_TRY(e.fields(flag("ext", pvalue->ext),
                    value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
    return e.done();
 }
+L3_ENCODER(TS24008IE_NotificationIndicator, (TS24008IE_NotificationIndicator * pvalue), (pvalue))
 
-int NASDec_TS24008IE_NotificationIndicator(RtxContext* pctxt, TS24008IE_NotificationIndicator* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24008IE_NotificationIndicator(pctxt, pvalue));
-   Decoder d(pctxt);
+static int decode_TS24008IE_NotificationIndicator(ShortDecoder&, const TS24008IE_NotificationIndicator*) {
+   return kNotShort;
+}
+static int decode_TS24008IE_NotificationIndicator(Decoder& d, TS24008IE_NotificationIndicator* pvalue) {
    L3_TRY(d.begin("NotificationIndicator"));
    L3_TRY(d.fields(flag("ext", pvalue->ext),
                    value<quorva::type::TS24008IE_NotifIndValues>("value", pvalue->value)));
    L3_TRY(d.nonImperative(1)); // this element alone takes the rest of the message
    return d.done();
 }
+L3_DECODER(TS24008IE_NotificationIndicator, (TS24008IE_NotificationIndicator * pvalue), (pvalue))
 
 // Receive N-PDU numbers list, TS 24.008, 10.5.5.11: entries of twelve bits; a half octet of 0 fills the last
 // octet.
-int NASEnc_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
-   L3_ENCODES(TS24008IE_ReceiveNPDUNumberList);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24008IE_ReceiveNPDUNumberList(Coder& e, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   using Entry = quorva::type::TS24008IE_ReceiveNPDUNumber;
    L3_TRY(e.begin("ReceiveNPDUNumberList"));
-   OpenLength length;
-   L3_TRY(e.open<8>("length", length));
-   L3_TRY(e.repeat(
-         "contents", pvalue->contents.n, pvalue->contents.elem, Limits{1},
-         [](Encoder& each, auto& x) { return NASEnc_TS24008IE_ReceiveNPDUNumber(each.ctxt(), &x); }));
-   L3_TRY(e.close<8>(length, pvalue->length, Limits{2}));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<8>("length", length));
+   L3_TRY(e.repeat("contents", pvalue->contents.n, pvalue->contents.elem, Limits{1}, [](auto& each, auto& x) {
+      if constexpr (Coder::kShort)
+         return each.fields(record<Entry>(nullptr, x)); // goes on within an octet
+      else
+         return each.template call<Entry>(&x);
+   }));
+   L3_TRY(e.template close<8>(length, pvalue->length, Limits{2}));
    return e.done();
 }
+L3_ENCODER(TS24008IE_ReceiveNPDUNumberList, (TS24008IE_ReceiveNPDUNumberList * pvalue), (pvalue))
 
-int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveNPDUNumberList* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24008IE_ReceiveNPDUNumberList(pctxt, pvalue));
-   Decoder d(pctxt);
+static int decode_TS24008IE_ReceiveNPDUNumberList(ShortDecoder&, const TS24008IE_ReceiveNPDUNumberList*) {
+   return kNotShort;
+}
+static int decode_TS24008IE_ReceiveNPDUNumberList(Decoder& d, TS24008IE_ReceiveNPDUNumberList* pvalue) {
+   RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("ReceiveNPDUNumberList"));
    Length length;
    L3_TRY(d.open<8>("length", pvalue->length, Limits{2}, length));
@@ -268,6 +295,7 @@ int NASDec_TS24008IE_ReceiveNPDUNumberList(RtxContext* pctxt, TS24008IE_ReceiveN
    d.align();
    return d.done();
 }
+L3_DECODER(TS24008IE_ReceiveNPDUNumberList, (TS24008IE_ReceiveNPDUNumberList * pvalue), (pvalue))
 
 // Linked TI, TS 24.008, 10.5.6.7: a TI value above 6 stands in an octet of its own.
 namespace {
@@ -339,7 +367,8 @@ size_t filtersOf(const TS24008IE_TFT& tft) {
    }
 }
 
-int encodeFilterList(Encoder& e, TS24008IE_TFT& tft) {
+template <class Coder>
+int encodeFilterList(Coder& e, TS24008IE_TFT& tft) {
    const uint8_t count = tft.octet1.numPacketFilters;
    L3_TRY(e.push("packetFilterList"));
    if (tft.octet1.tftOperationCode == TS24008IE_TFTOctet1_tftOperationCode_delPktFilters) {
@@ -347,18 +376,18 @@ int encodeFilterList(Encoder& e, TS24008IE_TFT& tft) {
       L3_TRY(e.push("identifiers"));
       identifiers.numocts = count; // as for the filters
       if (count != 0 && identifiers.data == nullptr) return e.failed(RTX_E_NULL);
-      L3_TRY(e.traced("OCTET STRING", [&] { return rtxWriteBytes(e.ctxt(), identifiers.data, count); }));
+      L3_TRY(e.tracedOctets("OCTET STRING", identifiers.data, count));
    } else {
       auto& items = tft.packetFilterList.u.filterItems;
       L3_TRY(e.push("filterItems"));
       items.n = count; // the first octet's number, so that both agree on the wire
       if (count != 0 && items.elem == nullptr) {
          L3_TRY(e.push("elem"));
-         rtxErrAddElemNameParm(e.ctxt());
+         if constexpr (!Coder::kShort) rtxErrAddElemNameParm(e.ctxt());
          return e.failed(RTX_E_NULL);
       }
-      L3_TRY(e.repeat(nullptr, items.n, items.elem, Limits{}, [](Encoder& each, auto& x) {
-         return NASEnc_TS24008IE_TFTPacketFilterItem(each.ctxt(), &x);
+      L3_TRY(e.repeat(nullptr, items.n, items.elem, Limits{}, [](auto& each, auto& x) {
+         return each.template call<quorva::type::TS24008IE_TFTPacketFilterItem>(&x);
       }));
    }
    e.pop();
@@ -431,34 +460,71 @@ int decodeParams(Decoder& d, TS24008IE_TFT& tft, size_t end) {
 
 } // namespace
 
-int NASEnc_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
-   L3_ENCODES(TS24008IE_TFT);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24008IE_TFT(Coder& e, TS24008IE_TFT* pvalue) {
    L3_TRY(e.begin("TFT"));
-   L3_TRY(e.constant<8>("length", 0));
-   const size_t start = pctxt->bufByteIndex;
+   L3_TRY(e.template constant<8>("length", 0));
+   const size_t start = e.offset();
+   uint8_t* octet = nullptr;
+   if constexpr (Coder::kShort) octet = e.octetAhead(0) - 1;
    // In standard mode the lists tell what is announced: a text with a higher number reads nothing behind
    // them.
    const size_t count = filtersOf(*pvalue);
    if (e.standard()) {
-      if (count > 15) return failBound(pctxt, count);
+      if (count > 15) return e.badBound(count);
       pvalue->octet1.numPacketFilters = static_cast<uint8_t>(count);
       if (pvalue->paramList.n != 0) pvalue->octet1.eBit = 1;
    }
-   L3_TRY(e.item("octet1", NASEnc_TS24008IE_TFTOctet1, &pvalue->octet1));
+   L3_TRY(e.template item<quorva::type::TS24008IE_TFTOctet1>("octet1", &pvalue->octet1));
    if (!e.standard() || count != 0) L3_TRY(encodeFilterList(e, *pvalue));
-   L3_TRY(e.repeat("paramList", pvalue->paramList.n, pvalue->paramList.elem, Limits{},
-                   [](Encoder& each, auto& x) { return NASEnc_TS24008IE_TFTParam(each.ctxt(), &x); }));
-   const size_t numocts = pctxt->bufByteIndex - start;
+   L3_TRY(e.repeat(
+         "paramList", pvalue->paramList.n, pvalue->paramList.elem, Limits{},
+         [](auto& each, auto& x) { return each.template call<quorva::type::TS24008IE_TFTParam>(&x); }));
+   const size_t numocts = (e.offset() - start) / 8;
    pvalue->length = static_cast<uint8_t>(numocts);
-   pctxt->bufData[start - 1] = pvalue->length;
-   if (numocts == 0 || numocts > UINT8_MAX) return failBound(pctxt, numocts);
+   if constexpr (!Coder::kShort) octet = &e.ctxt()->bufData[start / 8 - 1]; // of a buffer that may have moved
+   *octet = pvalue->length;
+   if (numocts == 0 || numocts > UINT8_MAX) return e.badBound(numocts);
    return e.done();
 }
+L3_ENCODER(TS24008IE_TFT, (TS24008IE_TFT * pvalue), (pvalue))
 
-int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24008IE_TFT(pctxt, pvalue));
-   Decoder d(pctxt);
+// Of lists that end where the length does.
+static int decode_TS24008IE_TFT(ShortDecoder& d, TS24008IE_TFT* pvalue) {
+   if (d.standard()) return kNotShort;
+   ShortDecoder::Length length;
+   L3_TRY(d.open<8>(nullptr, pvalue->length, Limits{}, length));
+   if (!d.more()) return d.close(length);
+   L3_TRY(d.call<quorva::type::TS24008IE_TFTOctet1>(&pvalue->octet1));
+   if (!d.more()) return d.close(length);
+   const size_t count = pvalue->octet1.numPacketFilters;
+   switch (pvalue->octet1.tftOperationCode) {
+   case TS24008IE_TFTOctet1_tftOperationCode_createTFT:
+   case TS24008IE_TFTOctet1_tftOperationCode_addPktFilters:
+   case TS24008IE_TFTOctet1_tftOperationCode_replPktFilters: {
+      auto& items = pvalue->packetFilterList.u.filterItems;
+      L3_TRY(d.repeatTimes(nullptr, count, items.n, items.elem, Limits{}, [](auto& in, auto& x) {
+         x = {};
+         asn1Init_TS24008IE_TFTPacketFilterItem(&x);
+         return in.template call<quorva::type::TS24008IE_TFTPacketFilterItem>(&x);
+      }));
+      break;
+   }
+   case TS24008IE_TFTOctet1_tftOperationCode_delPktFilters:
+      L3_TRY(d.sized(nullptr, count, pvalue->packetFilterList.u.identifiers, Limits{}));
+      break;
+   default: break;
+   }
+   pvalue->paramList.n = 0;
+   if (pvalue->octet1.eBit != 0)
+      L3_TRY(d.repeat(nullptr, pvalue->paramList.n, pvalue->paramList.elem, Limits{}, [](auto& in, auto& x) {
+         asn1Init_TS24008IE_TFTParam(&x);
+         return in.template call<quorva::type::TS24008IE_TFTParam>(&x);
+      }));
+   return d.close(length);
+}
+static int decode_TS24008IE_TFT(Decoder& d, TS24008IE_TFT* pvalue) {
+   RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("TFT"));
    L3_TRY(d.push("length"));
    L3_TRY(d.tracedOctets("INTEGER", &pvalue->length, 1));
@@ -479,3 +545,4 @@ int NASDec_TS24008IE_TFT(RtxContext* pctxt, TS24008IE_TFT* pvalue) {
    if (d.standard()) L3_TRY(d.within({8 * end}));
    return d.done();
 }
+L3_DECODER(TS24008IE_TFT, (TS24008IE_TFT * pvalue), (pvalue))

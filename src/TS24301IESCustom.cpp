@@ -94,18 +94,16 @@ static size_t remoteAddressOctets(uint32_t type) {
 
 // Remote UE context, TS 24.301, 9.9.4.20. Two bits between spare and addrType tell, ahead of the address,
 // whether the port ranges follow it.
-int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
-   L3_ENCODES(TS24301IE_RemoteUECtxt);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24301IE_RemoteUECtxt(Coder& e, TS24301IE_RemoteUECtxt* pvalue) {
    L3_TRY(e.begin("RemoteUECtxt"));
-   OpenLength length;
-   L3_TRY(e.open<8>("length", length));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<8>("length", length));
    L3_TRY(e.fields(integer<8>("numUserIdents", pvalue->numUserIdents)));
    if (pvalue->m.userIdentsPresent)
-      L3_TRY(e.repeatTimes("userIdents", pvalue->numUserIdents, pvalue->userIdents.n, pvalue->userIdents.elem,
-                           Limits{}, [](Encoder& in, TS24301IE_UserIdentity& x) {
-                              return NASEnc_TS24301IE_UserIdentity(in.ctxt(), &x);
-                           }));
+      L3_TRY(e.repeatTimes(
+            "userIdents", pvalue->numUserIdents, pvalue->userIdents.n, pvalue->userIdents.elem, Limits{},
+            [](auto& in, auto& x) { return in.template call<quorva::type::TS24301IE_UserIdentity>(&x); }));
    L3_TRY(e.fields(integer<3>("spare", pvalue->spare)));
    L3_TRY(e.push("upri4"));
    L3_TRY(e.leadBit("optional bit", pvalue->m.udpPortRangePresent));
@@ -116,27 +114,27 @@ int NASEnc_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    L3_TRY(e.fields(value<quorva::type::TS24301IE_RemoteUEAddrType>("addrType", pvalue->addrType)));
    L3_TRY(e.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo));
    if (pvalue->m.udpPortRangePresent)
-      L3_TRY(unlessDropped(e, e.octets<4>("udpPortRange", pvalue->udpPortRange)));
+      L3_TRY(unlessDropped(e, e.template octets<4>("udpPortRange", pvalue->udpPortRange)));
    if (pvalue->m.tcpPortRangePresent)
-      L3_TRY(unlessDropped(e, e.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
-   L3_TRY(e.close<8>(length, pvalue->length, Limits{}));
+      L3_TRY(unlessDropped(e, e.template octets<4>("tcpPortRange", pvalue->tcpPortRange)));
+   L3_TRY(e.template close<8>(length, pvalue->length, Limits{}));
    return e.done();
 }
+L3_ENCODER(TS24301IE_RemoteUECtxt, (TS24301IE_RemoteUECtxt * pvalue), (pvalue))
 
-int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24301IE_RemoteUECtxt(pctxt, pvalue));
-   Decoder d(pctxt);
+template <class Coder>
+static int decode_TS24301IE_RemoteUECtxt(Coder& d, TS24301IE_RemoteUECtxt* pvalue) {
    L3_TRY(d.begin("RemoteUECtxt"));
    pvalue->m = {};
-   Length length;
-   L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
+   typename Coder::Length length;
+   L3_TRY(d.template open<8>("length", pvalue->length, Limits{}, length));
    L3_TRY(d.fieldsIn(length, integer<8>("numUserIdents", pvalue->numUserIdents)));
    pvalue->userIdents.n = 0;
    if (d.more()) {
       L3_TRY(d.repeatTimes("userIdents", pvalue->numUserIdents, pvalue->userIdents.n, pvalue->userIdents.elem,
-                           Limits{}, [](Decoder& in, TS24301IE_UserIdentity& x) {
+                           Limits{}, [](auto& in, auto& x) {
                               asn1Init_TS24301IE_UserIdentity(&x);
-                              return NASDec_TS24301IE_UserIdentity(in.ctxt(), &x);
+                              return in.template call<quorva::type::TS24301IE_UserIdentity>(&x);
                            }));
       pvalue->m.userIdentsPresent = 1;
       L3_TRY(d.within(length));
@@ -153,15 +151,16 @@ int NASDec_TS24301IE_RemoteUECtxt(RtxContext* pctxt, TS24301IE_RemoteUECtxt* pva
    L3_TRY(d.sized("addrInfo", remoteAddressOctets(pvalue->addrType), pvalue->addrInfo, Limits{}));
    L3_TRY(d.within(length));
    if (udp != 0) {
-      L3_TRY(unlessDropped(d, d.octets<4>("udpPortRange", pvalue->udpPortRange)));
+      L3_TRY(unlessDropped(d, d.template octets<4>("udpPortRange", pvalue->udpPortRange)));
       pvalue->m.udpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }
    if (tcp != 0) {
-      L3_TRY(unlessDropped(d, d.octets<4>("tcpPortRange", pvalue->tcpPortRange)));
+      L3_TRY(unlessDropped(d, d.template octets<4>("tcpPortRange", pvalue->tcpPortRange)));
       pvalue->m.tcpPortRangePresent = 1;
       L3_TRY(d.within(length));
    }
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24301IE_RemoteUECtxt, (TS24301IE_RemoteUECtxt * pvalue), (pvalue))

@@ -251,13 +251,12 @@ L3_DECODER(TS24501IE_AreaDescriptions, (TS24501IE_AreaDescriptions * pvalue), (p
 
 // Entry of the extended CAG information list, TS 24.501, 9.11.3.86. The CAG-IDs are as long as cagIdIndLen
 // tells if lci is set, else they take all that is left of the entry.
-int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
-   L3_ENCODES(TS24501IE_ExtCAGEntry);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS24501IE_ExtCAGEntry(Coder& e, TS24501IE_ExtCAGEntry* pvalue) {
    L3_TRY(e.begin("ExtCAGEntry"));
-   OpenLength length;
-   L3_TRY(e.open<16>("length", length));
-   L3_TRY(e.item("mcc-mnc", NASEnc_TS24008IE_MCCMNCPair, &pvalue->mcc_mnc));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<16>("length", length));
+   L3_TRY(e.template item<quorva::type::TS24008IE_MCCMNCPair>("mcc-mnc", &pvalue->mcc_mnc));
    L3_TRY(e.fields(integer<4>("spare1", pvalue->spare1), integer<1>("caili", pvalue->caili),
                    flag("lci", pvalue->lci), flag("spare2", pvalue->spare2),
                    flag("cagOnly", pvalue->cagOnly)));
@@ -270,23 +269,24 @@ int NASEnc_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalu
    if (pvalue->m.cagIdPresent) L3_TRY(e.fill("cagId", pvalue->cagId));
    L3_TRY(e.push("cagIdAddlInfoList"));
    if (pvalue->caili == 1) {
-      L3_TRY(e.item("present", NASEnc_TS24501IE_CAGIdAddlInfoList, &pvalue->cagIdAddlInfoList.u.present));
+      L3_TRY(e.template item<quorva::type::TS24501IE_CAGIdAddlInfoList>(
+            "present", &pvalue->cagIdAddlInfoList.u.present));
    } else {
       L3_TRY(e.nothing("absent"));
    }
    e.pop();
-   L3_TRY(e.close<16>(length, pvalue->length, Limits{}));
+   L3_TRY(e.template close<16>(length, pvalue->length, Limits{}));
    return e.done();
 }
+L3_ENCODER(TS24501IE_ExtCAGEntry, (TS24501IE_ExtCAGEntry * pvalue), (pvalue))
 
-int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalue) {
-   L3_FROM_STREAM(NASDec_TS24501IE_ExtCAGEntry(pctxt, pvalue));
-   Decoder d(pctxt);
+template <class Coder>
+static int decode_TS24501IE_ExtCAGEntry(Coder& d, TS24501IE_ExtCAGEntry* pvalue) {
    L3_TRY(d.begin("ExtCAGEntry"));
    pvalue->m = {};
-   Length length;
-   L3_TRY(d.open<16>("length", pvalue->length, Limits{}, length));
-   L3_TRY(d.item("mcc-mnc", NASDec_TS24008IE_MCCMNCPair, &pvalue->mcc_mnc));
+   typename Coder::Length length;
+   L3_TRY(d.template open<16>("length", pvalue->length, Limits{}, length));
+   L3_TRY(d.template item<quorva::type::TS24008IE_MCCMNCPair>("mcc-mnc", &pvalue->mcc_mnc));
    L3_TRY(d.within(length));
    L3_TRY(d.fieldsIn(length, integer<4>("spare1", pvalue->spare1), integer<1>("caili", pvalue->caili),
                      flag("lci", pvalue->lci), flag("spare2", pvalue->spare2),
@@ -304,7 +304,8 @@ int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalu
    }
    L3_TRY(d.push("cagIdAddlInfoList"));
    if (pvalue->caili == 1) {
-      L3_TRY(d.item("present", NASDec_TS24501IE_CAGIdAddlInfoList, &pvalue->cagIdAddlInfoList.u.present));
+      L3_TRY(d.template item<quorva::type::TS24501IE_CAGIdAddlInfoList>(
+            "present", &pvalue->cagIdAddlInfoList.u.present));
    } else {
       L3_TRY(d.nothing("absent"));
    }
@@ -312,3 +313,4 @@ int NASDec_TS24501IE_ExtCAGEntry(RtxContext* pctxt, TS24501IE_ExtCAGEntry* pvalu
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS24501IE_ExtCAGEntry, (TS24501IE_ExtCAGEntry * pvalue), (pvalue))

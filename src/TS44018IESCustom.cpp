@@ -13,6 +13,9 @@ int closeLength(Encoder& e, const OpenLength& length, uint8_t& numocts) {
    numocts = static_cast<uint8_t>(count);
    return 0;
 }
+int closeLength(ShortEncoder& e, const ShortEncoder::OpenLength& length, uint8_t& numocts) {
+   return e.close<8>(length, numocts, Limits{});
+}
 
 } // namespace
 
@@ -136,12 +139,11 @@ int pair(Coder& coder, TS44018IE_Multirate_Configuration& m, size_t index) {
 
 } // namespace
 
-int NASEnc_TS44018IE_Multirate_Configuration(RtxContext* pctxt, TS44018IE_Multirate_Configuration* pvalue) {
-   L3_ENCODES(TS44018IE_Multirate_Configuration);
-   Encoder e(pctxt);
+template <class Coder>
+static int encode_TS44018IE_Multirate_Configuration(Coder& e, TS44018IE_Multirate_Configuration* pvalue) {
    L3_TRY(e.begin("Multirate-Configuration"));
-   OpenLength length;
-   L3_TRY(e.open<8>("length", length));
+   typename Coder::OpenLength length;
+   L3_TRY(e.template open<8>("length", length));
    L3_TRY(e.fields(value<quorva::type::TS44018IE_Multirate_Configuration_multirate_speech_version>(
                          "multirate-speech-version", pvalue->multirate_speech_version),
                    integer<1>("nscb", pvalue->nscb), integer<1>("icmi", pvalue->icmi),
@@ -154,15 +156,18 @@ int NASEnc_TS44018IE_Multirate_Configuration(RtxContext* pctxt, TS44018IE_Multir
    L3_TRY(e.push("hysteresis"));
    if (pvalue->hysteresis.n != pairs) return RTX_E_CONSTRAINT;
    e.pop();
-   if (pairs != 0) L3_TRY(e.constant<kSpareBits>(nullptr, 0));
+   if (pairs != 0) L3_TRY(e.template constant<kSpareBits>(nullptr, 0));
    for (size_t i = 0; i < pairs; ++i) L3_TRY(pair(e, *pvalue, i));
    L3_TRY(closeLength(e, length, pvalue->length));
    return e.done();
 }
+L3_ENCODER(TS44018IE_Multirate_Configuration, (TS44018IE_Multirate_Configuration * pvalue), (pvalue))
 
-int NASDec_TS44018IE_Multirate_Configuration(RtxContext* pctxt, TS44018IE_Multirate_Configuration* pvalue) {
-   L3_FROM_STREAM(NASDec_TS44018IE_Multirate_Configuration(pctxt, pvalue));
-   Decoder d(pctxt);
+static int decode_TS44018IE_Multirate_Configuration(ShortDecoder&, const TS44018IE_Multirate_Configuration*) {
+   return kNotShort;
+}
+static int decode_TS44018IE_Multirate_Configuration(Decoder& d, TS44018IE_Multirate_Configuration* pvalue) {
+   const RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("Multirate_Configuration"));
    Length length;
    L3_TRY(d.open<8>("length", pvalue->length, Limits{}, length));
@@ -188,6 +193,7 @@ int NASDec_TS44018IE_Multirate_Configuration(RtxContext* pctxt, TS44018IE_Multir
    L3_TRY(d.close(length));
    return d.done();
 }
+L3_DECODER(TS44018IE_Multirate_Configuration, (TS44018IE_Multirate_Configuration * pvalue), (pvalue))
 
 // VGCS ciphering parameters, TS 44.018, 10.5.2.42b.
 namespace {

@@ -145,6 +145,8 @@ public:
    int badChoice() { return kNotShort; }
    int badBound(uint64_t) { return kNotShort; }
    int nothing(const char*) { return 0; }
+   int pushIndex(size_t) { return 0; }
+   void popIndex(size_t) {}
 
 protected:
    RtxContext* ctxt_;
@@ -186,6 +188,7 @@ public:
    L3_INLINE int fieldsIn(const Length&, const Parts&... parts) {
       return fields(parts...);
    }
+   int within(const Length&) const { return 0; }
    template <class Type>
    L3_INLINE int enumeration(uint32_t& value) {
       uint64_t word;
