@@ -19,9 +19,6 @@ int NASEnc_TS24008IE_GSMString(RtxContext* pctxt, const char* value) {
    return e.done();
 }
 uint8_t* shortEnc_TS24008IE_GSMString(uint8_t* at, uint8_t* end, RtxContext* pctxt, const char* value) {
-   // With room for all, of two septets a character at most, no buffer grows and leaves what stands ahead
-   // behind.
-   if (value != nullptr && std::strlen(value) > static_cast<size_t>(end - at) / 2) return nullptr;
    ShortEncoder e(at, end, pctxt);
    return e.result(e.message<packSeptets>(&value));
 }

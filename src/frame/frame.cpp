@@ -253,10 +253,13 @@ uint8_t* encodeInside(RtxContext* ctxt, uint8_t* at, int (*encode)(RtxContext*, 
    if (!hot::nothingRecorded(ctxt)) return nullptr;
    Before before(ctxt);
    const uint8_t* buffer = ctxt->bufData;
+   const size_t size = ctxt->bufSize;
    if (before.placeName() < 0) return nullptr;
    ctxt->bufByteIndex = static_cast<size_t>(at - buffer);
-   // A buffer that grows on demand may have moved, and what the short forms around know of it is void.
-   if (encode(ctxt, value) < 0 || ctxt->bufBitsLeft != 8 || ctxt->bufData != buffer) {
+   // A buffer that grows on demand may have moved or got another end, and what the short forms around know of
+   // it is void.
+   if (encode(ctxt, value) < 0 || ctxt->bufBitsLeft != 8 || ctxt->bufData != buffer ||
+       ctxt->bufSize != size) {
       before.comeBack();
       return nullptr;
    }

@@ -57,6 +57,30 @@ TEST(RoundTrip, SampleEncodesDecodesAndPrintsAlike) {
    EXPECT_GT(tried, 800u);
 }
 
+// A buffer that grows may move or stay where it is, whatever wrote into it at that moment: an element, a
+// message inside or a text. Neither is anything lost, nor is a place beyond its end taken for room.
+TEST(RoundTrip, BuffersGrowAnywhere) {
+   Capture fixed(kTextRoom), growing(kTextRoom);
+   for (auto* type : allTypes()) {
+      if (!type->sample || !type->encode) continue;
+      SCOPED_TRACE(type->name);
+      const Coded coded = encode(fixed.ctxt, *type, type->sample(&fixed.ctxt));
+      for (size_t room = 1; coded.status >= 0 && room <= std::min<size_t>(coded.octets.size(), 300); ++room) {
+         RtxContext& ctxt = growing.ctxt;
+         void* sample = type->sample(&ctxt);
+         ASSERT_EQ(rtxCtxtSetBufPtr(&ctxt, nullptr, room), 0);
+         EXPECT_EQ(type->encode(&ctxt, sample), coded.status);
+         ASSERT_LE(rtxCtxtGetBitOffset(&ctxt), ctxt.bufSize * 8) << room;
+         const Octets octets(ctxt.bufData, ctxt.bufData + coded.octets.size());
+         ASSERT_EQ(hexFromOctets(octets), hexFromOctets(coded.octets)) << room;
+         ctxt.flags &= ~RTX_CTXT_RAW_TAIL;
+         rtxMemReset(&ctxt);
+         rtxErrReset(&ctxt);
+      }
+      rtxMemReset(&fixed.ctxt);
+   }
+}
+
 // A record in fresh pages of its own, which the system counts once they are read or written.
 class Pages {
 public:
