@@ -135,26 +135,6 @@ bool copyTexts(RtxContext* dest, RtxErrInfo* to, const RtxErrInfo* from) {
    return true;
 }
 
-/** A status in a new record, or none for want of memory. */
-int setNewData(RtxContext* pctxt, int status, RtxErrInfo* info) {
-   RtxErrInfo& fixed = pctxt->errFixed;
-   if (info != nullptr) {
-      fixed.status = 0;
-      if (status != RTX_E_OVERFLOW) {
-         info->status = static_cast<int16_t>(status);
-         return sumUp(pctxt);
-      }
-   } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
-      // This status needs no memory. The record is not fatal: callers see 0.
-      unlinkFixed(pctxt);
-      pctxt->errFixedNode.data = &fixed;
-      rtxDListAppendNode(&pctxt->errList, &pctxt->errFixedNode);
-   } else {
-      return RTX_E_NOMEM;
-   }
-   return rtxErrSetData(pctxt, status, nullptr, 0);
-}
-
 } // namespace
 
 namespace quorva {
@@ -180,7 +160,7 @@ void forgetEnded(RtxContext* pctxt) {
 int recordFailure(RtxContext* pctxt, int status) {
    if (hot::isOnRecord(pctxt, status)) return status;
    if (pctxt->errList.head != nullptr || status == RTX_E_OVERFLOW) return recordAnother(pctxt, status);
-   const int overall = setNewData(pctxt, status, rtxErrNewNode(pctxt));
+   const int overall = rtxErrSetNewData(pctxt, status, nullptr, 0); // the first one needs no look at others
    return overall < 0 ? overall : status;
 }
 
@@ -206,8 +186,23 @@ int rtxErrSetData(RtxContext* pctxt, int status, const char* file, int line) {
    return sumUp(pctxt);
 }
 
-int rtxErrSetNewData(RtxContext* pctxt, int status, const char*, int) {
-   return setNewData(pctxt, status, rtxErrNewNode(pctxt));
+int rtxErrSetNewData(RtxContext* pctxt, int status, const char* file, int line) {
+   RtxErrInfo& fixed = pctxt->errFixed;
+   if (RtxErrInfo* info = rtxErrNewNode(pctxt)) {
+      fixed.status = 0;
+      if (status != RTX_E_OVERFLOW) {
+         info->status = static_cast<int16_t>(status);
+         return sumUp(pctxt);
+      }
+   } else if (fixed.status == 0 && status == RTX_E_NOMEM) {
+      // This status needs no memory. The record is not fatal: callers see 0.
+      unlinkFixed(pctxt);
+      pctxt->errFixedNode.data = &fixed;
+      rtxDListAppendNode(&pctxt->errList, &pctxt->errFixedNode);
+   } else {
+      return RTX_E_NOMEM;
+   }
+   return rtxErrSetData(pctxt, status, file, line);
 }
 
 int rtxErrGetStatus(const RtxContext* pctxt) {
