@@ -509,11 +509,7 @@ private:
 
    int record(const Shape& shape, Owner& around) {
       if (shape.form == nullptr) return fields(shape, around);
-      // In what a look without standard mode shows.
-      Shape family;
-      if (isStandardMode(ctxt_) && shapeOf(shape.type, shape.place, family, Rows::Family) &&
-          family.form != shape.form)
-         clear(family);
+      if (isStandardMode(ctxt_)) clearFamily(shape);
       Owner own;
       L3_TRY(fields(shape, own));
       return finish(own);

@@ -269,16 +269,19 @@ void begin(const Module& module, const Row& arm, uint8_t* record, Rows by) {
    clearAbsent(record, arm.presence);
 }
 
+void clearFamily(const Shape& shape) {
+   Shape family;
+   if (shape.form != nullptr && shapeOf(shape.type, shape.place, family, Rows::Family) &&
+       family.form != shape.form)
+      clear(family);
+}
+
 void clear(const Shape& shape, Rows by) {
    if (shape.kind != Kind::Group) {
       if (shape.row != nullptr) clear(*shape.module, *shape.row, shape.record, by);
       return;
    }
-   // What the family alone has shows in a look without standard mode, as long as nothing is appended.
-   Shape family;
-   if (by == Rows::Standard && shape.form != nullptr &&
-       shapeOf(shape.type, shape.place, family, Rows::Family) && family.form != shape.form)
-      clear(family);
+   if (by == Rows::Standard) clearFamily(shape);
    clearPresence(shape);
    for (unsigned i = shape.first; i < shape.first + shape.rows; ++i)
       if (isInitial(shape.module->rows[i])) clear(*shape.module, shape.module->rows[i], shape.record, by);

@@ -132,13 +132,15 @@ Names namesOf(const Shape& leaf);
 const char* meaningOf(const Module& module, const Row& row, const uint8_t* record);
 
 // The first state of a field: numbers, counts and selectors 0 or what the description says, optional fields
-// absent. Nothing is freed.
-// By Rows::Standard records get the first state of both modes.
+// absent. Nothing is freed. By Rows::Standard records get the first state of both modes.
 void clear(const Module& module, const Row& row, uint8_t* record, Rows by = Rows::Family);
 void clear(const Shape& record, Rows by = Rows::Family);
 // The same for an arm that has just been selected. One that standard mode alone has is there from now on, or
 // a look without that mode would take what another arm has left for the family's.
 void begin(const Module& module, const Row& arm, uint8_t* record, Rows by = Rows::Family);
+// Of a record told by its rows in standard mode what the family has: a look without that mode shows it as
+// long as nothing is appended.
+void clearFamily(const Shape& record);
 // Is it to be cleared with its record? In standard mode some optional lists go by their count alone.
 inline bool isInitial(const Row& row) {
    return row.presence == kNone || row.kind == Kind::List;
