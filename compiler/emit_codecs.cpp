@@ -867,26 +867,39 @@ std::string prologue(const Module& module, bool encode) {
    return w.text();
 }
 
+// The holes of what stands around a type's codec.
+Holes entryHoles(const Type& type, bool encode) {
+   return {{"codec", encode ? encoderName(type) : decoderName(type)},
+           {"code", encode ? "encode" : "decode"},
+           {"parameters", encode ? encodeParameters(type) : decodeParameters(type)},
+           {"arguments", argumentNames(type, encode)},
+           {"L3_STREAM", encode ? "L3_TO_STREAM" : "L3_FROM_STREAM"}};
+}
+
 // A text of digits is one call.
 std::string digitCodec(const Type& type, bool encode) {
-   const std::string parameters = encode ? encodeParameters(type) : decodeParameters(type);
-   const std::string function = encode              ? "encodeDigitText"
-                                : type.storage.heap ? "decodeDigitTextToHeap"
-                                : type.open         ? "decodeOpenDigitText"
-                                                    : "decodeDigitText<" + std::to_string(type.count) + ">";
-   const std::string names = argumentNames(type, encode);
-   const std::string codec = encode ? encoderName(type) : decoderName(type);
-   return "int " + codec + "(RtxContext* pctxt" + parameters + ") {\n   " +
-          (encode ? "L3_TO_STREAM(" : "L3_FROM_STREAM(") + codec + "(pctxt" + names + "));\n   return " +
-          function + "(pctxt, \"" + type.name + "\"" + names + ");\n}\n" + shortDeclaration(type, encode) +
-          " {\n   return " + function + "(at, end, pctxt" + names + ");\n}\n\n";
+   Writer w(entryHoles(type, encode));
+   w.fill(R"(
+int $codec(RtxContext* pctxt$parameters) {
+   $L3_STREAM($codec(pctxt$arguments));
+   return $function(pctxt, "$name"$arguments);
+}
+$short {
+   return $function(at, end, pctxt$arguments);
+}
+)",
+          {{"function", encode              ? "encodeDigitText"
+                        : type.storage.heap ? "decodeDigitTextToHeap"
+                        : type.open         ? "decodeOpenDigitText"
+                                            : "decodeDigitText<" + std::to_string(type.count) + ">"},
+           {"name", type.name},
+           {"short", shortDeclaration(type, encode)}});
+   w.line();
+   return w.text();
 }
 
 // The function of a type that goes by its rows.
 std::string entry(const Type& type, bool encode) {
-   Writer w;
-   w.open("int " + (encode ? encoderName(type) : decoderName(type)) + "(RtxContext* pctxt" +
-          (encode ? encodeParameters(type) : decodeParameters(type)) + ") {");
    std::string value = "pvalue";
    switch (passing(type)) {
    case Passing::Nothing: value = "nullptr"; break;
@@ -900,9 +913,13 @@ std::string entry(const Type& type, bool encode) {
       for (auto& parameter :
            baseType(type).kind == TypeKind::Digits ? std::vector<std::string>{"numocts"} : type.parameters)
          value += ", " + cName(parameter);
-   w.line(std::string("return quorva::walk::") + (encode ? "encode" : "decode") + "(pctxt, " +
-          tableArguments(type) + ", " + value + ");");
-   w.close();
+   Writer w(entryHoles(type, encode));
+   w.fill(R"(
+int $codec(RtxContext* pctxt$parameters) {
+   return quorva::walk::$code(pctxt, $type, $value);
+}
+)",
+          {{"type", tableArguments(type)}, {"value", value}});
    return w.text();
 }
 

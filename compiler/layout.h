@@ -2,34 +2,11 @@
 #pragma once
 
 #include "compiler/model.h"
+#include "compiler/writer.h"
 
 #include <string>
 
 namespace l3c {
-
-// Text with indentation.
-class Writer {
-public:
-   void line(const std::string& text = "") {
-      if (!text.empty()) text_.append(static_cast<size_t>(depth_) * 3, ' ').append(text);
-      text_ += '\n';
-   }
-   void open(const std::string& text) {
-      line(text);
-      ++depth_;
-   }
-   void close(const std::string& text = "}") {
-      --depth_;
-      line(text);
-   }
-   void raw(const std::string& text) { text_ += text; }
-   const std::string& text() const { return text_; }
-   std::string& text() { return text_; }
-
-private:
-   std::string text_;
-   int depth_ = 0;
-};
 
 // The type behind aliases and one-element messages.
 const Type& baseType(const Type& type);

@@ -1,0 +1,57 @@
+// Text that the compiler writes: forms with named holes, and lines with indentation.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace l3c {
+
+// What fills the holes of a name.
+struct Hole {
+   std::string_view name;
+   std::string text;
+};
+using Holes = std::vector<Hole>;
+
+class Writer {
+public:
+   Writer() = default;
+   // Holes that every form has.
+   explicit Writer(Holes standing) : standing_(std::move(standing)) {}
+
+   void line(const std::string& text = "") {
+      if (!text.empty()) text_.append(static_cast<size_t>(depth_) * 3, ' ').append(text);
+      text_ += '\n';
+   }
+   void open(const std::string& text) {
+      line(text);
+      ++depth_;
+   }
+   void close(const std::string& text = "}") {
+      --depth_;
+      line(text);
+   }
+   void raw(const std::string& text) { text_ += text; }
+
+   // The lines of a form with `$name` or `${name}` filled in. A line break right behind the form's begin does
+   // not count, so that one may stand in a raw literal as it will in the file. A line that is a hole alone
+   // takes as many lines as fill it, each indented as it is; it goes if there are none. A name that no hole
+   // has is a fault of the compiler's: std::logic_error.
+   void fill(std::string_view form, const Holes& holes = {});
+   // The same as a text of its own, not indented and without a line break at its end.
+   std::string filled(std::string_view form, const Holes& holes = {}) const;
+
+   const std::string& text() const { return text_; }
+   std::string& text() { return text_; }
+
+private:
+   const std::string& valueOf(std::string_view name, std::string_view form, const Holes& holes) const;
+
+   Holes standing_;
+   std::string text_;
+   int depth_ = 0;
+};
+
+} // namespace l3c

@@ -1,0 +1,38 @@
+// Forms with named holes.
+#include "compiler/writer.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using l3c::Writer;
+
+TEST(Writer, FillsHolesAndIndentsWhatTheyBring) {
+   Writer w(l3c::Holes{{"coder", "d"}});
+   w.open("{");
+   w.fill(R"(
+int ${name}_$coder($arguments) {
+   $body
+   $nothing
+
+   return $coder.$name;
+}
+)",
+          {{"name", "x"}, {"arguments", ""}, {"body", "if (y) {\n   z();\n\n}\n"}, {"nothing", ""}});
+   w.fill("$nothing", {{"nothing", ""}});
+   w.fill("a $name", {{"name", "$coder"}});
+   w.close();
+   EXPECT_EQ(w.text(), "{\n"
+                       "   int x_d() {\n"
+                       "      if (y) {\n"
+                       "         z();\n"
+                       "\n"
+                       "      }\n"
+                       "\n"
+                       "      return d.x;\n"
+                       "   }\n"
+                       "   a $coder\n"
+                       "}\n");
+   EXPECT_EQ(w.filled("$coder.length"), "d.length");
+   EXPECT_THROW(w.fill("$code"), std::logic_error);
+}
