@@ -26,6 +26,7 @@ TEST_P(Forms, LeaveTheSame) {
          const std::vector<uint8_t> cut(whole.begin(), whole.begin() + static_cast<long>(length));
          pair.decode(*type, cut, 0);
          pair.decode(*type, shifted(cut), 4);
+         for (const size_t container : {length + 3, length / 2 + 1}) pair.decode(*type, cut, 0, container);
       }
       for (unsigned turn = 0; turn < 24 && !whole.empty(); ++turn) {
          std::vector<uint8_t> flipped = whole;

@@ -54,8 +54,9 @@ public:
       return text;
    }
 
-   int decode(const QuorvaType& type, std::vector<uint8_t>& octets, unsigned bit) {
+   int decode(const QuorvaType& type, std::vector<uint8_t>& octets, unsigned bit, size_t container) {
       start(octets, bit);
+      if (container != 0) rtxCtxtPushContainerBytes(&capture_.ctxt, container);
       room_ = std::make_unique<Room>(type, 0xA5);
       return type.decode(&capture_.ctxt, room_->get());
    }
@@ -75,18 +76,21 @@ class Pair {
 public:
    explicit Pair(uint32_t mode = 0) : runners_{{Form::Short, mode}, {Form::Full, mode}} {}
 
-   // Octets behind the decoded ones are not there; those ahead of `bit` are.
-   void decode(const QuorvaType& type, const std::vector<uint8_t>& octets, unsigned bit) {
+   // Octets behind the decoded ones are not there; those ahead of `bit` are. `container`: octets of one
+   // around, if it is not 0.
+   void decode(const QuorvaType& type, const std::vector<uint8_t>& octets, unsigned bit,
+               size_t container = 0) {
       std::vector<uint8_t> input[2] = {octets, octets};
       int status[2];
       std::string left[2];
       for (int i = 0; i < 2; ++i) {
          input[i].shrink_to_fit();
          if (input[i].empty()) input[i].reserve(1); // no octets, not no buffer
-         status[i] = runners_[i].decode(type, input[i], bit);
+         status[i] = runners_[i].decode(type, input[i], bit, container);
          left[i] = runners_[i].end(status[i]);
       }
-      ASSERT_EQ(left[0], left[1]) << type.name << " " << hexFromOctets(octets) << " from bit " << bit;
+      ASSERT_EQ(left[0], left[1]) << type.name << " " << hexFromOctets(octets) << " from bit " << bit
+                                  << " in " << container;
       const uint64_t* words[2] = {runners_[0].words(), runners_[1].words()};
       for (size_t i = 0; i < type.size / 8; ++i) {
          if (isAddress(words[0][i]) && isAddress(words[1][i])) continue;
