@@ -2,6 +2,7 @@
 #pragma once
 
 #include "compiler/model.h"
+#include "compiler/writer.h"
 
 #include <map>
 #include <string>
@@ -32,6 +33,12 @@ uint64_t headerArm(const Type& pdu, const TableRow& row);
 // Message types and selectors by their names.
 std::string constants(const Module& module);
 void emitRegistry(const Model& model, Outputs& out); // src/Registry.cpp, the list of headers
+
+// The names that forms are filled with: of a module $module and $file; of a type $record, that behind aliases
+// $base, its functions $encoder, $decoder, $printer, $init and $sample, their parameters behind the context
+// $encodeParameters, $decodeParameters and $printParameters, and $rows, its rows as arguments.
+Holes namesOf(const Module& module);
+Holes namesOf(const Type& type);
 
 // The table that a type's rows stand in, and the type's number there, as arguments.
 std::string tableArguments(const Type& type);

@@ -23,6 +23,15 @@ Found holeOf(std::string_view text) {
    return {text.substr(first, end - first), end + (braced ? 1 : 0)};
 }
 
+void appendLines(std::string& all, std::string_view text, size_t indent) {
+   for (size_t at = 0, end = 0; end != std::string_view::npos; at = end + 1) {
+      end = text.find('\n', at);
+      const std::string_view line = text.substr(at, end - at);
+      if (!line.empty() && line[0] != '#') all.append(indent, ' ');
+      all.append(line) += '\n';
+   }
+}
+
 } // namespace
 
 const std::string& Writer::valueOf(std::string_view name, std::string_view form, const Holes& holes) const {
@@ -34,48 +43,35 @@ const std::string& Writer::valueOf(std::string_view name, std::string_view form,
 }
 
 std::string Writer::filled(std::string_view form, const Holes& holes) const {
-   if (form.substr(0, 1) == "\n") form.remove_prefix(1);
-   if (form.ends_with('\n')) form.remove_suffix(1);
+   if (form.starts_with('\n')) form.remove_prefix(1);
    std::string all;
-   for (bool first = true; first || !form.empty(); first = false) {
+   while (!form.empty()) {
       const std::string_view line = form.substr(0, form.find('\n'));
       form.remove_prefix(std::min(line.size() + 1, form.size()));
       const size_t indent = std::min(line.find_first_not_of(' '), line.size());
-      if (line.substr(indent, 1) == "$" && holeOf(line.substr(indent)).length == line.size() - indent) {
-         std::string_view lines = valueOf(holeOf(line.substr(indent)).name, line, holes);
-         while (!lines.empty()) {
-            const std::string_view one = lines.substr(0, lines.find('\n'));
-            lines.remove_prefix(std::min(one.size() + 1, lines.size()));
-            if (!one.empty()) all.append(indent, ' ').append(one);
-            all += '\n';
-         }
-         continue;
-      }
-      for (size_t at = 0; at < line.size();) {
+      std::string text;
+      bool alone = false;
+      for (size_t at = indent; at < line.size();) {
          const size_t next = std::min(line.find('$', at), line.size());
-         all.append(line, at, next - at);
+         text.append(line, at, next - at);
          at = next;
          if (at == line.size()) break;
          const Found hole = holeOf(line.substr(at));
-         all += valueOf(hole.name, line, holes);
+         text += valueOf(hole.name, line, holes);
          at += hole.length;
+         alone = hole.length == line.size() - indent;
       }
-      all += '\n';
+      if (alone && text.empty()) continue;
+      if (alone && text.ends_with('\n')) text.pop_back();
+      appendLines(all, text, indent);
    }
    if (!all.empty()) all.pop_back();
    return all;
 }
 
 void Writer::fill(std::string_view form, const Holes& holes) {
-   std::string_view lines = form;
-   std::string text = filled(lines, holes);
-   if (text.empty()) return;
-   text += '\n';
-   for (size_t at = 0; at < text.size();) {
-      const size_t end = text.find('\n', at);
-      line(text.substr(at, end - at));
-      at = end + 1;
-   }
+   if (const std::string text = filled(form, holes); !text.empty())
+      appendLines(text_, text, static_cast<size_t>(depth_) * 3);
 }
 
 } // namespace l3c

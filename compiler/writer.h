@@ -1,7 +1,7 @@
 // Text that the compiler writes: forms with named holes, and lines with indentation.
 #pragma once
 
-#include <initializer_list>
+#include <concepts>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +10,9 @@ namespace l3c {
 
 // What fills the holes of a name.
 struct Hole {
+   Hole(std::string_view hole, std::string filling) : name(hole), text(std::move(filling)) {}
+   Hole(std::string_view hole, std::integral auto number) : name(hole), text(std::to_string(number)) {}
+
    std::string_view name;
    std::string text;
 };
@@ -36,10 +39,14 @@ public:
    void raw(const std::string& text) { text_ += text; }
 
    // The lines of a form with `$name` or `${name}` filled in. A line break right behind the form's begin does
-   // not count, so that one may stand in a raw literal as it will in the file. A line that is a hole alone
-   // takes as many lines as fill it, each indented as it is; it goes if there are none. A name that no hole
-   // has is a fault of the compiler's: std::logic_error.
+   // not count, so that one may stand in a raw literal as it will in the file. Where several lines fill a
+   // hole, each is indented as the line with the hole; a line that is a hole alone goes if nothing fills it.
+   // Lines of the preprocessor's are not indented. A name that no hole has is a fault of the compiler's:
+   // std::logic_error.
    void fill(std::string_view form, const Holes& holes = {});
+   void fillIf(bool holds, std::string_view form, const Holes& holes = {}) {
+      if (holds) fill(form, holes);
+   }
    // The same as a text of its own, not indented and without a line break at its end.
    std::string filled(std::string_view form, const Holes& holes = {}) const;
 

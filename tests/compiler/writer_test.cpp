@@ -15,10 +15,16 @@ int ${name}_$coder($arguments) {
    $body
    $nothing
 
-   return $coder.$name;
+   return $call[$number];
 }
+
 )",
-          {{"name", "x"}, {"arguments", ""}, {"body", "if (y) {\n   z();\n\n}\n"}, {"nothing", ""}});
+          {{"name", "x"},
+           {"arguments", ""},
+           {"body", "if (y) {\n   z();\n\n}\n#endif"},
+           {"nothing", ""},
+           {"call", "f(a,\n  b)"},
+           {"number", 7}});
    w.fill("$nothing", {{"nothing", ""}});
    w.fill("a $name", {{"name", "$coder"}});
    w.close();
@@ -28,9 +34,12 @@ int ${name}_$coder($arguments) {
                        "         z();\n"
                        "\n"
                        "      }\n"
+                       "#endif\n"
                        "\n"
-                       "      return d.x;\n"
+                       "      return f(a,\n"
+                       "        b)[7];\n"
                        "   }\n"
+                       "\n"
                        "   a $coder\n"
                        "}\n");
    EXPECT_EQ(w.filled("$coder.length"), "d.length");
