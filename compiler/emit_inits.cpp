@@ -5,19 +5,19 @@
 #include "compiler/naming.h"
 #include "compiler/program.h"
 
+#include <algorithm>
+
 namespace l3c {
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
 // A few stores stand where they are needed; a long row of them is called.
-constexpr size_t kMostInline = 8;
+constexpr std::ptrdiff_t kMostInline = 8;
 
 // The stores of an initialiser: what tells what is there, and the values that a description gives.
 class Stores {
 public:
-   static Lines of(const Type& type, const std::string& root) {
+   static std::string of(const Type& type, const std::string& root) {
       Stores stores(root);
       stores.record(type.fields, "");
       const Program program = lower(type);
@@ -28,14 +28,14 @@ public:
          stores.clear("standard.m");
          stores.appended(lower(*type.standard));
       }
-      return std::move(stores.lines_);
+      return stores.w_.text();
    }
 
 private:
-   explicit Stores(const std::string& root) : root_(root) {}
+   explicit Stores(const std::string& root) : root_(root), w_({{"root", root}}) {}
 
    void store(const std::string& member, const std::string& value) {
-      lines_.push_back(root_ + member + " = " + value + ";");
+      w_.fill("$root$member = $value;", {{"member", member}, {"value", value}});
    }
    void clear(const std::string& member) { store(member, "{}"); }
 
@@ -64,7 +64,7 @@ private:
 
    // The arms share their storage, and which of them comes is not known yet.
    void clearUnion(const std::string& place) {
-      lines_.push_back("std::memset(&" + root_ + place + "u, 0, sizeof(" + root_ + place + "u));");
+      w_.fill("std::memset(&$root${place}u, 0, sizeof($root${place}u));", {{"place", place}});
    }
 
    void one(const Step& step) {
@@ -108,15 +108,16 @@ private:
       }
       if (init) return clear(step.member);
       const Type& base = baseType(type);
-      const Lines inner = of(base, root_ + step.member + ".");
-      if (hasInit(type) && (inner.size() > kMostInline || !appendedFields(base).empty()))
-         lines_.push_back(initName(type) + "(&" + root_ + step.member + ");");
+      const std::string inner = of(base, root_ + step.member + ".");
+      const auto stores = std::ranges::count(inner, '\n');
+      if (hasInit(type) && (stores > kMostInline || !appendedFields(base).empty()))
+         w_.fill("$init(&$root$member);", {{"init", initName(type)}, {"member", step.member}});
       else
-         lines_.insert(lines_.end(), inner.begin(), inner.end());
+         w_.raw(inner);
    }
 
    const std::string root_; // of the record, with what parts it from its members
-   Lines lines_;
+   Writer w_;
 };
 
 // The rest of what shows: no presence bit, selector or count guards it.
@@ -124,7 +125,7 @@ class ValueClearer {
 public:
    void contents(const Type& type, const std::string& root) {
       const Type& base = baseType(type);
-      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V) text_ += root + "length = 0; ";
+      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V) clear(root + "length", "0");
       steps(lower(base).steps, root);
    }
    std::string text() const { return text_; }
@@ -142,7 +143,7 @@ private:
       case Op::Integer:
       case Op::Length:
       case Op::Span:
-         if (!step.member.empty() && !clearsField(*step.field)) text_ += lvalue + " = 0; ";
+         if (!step.member.empty() && !clearsField(*step.field)) clear(lvalue, "0");
          return steps(step.steps, root);
       case Op::Octets:
       case Op::Bits: return fill(lvalue);
@@ -157,13 +158,16 @@ private:
       }
    }
 
+   void clear(const std::string& lvalue, const char* empty) {
+      text_ += Writer().filled("$lvalue = $empty; ", {{"lvalue", lvalue}, {"empty", empty}});
+   }
    void fill(const std::string& lvalue) {
-      text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); ";
+      text_ += Writer().filled("std::memset(&$lvalue, 0, sizeof $lvalue); ", {{"lvalue", lvalue}});
    }
 
    void value(const Type& type, const std::string& lvalue) {
       switch (passing(type)) {
-      case Passing::Value: text_ += lvalue + " = {}; "; return;
+      case Passing::Value: return clear(lvalue, "{}");
       case Passing::Array: return fill(lvalue);
       default: return contents(type, lvalue + ".");
       }
@@ -171,6 +175,13 @@ private:
 
    std::string text_;
 };
+
+std::string initialiser(const Type& type) {
+   const Type& base = baseType(type);
+   if (&base != &type) return "return " + initName(base) + "(pvalue);";
+   const bool message = base.kind == TypeKind::Message || base.kind == TypeKind::Pdu;
+   return (message && isPlain(base) ? "*pvalue = {};\n" : Stores::of(base, "pvalue->")) + "return 0;";
+}
 
 } // namespace
 
@@ -181,31 +192,24 @@ std::string clearValues(const Type& message, const std::string& place) {
 }
 
 void emitInits(const Model&, const Module& module, Outputs& out) {
-   Writer w;
-   w.line("// Initialisers of module " + module.name + ". Generated by l3c from " + module.file + ".l3d.");
-   w.line();
-   w.line("#include \"quorva/" + module.name + ".h\"");
-   w.line();
-   w.line("#include <cstring>");
-   w.line();
-   for (auto& type : module.types) {
-      if (!hasInit(*type)) continue;
-      w.open("int " + initName(*type) + "(" + recordName(*type) + "* pvalue) {");
-      const Type& base = baseType(*type);
-      if (&base != type.get()) {
-         w.line("return " + initName(base) + "(pvalue);");
-      } else {
-         const bool record = base.kind == TypeKind::Message || base.kind == TypeKind::Pdu;
-         if (record && isPlain(base)) { // values alone
-            w.line("*pvalue = {};");
-         } else {
-            for (auto& line : Stores::of(base, "pvalue->")) w.line(line);
-         }
-         w.line("return 0;");
-      }
-      w.close();
-      w.line();
-   }
+   Writer w(namesOf(module));
+   w.fill(R"(
+// Initialisers of module $module. Generated by l3c from $file.l3d.
+
+#include "quorva/$module.h"
+
+#include <cstring>
+
+)");
+   for (auto& type : module.types)
+      if (hasInit(*type))
+         w.fill(R"(
+int $init($record* pvalue) {
+   $stores
+}
+
+)",
+                {{"init", initName(*type)}, {"record", recordName(*type)}, {"stores", initialiser(*type)}});
    out["src/" + module.file + "Init.cpp"] = w.text();
 }
 
