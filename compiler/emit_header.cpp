@@ -156,30 +156,18 @@ $values
       for (auto* table : {&type.table, &type.secondTable})
          for (auto& row : *table)
             if (row.record.type != nullptr && !isStruct(*row.record.type)) define(*row.record.type);
+      const bool drawn = type.kind == TypeKind::Record || type.kind == TypeKind::Message;
       definitions_.fillIf(hasRecord(type), R"(
 /**
  * $words.
-$figure
+ *     $figure
  */
 $definition
 
 )",
                           {{"words", type.doc.empty() ? type.name : type.doc},
-                           {"figure", figureOf(type)},
+                           {"figure", drawn ? '\n' + explain(type) : ""},
                            {"definition", definition(type)}});
-   }
-
-   static std::string figureOf(const Type& type) {
-      if (type.kind != TypeKind::Record && type.kind != TypeKind::Message) return "";
-      const std::string figure = explain(type);
-      std::string all = " *\n";
-      for (size_t at = 0; at < figure.size();) {
-         const size_t end = std::min(figure.find('\n', at), figure.size());
-         const std::string row = figure.substr(at, end - at);
-         all += row.empty() ? " *\n" : " *     " + row + '\n';
-         at = end + 1;
-      }
-      return all;
    }
 
    std::string definition(const Type& type) {

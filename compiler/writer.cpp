@@ -23,11 +23,13 @@ Found holeOf(std::string_view text) {
    return {text.substr(first, end - first), end + (braced ? 1 : 0)};
 }
 
-void appendLines(std::string& all, std::string_view text, size_t indent) {
+// Each line behind `lead`, or behind what is not blank of it.
+void appendLines(std::string& all, std::string_view text, std::string_view lead) {
+   const std::string_view shown = lead.substr(0, lead.find_last_not_of(' ') + 1);
    for (size_t at = 0, end = 0; end != std::string_view::npos; at = end + 1) {
       end = text.find('\n', at);
       const std::string_view line = text.substr(at, end - at);
-      if (!line.empty() && line[0] != '#') all.append(indent, ' ');
+      if (!shown.empty() || !line.starts_with('#')) all += line.empty() ? shown : lead;
       all.append(line) += '\n';
    }
 }
@@ -48,10 +50,10 @@ std::string Writer::filled(std::string_view form, const Holes& holes) const {
    while (!form.empty()) {
       const std::string_view line = form.substr(0, form.find('\n'));
       form.remove_prefix(std::min(line.size() + 1, form.size()));
-      const size_t indent = std::min(line.find_first_not_of(' '), line.size());
+      const size_t lead = std::min(line.find_first_not_of(' ', line.starts_with(" * ") ? 2 : 0), line.size());
       std::string text;
       bool alone = false;
-      for (size_t at = indent; at < line.size();) {
+      for (size_t at = lead; at < line.size();) {
          const size_t next = std::min(line.find('$', at), line.size());
          text.append(line, at, next - at);
          at = next;
@@ -59,11 +61,11 @@ std::string Writer::filled(std::string_view form, const Holes& holes) const {
          const Found hole = holeOf(line.substr(at));
          text += valueOf(hole.name, line, holes);
          at += hole.length;
-         alone = hole.length == line.size() - indent;
+         alone = hole.length == line.size() - lead;
       }
       if (alone && text.empty()) continue;
       if (alone && text.ends_with('\n')) text.pop_back();
-      appendLines(all, text, indent);
+      appendLines(all, text, line.substr(0, lead));
    }
    if (!all.empty()) all.pop_back();
    return all;
@@ -71,7 +73,7 @@ std::string Writer::filled(std::string_view form, const Holes& holes) const {
 
 void Writer::fill(std::string_view form, const Holes& holes) {
    if (const std::string text = filled(form, holes); !text.empty())
-      appendLines(text_, text, static_cast<size_t>(depth_) * 3);
+      appendLines(text_, text, std::string(static_cast<size_t>(depth_) * 3, ' '));
 }
 
 } // namespace l3c

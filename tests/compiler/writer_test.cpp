@@ -26,6 +26,7 @@ int ${name}_$coder($arguments) {
            {"call", "f(a,\n  b)"},
            {"number", 7}});
    w.fill("$nothing", {{"nothing", ""}});
+   w.fill(" *  $text", {{"text", "\nof $coder\n"}});
    w.fill("a $name", {{"name", "$coder"}});
    w.close();
    EXPECT_EQ(w.text(), "{\n"
@@ -40,6 +41,8 @@ int ${name}_$coder($arguments) {
                        "        b)[7];\n"
                        "   }\n"
                        "\n"
+                       "    *\n"
+                       "    *  of $coder\n"
                        "   a $coder\n"
                        "}\n");
    EXPECT_EQ(w.filled("$coder.length"), "d.length");
