@@ -107,12 +107,12 @@ int encodeNone(Coder& e, uint8_t count, uint8_t first) {
    return 0;
 }
 
-int badIdentity(ShortDecoder&, const char*, uint8_t) {
-   return kNotShort;
-}
-int badIdentity(Decoder& d, const char* what, uint8_t value) {
-   rtxErrAddStrParm(d.ctxt(), what);
-   rtxErrAddIntParm(d.ctxt(), value);
+template <class Coder>
+int badIdentity(Coder& d, const char* what, uint8_t value) {
+   if constexpr (!Coder::kShort) {
+      rtxErrAddStrParm(d.ctxt(), what);
+      rtxErrAddIntParm(d.ctxt(), value);
+   }
    return d.failed(RTX_E_CONSTRAINT);
 }
 
