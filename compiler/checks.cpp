@@ -123,7 +123,7 @@ private:
       eachField(type.fields, [&](const Field& field) { this->field(field, type); });
       if (type.cls == Class::LV || type.cls == Class::LVE) {
          Width width = widthOf(type.fields);
-         if (width.fixed() && width.low % 4 != 0 && !type.padded)
+         if (width.fixed() && width.low % 4 != 0 && !type.standard) // its own is looked at
             error(OddBits, type.pos,
                   "The contents take " + text(width.low) + " bits, no whole number of half octets.");
       }

@@ -220,7 +220,6 @@ struct Type {
    bool fill = false;                   // Octets: all that is left in the container
    bool leaveTail = false;              // Record: closing leaves the open tail's flag as it is
    bool open = false;                   // Digits: the text has the room that the count asks for
-   bool padded = false;                 // Record: the contents end within an octet, on purpose
    bool returns = false;                // Record: its release groups quit
    bool amongBits = false;              // it stands behind a bit inside an octet
    bool custom = false, noDecoder = false;

@@ -296,7 +296,6 @@ void Reader::quirks(Type& type) {
          {"tailstop", &Type::tailstop, message},
          {"shifts", &Type::shifts, message},
          {"leavetail", &Type::leaveTail, octets},
-         {"padded", &Type::padded, octets},
          {"aligned", &Type::aligned, octets},
          {"returns", &Type::returns, [](const Type& t) { return lengthed(t) || t.structure; }},
          {"free", &Type::freeCount, [](const Type& t) { return t.times != nullptr; }},

@@ -108,7 +108,7 @@ type Other Cause
 
 -- An element
 element Small V { ext, kind 3, value 4 }  -- one octet
-element Padded LV but padded { a 7 }
+element Padded LV { a 7 standard 8 }
 element Inner LV [1|3|5] { cause Cause, more? octets(tail) }
 element BitCounted LB7 { flag, rest bits(tail) inline 10 }
 element Returning LB7 but returns { since 10 ( newest 2 ), rest bits(tail) }

@@ -94,7 +94,7 @@ TEST(Diagnostics, SeveralAtOnceInOrder) {
 TEST(Diagnostics, Accepted) {
    for (const char* text : {
               "element R LV { a 8 }\nmessage X but twins {\n 11 a R\n 11 b R\n}",
-              "element X LV but padded { a 7 }",
+              "element X LV { a 7 standard 8 }",
               "element X LV { a? if (rest > 3) octets(tail), b 8 }",
               "element X LV { a* 8, b? 8 }",
               "element X LV { n 8 = octets ( a octets(tail) ), b 8 }",
