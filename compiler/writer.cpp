@@ -36,31 +36,44 @@ void appendLines(std::string& all, std::string_view text, std::string_view lead)
 
 } // namespace
 
-const std::string& Writer::valueOf(std::string_view name, std::string_view form, const Holes& holes) const {
-   for (const Holes* all : {&holes, &standing_}) {
-      const auto hit = std::ranges::find(*all, name, &Hole::name);
-      if (hit != all->end()) return hit->text;
-   }
-   throw std::logic_error("no text for $" + std::string(name) + " in: " + std::string(form));
+std::string joined(const std::vector<std::string>& texts, std::string_view between) {
+   std::string all;
+   for (auto& text : texts) (all += &text == texts.data() ? "" : between) += text;
+   return all;
 }
 
-std::string Writer::filled(std::string_view form, const Holes& holes) const {
+std::string Writer::filled(std::string_view form, const Holes& holes, const Lookup& more) const {
+   std::string all, text;
+   const auto append = [&](std::string_view name) {
+      for (const Holes* known : {&holes, &standing_}) {
+         const auto hit = std::ranges::find(*known, name, &Hole::name);
+         if (hit != known->end()) return void(text += hit->text);
+      }
+      const std::optional<std::string> hit = more ? more(name) : std::nullopt;
+      if (!hit) throw std::logic_error("no text for $" + std::string(name) + " in: " + std::string(form));
+      text += *hit;
+   };
    if (form.starts_with('\n')) form.remove_prefix(1);
-   std::string all;
-   while (!form.empty()) {
-      const std::string_view line = form.substr(0, form.find('\n'));
-      form.remove_prefix(std::min(line.size() + 1, form.size()));
+   for (std::string_view left = form; !left.empty();) {
+      const std::string_view line = left.substr(0, left.find('\n'));
+      left.remove_prefix(std::min(line.size() + 1, left.size()));
       const size_t lead = std::min(line.find_first_not_of(' ', line.starts_with(" * ") ? 2 : 0), line.size());
-      std::string text;
       bool alone = false;
+      text.clear();
       for (size_t at = lead; at < line.size();) {
          const size_t next = std::min(line.find('$', at), line.size());
          text.append(line, at, next - at);
          at = next;
          if (at == line.size()) break;
          const Found hole = holeOf(line.substr(at));
-         text += valueOf(hole.name, line, holes);
+         append(hole.name);
          at += hole.length;
+         if (at - hole.length == lead && line.substr(at, 2) == "? ") {
+            at = text.empty() ? line.size() : at + 2;
+            alone = text.empty();
+            text.clear();
+            continue;
+         }
          alone = hole.length == line.size() - lead;
       }
       if (alone && text.empty()) continue;
@@ -69,6 +82,11 @@ std::string Writer::filled(std::string_view form, const Holes& holes) const {
    }
    if (!all.empty()) all.pop_back();
    return all;
+}
+
+std::string Writer::lines(std::string_view form, const Holes& holes, const Lookup& more) const {
+   std::string text = filled(form, holes, more);
+   return text.empty() ? text : text += '\n';
 }
 
 void Writer::fill(std::string_view form, const Holes& holes) {

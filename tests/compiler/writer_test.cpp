@@ -14,6 +14,8 @@ TEST(Writer, FillsHolesAndIndentsWhatTheyBring) {
 int ${name}_$coder($arguments) {
    $body
    $nothing
+   $nothing? never();
+   $sure?    deeper();
 
    return $call[$number];
 }
@@ -22,7 +24,8 @@ int ${name}_$coder($arguments) {
           {{"name", "x"},
            {"arguments", ""},
            {"body", "if (y) {\n   z();\n\n}\n#endif"},
-           {"nothing", ""},
+           {"nothing", false},
+           {"sure", true},
            {"call", "f(a,\n  b)"},
            {"number", 7}});
    w.fill("$nothing", {{"nothing", ""}});
@@ -36,6 +39,7 @@ int ${name}_$coder($arguments) {
                        "\n"
                        "      }\n"
                        "#endif\n"
+                       "         deeper();\n"
                        "\n"
                        "      return f(a,\n"
                        "        b)[7];\n"
@@ -46,5 +50,8 @@ int ${name}_$coder($arguments) {
                        "   a $coder\n"
                        "}\n");
    EXPECT_EQ(w.filled("$coder.length"), "d.length");
+   const l3c::Lookup lengths = [](std::string_view name) { return std::to_string(name.size()); };
+   EXPECT_EQ(w.lines("$coder.$length ? $at", {{"at", 7}}, lengths), "d.6 ? 7\n");
+   EXPECT_EQ(w.lines("$nothing? ", {{"nothing", ""}}), "");
    EXPECT_THROW(w.fill("$code"), std::logic_error);
 }
