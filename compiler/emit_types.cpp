@@ -3,6 +3,7 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>

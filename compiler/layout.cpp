@@ -1,6 +1,7 @@
 #include "compiler/layout.h"
 
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "compiler/layout.h"
 #include "compiler/naming.h"
 #include "compiler/program.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
 
@@ -176,6 +177,7 @@ private:
             Step span = base(Op::Span, field, place);
             span.bits = field.bits;
             span.steps.push_back(one(*fields[++i], place, false));
+            span.width = span.steps.front().width;
             steps.push_back(std::move(span));
          } else if (field.beside) {
             steps.push_back(one(field, place.inner(), false));
@@ -198,6 +200,9 @@ private:
       step.op = op;
       step.field = &field;
       step.name = field.name;
+      step.typeName = field.type.name;
+      step.width = widthOf(field);
+      if (!field.names().empty()) step.names = &field.names();
       step.place = field.appended ? std::string(kAppendix) : place.record;
       step.member = step.place + cName(field.name);
       step.logged = place.arm;
@@ -208,7 +213,7 @@ private:
    Step one(const Field& field, const Place& place, bool last) {
       Step step = contents(field, field.optional || field.guarded ? place.inner() : place, last);
       step.run = isRunContent(field);
-      step.bareAround = field.bareBits != 0;
+      step.bareAround = field.bareBits;
       if (field.bareBits != 0) step.last = false;
       const bool chain = field.kind == Kind::Chain;
       step.quits = type_.returns && type_.structure && field.kind != Kind::Padding;
@@ -242,6 +247,10 @@ private:
       Step step = contents(field, place, false);
       if (field.present) step.op = Op::Nothing;
       step.run = !field.present && isRunContent(field);
+      step.iei = field.iei;
+      step.ieiBits = field.ieiBits;
+      step.cls = field.cls;
+      step.groupNumber = field.group;
       step.present = bit(place, &field, 0);
       if (field.appended) append(step, field);
       if (field.group != 0 && !field.appended) step.group = bit(place, nullptr, field.group);
@@ -257,7 +266,10 @@ private:
       switch (field.kind) {
       case Kind::Flag: step.op = Op::Flag; break;
       case Kind::Uint: step.op = Op::Integer; break;
-      case Kind::Const: step.op = Op::Constant; break;
+      case Kind::Const:
+         step.op = Op::Constant;
+         step.number = field.number;
+         break;
       case Kind::Octets:
       case Kind::Bits:
          step.op = field.kind == Kind::Octets ? Op::Octets : Op::Bits;
@@ -326,6 +338,7 @@ private:
          break;
       case Kind::Since:
          step.op = Op::Since;
+         step.number = field.number;
          step.present = bit(place, nullptr, field.group);
          sequence(field.fields, place, last, step.steps);
          break;
@@ -341,6 +354,8 @@ private:
       step.type = &type;
       step.argument = term(field.argument.get(), place);
       step.second = term(field.second.get(), place);
+      step.ahead = field.ahead;
+      step.zeros = field.zeros;
       step.sizes = type.presized && field.argument != nullptr;
       step.op = base.kind == TypeKind::Pdu || base.kind == TypeKind::Message ? Op::Message : Op::Call;
       if (!field.valueOnly && field.ahead == 0) return;
@@ -360,12 +375,16 @@ private:
       if (field.name.empty()) step.member = place.record; // of `t` and `u`
       const std::string prefix = field.name.empty() ? place.record : step.member + ".";
       if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
+      step.selector = field.selector;
       step.patterns = field.selector == Selector::Pattern;
       step.high = step.patterns && field.arms.front().pattern.find_first_of("LH") != std::string::npos;
       Place inner = place.inner();
       inner.record = prefix + "u.";
       inner.arm = true;
-      for (auto& arm : field.arms) step.steps.push_back(one(*arm.field, inner, last));
+      for (auto& arm : field.arms) {
+         step.steps.push_back(one(*arm.field, inner, last));
+         step.steps.back().arm = &arm;
+      }
    }
 
    void chain(Step& step, const Place& place) {
@@ -408,6 +427,82 @@ std::string writtenPath(const Term& term, const Expr& e, const std::string& reco
 
 Program lower(const Type& type) {
    return Lowering(type).run();
+}
+
+Width widthOf(const std::vector<Step>& steps) {
+   Width total;
+   for (auto& step : steps) total = plus(total, step.width);
+   return total;
+}
+
+namespace {
+
+bool asksRest(const Expr* expr) {
+   return expr != nullptr &&
+          (expr->op == Expr::Op::Rest || asksRest(expr->left.get()) || asksRest(expr->right.get()));
+}
+
+bool endByThemselves(const std::vector<Step>& steps) {
+   return std::ranges::all_of(steps, [](const Step& step) {
+      if (step.bareAround != 0) return true; // a length of its own
+      const bool byEnd = step.guarded || step.when == When::IfMore || step.when == When::ByBitIfMore;
+      if (byEnd || asksRest(step.test.expr) || asksRest(step.argument.expr) || asksRest(step.second.expr))
+         return false;
+      switch (step.op) {
+      case Op::Flag:
+      case Op::Integer:
+      case Op::Constant:
+      case Op::Octets:
+      case Op::Bits:
+      case Op::Nothing:
+      case Op::Counted:
+      case Op::Length: return true;
+      case Op::Sized: return !step.rest;
+      case Op::Call: return endsByItself(*step.type);
+      case Op::Contents: return step.ahead == 0;
+      case Op::Group:
+      case Op::Choice:
+      case Op::Swap:
+      case Op::Span: return endByThemselves(step.steps);
+      case Op::Chain: // an octet that need not follow asks whether there is one
+         return endByThemselves(step.steps) &&
+                std::ranges::none_of(step.steps, [](auto& octet) { return bool(octet.present); });
+      default: return false;
+      }
+   });
+}
+
+} // namespace
+
+bool endsByItself(const Type& type) {
+   const Type& base = baseType(type);
+   if (base.structure || base.pattern || base.presized) return false;
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return true;
+   case TypeKind::Octets: return !base.fill;
+   case TypeKind::Digits: return base.cls == Class::V; // as many as it is told
+   case TypeKind::List: return base.cls == Class::LV || base.cls == Class::LVE;
+   case TypeKind::Record:
+      if (base.cls != Class::V) return base.cls == Class::LV || base.cls == Class::LVE;
+      return endByThemselves(lower(base).steps);
+   default: return false;
+   }
+}
+
+bool elementsEndByThemselves(const Type& message) {
+   if (message.kind != TypeKind::Message || message.custom) return false;
+   const Program program = lower(message);
+   return endByThemselves(program.steps) && endByThemselves(program.optional);
+}
+
+Class classOnWire(const Type& type) {
+   if (type.cls != Class::V || type.fields.empty()) return type.cls;
+   const Program program = lower(type);
+   if (program.steps.empty()) return Class::V;
+   const Step& first = program.steps.front();
+   if (first.op != Op::Length || first.inBits || first.isOptional() || first.member.empty()) return Class::V;
+   return first.bits == 8 ? Class::LV : first.bits == 16 ? Class::LVE : Class::V;
 }
 
 std::string written(const Term& term, const std::string& record, const std::string& rest,

@@ -23,6 +23,13 @@ struct Bounds {
    bool empty() const { return !low && !high; }
 };
 
+// Bits on the wire: at least `low`; at most `high` unless open.
+struct Width {
+   uint64_t low = 0, high = 0;
+   bool open = false;
+   bool fixed() const { return !open && low == high; }
+};
+
 struct Type;
 struct Field;
 
@@ -237,6 +244,7 @@ struct Type {
    const Type* original = nullptr; // of a standard form the type itself
    bool widens = false;            // its standard form differs by wider bounds alone
    std::unique_ptr<Type> figure;   // custom: what its octets look like, where its fields don't tell
+   mutable std::optional<Width> width; // when it has been asked for
    struct Module* module = nullptr;
    bool placed = false;          // by place
    Type* owner = nullptr;        // by place: the structure around

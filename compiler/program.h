@@ -60,6 +60,7 @@ struct Step {
    Op op = Op::Nothing;
    const Field* field = nullptr;
    const Type* type = nullptr;      // Call, Contents, Message; List: of an entry, if it is no number
+   std::string typeName;            // as the description has it
    std::string name;                // on the wire's side; empty: none
    std::string place;               // member of the record around, with a point behind it
    std::string member;              // of the record; empty: the value itself
@@ -73,7 +74,14 @@ struct Step {
    unsigned bits = 0; // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
    Bounds bounds;
    Storage storage;
-   uint64_t count = 0; // Octets, Bits
+   uint64_t count = 0;  // Octets, Bits
+   uint64_t number = 0; // Constant: its value; Since: the release
+   unsigned ahead = 0;  // Contents: of a choice whose selector the decoder takes from the n-th bit ahead
+   unsigned zeros = 0;  // Call: bits behind it that nothing holds
+   Selector selector = Selector::Field;         // Choice
+   const Arm* arm = nullptr;                    // in a choice: what selects the step
+   const std::vector<EnumRow>* names = nullptr; // Integer: those of its values, if there are any
+   Width width;                                 // all that it may take on the wire, its option included
 
    When when = When::Always;
    Term test;
@@ -87,11 +95,16 @@ struct Step {
    bool byCount = false;   // Sized: the encoder goes by the record's count
    bool opensTail = false;
    bool entryInits = false; // List: the decoder initialises the entries
-   bool bareAround = false; // a length of Field::bareBits around this step alone
+   unsigned bareAround = 0; // bits of a length around this step alone
 
    Term argument;     // Sized, Contents, Call: size; List: how often; Choice: what steers it
    Term second;       // Call of a text type with two parameters
    size_t counts = 0; // Integer: its value is the octet count of the step so many further
+
+   // Elements of a message.
+   unsigned iei = 0, ieiBits = 0;
+   Class cls = Class::V; // that of a choice
+   int groupNumber = 0;
 
    std::vector<Step> steps; // Group, Length, Chain, Since, Swap, Span, Contents; Choice: one an arm; List: of
                             // an entry that is octets
@@ -105,6 +118,15 @@ struct Program {
 };
 
 Program lower(const Type& type);
+
+Width widthOf(const std::vector<Step>& steps);
+
+// Does what a type takes and means depend on its own octets alone, and not on the end of what it stands in?
+bool endsByItself(const Type& type);
+// Is it so of all elements of a message? Then only its scan goes by the end of what it stands in.
+bool elementsEndByThemselves(const Type& message);
+// The class of an element: its own, or that of a length with a name of its own ahead of all else.
+Class classOnWire(const Type& type);
 
 // The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets
 // left, `parameter` for the type's parameter if not its name.
