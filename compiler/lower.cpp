@@ -79,6 +79,7 @@ public:
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
+         step.typeName = type_.base.name;
          step.preset = type_.presized;
          step.argument = term(type_.times.get(), place);
          break;
