@@ -516,8 +516,7 @@ private:
             row.index = widthOfCount(counted.storage);
          }
          block.push_back(row);
-         if (step.field == nullptr) continue;
-         for (auto& set : sample_->overridesBehind(*step.field)) stores.push_back(store(set, step.place));
+         for (auto& set : sample_->overridesBehind(step)) stores.push_back(store(set, step.place));
       }
    }
 
@@ -595,7 +594,7 @@ private:
          row.format = std::string("static_cast<uint8_t>(frame::Format::") + format.name + ")";
          row.lead = format.octets;
       }
-      if (sample_->absent(field)) row.flags.push_back("kNoSample");
+      if (sample_->absent(step)) row.flags.push_back("kNoSample");
    }
 
    RowText row(const Step& step) {
@@ -613,7 +612,7 @@ private:
          row.kind = "Flag";
          row.offset = offset(step.member);
          row.width = "1";
-         row.sample = sample_->number(*field);
+         row.sample = sample_->number(step);
          break;
       case Op::Integer:
          row.kind = "Number";
@@ -626,10 +625,10 @@ private:
                row.wire.push_back("kInitial");
                row.second = *field->init;
             }
-            row.sample = sample_->number(*field);
+            row.sample = sample_->number(step);
             row.first = plainNames(field->names());
          } else {
-            row.sample = Sample::typeNumber(*type_);
+            row.sample = sample_->number(step);
             if (type_->plain) {
                row.first = plainNames(type_->rows);
             } else if (!type_->rows.empty()) {
@@ -653,7 +652,7 @@ private:
       case Op::Counted:
       case Op::Sized: {
          const std::string place = step.member.empty() ? "" : step.member + ".";
-         const uint64_t few = field == nullptr ? Sample::typeCount(*type_) : sample_->count(*field);
+         const uint64_t few = sample_->count(step);
          if (field != nullptr && field->kind == Kind::Fill && field->bits == 16)
             counted(row, "CountedUnits", place + "nchars", place + "data", Storage{true, 0}, few);
          else
@@ -667,7 +666,7 @@ private:
       case Op::SizedBits: {
          const std::string place = step.member.empty() ? "" : step.member + ".";
          counted(row, "CountedBits", place + "numbits", place + "data", step.storage,
-                 field == nullptr ? Sample::typeCount(*type_) : sample_->count(*field));
+                 sample_->count(step));
          break;
       }
       case Op::Unary:
@@ -675,7 +674,7 @@ private:
          row.wire.push_back("kPatterns");
          row.offset = offset(step.member);
          row.width = "1";
-         row.sample = sample_->number(*field);
+         row.sample = sample_->number(step);
          break;
       case Op::Padding:
          row.kind = "Padding";
@@ -695,7 +694,7 @@ private:
          nested(row, *step.type);
          row.offset = offset(step.member);
          guard(step.member, "sizeof(::" + recordName(*step.type) + ")", " == ");
-         row.sample = step.sizes ? sample_->sizeOf(*field) + 1 : field->sample.value_or(0);
+         row.sample = step.sizes ? sample_->sizeOf(step) + 1 : field->sample.value_or(0);
          if (field->zeros != 0) row.lead = field->zeros;
          if (step.sizes && namesOuter(*step.argument.expr)) row.number = 1;
          if (step.op == Op::Message) row.wire.push_back("kInner");
@@ -766,11 +765,7 @@ private:
 
    void list(const Step& step, RowText& row) {
       const std::string place = step.member.empty() ? "" : step.member + ".";
-      const Field* field = step.field;
-      const uint64_t few = field == nullptr             ? Sample::typeCount(*type_)
-                           : field->kind == Kind::Named ? Sample::typeCount(baseType(*field->type.type))
-                                                        : sample_->count(*field);
-      counted(row, "List", place + "n", place + "elem", step.storage, few);
+      counted(row, "List", place + "n", place + "elem", step.storage, sample_->count(step));
       if (isLed(step.entries)) row.width = "8";
       row.stride = sizeOf(place + "elem[0]");
       if (type_->original != nullptr && !step.storage.heap)
@@ -786,7 +781,7 @@ private:
       case Entries::Highs: row.wire.push_back("kLedOutside | kHigh"); break;
       }
       if (step.argument.expr != nullptr) row.wire.push_back("kTimes");
-      if (field == nullptr ? type_->freeCount : field->freeCount) row.wire.push_back("kFree");
+      if (step.freeCount) row.wire.push_back("kFree");
       if (step.entryInits) row.wire.push_back("kInits");
       // An entry, from its own start.
       RowText entry;
@@ -804,7 +799,7 @@ private:
          entry.capacity = number(storage.capacity);
          entry.presence = entry.group = "kNone";
          entry.sample = step.steps.front().rest ? std::min<uint64_t>(storage.capacity, 4)
-                                                : sample_->count(*step.steps.front().field);
+                                                : sample_->count(step.steps.front());
       } else {
          entry.kind = "Number";
          entry.bits = step.bits;
@@ -826,7 +821,7 @@ private:
       const Field& field = *step.field;
       const std::string inner = field.name.empty() ? step.place : step.member + ".";
       row.kind = "Choice";
-      row.sample = sample_->selector(field);
+      row.sample = sample_->selector(step);
       if (field.name.empty()) row.flags.push_back("kUnnamed");
       if (field.selector != Selector::Field) {
          row.flags.push_back("kOwnSelector");
@@ -867,7 +862,7 @@ private:
       row.flags.push_back("kOwnSelector");
       row.count = offset(step.member + ".t");
       row.width = "4";
-      row.sample = sample_->selector(*step.field);
+      row.sample = sample_->selector(step);
       std::vector<std::pair<uint64_t, size_t>> places;
       for (auto& line : table) {
          RowText content;

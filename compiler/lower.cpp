@@ -80,6 +80,7 @@ public:
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
          step.typeName = type_.base.name;
+         step.freeCount = type_.freeCount;
          step.preset = type_.presized;
          step.argument = term(type_.times.get(), place);
          break;
@@ -203,6 +204,9 @@ private:
       step.name = field.name;
       step.typeName = field.type.name;
       step.width = widthOf(field);
+      step.optional = field.optional;
+      step.init = field.init;
+      step.sample = field.sample;
       if (!field.names().empty()) step.names = &field.names();
       step.place = field.appended ? std::string(kAppendix) : place.record;
       step.member = step.place + cName(field.name);
@@ -308,6 +312,7 @@ private:
          step.op = Op::List;
          list(step, field.type.type, field.bits, field.bounds, field.storage, field.entries);
          step.argument = term(field.argument.get(), place);
+         step.freeCount = field.freeCount;
          step.opensTail = field.tail;
          if (field.entry != nullptr) {
             Step entry = value(Op::Sized);

@@ -66,6 +66,7 @@ struct Step {
    std::string member;              // of the record; empty: the value itself
    bool high = false;               // the bit that tells of it, or its arms is L or H
    Entries entries = Entries::Rest; // List
+   bool freeCount = false;          // List of a count: the encoder goes by the record's
    bool preset = false;             // Sized, SizedBits, List: the record has the count ahead of decoding
    bool sizes = false;              // Call: `argument` is the count of such a type
    bool inBits = false;             // Length: counts bits, less `count`
@@ -81,11 +82,14 @@ struct Step {
    Selector selector = Selector::Field;         // Choice
    const Arm* arm = nullptr;                    // in a choice: what selects the step
    const std::vector<EnumRow>* names = nullptr; // Integer: those of its values, if there are any
+   std::optional<uint64_t> init;                // value that the initialiser gives
+   std::optional<uint64_t> sample;              // value in samples, where not any value makes one
    Width width;                                 // all that it may take on the wire, its option included
 
    When when = When::Always;
    Term test;
    BitPlace present, group;
+   bool optional = false;  // a presence bit of its own tells of it
    bool guarded = false;   // mandatory, yet decoded only if the container has something
    bool endTested = false; // the decoder compares the cursor with the end of the length around
    bool logged = false;    // a failed bound is logged: in the arm of a choice
