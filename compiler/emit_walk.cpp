@@ -397,9 +397,8 @@ private:
    // Has the protocol optional elements with two octets of length?
    bool hasSixes() const {
       return std::ranges::any_of(module_.types, [](auto& type) {
-         return std::ranges::any_of(type->fields, [](auto& field) {
-            return field->ieiBits != 0 && scanFormat(*field).name == "TLVE";
-         });
+         return std::ranges::any_of(lower(*type).optional,
+                                    [](const Step& step) { return classOf(step) == Class::LVE; });
       });
    }
 
@@ -590,11 +589,19 @@ private:
       if (field.ieiBits != 0) {
          row.iei = field.iei;
          row.ieiBits = field.ieiBits;
-         const ScanFormat format = scanFormat(field);
-         row.format = std::string("static_cast<uint8_t>(frame::Format::") + format.name + ")";
-         row.lead = format.octets;
+         row.format = "static_cast<uint8_t>(frame::Format::" + scanFormat(step) + ")";
+         if (step.type != nullptr && classOf(step) == Class::V)
+            row.lead = static_cast<unsigned>(widthOf(*step.type).high / 8);
       }
       if (sample_->absent(step)) row.flags.push_back("kNoSample");
+   }
+
+   // What an optional element takes behind its IEI, for the skip of one that is out of order.
+   static std::string scanFormat(const Step& step) {
+      if (step.op == Op::Nothing) return "T";
+      if (step.ieiBits == 4) return "HalfOctet";
+      const Class cls = classOf(step);
+      return cls == Class::LVE ? "TLVE" : cls == Class::LV ? "TLV" : "TV";
    }
 
    RowText row(const Step& step) {
@@ -665,8 +672,7 @@ private:
       case Op::RestBits:
       case Op::SizedBits: {
          const std::string place = step.member.empty() ? "" : step.member + ".";
-         counted(row, "CountedBits", place + "numbits", place + "data", step.storage,
-                 sample_->count(step));
+         counted(row, "CountedBits", place + "numbits", place + "data", step.storage, sample_->count(step));
          break;
       }
       case Op::Unary:

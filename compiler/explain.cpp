@@ -301,15 +301,6 @@ const Type* typeOf(const Step& step) {
    return isNamed(step) ? &drawn(*step.type) : nullptr;
 }
 
-// The class on the wire: of the type behind a name, or what the description says.
-Class classOf(const Step& step) {
-   if (step.cls != Class::V) return step.cls;
-   const unsigned bits = step.bareAround ? step.bareAround : step.op == Op::Counted ? step.bits : 0;
-   if (bits) return bits == 16 ? Class::LVE : Class::LV;
-   const Type* type = typeOf(step);
-   return type ? classOnWire(*type) : Class::V;
-}
-
 std::string formatOf(const Step& step) {
    const std::string lead = step.ieiBits ? "T" : "";
    if (step.ieiBits && step.op == Op::Nothing) return lead;

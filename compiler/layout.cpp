@@ -130,18 +130,6 @@ std::string limitsText(const Bounds& bounds) {
    return text + "}";
 }
 
-ScanFormat scanFormat(const Field& field) {
-   if (field.present) return {"T"};
-   if (field.ieiBits == 4) return {"HalfOctet"};
-   Class cls = field.cls;
-   if (field.kind == Kind::Named) {
-      const Type& own = *field.type.type;
-      cls = own.cls != Class::V ? own.cls : classOnWire(baseType(own));
-      if (cls != Class::LV && cls != Class::LVE) return {"TV", valueOctets(own)};
-   }
-   return {cls == Class::LVE ? "TLVE" : cls == Class::LV ? "TLV" : "TV"};
-}
-
 namespace {
 
 // What the caller of a decoder hands over beside the target.
@@ -538,25 +526,6 @@ bool fieldInits(const Field& field) {
    }
 }
 } // namespace
-
-unsigned valueOctets(const Type& type) {
-   const Type& base = baseType(type);
-   if (base.kind == TypeKind::Octets) return static_cast<unsigned>(base.count);
-   if (base.structure) return static_cast<unsigned>(widthOf(base).high / 8);
-   if (const unsigned bits = fixedBits(type); bits != 0) return bits / 8;
-   unsigned sum = 0;
-   for (auto& field : base.fields) {
-      if (field->kind == Kind::Octets) {
-         sum += static_cast<unsigned>(field->count) * 8;
-      } else if (field->kind == Kind::Named && field->type.type != nullptr) {
-         sum += valueOctets(*field->type.type) * 8;
-      } else {
-         sum += fixedBits(*field);
-      }
-   }
-   if (base.custom && sum == 0 && base.cls == Class::V) return 3; // MCC and MNC
-   return sum / 8;
-}
 
 std::string hex(uint64_t value, int digits) {
    char text[32];

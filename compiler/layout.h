@@ -47,13 +47,6 @@ std::string targetOf(const Type& type);
 // `Limits{...}` for the bounds of a length or count.
 std::string limitsText(const Bounds& bounds);
 
-// What an optional element takes behind its IEI, for the skip of one that is out of order.
-struct ScanFormat {
-   std::string name;
-   unsigned octets = 0; // TV
-};
-ScanFormat scanFormat(const Field& field);
-
 // Parameter lists of the exported functions, behind the context.
 std::string encodeParameters(const Type& type);
 std::string decodeParameters(const Type& type);
@@ -118,9 +111,6 @@ bool isRunContent(const Field& field); // would be one if it were not optional
 std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);
 std::string runPart(const Field& field, const std::string& place, bool arm);
 constexpr unsigned kMaxRunBits = 56;
-
-// Number of octets of a TV element's value.
-unsigned valueOctets(const Type& type);
 
 std::string hex(uint64_t value, int digits = 0);
 

@@ -502,13 +502,18 @@ bool elementsEndByThemselves(const Type& message) {
    return endByThemselves(program.steps) && endByThemselves(program.optional);
 }
 
-Class classOnWire(const Type& type) {
-   if (type.cls != Class::V || type.fields.empty()) return type.cls;
-   const Program program = lower(type);
-   if (program.steps.empty()) return Class::V;
-   const Step& first = program.steps.front();
-   if (first.op != Op::Length || first.inBits || first.isOptional() || first.member.empty()) return Class::V;
-   return first.bits == 8 ? Class::LV : first.bits == 16 ? Class::LVE : Class::V;
+Class classOf(const Step& step) {
+   if (step.cls != Class::V) return step.cls;
+   unsigned bits = step.bareAround != 0 ? step.bareAround : step.op == Op::Counted ? step.bits : 0;
+   if (step.op == Op::Call || step.op == Op::Contents) {
+      const Type& type = baseType(*step.type);
+      if (type.cls != Class::V || type.kind != TypeKind::Record) return type.cls;
+      const Program program = lower(type);
+      const Step& first = program.steps.front();
+      if (first.op == Op::Length && !first.inBits && !first.isOptional() && !first.member.empty())
+         bits = first.bits;
+   }
+   return bits == 8 ? Class::LV : bits == 16 ? Class::LVE : Class::V;
 }
 
 std::string written(const Term& term, const std::string& record, const std::string& rest,

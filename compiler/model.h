@@ -241,9 +241,9 @@ struct Type {
    // The same type as the standards code it, where the family departs from them: other fields over one
    // record.
    std::unique_ptr<Type> standard;
-   const Type* original = nullptr; // of a standard form the type itself
-   bool widens = false;            // its standard form differs by wider bounds alone
-   std::unique_ptr<Type> figure;   // custom: what its octets look like, where its fields don't tell
+   const Type* original = nullptr;     // of a standard form the type itself
+   bool widens = false;                // its standard form differs by wider bounds alone
+   std::unique_ptr<Type> figure;       // custom: what its octets look like, where its fields don't tell
    mutable std::optional<Width> width; // when it has been asked for
    struct Module* module = nullptr;
    bool placed = false;          // by place

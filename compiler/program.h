@@ -129,8 +129,9 @@ Width widthOf(const std::vector<Step>& steps);
 bool endsByItself(const Type& type);
 // Is it so of all elements of a message? Then only its scan goes by the end of what it stands in.
 bool elementsEndByThemselves(const Type& message);
-// The class of an element: its own, or that of a length with a name of its own ahead of all else.
-Class classOnWire(const Type& type);
+// The class of an element: what the description says, or that of its type, or of a length with a name of its
+// own ahead of all else.
+Class classOf(const Step& step);
 
 // The expression in C. `record` is the prefix of the record's members, `rest` what stands for the octets
 // left, `parameter` for the type's parameter if not its name.
