@@ -15,7 +15,8 @@ using Outputs = std::map<std::string, std::string>;
 void emitHeader(const Model& model, const Module& module, Outputs& out); // include/quorva/<Module>.h
 void emitTypes(const Model& model, const Module& module, Outputs& out);  // src/<File>Types.h: inline forms
 void emitCodecs(const Model& model, const Module& module,
-                Outputs& out); // src/<File>Enc*.cpp, src/<File>Dec*.cpp
+                Outputs& out);                         // src/<File>Enc*.cpp, src/<File>Dec*.cpp
+void emitMessages(const Module& module, Outputs& out); // src/<File>Messages.cpp
 void emitEnums(const Model& model, const Module& module, Outputs& out); // src/<File>Enum.cpp
 void emitInits(const Model& model, const Module& module, Outputs& out); // src/<File>Init.cpp
 // What the header says of a record's member, and of the selector of a choice.

@@ -334,10 +334,7 @@ private:
             length = lengthBits(type);
          } else if (type.bare) {
             length = type.cls == Class::LVE ? 16 : 8;
-            bounds = Bounds();
-            if (const uint64_t octets = type.kind == TypeKind::Octets ? type.count : type.bits / 8;
-                octets != 0 && type.kind != TypeKind::List)
-               bounds.low = bounds.high = octets;
+            bounds = boundsOfBare(type);
          }
       }
       if (length == 0) bounds = Bounds();

@@ -41,6 +41,7 @@ void emitModule(const Model& model, const Module& module, Outputs& out) {
    emitHeader(model, module, out);
    emitTypes(model, module, out);
    emitCodecs(model, module, out);
+   emitMessages(module, out);
    emitEnums(model, module, out);
    emitInits(model, module, out);
    emitWalk(model, module, out);

@@ -130,6 +130,13 @@ std::string limitsText(const Bounds& bounds) {
    return text + "}";
 }
 
+Bounds boundsOfBare(const Type& type) {
+   Bounds bounds;
+   const uint64_t octets = type.kind == TypeKind::Octets ? type.count : type.bits / 8;
+   if (octets != 0 && type.kind != TypeKind::List) bounds.low = bounds.high = octets;
+   return bounds;
+}
+
 namespace {
 
 // What the caller of a decoder hands over beside the target.

@@ -46,6 +46,8 @@ std::string targetOf(const Type& type);
 
 // `Limits{...}` for the bounds of a length or count.
 std::string limitsText(const Bounds& bounds);
+// Of the length of a value that no record holds: that of one of fixed width must be its octets.
+Bounds boundsOfBare(const Type& type);
 
 // Parameter lists of the exported functions, behind the context.
 std::string encodeParameters(const Type& type);

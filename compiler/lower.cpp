@@ -516,29 +516,44 @@ Class classOf(const Step& step) {
    return bits == 8 ? Class::LV : bits == 16 ? Class::LVE : Class::V;
 }
 
+namespace {
+
+// Expressions in C.
+struct Writing {
+   const Term& term;
+   const std::string &record, &rest, &parameter;
+
+   // As a part of another one.
+   std::string operator()(const Expr& e) const { return e.right ? "(" + whole(e) + ")" : whole(e); }
+
+   std::string whole(const Expr& e) const {
+      static const char* const signs[] = {
+            " + ", " - ", " * ", " == ", " != ", " < ", " > ", " <= ", " >= ", " && "};
+      switch (e.op) {
+      case Expr::Op::Number: return std::to_string(e.number);
+      case Expr::Op::Rest: return rest;
+      case Expr::Op::Name:
+         if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
+         return writtenPath(term, e, record);
+      case Expr::Op::Call: // TS 44.018, 9.1.54: the bits of so many cells
+         return "TS44018Msg_" + e.name + "(static_cast<uint32_t>(" + (*this)(*e.left) + "))";
+      default: {
+         const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
+         return (*this)(*e.left) + signs[sign] + (*this)(*e.right);
+      }
+      }
+   }
+};
+
+} // namespace
+
 std::string written(const Term& term, const std::string& record, const std::string& rest,
                     const std::string& parameter) {
-   struct Writing {
-      const Term& term;
-      const std::string &record, &rest, &parameter;
-      std::string operator()(const Expr& e) const {
-         static const char* const signs[] = {"+", "-", "*", "==", "!=", "<", ">", "<=", ">=", "&&"};
-         switch (e.op) {
-         case Expr::Op::Number: return std::to_string(e.number);
-         case Expr::Op::Rest: return rest;
-         case Expr::Op::Name:
-            if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
-            return writtenPath(term, e, record);
-         case Expr::Op::Call: // TS 44.018, 9.1.54: the bits of so many cells
-            return "TS44018Msg_" + e.name + "(static_cast<uint32_t>(" + (*this)(*e.left) + "))";
-         default: {
-            const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
-            return "(" + (*this)(*e.left) + " " + signs[sign] + " " + (*this)(*e.right) + ")";
-         }
-         }
-      }
-   };
    return Writing{term, record, rest, parameter}(*term.expr);
+}
+
+std::string condition(const Term& term, const std::string& record, const std::string& rest) {
+   return Writing{term, record, rest, ""}.whole(*term.expr);
 }
 
 } // namespace l3c

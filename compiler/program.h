@@ -137,5 +137,7 @@ Class classOf(const Step& step);
 // left, `parameter` for the type's parameter if not its name.
 std::string written(const Term& term, const std::string& record, const std::string& rest,
                     const std::string& parameter = "");
+// The same where brackets stand around it already.
+std::string condition(const Term& term, const std::string& record, const std::string& rest);
 
 } // namespace l3c
