@@ -1,7 +1,7 @@
 // What the compiler writes for one module, and for all of them together.
 #pragma once
 
-#include "compiler/model.h"
+#include "compiler/program.h"
 #include "compiler/writer.h"
 
 #include <map>
@@ -20,8 +20,8 @@ void emitMessages(const Module& module, Outputs& out); // src/<File>Messages.cpp
 void emitEnums(const Model& model, const Module& module, Outputs& out); // src/<File>Enum.cpp
 void emitInits(const Model& model, const Module& module, Outputs& out); // src/<File>Init.cpp
 // What the header says of a record's member, and of the selector of a choice.
-std::string memberWords(const Field& field);
-std::string selectorWords(const Field& choice);
+std::string memberWords(const Step& step);
+std::string selectorWords(const Step& choice);
 // Stores that clear the plain values of a message's mandatory part, which an initialiser leaves alone.
 std::string clearValues(const Type& message, const std::string& place);
 void emitWalk(const Model& model, const Module& module,

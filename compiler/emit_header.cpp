@@ -4,6 +4,7 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -114,13 +115,6 @@ private:
       }
    }
 
-   // Types that stand inside a record come before it.
-   void needs(const Field& field) {
-      if (field.type.type != nullptr && field.kind != Kind::Messages) define(*field.type.type);
-      for (auto& inner : field.fields) needs(*inner);
-      for (auto& arm : field.arms) needs(*arm.field);
-   }
-
    static std::string values(const std::string& prefix, const std::vector<EnumRow>& rows) {
       std::string all;
       for (auto& row : rows)
@@ -149,8 +143,12 @@ $values
    void define(const Type& type) {
       if (type.module != &module_ || !defined_.insert(&type).second) return;
       if (type.base.type != nullptr) define(*type.base.type);
+      // Types that stand inside a record come before it.
+      auto held = [this](const Field& field) {
+         if (field.type.type != nullptr) define(*field.type.type);
+      };
       for (auto& field : type.fields) {
-         needs(*field);
+         eachField(*field, held);
          values(recordName(type), *field);
       }
       for (auto* table : {&type.table, &type.secondTable})
@@ -205,7 +203,7 @@ $count n; /**< Entries of `elem`. */
 $entry$elem; /**< The entries. */
 )",
                                    {{"count", countType(type.storage, type.entries)},
-                                    {"entry", entryOf(type.base, type.bits)},
+                                    {"entry", entryOf(type.base.type, type.bits)},
                                     {"elem", elem(type.storage)}}));
       case TypeKind::Empty: return "";
       case TypeKind::Record:
@@ -214,7 +212,9 @@ $entry$elem; /**< The entries. */
       }
       const Class cls = type.kind == TypeKind::Record && !type.bare ? type.cls : Class::V;
       const size_t bits = presenceBits(type.fields).size();
-      w.fill("$structure", {{"structure", structure(body(type.fields, cls, &type) + appendix(type))}});
+      const Program program = lower(type);
+      const std::string own = body(type.fields, cls, program.steps, program.optional);
+      w.fill("$structure", {{"structure", structure(own + appendix(type))}});
       w.fillIf(bits != 0, R"(
 #ifdef __cplusplus
 static_assert(sizeof($record::m) == $octets, "presence bits");
@@ -225,22 +225,19 @@ static_assert(sizeof($record::m) == $octets, "presence bits");
    }
 
    static std::string dimension(uint64_t count) { return '[' + std::to_string(count) + ']'; }
-   static std::string entryOf(const TypeRef& entry, unsigned bits) {
-      return entry.type != nullptr ? recordName(*entry.type) : uintType(bits);
+   static std::string entryOf(const Type* entry, unsigned bits) {
+      return entry != nullptr ? recordName(*entry) : uintType(bits);
    }
    static std::string elem(const Storage& storage) {
       return storage.heap ? "* elem" : " elem" + dimension(storage.capacity);
    }
 
    // What the family's own coding has no place for.
-   std::string appendix(const Type& type) {
+   static std::string appendix(const Type& type) {
       std::vector<PresenceBit> bits;
-      std::string members;
-      for (auto* field : appendedFields(type)) {
-         bits.push_back({appendixBit(*field), field, 0});
-         if (field->appended) members += member(*field, &type);
-      }
+      for (auto* field : appendedFields(type)) bits.push_back({appendixBit(*field), field, 0});
       if (bits.empty()) return "";
+      const Program program = lower(*type.standard);
       return Writer().filled(R"(
 struct {
    struct {
@@ -249,35 +246,57 @@ struct {
    $members
 } standard; /**< Coded with RTX_CTXT_STANDARD alone. */
 )",
-                             {{"bits", presence(bits)}, {"members", members}});
+                             {{"bits", presence(bits, {})},
+                              {"members", appended(program.steps) + appended(program.optional)}});
+   }
+   static std::string appended(const std::vector<Step>& steps) {
+      std::string all;
+      Groups none;
+      for (auto& step : steps) all += step.field->appended ? member(step, 0, none) : appended(step.steps);
+      return all;
    }
 
-   std::string body(const std::vector<std::unique_ptr<Field>>& fields, Class cls, const Type* type) {
+   // The members that stand with each group bit.
+   using Groups = std::map<int, std::string>;
+
+   static std::string body(const std::vector<std::unique_ptr<Field>>& fields, Class cls,
+                           const std::vector<Step>& steps, const std::vector<Step>& optional = {}) {
       const auto bits = presenceBits(fields);
-      members_.clear();
-      for (auto& bit : bits)
-         if (bit.group != 0 && bit.field != nullptr) inGroup(*bit.field, bit.group);
-      sinceGroups(fields);
+      Groups groups;
+      const std::string all = members(steps, 0, groups) + members(optional, 0, groups);
       Writer w;
       w.fillIf(!bits.empty(), R"(
 struct {
    $bits
 } m; /**< What is there: a bit for each optional field. */
 )",
-               {{"bits", presence(bits)}});
+               {{"bits", presence(bits, groups)}});
       w.fillIf(cls != Class::V, "$number length; /**< $unit of what follows, set by the encoder. */",
                {{"number", cls == Class::LVE ? "uint16_t" : "uint8_t"},
                 {"unit", cls == Class::LB ? "Bits" : "Octets"}});
-      for (auto* field : recordFields(fields)) w.raw(member(*field, type));
+      w.raw(all);
       if (w.text().empty()) w.line("uint8_t unused_; /**< Nothing: C wants a member. */");
       return w.text();
    }
 
+   // Members of a record in order. What a length, a chain or a release holds are members of the same one.
+   static std::string members(const std::vector<Step>& steps, int group, Groups& groups) {
+      std::string all;
+      for (auto& step : steps) {
+         const int own = group != 0 ? group : step.groupNumber;
+         all += member(step, own, groups);
+         const bool record = step.op == Op::Group || step.op == Op::Contents || step.op == Op::List ||
+                             step.op == Op::Choice;
+         if (!record) all += members(step.steps, own, groups);
+      }
+      return all;
+   }
+
    // The first bit in bit 0 of the first octet, on each machine: compilers lay out bit-fields from the end of
    // an octet that comes first in their byte order.
-   std::string presence(const std::vector<PresenceBit>& bits) const {
+   static std::string presence(const std::vector<PresenceBit>& bits, const Groups& groups) {
       Writer ascending, descending;
-      for (auto& bit : bits) ascending.line("uint8_t " + bit.name + " : 1;" + presenceWords(bit));
+      for (auto& bit : bits) ascending.line("uint8_t " + bit.name + " : 1;" + presenceWords(bit, groups));
       for (size_t first = 0; first < bits.size(); first += 8) {
          const size_t end = std::min(first + 8, bits.size());
          if (end % 8 != 0) descending.line("uint8_t : " + std::to_string(first + 8 - end) + ";");
@@ -293,33 +312,22 @@ $descending
                               {{"ascending", ascending.text()}, {"descending", descending.text()}});
    }
 
-   void inGroup(const Field& field, int group) {
-      if (!groups_.emplace(&field, group).second) return;
-      std::string& all = members_[group];
-      all += (all.empty() ? "" : ", ") + cName(field.name);
-   }
-
-   // All that is in a release's group is there with its bit, and without one of its own.
-   void sinceGroups(const std::vector<std::unique_ptr<Field>>& fields) {
-      for (auto& field : fields) {
-         if (field->kind == Kind::Since)
-            for (auto* inner : recordFields(field->fields)) inGroup(*inner, field->group);
-         if (field->onlyOnWire()) sinceGroups(field->fields);
-      }
-   }
-
-   std::string presenceWords(const PresenceBit& bit) const {
+   static std::string presenceWords(const PresenceBit& bit, const Groups& groups) {
       if (bit.group == 0) return "";
       if (bit.field != nullptr) return " /**< Needs " + groupName(bit.group) + " as well. */";
-      return " /**< To be set with any of: " + members_.at(bit.group) + ". */";
+      return " /**< To be set with any of: " + groups.at(bit.group) + ". */";
    }
 
-   // A member of a record, or several; empty if the field leaves none.
-   std::string member(const Field& field, const Type* type) {
-      std::string words = memberWords(field);
-      if (const auto group = groups_.find(&field); group != groups_.end())
-         words += "; with " + groupName(group->second) + ".";
-      Writer w({{"name", cName(field.name)}, {"words", words}});
+   // A member of a record, or several; empty if the step leaves none.
+   static std::string member(const Step& step, int group, Groups& groups) {
+      const std::string name = cName(step.field->name);
+      std::string words = memberWords(step);
+      if (group != 0 && !name.empty()) {
+         std::string& all = groups[group];
+         all += (all.empty() ? "" : ", ") + name;
+         words += "; with " + groupName(group) + ".";
+      }
+      Writer w({{"name", name}, {"words", words}});
       const auto as = [&](const std::string& other, const std::string& array = "") {
          w.fill("$other $name$array; /**< $words */", {{"other", other}, {"array", array}});
          return w.text();
@@ -328,39 +336,37 @@ $descending
          w.fill("struct {\n   $members\n} $name; /**< $words */", {{"members", members}});
          return w.text();
       };
-      switch (field.kind) {
-      case Kind::Flag: return as("uint8_t");
-      case Kind::Unary:
-      case Kind::Uint:
-      case Kind::Frame: return as(uintType(field.bits));
-      case Kind::Octets: return as("uint8_t", dimension(field.count));
-      case Kind::Bits: return as("uint8_t", dimension((field.count + 7) / 8));
-      case Kind::Named: return field.present ? "" : as(recordName(*field.type.type));
-      case Kind::Fill:
-         if (field.bits == 16) return structure("uint32_t nchars;\nuint16_t* data;");
+      switch (step.op) {
+      case Op::Flag: return as("uint8_t");
+      case Op::Unary:
+      case Op::Integer:
+      case Op::Length:
+      case Op::Span: return name.empty() ? "" : as(uintType(step.bits));
+      case Op::Octets: return as("uint8_t", dimension(step.count));
+      case Op::Bits: return as("uint8_t", dimension((step.count + 7) / 8));
+      case Op::Call:
+      case Op::Contents:
+      case Op::Message: return as(recordName(*step.type));
+      case Op::Sized:
+         if (step.wide) return structure("uint32_t nchars;\nuint16_t* data;");
          [[fallthrough]];
-      case Kind::Counted:
-      case Kind::Sized:
-      case Kind::Tail: return field.storage.heap ? as("RtxDynOctStr") : structure(octets(field.storage));
-      case Kind::BitTail:
-      case Kind::FillBits:
-      case Kind::SizedBits:
-         if (field.storage.heap || field.storage.capacity == 0) return as("RtxDynBitStr");
-         return structure(bitString(field.storage));
-      case Kind::Group: return structure(body(field.fields, Class::V, nullptr));
-      case Kind::Each: {
+      case Op::Counted: return step.storage.heap ? as("RtxDynOctStr") : structure(octets(step.storage));
+      case Op::RestBits:
+      case Op::SizedBits: return step.storage.heap ? as("RtxDynBitStr") : structure(bitString(step.storage));
+      case Op::Group: return structure(body(step.field->fields, Class::V, step.steps));
+      case Op::List: {
+         if (step.list != nullptr) return as(recordName(*step.list));
          const std::string entry =
-               field.entry == nullptr
-                     ? entryOf(field.type, field.bits)
-                     : w.filled("struct {\n   $octets\n}", {{"octets", octets(field.entry->storage)}});
+               step.steps.empty()
+                     ? entryOf(step.type, step.bits)
+                     : w.filled("struct {\n   $octets\n}", {{"octets", octets(step.steps.front().storage)}});
          return structure(
-               w.filled("$count n;\n$entry$elem;", {{"count", countType(field.storage, field.entries)},
+               w.filled("$count n;\n$entry$elem;", {{"count", countType(step.storage, step.entries)},
                                                     {"entry", entry},
-                                                    {"elem", elem(field.storage)}}));
+                                                    {"elem", elem(step.storage)}}));
       }
-      case Kind::Choice: {
-         std::string arms;
-         for (auto& arm : field.arms) arms += member(*arm.field, type);
+      case Op::Choice: {
+         const std::string arms = members(step.steps, 0, groups);
          const std::string choice = w.filled(
                R"(
 $selector
@@ -369,14 +375,14 @@ union {
 } u; /**< The arm that is selected by $by. */
 )",
                {{"selector",
-                 field.selector == Selector::Field ? "" : "uint32_t t; /**< Which arm of `u`, from 1. */"},
+                 step.selector == Selector::Field ? "" : "uint32_t t; /**< Which arm of `u`, from 1. */"},
                 {"arms", arms.empty() ? "uint8_t unused_;" : arms},
-                {"by", selectorWords(field)}});
-         return field.name.empty() ? choice + '\n' : structure(choice);
+                {"by", selectorWords(step)}});
+         return name.empty() ? choice + '\n' : structure(choice);
       }
-      case Kind::Messages: {
+      case Op::Pointers: {
          Writer pointers;
-         for (auto& row : tableOf(*type, field))
+         for (auto& row : *step.table)
             if (row.record.type != nullptr)
                pointers.line(recordName(*row.record.type) + (row.inlineValue ? " " : "* ") +
                              cName(row.member) + ";");
@@ -399,11 +405,6 @@ $count numbits; /**< Bits of `data`. */
 uint8_t data[$octets]; /**< From the most significant bit of the first octet on. */
 )",
                              {{"count", countType(storage)}, {"octets", (storage.capacity + 7) / 8}});
-   }
-
-   // Name and clause, from the description's comment.
-   static std::string title(const Type& type) {
-      return type.doc.empty() ? type.name : type.doc.substr(0, type.doc.find(';'));
    }
 
    // Does a decoder of the type allocate?
@@ -440,7 +441,7 @@ uint8_t data[$octets]; /**< From the most significant bit of the first octet on.
 /** Encodes: $title.$sets */
 QUORVA_API int $encoder(RtxContext* pctxt$encodeParameters);
 )",
-             {{"title", title(type)},
+             {{"title", titleOf(type)},
               {"sets", !sets                   ? ""
                        : base.cls == Class::LB ? " Sets its length, in bits."
                                                : " Sets its length, in octets."}});
@@ -515,24 +516,10 @@ QUORVA_API void asn1SetTC_${record}_$member(RtxContext* pctxt, $record* pdu$para
    const Module& module_;
    std::set<const Type*> defined_;
    std::map<const Type*, bool> allocating_;
-   std::map<const Field*, int> groups_; // of what needs the bit of a group
-   std::map<int, std::string> members_; // of each group of the record at hand
    Writer definitions_;
 };
 
 } // namespace
-
-std::string printParameters(const Type& type) {
-   switch (passing(type)) {
-   case Passing::Value: return ", " + recordName(type) + " value";
-   case Passing::Array: return ", const uint8_t* value";
-   case Passing::Text:
-   case Passing::TextPointer: return ", const char* value";
-   case Passing::Nothing: return "";
-   case Passing::Pointer: break;
-   }
-   return ", const " + recordName(type) + "* pvalue";
-}
 
 std::string sampleDeclaration(const Type& type) {
    switch (passing(type)) {

@@ -14,6 +14,12 @@ namespace {
 // A few stores stand where they are needed; a long row of them is called.
 constexpr std::ptrdiff_t kMostInline = 8;
 
+// Does an initialiser store a value in this number: the one that the description gives, or 0 in spare bits?
+bool clears(const Step& step) {
+   const bool number = step.op == Op::Flag || step.op == Op::Integer;
+   return step.init || (number && step.name.starts_with("spare"));
+}
+
 // The stores of an initialiser: what tells what is there, and the values that a description gives.
 class Stores {
 public:
@@ -72,18 +78,17 @@ private:
       case Op::Flag:
       case Op::Integer:
       case Op::Span:
-         if (step.field != nullptr && clearsField(*step.field))
-            store(step.member, std::to_string(step.field->init.value_or(0)));
+         if (clears(step)) store(step.member, std::to_string(step.init.value_or(0)));
          return steps(step.steps);
       case Op::Counted:
-      case Op::Sized: return array(step, step.field ? countMember(*step.field) : "numocts", "data");
+      case Op::Sized: return array(step, step.wide ? "nchars" : "numocts", "data");
       case Op::RestBits:
       case Op::SizedBits: return array(step, "numbits", "data");
       case Op::List: return array(step, "n", "elem");
       case Op::Choice:
       case Op::Pointers: {
          const std::string place = step.name.empty() ? step.place : step.member + ".";
-         if (step.op == Op::Pointers || step.field->selector != Selector::Field) store(place + "t", "0");
+         if (step.op == Op::Pointers || step.selector != Selector::Field) store(place + "t", "0");
          return clearUnion(place);
       }
       case Op::Group: record(step.field->fields, step.member + "."); return steps(step.steps);
@@ -97,7 +102,7 @@ private:
    // A value of another type.
    void value(const Step& step) {
       const Type& type = *step.type;
-      const auto& init = step.field->init;
+      const auto& init = step.init;
       switch (passing(type)) {
       case Passing::Text: return store(step.member + "[0]", "0");
       case Passing::TextPointer: return store(step.member, "nullptr");
@@ -133,7 +138,7 @@ public:
 private:
    void steps(const std::vector<Step>& steps, const std::string& root) {
       for (auto& step : steps) // presence bits guard these
-         if (step.field != nullptr && !step.field->optional && step.op != Op::Since) one(step, root);
+         if (!step.optional && step.op != Op::Since) one(step, root);
    }
 
    void one(const Step& step, const std::string& root) {
@@ -143,14 +148,14 @@ private:
       case Op::Integer:
       case Op::Length:
       case Op::Span:
-         if (!step.member.empty() && !clearsField(*step.field)) clear(lvalue, "0");
+         if (!step.member.empty() && !clears(step)) clear(lvalue, "0");
          return steps(step.steps, root);
       case Op::Octets:
       case Op::Bits: return fill(lvalue);
       case Op::Call:
       case Op::Contents:
       case Op::Message:
-         if (!step.field->init) value(*step.type, lvalue);
+         if (!step.init) value(*step.type, lvalue);
          return;
       case Op::Choice:
       case Op::List: return;

@@ -92,7 +92,7 @@ std::string inWords(const Step& step) {
    case Op::Group: {
       std::string result = name + '{';
       for (auto& inner : step.steps) {
-         result += (result.back() == '{' ? " " : ", ") + (inner.member.empty() ? "" : inner.name);
+         result += (result.back() == '{' ? " " : ", ") + inner.name;
          if (inner.op == Op::Span) result += ", " + inner.steps.front().name;
       }
       return result + " }";

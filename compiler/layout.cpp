@@ -81,7 +81,7 @@ std::string pointerArgument(const Type& type, const std::string& place) {
    return how == Passing::Array || how == Passing::Text ? place : "&" + place;
 }
 
-std::string encodeParameters(const Type& type) {
+static std::string valueParameter(const Type& type, const char* word) {
    switch (passing(type)) {
    case Passing::Value: return ", " + recordName(type) + " value";
    case Passing::Array: return ", const uint8_t* value";
@@ -90,7 +90,15 @@ std::string encodeParameters(const Type& type) {
    case Passing::Nothing: return "";
    case Passing::Pointer: break;
    }
-   return ", " + recordName(type) + "* pvalue";
+   return ", " + (word + recordName(type)) + "* pvalue";
+}
+
+std::string encodeParameters(const Type& type) {
+   return valueParameter(type, "");
+}
+
+std::string printParameters(const Type& type) {
+   return valueParameter(type, "const ");
 }
 
 // The value behind `v`, as the type's encoder and printer take it.
@@ -378,12 +386,6 @@ bool departs(const Type& type) {
    return std::ranges::any_of(type.fields, [](auto& field) { return runDeparts(*field); });
 }
 
-bool hasMember(const Field& field) {
-   return field.kind != Kind::Null && field.kind != Kind::Const && !field.present &&
-          field.kind != Kind::Padding && !(field.kind == Kind::Choice && field.name.empty()) &&
-          (!field.onlyOnWire() || field.kind == Kind::Frame);
-}
-
 unsigned fixedBits(const Type& type) {
    if (type.custom || type.bare) return 0;
    const Type& base = baseType(type);
@@ -472,16 +474,6 @@ bool fieldInits(const Field& field);
 
 static bool isSpare(const Field& field) {
    return (field.kind == Kind::Uint || field.kind == Kind::Flag) && field.name.starts_with("spare");
-}
-
-bool clearsField(const Field& field) {
-   return field.init || isSpare(field);
-}
-
-std::string countMember(const Field& field) {
-   if (field.kind == Kind::BitTail || field.kind == Kind::FillBits || field.kind == Kind::SizedBits)
-      return "numbits";
-   return field.kind == Kind::Fill && field.bits == 16 ? "nchars" : "numocts";
 }
 
 bool hasInit(const Type& type) {

@@ -18,8 +18,6 @@ Passing passing(const Type& type);
 bool hasRecord(const Type& type); // a C type exists
 bool hasInit(const Type& type);   // asn1Init_ exists
 bool isPlain(const Type& record); // nothing in it tells what is there: values alone
-// An initialiser stores a value in this number: the one that the description gives, or 0 in spare bits.
-bool clearsField(const Field& field);
 bool hasSample(const Type& type); // asn1Test_ exists
 bool hasDecoder(const Type& type);
 
@@ -81,9 +79,6 @@ std::string sampleDeclaration(const Type& type);
 // Fields of a record in order, wire groups dissolved.
 std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields);
 
-// Member that counts the octets, bits or characters of a string field.
-std::string countMember(const Field& field);
-
 // Presence bits of a record, in order: names of the members of `m`.
 struct PresenceBit {
    std::string name;
@@ -98,9 +93,6 @@ std::string appendixBit(const Field& field);
 // Is the type coded in another way by the standards, or a value of another type among its fields of fixed
 // width? Then its short form is for the family's own way.
 bool departs(const Type& type);
-
-// Member of the record that holds the field; empty if the field leaves none.
-bool hasMember(const Field& field);
 
 // Width on the wire if it is fixed, and no choice, option or repetition is inside; 0 otherwise.
 unsigned fixedBits(const Field& field);

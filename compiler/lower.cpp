@@ -255,7 +255,7 @@ private:
       step.iei = field.iei;
       step.ieiBits = field.ieiBits;
       step.cls = field.cls;
-      step.groupNumber = field.group;
+      step.groupNumber = field.appended ? 0 : field.group;
       step.present = bit(place, &field, 0);
       if (field.appended) append(step, field);
       if (field.group != 0 && !field.appended) step.group = bit(place, nullptr, field.group);
@@ -290,6 +290,7 @@ private:
       case Kind::Tail:
          step.op = Op::Sized;
          step.rest = true;
+         step.wide = field.kind == Kind::Fill && field.bits == 16;
          step.opensTail = field.kind == Kind::Tail;
          break;
       case Kind::BitTail:
@@ -325,7 +326,10 @@ private:
          break;
       case Kind::Choice: choice(step, place, last); break;
       case Kind::Null: break;
-      case Kind::Messages: step.op = Op::Pointers; break;
+      case Kind::Messages:
+         step.op = Op::Pointers;
+         step.table = &tableOf(type_, field);
+         break;
       case Kind::Frame:
       case Kind::Bare: {
          step.op = field.aside ? Op::Span : Op::Length;
@@ -344,6 +348,7 @@ private:
          break;
       case Kind::Since:
          step.op = Op::Since;
+         step.groupNumber = field.group;
          step.number = field.number;
          step.present = bit(place, nullptr, field.group);
          sequence(field.fields, place, last, step.steps);
@@ -403,6 +408,7 @@ private:
          if (octet->kind == Kind::Named && baseType(*octet->type.type).kind == TypeKind::List) {
             const Type& type = baseType(*octet->type.type);
             inner.op = Op::List;
+            inner.list = inner.type;
             list(inner, type.base.type, type.bits, type.bounds, type.storage, Entries::Ext);
          }
          step.steps.push_back(std::move(inner));

@@ -60,6 +60,7 @@ struct Step {
    Op op = Op::Nothing;
    const Field* field = nullptr;
    const Type* type = nullptr;      // Call, Contents, Message; List: of an entry, if it is no number
+   const Type* list = nullptr;      // List: its own type, if it has one
    std::string typeName;            // as the description has it
    std::string name;                // on the wire's side; empty: none
    std::string place;               // member of the record around, with a point behind it
@@ -69,6 +70,7 @@ struct Step {
    bool freeCount = false;          // List of a count: the encoder goes by the record's
    bool preset = false;             // Sized, SizedBits, List: the record has the count ahead of decoding
    bool sizes = false;              // Call: `argument` is the count of such a type
+   bool wide = false;               // Sized: in characters of 16 bits
    bool inBits = false;             // Length: counts bits, less `count`
    bool patterns = false;           // Choice: by the patterns of the arms
    bool quits = false;              // a decoder with nothing left returns here as it stands
@@ -108,8 +110,9 @@ struct Step {
    // Elements of a message.
    unsigned iei = 0, ieiBits = 0;
    Class cls = Class::V; // that of a choice
-   int groupNumber = 0;
+   int groupNumber = 0;  // and of Since
 
+   const std::vector<TableRow>* table = nullptr; // Pointers
    std::vector<Step> steps; // Group, Length, Chain, Since, Swap, Span, Contents; Choice: one an arm; List: of
                             // an entry that is octets
    bool isOptional() const { return when != When::Always; }
