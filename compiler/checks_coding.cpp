@@ -11,13 +11,6 @@ namespace {
 
 using Fields = std::vector<std::unique_ptr<Field>>;
 
-std::string quoted(const std::string& name) {
-   return "`" + name + "`";
-}
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
 // What the fields of a container have come to: one that takes all that is left, so that nothing may
 // follow, and one that is there only if something is left, so that nothing may follow that must be there.
 struct Flow {

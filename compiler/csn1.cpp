@@ -6,10 +6,6 @@
 namespace l3c {
 namespace {
 
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
 std::string inBinary(uint64_t value, unsigned bits) {
    std::string digits;
    while (bits-- != 0) digits += (value >> bits & 1) != 0 ? '1' : '0';

@@ -45,10 +45,6 @@ const Type& drawn(const Type& type) {
    return base.figure ? *base.figure : base;
 }
 
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
 std::string digits(uint64_t value, int count) {
    return hex(value, count).substr(2);
 }

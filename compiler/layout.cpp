@@ -11,13 +11,6 @@
 
 namespace l3c {
 
-const Type& baseType(const Type& type) {
-   const Type* at = &type;
-   while ((at->kind == TypeKind::Alias || at->kind == TypeKind::OneElement) && at->base.type != nullptr)
-      at = at->base.type;
-   return *at;
-}
-
 Passing passing(const Type& type) {
    const Type& base = baseType(type);
    switch (base.kind) {
@@ -322,19 +315,6 @@ std::string shortDeclaration(const Type& type, bool encode) {
           ")";
 }
 
-std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {
-   std::vector<const Field*> all;
-   for (auto& field : fields) {
-      if (field->onlyOnWire()) {
-         if (field->kind == Kind::Frame) all.push_back(field.get());
-         for (auto* inner : recordFields(field->fields)) all.push_back(inner);
-      } else {
-         all.push_back(field.get());
-      }
-   }
-   return all;
-}
-
 std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>& fields) {
    std::vector<PresenceBit> bits;
    int group = 0;
@@ -468,17 +448,8 @@ std::string runPart(const Field& field, const std::string& place, bool arm) {
    }
 }
 
-namespace {
-bool fieldInits(const Field& field);
-}
-
-static bool isSpare(const Field& field) {
-   return (field.kind == Kind::Uint || field.kind == Kind::Flag) && field.name.starts_with("spare");
-}
-
 bool hasInit(const Type& type) {
    const Type& base = baseType(type);
-   if (&base != &type) return hasInit(base);
    switch (base.kind) {
    case TypeKind::Pdu: return true;
    case TypeKind::Octets:
@@ -490,41 +461,34 @@ bool hasInit(const Type& type) {
    }
 }
 
-bool isPlain(const Type& record) {
-   if (!presenceBits(record.fields).empty() || !appendedFields(record).empty()) return false;
-   const auto fields = recordFields(record.fields);
-   return std::none_of(fields.begin(), fields.end(), [](auto* field) { return fieldInits(*field); });
+namespace {
+
+bool inits(const std::vector<std::unique_ptr<Field>>& fields) {
+   return !presenceBits(fields).empty() || std::ranges::any_of(fields, [](auto& field) {
+      switch (field->kind) {
+      case Kind::Named: {
+         const Passing how = passing(*field->type.type);
+         return hasInit(*field->type.type) || field->init || how == Passing::Text ||
+                how == Passing::TextPointer;
+      }
+      case Kind::Flag:
+      case Kind::Uint: return field->init.has_value(); // spare bits alone give none
+      case Kind::Octets:
+      case Kind::Bits:
+      case Kind::Unary:
+      case Kind::Const:
+      case Kind::Padding:
+      case Kind::Null: return false;
+      default: return field->fields.empty() || inits(field->fields);
+      }
+   });
 }
 
-namespace {
-bool fieldInits(const Field& field) {
-   switch (field.kind) {
-   case Kind::Named: {
-      if (field.type.type == nullptr) return false;
-      const Passing how = passing(*field.type.type);
-      return hasInit(*field.type.type) || field.init || how == Passing::Text || how == Passing::TextPointer;
-   }
-   case Kind::Flag:
-   case Kind::Uint: return field.init || (isSpare(field) && field.optional); // spare bits alone give none
-   case Kind::Counted:
-   case Kind::Sized:
-   case Kind::Fill:
-   case Kind::Tail:
-   case Kind::BitTail:
-   case Kind::FillBits:
-   case Kind::SizedBits:
-   case Kind::Each:
-   case Kind::Choice:
-   case Kind::Messages: return true;
-   case Kind::Group:
-      if (!presenceBits(field.fields).empty()) return true;
-      for (auto* inner : recordFields(field.fields))
-         if (fieldInits(*inner)) return true;
-      return false;
-   default: return false;
-   }
-}
 } // namespace
+
+bool isPlain(const Type& record) {
+   return !inits(record.fields) && appendedFields(record).empty();
+}
 
 std::string hex(uint64_t value, int digits) {
    char text[32];

@@ -1,15 +1,12 @@
 // How types and fields look in C: the record of a type, the calls of its codec.
 #pragma once
 
-#include "compiler/model.h"
+#include "compiler/walk.h"
 #include "compiler/writer.h"
 
 #include <string>
 
 namespace l3c {
-
-// The type behind aliases and one-element messages.
-const Type& baseType(const Type& type);
 
 // How a value of the type is handed to functions.
 enum class Passing { Value, Array, Text, TextPointer, Pointer, Nothing };
@@ -75,9 +72,6 @@ std::string shortDeclaration(const Type& type, bool encode);
 
 std::string printParameters(const Type& type);
 std::string sampleDeclaration(const Type& type);
-
-// Fields of a record in order, wire groups dissolved.
-std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields);
 
 // Presence bits of a record, in order: names of the members of `m`.
 struct PresenceBit {

@@ -29,6 +29,11 @@ inline const Type* withoutAliases(const Type* type) {
    return nullptr;
 }
 
+// The same in a model that is sound.
+inline const Type& baseType(const Type& type) {
+   return *withoutAliases(&type);
+}
+
 // Bits on the wire. Checks and layout ask for them ahead of the lowering, which says them at each step.
 Width plus(Width a, Width b);
 Width widthOf(const Field& field);
