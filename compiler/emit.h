@@ -24,8 +24,7 @@ std::string memberWords(const Step& step);
 std::string selectorWords(const Step& choice);
 // Stores that clear the plain values of a message's mandatory part, which an initialiser leaves alone.
 std::string clearValues(const Type& message, const std::string& place);
-void emitWalk(const Model& model, const Module& module,
-              Outputs& out); // src/<File>PrtToStrm.cpp, <File>Test.cpp
+void emitWalk(const Model& model, Outputs& out); // src/<File>Table.cpp, <File>PrtToStrm.cpp, <File>Test.cpp
 // The asn1SetTC_ functions of a PDU, and what they store in the half octet ahead of its discriminator.
 std::string selectorFunctions(const Type& pdu);
 std::string headerWords(const Type& pdu, const TableRow& row);

@@ -44,12 +44,12 @@ void emitModule(const Model& model, const Module& module, Outputs& out) {
    emitMessages(module, out);
    emitEnums(model, module, out);
    emitInits(model, module, out);
-   emitWalk(model, module, out);
 }
 
 Outputs generate(const Model& model) {
    Outputs out;
    for (auto& module : model.modules) emitModule(model, *module, out);
+   emitWalk(model, out);
    emitRegistry(model, out);
    emitVectors(model, out);
    emitSelectorCalls(model, out);
