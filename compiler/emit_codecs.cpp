@@ -145,12 +145,12 @@ if (!done) [[unlikely]]
    static bool isInRun(const Step& step, unsigned bits) {
       if (step.op == Op::Swap)
          return std::ranges::all_of(step.steps, [&](auto& inner) { return isInRun(inner, bits + 8); });
-      return step.run && !step.isOptional() && bits + contentBits(*step.field) <= kMaxRunBits;
+      return step.run && !step.isOptional() && bits + step.run <= kMaxRunBits;
    }
    static std::string inRun(const Step& step, unsigned& bits) {
       if (step.op != Op::Swap) {
-         bits += contentBits(*step.field);
-         return runPart(*step.field, "pvalue->" + step.place, false);
+         bits += step.run;
+         return runPart(step, "pvalue->");
       }
       std::vector<std::string> parts;
       for (auto& inner : step.steps) parts.insert(parts.begin(), inRun(inner, bits));

@@ -252,7 +252,7 @@ struct {
    static std::string appended(const std::vector<Step>& steps) {
       std::string all;
       Groups none;
-      for (auto& step : steps) all += step.field->appended ? member(step, 0, none) : appended(step.steps);
+      for (auto& step : steps) all += step.appended ? member(step, 0, none) : appended(step.steps);
       return all;
    }
 

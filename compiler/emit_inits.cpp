@@ -55,7 +55,7 @@ private:
 
    void appended(const Program& program) {
       const auto all = [this](auto& self, const std::vector<Step>& steps) -> void {
-         for (auto& step : steps) step.field->appended ? one(step) : self(self, step.steps);
+         for (auto& step : steps) step.appended ? one(step) : self(self, step.steps);
       };
       all(all, program.steps);
       all(all, program.optional);

@@ -3,7 +3,7 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
-#include "compiler/program.h"
+#include "compiler/step_text.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -54,7 +54,7 @@ static constexpr bool legalInRecord$inRecord
 // The fields of a record, as the parts of a run.
 std::string withParts(const Type& type) {
    std::string parts;
-   for (auto& field : type.fields) parts += (parts.empty() ? "" : ",\n") + runPart(*field, "r.", false);
+   for (auto& step : lower(type).steps) parts += (parts.empty() ? "" : ",\n") + runPart(step, "r.");
    return Writer().filled(R"(
 template <class Function>
 static L3_INLINE auto withParts(Record& r, Function function) {

@@ -354,7 +354,7 @@ nullptr)";
          if (step.counts != 0) {
             const Step& counted = steps[i + step.counts];
             row.wire.push_back("kCounts");
-            row.number = step.field->countsPlus;
+            row.number = step.countsPlus;
             row.count = offset(counted.member + ".numocts");
             row.capacity = counted.storage.heap ? Cell("kNone") : Cell(counted.storage.capacity);
             row.stride = bit(counted.present);
@@ -406,8 +406,7 @@ nullptr)";
          if (step.when != When::IfTest) row.wire.push_back("kIfTest");
       }
       if (step.guarded) row.wire.push_back("kGuarded");
-      if (step.field != nullptr && step.field->appended && !step.field->optional)
-         row.flags.push_back("kMustBe");
+      if (step.appended && !step.optional) row.flags.push_back("kMustBe");
       if (step.endTested) row.wire.push_back("kEndTested");
       if (step.logged) row.wire.push_back("kLogged");
       if (step.last) row.wire.push_back("kLast");
@@ -424,17 +423,15 @@ nullptr)";
       if (step.name.empty()) row.wire.push_back("kUnnamedOnWire");
       row.argument = expression(step.argument);
       row.second = expression(step.second);
-      if (step.field == nullptr) return;
-      const Field& field = *step.field;
-      if (field.leaveTail) row.wire.push_back("kKeepsTail");
-      if (field.beside) row.wire.push_back("kBeside");
+      if (step.keepsTail) row.wire.push_back("kKeepsTail");
+      if (step.beside) row.wire.push_back("kBeside");
       if (step.bareAround) {
          row.wire.push_back("kBareAround");
-         row.lead = field.bareBits;
+         row.lead = step.bareAround;
       }
-      if (field.ieiBits != 0) {
-         row.iei = field.iei;
-         row.ieiBits = field.ieiBits;
+      if (step.ieiBits != 0) {
+         row.iei = step.iei;
+         row.ieiBits = step.ieiBits;
          row.format =
                forms_.filled("static_cast<uint8_t>(frame::Format::$format)", {{"format", scanFormat(step)}});
          if (step.type != nullptr && classOf(step) == Class::V)
@@ -474,27 +471,22 @@ nullptr)";
          row.width = widthOfUint(step.bits);
          guard(step.member, "==", row.width);
          row.limits = range(step.bits, step.bounds);
-         if (field != nullptr) {
-            if (field->init.value_or(0) != 0) {
-               row.wire.push_back("kInitial");
-               row.second = *field->init;
-            }
-            row.sample = sample_->number(step);
-            row.first = plainNames(field->names());
-         } else {
-            row.sample = sample_->number(step);
-            if (type_->plain) {
-               row.first = plainNames(type_->rows);
-            } else if (!type_->rows.empty()) {
-               row.kind = "NamedNumber";
-               row.index = names(*type_);
-            }
+         row.sample = sample_->number(step);
+         if (step.init.value_or(0) != 0) {
+            row.wire.push_back("kInitial");
+            row.second = *step.init;
+         }
+         if (step.names != nullptr) {
+            row.first = plainNames(*step.names);
+         } else if (field == nullptr && !type_->rows.empty()) {
+            row.kind = "NamedNumber";
+            row.index = names(*type_);
          }
          break;
       case Op::Constant:
          row.kind = "Constant";
          row.flags.push_back("kWireOnly");
-         row.number = field->number;
+         row.number = step.number;
          break;
       case Op::Octets:
       case Op::Bits:
@@ -507,7 +499,7 @@ nullptr)";
       case Op::Sized: {
          const std::string place = step.member.empty() ? "" : step.member + ".";
          const uint64_t few = sample_->count(step);
-         if (field != nullptr && field->kind == Kind::Fill && field->bits == 16)
+         if (step.wide)
             counted(row, "CountedUnits", place + "nchars", place + "data", Storage{true, 0}, few);
          else
             counted(row, "CountedOctets", place + "numocts", place + "data", step.storage, few);
@@ -547,14 +539,15 @@ nullptr)";
          nested(row, *step.type);
          row.offset = offset(step.member);
          guard(step.member, "==", "sizeof(::" + recordName(*step.type) + ")");
-         row.sample = step.sizes ? sample_->sizeOf(step) + 1 : field->sample.value_or(0);
-         if (field->zeros != 0) row.lead = field->zeros;
+         row.sample = step.sizes ? sample_->sizeOf(step) + 1 : step.sample.value_or(0);
+         if (step.zeros != 0) row.lead = step.zeros;
          if (step.sizes && namesOuter(*step.argument.expr)) row.number = 1;
          if (step.op == Op::Message) row.wire.push_back("kInner");
-         if (field->valueOnly) row.wire.push_back("kContents");
-         if (field->ahead != 0) {
+         if (step.ahead != 0) {
             row.wire.push_back("kAhead");
-            row.number = field->ahead;
+            row.number = step.ahead;
+         } else if (step.op == Op::Contents) {
+            row.wire.push_back("kContents");
          }
          break;
       case Op::Group:
@@ -590,7 +583,7 @@ nullptr)";
          break;
       case Op::Chain:
          row.kind = "Chain";
-         if (field->skip) row.wire.push_back("kSkips");
+         if (step.skips) row.wire.push_back("kSkips");
          inside(step, row);
          break;
       case Op::Swap:
@@ -599,9 +592,9 @@ nullptr)";
          break;
       case Op::Since:
          row.kind = "Since";
-         row.number = field->number;
-         row.lead = field->needs;
-         if (field->quits) row.wire.push_back("kQuits");
+         row.number = step.number;
+         row.lead = step.needs;
+         if (step.returns) row.wire.push_back("kQuits");
          inside(step, row);
          break;
       }
@@ -665,27 +658,27 @@ nullptr)";
    }
 
    void choice(const Step& step, RowText& row) {
-      const Field& field = *step.field;
-      const std::string inner = field.name.empty() ? step.place : step.member + ".";
+      const Expr* by = step.argument.expr;
+      const std::string inner = step.name.empty() ? step.place : step.member + ".";
       row.kind = "Choice";
       row.sample = sample_->selector(step);
-      if (field.name.empty()) row.flags.push_back("kUnnamed");
-      if (field.selector != Selector::Field) {
+      if (step.name.empty()) row.flags.push_back("kUnnamed");
+      if (step.selector != Selector::Field) {
          row.flags.push_back("kOwnSelector");
          row.count = offset(inner + "t");
          row.width = 4;
-         if (field.selector == Selector::Record) {
+         if (step.selector == Selector::Record) {
             row.bits = 0;
-            row.number = field.arms.front().values.front().low;
+            row.number = step.steps.front().arm->values.front().low;
          }
-      } else if (field.argument->op == Expr::Op::Name && !field.argument->parameter &&
-                 std::ranges::none_of(field.argument->path, [](const Field* f) { return f->optional; })) {
-         row.count = offset(pathMember(field.argument->path));
-         row.width = widthOfNumber(*field.argument->path.back());
+      } else if (by->op == Expr::Op::Name && !by->parameter &&
+                 std::ranges::none_of(by->path, [](const Field* f) { return f->optional; })) {
+         row.count = offset(pathMember(by->path));
+         row.width = widthOfNumber(*by->path.back());
       } else {
          row.flags.push_back("kSteeredByExpression");
       }
-      if (field.arms.size() == 1 && !field.arms.front().field->name.empty()) row.wire.push_back("kSingle");
+      if (step.steps.size() == 1 && !step.steps.front().name.empty()) row.wire.push_back("kSingle");
       // Rows of the arms first, for those within may bring arms of their own.
       std::vector<size_t> places;
       for (const Step& arm : step.steps) {
@@ -694,17 +687,17 @@ nullptr)";
          places.push_back(table_.add({content}));
       }
       row.first = table_.arms();
-      for (size_t i = 0; i < field.arms.size(); ++i)
-         for (auto& range : field.arms[i].values)
-            table_.addArm(range.low, range.high, places[i], field.arms[i].pattern);
-      for (size_t i = 0; i < field.arms.size(); ++i)
-         if (field.arms[i].isElse) table_.addArm(0, UINT32_MAX, places[i], "");
+      for (size_t i = 0; i < places.size(); ++i)
+         for (auto& range : step.steps[i].arm->values)
+            table_.addArm(range.low, range.high, places[i], step.steps[i].arm->pattern);
+      for (size_t i = 0; i < places.size(); ++i)
+         if (step.steps[i].arm->isElse) table_.addArm(0, UINT32_MAX, places[i], "");
       row.rows = table_.arms() - row.first;
    }
 
    void messages(const Step& step, RowText& row) {
       row.kind = "Choice";
-      const auto& table = tableOf(*type_, *step.field);
+      const auto& table = *step.table;
       if (&table == &type_->table) row.wire.push_back("kOfMessages");
       row.flags.push_back("kOwnSelector");
       row.count = offset(step.member + ".t");

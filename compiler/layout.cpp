@@ -195,10 +195,11 @@ bool anyField(const Type& type, const Test& test) {
 } // namespace
 
 bool quits(const Type& type) {
-   return anyField(type, [](const Field& field) {
-      return field.quits ||
-             (field.type.type != nullptr && field.type.type->cls == Class::V && quits(*field.type.type)) ||
-             (field.type.type != nullptr && field.type.type->cls == Class::LB && quits(*field.type.type));
+   return anyField(type, [&](const Field& field) {
+      return (field.kind == Kind::Since && type.returns) ||
+             (field.type.type != nullptr &&
+              (field.type.type->cls == Class::V || field.type.type->cls == Class::LB) &&
+              quits(*field.type.type));
    });
 }
 
@@ -345,7 +346,7 @@ void appended(const std::vector<std::unique_ptr<Field>>& fields, std::vector<con
    }
 }
 bool runDeparts(const Field& field) {
-   if (field.type.type != nullptr && isRunContent(field) && departs(baseType(*field.type.type))) return true;
+   if (field.type.type != nullptr && runBits(field) != 0 && departs(baseType(*field.type.type))) return true;
    return std::ranges::any_of(field.fields, [](auto& inner) { return runDeparts(*inner); }) ||
           std::ranges::any_of(field.arms, [](auto& arm) { return runDeparts(*arm.field); });
 }
@@ -366,31 +367,22 @@ bool departs(const Type& type) {
    return std::ranges::any_of(type.fields, [](auto& field) { return runDeparts(*field); });
 }
 
-unsigned fixedBits(const Type& type) {
-   if (type.custom || type.bare) return 0;
-   const Type& base = baseType(type);
-   if (base.custom || base.bare) return 0;
-   switch (base.kind) {
-   case TypeKind::Enum:
-   case TypeKind::Number: return base.pattern ? 0 : base.bits;
-   case TypeKind::Record: {
-      if (base.cls != Class::V || base.fields.empty()) return 0;
-      unsigned sum = 0;
-      for (auto& field : base.fields) {
-         const unsigned bits = fixedBits(*field);
-         if (bits == 0) return 0;
-         sum += bits;
-      }
-      return sum;
+namespace {
+
+unsigned contentBits(const Field& field);
+
+unsigned fixedBits(const std::vector<std::unique_ptr<Field>>& fields) {
+   unsigned sum = 0;
+   for (auto& field : fields) {
+      const bool there = !field->optional && field->ieiBits == 0 && !field->name.empty();
+      const unsigned bits = there ? contentBits(*field) : 0;
+      if (bits == 0) return 0;
+      sum += bits;
    }
-   default: return 0;
-   }
+   return sum;
 }
 
-unsigned fixedBits(const Field& field) {
-   return field.optional || field.ieiBits != 0 ? 0 : contentBits(field);
-}
-
+// Of the field when it is there.
 unsigned contentBits(const Field& field) {
    if (field.aside || field.valueOnly || field.guarded || field.counted != nullptr || field.ahead != 0 ||
        field.bareBits != 0 || !field.bounds.values.empty())
@@ -398,16 +390,21 @@ unsigned contentBits(const Field& field) {
    switch (field.kind) {
    case Kind::Flag: return 1;
    case Kind::Uint: return field.bits <= 32 ? field.bits : 0;
-   case Kind::Named: return field.argument || field.type.type == nullptr ? 0 : fixedBits(*field.type.type);
-   case Kind::Group: {
-      unsigned sum = 0;
-      for (auto& inner : field.fields) {
-         const unsigned bits = inner->onlyOnWire() || inner->name.empty() ? 0 : fixedBits(*inner);
-         if (bits == 0) return 0;
-         sum += bits;
-      }
-      return sum;
+   case Kind::Named: return field.argument ? 0 : fixedBits(*field.type.type);
+   case Kind::Group: return fixedBits(field.fields);
+   default: return 0;
    }
+}
+
+} // namespace
+
+unsigned fixedBits(const Type& type) {
+   const Type& base = baseType(type);
+   if (type.custom || type.bare || base.custom || base.bare) return 0;
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return base.pattern ? 0 : base.bits;
+   case TypeKind::Record: return base.cls == Class::V ? fixedBits(base.fields) : 0;
    default: return 0;
    }
 }
@@ -417,35 +414,9 @@ bool isRunType(const Type& type) {
    return bits != 0 && bits <= kMaxRunBits;
 }
 
-bool isRunContent(const Field& field) {
-   const unsigned bits = contentBits(field);
-   return bits != 0 && bits <= kMaxRunBits && !field.name.empty();
-}
-
-std::string integerWord(unsigned bits, const Bounds& bounds, bool arm) {
-   std::string text = (arm ? "armInteger<" : "integer<") + std::to_string(bits);
-   if (!bounds.empty())
-      text += ", " + std::to_string(bounds.low.value_or(0)) + ", " +
-              std::to_string(bounds.high.value_or((uint64_t{1} << bits) - 1));
-   return text + ">";
-}
-
-std::string runPart(const Field& field, const std::string& place, bool arm) {
-   const std::string arguments = "(\"" + field.name + "\", " + place + cName(field.name) + ")";
-   switch (field.kind) {
-   case Kind::Group: {
-      std::string text = "group(\"" + field.name + "\"";
-      for (auto& inner : field.fields) text += ", " + runPart(*inner, place + cName(field.name) + ".", arm);
-      return text + ")";
-   }
-   case Kind::Flag: return "flag" + arguments;
-   case Kind::Uint: return integerWord(field.bits, field.bounds, arm) + arguments;
-   default: {
-      const Type& type = *field.type.type;
-      return (passing(type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
-             recordName(baseType(type)) + ">" + arguments;
-   }
-   }
+unsigned runBits(const Field& field) {
+   const unsigned bits = field.name.empty() ? 0 : contentBits(field);
+   return bits <= kMaxRunBits ? bits : 0;
 }
 
 bool hasInit(const Type& type) {

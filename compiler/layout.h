@@ -89,15 +89,10 @@ std::string appendixBit(const Field& field);
 bool departs(const Type& type);
 
 // Width on the wire if it is fixed, and no choice, option or repetition is inside; 0 otherwise.
-unsigned fixedBits(const Field& field);
-unsigned contentBits(const Field& field); // of the field when it is there
 unsigned fixedBits(const Type& type);
 // Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
 bool isRunType(const Type& type);
-bool isRunContent(const Field& field); // would be one if it were not optional
-// The field as a part of a run, in the frame's words; `arm`: bound failures are logged.
-std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);
-std::string runPart(const Field& field, const std::string& place, bool arm);
+unsigned runBits(const Field& field); // of one that can, when it is there; 0 of others
 constexpr unsigned kMaxRunBits = 56;
 
 std::string hex(uint64_t value, int digits = 0);

@@ -72,6 +72,7 @@ public:
          Step& step = program_.steps.emplace_back(value(Op::Integer));
          step.bits = type_.bits;
          step.bounds = type_.bounds;
+         if (type_.plain) step.names = &type_.rows;
          break;
       }
       case TypeKind::Octets: octets(); break;
@@ -192,6 +193,7 @@ private:
          for (size_t j = i + 1; j < steps.size(); ++j) {
             if (steps[j].field != steps[i].field->counted) continue;
             steps[i].counts = j - i;
+            steps[i].countsPlus = steps[i].field->countsPlus;
             steps[j].byCount = true;
          }
       }
@@ -204,6 +206,9 @@ private:
       step.name = field.name;
       step.typeName = field.type.name;
       step.width = widthOf(field);
+      step.keepsTail = field.leaveTail;
+      step.appended = field.appended;
+      step.beside = field.beside;
       step.optional = field.optional;
       step.init = field.init;
       step.sample = field.sample;
@@ -217,7 +222,7 @@ private:
    // One field with its option.
    Step one(const Field& field, const Place& place, bool last) {
       Step step = contents(field, field.optional || field.guarded ? place.inner() : place, last);
-      step.run = isRunContent(field);
+      step.run = runBits(field);
       step.bareAround = field.bareBits;
       if (field.bareBits != 0) step.last = false;
       const bool chain = field.kind == Kind::Chain;
@@ -251,7 +256,7 @@ private:
    Step element(const Field& field, const Place& place) {
       Step step = contents(field, place, false);
       if (field.present) step.op = Op::Nothing;
-      step.run = !field.present && isRunContent(field);
+      step.run = field.present ? 0 : runBits(field);
       step.iei = field.iei;
       step.ieiBits = field.ieiBits;
       step.cls = field.cls;
@@ -351,7 +356,9 @@ private:
          step.groupNumber = field.group;
          step.number = field.number;
          step.present = bit(place, nullptr, field.group);
+         step.returns = type_.returns;
          sequence(field.fields, place, last, step.steps);
+         if (!step.returns) step.needs = widthOf(step.steps).low;
          break;
       case Kind::Chain: chain(step, place); break;
       }
@@ -400,9 +407,10 @@ private:
 
    void chain(Step& step, const Place& place) {
       step.op = Op::Chain;
+      step.skips = step.field->skip;
       for (auto& octet : step.field->fields) {
          Step inner = contents(*octet, place, false);
-         inner.run = isRunContent(*octet);
+         inner.run = runBits(*octet);
          inner.endTested = place.inLength;
          if (octet->optional) inner.present = bit(place, octet.get(), 0);
          if (octet->kind == Kind::Named && baseType(*octet->type.type).kind == TypeKind::List) {

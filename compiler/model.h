@@ -124,7 +124,6 @@ struct Field {
    unsigned bits = 0;          // Uint, Frame, Bare, Counted, Const, Each of integers, Selector::Bits
    uint64_t count = 0;         // Octets, Bits
    uint64_t number = 0;        // Const; Since: release; Null: unused
-   uint64_t needs = 0;         // Since: bits that must be left, from what it holds
    Bounds bounds;
    Storage storage;
    TypeRef type;                   // Named, Each
@@ -136,15 +135,14 @@ struct Field {
    bool freeCount = false; // Each *(e): the encoder goes by the count of the record
    Entries entries = Entries::Rest; // Each
    bool skip = false;               // Chain: skip unknown octets
-   bool quits = false;     // Since: a decoder that ends the element here returns at once, as it stands
-   bool guarded = false;   // mandatory, yet the decoder reads it only if the container has bits
-   bool leaveTail = false; // Frame, Bare: closing leaves the open tail's flag as it is
-   std::string counts;     // Uint: the encoder takes it from the octet count of this later field
-   const Field* counted = nullptr; // that field, resolved
-   uint64_t countsPlus = 0;        // and adds so many
-   std::unique_ptr<Field> entry;   // Each of octets: an entry, Sized or Fill; no type and no bits then
-   bool tail = false;              // Each: sets the open tail's flag
-   bool beside = false;            // stands in the octet of an L4 length, outside of its container
+   bool guarded = false;            // mandatory, yet the decoder reads it only if the container has bits
+   bool leaveTail = false;          // Frame, Bare: closing leaves the open tail's flag as it is
+   std::string counts;              // Uint: the encoder takes it from the octet count of this later field
+   const Field* counted = nullptr;  // that field, resolved
+   uint64_t countsPlus = 0;         // and adds so many
+   std::unique_ptr<Field> entry;    // Each of octets: an entry, Sized or Fill; no type and no bits then
+   bool tail = false;               // Each: sets the open tail's flag
+   bool beside = false;             // stands in the octet of an L4 length, outside of its container
    unsigned ahead = 0;    // the decoder takes the selector of the choice in `type` from the n-th bit ahead
    Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
    unsigned bareBits = 0; // width of a bare length around this field alone

@@ -73,6 +73,7 @@ struct Step {
    bool wide = false;               // Sized: in characters of 16 bits
    bool inBits = false;             // Length: counts bits, less `count`
    bool patterns = false;           // Choice: by the patterns of the arms
+   bool returns = false;            // Since: a decoder that ends here returns at once
    bool quits = false;              // a decoder with nothing left returns here as it stands
    unsigned bits = 0; // Integer, Constant, Counted, Length; List of numbers; Choice: of its selector
    Bounds bounds;
@@ -91,21 +92,27 @@ struct Step {
    When when = When::Always;
    Term test;
    BitPlace present, group;
+   bool appended = false;  // of a standard form: its place is at the record's end
+   bool beside = false;    // stands in the octet of a length of 4 bits, outside of its container
    bool optional = false;  // a presence bit of its own tells of it
    bool guarded = false;   // mandatory, yet decoded only if the container has something
    bool endTested = false; // the decoder compares the cursor with the end of the length around
    bool logged = false;    // a failed bound is logged: in the arm of a choice
    bool last = false;      // Octets, Bits: their status is the codec's own
-   bool run = false;       // of fixed width
+   unsigned run = 0;       // its bits, if it may go with others of fixed width
    bool rest = false;      // Sized: all that is left
    bool byCount = false;   // Sized: the encoder goes by the record's count
    bool opensTail = false;
+   bool keepsTail = false;  // closing the length leaves the open tail's flag as it is
+   bool skips = false;      // Chain: unknown octets are skipped
    bool entryInits = false; // List: the decoder initialises the entries
    unsigned bareAround = 0; // bits of a length around this step alone
 
-   Term argument;     // Sized, Contents, Call: size; List: how often; Choice: what steers it
-   Term second;       // Call of a text type with two parameters
-   size_t counts = 0; // Integer: its value is the octet count of the step so many further
+   Term argument;           // Sized, Contents, Call: size; List: how often; Choice: what steers it
+   Term second;             // Call of a text type with two parameters
+   size_t counts = 0;       // Integer: its value is the octet count of the step so many further
+   uint64_t countsPlus = 0; // and so many more
+   uint64_t needs = 0;      // Since: the least bits that it takes, unless it returns
 
    // Elements of a message.
    unsigned iei = 0, ieiBits = 0;

@@ -27,6 +27,30 @@ Holes codecHoles(const Type& type, bool encode) {
    return holes;
 }
 
+static std::string integerWord(const Step& step) {
+   std::string text = "integer<" + std::to_string(step.bits);
+   if (!step.bounds.empty())
+      text += ", " + std::to_string(step.bounds.low.value_or(0)) + ", " +
+              std::to_string(step.bounds.high.value_or(maxOf(step.bits)));
+   return text + ">";
+}
+
+std::string runPart(const Step& step, const std::string& record) {
+   const std::string arguments = "(\"" + step.name + "\", " + record + step.member + ")";
+   switch (step.op) {
+   case Op::Group: {
+      std::string text = "group(\"" + step.name + "\"";
+      for (auto& inner : step.steps) text += ", " + runPart(inner, record);
+      return text + ")";
+   }
+   case Op::Flag: return "flag" + arguments;
+   case Op::Integer: return integerWord(step) + arguments;
+   default:
+      return (passing(*step.type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
+             recordName(baseType(*step.type)) + ">" + arguments;
+   }
+}
+
 std::string presenceBit(const BitPlace& bit) {
    return bit ? "pvalue->" + bit.record + "m." + bit.name : "";
 }
@@ -57,10 +81,10 @@ std::optional<std::string> StepText::ofStep(const Step& step, std::string_view n
    if (name == "number") return std::to_string(step.number);
    if (name == "count") return std::to_string(step.count);
    if (name == "capacity") return std::to_string(step.storage.capacity);
-   if (name == "integer") return integerWord(step.bits, step.bounds, false);
+   if (name == "integer") return integerWord(step);
    if (name == "limits") return limitsText(step.bounds);
    if (name == "size") return value(step.argument);
-   if (name == "part") return runPart(*step.field, "pvalue->" + step.place, false);
+   if (name == "part") return runPart(step, "pvalue->");
    if (name == "type") return "quorva::type::" + recordName(*step.type);
    if (name == "argument")
       return enc_ ? encodeArgument(*step.type, placeOf(step)) : pointerArgument(*step.type, placeOf(step));
@@ -198,11 +222,10 @@ std::string StepText::run(const std::vector<Step>& steps, size_t& i) const {
    std::vector<std::string> parts;
    unsigned bits = 0;
    do {
-      bits += contentBits(*steps[i].field);
-      parts.push_back(runPart(*steps[i].field, "pvalue->" + steps[i].place, false));
+      bits += steps[i].run;
+      parts.push_back(runPart(steps[i], "pvalue->"));
       ++i;
-   } while (i < steps.size() && steps[i].run && !steps[i].isOptional() &&
-            bits + contentBits(*steps[i].field) <= kMaxRunBits);
+   } while (i < steps.size() && steps[i].run && !steps[i].isOptional() && bits + steps[i].run <= kMaxRunBits);
    const bool fits = parts.size() == 1 && parts[0].size() < 80;
    return text(fits ? "L3_TRY($c.$fields($parts));" : R"(
 L3_TRY($c.$fields(
@@ -215,7 +238,7 @@ std::string StepText::countAhead(const std::vector<Step>& steps, size_t i) const
    const Step& step = steps[i];
    if (!enc_ || step.counts == 0) return "";
    const Step& string = steps[i + step.counts];
-   const uint64_t plus = step.field->countsPlus;
+   const uint64_t plus = step.countsPlus;
    return text(step, R"(
 $fixed? if ($octets > sizeof $string.data) return kNotShort;
 $place = static_cast<$uint>($octets$plus);
@@ -246,7 +269,7 @@ $empty?    $place = "";
    const std::string bit = presenceBit(step.present);
    if (step.bareAround) { // the length is always there; what is left in it tells whether the field is
       const std::string var = variable("bare");
-      return quit + around({step.bareAround, "", Bounds(), step.field->leaveTail, var},
+      return quit + around({step.bareAround, "", Bounds(), step.keepsTail, var},
                            optional ? there(step, enc_ ? bit : "d.more()") : kind(step));
    }
    if (!optional) return quit + kind(step);
@@ -268,7 +291,7 @@ $decode? const int $present = ${if}d.$bitIn()$else;
 $decode? L3_TRY($present);
 $there
 )",
-                  {{"bitIn", step.field->lead == Lead::High ? "highIn" : "bitIn"},
+                  {{"bitIn", step.high ? "highIn" : "bitIn"},
                    {"present", present},
                    {"if", perhaps ? test + " ? " : ""},
                    {"else", perhaps ? " : 0" : ""},
@@ -373,7 +396,7 @@ L3_TRY(d.closeUnits($var));
 )",
                   {{"var", var}, {"unit", step.inBits ? 1 : 8}, {"steps", steps}});
    const std::string place = step.member.empty() ? "" : placeOf(step);
-   return around({step.bits, place, step.bounds, step.field->leaveTail, var, step.name}, steps);
+   return around({step.bits, place, step.bounds, step.keepsTail, var, step.name}, steps);
 }
 
 // What does not tell its size on the wire is coded where its size is known.
@@ -574,8 +597,7 @@ switch ($t) {
 // A group of fields that only releases from a certain one on know; its bit is set when all of it has
 // been read. With fewer bits left than one needs, all later groups are given up too.
 std::string StepText::since(const Step& step) {
-   const Field& field = *step.field;
-   const bool needs = field.needs != 0, first = needs && !groups_;
+   const bool needs = step.needs != 0, first = needs && !groups_;
    groups_ = groups_ || needs;
    if (enc_) return block(presenceBit(step.present), sequence(step.steps));
    return text(step, R"(
@@ -589,11 +611,11 @@ if (${groups}d.more() && d.knows($release)) {
 )",
                {{"first", first},
                 {"needs", needs},
-                {"release", field.number},
-                {"bits", field.needs},
+                {"release", step.number},
+                {"bits", step.needs},
                 {"groups", needs ? "groups && " : ""},
                 {"steps", sequence(step.steps)},
-                {"quit", field.quits}});
+                {"quit", step.returns}});
 }
 
 std::string StepText::declareExt() {
@@ -617,7 +639,7 @@ $there? $bit = 1;
                  {{"ext", octet.op != Op::List}, {"kind", kind(octet)}, {"there", bool(octet.present)}}));
    std::string later;
    for (size_t i = octets.size(); --i > 0;) later = block("ext == 0", octets[i] + later);
-   if (!step.field->skip)
+   if (!step.skips)
       return ext + (step.isOptional() ? block("d.more()", octets[0] + later) : octets[0] + later);
    // Without its first octet a chain that skips goes by the ext bit of the chain ahead.
    return ext + (step.isOptional() ? block("d.more()", octets[0]) : octets[0]) + later +
@@ -632,7 +654,7 @@ std::string StepText::encodeChain(const std::vector<Step>& steps, size_t i) {
    };
    const Step& step = steps[i];
    if (step.op == Op::List) {
-      const Type* type = step.field->kind == Kind::Named ? step.field->type.type : nullptr;
+      const Type* type = step.list;
       const std::string octets = type == nullptr
                                        ? list(step)
                                        : text(step, "L3_TRY(e.item<quorva::type::$list>($name, &$place));",

@@ -81,6 +81,9 @@ private:
    int variables_ = 0;
 };
 
+// A step as a part of a run, in the frame's words; `record` is the prefix of the record's members.
+std::string runPart(const Step& step, const std::string& record);
+
 // The member of the record; empty if there is none.
 std::string presenceBit(const BitPlace& bit);
 
