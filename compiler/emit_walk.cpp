@@ -279,19 +279,17 @@ nullptr)";
 [](const uint8_t* a, const uint8_t* e, RtxContext* c, void* v) -> const uint8_t* { return shortDec_$base(a, e, c$baseTarget); },
 [](uint8_t* a, uint8_t* e, RtxContext* c, void* v) -> uint8_t* { return shortEnc_$base(a, e, c$baseValue); })";
       const size_t parameters = type.kind == TypeKind::Digits ? 1 : type.parameters.size();
+      const char* sizes[] = {"", ", static_cast<uint32_t>(a)",
+                             ", static_cast<uint32_t>(a), static_cast<uint32_t>(b)"};
       Holes holes = namesOf(type);
-      for (const Hole& hole :
-           Holes{{"target", targetOf(type)},
-                 {"value", valueOf(type, false)},
-                 {"baseTarget", targetOf(base)},
-                 {"baseValue", valueOf(base, false)},
-                 {"a", parameters > 0 ? " a" : ""},
-                 {"b", parameters > 1 ? " b" : ""},
-                 {"sizes", parameters == 0   ? ""
-                           : parameters == 1 ? ", static_cast<uint32_t>(a)"
-                                             : ", static_cast<uint32_t>(a), static_cast<uint32_t>(b)"}})
-         holes.push_back(hole);
-      const Writer w(holes);
+      holes.emplace_back("target", targetOf(type));
+      holes.emplace_back("value", valueOf(type, false));
+      holes.emplace_back("baseTarget", targetOf(base));
+      holes.emplace_back("baseValue", valueOf(base, false));
+      holes.emplace_back("a", parameters > 0 ? " a" : "");
+      holes.emplace_back("b", parameters > 1 ? " b" : "");
+      holes.emplace_back("sizes", sizes[parameters]);
+      const Writer w(std::move(holes));
       return w.filled(
             "$shorts, $message, $codec, $init",
             {{"shorts", w.filled(shorts)},

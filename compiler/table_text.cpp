@@ -20,8 +20,15 @@ std::string escaped(const std::string& text) {
    return all;
 }
 
-std::string flagsText(const std::vector<std::string>& flags) {
-   return flags.empty() ? "0" : joined(flags, " | ");
+std::string flags(const std::vector<std::string>& names) {
+   return names.empty() ? "0" : joined(names, " | ");
+}
+
+// The members of a struct in their order.
+std::string members(std::initializer_list<Cell> cells) {
+   std::string all;
+   for (auto& cell : cells) (all += all.empty() ? "" : ", ") += cell.text;
+   return all;
 }
 
 } // namespace
@@ -43,70 +50,48 @@ size_t TableText::add(const std::vector<RowText>& block) {
          rowDocs_ += forms_.lines("{$row, $text},", {{"row", rowCount_}, {"text", textAt(row.doc)}});
          ++docCount_;
       }
-      rows_ += forms_.lines("{$name, $offset, $count, $capacity, $stride, $presence, $group, $sample, "
-                            "$first, $rows, $index, $module, Kind::$kind, $width, $flags},",
-                            {{"name", name},
-                             {"offset", row.offset.text},
-                             {"count", row.count.text},
-                             {"capacity", row.capacity.text},
-                             {"stride", row.stride.text},
-                             {"presence", row.presence.text},
-                             {"group", row.group.text},
-                             {"sample", row.sample},
-                             {"first", row.first},
-                             {"rows", row.rows},
-                             {"index", row.index},
-                             {"module", row.module},
-                             {"kind", row.kind},
-                             {"width", row.width.text},
-                             {"flags", flagsText(row.flags)}});
-      wires_ += forms_.lines("{$name, $flags, $argument, $test, $second, $number, $bits, $limits, $iei, "
-                             "$ieiBits, $format, $lead},",
-                             {{"name", row.wireName.empty() ? name : textAt(row.wireName)},
-                              {"flags", flagsText(row.wire)},
-                              {"argument", row.argument},
-                              {"test", row.test},
-                              {"second", row.second},
-                              {"number", row.number},
-                              {"bits", row.bits},
-                              {"limits", row.limits},
-                              {"iei", hex(row.iei, 2)},
-                              {"ieiBits", row.ieiBits},
-                              {"format", row.format.text},
-                              {"lead", row.lead}});
+      const std::string all = members({name, row.offset, row.count, row.capacity, row.stride, row.presence,
+                                       row.group, row.sample, row.first, row.rows, row.index, row.module,
+                                       "Kind::" + row.kind, row.width, flags(row.flags)});
+      const std::string wire = members({row.wireName.empty() ? name : textAt(row.wireName), flags(row.wire),
+                                        row.argument, row.test, row.second, row.number, row.bits, row.limits,
+                                        hex(row.iei, 2), row.ieiBits, row.format, row.lead});
+      rows_ += forms_.lines("{$row},", {{"row", all}});
+      wires_ += forms_.lines("{$wire},", {{"wire", wire}});
       ++rowCount_;
    }
    return rowCount_ - block.size();
 }
 
 void TableText::add(const TypeText& type) {
+   const size_t decodedName = textAt(type.decodedName), name = textAt(type.name);
+   const std::string all = members({type.size,
+                                    type.first,
+                                    type.rows,
+                                    "Form::" + type.form,
+                                    "Codec::" + type.codec,
+                                    flags(type.flags),
+                                    type.lengthBits,
+                                    type.limits,
+                                    type.bits,
+                                    type.legal,
+                                    type.presenceOctets,
+                                    type.presenceOffset,
+                                    type.lengthOffset,
+                                    type.mandatory,
+                                    hex(type.halfOctets, 4),
+                                    name,
+                                    decodedName,
+                                    type.standard,
+                                    type.appendixOffset,
+                                    type.appendixOctets,
+                                    type.presenceBits,
+                                    type.appendixBits});
    types_ += forms_.lines(R"(
-{$size, $first, $rows, Form::$form, Codec::$codec, $flags, $lengthBits, $limits, $bits, $legal, $presenceOctets, $presenceOffset, $lengthOffset, $mandatory, $halfOctets, $name, $decodedName, $standard, $appendixOffset, $appendixOctets, $presenceBits, $appendixBits,
+{$members,
    $functions},
 )",
-                          {{"size", type.size.text},
-                           {"first", type.first},
-                           {"rows", type.rows},
-                           {"form", type.form},
-                           {"codec", type.codec},
-                           {"flags", flagsText(type.flags)},
-                           {"lengthBits", type.lengthBits},
-                           {"limits", type.limits},
-                           {"bits", type.bits},
-                           {"legal", type.legal},
-                           {"presenceOctets", type.presenceOctets.text},
-                           {"presenceOffset", type.presenceOffset.text},
-                           {"lengthOffset", type.lengthOffset.text},
-                           {"mandatory", type.mandatory},
-                           {"halfOctets", hex(type.halfOctets, 4)},
-                           {"decodedName", textAt(type.decodedName)},
-                           {"name", textAt(type.name)},
-                           {"standard", type.standard},
-                           {"appendixOffset", type.appendixOffset.text},
-                           {"appendixOctets", type.appendixOctets.text},
-                           {"presenceBits", type.presenceBits},
-                           {"appendixBits", type.appendixBits},
-                           {"functions", type.functions}});
+                          {{"members", all}, {"functions", type.functions}});
    typeDocs_ += forms_.lines("$text,", {{"text", textAt(type.doc)}});
 }
 
