@@ -251,7 +251,7 @@ $place = static_cast<$uint>($octets$plus);
 
 std::string StepText::one(const Step& step) {
    const std::string quit = !enc_ && step.quits ? text("if (!d.more()) return kNotShort;") : "";
-   if (!enc_ && step.guarded) {
+   if (!enc_ && step.guarded && !step.bareAround) {
       const bool isText = step.op == Op::Call && passing(*step.type) == Passing::TextPointer;
       return quit +
              text(step, R"(
