@@ -207,9 +207,25 @@ bool leavesContainer(const Type& type) {
    return (type.cls == Class::LV || type.cls == Class::LVE) && quits(type);
 }
 
+bool hasShortPart(const Type& part, bool twice) {
+   return part.pattern || (hasShortForm(part) && !twice && (part.structure || !part.custom));
+}
+
+// Is all of a structure, or of a list's entry, behind a part without a short form?
+static bool beginsInFull(const Type& type) {
+   if (type.kind == TypeKind::List)
+      return type.base.type != nullptr && !hasShortForm(baseType(*type.base.type));
+   if (type.fields.empty()) return false;
+   const Field& first = *type.fields.front();
+   if (first.kind != Kind::Named || first.optional || first.guarded) return false;
+   const Type& part = baseType(*first.type.type);
+   return !part.presized && !part.outer && !hasShortPart(part, first.second != nullptr);
+}
+
 bool hasShortForm(const Type& type) {
    // Of a structure, what has none inside is left to the exact form when it is there.
-   if (type.structure && type.kind != TypeKind::Alias) return !type.custom && !type.presized && !type.outer;
+   if (type.structure && type.kind != TypeKind::Alias)
+      return !type.custom && !type.presized && !type.outer && !beginsInFull(type);
    // Codecs by hand are templates over both forms, but for those of messages.
    if (type.custom && type.kind == TypeKind::List) return hasShortEntry(*type.base.type);
    if (type.custom) return type.kind == TypeKind::Record || type.kind == TypeKind::Text;

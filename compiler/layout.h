@@ -53,6 +53,8 @@ std::string argumentNames(const Type& type, bool encode);
 
 // Has the codec a short form? Fixed bits, 16-bit characters and lengths of four bits have none.
 bool hasShortForm(const Type& type);
+// May it be called so as a part of a structure? `twice`: with two values.
+bool hasShortPart(const Type& part, bool twice);
 // Is there a function of it that starts at an octet? Types by place have the one alone that goes on in an
 // octet.
 bool hasShortEntry(const Type& type);

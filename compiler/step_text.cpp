@@ -418,8 +418,7 @@ std::string StepText::call(const Step& step) {
    if (step.sizes) return text("return kNotShort;");
    const Type& base = baseType(*step.type);
    if (base.pattern) return high(placeOf(step));
-   if (type_.structure && (!hasShortForm(base) || twice || (!base.structure && base.custom)))
-      return text("return kNotShort;");
+   if (type_.structure && !hasShortPart(base, twice)) return text("return kNotShort;");
    return text(step, R"(
 L3_TRY($c.item<$type>($name, $argument$parameter$second));
 $zeros? L3_TRY($c.zeros($zeros));
