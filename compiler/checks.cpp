@@ -13,13 +13,6 @@ using Fields = std::vector<std::unique_ptr<Field>>;
 
 constexpr int64_t kAnySelector = 1 << 16;
 
-std::string quoted(const std::string& name) {
-   return "`" + name + "`";
-}
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
 class Checker {
 public:
    Checker(const Model& model, Diagnostics& diagnostics) : model_(model), diagnostics_(diagnostics) {}

@@ -11,13 +11,6 @@ namespace {
 
 using Fields = std::vector<std::unique_ptr<Field>>;
 
-std::string quoted(const std::string& name) {
-   return "`" + name + "`";
-}
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
 // What the fields of a container have come to: one that takes all that is left, so that nothing may
 // follow, and one that is there only if something is left, so that nothing may follow that must be there.
 struct Flow {
@@ -339,8 +332,9 @@ private:
       refuse(!field.bounds.empty() && (field.aside || (octets && field.storage.heap)), field.pos,
              "What is unsent or on the heap has no bounds but those of its count.");
       refuse(field.aside && passable, field.pos, "What is unsent is always there.");
-      refuse(field.bareBits && (field.lead != Lead::None || field.when || field.guarded), field.pos,
-             "Whether a field in a bare length is there tells what is left in it.");
+      refuse(field.bareBits &&
+                   (field.lead != Lead::None || field.when || (field.guarded && field.kind != Kind::Uint)),
+             field.pos, "Whether a field in a bare length is there tells what is left in it.");
       refuse(field.kind == Kind::Since && !lengthed, field.pos, "`since` stands right inside a length.");
       refuse(field.ahead && !isLedChoice(field.type.type), field.type.pos,
              "`ahead` goes with a record that is one choice by a bit, without a name.");

@@ -1,13 +1,10 @@
 #include "compiler/csn1.h"
 
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 namespace l3c {
 namespace {
-
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
 
 std::string inBinary(uint64_t value, unsigned bits) {
    std::string digits;
@@ -36,121 +33,116 @@ private:
       line(words);
    }
 
+   // How many of a string or a list there are.
+   static std::string many(const Step& step, const char* by) {
+      return step.argument.expr ? by + spelled(*step.argument.expr) + ")"
+             : step.preset      ? " * (as many as its holder says)"
+                                : " **";
+   }
+
    void body(const Type& type) {
       switch (type.kind) {
       case TypeKind::Record:
          if (type.cls != Class::V)
             line(std::string(type.bare ? "< length of what follows" : "< length") + " in octets : bit (" +
                  text(lengthBits(type)) + ") >");
-         for (auto& field : type.fields) one(*field);
-         return;
-      case TypeKind::List: {
-         const bool zeros = type.entries == Entries::Zeros, highs = type.entries == Entries::Highs;
-         const std::string entry =
-               type.base.type ? "< " + type.base.name + " >" : "bit (" + text(type.bits) + ")";
-         const bool nest = type.base.type && type.base.type->placed;
-         if (type.entries == Entries::Rest) {
-            const std::string times = type.times      ? " * (" + spelled(*type.times) + ")"
-                                      : type.presized ? " * (as many as its holder says)"
-                                                      : " **";
-            if (!nest) return line(entry + times);
-            open("{");
-            body(*type.base.type);
-            return close("}" + times);
-         }
-         const std::string lead = zeros ? "0" : highs ? "H" : "1", end = zeros ? "1" : highs ? "L" : "0";
-         if (!nest) return line("{ " + lead + " " + entry + " } ** " + end);
-         open("{ " + lead);
-         body(*type.base.type);
-         return close("} ** " + end);
-      }
-      case TypeKind::Bits:
-      case TypeKind::Octets: {
-         const std::string unit = type.kind == TypeKind::Bits ? "bit" : "octet";
-         return line(type.count      ? unit + " (" + text(type.count) + ")"
-                     : type.presized ? unit + " * (as many as its holder says)"
-                                     : unit + " **");
-      }
+         break;
       case TypeKind::Enum: return line(type.pattern ? "L | H" : "bit (" + text(type.bits) + ")");
-      case TypeKind::Number: return line("bit (" + text(type.bits) + ")");
+      case TypeKind::List:
+      case TypeKind::Bits:
+      case TypeKind::Octets:
+      case TypeKind::Number: break;
       default: return line(type.base.type ? "< " + type.base.name + " >" : "...");
       }
+      for (auto& step : lower(type).steps) one(step);
    }
 
-   void one(const Field& field) {
-      const bool led = field.lead != Lead::None;
-      const std::string absent = field.lead == Lead::High ? "L" : "0", there = absent == "L" ? "H" : "1";
-      if (led) {
-         line(std::string("{ ") + (field.truncatable ? "null | " : "") + absent + " | " + there);
-         ++depth_;
-      } else if (field.when) {
-         open("{ if (" + spelled(*field.when) + ")");
-      } else if (field.optional || field.guarded) {
+   void one(const Step& step) {
+      const bool led = step.when == When::ByBit || step.when == When::ByBitIfMore;
+      if (led)
+         open(std::string("{ ") + (step.when == When::ByBitIfMore ? "null | " : "") +
+              (step.high ? "L | H" : "0 | 1"));
+      else if (step.when == When::IfTest)
+         open("{ if (" + spelled(*step.test.expr) + ")");
+      else if (step.isOptional() || step.guarded)
          open("{ null |");
-      }
-      contents(field);
-      if (led || field.when || field.optional || field.guarded) close("}");
+      contents(step);
+      if (step.isOptional() || step.guarded) close("}");
    }
 
-   void named(const std::string& name, const std::string& what) { line("< " + name + " : " + what + " >"); }
+   // A value without a name is all of its type.
+   void named(const Step& step, const std::string& what) {
+      line(step.name.empty() ? what : "< " + step.name + " : " + what + " >");
+   }
 
-   void contents(const Field& field) {
-      const Type* type = field.type.type;
-      switch (field.kind) {
-      case Kind::Flag: return named(field.name, "bit");
-      case Kind::Uint:
-         if (!field.bounds.empty() && field.bounds.low == field.bounds.high)
-            return named(field.name, inBinary(*field.bounds.low, field.bits));
-         return named(field.name, "bit (" + text(field.bits) + ")");
-      case Kind::Const:
-         return line("< spare bit (" + text(field.bits) + ") : " + inBinary(0, field.bits) + " >");
-      case Kind::Bits: return named(field.name, "bit (" + text(field.count) + ")");
-      case Kind::Octets: return named(field.name, "octet (" + text(field.count) + ")");
-      case Kind::SizedBits: return named(field.name, "bit (" + spelled(*field.argument) + ")");
-      case Kind::Sized: return named(field.name, "octet (" + spelled(*field.argument) + ")");
-      case Kind::FillBits:
-      case Kind::BitTail: return named(field.name, "bit **");
-      case Kind::Fill:
-      case Kind::Tail: return named(field.name, "octet **");
-      case Kind::Unary: return named(field.name, "H ** L");
-      case Kind::Padding: return line("< spare padding >");
-      case Kind::Null: return line("< " + (field.name.empty() ? "nothing" : field.name) + " : null >");
-      case Kind::Choice: return choice(field);
-      case Kind::Frame:
-      case Kind::Bare:
-         named(field.name.empty() ? "length" : field.name,
-               "bit (" + text(field.bits) + ")" + (field.inBits ? ", in bits" : ", in octets") +
-                     (field.less ? " less " + text(field.less) : ""));
-         for (auto& inner : field.fields) one(*inner);
+   void contents(const Step& step) {
+      switch (step.op) {
+      case Op::Flag: return named(step, "bit");
+      case Op::Integer:
+         if (!step.bounds.empty() && step.bounds.low == step.bounds.high && !step.name.empty())
+            return named(step, inBinary(*step.bounds.low, step.bits));
+         return named(step, "bit (" + text(step.bits) + ")");
+      case Op::Constant:
+         return line("< spare bit (" + text(step.bits) + ") : " + inBinary(step.number, step.bits) + " >");
+      case Op::Bits: return named(step, "bit (" + text(step.count) + ")");
+      case Op::Octets: return named(step, "octet (" + text(step.count) + ")");
+      case Op::SizedBits: return named(step, "bit" + many(step, " ("));
+      case Op::Sized: return named(step, "octet" + many(step, " ("));
+      case Op::RestBits: return named(step, "bit **");
+      case Op::Unary: return named(step, "H ** L");
+      case Op::Padding: return line("< spare padding >");
+      case Op::Nothing: return line("< " + (step.name.empty() ? "nothing" : step.name) + " : null >");
+      case Op::Choice: return choice(step);
+      case Op::List: return list(step);
+      case Op::Length:
+         named(step, "bit (" + text(step.bits) + ")" + (step.inBits ? ", in bits" : ", in octets") +
+                           (step.count ? " less " + text(step.count) : ""));
+         for (auto& inner : step.steps) one(inner);
          return;
-      case Kind::Named:
-         if (type && type->presized) {
-            const std::string what = type->kind == TypeKind::Bits     ? "bit ("
-                                     : type->kind == TypeKind::Octets ? "octet ("
-                                     : type->base.type                ? "< " + type->base.name + " > * ("
-                                                                      : "bit (" + text(type->bits) + ") * (";
-            return named(field.name, what + spelled(*field.argument) + ")");
-         }
-         if (type && type->placed) {
-            open("< " + field.name + " :");
-            body(*type);
-            return close(">");
-         }
-         named(field.name, "< " + field.type.name + " >");
-         if (field.zeros) line("< spare bit (" + text(field.zeros) + ") : 0 >");
-         return;
-      default: return named(field.name, field.type.name);
+      default: return call(step);
       }
    }
 
-   void choice(const Field& field) {
+   void call(const Step& step) {
+      const Type& type = *step.type;
+      if (step.sizes) {
+         const std::string what = type.kind == TypeKind::Bits     ? "bit ("
+                                  : type.kind == TypeKind::Octets ? "octet ("
+                                  : type.base.type                ? "< " + type.base.name + " > * ("
+                                                                  : "bit (" + text(type.bits) + ") * (";
+         return named(step, what + spelled(*step.argument.expr) + ")");
+      }
+      if (type.placed) {
+         open("< " + step.name + " :");
+         body(type);
+         return close(">");
+      }
+      named(step, "< " + step.typeName + " >");
+      if (step.zeros) line("< spare bit (" + text(step.zeros) + ") : 0 >");
+   }
+
+   // A list is a type of its own; its entries stand where it does if they are types by place.
+   void list(const Step& step) {
+      const bool led = step.entries != Entries::Rest, zeros = step.entries == Entries::Zeros,
+                 highs = step.entries == Entries::Highs;
+      const std::string lead = !led ? "" : zeros ? "0 " : highs ? "H " : "1 ";
+      const std::string end = led ? " ** " + std::string(zeros   ? "1"
+                                                         : highs ? "L"
+                                                                 : "0")
+                                  : many(step, " * (");
+      const std::string entry = step.type ? "< " + step.typeName + " >" : "bit (" + text(step.bits) + ")";
+      if (step.type == nullptr || !step.type->placed)
+         return line(led ? "{ " + lead + entry + " }" + end : entry + end);
+      open(led ? "{ " + lead.substr(0, 1) : "{");
+      body(*step.type);
+      close("}" + end);
+   }
+
+   void choice(const Step& step) {
       open("{");
-      bool first = true;
-      for (const Arm& arm : field.arms) {
-         line((first ? "" : "| ") + arm.pattern);
-         first = false;
-         ++depth_;
-         if (arm.field) contents(*arm.field);
+      for (const Step& arm : step.steps) {
+         open((&arm == &step.steps.front() ? "" : "| ") + arm.arm->pattern);
+         contents(arm);
          --depth_;
       }
       close("}");

@@ -82,6 +82,14 @@ struct Diagnostic {
    std::string text; // a plain sentence
 };
 
+// A name and a number as sentences have them.
+inline std::string quoted(const std::string& name) {
+   return "`" + name + "`";
+}
+inline std::string text(uint64_t value) {
+   return std::to_string(value);
+}
+
 class Diagnostics {
 public:
    explicit Diagnostics(const Model& model) : model_(model) {}

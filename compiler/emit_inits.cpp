@@ -5,19 +5,25 @@
 #include "compiler/naming.h"
 #include "compiler/program.h"
 
+#include <algorithm>
+
 namespace l3c {
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
 // A few stores stand where they are needed; a long row of them is called.
-constexpr size_t kMostInline = 8;
+constexpr std::ptrdiff_t kMostInline = 8;
+
+// Does an initialiser store a value in this number: the one that the description gives, or 0 in spare bits?
+bool clears(const Step& step) {
+   const bool number = step.op == Op::Flag || step.op == Op::Integer;
+   return step.init || (number && step.name.starts_with("spare"));
+}
 
 // The stores of an initialiser: what tells what is there, and the values that a description gives.
 class Stores {
 public:
-   static Lines of(const Type& type, const std::string& root) {
+   static std::string of(const Type& type, const std::string& root) {
       Stores stores(root);
       stores.record(type.fields, "");
       const Program program = lower(type);
@@ -28,14 +34,14 @@ public:
          stores.clear("standard.m");
          stores.appended(lower(*type.standard));
       }
-      return std::move(stores.lines_);
+      return stores.w_.text();
    }
 
 private:
-   explicit Stores(const std::string& root) : root_(root) {}
+   explicit Stores(const std::string& root) : root_(root), w_({{"root", root}}) {}
 
    void store(const std::string& member, const std::string& value) {
-      lines_.push_back(root_ + member + " = " + value + ";");
+      w_.fill("$root$member = $value;", {{"member", member}, {"value", value}});
    }
    void clear(const std::string& member) { store(member, "{}"); }
 
@@ -49,7 +55,7 @@ private:
 
    void appended(const Program& program) {
       const auto all = [this](auto& self, const std::vector<Step>& steps) -> void {
-         for (auto& step : steps) step.field->appended ? one(step) : self(self, step.steps);
+         for (auto& step : steps) step.appended ? one(step) : self(self, step.steps);
       };
       all(all, program.steps);
       all(all, program.optional);
@@ -64,7 +70,7 @@ private:
 
    // The arms share their storage, and which of them comes is not known yet.
    void clearUnion(const std::string& place) {
-      lines_.push_back("std::memset(&" + root_ + place + "u, 0, sizeof(" + root_ + place + "u));");
+      w_.fill("std::memset(&$root${place}u, 0, sizeof($root${place}u));", {{"place", place}});
    }
 
    void one(const Step& step) {
@@ -72,18 +78,17 @@ private:
       case Op::Flag:
       case Op::Integer:
       case Op::Span:
-         if (step.field != nullptr && clearsField(*step.field))
-            store(step.member, std::to_string(step.field->init.value_or(0)));
+         if (clears(step)) store(step.member, std::to_string(step.init.value_or(0)));
          return steps(step.steps);
       case Op::Counted:
-      case Op::Sized: return array(step, step.field ? countMember(*step.field) : "numocts", "data");
+      case Op::Sized: return array(step, step.wide ? "nchars" : "numocts", "data");
       case Op::RestBits:
       case Op::SizedBits: return array(step, "numbits", "data");
       case Op::List: return array(step, "n", "elem");
       case Op::Choice:
       case Op::Pointers: {
          const std::string place = step.name.empty() ? step.place : step.member + ".";
-         if (step.op == Op::Pointers || step.field->selector != Selector::Field) store(place + "t", "0");
+         if (step.op == Op::Pointers || step.selector != Selector::Field) store(place + "t", "0");
          return clearUnion(place);
       }
       case Op::Group: record(step.field->fields, step.member + "."); return steps(step.steps);
@@ -97,7 +102,7 @@ private:
    // A value of another type.
    void value(const Step& step) {
       const Type& type = *step.type;
-      const auto& init = step.field->init;
+      const auto& init = step.init;
       switch (passing(type)) {
       case Passing::Text: return store(step.member + "[0]", "0");
       case Passing::TextPointer: return store(step.member, "nullptr");
@@ -108,15 +113,16 @@ private:
       }
       if (init) return clear(step.member);
       const Type& base = baseType(type);
-      const Lines inner = of(base, root_ + step.member + ".");
-      if (hasInit(type) && (inner.size() > kMostInline || !appendedFields(base).empty()))
-         lines_.push_back(initName(type) + "(&" + root_ + step.member + ");");
+      const std::string inner = of(base, root_ + step.member + ".");
+      const auto stores = std::ranges::count(inner, '\n');
+      if (hasInit(type) && (stores > kMostInline || !appendedFields(base).empty()))
+         w_.fill("$init(&$root$member);", {{"init", initName(type)}, {"member", step.member}});
       else
-         lines_.insert(lines_.end(), inner.begin(), inner.end());
+         w_.raw(inner);
    }
 
    const std::string root_; // of the record, with what parts it from its members
-   Lines lines_;
+   Writer w_;
 };
 
 // The rest of what shows: no presence bit, selector or count guards it.
@@ -124,7 +130,7 @@ class ValueClearer {
 public:
    void contents(const Type& type, const std::string& root) {
       const Type& base = baseType(type);
-      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V) text_ += root + "length = 0; ";
+      if (base.kind == TypeKind::Record && !base.bare && base.cls != Class::V) clear(root + "length", "0");
       steps(lower(base).steps, root);
    }
    std::string text() const { return text_; }
@@ -132,7 +138,7 @@ public:
 private:
    void steps(const std::vector<Step>& steps, const std::string& root) {
       for (auto& step : steps) // presence bits guard these
-         if (step.field != nullptr && !step.field->optional && step.op != Op::Since) one(step, root);
+         if (!step.optional && step.op != Op::Since) one(step, root);
    }
 
    void one(const Step& step, const std::string& root) {
@@ -142,14 +148,14 @@ private:
       case Op::Integer:
       case Op::Length:
       case Op::Span:
-         if (!step.member.empty() && !clearsField(*step.field)) text_ += lvalue + " = 0; ";
+         if (!step.member.empty() && !clears(step)) clear(lvalue, "0");
          return steps(step.steps, root);
       case Op::Octets:
       case Op::Bits: return fill(lvalue);
       case Op::Call:
       case Op::Contents:
       case Op::Message:
-         if (!step.field->init) value(*step.type, lvalue);
+         if (!step.init) value(*step.type, lvalue);
          return;
       case Op::Choice:
       case Op::List: return;
@@ -157,13 +163,16 @@ private:
       }
    }
 
+   void clear(const std::string& lvalue, const char* empty) {
+      text_ += Writer().filled("$lvalue = $empty; ", {{"lvalue", lvalue}, {"empty", empty}});
+   }
    void fill(const std::string& lvalue) {
-      text_ += "std::memset(&" + lvalue + ", 0, sizeof " + lvalue + "); ";
+      text_ += Writer().filled("std::memset(&$lvalue, 0, sizeof $lvalue); ", {{"lvalue", lvalue}});
    }
 
    void value(const Type& type, const std::string& lvalue) {
       switch (passing(type)) {
-      case Passing::Value: text_ += lvalue + " = {}; "; return;
+      case Passing::Value: return clear(lvalue, "{}");
       case Passing::Array: return fill(lvalue);
       default: return contents(type, lvalue + ".");
       }
@@ -171,6 +180,13 @@ private:
 
    std::string text_;
 };
+
+std::string initialiser(const Type& type) {
+   const Type& base = baseType(type);
+   if (&base != &type) return "return " + initName(base) + "(pvalue);";
+   const bool message = base.kind == TypeKind::Message || base.kind == TypeKind::Pdu;
+   return (message && isPlain(base) ? "*pvalue = {};\n" : Stores::of(base, "pvalue->")) + "return 0;";
+}
 
 } // namespace
 
@@ -181,31 +197,24 @@ std::string clearValues(const Type& message, const std::string& place) {
 }
 
 void emitInits(const Model&, const Module& module, Outputs& out) {
-   Writer w;
-   w.line("// Initialisers of module " + module.name + ". Generated by l3c from " + module.file + ".l3d.");
-   w.line();
-   w.line("#include \"quorva/" + module.name + ".h\"");
-   w.line();
-   w.line("#include <cstring>");
-   w.line();
-   for (auto& type : module.types) {
-      if (!hasInit(*type)) continue;
-      w.open("int " + initName(*type) + "(" + recordName(*type) + "* pvalue) {");
-      const Type& base = baseType(*type);
-      if (&base != type.get()) {
-         w.line("return " + initName(base) + "(pvalue);");
-      } else {
-         const bool record = base.kind == TypeKind::Message || base.kind == TypeKind::Pdu;
-         if (record && isPlain(base)) { // values alone
-            w.line("*pvalue = {};");
-         } else {
-            for (auto& line : Stores::of(base, "pvalue->")) w.line(line);
-         }
-         w.line("return 0;");
-      }
-      w.close();
-      w.line();
-   }
+   Writer w(namesOf(module));
+   w.fill(R"(
+// Initialisers of module $module. Generated by l3c from $file.l3d.
+
+#include "quorva/$module.h"
+
+#include <cstring>
+
+)");
+   for (auto& type : module.types)
+      if (hasInit(*type))
+         w.fill(R"(
+int $init($record* pvalue) {
+   $stores
+}
+
+)",
+                {{"init", initName(*type)}, {"record", recordName(*type)}, {"stores", initialiser(*type)}});
    out["src/" + module.file + "Init.cpp"] = w.text();
 }
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <map>
-#include <utility>
 
 namespace l3c {
 
@@ -36,144 +35,163 @@ std::string decoderExtras(const Type& type) {
    return extras;
 }
 
-// Digits whose decoder trusts its caller to have room for as many octets as it is told.
-bool isInlineDigits(const Type& type) {
-   return baseType(type).kind == TypeKind::Digits && passing(type) == Passing::Text;
+// How a decoder is called. That of digits in an array trusts its caller to have room for as many octets as it
+// is told.
+std::string decodeForm(const Type& type) {
+   if (baseType(type).kind == TypeKind::Digits && passing(type) == Passing::Text)
+      return "inlineDigits(c, static_cast<char*>(v), sizeof($record), $decoder)";
+   return "$decoder(c" + targetOf(type) + decoderExtras(type) + ")";
 }
 
 // What a sample builder does.
-std::string sampleBody(const Type& type) {
+std::string sampleForm(const Type& type) {
    // One that has no function of its own: straight from the table.
-   if (!hasSample(type)) return "return sample(c, " + tableArguments(type) + ");";
-   const std::string call = sampleName(type);
+   if (!hasSample(type)) return "return sample(c, $rows);";
    switch (passing(type)) {
    case Passing::Text:
-      return "void* v = rtxMemHeapAllocZ(c, sizeof(" + recordName(type) + ")); return v ? " + call +
-             "(c, static_cast<char*>(v)) : nullptr;";
-   case Passing::TextPointer: return "return textValue(c, " + call + "());";
-   default: return "return " + call + "(c);";
+      return "void* v = rtxMemHeapAllocZ(c, sizeof($record)); "
+             "return v ? $sample(c, static_cast<char*>(v)) : nullptr;";
+   case Passing::TextPointer: return "return textValue(c, $sample());";
+   default: return "return $sample(c);";
    }
+}
+
+// What a type's row says of its octets. A type by place stands in the figure of what holds it.
+std::string figureOf(const Type& type) {
+   const Type* whole = &type;
+   while (whole->placed && whole->owner != nullptr) whole = whole->owner;
+   if (whole == &type) return explain(type);
+   const bool sized = type.presized || type.outer != nullptr;
+   return "part of " + recordName(*whole) + (sized ? ", which tells its size\n" : "\n");
 }
 
 // Writes the row of a type, and ahead of all rows the functions that it names: plain ones, since closures
 // would take twice the time to compile.
 void entry(const Type& type, Writer& functions, Writer& rows) {
-   const std::string record = recordName(type);
    const bool holds = passing(type) != Passing::Nothing;
-   const std::string v = holds ? "void* v" : "void*";
-   const auto function = [&](bool exists, const std::string& result, const std::string& name,
-                             const std::string& parameters, const std::string& body) -> std::string {
-      if (!exists) return "nullptr";
-      functions.line(result + " " + name + record + "(" + parameters + ") { " + body + " }");
-      return name + record;
-   };
-   std::string decode = decoderName(type) + "(c" + targetOf(type) + decoderExtras(type) + ")";
-   if (isInlineDigits(type))
-      decode = "inlineDigits(c, static_cast<char*>(v), sizeof(" + record + "), " + decoderName(type) + ")";
-   std::string row = "{\"" + record + "\", " + (holds ? "sizeof(" + record + ")" : "0");
-   row += ", " + function(true, "int", "e_", "RtxContext* c, " + v,
-                          "return " + encoderName(type) + "(c" + valueOf(type, false) + ");");
-   row += ", " + function(hasDecoder(type), "int", "d_", "RtxContext* c, " + v, "return " + decode + ";");
-   row += ", " + function(true, "int", "p_", "RtxContext* c, const char* name, const " + v,
-                          "return " + printerName(type) + "(c, name" + valueOf(type, true) + ");");
-   row += ", " + function(hasInit(type), "int", "i_", "void* v",
-                          "return " + initName(type) + "(static_cast<" + record + "*>(v));");
-   row += ", " + function(hasRecord(type), "void*", "s_", "RtxContext* c", sampleBody(type));
-   rows.line(row + ",");
-   // A type by place stands in the figure of what holds it.
-   const Type* whole = &type;
-   while (whole->placed && whole->owner != nullptr) whole = whole->owner;
-   rows.line("   " +
-             quotedLines(whole == &type
-                               ? explain(type)
-                               : "part of " + recordName(*whole) +
-                                       (type.presized || type.outer != nullptr ? ", which tells its size\n"
-                                                                               : "\n")) +
-             "},");
+   const std::string record = recordName(type);
+   const auto ifThere = [&](bool there, const char* name) { return there ? name + record : "nullptr"; };
+   Writer w(namesOf(type));
+   const Holes holes = {
+         {"v", holds ? "void* v" : "void*"},         {"value", valueOf(type, false)},
+         {"constant", valueOf(type, true)},          {"decode", w.filled(decodeForm(type))},
+         {"makeSample", w.filled(sampleForm(type))}, {"size", holds ? "sizeof(" + record + ")" : "0"},
+         {"d", ifThere(hasDecoder(type), "d_")},     {"i", ifThere(hasInit(type), "i_")},
+         {"s", ifThere(hasRecord(type), "s_")},      {"figure", quotedLines(figureOf(type))}};
+   rows.raw(w.filled(R"(
+{"$record", $size, e_$record, $d, p_$record, $i, $s,
+   $figure},
+
+)",
+                     holes));
+   w.fill("int e_$record(RtxContext* c, $v) { return $encoder(c$value); }", holes);
+   w.fillIf(hasDecoder(type), "int d_$record(RtxContext* c, $v) { return $decode; }", holes);
+   w.fill("int p_$record(RtxContext* c, const char* name, const $v) { return $printer(c, name$constant); }",
+          holes);
+   w.fillIf(hasInit(type), "int i_$record(void* v) { return $init(static_cast<$record*>(v)); }", holes);
+   w.fillIf(hasRecord(type), "void* s_$record(RtxContext* c) { $makeSample }", holes);
+   functions.raw(w.text());
 }
 
-// From the registry to the tables of the modules, and back.
-void places(const Model& model, const std::vector<const Type*>& sorted, Writer& w) {
-   std::map<const Type*, std::pair<size_t, size_t>> places;
-   std::map<const Type*, size_t> numbers;
-   for (size_t i = 0; i < sorted.size(); ++i) numbers[sorted[i]] = i;
-   w.open("const uint16_t registryNumbers[] = {");
-   std::vector<size_t> starts;
-   for (size_t m = 0, start = 0; m < model.modules.size(); start += model.modules[m++]->types.size()) {
-      starts.push_back(start);
-      std::string row;
+// From the tables of the modules to the registry, where each module begins there, and back.
+Holes placesOf(const Model& model, const std::vector<const Type*>& sorted) {
+   Writer numbers, starts, places;
+   std::map<const Type*, std::string> placeOf;
+   std::map<const Type*, size_t> numberOf;
+   for (size_t i = 0; i < sorted.size(); ++i) numberOf[sorted[i]] = i;
+   for (size_t m = 0; m < model.modules.size(); ++m) {
+      starts.line(std::to_string(placeOf.size()) + ",");
+      size_t place = 0;
       for (auto& type : model.modules[m]->types) {
-         places[type.get()] = {m, places.size() - start};
-         row += std::to_string(numbers.at(type.get())) + ", ";
+         numbers.raw(std::to_string(numberOf.at(type.get())) + ", ");
+         placeOf[type.get()] = places.filled("{$module, $place},", {{"module", m}, {"place", place++}});
       }
-      w.line(row);
+      numbers.line();
    }
-   w.close("};");
-   w.open("const uint16_t registryStarts[] = {");
-   for (size_t start : starts) w.line(std::to_string(start) + ",");
-   w.close("};");
-   w.open("const TypePlace registryPlaces[] = {");
-   for (auto* type : sorted)
-      w.line("{" + std::to_string(places.at(type).first) + ", " + std::to_string(places.at(type).second) +
-             "},");
-   w.close("};");
+   for (auto* type : sorted) places.line(placeOf.at(type));
+   return {{"numbers", numbers.text()}, {"starts", starts.text()}, {"places", places.text()}};
 }
 
 } // namespace
 
 void emitRegistry(const Model& model, Outputs& out) {
-   Writer header;
-   header.line("/**");
-   header.line(" * @file modules.h");
-   header.line(" * The headers of all modules. Generated by l3c.");
-   header.line(" */");
-   header.line("#ifndef QUORVA_MODULES_H");
-   header.line("#define QUORVA_MODULES_H");
-   header.line();
    std::vector<const Module*> modules;
    for (auto& module : model.modules) modules.push_back(module.get());
-   std::sort(modules.begin(), modules.end(), [](auto* a, auto* b) { return a->name < b->name; });
-   for (auto* module : modules) header.line("#include \"quorva/" + module->name + ".h\"");
-   header.line();
-   header.line("#endif");
+   std::ranges::sort(modules, {}, &Module::name);
+   std::vector<const Type*> types;
+   Writer includes, tables, externs, functions, rows;
+   for (auto* module : modules) {
+      includes.line("#include \"quorva/" + module->name + ".h\"");
+      for (auto& type : module->types) types.push_back(type.get());
+   }
+   for (auto& module : model.modules) {
+      externs.line("extern const Module table_" + module->name + ";");
+      tables.line("&table_" + module->name + ",");
+   }
+   std::ranges::sort(types, {}, [](auto* type) { return recordName(*type); });
+   for (auto* type : types) entry(*type, functions, rows);
+
+   Writer header;
+   header.fill(R"(
+/**
+ * @file modules.h
+ * The headers of all modules. Generated by l3c.
+ */
+#ifndef QUORVA_MODULES_H
+#define QUORVA_MODULES_H
+
+$includes
+
+#endif
+)",
+               {{"includes", includes.text()}});
    out["include/quorva/modules.h"] = header.text();
 
-   Writer w;
-   w.line("// Registry of all types. Generated by l3c.");
-   w.line();
-   w.line("#include \"quorva/modules.h\"");
-   w.line("#include \"quorva/rtxMemHeap.h\"");
-   w.line("#include \"src/walk/registry.h\"");
-   w.line("#include \"src/walk/sample.h\"");
-   w.line("#include \"src/walk/table.h\"");
-   w.line();
-   w.line("namespace quorva::walk {");
-   w.line();
-   for (auto& module : model.modules) w.line("extern const Module table_" + module->name + ";");
-   w.line();
-   w.open("const Module* const modules[] = {");
-   for (auto& module : model.modules) w.line("&table_" + module->name + ",");
-   w.close("};");
-   w.line();
-   std::vector<const Type*> types;
-   for (auto* module : modules)
-      for (auto& type : module->types) types.push_back(type.get());
-   std::sort(types.begin(), types.end(), [](auto* a, auto* b) { return recordName(*a) < recordName(*b); });
-   Writer functions, rows;
-   for (auto* type : types) entry(*type, functions, rows);
-   w.line("namespace {");
-   w.raw(functions.text());
-   w.line("} // namespace");
-   w.line();
-   w.line("const QuorvaType registry[] = {");
-   w.raw(rows.text());
-   w.line("};");
-   w.line("const size_t registrySize = " + std::to_string(types.size()) + ";");
-   w.line();
-   places(model, types, w);
-   w.line();
-   w.line("} // namespace quorva::walk");
-   out["src/Registry.cpp"] = w.text();
+   Writer source(placesOf(model, types));
+   source.fill(R"(
+// Registry of all types. Generated by l3c.
+
+#include "quorva/modules.h"
+#include "quorva/rtxMemHeap.h"
+#include "src/walk/registry.h"
+#include "src/walk/sample.h"
+#include "src/walk/table.h"
+
+namespace quorva::walk {
+
+$externs
+
+const Module* const modules[] = {
+   $tables
+};
+
+namespace {
+$functions
+} // namespace
+
+const QuorvaType registry[] = {
+$rows
+};
+const size_t registrySize = $size;
+
+const uint16_t registryNumbers[] = {
+   $numbers
+};
+const uint16_t registryStarts[] = {
+   $starts
+};
+const TypePlace registryPlaces[] = {
+   $places
+};
+
+} // namespace quorva::walk
+)",
+               {{"externs", externs.text()},
+                {"tables", tables.text()},
+                {"functions", functions.text()},
+                {"rows", rows.text()},
+                {"size", types.size()}});
+   out["src/Registry.cpp"] = source.text();
 }
 
 } // namespace l3c

@@ -13,10 +13,6 @@ namespace l3c {
 
 namespace {
 
-std::string number(uint64_t value) {
-   return std::to_string(value);
-}
-
 bool hasDiscriminator(const Type& pdu) {
    return std::ranges::any_of(pdu.fields, [](auto& field) { return field->name == "protoDiscr"; });
 }
@@ -45,59 +41,77 @@ const std::string& armName(const Field& field, uint64_t arm) {
 class Setters {
 public:
    Setters(const Type& pdu, const Field& messages, const std::vector<TableRow>& table, bool first)
-         : pdu_(pdu), table_(table), record_(recordName(pdu)), data_("pdu->" + cName(messages.name)),
-           prefix_("asn1SetTC_" + record_ + '_' + (first ? "" : cName(messages.name) + '_')) {}
+         : pdu_(pdu), table_(table), forms_({{"pdu", recordName(pdu)},
+                                             {"messages", cName(messages.name)},
+                                             {"_messages", first ? "" : "_" + cName(messages.name)}}) {}
 
-   void define(Writer& w) const {
-      for (auto& row : table_) {
-         w.open("void " + prefix_ + cName(row.member) + "(RtxContext*, " + record_ + "* pdu" + value(row) +
-                ") {");
-         if (hasDiscriminator(pdu_)) w.line("pdu->protoDiscr = " + number(row.disc) + ";");
-         w.line("pdu->msgType = " + number(row.msgType) + ";");
-         w.line(data_ + ".t = " + number(row.selector) + ";");
-         if (row.record.type != nullptr) w.line(data_ + ".u." + cName(row.member) + " = value;");
-         header(row, w);
-         w.close();
-      }
+   std::string define() const {
+      std::string all;
+      for (auto& row : table_)
+         all += forms_.lines(R"(
+void asn1SetTC_$pdu${_messages}_$member(RtxContext*, $pdu* pdu$value) {
+   $discriminated? pdu->protoDiscr = $discriminator;
+   pdu->msgType = $msgType;
+   pdu->$messages.t = $selector;
+   $value? pdu->$messages.u.$member = value;
+   $header
+}
+)",
+                             {{"member", cName(row.member)},
+                              {"value", value(row)},
+                              {"discriminated", hasDiscriminator(pdu_)},
+                              {"discriminator", row.disc},
+                              {"msgType", row.msgType},
+                              {"selector", row.selector},
+                              {"header", header(row)}});
+      return all;
    }
 
    // A call with a sample, for the tests.
    std::string call(const TableRow& row) const {
-      std::string text = prefix_ + cName(row.member) + "(c, pdu";
-      if (row.record.type != nullptr) {
-         const std::string record = recordName(*row.record.type);
-         text +=
-               std::string(row.inlineValue ? ", *" : ", ") + "sample<" + record + ">(c, \"" + record + "\")";
-      }
-      return text + ");";
+      const Type* type = row.record.type;
+      return forms_.filled(
+            type == nullptr ? "asn1SetTC_$pdu${_messages}_$member(c, pdu);"
+            : row.inlineValue
+                  ? R"(asn1SetTC_$pdu${_messages}_$member(c, pdu, *sample<$record>(c, "$record"));)"
+                  : R"(asn1SetTC_$pdu${_messages}_$member(c, pdu, sample<$record>(c, "$record"));)",
+            {{"member", cName(row.member)}, {"record", type == nullptr ? "" : recordName(*type)}});
    }
 
 private:
-   std::string value(const TableRow& row) const {
+   static std::string value(const TableRow& row) {
       if (row.record.type == nullptr) return "";
       return ", " + recordName(*row.record.type) + (row.inlineValue ? " value" : "* value");
    }
 
    // An arm that the caller has chosen stays, unless it is that of another protocol of this PDU.
-   void header(const TableRow& row, Writer& w) const {
+   std::string header(const TableRow& row) const {
+      std::string all;
       for (auto& field : pdu_.fields) {
          if (!isHeaderChoice(*field)) continue;
-         const std::string place = "pdu->" + cName(field->name);
-         std::string wrong = place + ".t == 0";
+         const uint64_t arm = headerArm(*field, row);
          std::set<uint64_t> others;
          for (auto& other : table_) others.insert(headerArm(*field, other));
-         others.erase(headerArm(*field, row));
-         for (const uint64_t other : others) wrong += " || " + place + ".t == " + number(other);
-         w.open("if (" + wrong + ") {");
-         w.line(place + " = {};");
-         w.line(place + ".t = " + number(headerArm(*field, row)) + ";");
-         w.close();
+         others.erase(arm);
+         others.insert(0);
+         std::vector<std::string> wrong;
+         for (const uint64_t other : others)
+            wrong.push_back(forms_.filled("pdu->$field.t == $other",
+                                          {{"field", cName(field->name)}, {"other", other}}));
+         all += forms_.lines(R"(
+if ($wrong) {
+   pdu->$field = {};
+   pdu->$field.t = $arm;
+}
+)",
+                             {{"wrong", joined(wrong, " || ")}, {"field", cName(field->name)}, {"arm", arm}});
       }
+      return all;
    }
 
    const Type& pdu_;
    const std::vector<TableRow>& table_;
-   const std::string record_, data_, prefix_;
+   const Writer forms_;
 };
 
 // Constants of one module. A name that is taken gets a trailing underscore.
@@ -132,16 +146,24 @@ private:
 
    void block(const std::string& doc, const std::vector<Row>& rows) {
       if (rows.empty()) return;
-      w_.line("/** " + doc + " */");
-      w_.open("enum {");
-      for (size_t i = 0; i < rows.size(); ++i) {
-         std::string name = rows[i].name;
+      std::string constants;
+      for (auto& row : rows) {
+         std::string name = row.name;
          while (!taken_.insert(name).second) name += '_';
-         w_.line(name + " = " + number(rows[i].value) + (i + 1 < rows.size() ? ", /**< " : " /**< ") +
-                 rows[i].doc + " */");
+         constants +=
+               w_.lines("$name = $value$comma /**< $doc */", {{"name", name},
+                                                              {"value", row.value},
+                                                              {"comma", &row == &rows.back() ? "" : ","},
+                                                              {"doc", row.doc}});
       }
-      w_.close("};");
-      w_.line();
+      w_.fill(R"(
+/** $doc */
+enum {
+   $constants
+};
+
+)",
+              {{"doc", doc}, {"constants", constants}});
    }
 
    static std::string title(const TableRow& row) {
@@ -258,14 +280,14 @@ std::string headerWords(const Type& pdu, const TableRow& row) {
 }
 
 std::string selectorFunctions(const Type& pdu) {
-   Writer w;
+   std::string all;
    bool first = true;
    for (auto& field : pdu.fields) {
       if (field->kind != Kind::Messages) continue;
-      Setters(pdu, *field, tableOf(pdu, *field), first).define(w);
+      all += Setters(pdu, *field, tableOf(pdu, *field), first).define();
       first = false;
    }
-   return w.text();
+   return all;
 }
 
 void emitSelectorCalls(const Model& model, Outputs& out) {
@@ -274,20 +296,22 @@ void emitSelectorCalls(const Model& model, Outputs& out) {
    for (auto& module : model.modules)
       for (auto& type : module->types)
          for (auto& row : type->table) {
-            std::string calls;
+            std::vector<std::string> calls;
             bool first = true;
             for (auto& field : type->fields) {
                if (field->kind != Kind::Messages) continue;
                auto& table = tableOf(*type, *field);
                for (auto& other : table)
                   if (other.selector == row.selector && other.msgType == row.msgType)
-                     calls += ' ' + Setters(*type, *field, table, first).call(other);
+                     calls.push_back(Setters(*type, *field, table, first).call(other));
                first = false;
             }
-            const std::string record = recordName(*type);
-            w.line("{\"" + record + "\", \"" + row.member + "\", " + number(row.selector) +
-                   ", [](RtxContext* c, void* place) { auto* pdu = static_cast<" + record + "*>(place);" +
-                   calls + " }},");
+            w.fill(
+                  R"({"$pdu", "$member", $selector, [](RtxContext* c, void* place) { auto* pdu = static_cast<$pdu*>(place); $calls }},)",
+                  {{"pdu", recordName(*type)},
+                   {"member", row.member},
+                   {"selector", row.selector},
+                   {"calls", joined(calls, " ")}});
          }
    out["tests/selectors.inc"] = w.text();
 }

@@ -18,8 +18,10 @@ void emitVectors(const Model& model, Outputs& out) {
             octets += digits[octet >> 4];
             octets += digits[octet & 15];
          }
-         w.line("{\"" + recordName(*test.type.type) + "\", \"" + octets + "\", \"" + module->file +
-                ".l3d:" + std::to_string(test.pos.line) + "\"},");
+         w.fill(R"({"$record", "$octets", "$file.l3d:$line"},)", {{"record", recordName(*test.type.type)},
+                                                                  {"octets", octets},
+                                                                  {"file", module->file},
+                                                                  {"line", test.pos.line}});
       }
    }
    out["tests/vectors.inc"] = w.text();

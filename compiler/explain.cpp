@@ -1,10 +1,13 @@
 // Types as the standards show them: elements as octet figures, messages as the table of their elements.
 #include "compiler/csn1.h"
 #include "compiler/figure.h"
+#include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace l3c {
 std::string spelled(const Expr& expr) {
@@ -34,24 +37,16 @@ std::string spelled(const Expr& expr) {
 
 namespace {
 
-using Fields = std::vector<std::unique_ptr<Field>>;
 using Table = std::vector<std::vector<std::string>>;
 
 // The type as its octets have it, behind aliases.
-const Type* drawn(const Type* type) {
-   type = withoutAliases(type);
-   return type != nullptr && type->figure ? type->figure.get() : type;
+const Type& drawn(const Type& type) {
+   const Type& base = baseType(type);
+   return base.figure ? *base.figure : base;
 }
 
-std::string text(uint64_t value) {
-   return std::to_string(value);
-}
-
-std::string hex(uint64_t value, int digits) {
-   std::string result;
-   for (; digits > 0 || value; value >>= 4, --digits)
-      result.insert(result.begin(), "0123456789ABCDEF"[value & 15]);
-   return result;
+std::string digits(uint64_t value, int count) {
+   return hex(value, count).substr(2);
 }
 
 std::string range(const Bounds& bounds, const char* unit) {
@@ -68,36 +63,45 @@ std::string range(const Bounds& bounds, const char* unit) {
    return result + unit + ")";
 }
 
-std::string typed(const Field& field) {
-   if (field.name.empty()) return field.type.name;
-   return field.type.name.empty() ? field.name : field.name + ": " + field.type.name;
+std::string typed(const Step& step) {
+   if (step.name.empty()) return step.typeName;
+   return step.typeName.empty() ? step.name : step.name + ": " + step.typeName;
 }
 
-// What a field is, in words: for arms and repetitions.
-std::string inWords(const Field& field) {
-   const std::string name = field.name.empty() ? "" : field.name + ": ";
-   switch (field.kind) {
-   case Kind::Null: return field.name;
-   case Kind::Octets: return name + text(field.count) + " octets";
-   case Kind::Flag: return name + "1 bit";
-   case Kind::Bits: return name + text(field.count) + " bits";
-   case Kind::Uint:
-   case Kind::Const: return name + text(field.bits) + " bits";
-   case Kind::Named: return typed(field);
-   case Kind::Each: return typed(field) + ", repeated";
-   case Kind::Group: {
+bool isNamed(const Step& step) {
+   return step.op == Op::Call || step.op == Op::Contents || step.op == Op::Message;
+}
+
+// What a step is, in words: for arms.
+std::string inWords(const Step& step) {
+   const std::string name = step.name.empty() ? "" : step.name + ": ";
+   switch (step.op) {
+   case Op::Octets: return name + text(step.count) + " octets";
+   case Op::Flag: return name + "1 bit";
+   case Op::Bits: return name + text(step.count) + " bits";
+   case Op::Integer:
+   case Op::Constant: return name + text(step.bits) + " bits";
+   case Op::Call:
+   case Op::Contents:
+   case Op::Message: return typed(step);
+   case Op::List: return typed(step) + ", repeated";
+   case Op::Group: {
       std::string result = name + '{';
-      for (auto& inner : field.fields) result += (result.back() == '{' ? " " : ", ") + inner->name;
+      for (auto& inner : step.steps) {
+         result += (result.back() == '{' ? " " : ", ") + inner.name;
+         if (inner.op == Op::Span) result += ", " + inner.steps.front().name;
+      }
       return result + " }";
    }
-   default: return field.name;
+   default: return step.name;
    }
 }
 
 class Explainer {
 public:
    std::string element(const Type& type) {
-      const Width contents = widthOf(type.fields);
+      const Program program = lower(type);
+      const Width contents = widthOf(program.steps);
       const unsigned length = lengthBits(type);
       if (type.cls == Class::LV || type.cls == Class::LVE) {
          figure_.bits("IEI", 8, false); // the standards count octets from it
@@ -108,7 +112,7 @@ public:
          figure_.bits("IEI", 4, false);
       }
       if (type.cls == Class::LB) figure_.loosen();
-      fields(type.fields, false);
+      all(program.steps, false);
       return figure_.draw();
    }
 
@@ -135,8 +139,8 @@ private:
    // Bounds of the length: those of a list are of its entries.
    static Bounds octetsOf(const Type& type) {
       if (type.kind != TypeKind::List) return type.bounds;
-      const Type* entry = drawn(type.base.type);
-      const Width width = entry ? widthOf(*entry) : Width{type.bits, type.bits, false};
+      const Width width =
+            type.base.type ? widthOf(drawn(*type.base.type)) : Width{type.bits, type.bits, false};
       Bounds octets;
       if (!width.fixed() || width.low % 8 != 0) return octets;
       if (type.bounds.low) octets.low = *type.bounds.low * width.low / 8;
@@ -144,112 +148,102 @@ private:
       return octets;
    }
 
-   void fields(const Fields& fields, bool optional) {
-      for (auto& field : fields) one(*field, optional);
+   void all(const std::vector<Step>& steps, bool optional) {
+      for (auto& step : steps) one(step, optional);
    }
 
-   void one(const Field& field, bool outer) {
-      if (field.aside && field.kind == Kind::Uint) return;
-      const bool optional = outer || field.optional;
-      if (field.lead != Lead::None) {
+   void one(const Step& step, bool outer) {
+      const bool optional = outer || step.isOptional();
+      if (step.when == When::ByBit || step.when == When::ByBitIfMore) {
          figure_.loosen();
-         figure_.bits(field.name + " follows: 1, or 0", 1, outer);
+         figure_.bits(step.name + " follows: 1, or 0", 1, outer);
       }
-      if (field.bareBits) figure_.bits("length", field.bareBits, optional);
-      switch (field.kind) {
-      case Kind::Flag:
-      case Kind::Uint: return figure_.bits(field.name + range(field.bounds, ""), field.bits, optional);
-      case Kind::Const:
-         return figure_.bits((field.name.empty() ? "" : field.name + " ") + text(field.number), field.bits,
+      figure_.bits("length", step.bareAround, optional);
+      switch (step.op) {
+      case Op::Flag:
+      case Op::Integer: return figure_.bits(step.name + range(step.bounds, ""), step.bits, optional);
+      case Op::Constant:
+         return figure_.bits((step.name.empty() ? "" : step.name + " ") + text(step.number), step.bits,
                              optional);
-      case Kind::Octets: return figure_.bits(field.name, field.count * 8, optional);
-      case Kind::Bits: return figure_.bits(field.name, field.count, optional);
-      case Kind::Named: return named(field, optional);
-      case Kind::Counted:
-         figure_.bits("length of " + field.name + range(field.bounds, ""), field.bits, optional);
-         return figure_.open({field.name}, optional);
-      case Kind::Sized:
-         return figure_.open({field.name + " (" + spelled(*field.argument) + " octets)"}, optional);
-      case Kind::Fill:
-      case Kind::Tail:
-      case Kind::Messages: return figure_.open({field.name}, optional);
-      case Kind::SizedBits:
-      case Kind::FillBits:
-      case Kind::Unary:
-      case Kind::Padding: // of structures alone, which are written in CSN.1
-      case Kind::BitTail: figure_.loosen(); return figure_.open({field.name}, optional);
-      case Kind::Group: return fields(field.fields, optional);
-      case Kind::Each: return each(field, optional);
-      case Kind::Choice: return choice(field, optional);
-      case Kind::Null: return;
-      case Kind::Frame:
-      case Kind::Bare:
-         if (!field.aside)
-            figure_.bits((field.name.empty() ? "length" : field.name) + range(field.bounds, ""), field.bits,
-                         optional);
-         return fields(field.fields, optional);
-      case Kind::Chain: return chain(field, optional);
-      case Kind::Since:
-         figure_.note("since release " + text(field.number));
-         return fields(field.fields, true);
-      case Kind::Swap:
-         for (size_t i = field.fields.size(); i-- > 0;) one(*field.fields[i], optional);
+      case Op::Octets: return figure_.bits(step.name, step.count * 8, optional);
+      case Op::Bits: return figure_.bits(step.name, step.count, optional);
+      case Op::Call:
+      case Op::Contents:
+      case Op::Message: return named(step, optional);
+      case Op::Counted:
+         figure_.bits("length of " + step.name + range(step.bounds, ""), step.bits, optional);
+         return figure_.open({step.name}, optional);
+      case Op::Sized: {
+         const Expr* size = step.argument.expr;
+         return figure_.open({size ? step.name + " (" + spelled(*size) + " octets)" : step.name}, optional);
+      }
+      case Op::Pointers: return figure_.open({step.name}, optional);
+      case Op::SizedBits:
+      case Op::Unary:
+      case Op::Padding: // of structures alone, which are written in CSN.1
+      case Op::RestBits: figure_.loosen(); return figure_.open({step.name}, optional);
+      case Op::List: return list(step, optional);
+      case Op::Choice: return choice(step, optional);
+      case Op::Nothing: return;
+      case Op::Length:
+         figure_.bits(step.name + range(step.bounds, ""), step.bits, optional);
+         return all(step.steps, optional);
+      case Op::Group:
+      case Op::Span: return all(step.steps, optional);
+      case Op::Chain: return chain(step, optional);
+      case Op::Since: figure_.note("since release " + text(step.number)); return all(step.steps, true);
+      case Op::Swap:
+         for (auto inner = step.steps.rbegin(); inner != step.steps.rend(); ++inner) one(*inner, optional);
          return;
       }
    }
 
    // Small records are shown by their fields, as the standards do.
-   void named(const Field& field, bool optional) {
-      const Type* type = drawn(field.type.type);
-      if (!type) return figure_.open({typed(field)}, optional);
-      const Width width = widthOf(*type);
-      const bool choice = std::any_of(type->fields.begin(), type->fields.end(),
-                                      [](auto& inner) { return inner->kind == Kind::Choice; });
-      if (type->kind == TypeKind::Record && type->cls == Class::V && width.fixed() && width.low >= 1 &&
-          width.low <= 8 && !choice && !field.valueOnly && !figure_.loose())
-         return fields(type->fields, optional);
-      if (width.fixed() && !field.valueOnly) {
-         const bool valued = type->kind == TypeKind::Enum || type->kind == TypeKind::Number;
-         return figure_.bits(valued ? field.name : typed(field), width.low, optional);
+   void named(const Step& step, bool optional) {
+      const Type& type = drawn(*step.type);
+      const Width width = widthOf(type);
+      const bool contents = step.op == Op::Contents && step.ahead == 0;
+      if (!width.fixed() || contents) return figure_.open({typed(step)}, optional);
+      if (type.kind == TypeKind::Record && type.cls == Class::V && width.low >= 1 && width.low <= 8 &&
+          !figure_.loose()) {
+         const Program program = lower(type);
+         if (std::ranges::find(program.steps, Op::Choice, &Step::op) == program.steps.end())
+            return all(program.steps, optional);
       }
-      figure_.open({typed(field)}, optional);
+      const bool valued = type.kind == TypeKind::Enum || type.kind == TypeKind::Number;
+      figure_.bits(valued ? step.name : typed(step), width.low, optional);
    }
 
-   void each(const Field& field, bool optional) {
-      std::string line = field.type.name.empty() && field.bits
-                               ? field.name + ": " + text(field.bits) + " bits"
-                               : typed(field);
-      if (field.argument)
-         line += ", " + spelled(*field.argument) + " times";
-      else if (field.entries == Entries::Flags)
+   void list(const Step& step, bool optional) {
+      std::string line =
+            step.typeName.empty() && step.bits ? step.name + ": " + text(step.bits) + " bits" : typed(step);
+      if (step.argument.expr)
+         line += ", " + spelled(*step.argument.expr) + " times";
+      else if (step.entries == Entries::Flags)
          line += ", each behind a 1; 0 at the end";
       else
          line += ", repeated";
-      if (field.entries == Entries::Flags) figure_.loosen();
-      figure_.open({line + range(field.bounds, "")}, optional);
+      if (step.entries == Entries::Flags) figure_.loosen();
+      figure_.open({line + range(step.bounds, "")}, optional);
    }
 
-   void choice(const Field& field, bool optional) {
-      Width width;
-      bool same = !field.arms.empty();
-      for (const Arm& arm : field.arms) {
-         const Width one = arm.field ? widthOf(*arm.field) : Width{};
-         if (&arm == &field.arms.front()) width = one;
-         same = same && one.fixed() && one.low == width.low;
-      }
-      if (field.selector == Selector::Bits) {
+   void choice(const Step& step, bool optional) {
+      const Width width = step.steps.front().width;
+      const bool same = std::ranges::all_of(
+            step.steps, [&](const Step& arm) { return arm.width.fixed() && arm.width.low == width.low; });
+      if (step.selector == Selector::Bits) {
          figure_.loosen();
-         figure_.bits("selector", field.bits, optional);
+         figure_.bits("selector", step.bits, optional);
       }
-      std::vector<std::string> lines{field.name.empty() ? "one of" : field.name};
-      if (field.argument) lines[0] += " by " + spelled(*field.argument);
-      for (const Arm& arm : field.arms) {
+      std::vector<std::string> lines{step.name.empty() ? "one of" : step.name};
+      if (step.argument.expr) lines[0] += " by " + spelled(*step.argument.expr);
+      for (const Step& one : step.steps) {
          std::string line;
-         for (const Arm::Range& values : arm.values) {
+         for (const Arm::Range& values : one.arm->values) {
             if (!line.empty()) line += '|';
             line += text(values.low) + (values.low == values.high ? "" : ".." + text(values.high));
          }
-         lines.push_back((arm.isElse ? "else" : line) + ' ' + (arm.field ? inWords(*arm.field) : ""));
+         lines.push_back((one.arm->isElse ? "else" : line) + ' ' + inWords(one));
       }
       if (!same) return figure_.open(lines, optional);
       std::string all = lines[0] + ':';
@@ -258,19 +252,18 @@ private:
    }
 
    // Octets 3, 3a, 3b: an ext bit ahead of seven bits each.
-   void chain(const Field& field, bool optional) {
+   void chain(const Step& step, bool outer) {
       const std::string number = figure_.octetName();
       char letter = 'a';
-      for (auto& inner : field.fields) {
-         const bool first = inner == field.fields.front();
+      for (auto& inner : step.steps) {
+         const bool first = &inner == &step.steps.front(), optional = outer || !first || inner.present;
          if (!first && !figure_.loose()) figure_.label(number + letter++);
-         figure_.bits("ext", 1, optional || !first || inner->optional);
-         const Type* list = drawn(inner->type.type);
-         if (list != nullptr && list->kind == TypeKind::List && !figure_.loose()) { // an octet an entry
+         figure_.bits("ext", 1, optional);
+         if (inner.op == Op::List && !figure_.loose()) { // an octet an entry
             figure_.label((first ? number : number + static_cast<char>(letter - 1)) + " etc.");
-            figure_.bits(typed(*inner) + ", repeated", 7, optional || !first || inner->optional);
+            figure_.bits(typed(inner) + ", repeated", 7, optional);
          } else {
-            one(*inner, optional || !first);
+            one(inner, optional);
          }
          figure_.label("");
       }
@@ -299,90 +292,87 @@ std::string printed(const Table& table) {
    return out;
 }
 
-// The class on the wire: of the type behind a name, or what the description says.
-Class classOf(const Field& field) {
-   if (field.cls != Class::V) return field.cls;
-   if (field.bareBits) return field.bareBits == 16 ? Class::LVE : Class::LV;
-   if (field.kind == Kind::Counted) return field.bits == 16 ? Class::LVE : Class::LV;
-   const Type* type = field.kind == Kind::Named ? drawn(field.type.type) : nullptr;
-   return type ? classOnWire(*type) : Class::V;
+// The type whose class and width an element has.
+const Type* typeOf(const Step& step) {
+   return isNamed(step) ? &drawn(*step.type) : nullptr;
 }
 
-std::string formatOf(const Field& field) {
-   if (field.present) return "T";
-   const std::string lead = field.ieiBits ? "T" : "";
-   switch (classOf(field)) {
+std::string formatOf(const Step& step) {
+   const std::string lead = step.ieiBits ? "T" : "";
+   if (step.ieiBits && step.op == Op::Nothing) return lead;
+   switch (classOf(step)) {
    case Class::LV: return lead + "LV";
    case Class::LVE: return lead + "LV-E";
    default: return lead + "V";
    }
 }
 
-// Octets with IEI and length, as the standards count them: 1/2, 4, 3-n.
-std::string lengthOf(const Field& field) {
-   if (field.present || field.ieiBits == 4) return "1";
-   const uint64_t lead = field.ieiBits ? 1 : 0;
-   const Type* type = field.kind == Kind::Named ? drawn(field.type.type) : nullptr;
-   if (type && type->cls != Class::V && !type->bare) {
-      const uint64_t octets = lead + (lengthBits(*type) + 7) / 8;
-      const uint64_t low = octets + type->bounds.low.value_or(0);
-      if (!type->bounds.high) return text(low) + "-n";
-      const uint64_t high = octets + *type->bounds.high;
-      return low == high ? text(low) : text(low) + '-' + text(high);
-   }
-   Width width = type ? widthOf(*type) : widthOf(field);
-   if (!type && field.optional) width.low = width.open ? 0 : width.high;
-   if (width.fixed() && width.low == 4 && !lead) return "1/2";
-   const uint64_t low = lead + (width.low + 7) / 8;
-   if (width.open) return text(low) + "-n";
-   const uint64_t high = lead + (width.high + 7) / 8;
-   return low == high ? text(low) : text(low) + '-' + text(high);
+std::string upTo(uint64_t low, std::optional<uint64_t> high) {
+   if (!high) return text(low) + "-n";
+   return low == *high ? text(low) : text(low) + '-' + text(*high);
 }
 
-std::string ieiOf(const Field& field) {
-   if (!field.ieiBits) return {};
-   return field.ieiBits == 4 ? hex(field.iei, 1) + '-' : hex(field.iei, 2);
+// Octets with IEI and length, as the standards count them: 1/2, 4, 3-n.
+std::string lengthOf(const Step& step) {
+   if (step.ieiBits == 4 || (step.ieiBits && step.op == Op::Nothing)) return "1";
+   const uint64_t lead = step.ieiBits ? 1 : 0;
+   const Type* type = typeOf(step);
+   if (type && type->cls != Class::V && !type->bare) {
+      const uint64_t octets = lead + (lengthBits(*type) + 7) / 8;
+      const auto& high = type->bounds.high;
+      return upTo(octets + type->bounds.low.value_or(0), high ? std::optional(octets + *high) : high);
+   }
+   Width width = type ? widthOf(*type) : step.width;
+   if (!type && (step.ieiBits || step.isOptional())) width.low = width.open ? 0 : width.high;
+   if (width.fixed() && width.low == 4 && !lead) return "1/2";
+   const auto octets = [&](uint64_t bits) { return lead + (bits + 7) / 8; };
+   return upTo(octets(width.low), width.open ? std::nullopt : std::optional(octets(width.high)));
+}
+
+std::string ieiOf(const Step& step) {
+   if (!step.ieiBits) return {};
+   return step.ieiBits == 4 ? digits(step.iei, 1) + '-' : digits(step.iei, 2);
 }
 
 // With `groups` the presence group of each besides, whose bit it needs as well as its own.
-void elements(const Fields& fields, bool groups, Table& table) {
-   for (auto& field : fields) {
-      if (field->onlyOnWire()) {
-         const size_t first = table.size();
-         elements(field->fields, groups, table);
-         if (field->kind == Kind::Swap) // the upper half octet comes first
-            std::reverse(table.begin() + static_cast<std::ptrdiff_t>(first), table.end());
-         continue;
+void elements(const std::vector<Step>& steps, bool groups, Table& table) {
+   for (auto& step : steps) {
+      if (step.op == Op::Swap) { // the upper half octet comes first
+         for (auto& half : std::ranges::reverse_view(step.steps)) elements({half}, groups, table);
+      } else if (step.op == Op::Length || step.op == Op::Chain || step.op == Op::Since ||
+                 step.op == Op::Span) {
+         elements(step.steps, groups, table);
+      } else if (step.op == Op::Choice && step.name.empty()) {
+         for (const Step& arm : step.steps) table.push_back({"", arm.name, arm.typeName, "C", "V", "0-n"});
+      } else {
+         table.push_back({ieiOf(step), step.name, isNamed(step) ? step.typeName : "",
+                          step.ieiBits || step.isOptional() ? "O" : "M", formatOf(step), lengthOf(step)});
+         if (groups) table.back().push_back(step.groupNumber ? text(step.groupNumber) : "");
       }
-      if (field->kind == Kind::Choice && field->name.empty()) {
-         for (const Arm& arm : field->arms)
-            table.push_back({"", arm.field->name, arm.field->type.name, "C", "V", "0-n"});
-         continue;
-      }
-      const std::string type = field->kind == Kind::Named ? field->type.name
-                               : field->present           ? ""
-                                                          : inWords(*field);
-      table.push_back({ieiOf(*field), field->name, field->kind == Kind::Named || field->present ? type : "",
-                       field->optional ? "O" : "M", formatOf(*field), lengthOf(*field)});
-      if (groups) table.back().push_back(field->group ? text(static_cast<uint64_t>(field->group)) : "");
    }
 }
 
-std::string message(const Fields& fields) {
-   Table table{{"IEI", "Element", "Type", "Presence", "Format", "Length"}};
-   const bool groups = std::ranges::any_of(fields, [](auto& field) { return field->group != 0; });
+const std::vector<std::string> kElements = {"IEI", "Element", "Type", "Presence", "Format", "Length"};
+
+std::string message(const Type& type) {
+   const Program program = lower(type);
+   Table table{kElements};
+   const bool groups =
+         std::ranges::any_of(program.optional, [](auto& step) { return step.groupNumber != 0; });
    if (groups) table[0].push_back("Group");
-   elements(fields, groups, table);
+   elements(program.steps, groups, table);
+   elements(program.optional, groups, table);
    return printed(table);
 }
 
 std::string oneElement(const Type& type) {
-   Field field;
-   field.kind = Kind::Named;
-   field.type.name = type.base.name;
-   field.type.type = type.base.type;
-   return printed({{"IEI", "Element", "Type", "Presence", "Format", "Length"},
-                   {"", "", field.type.name, "M", formatOf(field), lengthOf(field)}});
+   Step step;
+   step.op = Op::Call;
+   step.type = type.base.type;
+   step.typeName = type.base.name;
+   Table table{kElements};
+   elements({step}, false, table);
+   return printed(table);
 }
 
 std::string values(const std::vector<EnumRow>& rows) {
@@ -391,12 +381,12 @@ std::string values(const std::vector<EnumRow>& rows) {
    return printed(table);
 }
 
-// Of the numbers among fields that have names of their own.
-std::string values(const Fields& fields) {
+// Of the numbers among the steps that have names of their own.
+std::string values(const std::vector<Step>& steps) {
    std::string result;
-   for (auto& field : fields) {
-      if (!field->names().empty()) result += field->name + '\n' + values(field->names());
-      result += values(field->fields);
+   for (auto& step : steps) {
+      if (step.names) result += step.name + '\n' + values(*step.names);
+      if (step.op != Op::Choice && step.op != Op::Contents) result += values(step.steps);
    }
    return result;
 }
@@ -404,7 +394,7 @@ std::string values(const Fields& fields) {
 std::string messages(const Type& pdu) {
    Table table{{"Discriminator", "Type", "Selector", "Member", "Record", "Message"}};
    for (const TableRow& row : pdu.table)
-      table.push_back({hex(row.disc, 1), hex(row.msgType, 2), text(row.selector), row.member,
+      table.push_back({digits(row.disc, 1), digits(row.msgType, 2), text(row.selector), row.member,
                        row.record.name.empty() ? "-" : row.record.name, titleOf(row)});
    return printed(table);
 }
@@ -415,14 +405,11 @@ std::string explain(const Type& type) {
    if (type.figure) return explain(*type.figure);
    if (type.structure) return csn1(type);
    switch (type.kind) {
-   case TypeKind::Record: return Explainer().element(type) + values(type.fields);
-   case TypeKind::Message: return message(type.fields);
+   case TypeKind::Record: return Explainer().element(type) + values(lower(type).steps);
+   case TypeKind::Message: return message(type);
    case TypeKind::OneElement: return oneElement(type);
    case TypeKind::Empty: return "no elements\n";
-   case TypeKind::Alias: {
-      const Type* base = withoutAliases(&type);
-      return base ? explain(*base) : "";
-   }
+   case TypeKind::Alias: return explain(baseType(type));
    case TypeKind::Pdu: return Explainer().element(type) + messages(type);
    case TypeKind::Enum: return Explainer().plain(type) + values(type.rows);
    case TypeKind::Number: return Explainer().plain(type) + (type.rows.empty() ? "" : values(type.rows));

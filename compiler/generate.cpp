@@ -3,6 +3,8 @@
 #include "compiler/generate.h"
 
 #include "compiler/emit.h"
+#include "compiler/layout.h"
+#include "compiler/naming.h"
 
 #include <filesystem>
 #include <fstream>
@@ -22,18 +24,32 @@ bool sameContents(const std::filesystem::path& path, const std::string& text) {
 
 } // namespace
 
+Holes namesOf(const Module& module) {
+   return {{"module", module.name}, {"file", module.file}};
+}
+
+Holes namesOf(const Type& type) {
+   return {{"record", recordName(type)},   {"base", recordName(baseType(type))},
+           {"encoder", encoderName(type)}, {"encodeParameters", encodeParameters(type)},
+           {"decoder", decoderName(type)}, {"decodeParameters", decodeParameters(type)},
+           {"printer", printerName(type)}, {"printParameters", printParameters(type)},
+           {"init", initName(type)},       {"sample", sampleName(type)},
+           {"rows", tableArguments(type)}};
+}
+
 void emitModule(const Model& model, const Module& module, Outputs& out) {
    emitHeader(model, module, out);
    emitTypes(model, module, out);
    emitCodecs(model, module, out);
+   emitMessages(module, out);
    emitEnums(model, module, out);
    emitInits(model, module, out);
-   emitWalk(model, module, out);
 }
 
 Outputs generate(const Model& model) {
    Outputs out;
    for (auto& module : model.modules) emitModule(model, *module, out);
+   emitWalk(model, out);
    emitRegistry(model, out);
    emitVectors(model, out);
    emitSelectorCalls(model, out);

@@ -1,6 +1,7 @@
 #include "compiler/layout.h"
 
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -9,13 +10,6 @@
 #include <set>
 
 namespace l3c {
-
-const Type& baseType(const Type& type) {
-   const Type* at = &type;
-   while ((at->kind == TypeKind::Alias || at->kind == TypeKind::OneElement) && at->base.type != nullptr)
-      at = at->base.type;
-   return *at;
-}
 
 Passing passing(const Type& type) {
    const Type& base = baseType(type);
@@ -80,7 +74,7 @@ std::string pointerArgument(const Type& type, const std::string& place) {
    return how == Passing::Array || how == Passing::Text ? place : "&" + place;
 }
 
-std::string encodeParameters(const Type& type) {
+static std::string valueParameter(const Type& type, const char* word) {
    switch (passing(type)) {
    case Passing::Value: return ", " + recordName(type) + " value";
    case Passing::Array: return ", const uint8_t* value";
@@ -89,7 +83,15 @@ std::string encodeParameters(const Type& type) {
    case Passing::Nothing: return "";
    case Passing::Pointer: break;
    }
-   return ", " + recordName(type) + "* pvalue";
+   return ", " + (word + recordName(type)) + "* pvalue";
+}
+
+std::string encodeParameters(const Type& type) {
+   return valueParameter(type, "");
+}
+
+std::string printParameters(const Type& type) {
+   return valueParameter(type, "const ");
 }
 
 // The value behind `v`, as the type's encoder and printer take it.
@@ -129,16 +131,11 @@ std::string limitsText(const Bounds& bounds) {
    return text + "}";
 }
 
-ScanFormat scanFormat(const Field& field) {
-   if (field.present) return {"T"};
-   if (field.ieiBits == 4) return {"HalfOctet"};
-   Class cls = field.cls;
-   if (field.kind == Kind::Named) {
-      const Type& own = *field.type.type;
-      cls = own.cls != Class::V ? own.cls : classOnWire(baseType(own));
-      if (cls != Class::LV && cls != Class::LVE) return {"TV", valueOctets(own)};
-   }
-   return {cls == Class::LVE ? "TLVE" : cls == Class::LV ? "TLV" : "TV"};
+Bounds boundsOfBare(const Type& type) {
+   Bounds bounds;
+   const uint64_t octets = type.kind == TypeKind::Octets ? type.count : type.bits / 8;
+   if (octets != 0 && type.kind != TypeKind::List) bounds.low = bounds.high = octets;
+   return bounds;
 }
 
 namespace {
@@ -198,10 +195,11 @@ bool anyField(const Type& type, const Test& test) {
 } // namespace
 
 bool quits(const Type& type) {
-   return anyField(type, [](const Field& field) {
-      return field.quits ||
-             (field.type.type != nullptr && field.type.type->cls == Class::V && quits(*field.type.type)) ||
-             (field.type.type != nullptr && field.type.type->cls == Class::LB && quits(*field.type.type));
+   return anyField(type, [&](const Field& field) {
+      return (field.kind == Kind::Since && type.returns) ||
+             (field.type.type != nullptr &&
+              (field.type.type->cls == Class::V || field.type.type->cls == Class::LB) &&
+              quits(*field.type.type));
    });
 }
 
@@ -209,9 +207,25 @@ bool leavesContainer(const Type& type) {
    return (type.cls == Class::LV || type.cls == Class::LVE) && quits(type);
 }
 
+bool hasShortPart(const Type& part, bool twice) {
+   return part.pattern || (hasShortForm(part) && !twice && (part.structure || !part.custom));
+}
+
+// Is all of a structure, or of a list's entry, behind a part without a short form?
+static bool beginsInFull(const Type& type) {
+   if (type.kind == TypeKind::List)
+      return type.base.type != nullptr && !hasShortForm(baseType(*type.base.type));
+   if (type.fields.empty()) return false;
+   const Field& first = *type.fields.front();
+   if (first.kind != Kind::Named || first.optional || first.guarded) return false;
+   const Type& part = baseType(*first.type.type);
+   return !part.presized && !part.outer && !hasShortPart(part, first.second != nullptr);
+}
+
 bool hasShortForm(const Type& type) {
    // Of a structure, what has none inside is left to the exact form when it is there.
-   if (type.structure && type.kind != TypeKind::Alias) return !type.custom && !type.presized && !type.outer;
+   if (type.structure && type.kind != TypeKind::Alias)
+      return !type.custom && !type.presized && !type.outer && !beginsInFull(type);
    // Codecs by hand are templates over both forms, but for those of messages.
    if (type.custom && type.kind == TypeKind::List) return hasShortEntry(*type.base.type);
    if (type.custom) return type.kind == TypeKind::Record || type.kind == TypeKind::Text;
@@ -318,19 +332,6 @@ std::string shortDeclaration(const Type& type, bool encode) {
           ")";
 }
 
-std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields) {
-   std::vector<const Field*> all;
-   for (auto& field : fields) {
-      if (field->onlyOnWire()) {
-         if (field->kind == Kind::Frame) all.push_back(field.get());
-         for (auto* inner : recordFields(field->fields)) all.push_back(inner);
-      } else {
-         all.push_back(field.get());
-      }
-   }
-   return all;
-}
-
 std::vector<PresenceBit> presenceBits(const std::vector<std::unique_ptr<Field>>& fields) {
    std::vector<PresenceBit> bits;
    int group = 0;
@@ -361,7 +362,7 @@ void appended(const std::vector<std::unique_ptr<Field>>& fields, std::vector<con
    }
 }
 bool runDeparts(const Field& field) {
-   if (field.type.type != nullptr && isRunContent(field) && departs(baseType(*field.type.type))) return true;
+   if (field.type.type != nullptr && runBits(field) != 0 && departs(baseType(*field.type.type))) return true;
    return std::ranges::any_of(field.fields, [](auto& inner) { return runDeparts(*inner); }) ||
           std::ranges::any_of(field.arms, [](auto& arm) { return runDeparts(*arm.field); });
 }
@@ -382,37 +383,22 @@ bool departs(const Type& type) {
    return std::ranges::any_of(type.fields, [](auto& field) { return runDeparts(*field); });
 }
 
-bool hasMember(const Field& field) {
-   return field.kind != Kind::Null && field.kind != Kind::Const && !field.present &&
-          field.kind != Kind::Padding && !(field.kind == Kind::Choice && field.name.empty()) &&
-          (!field.onlyOnWire() || field.kind == Kind::Frame);
-}
+namespace {
 
-unsigned fixedBits(const Type& type) {
-   if (type.custom || type.bare) return 0;
-   const Type& base = baseType(type);
-   if (base.custom || base.bare) return 0;
-   switch (base.kind) {
-   case TypeKind::Enum:
-   case TypeKind::Number: return base.pattern ? 0 : base.bits;
-   case TypeKind::Record: {
-      if (base.cls != Class::V || base.fields.empty()) return 0;
-      unsigned sum = 0;
-      for (auto& field : base.fields) {
-         const unsigned bits = fixedBits(*field);
-         if (bits == 0) return 0;
-         sum += bits;
-      }
-      return sum;
+unsigned contentBits(const Field& field);
+
+unsigned fixedBits(const std::vector<std::unique_ptr<Field>>& fields) {
+   unsigned sum = 0;
+   for (auto& field : fields) {
+      const bool there = !field->optional && field->ieiBits == 0 && !field->name.empty();
+      const unsigned bits = there ? contentBits(*field) : 0;
+      if (bits == 0) return 0;
+      sum += bits;
    }
-   default: return 0;
-   }
+   return sum;
 }
 
-unsigned fixedBits(const Field& field) {
-   return field.optional || field.ieiBits != 0 ? 0 : contentBits(field);
-}
-
+// Of the field when it is there.
 unsigned contentBits(const Field& field) {
    if (field.aside || field.valueOnly || field.guarded || field.counted != nullptr || field.ahead != 0 ||
        field.bareBits != 0 || !field.bounds.values.empty())
@@ -420,16 +406,21 @@ unsigned contentBits(const Field& field) {
    switch (field.kind) {
    case Kind::Flag: return 1;
    case Kind::Uint: return field.bits <= 32 ? field.bits : 0;
-   case Kind::Named: return field.argument || field.type.type == nullptr ? 0 : fixedBits(*field.type.type);
-   case Kind::Group: {
-      unsigned sum = 0;
-      for (auto& inner : field.fields) {
-         const unsigned bits = inner->onlyOnWire() || inner->name.empty() ? 0 : fixedBits(*inner);
-         if (bits == 0) return 0;
-         sum += bits;
-      }
-      return sum;
+   case Kind::Named: return field.argument ? 0 : fixedBits(*field.type.type);
+   case Kind::Group: return fixedBits(field.fields);
+   default: return 0;
    }
+}
+
+} // namespace
+
+unsigned fixedBits(const Type& type) {
+   const Type& base = baseType(type);
+   if (type.custom || type.bare || base.custom || base.bare) return 0;
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return base.pattern ? 0 : base.bits;
+   case TypeKind::Record: return base.cls == Class::V ? fixedBits(base.fields) : 0;
    default: return 0;
    }
 }
@@ -439,58 +430,13 @@ bool isRunType(const Type& type) {
    return bits != 0 && bits <= kMaxRunBits;
 }
 
-bool isRunContent(const Field& field) {
-   const unsigned bits = contentBits(field);
-   return bits != 0 && bits <= kMaxRunBits && !field.name.empty();
-}
-
-std::string integerWord(unsigned bits, const Bounds& bounds, bool arm) {
-   std::string text = (arm ? "armInteger<" : "integer<") + std::to_string(bits);
-   if (!bounds.empty())
-      text += ", " + std::to_string(bounds.low.value_or(0)) + ", " +
-              std::to_string(bounds.high.value_or((uint64_t{1} << bits) - 1));
-   return text + ">";
-}
-
-std::string runPart(const Field& field, const std::string& place, bool arm) {
-   const std::string arguments = "(\"" + field.name + "\", " + place + cName(field.name) + ")";
-   switch (field.kind) {
-   case Kind::Group: {
-      std::string text = "group(\"" + field.name + "\"";
-      for (auto& inner : field.fields) text += ", " + runPart(*inner, place + cName(field.name) + ".", arm);
-      return text + ")";
-   }
-   case Kind::Flag: return "flag" + arguments;
-   case Kind::Uint: return integerWord(field.bits, field.bounds, arm) + arguments;
-   default: {
-      const Type& type = *field.type.type;
-      return (passing(type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
-             recordName(baseType(type)) + ">" + arguments;
-   }
-   }
-}
-
-namespace {
-bool fieldInits(const Field& field);
-}
-
-static bool isSpare(const Field& field) {
-   return (field.kind == Kind::Uint || field.kind == Kind::Flag) && field.name.starts_with("spare");
-}
-
-bool clearsField(const Field& field) {
-   return field.init || isSpare(field);
-}
-
-std::string countMember(const Field& field) {
-   if (field.kind == Kind::BitTail || field.kind == Kind::FillBits || field.kind == Kind::SizedBits)
-      return "numbits";
-   return field.kind == Kind::Fill && field.bits == 16 ? "nchars" : "numocts";
+unsigned runBits(const Field& field) {
+   const unsigned bits = field.name.empty() ? 0 : contentBits(field);
+   return bits <= kMaxRunBits ? bits : 0;
 }
 
 bool hasInit(const Type& type) {
    const Type& base = baseType(type);
-   if (&base != &type) return hasInit(base);
    switch (base.kind) {
    case TypeKind::Pdu: return true;
    case TypeKind::Octets:
@@ -502,59 +448,33 @@ bool hasInit(const Type& type) {
    }
 }
 
-bool isPlain(const Type& record) {
-   if (!presenceBits(record.fields).empty() || !appendedFields(record).empty()) return false;
-   const auto fields = recordFields(record.fields);
-   return std::none_of(fields.begin(), fields.end(), [](auto* field) { return fieldInits(*field); });
+namespace {
+
+bool inits(const std::vector<std::unique_ptr<Field>>& fields) {
+   return !presenceBits(fields).empty() || std::ranges::any_of(fields, [](auto& field) {
+      switch (field->kind) {
+      case Kind::Named: {
+         const Passing how = passing(*field->type.type);
+         return hasInit(*field->type.type) || field->init || how == Passing::Text ||
+                how == Passing::TextPointer;
+      }
+      case Kind::Flag:
+      case Kind::Uint: return field->init.has_value(); // spare bits alone give none
+      case Kind::Octets:
+      case Kind::Bits:
+      case Kind::Unary:
+      case Kind::Const:
+      case Kind::Padding:
+      case Kind::Null: return false;
+      default: return field->fields.empty() || inits(field->fields);
+      }
+   });
 }
 
-namespace {
-bool fieldInits(const Field& field) {
-   switch (field.kind) {
-   case Kind::Named: {
-      if (field.type.type == nullptr) return false;
-      const Passing how = passing(*field.type.type);
-      return hasInit(*field.type.type) || field.init || how == Passing::Text || how == Passing::TextPointer;
-   }
-   case Kind::Flag:
-   case Kind::Uint: return field.init || (isSpare(field) && field.optional); // spare bits alone give none
-   case Kind::Counted:
-   case Kind::Sized:
-   case Kind::Fill:
-   case Kind::Tail:
-   case Kind::BitTail:
-   case Kind::FillBits:
-   case Kind::SizedBits:
-   case Kind::Each:
-   case Kind::Choice:
-   case Kind::Messages: return true;
-   case Kind::Group:
-      if (!presenceBits(field.fields).empty()) return true;
-      for (auto* inner : recordFields(field.fields))
-         if (fieldInits(*inner)) return true;
-      return false;
-   default: return false;
-   }
-}
 } // namespace
 
-unsigned valueOctets(const Type& type) {
-   const Type& base = baseType(type);
-   if (base.kind == TypeKind::Octets) return static_cast<unsigned>(base.count);
-   if (base.structure) return static_cast<unsigned>(widthOf(base).high / 8);
-   if (const unsigned bits = fixedBits(type); bits != 0) return bits / 8;
-   unsigned sum = 0;
-   for (auto& field : base.fields) {
-      if (field->kind == Kind::Octets) {
-         sum += static_cast<unsigned>(field->count) * 8;
-      } else if (field->kind == Kind::Named && field->type.type != nullptr) {
-         sum += valueOctets(*field->type.type) * 8;
-      } else {
-         sum += fixedBits(*field);
-      }
-   }
-   if (base.custom && sum == 0 && base.cls == Class::V) return 3; // MCC and MNC
-   return sum / 8;
+bool isPlain(const Type& record) {
+   return !inits(record.fields) && appendedFields(record).empty();
 }
 
 std::string hex(uint64_t value, int digits) {

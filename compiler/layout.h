@@ -1,15 +1,12 @@
 // How types and fields look in C: the record of a type, the calls of its codec.
 #pragma once
 
-#include "compiler/model.h"
+#include "compiler/walk.h"
 #include "compiler/writer.h"
 
 #include <string>
 
 namespace l3c {
-
-// The type behind aliases and one-element messages.
-const Type& baseType(const Type& type);
 
 // How a value of the type is handed to functions.
 enum class Passing { Value, Array, Text, TextPointer, Pointer, Nothing };
@@ -18,8 +15,6 @@ Passing passing(const Type& type);
 bool hasRecord(const Type& type); // a C type exists
 bool hasInit(const Type& type);   // asn1Init_ exists
 bool isPlain(const Type& record); // nothing in it tells what is there: values alone
-// An initialiser stores a value in this number: the one that the description gives, or 0 in spare bits.
-bool clearsField(const Field& field);
 bool hasSample(const Type& type); // asn1Test_ exists
 bool hasDecoder(const Type& type);
 
@@ -46,13 +41,8 @@ std::string targetOf(const Type& type);
 
 // `Limits{...}` for the bounds of a length or count.
 std::string limitsText(const Bounds& bounds);
-
-// What an optional element takes behind its IEI, for the skip of one that is out of order.
-struct ScanFormat {
-   std::string name;
-   unsigned octets = 0; // TV
-};
-ScanFormat scanFormat(const Field& field);
+// Of the length of a value that no record holds: that of one of fixed width must be its octets.
+Bounds boundsOfBare(const Type& type);
 
 // Parameter lists of the exported functions, behind the context.
 std::string encodeParameters(const Type& type);
@@ -63,6 +53,8 @@ std::string argumentNames(const Type& type, bool encode);
 
 // Has the codec a short form? Fixed bits, 16-bit characters and lengths of four bits have none.
 bool hasShortForm(const Type& type);
+// May it be called so as a part of a structure? `twice`: with two values.
+bool hasShortPart(const Type& part, bool twice);
 // Is there a function of it that starts at an octet? Types by place have the one alone that goes on in an
 // octet.
 bool hasShortEntry(const Type& type);
@@ -83,12 +75,6 @@ std::string shortDeclaration(const Type& type, bool encode);
 std::string printParameters(const Type& type);
 std::string sampleDeclaration(const Type& type);
 
-// Fields of a record in order, wire groups dissolved.
-std::vector<const Field*> recordFields(const std::vector<std::unique_ptr<Field>>& fields);
-
-// Member that counts the octets, bits or characters of a string field.
-std::string countMember(const Field& field);
-
 // Presence bits of a record, in order: names of the members of `m`.
 struct PresenceBit {
    std::string name;
@@ -104,23 +90,12 @@ std::string appendixBit(const Field& field);
 // width? Then its short form is for the family's own way.
 bool departs(const Type& type);
 
-// Member of the record that holds the field; empty if the field leaves none.
-bool hasMember(const Field& field);
-
 // Width on the wire if it is fixed, and no choice, option or repetition is inside; 0 otherwise.
-unsigned fixedBits(const Field& field);
-unsigned contentBits(const Field& field); // of the field when it is there
 unsigned fixedBits(const Type& type);
 // Can a field of the type stand in a run: a value type, or a record of fixed fields of up to 56 bits?
 bool isRunType(const Type& type);
-bool isRunContent(const Field& field); // would be one if it were not optional
-// The field as a part of a run, in the frame's words; `arm`: bound failures are logged.
-std::string integerWord(unsigned bits, const Bounds& bounds, bool arm);
-std::string runPart(const Field& field, const std::string& place, bool arm);
+unsigned runBits(const Field& field); // of one that can, when it is there; 0 of others
 constexpr unsigned kMaxRunBits = 56;
-
-// Number of octets of a TV element's value.
-unsigned valueOctets(const Type& type);
 
 std::string hex(uint64_t value, int digits = 0);
 

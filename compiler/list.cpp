@@ -27,20 +27,22 @@ const char* wordOf(TypeKind kind) {
    }
 }
 
-// Fields with a name, below the names of the records around them.
-void listFields(const std::string& type, const std::vector<std::unique_ptr<Field>>& fields,
-                const std::string& path, Writer& out) {
+// Fields with a name, below the names of the records around them; $type is what they are fields of.
+void listFields(const std::vector<std::unique_ptr<Field>>& fields, const std::string& path, Writer& out) {
    for (auto& field : fields) {
       const std::string inner = field->name.empty() ? path : path + printName(cName(field->name)) + '.';
       if (!field->name.empty())
-         out.line("field\t" + type + '\t' + inner.substr(0, inner.size() - 1) + '\t' + nameOf(field->type) +
-                  '\t' + (field->ieiBits != 0 || field->optional ? "optional" : "mandatory"));
-      listFields(type, field->fields, inner, out);
+         out.fill("field\t$type\t$path\t$of\t$presence",
+                  {{"path", inner.substr(0, inner.size() - 1)},
+                   {"of", nameOf(field->type)},
+                   {"presence", field->ieiBits != 0 || field->optional ? "optional" : "mandatory"}});
+      listFields(field->fields, inner, out);
       for (auto& arm : field->arms)
          if (arm.field) {
             const std::string place = inner + printName(cName(arm.field->name));
-            out.line("field\t" + type + '\t' + place + '\t' + nameOf(arm.field->type) + "\toptional");
-            listFields(type, arm.field->fields, place + '.', out);
+            out.fill("field\t$type\t$place\t$of\toptional",
+                     {{"place", place}, {"of", nameOf(arm.field->type)}});
+            listFields(arm.field->fields, place + '.', out);
          }
    }
 }
@@ -48,29 +50,34 @@ void listFields(const std::string& type, const std::vector<std::unique_ptr<Field
 } // namespace
 
 std::string list(const Model& model) {
-   Writer out;
+   std::string all;
    for (auto& module : model.modules) {
       for (auto& each : module->types) {
          const Type& type = *each;
-         const std::string name = recordName(type);
-         const bool part = type.placed || type.nested;
-         out.line("type\t" + name + '\t' + (part ? "part" : wordOf(type.kind)) + '\t' +
-                  (hasSample(type) ? "sample" : "-") + '\t' + (type.doc.empty() ? "-" : type.doc));
-         if (type.base.type != nullptr)
-            out.line("field\t" + name + "\t\t" + nameOf(type.base) + "\tmandatory");
-         listFields(name, type.fields, "", out);
+         Writer out({{"type", recordName(type)}});
+         out.fill("type\t$type\t$kind\t$sample\t$doc",
+                  {{"kind", type.placed || type.nested ? "part" : wordOf(type.kind)},
+                   {"sample", hasSample(type) ? "sample" : "-"},
+                   {"doc", type.doc.empty() ? "-" : type.doc}});
+         out.fillIf(type.base.type != nullptr, "field\t$type\t\t$base\tmandatory",
+                    {{"base", nameOf(type.base)}});
+         listFields(type.fields, "", out);
          std::set<uint64_t> releases;
          eachField(type.fields, [&](const Field& field) {
             if (field.kind == Kind::Since) releases.insert(field.number);
          });
-         for (const uint64_t release : releases) out.line("since\t" + name + '\t' + std::to_string(release));
+         for (const uint64_t release : releases) out.fill("since\t$type\t$release", {{"release", release}});
          for (auto* rows : {&type.table, &type.secondTable})
             for (const TableRow& row : *rows)
-               out.line("row\t" + name + '\t' + std::to_string(row.disc) + '\t' +
-                        std::to_string(row.msgType) + '\t' + row.member + '\t' + nameOf(row.record));
+               out.fill("row\t$type\t$discriminator\t$code\t$member\t$record",
+                        {{"discriminator", row.disc},
+                         {"code", row.msgType},
+                         {"member", row.member},
+                         {"record", nameOf(row.record)}});
+         all += out.text();
       }
    }
-   return out.text();
+   return all;
 }
 
 } // namespace l3c

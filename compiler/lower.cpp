@@ -1,6 +1,7 @@
 #include "compiler/layout.h"
 #include "compiler/naming.h"
 #include "compiler/program.h"
+#include "compiler/walk.h"
 
 #include <algorithm>
 
@@ -71,6 +72,7 @@ public:
          Step& step = program_.steps.emplace_back(value(Op::Integer));
          step.bits = type_.bits;
          step.bounds = type_.bounds;
+         if (type_.plain) step.names = &type_.rows;
          break;
       }
       case TypeKind::Octets: octets(); break;
@@ -78,6 +80,8 @@ public:
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
+         step.typeName = type_.base.name;
+         step.freeCount = type_.freeCount;
          step.preset = type_.presized;
          step.argument = term(type_.times.get(), place);
          break;
@@ -176,6 +180,7 @@ private:
             Step span = base(Op::Span, field, place);
             span.bits = field.bits;
             span.steps.push_back(one(*fields[++i], place, false));
+            span.width = span.steps.front().width;
             steps.push_back(std::move(span));
          } else if (field.beside) {
             steps.push_back(one(field, place.inner(), false));
@@ -188,6 +193,7 @@ private:
          for (size_t j = i + 1; j < steps.size(); ++j) {
             if (steps[j].field != steps[i].field->counted) continue;
             steps[i].counts = j - i;
+            steps[i].countsPlus = steps[i].field->countsPlus;
             steps[j].byCount = true;
          }
       }
@@ -198,6 +204,15 @@ private:
       step.op = op;
       step.field = &field;
       step.name = field.name;
+      step.typeName = field.type.name;
+      step.width = widthOf(field);
+      step.keepsTail = field.leaveTail;
+      step.appended = field.appended;
+      step.beside = field.beside;
+      step.optional = field.optional;
+      step.init = field.init;
+      step.sample = field.sample;
+      if (!field.names().empty()) step.names = &field.names();
       step.place = field.appended ? std::string(kAppendix) : place.record;
       step.member = step.place + cName(field.name);
       step.logged = place.arm;
@@ -207,8 +222,8 @@ private:
    // One field with its option.
    Step one(const Field& field, const Place& place, bool last) {
       Step step = contents(field, field.optional || field.guarded ? place.inner() : place, last);
-      step.run = isRunContent(field);
-      step.bareAround = field.bareBits != 0;
+      step.run = runBits(field);
+      step.bareAround = field.bareBits;
       if (field.bareBits != 0) step.last = false;
       const bool chain = field.kind == Kind::Chain;
       step.quits = type_.returns && type_.structure && field.kind != Kind::Padding;
@@ -241,7 +256,11 @@ private:
    Step element(const Field& field, const Place& place) {
       Step step = contents(field, place, false);
       if (field.present) step.op = Op::Nothing;
-      step.run = !field.present && isRunContent(field);
+      step.run = field.present ? 0 : runBits(field);
+      step.iei = field.iei;
+      step.ieiBits = field.ieiBits;
+      step.cls = field.cls;
+      step.groupNumber = field.appended ? 0 : field.group;
       step.present = bit(place, &field, 0);
       if (field.appended) append(step, field);
       if (field.group != 0 && !field.appended) step.group = bit(place, nullptr, field.group);
@@ -257,7 +276,10 @@ private:
       switch (field.kind) {
       case Kind::Flag: step.op = Op::Flag; break;
       case Kind::Uint: step.op = Op::Integer; break;
-      case Kind::Const: step.op = Op::Constant; break;
+      case Kind::Const:
+         step.op = Op::Constant;
+         step.number = field.number;
+         break;
       case Kind::Octets:
       case Kind::Bits:
          step.op = field.kind == Kind::Octets ? Op::Octets : Op::Bits;
@@ -273,6 +295,7 @@ private:
       case Kind::Tail:
          step.op = Op::Sized;
          step.rest = true;
+         step.wide = field.kind == Kind::Fill && field.bits == 16;
          step.opensTail = field.kind == Kind::Tail;
          break;
       case Kind::BitTail:
@@ -295,6 +318,7 @@ private:
          step.op = Op::List;
          list(step, field.type.type, field.bits, field.bounds, field.storage, field.entries);
          step.argument = term(field.argument.get(), place);
+         step.freeCount = field.freeCount;
          step.opensTail = field.tail;
          if (field.entry != nullptr) {
             Step entry = value(Op::Sized);
@@ -307,7 +331,10 @@ private:
          break;
       case Kind::Choice: choice(step, place, last); break;
       case Kind::Null: break;
-      case Kind::Messages: step.op = Op::Pointers; break;
+      case Kind::Messages:
+         step.op = Op::Pointers;
+         step.table = &tableOf(type_, field);
+         break;
       case Kind::Frame:
       case Kind::Bare: {
          step.op = field.aside ? Op::Span : Op::Length;
@@ -326,8 +353,12 @@ private:
          break;
       case Kind::Since:
          step.op = Op::Since;
+         step.groupNumber = field.group;
+         step.number = field.number;
          step.present = bit(place, nullptr, field.group);
+         step.returns = type_.returns;
          sequence(field.fields, place, last, step.steps);
+         if (!step.returns) step.needs = widthOf(step.steps).low;
          break;
       case Kind::Chain: chain(step, place); break;
       }
@@ -341,6 +372,8 @@ private:
       step.type = &type;
       step.argument = term(field.argument.get(), place);
       step.second = term(field.second.get(), place);
+      step.ahead = field.ahead;
+      step.zeros = field.zeros;
       step.sizes = type.presized && field.argument != nullptr;
       step.op = base.kind == TypeKind::Pdu || base.kind == TypeKind::Message ? Op::Message : Op::Call;
       if (!field.valueOnly && field.ahead == 0) return;
@@ -360,24 +393,30 @@ private:
       if (field.name.empty()) step.member = place.record; // of `t` and `u`
       const std::string prefix = field.name.empty() ? place.record : step.member + ".";
       if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
+      step.selector = field.selector;
       step.patterns = field.selector == Selector::Pattern;
       step.high = step.patterns && field.arms.front().pattern.find_first_of("LH") != std::string::npos;
       Place inner = place.inner();
       inner.record = prefix + "u.";
       inner.arm = true;
-      for (auto& arm : field.arms) step.steps.push_back(one(*arm.field, inner, last));
+      for (auto& arm : field.arms) {
+         step.steps.push_back(one(*arm.field, inner, last));
+         step.steps.back().arm = &arm;
+      }
    }
 
    void chain(Step& step, const Place& place) {
       step.op = Op::Chain;
+      step.skips = step.field->skip;
       for (auto& octet : step.field->fields) {
          Step inner = contents(*octet, place, false);
-         inner.run = isRunContent(*octet);
+         inner.run = runBits(*octet);
          inner.endTested = place.inLength;
          if (octet->optional) inner.present = bit(place, octet.get(), 0);
          if (octet->kind == Kind::Named && baseType(*octet->type.type).kind == TypeKind::List) {
             const Type& type = baseType(*octet->type.type);
             inner.op = Op::List;
+            inner.list = inner.type;
             list(inner, type.base.type, type.bits, type.bounds, type.storage, Entries::Ext);
          }
          step.steps.push_back(std::move(inner));
@@ -410,29 +449,125 @@ Program lower(const Type& type) {
    return Lowering(type).run();
 }
 
+Width widthOf(const std::vector<Step>& steps) {
+   Width total;
+   for (auto& step : steps) total = plus(total, step.width);
+   return total;
+}
+
+namespace {
+
+bool asksRest(const Expr* expr) {
+   return expr != nullptr &&
+          (expr->op == Expr::Op::Rest || asksRest(expr->left.get()) || asksRest(expr->right.get()));
+}
+
+bool endByThemselves(const std::vector<Step>& steps) {
+   return std::ranges::all_of(steps, [](const Step& step) {
+      if (step.bareAround != 0) return true; // a length of its own
+      const bool byEnd = step.guarded || step.when == When::IfMore || step.when == When::ByBitIfMore;
+      if (byEnd || asksRest(step.test.expr) || asksRest(step.argument.expr) || asksRest(step.second.expr))
+         return false;
+      switch (step.op) {
+      case Op::Flag:
+      case Op::Integer:
+      case Op::Constant:
+      case Op::Octets:
+      case Op::Bits:
+      case Op::Nothing:
+      case Op::Counted:
+      case Op::Length: return true;
+      case Op::Sized: return !step.rest;
+      case Op::Call: return endsByItself(*step.type);
+      case Op::Contents: return step.ahead == 0;
+      case Op::Group:
+      case Op::Choice:
+      case Op::Swap:
+      case Op::Span: return endByThemselves(step.steps);
+      case Op::Chain: // an octet that need not follow asks whether there is one
+         return endByThemselves(step.steps) &&
+                std::ranges::none_of(step.steps, [](auto& octet) { return bool(octet.present); });
+      default: return false;
+      }
+   });
+}
+
+} // namespace
+
+bool endsByItself(const Type& type) {
+   const Type& base = baseType(type);
+   if (base.structure || base.pattern || base.presized) return false;
+   switch (base.kind) {
+   case TypeKind::Enum:
+   case TypeKind::Number: return true;
+   case TypeKind::Octets: return !base.fill;
+   case TypeKind::Digits: return base.cls == Class::V; // as many as it is told
+   case TypeKind::List: return base.cls == Class::LV || base.cls == Class::LVE;
+   case TypeKind::Record:
+      if (base.cls != Class::V) return base.cls == Class::LV || base.cls == Class::LVE;
+      return endByThemselves(lower(base).steps);
+   default: return false;
+   }
+}
+
+bool elementsEndByThemselves(const Type& message) {
+   if (message.kind != TypeKind::Message || message.custom) return false;
+   const Program program = lower(message);
+   return endByThemselves(program.steps) && endByThemselves(program.optional);
+}
+
+Class classOf(const Step& step) {
+   if (step.cls != Class::V) return step.cls;
+   unsigned bits = step.bareAround != 0 ? step.bareAround : step.op == Op::Counted ? step.bits : 0;
+   if (step.op == Op::Call || step.op == Op::Contents) {
+      const Type& type = baseType(*step.type);
+      if (type.cls != Class::V || type.kind != TypeKind::Record) return type.cls;
+      const Program program = lower(type);
+      const Step& first = program.steps.front();
+      if (first.op == Op::Length && !first.inBits && !first.isOptional() && !first.member.empty())
+         bits = first.bits;
+   }
+   return bits == 8 ? Class::LV : bits == 16 ? Class::LVE : Class::V;
+}
+
+namespace {
+
+// Expressions in C.
+struct Writing {
+   const Term& term;
+   const std::string &record, &rest, &parameter;
+
+   // As a part of another one.
+   std::string operator()(const Expr& e) const { return e.right ? "(" + whole(e) + ")" : whole(e); }
+
+   std::string whole(const Expr& e) const {
+      static const char* const signs[] = {
+            " + ", " - ", " * ", " == ", " != ", " < ", " > ", " <= ", " >= ", " && "};
+      switch (e.op) {
+      case Expr::Op::Number: return std::to_string(e.number);
+      case Expr::Op::Rest: return rest;
+      case Expr::Op::Name:
+         if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
+         return writtenPath(term, e, record);
+      case Expr::Op::Call: // TS 44.018, 9.1.54: the bits of so many cells
+         return "TS44018Msg_" + e.name + "(static_cast<uint32_t>(" + (*this)(*e.left) + "))";
+      default: {
+         const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
+         return (*this)(*e.left) + signs[sign] + (*this)(*e.right);
+      }
+      }
+   }
+};
+
+} // namespace
+
 std::string written(const Term& term, const std::string& record, const std::string& rest,
                     const std::string& parameter) {
-   struct Writing {
-      const Term& term;
-      const std::string &record, &rest, &parameter;
-      std::string operator()(const Expr& e) const {
-         static const char* const signs[] = {"+", "-", "*", "==", "!=", "<", ">", "<=", ">=", "&&"};
-         switch (e.op) {
-         case Expr::Op::Number: return std::to_string(e.number);
-         case Expr::Op::Rest: return rest;
-         case Expr::Op::Name:
-            if (e.parameter) return parameter.empty() ? cName(e.name) : parameter;
-            return writtenPath(term, e, record);
-         case Expr::Op::Call: // TS 44.018, 9.1.54: the bits of so many cells
-            return "TS44018Msg_" + e.name + "(static_cast<uint32_t>(" + (*this)(*e.left) + "))";
-         default: {
-            const auto sign = static_cast<size_t>(e.op) - static_cast<size_t>(Expr::Op::Add);
-            return "(" + (*this)(*e.left) + " " + signs[sign] + " " + (*this)(*e.right) + ")";
-         }
-         }
-      }
-   };
    return Writing{term, record, rest, parameter}(*term.expr);
+}
+
+std::string condition(const Term& term, const std::string& record, const std::string& rest) {
+   return Writing{term, record, rest, ""}.whole(*term.expr);
 }
 
 } // namespace l3c

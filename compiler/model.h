@@ -23,6 +23,13 @@ struct Bounds {
    bool empty() const { return !low && !high; }
 };
 
+// Bits on the wire: at least `low`; at most `high` unless open.
+struct Width {
+   uint64_t low = 0, high = 0;
+   bool open = false;
+   bool fixed() const { return !open && low == high; }
+};
+
 struct Type;
 struct Field;
 
@@ -117,7 +124,6 @@ struct Field {
    unsigned bits = 0;          // Uint, Frame, Bare, Counted, Const, Each of integers, Selector::Bits
    uint64_t count = 0;         // Octets, Bits
    uint64_t number = 0;        // Const; Since: release; Null: unused
-   uint64_t needs = 0;         // Since: bits that must be left, from what it holds
    Bounds bounds;
    Storage storage;
    TypeRef type;                   // Named, Each
@@ -129,15 +135,14 @@ struct Field {
    bool freeCount = false; // Each *(e): the encoder goes by the count of the record
    Entries entries = Entries::Rest; // Each
    bool skip = false;               // Chain: skip unknown octets
-   bool quits = false;     // Since: a decoder that ends the element here returns at once, as it stands
-   bool guarded = false;   // mandatory, yet the decoder reads it only if the container has bits
-   bool leaveTail = false; // Frame, Bare: closing leaves the open tail's flag as it is
-   std::string counts;     // Uint: the encoder takes it from the octet count of this later field
-   const Field* counted = nullptr; // that field, resolved
-   uint64_t countsPlus = 0;        // and adds so many
-   std::unique_ptr<Field> entry;   // Each of octets: an entry, Sized or Fill; no type and no bits then
-   bool tail = false;              // Each: sets the open tail's flag
-   bool beside = false;            // stands in the octet of an L4 length, outside of its container
+   bool guarded = false;            // mandatory, yet the decoder reads it only if the container has bits
+   bool leaveTail = false;          // Frame, Bare: closing leaves the open tail's flag as it is
+   std::string counts;              // Uint: the encoder takes it from the octet count of this later field
+   const Field* counted = nullptr;  // that field, resolved
+   uint64_t countsPlus = 0;         // and adds so many
+   std::unique_ptr<Field> entry;    // Each of octets: an entry, Sized or Fill; no type and no bits then
+   bool tail = false;               // Each: sets the open tail's flag
+   bool beside = false;             // stands in the octet of an L4 length, outside of its container
    unsigned ahead = 0;    // the decoder takes the selector of the choice in `type` from the n-th bit ahead
    Class cls = Class::V;  // message element with a kind that shows no class: what the scan skips
    unsigned bareBits = 0; // width of a bare length around this field alone
@@ -234,9 +239,10 @@ struct Type {
    // The same type as the standards code it, where the family departs from them: other fields over one
    // record.
    std::unique_ptr<Type> standard;
-   const Type* original = nullptr; // of a standard form the type itself
-   bool widens = false;            // its standard form differs by wider bounds alone
-   std::unique_ptr<Type> figure;   // custom: what its octets look like, where its fields don't tell
+   const Type* original = nullptr;     // of a standard form the type itself
+   bool widens = false;                // its standard form differs by wider bounds alone
+   std::unique_ptr<Type> figure;       // custom: what its octets look like, where its fields don't tell
+   mutable std::optional<Width> width; // when it has been asked for
    struct Module* module = nullptr;
    bool placed = false;          // by place
    Type* owner = nullptr;        // by place: the structure around

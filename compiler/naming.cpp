@@ -67,6 +67,10 @@ std::string enumeratorName(const Type& type, const EnumRow& row) {
    return recordName(type) + '_' + printName(row.name);
 }
 
+std::string titleOf(const Type& type) {
+   return type.doc.empty() ? type.name : type.doc.substr(0, type.doc.find(';'));
+}
+
 std::string titleOf(const TableRow& row) {
    static const std::set<std::string> small = {"and", "by", "for", "from", "in",
                                                "of",  "on", "the", "to",   "with"};

@@ -18,6 +18,8 @@ std::string printerName(const Type& type);      // asn1PrtToStrm_M_X
 std::string initName(const Type& type);         // asn1Init_M_X
 std::string sampleName(const Type& type);       // asn1Test_M_X
 std::string enumeratorName(const Type& type, const EnumRow& row); // M_X_row
+// Name and clause of a type, from the description's comment.
+std::string titleOf(const Type& type);
 // The standard's title of a message, "Attach Request", from the words at its row or else at its record.
 std::string titleOf(const TableRow& row);
 

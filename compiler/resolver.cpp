@@ -58,13 +58,6 @@ public:
       eachType([this](Type& type) {
          if (type.standard) compareForms(type);
       });
-      eachType([](Type& type) {
-         eachField(type.fields, [&](Field& field) {
-            if (field.kind != Kind::Since) return;
-            field.quits = type.returns;
-            field.needs = type.returns ? 0 : widthOf(field.fields).low;
-         });
-      });
    }
 
 private:

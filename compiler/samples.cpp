@@ -74,11 +74,9 @@ uint64_t cellBits(bool tdd, uint64_t cells) {
    return cells < table.size() ? table[cells] : 0;
 }
 
-const TableRow* pickMessage(const Type& pdu) {
-   const Field* messages = nullptr;
-   for (auto& field : pdu.fields)
-      if (field->kind == Kind::Messages && messages == nullptr) messages = field.get();
-   if (messages == nullptr) return nullptr;
+const TableRow* pickMessage(const Type& pdu, const std::vector<Step>& steps) {
+   const auto messages = std::ranges::find(steps, Op::Pointers, &Step::op);
+   if (messages == steps.end()) return nullptr;
    if (messages->sample)
       for (auto& row : pdu.table)
          if (row.selector == *messages->sample) return &row;
@@ -92,20 +90,17 @@ const TableRow* pickMessage(const Type& pdu) {
 
 } // namespace
 
-Sample::Sample(const Type& type) : type_(type) {
-   if (const TableRow* row = message(type)) {
-      for (auto& field : type.fields) {
-         if (field->name == "protoDiscr") steering({field.get()}).wishes = {row->disc};
-         if (field->name == "msgType") steering({field.get()}).wishes = {row->msgType};
+Sample::Sample(const Type& type) : type_(type), program_(lower(type)) {
+   if (type.kind == TypeKind::Pdu) row_ = pickMessage(type, program_.steps);
+   if (row_ != nullptr) {
+      for (auto& step : program_.steps) {
+         if (step.name == "protoDiscr") steering({step.field}).wishes = {row_->disc};
+         if (step.name == "msgType") steering({step.field}).wishes = {row_->msgType};
       }
    }
-   collect(type.fields);
-   wish(type.times.get(), kSmall);
+   collect(program_.steps);
+   collect(program_.optional);
    solve();
-}
-
-const TableRow* Sample::message(const Type& pdu) const {
-   return pdu.kind == TypeKind::Pdu ? pickMessage(pdu) : nullptr;
 }
 
 Sample::Steering& Sample::steering(const Path& path) {
@@ -125,23 +120,17 @@ void Sample::wish(const Expr* expr, const std::vector<uint64_t>& values) {
    wishes.insert(wishes.end(), values.begin(), values.end());
 }
 
-void Sample::collect(const std::vector<std::unique_ptr<Field>>& fields) {
-   for (auto& field : fields) collect(*field);
-}
-
-void Sample::collect(const Field& field) {
-   if (field.kind == Kind::Choice) {
-      std::vector<uint64_t> values;
-      for (const Arm& arm : field.arms)
-         for (auto& range : arm.values) values.push_back(range.low);
-      wish(field.argument.get(), values);
+void Sample::collect(const std::vector<Step>& steps) {
+   for (auto& step : steps) {
+      if (step.op == Op::Choice) {
+         std::vector<uint64_t> values;
+         for (auto& arm : step.steps)
+            for (auto& range : arm.arm->values) values.push_back(range.low);
+         wish(step.argument.expr, values);
+      }
+      for (const Term* term : {&step.argument, &step.test, &step.second}) wish(term->expr, kSmall);
+      if (step.op != Op::Contents) collect(step.steps);
    }
-   wish(field.argument.get(), kSmall);
-   wish(field.when.get(), kSmall);
-   wish(field.second.get(), kSmall);
-   if (field.entry) wish(field.entry->argument.get(), kSmall);
-   collect(field.fields);
-   for (const Arm& arm : field.arms) collect(*arm.field);
 }
 
 uint64_t Sample::typeNumber(const Type& type) {
@@ -176,10 +165,11 @@ uint64_t Sample::value(const Path& path) const {
    return plainNumber(*path.back());
 }
 
-uint64_t Sample::number(const Field& field) const {
+uint64_t Sample::number(const Step& step) const {
+   if (step.field == nullptr) return typeNumber(type_);
    for (auto& number : steering_)
-      if (number.path.back() == &field) return number.value;
-   return plainNumber(field);
+      if (number.path.back() == step.field) return number.value;
+   return plainNumber(*step.field);
 }
 
 bool Sample::reachable(uint64_t value, const Field& field) {
@@ -199,7 +189,7 @@ std::vector<uint64_t> Sample::candidates(const Steering& number) const {
    const Field& field = *number.path.back();
    if (field.sample) return {*field.sample};
    if (number.path.size() == 1 && type_.kind == TypeKind::Pdu &&
-       (field.name == "protoDiscr" || field.name == "msgType") && message(type_) != nullptr)
+       (field.name == "protoDiscr" || field.name == "msgType") && row_ != nullptr)
       return {number.wishes.front()};
    std::vector<uint64_t> all;
    for (uint64_t value : number.wishes)
@@ -221,7 +211,7 @@ void Sample::solve() {
          uint64_t winner = number.value;
          for (uint64_t candidate : candidates(number)) {
             number.value = candidate;
-            if (const int points = score(type_.fields); points > best) {
+            if (const int points = score(program_.steps) + score(program_.optional); points > best) {
                best = points;
                winner = candidate;
             }
@@ -255,124 +245,115 @@ uint64_t Sample::evaluate(const Expr& e) const {
    return 0;
 }
 
-int Sample::scoreCount(uint64_t count, const Bounds& bounds, const Storage& storage) const {
-   const uint64_t most = storage.heap ? bounds.high.value_or(UINT64_MAX) : storage.capacity;
+int Sample::scoreCount(uint64_t count, const Bounds& bounds, const Storage& storage, bool bits) {
+   uint64_t most = storage.heap ? bounds.high.value_or(UINT64_MAX) : storage.capacity;
+   if (bits) { // octets' worth of them
+      count = (count + 7) / 8;
+      if (!storage.heap) most = (most + 7) / 8;
+   }
    if (count < bounds.low.value_or(0) || count > most || count > 1000) return -10000;
    if (count == 0) return 0;
    return count <= 20 ? 40 - static_cast<int>(count) : 0;
 }
 
-int Sample::score(const std::vector<std::unique_ptr<Field>>& fields) const {
+int Sample::score(const std::vector<Step>& steps) const {
    int points = 0;
-   for (auto& field : fields) points += score(*field);
+   for (auto& step : steps) points += score(step);
    return points;
 }
 
-int Sample::score(const Field& field) const {
-   if (field.when && evaluate(*field.when) == 0) return 0;
-   int points = field.when ? 30 : 0;
-   points += score(field.fields);
-   switch (field.kind) {
-   case Kind::Each:
-      if (field.argument && !field.freeCount)
-         points += scoreCount(evaluate(*field.argument), field.bounds, field.storage);
-      break;
-   case Kind::Sized:
-   case Kind::SizedBits: {
-      // Octets' worth of bits.
-      const uint64_t count = evaluate(*field.argument);
-      const bool bits = field.kind == Kind::SizedBits;
-      const Storage storage{field.storage.heap,
-                            bits ? (field.storage.capacity + 7) / 8 : field.storage.capacity};
-      points += scoreCount(bits ? (count + 7) / 8 : count, field.bounds, storage);
-      break;
+int Sample::score(const Step& step) const {
+   const int there = step.test.expr ? 30 : 0;
+   if (there != 0 && evaluate(*step.test.expr) == 0) return 0;
+   const Expr* const argument = step.argument.expr;
+   switch (step.op) {
+   case Op::List:
+      if (!argument || step.freeCount) return there;
+      return there + scoreCount(evaluate(*argument), step.bounds, step.storage, false);
+   case Op::Sized:
+   case Op::SizedBits:
+      if (!argument) return there;
+      return there + scoreCount(evaluate(*argument), step.bounds, step.storage, step.op == Op::SizedBits);
+   case Op::Call:
+   case Op::Message: {
+      if (!argument) return there;
+      const Type& type = baseType(*step.type);
+      if (step.sizes)
+         return there +
+                scoreCount(evaluate(*argument), type.bounds, type.storage, type.kind == TypeKind::Bits);
+      if (type.kind == TypeKind::Digits || type.kind == TypeKind::Text) return there;
+      return there + (evaluate(*argument) == kParameter ? 40 : -10000);
    }
-   case Kind::Named:
-      if (field.argument && field.type.type != nullptr && field.type.type->presized) {
-         const Type& type = *field.type.type;
-         const bool bits = type.kind == TypeKind::Bits;
-         const uint64_t count = sizeOf(field);
-         const Storage storage{type.storage.heap,
-                               bits ? (type.storage.capacity + 7) / 8 : type.storage.capacity};
-         points += scoreCount(bits ? (count + 7) / 8 : count, type.bounds, storage);
-         break;
-      }
-      if (field.argument && !field.valueOnly && field.type.type != nullptr) {
-         const Type& type = baseType(*field.type.type);
-         if (type.kind != TypeKind::Digits && type.kind != TypeKind::Text)
-            points += evaluate(*field.argument) == kParameter ? 40 : -10000;
-      }
-      break;
-   case Kind::Choice: {
-      const uint64_t on = selector(field);
-      const Arm* chosen = nullptr;
-      for (const Arm& arm : field.arms) {
-         if (arm.isElse && chosen == nullptr) chosen = &arm;
-         for (auto& range : arm.values)
-            if (on >= range.low && on <= range.high) chosen = &arm;
-      }
-      if (chosen == nullptr) return points - 10000;
-      points += chosen->field->kind == Kind::Null ? 1 : 20;
-      // Arms are tried in order; earlier ones win a tie.
-      points += score(*chosen->field);
-      break;
+   case Op::Choice: {
+      const Step* arm = chosen(step);
+      if (arm == nullptr) return there - 10000;
+      return there + (arm->op == Op::Nothing ? 1 : 20) + score(*arm);
    }
-   default: break;
+   case Op::Contents: return there;
+   default: return there + score(step.steps);
    }
-   return points;
 }
 
-uint64_t Sample::sizeOf(const Field& field) const {
-   return evaluate(*field.argument);
+uint64_t Sample::sizeOf(const Step& step) const {
+   return evaluate(*step.argument.expr);
 }
 
-uint64_t Sample::selector(const Field& field) const {
-   if (field.kind == Kind::Messages) {
-      const TableRow* row = pickMessage(type_);
-      return row != nullptr ? row->selector : 0;
+// Arms are tried in order; the last one wins, and `else` if there is none.
+const Step* Sample::chosen(const Step& choice) const {
+   const uint64_t on = selector(choice);
+   const Step* hit = nullptr;
+   for (const Step& step : choice.steps) {
+      if (step.arm->isElse && hit == nullptr) hit = &step;
+      for (auto& range : step.arm->values)
+         if (on >= range.low && on <= range.high) hit = &step;
    }
-   if (field.selector == Selector::Field) return evaluate(*field.argument);
-   if (field.sample) return *field.sample;
-   for (const Arm& arm : field.arms)
-      if (arm.field->kind != Kind::Null && !arm.values.empty()) return arm.values.front().low;
-   return field.arms.front().values.empty() ? 1 : field.arms.front().values.front().low;
+   return hit;
 }
 
-bool Sample::absent(const Field& field) const {
+uint64_t Sample::selector(const Step& step) const {
+   if (step.op == Op::Pointers) return row_ != nullptr ? row_->selector : 0;
+   if (step.selector == Selector::Field) return evaluate(*step.argument.expr);
+   if (step.sample) return *step.sample;
+   for (const Step& arm : step.steps)
+      if (arm.op != Op::Nothing && !arm.arm->values.empty()) return arm.arm->values.front().low;
+   const auto& values = step.steps.front().arm->values;
+   return values.empty() ? 1 : values.front().low;
+}
+
+bool Sample::absent(const Step& step) const {
    // A PDU stands without its security header.
-   if (field.optional && type_.kind == TypeKind::Pdu) return true;
-   if (field.when) return evaluate(*field.when) == 0;
-   const bool number = field.kind == Kind::Uint || field.kind == Kind::Flag || valueType(field) != nullptr;
-   return (field.optional || field.kind == Kind::Since) && !number && field.sample == 0;
+   if (step.optional && type_.kind == TypeKind::Pdu) return true;
+   if (step.test.expr) return evaluate(*step.test.expr) == 0;
+   const bool number = step.op == Op::Integer || step.op == Op::Flag ||
+                       (step.op == Op::Call && valueType(*step.field) != nullptr);
+   return (step.optional || step.op == Op::Since) && !number && step.sample == 0;
 }
 
-uint64_t Sample::count(const Field& field) const {
-   const uint64_t most = field.storage.heap ? 20 : field.storage.capacity;
-   switch (field.kind) {
-   case Kind::Each:
-      if (field.argument) return evaluate(*field.argument);
-      if (field.entry && field.entry->kind == Kind::Fill) return 1; // it takes all that is left
-      return within(field.sample.value_or(kFewEntries), field.bounds, most);
-   case Kind::Sized:
-   case Kind::SizedBits: return evaluate(*field.argument);
-   case Kind::FillBits:
-   case Kind::BitTail: {
+uint64_t Sample::count(const Step& step) const {
+   if (step.field == nullptr) return typeCount(type_);
+   const uint64_t most = step.storage.heap ? 20 : step.storage.capacity;
+   if (step.argument.expr) return evaluate(*step.argument.expr);
+   if (step.op == Op::List) {
+      if (!step.steps.empty() && step.steps.front().rest) return 1; // it takes all that is left
+      return within(step.sample.value_or(kFewEntries), step.bounds, most);
+   }
+   if (step.op == Op::RestBits) {
       bool found = false;
-      const auto ahead = bitsAhead(type_.fields, field, found);
-      if (type_.cls == Class::LB || !ahead) return field.sample.value_or(kFewOctets);
+      const auto ahead = bits(program_.steps, step.field, found);
+      if (type_.cls == Class::LB || !ahead) return step.sample.value_or(kFewOctets);
       return (8 - *ahead % 8) % 8; // the rest of the last octet
    }
-   default: return within(field.sample.value_or(kFewOctets), field.bounds, most);
-   }
+   return within(step.sample.value_or(kFewOctets), step.bounds, most);
 }
 
-std::vector<Sample::Override> Sample::overridesBehind(const Field& field) const {
+std::vector<Sample::Override> Sample::overridesBehind(const Step& step) const {
    std::vector<Override> all;
+   if (step.field == nullptr) return all;
+   const Field& field = *step.field;
    const bool number = valueType(field) != nullptr;
    for (auto& [path, wishes, value] : steering_) {
       // The first record of another type on the way, or the number itself.
-      auto leaves =
-            std::find_if(path.begin(), path.end(), [](const Field* f) { return f->kind == Kind::Named; });
+      auto leaves = std::ranges::find(path, Kind::Named, &Field::kind);
       if (leaves == path.end() || *leaves != &field) continue;
       if (number || value != plainNumber(*path.back())) all.push_back({path, value});
    }
@@ -382,99 +363,72 @@ std::vector<Sample::Override> Sample::overridesBehind(const Field& field) const 
 
 // Widths on the wire, for the bits that fill up the last octet.
 
-std::optional<uint64_t> Sample::bitsAhead(const std::vector<std::unique_ptr<Field>>& fields,
-                                          const Field& stop, bool& found) const {
+std::optional<uint64_t> Sample::bits(const std::vector<Step>& steps, const Field* stop, bool& found) const {
    uint64_t sum = 0;
-   for (auto& field : fields) {
-      if (field.get() == &stop) {
-         found = true;
-         return sum;
-      }
-      if (field->onlyOnWire() && field->kind != Kind::Chain) {
-         if (field->kind == Kind::Frame || field->kind == Kind::Bare) sum += field->bits;
-         const auto inner = bitsAhead(field->fields, stop, found);
-         if (!inner) return std::nullopt;
-         sum += *inner;
-         if (found) return sum;
-         continue;
-      }
-      for (const Arm& arm : field->arms)
-         if (arm.field.get() == &stop) {
-            found = true;
-            return sum + arm.pattern.size() + field->bits;
-         }
-      const auto one = bits(*field);
+   for (auto& step : steps) {
+      if (step.field == stop) found = true;
+      if (found) return sum;
+      const auto one = bits(step, stop, found);
       if (!one) return std::nullopt;
       sum += *one;
    }
    return sum;
 }
 
-std::optional<uint64_t> Sample::bits(const Field& field) const {
-   uint64_t sum = field.lead != Lead::None ? 1 : 0;
-   if (field.aside) return sum;
-   if (absent(field)) return sum;
+std::optional<uint64_t> Sample::bits(const Step& step, const Field* stop, bool& found) const {
+   uint64_t sum = step.when == When::ByBit || step.when == When::ByBitIfMore ? 1 : 0;
+   if (absent(step)) return sum;
    const auto plus = [&](std::optional<uint64_t> more) {
       return more ? std::optional<uint64_t>(sum + *more) : std::nullopt;
    };
-   switch (field.kind) {
-   case Kind::Flag: return sum + 1;
-   case Kind::Uint:
-   case Kind::Const: return sum + field.bits;
-   case Kind::Octets: return sum + 8 * field.count;
-   case Kind::Bits: return sum + field.count;
-   case Kind::Named:
-      if (field.type.type != nullptr && field.type.type->presized) return std::nullopt;
-      return field.type.type != nullptr ? plus(bitsOf(*field.type.type)) : std::nullopt;
-   case Kind::Counted: return sum + field.bits + 8 * count(field);
-   case Kind::Sized:
-   case Kind::Fill:
-   case Kind::Tail: return sum + 8 * count(field);
-   case Kind::FillBits:
-   case Kind::SizedBits:
-   case Kind::BitTail: return sum + count(field);
-   case Kind::Unary: return sum + number(field) + 1;
-   case Kind::Padding: return std::nullopt;
-   case Kind::Each: {
-      const auto one =
-            field.type.type != nullptr ? bitsOf(*field.type.type) : std::optional<uint64_t>(field.bits);
-      if (!one || field.entry) return std::nullopt;
-      sum += count(field) * (*one + (field.entries != Entries::Rest ? 1 : 0));
-      return sum + (field.entries == Entries::Flags ? 1 : 0);
+   switch (step.op) {
+   case Op::Flag:
+   case Op::Integer:
+   case Op::Constant: return sum + step.bits;
+   case Op::Octets: return sum + 8 * step.count;
+   case Op::Bits: return sum + step.count;
+   case Op::Nothing: return sum;
+   case Op::Call:
+   case Op::Contents:
+   case Op::Message: return step.sizes ? std::nullopt : plus(bitsOf(*step.type));
+   case Op::Counted: return sum + step.bits + 8 * count(step);
+   case Op::Sized: return sum + 8 * count(step);
+   case Op::RestBits:
+   case Op::SizedBits: return sum + count(step);
+   case Op::Unary: return sum + number(step) + 1;
+   case Op::List: {
+      const auto one = step.type != nullptr ? bitsOf(*step.type) : std::optional<uint64_t>(step.bits);
+      if (!one || !step.steps.empty()) return std::nullopt;
+      sum += count(step) * (*one + (step.entries != Entries::Rest ? 1 : 0));
+      return sum + (step.entries == Entries::Flags ? 1 : 0);
    }
-   case Kind::Choice: {
-      const uint64_t on = selector(field);
-      sum += field.selector == Selector::Bits ? field.bits : 0;
-      if (field.selector == Selector::Pattern && on >= 1 && on <= field.arms.size())
-         sum += field.arms[on - 1].pattern.size();
-      for (const Arm& arm : field.arms) {
-         bool here = arm.isElse;
-         for (auto& range : arm.values) here |= on >= range.low && on <= range.high;
-         if (here) return plus(bits(*arm.field));
-      }
-      return sum;
+   case Op::Choice: {
+      sum += step.bits;
+      for (const Step& arm : step.steps)
+         if (arm.field == stop) {
+            found = true;
+            return sum + arm.arm->pattern.size();
+         }
+      const Step* arm = chosen(step);
+      return arm == nullptr ? sum : plus(bits(*arm, stop, found));
    }
-   case Kind::Null: return sum;
-   case Kind::Messages: return std::nullopt;
-   default: break;
+   case Op::Padding:
+   case Op::Pointers: return std::nullopt;
+   case Op::Length: sum += step.bits; break;
+   case Op::Chain: sum += step.steps.size(); break;
+   case Op::Group:
+   case Op::Since:
+   case Op::Swap:
+   case Op::Span: break;
    }
-   // What holds fields.
-   if (field.kind == Kind::Frame || field.kind == Kind::Bare) sum += field.bits;
-   for (auto& inner : field.fields) {
-      const auto one = bits(*inner);
-      if (!one) return std::nullopt;
-      sum += *one + (field.kind == Kind::Chain ? 1 : 0);
-   }
-   return sum;
+   return plus(bits(step.steps, stop, found));
 }
 
 std::optional<uint64_t> Sample::bitsOf(const Type& own) {
    const Type& type = baseType(own);
+   if (const Width width = widthOf(type); width.fixed()) return width.low;
    switch (type.kind) {
-   case TypeKind::Enum:
-   case TypeKind::Number: return type.bits + lengthBits(type);
-   case TypeKind::Octets: return lengthBits(type) + 8 * (type.count != 0 ? type.count : typeCount(type));
-   case TypeKind::Empty: return 0;
+   case TypeKind::Octets: return lengthBits(type) + 8 * typeCount(type);
    case TypeKind::List: {
       const auto one =
             type.base.type != nullptr ? bitsOf(*type.base.type) : std::optional<uint64_t>(type.bits);
@@ -483,14 +437,10 @@ std::optional<uint64_t> Sample::bitsOf(const Type& own) {
              (type.entries == Entries::Flags ? 1 : 0);
    }
    case TypeKind::Record: {
+      bool found = false;
       const Sample sample(type);
-      uint64_t sum = lengthBits(type);
-      for (auto& field : type.fields) {
-         const auto one = sample.bits(*field);
-         if (!one) return std::nullopt;
-         sum += *one;
-      }
-      return sum;
+      const auto all = sample.bits(sample.program_.steps, nullptr, found);
+      return all ? std::optional<uint64_t>(lengthBits(type) + *all) : std::nullopt;
    }
    default: return std::nullopt;
    }

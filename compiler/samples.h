@@ -1,7 +1,7 @@
 // The values of a sample: numbers, counts and arms that agree with one another.
 #pragma once
 
-#include "compiler/model.h"
+#include "compiler/program.h"
 
 #include <optional>
 #include <string>
@@ -16,23 +16,20 @@ class Sample {
 public:
    explicit Sample(const Type& type);
 
-   uint64_t number(const Field& field) const;      // Flag, Uint, Frame; of Named a number or an enumeration
-   uint64_t count(const Field& field) const;       // of octets, bits, characters or entries
-   uint64_t selector(const Field& choice) const;   // value of the steering number, of `t` or of a PDU's table
-   bool absent(const Field& field) const;          // an optional field that the sample leaves out
-   const TableRow* message(const Type& pdu) const; // row of the PDU's table; null if there is none
+   uint64_t number(const Step& step) const;     // Flag, Integer, Unary
+   uint64_t count(const Step& step) const;      // of octets, bits, characters or entries
+   uint64_t sizeOf(const Step& step) const;     // what a step of a type without a count of its own counts
+   uint64_t selector(const Step& choice) const; // value of the steering number, of `t` or of a PDU's table
+   bool absent(const Step& step) const;         // an optional one that the sample leaves out
 
    // A number inside of a nested record that must have another value than in samples of its own type.
    struct Override {
       std::vector<const Field*> path; // from the record of the type inwards
       uint64_t value;
    };
-   // Those that are due behind a field of the record.
-   std::vector<Override> overridesBehind(const Field& field) const;
+   // Those that are due behind a step.
+   std::vector<Override> overridesBehind(const Step& step) const;
 
-   uint64_t sizeOf(const Field& field) const; // what a field of a type without a count of its own counts
-   // Octets or bits that a repeated count of a list type or an octet string type has.
-   static uint64_t typeCount(const Type& type);
    // The number that a type of its own has, an enumeration or a plain one.
    static uint64_t typeNumber(const Type& type);
 
@@ -46,26 +43,29 @@ private:
       uint64_t value = 0;
    };
 
-   void collect(const std::vector<std::unique_ptr<Field>>& fields);
-   void collect(const Field& field);
+   void collect(const std::vector<Step>& steps);
    void wish(const Expr* expr, const std::vector<uint64_t>& values);
    std::vector<uint64_t> candidates(const Steering& number) const;
    void solve();
    uint64_t value(const Path& path) const;
    uint64_t evaluate(const Expr& expr) const;
-   int score(const std::vector<std::unique_ptr<Field>>& fields) const;
-   int score(const Field& field) const;
-   int scoreCount(uint64_t count, const Bounds& bounds, const Storage& storage) const;
+   const Step* chosen(const Step& choice) const;
+   int score(const std::vector<Step>& steps) const;
+   int score(const Step& step) const;
+   static int scoreCount(uint64_t count, const Bounds& bounds, const Storage& storage, bool bits);
    static uint64_t plainNumber(const Field& field);
    static bool reachable(uint64_t value, const Field& field);
-   std::optional<uint64_t> bitsAhead(const std::vector<std::unique_ptr<Field>>& fields, const Field& stop,
-                                     bool& found) const;
-   std::optional<uint64_t> bits(const Field& field) const;
+   // Up to the step of the field `stop`, which is told by `found`; of all if it is none of these.
+   std::optional<uint64_t> bits(const std::vector<Step>& steps, const Field* stop, bool& found) const;
+   std::optional<uint64_t> bits(const Step& step, const Field* stop, bool& found) const;
    static std::optional<uint64_t> bitsOf(const Type& type);
+   static uint64_t typeCount(const Type& type); // of a list, or of a string of octets or bits
 
    Steering& steering(const Path& path);
 
    const Type& type_;
+   Program program_;
+   const TableRow* row_ = nullptr; // the message of a PDU
    std::vector<Steering> steering_;
 };
 

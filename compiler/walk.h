@@ -29,25 +29,18 @@ inline const Type* withoutAliases(const Type* type) {
    return nullptr;
 }
 
-// Bits on the wire: at least `low`; at most `high` unless open.
-struct Width {
-   uint64_t low = 0, high = 0;
-   bool open = false;
-   bool fixed() const { return !open && low == high; }
-};
+// The same in a model that is sound.
+inline const Type& baseType(const Type& type) {
+   return *withoutAliases(&type);
+}
+
+// Bits on the wire. Checks and layout ask for them ahead of the lowering, which says them at each step.
+Width plus(Width a, Width b);
 Width widthOf(const Field& field);
 Width widthOf(const Type& type);
 Width widthOf(const std::vector<std::unique_ptr<Field>>& fields);
 
-// Does what a type takes and means depend on its own octets alone, and not on the end of what it stands in?
-bool endsByItself(const Type& type);
-// Is it so of all elements of a message? Then only its scan goes by the end of what it stands in.
-bool elementsEndByThemselves(const Type& message);
-
 unsigned lengthBits(const Type& type); // of the length field; 0 for class V
-
-// The class of an element: its own, or that of a length with a name of its own ahead of all else.
-Class classOnWire(const Type& type);
 
 // The least and the largest value of an expression, and of a field that is a number; those beyond 32 bits are
 // not told apart.

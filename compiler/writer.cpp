@@ -23,59 +23,75 @@ Found holeOf(std::string_view text) {
    return {text.substr(first, end - first), end + (braced ? 1 : 0)};
 }
 
-} // namespace
-
-const std::string& Writer::valueOf(std::string_view name, std::string_view form, const Holes& holes) const {
-   for (const Holes* all : {&holes, &standing_}) {
-      const auto hit = std::ranges::find(*all, name, &Hole::name);
-      if (hit != all->end()) return hit->text;
+// Each line behind `lead`, or behind what is not blank of it.
+void appendLines(std::string& all, std::string_view text, std::string_view lead) {
+   const std::string_view shown = lead.substr(0, lead.find_last_not_of(' ') + 1);
+   for (size_t at = 0, end = 0; end != std::string_view::npos; at = end + 1) {
+      end = text.find('\n', at);
+      const std::string_view line = text.substr(at, end - at);
+      if (!shown.empty() || !line.starts_with('#')) all += line.empty() ? shown : lead;
+      all.append(line) += '\n';
    }
-   throw std::logic_error("no text for $" + std::string(name) + " in: " + std::string(form));
 }
 
-std::string Writer::filled(std::string_view form, const Holes& holes) const {
-   if (form.substr(0, 1) == "\n") form.remove_prefix(1);
-   if (form.ends_with('\n')) form.remove_suffix(1);
+} // namespace
+
+std::string joined(const std::vector<std::string>& texts, std::string_view between) {
    std::string all;
-   for (bool first = true; first || !form.empty(); first = false) {
-      const std::string_view line = form.substr(0, form.find('\n'));
-      form.remove_prefix(std::min(line.size() + 1, form.size()));
-      const size_t indent = std::min(line.find_first_not_of(' '), line.size());
-      if (line.substr(indent, 1) == "$" && holeOf(line.substr(indent)).length == line.size() - indent) {
-         std::string_view lines = valueOf(holeOf(line.substr(indent)).name, line, holes);
-         while (!lines.empty()) {
-            const std::string_view one = lines.substr(0, lines.find('\n'));
-            lines.remove_prefix(std::min(one.size() + 1, lines.size()));
-            if (!one.empty()) all.append(indent, ' ').append(one);
-            all += '\n';
-         }
-         continue;
+   for (auto& text : texts) (all += &text == texts.data() ? "" : between) += text;
+   return all;
+}
+
+std::string Writer::filled(std::string_view form, const Holes& holes, const Lookup& more) const {
+   std::string all, text;
+   const auto append = [&](std::string_view name) {
+      for (const Holes* known : {&holes, &standing_}) {
+         const auto hit = std::ranges::find(*known, name, &Hole::name);
+         if (hit != known->end()) return void(text += hit->text);
       }
-      for (size_t at = 0; at < line.size();) {
+      const std::optional<std::string> hit = more ? more(name) : std::nullopt;
+      if (!hit) throw std::logic_error("no text for $" + std::string(name) + " in: " + std::string(form));
+      text += *hit;
+   };
+   if (form.starts_with('\n')) form.remove_prefix(1);
+   for (std::string_view left = form; !left.empty();) {
+      const std::string_view line = left.substr(0, left.find('\n'));
+      left.remove_prefix(std::min(line.size() + 1, left.size()));
+      const size_t lead = std::min(line.find_first_not_of(' ', line.starts_with(" * ") ? 2 : 0), line.size());
+      bool alone = false;
+      text.clear();
+      for (size_t at = lead; at < line.size();) {
          const size_t next = std::min(line.find('$', at), line.size());
-         all.append(line, at, next - at);
+         text.append(line, at, next - at);
          at = next;
          if (at == line.size()) break;
          const Found hole = holeOf(line.substr(at));
-         all += valueOf(hole.name, line, holes);
+         append(hole.name);
          at += hole.length;
+         if (at - hole.length == lead && line.substr(at, 2) == "? ") {
+            at = text.empty() ? line.size() : at + 2;
+            alone = text.empty();
+            text.clear();
+            continue;
+         }
+         alone = hole.length == line.size() - lead;
       }
-      all += '\n';
+      if (alone && text.empty()) continue;
+      if (alone && text.ends_with('\n')) text.pop_back();
+      appendLines(all, text, line.substr(0, lead));
    }
    if (!all.empty()) all.pop_back();
    return all;
 }
 
+std::string Writer::lines(std::string_view form, const Holes& holes, const Lookup& more) const {
+   std::string text = filled(form, holes, more);
+   return text.empty() ? text : text += '\n';
+}
+
 void Writer::fill(std::string_view form, const Holes& holes) {
-   std::string_view lines = form;
-   std::string text = filled(lines, holes);
-   if (text.empty()) return;
-   text += '\n';
-   for (size_t at = 0; at < text.size();) {
-      const size_t end = text.find('\n', at);
-      line(text.substr(at, end - at));
-      at = end + 1;
-   }
+   if (const std::string text = filled(form, holes); !text.empty())
+      appendLines(text_, text, std::string(static_cast<size_t>(depth_) * 3, ' '));
 }
 
 } // namespace l3c

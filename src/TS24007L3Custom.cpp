@@ -3,10 +3,6 @@
 
 using namespace quorva::frame;
 
-// The half octet alone is none for short forms: those of headers go on behind it.
-static int encode_TS24007L3_L3HdrOptions(ShortEncoder&, const TS24007L3_L3HdrOptions*) {
-   return kNotShort;
-}
 static int encode_TS24007L3_L3HdrOptions(Encoder& e, TS24007L3_L3HdrOptions* pvalue) {
    L3_TRY(e.begin("L3HdrOptions"));
    switch (pvalue->t) {
@@ -33,9 +29,6 @@ L3_ENCODER_AMONG_BITS(TS24007L3_L3HdrOptions, (TS24007L3_L3HdrOptions * pvalue),
 
 // Always the first alternative, whatever was encoded: the discriminator behind it is not known yet, and its
 // owner re-interprets the record.
-static int decode_TS24007L3_L3HdrOptions(ShortDecoder&, const TS24007L3_L3HdrOptions*) {
-   return kNotShort;
-}
 static int decode_TS24007L3_L3HdrOptions(Decoder& d, TS24007L3_L3HdrOptions* pvalue) {
    L3_TRY(d.begin("L3HdrOptions"));
    pvalue->t = 1;

@@ -23,9 +23,6 @@ uint8_t* shortEnc_TS24008IE_GSMString(uint8_t* at, uint8_t* end, RtxContext* pct
    return e.result(e.message<packSeptets>(&value));
 }
 
-static int decode_TS24008IE_GSMString(ShortDecoder&, const char**, uint32_t, uint32_t) {
-   return kNotShort;
-}
 static int decode_TS24008IE_GSMString(Decoder& d, const char** pvalue, uint32_t octets, uint32_t spareBits) {
    RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("GSMString"));
@@ -114,10 +111,6 @@ L3_DECODER(TS24008IE_AccessPointName, (char* value), (value))
 namespace {
 
 template <class Units>
-int encodeUnits(ShortEncoder&, const Units&) {
-   return kNotShort;
-}
-template <class Units>
 int encodeUnits(Encoder& e, const Units& ucs2) {
    L3_TRY(e.push("ucs2"));
    if (ucs2.nchars != 0 && ucs2.data == nullptr) return e.failed(RTX_E_NULL);
@@ -185,7 +178,12 @@ static int encode_TS24008IE_NetworkName(Coder& e, TS24008IE_NetworkName* pvalue)
    case TS24008IE_NetworkName_codingScheme_callBcastData:
       L3_TRY(e.template item<quorva::type::TS24008IE_GSMString>("callBcastData", u.callBcastData));
       break;
-   case TS24008IE_NetworkName_codingScheme_ucs2: L3_TRY(encodeUnits(e, u.ucs2)); break;
+   case TS24008IE_NetworkName_codingScheme_ucs2:
+      if constexpr (Coder::kShort)
+         return kNotShort;
+      else
+         L3_TRY(encodeUnits(e, u.ucs2));
+      break;
    default: return e.badChoice();
    }
    e.pop();
@@ -194,9 +192,6 @@ static int encode_TS24008IE_NetworkName(Coder& e, TS24008IE_NetworkName* pvalue)
 }
 L3_ENCODER(TS24008IE_NetworkName, (TS24008IE_NetworkName * pvalue), (pvalue))
 
-static int decode_TS24008IE_NetworkName(ShortDecoder&, const TS24008IE_NetworkName*) {
-   return kNotShort;
-}
 static int decode_TS24008IE_NetworkName(Decoder& d, TS24008IE_NetworkName* pvalue) {
    L3_TRY(d.begin("NetworkName"));
    Length length;
@@ -231,9 +226,6 @@ static int encode_TS24008IE_NotificationIndicator(Coder& e, TS24008IE_Notificati
 }
 L3_ENCODER(TS24008IE_NotificationIndicator, (TS24008IE_NotificationIndicator * pvalue), (pvalue))
 
-static int decode_TS24008IE_NotificationIndicator(ShortDecoder&, const TS24008IE_NotificationIndicator*) {
-   return kNotShort;
-}
 static int decode_TS24008IE_NotificationIndicator(Decoder& d, TS24008IE_NotificationIndicator* pvalue) {
    L3_TRY(d.begin("NotificationIndicator"));
    L3_TRY(d.fields(flag("ext", pvalue->ext),
@@ -262,9 +254,6 @@ static int encode_TS24008IE_ReceiveNPDUNumberList(Coder& e, TS24008IE_ReceiveNPD
 }
 L3_ENCODER(TS24008IE_ReceiveNPDUNumberList, (TS24008IE_ReceiveNPDUNumberList * pvalue), (pvalue))
 
-static int decode_TS24008IE_ReceiveNPDUNumberList(ShortDecoder&, const TS24008IE_ReceiveNPDUNumberList*) {
-   return kNotShort;
-}
 static int decode_TS24008IE_ReceiveNPDUNumberList(Decoder& d, TS24008IE_ReceiveNPDUNumberList* pvalue) {
    RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("ReceiveNPDUNumberList"));

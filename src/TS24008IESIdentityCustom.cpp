@@ -107,12 +107,12 @@ int encodeNone(Coder& e, uint8_t count, uint8_t first) {
    return 0;
 }
 
-int badIdentity(ShortDecoder&, const char*, uint8_t) {
-   return kNotShort;
-}
-int badIdentity(Decoder& d, const char* what, uint8_t value) {
-   rtxErrAddStrParm(d.ctxt(), what);
-   rtxErrAddIntParm(d.ctxt(), value);
+template <class Coder>
+int badIdentity(Coder& d, const char* what, uint8_t value) {
+   if constexpr (!Coder::kShort) {
+      rtxErrAddStrParm(d.ctxt(), what);
+      rtxErrAddIntParm(d.ctxt(), value);
+   }
    return d.failed(RTX_E_CONSTRAINT);
 }
 
@@ -283,18 +283,19 @@ L3_DECODER(TS24008IE_MobileStationClassmark2, (TS24008IE_MobileStationClassmark2
 // Multiband supported, TS 24.008, 10.5.1.7: one power class, or two for two bands.
 namespace {
 
-// MBSEnum with 3, which has no name, as a further legal value.
+// MBSEnum with 3, which has no name, as a further legal value. In standard mode each is one.
 struct Bands {
    using Record = TS24008IE_MBSEnum;
    static constexpr unsigned bits = 3;
    static constexpr bool legalOnWire(uint32_t value) { return value <= 6; }
    static constexpr bool legalInRecord(uint32_t value) { return value <= 6; }
    static int encode(RtxContext* ctxt, Record value) {
-      return legalInRecord(value) ? encEnumeration(ctxt, value, bits) : RTX_E_BAD_ENUM;
+      const bool legal = isStandard(ctxt) ? value >> bits == 0 : legalInRecord(value);
+      return legal ? encEnumeration(ctxt, value, bits) : RTX_E_BAD_ENUM;
    }
    static int decode(RtxContext* ctxt, Record* value) {
       L3_TRY(decEnumeration(ctxt, value, bits));
-      return legalOnWire(*value) ? 0 : RTX_E_BAD_ENUM;
+      return legalOnWire(*value) || isStandard(ctxt) ? 0 : RTX_E_BAD_ENUM;
    }
 };
 

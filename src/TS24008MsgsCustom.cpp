@@ -1,7 +1,6 @@
 // The PDU of TS 24.008 with its transaction identifier and send sequence number, and GMM Detach accept.
 
 #include "src/frame/pdu.h"
-#include "src/frame/scan.h"
 #include "src/frame/security.h"
 #include "src/TS24008MsgsTypes.h"
 
@@ -35,8 +34,7 @@ int NASDec_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* p
       L3_TRY(d.item("forceToStandby", NASDec_TS24008IE_ForceToStandbyValue, &pvalue->forceToStandby));
       pvalue->m.forceToStandbyPresent = 1;
    }
-   L3_TRY(d.nonImperative(0));
-   return d.ended();
+   return quorva::type::TS24008Msg_DetachAccept::decodeOptional(pctxt, pvalue);
 }
 
 // The 4 bits ahead of the discriminator are a transaction identifier, TS 24.007, 11.2.3.1.3.

@@ -81,39 +81,28 @@ int encodeDigits(Coder& e, const char* name, uint32_t type, const char* digits) 
    return encodeIdentity(e, name, type, digits);
 }
 
-template <size_t N>
-int decodeDigits(ShortDecoder& d, const char* name, uint16_t length, unsigned odd, unsigned first,
-                 char (&text)[N]) {
-   return length > 255 ? kNotShort
-                       : decodeIdentity(d, name, length, static_cast<uint8_t>(odd),
-                                        static_cast<uint8_t>(first), text);
-}
-template <size_t N>
-int decodeDigits(Decoder& d, const char* name, uint16_t length, unsigned odd, unsigned first,
-                 char (&text)[N]) {
-   L3_TRY(d.push(name));
+template <class Coder, size_t N>
+int decodeDigits(Coder& d, const char* name, uint16_t length, unsigned odd, unsigned first, char (&text)[N]) {
    if (length > 255) {
-      rtxErrAddElemNameParm(d.ctxt());
-      rtxErrAddStrParm(d.ctxt(), "length");
-      rtxErrAddIntParm(d.ctxt(), length);
+      L3_TRY(d.push(name));
+      if constexpr (!Coder::kShort) {
+         rtxErrAddElemNameParm(d.ctxt());
+         rtxErrAddStrParm(d.ctxt(), "length");
+         rtxErrAddIntParm(d.ctxt(), length);
+      }
       return d.failed(RTX_E_CONSTRAINT);
    }
-   if (const int status = rtx3GPPDecMobileIdentityType1(d.ctxt(), length, static_cast<uint8_t>(odd),
-                                                        static_cast<uint8_t>(first), text, N);
-       status < 0)
-      return d.failed(status);
-   d.pop();
-   return 0;
+   return decodeIdentity(d, name, length, static_cast<uint8_t>(odd), static_cast<uint8_t>(first), text);
 }
 
 // The bits ahead of the type of a temporary identity: all ones but the last, which is not looked at.
-int checkLeadingBits(ShortDecoder& d, const char*, uint8_t bits) {
-   return bits >= 30 || d.standard() ? 0 : kNotShort;
-}
-int checkLeadingBits(Decoder& d, const char* what, uint8_t bits) {
+template <class Coder>
+int checkLeadingBits(Coder& d, const char* what, uint8_t bits) {
    if (bits >= 30 || d.standard()) return 0;
-   rtxErrAddStrParm(d.ctxt(), what);
-   rtxErrAddUIntParm(d.ctxt(), bits);
+   if constexpr (!Coder::kShort) {
+      rtxErrAddStrParm(d.ctxt(), what);
+      rtxErrAddUIntParm(d.ctxt(), bits);
+   }
    return d.failed(RTX_E_CONSTRAINT);
 }
 

@@ -163,9 +163,6 @@ static int encode_TS44018IE_Multirate_Configuration(Coder& e, TS44018IE_Multirat
 }
 L3_ENCODER(TS44018IE_Multirate_Configuration, (TS44018IE_Multirate_Configuration * pvalue), (pvalue))
 
-static int decode_TS44018IE_Multirate_Configuration(ShortDecoder&, const TS44018IE_Multirate_Configuration*) {
-   return kNotShort;
-}
 static int decode_TS44018IE_Multirate_Configuration(Decoder& d, TS44018IE_Multirate_Configuration* pvalue) {
    const RtxContext* pctxt = d.ctxt();
    L3_TRY(d.begin("Multirate_Configuration"));

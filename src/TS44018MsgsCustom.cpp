@@ -2,7 +2,6 @@
 // Encoders spell the names of types with hyphens, decoders with underscores; readers of a trace go by both.
 
 #include "src/frame/pdu.h"
-#include "src/frame/scan.h"
 #include "src/frame/security.h"
 #include "src/TS44018MsgsTypes.h"
 
@@ -14,40 +13,6 @@ extern const MessageTable kTS44018Msg_UL_SACCH_PDUMessages;
 extern const MessageTable kTS44018Msg_L2_PSEUDO_LEN_PDUMessages;
 extern const MessageTable kTS44018Msg_L2_PSEUDO_LEN_PDU_restOctetsMessages;
 extern const MessageTable kTS44018Msg_RR_Short_PD_PDUMessages;
-
-namespace {
-
-// The one optional element of a message, if it is there.
-template <class Function, class T>
-int encodeOptional(Encoder& e, bool present, const char* name, unsigned iei, Function encode, T* value) {
-   if (!present) return 0;
-   L3_TRY(e.push(name));
-   L3_TRY(encIei(e.ctxt(), 8, iei));
-   if (const int status = encode(e.ctxt(), value); status < 0) return e.failed(status);
-   e.pop();
-   return 0;
-}
-
-// The scan for it, to the end of the message. `found` is told.
-template <class Function, class T, class Found>
-int decodeOptional(Decoder& d, const char* name, unsigned iei, Format format, size_t octets, Function decode,
-                   T* value, Found found) {
-   Scan scan(0, false);
-   while (scan.next(d)) {
-      if (scan.iei() != iei) {
-         L3_TRY(scan.unknown(d));
-      } else if (!scan.expects(0)) {
-         L3_TRY(scan.drop(d, format, octets));
-      } else {
-         L3_TRY(d.item(name, decode, value));
-         found();
-         scan.took(0);
-      }
-   }
-   return scan.finish(d);
-}
-
-} // namespace
 
 // Immediate assignment, TS 44.018, 9.1.18. One of the two descriptions stands on the wire: the first octet
 // tells which, and the encoder goes by it and not by the presence bits.
@@ -85,9 +50,7 @@ int NASEnc_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    Encoder e(pctxt);
    L3_TRY(e.begin("ImmediateAssignment"));
    L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
-   L3_TRY(encodeOptional(e, pvalue->m.startingTimePresent, "startingTime", 0x7C,
-                         NASEnc_TS44018IE_Starting_Time, &pvalue->startingTime));
-   return e.done();
+   return quorva::type::TS44018Msg_ImmediateAssignment::encodeOptional(pctxt, pvalue);
 }
 
 int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_ImmediateAssignment* pvalue) {
@@ -98,8 +61,7 @@ int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    // By the standards nothing may reach beyond what is around it, of which the short form knows nothing here.
    L3_TRY(decodeHeader(d, d.standard() ? nullptr : plainHeader(pctxt),
                        [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
-   return decodeOptional(d, "startingTime", 0x7C, Format::TV, 2, NASDec_TS44018IE_Starting_Time,
-                         &pvalue->startingTime, [pvalue] { pvalue->m.startingTimePresent = 1; });
+   return quorva::type::TS44018Msg_ImmediateAssignment::decodeOptional(pctxt, pvalue);
 }
 
 // Identities of paging requests of types 2 and 3, TS 44.018, 10.5.2.42: four octets, of a TMSI or a P-TMSI.
@@ -149,9 +111,7 @@ int NASEnc_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingReq
    Encoder e(pctxt);
    L3_TRY(e.begin("PagingRequestType2"));
    L3_TRY(encodePaging(e, pvalue));
-   L3_TRY(encodeOptional(e, pvalue->m.mobileIdentity3Present, "mobileIdentity3", 0x17,
-                         NASEnc_TS24008IE_MobileIdentity, &pvalue->mobileIdentity3));
-   return e.done();
+   return quorva::type::TS44018Msg_PagingRequestType2::encodeOptional(pctxt, pvalue);
 }
 
 int NASDec_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingRequestType2* pvalue) {
@@ -160,8 +120,7 @@ int NASDec_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingReq
    L3_TRY(d.begin("PagingRequestType2"));
    pvalue->m = {};
    L3_TRY(decodePaging(d, pvalue));
-   return decodeOptional(d, "mobileIdentity3", 0x17, Format::TLV, 0, NASDec_TS24008IE_MobileIdentity,
-                         &pvalue->mobileIdentity3, [pvalue] { pvalue->m.mobileIdentity3Present = 1; });
+   return quorva::type::TS44018Msg_PagingRequestType2::decodeOptional(pctxt, pvalue);
 }
 
 int NASEnc_TS44018Msg_PagingRequestType3(RtxContext* pctxt, TS44018Msg_PagingRequestType3* pvalue) {
@@ -181,66 +140,7 @@ int NASDec_TS44018Msg_PagingRequestType3(RtxContext* pctxt, TS44018Msg_PagingReq
    L3_TRY(decodePaging(d, pvalue));
    L3_TRY(decodeTmsi(d, "mobileIdentity3", pvalue->mobileIdentity3));
    L3_TRY(decodeTmsi(d, "mobileIdentity4", pvalue->mobileIdentity4));
-   L3_TRY(d.nonImperative(0));
-   return d.ended();
-}
-
-// CDMA2000 classmark change, TS 44.018, 9.1.11b. Each part has a length of its own: its first octet is kept,
-// more are passed over, and a part without octets is 0.
-namespace {
-
-struct ClassmarkPart {
-   const char* name;
-   uint8_t TS44018Msg_Cdma2000ClassmarkChange::*octet;
-};
-
-constexpr ClassmarkPart kClassmarkParts[] = {
-      {"terminalInfo", &TS44018Msg_Cdma2000ClassmarkChange::terminalInfo},
-      {"securityStatus", &TS44018Msg_Cdma2000ClassmarkChange::securityStatus},
-      {"bandClassInfo", &TS44018Msg_Cdma2000ClassmarkChange::bandClassInfo},
-      {"powerClassInfo", &TS44018Msg_Cdma2000ClassmarkChange::powerClassInfo},
-      {"operatingModeInfo", &TS44018Msg_Cdma2000ClassmarkChange::operatingModeInfo},
-      {"serviceOptionInfo", &TS44018Msg_Cdma2000ClassmarkChange::serviceOptionInfo},
-      {"multiplexOptionInfo", &TS44018Msg_Cdma2000ClassmarkChange::multiplexOptionInfo},
-      {"powerControlInfo", &TS44018Msg_Cdma2000ClassmarkChange::powerControlInfo},
-      {"capabilityInfo", &TS44018Msg_Cdma2000ClassmarkChange::capabilityInfo},
-      {"channelConfigCapabilityInfo", &TS44018Msg_Cdma2000ClassmarkChange::channelConfigCapabilityInfo},
-      {"extendedMultiplexOptionInfo", &TS44018Msg_Cdma2000ClassmarkChange::extendedMultiplexOptionInfo},
-      {"bandSubclassInfo", &TS44018Msg_Cdma2000ClassmarkChange::bandSubclassInfo},
-      {"encryptionCapability", &TS44018Msg_Cdma2000ClassmarkChange::encryptionCapability},
-};
-
-} // namespace
-
-int NASEnc_TS44018Msg_Cdma2000ClassmarkChange(RtxContext* pctxt, TS44018Msg_Cdma2000ClassmarkChange* pvalue) {
-   L3_ENCODES(TS44018Msg_Cdma2000ClassmarkChange);
-   Encoder e(pctxt);
-   L3_TRY(e.begin("Cdma2000ClassmarkChange"));
-   for (const ClassmarkPart& part : kClassmarkParts) {
-      L3_TRY(e.push(part.name));
-      L3_TRY(e.constant<8>("length", 1));
-      L3_TRY(e.fields(integer<8>(nullptr, pvalue->*part.octet)));
-      e.pop();
-   }
-   return e.done();
-}
-
-int NASDec_TS44018Msg_Cdma2000ClassmarkChange(RtxContext* pctxt, TS44018Msg_Cdma2000ClassmarkChange* pvalue) {
-   L3_FROM_STREAM(NASDec_TS44018Msg_Cdma2000ClassmarkChange(pctxt, pvalue));
-   Decoder d(pctxt);
-   L3_TRY(d.begin("Cdma2000ClassmarkChange"));
-   for (const ClassmarkPart& part : kClassmarkParts) {
-      uint8_t octets = 0;
-      Length length;
-      L3_TRY(d.push(part.name));
-      L3_TRY(d.open<8>("length", octets, Limits{}, length));
-      pvalue->*part.octet = 0;
-      if (d.more()) L3_TRY(d.fields(integer<8>(nullptr, pvalue->*part.octet)));
-      L3_TRY(d.close(length));
-      d.pop();
-   }
-   L3_TRY(d.nonImperative(0));
-   return d.ended();
+   return quorva::type::TS44018Msg_PagingRequestType3::decodeOptional(pctxt, pvalue);
 }
 
 // Enhanced measurement report, TS 44.018, 9.1.55. Its first list of reports goes to the end of the message,

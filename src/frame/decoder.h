@@ -266,7 +266,9 @@ private:
 } // namespace quorva::frame
 
 // The decoder of a type in both forms, from the template decode_TYPE; parameters and arguments in brackets.
+// One that takes a Decoder alone has no short form.
 #define L3_DECODER(TYPE, PARAMETERS, ARGUMENTS)                                                              \
+   L3_NO_SHORT_FORM(decode_##TYPE, quorva::frame::ShortDecoder)                                              \
    L3_COLD static int fullDec_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                \
       L3_FROM_STREAM(NASDec_##TYPE(pctxt, L3_BARE ARGUMENTS));                                               \
       const quorva::frame::InFull inFull(pctxt);                                                             \
@@ -290,7 +292,7 @@ private:
 
 // The same of a type that mostly stands inside an octet: a short form goes on in it where it is.
 #define L3_DECODER_AMONG_BITS(TYPE, PARAMETERS, ARGUMENTS)                                                   \
+   L3_DECODER(TYPE, PARAMETERS, ARGUMENTS)                                                                   \
    int shortDecIn_##TYPE(quorva::frame::ShortDecoder& d, L3_BARE PARAMETERS) {                               \
       return decode_##TYPE(d, L3_BARE ARGUMENTS);                                                            \
-   }                                                                                                         \
-   L3_DECODER(TYPE, PARAMETERS, ARGUMENTS)
+   }

@@ -154,7 +154,9 @@ private:
 } // namespace quorva::frame
 
 // The encoder of a type in both forms, from the template encode_TYPE; parameters and arguments in brackets.
+// One that takes an Encoder alone has no short form.
 #define L3_ENCODER(TYPE, PARAMETERS, ARGUMENTS)                                                              \
+   L3_NO_SHORT_FORM(encode_##TYPE, quorva::frame::ShortEncoder)                                              \
    L3_COLD static int fullEnc_##TYPE(RtxContext* pctxt, L3_BARE PARAMETERS) {                                \
       L3_TO_STREAM(NASEnc_##TYPE(pctxt, L3_BARE ARGUMENTS));                                                 \
       const quorva::frame::InFull inFull(pctxt);                                                             \
@@ -176,7 +178,7 @@ private:
 
 // The same of a type that mostly stands inside an octet: a short form goes on in it where it is.
 #define L3_ENCODER_AMONG_BITS(TYPE, PARAMETERS, ARGUMENTS)                                                   \
+   L3_ENCODER(TYPE, PARAMETERS, ARGUMENTS)                                                                   \
    int shortEncIn_##TYPE(quorva::frame::ShortEncoder& e, L3_BARE PARAMETERS) {                               \
       return encode_##TYPE(e, L3_BARE ARGUMENTS);                                                            \
-   }                                                                                                         \
-   L3_ENCODER(TYPE, PARAMETERS, ARGUMENTS)
+   }

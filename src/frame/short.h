@@ -16,6 +16,12 @@ namespace quorva::frame {
 // The end of the short form. The value is one that unlessMemory() hands on.
 constexpr int kNotShort = RTX_E_NOMEM;
 
+// What a codec by hand comes to in a form that it doesn't have: any other of its name is the better match.
+#define L3_NO_SHORT_FORM(CODEC, SHORT_CODER)                                                                 \
+   [[maybe_unused]] static int CODEC(SHORT_CODER&, ...) {                                                    \
+      return quorva::frame::kNotShort;                                                                       \
+   }
+
 constexpr size_t kRest = ~size_t{0};
 
 template <class Type>

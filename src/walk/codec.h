@@ -25,6 +25,9 @@ int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* v
 // A message from a row of its own on, whose short form has been tried, to its end: status of the message.
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
+// The same from behind the mandatory part, where that is coded by hand.
+int decodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
+int encodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
 
 // The optional element of a message's row, with its IEI.
 int encodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);

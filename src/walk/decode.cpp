@@ -426,7 +426,8 @@ private:
       const char* empty = "";
       std::memcpy(record_ + row.offset, &empty, sizeof empty);
    }
-   // A bare length is always there; what is left in it tells whether an optional field is.
+   // A bare length is always there; what is left in it tells whether an optional field is, and a guarded one
+   // is 0 without it.
    [[gnu::noinline]] int aroundBare(unsigned index, size_t end) {
       const Row& row = module_.rows[index];
       const Wire& wire = module_.wires[index];
@@ -434,11 +435,12 @@ private:
       uint16_t unused = 0;
       frame::Length length;
       L3_TRY(openInFull(ctxt_, "length", wire.lead, &unused, wire.lead / 8u, Limits{}, true, length));
-      if (row.presence == kNone) {
-         L3_TRY(contents(index, kNoEnd, true));
-      } else if (more()) {
+      const bool guarded = (wire.flags & kGuarded) != 0;
+      if ((row.presence == kNone && !guarded) || more()) {
          L3_TRY(contents(index, kNoEnd, true));
          setBit(record_, row.presence);
+      } else if (guarded) {
+         blank(index);
       } else if (row.kind == Kind::List) {
          store(record_ + row.count, row.width, 0);
       }
@@ -924,6 +926,10 @@ int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* v
 
 int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row) {
    return Decoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).messageRest(row);
+}
+
+int decodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record) {
+   return decodeRest(ctxt, module, type, record, module.types[type].mandatory);
 }
 
 int decodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, Scan& scan) {

@@ -14,12 +14,22 @@ TEST(Writer, FillsHolesAndIndentsWhatTheyBring) {
 int ${name}_$coder($arguments) {
    $body
    $nothing
+   $nothing? never();
+   $sure?    deeper();
 
-   return $coder.$name;
+   return $call[$number];
 }
+
 )",
-          {{"name", "x"}, {"arguments", ""}, {"body", "if (y) {\n   z();\n\n}\n"}, {"nothing", ""}});
+          {{"name", "x"},
+           {"arguments", ""},
+           {"body", "if (y) {\n   z();\n\n}\n#endif"},
+           {"nothing", false},
+           {"sure", true},
+           {"call", "f(a,\n  b)"},
+           {"number", 7}});
    w.fill("$nothing", {{"nothing", ""}});
+   w.fill(" *  $text", {{"text", "\nof $coder\n"}});
    w.fill("a $name", {{"name", "$coder"}});
    w.close();
    EXPECT_EQ(w.text(), "{\n"
@@ -28,11 +38,20 @@ int ${name}_$coder($arguments) {
                        "         z();\n"
                        "\n"
                        "      }\n"
+                       "#endif\n"
+                       "         deeper();\n"
                        "\n"
-                       "      return d.x;\n"
+                       "      return f(a,\n"
+                       "        b)[7];\n"
                        "   }\n"
+                       "\n"
+                       "    *\n"
+                       "    *  of $coder\n"
                        "   a $coder\n"
                        "}\n");
    EXPECT_EQ(w.filled("$coder.length"), "d.length");
+   const l3c::Lookup lengths = [](std::string_view name) { return std::to_string(name.size()); };
+   EXPECT_EQ(w.lines("$coder.$length ? $at", {{"at", 7}}, lengths), "d.6 ? 7\n");
+   EXPECT_EQ(w.lines("$nothing? ", {{"nothing", ""}}), "");
    EXPECT_THROW(w.fill("$code"), std::logic_error);
 }

@@ -115,6 +115,12 @@ const Row kRows[] = {
       {"RestOwn", "00000011 10000001 10101010 11110000", "length=3 a=129 b=0xaaf0"},
       {"RestInline", "1001 10101010 11110000", "a=9 note=0xaaf0", nullptr, 4},
       {"RestList", "00000011 101 100000001 010101010 000", "length=3 a=5 b[0]=257 b[1]=170"},
+      {"Alone", "1001001101011100", "cells.bits={16,935c}"},
+      {"Ahead", "1001001101011100 101 1 1001", "cells.bits={16,935c} a=5 b=9"},
+      {"Behind", "10 1 1001001101011100 101 0 0 1001001101011100 1",
+       "a=2 cells.cells.bits={16,935c} cells.a=5 "
+       "many[0].cells.bits={16,935c}"},
+      {"Behind", "10 0 1", "a=2"},
       {"Padded", "H 101 H H 1010 P", "a=5 b.c=10"},
       {"Padded", "L L P", ""},
 

@@ -35,7 +35,6 @@ const struct {
       {"startingTime", "optional in an immediate assignment, which is coded by hand"},
       {"hysteresis", "a multirate configuration, coded by hand"},
       {"vstk_rand", "ciphering parameters of a group call, coded by hand"},
-      {"encryptionCapability", "a classmark of CDMA2000, coded by hand"},
       {"component-4", "an enhanced measurement report, coded by hand"},
       {"extendedBCCHFrequencyList", "behind a pseudo length of 0 that a network sends"},
 };
