@@ -224,6 +224,25 @@ int NASDec_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    return d.ended(messageStatus(pctxt));
 }
 
+// And back: the code is computed from what is written, and goes over it.
+[[gnu::noinline]] static int encodeServiceRequest(Encoder e, TS24301Msg_PDU* pvalue) {
+   RtxContext* ctxt = e.ctxt();
+   const size_t start = ctxt->bufByteIndex;
+   if (pvalue->data.t != 23) return e.badChoice();
+   TS24301Msg_ServiceRequest* request = pvalue->data.u.obj_ServiceRequest;
+   if (request == nullptr) return e.failed(RTX_E_NULL);
+   if (const int status = NASEnc_TS24301Msg_ServiceRequest(ctxt, request); status < 0)
+      return e.failed(status);
+   uint32_t mac = 0;
+   if (const int status = rtx3gppComputeMAC(ctxt, ctxt->bufData + start, 2, &mac); status < 0)
+      return e.failed(status);
+   request->shortMAC[0] = static_cast<uint8_t>(mac >> 8);
+   request->shortMAC[1] = static_cast<uint8_t>(mac);
+   ctxt->bufByteIndex -= 2;
+   if (const int status = rtxEncBits(ctxt, mac & 0xFFFF, 16); status < 0) return e.failed(status);
+   return 0; // the type's name stays pushed on this way; callers find it there
+}
+
 int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    L3_ENCODES(TS24301Msg_PDU);
    Encoder e(pctxt);
@@ -232,21 +251,7 @@ int NASEnc_TS24301Msg_PDU(RtxContext* pctxt, TS24301Msg_PDU* pvalue) {
    const uint32_t type = pvalue->secHdr.secHdrType;
    const bool isProtected =
          pvalue->m.secHdrPresent && pvalue->secHdr.protoDiscr == TS24007L3_ProtoDiscr_epsMobMgmt && type != 0;
-   if (isProtected && type == TS24007L3_SecHdrType_secHdrForSvcReq) {
-      if (pvalue->data.t != 23) return e.badChoice();
-      TS24301Msg_ServiceRequest* request = pvalue->data.u.obj_ServiceRequest;
-      if (request == nullptr) return e.failed(RTX_E_NULL);
-      if (const int status = NASEnc_TS24301Msg_ServiceRequest(pctxt, request); status < 0)
-         return e.failed(status);
-      uint32_t mac = 0;
-      if (const int status = rtx3gppComputeMAC(pctxt, pctxt->bufData + start, 2, &mac); status < 0)
-         return e.failed(status);
-      request->shortMAC[0] = static_cast<uint8_t>(mac >> 8);
-      request->shortMAC[1] = static_cast<uint8_t>(mac);
-      pctxt->bufByteIndex -= 2;
-      if (const int status = rtxEncBits(pctxt, mac & 0xFFFF, 16); status < 0) return e.failed(status);
-      return 0; // the type's name stays pushed on this way; callers find it there
-   }
+   if (isProtected && type == TS24007L3_SecHdrType_secHdrForSvcReq) return encodeServiceRequest(e, pvalue);
    // The code in the header is a placeholder yet.
    if (isProtected) L3_TRY(e.item("secHdr", NASEnc_TS24007L3_SecProtMsgHeader, &pvalue->secHdr));
    L3_TRY(encodeHeader(e, pvalue));
