@@ -77,15 +77,22 @@ L3_INLINE static int encodeFields(Coder& e, TS24008Msg_PDU* pvalue) {
    return behind(group("l3HdrOpts", integer<4>("skipInd", pvalue->l3HdrOpts.u.skipInd)));
 }
 
+L3_INLINE static int encodeHeader(Encoder e, TS24008Msg_PDU* pvalue) {
+   return encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return encodeFields(coder, pvalue); });
+}
+[[gnu::noinline]] static int encodeStandardHeader(Encoder e, TS24008Msg_PDU* pvalue) {
+   if (pvalue->m.sendSeqNumPresent && pvalue->sendSeqNum > 3) {
+      L3_TRY(e.push("sendSeqNum"));
+      return e.badBound(pvalue->sendSeqNum);
+   }
+   return encodeHeader(e, pvalue);
+}
+
 int NASEnc_TS24008Msg_PDU(RtxContext* pctxt, TS24008Msg_PDU* pvalue) {
    L3_ENCODES(TS24008Msg_PDU);
    Encoder e(pctxt);
    L3_TRY(e.begin("PDU"));
-   if (e.standard() && pvalue->m.sendSeqNumPresent && pvalue->sendSeqNum > 3) {
-      L3_TRY(e.push("sendSeqNum"));
-      return e.badBound(pvalue->sendSeqNum);
-   }
-   L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return encodeFields(coder, pvalue); }));
+   L3_TRY(e.standard() ? encodeStandardHeader(e, pvalue) : encodeHeader(e, pvalue));
    // The selector decides, whatever the type says; one without a message is not logged here.
    const MessageRow* row = kTS24008Msg_PDUMessages.select(pvalue->data.t);
    if (row == nullptr) [[unlikely]] {

@@ -45,28 +45,33 @@ int NASDec_TS24501Msg_PDU_SM(RtxContext* pctxt, TS24501Msg_PDU_SM* pvalue) {
    return d.ended(messageStatus(pctxt));
 }
 
-// What stands between the security header and the message; an encoder's as well as a decoder's.
-template <class Coder>
-L3_INLINE static int mobilityFields(Coder& c, TS24501Msg_PDU* pvalue) {
+// What stands between the security header and the message; an encoder's as well as a decoder's. An encoder
+// knows the discriminator and has it in `ahead`, so that all goes in one run.
+template <class Coder, class... Parts>
+L3_INLINE static int mobilityFields(Coder& c, TS24501Msg_PDU* pvalue, const Parts&... ahead) {
    auto& mm = pvalue->hdrData.u.mm;
-   return c.fields(group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
+   return c.fields(ahead...,
+                   group("hdrData", group("mm", armInteger<4>("spare1", mm.spare1),
                                           value<SecHdrType>("secHdrType", mm.secHdrType))),
                    integer<8>("msgType", pvalue->msgType));
 }
-
-template <class Coder>
-L3_INLINE static int headerFields(Coder& c, TS24501Msg_PDU* pvalue) {
-   L3_TRY(c.fields(value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr)));
+template <class Coder, class... Parts>
+L3_INLINE static int headerFields(Coder& c, TS24501Msg_PDU* pvalue, const Parts&... ahead) {
    if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_mobMgmt5G) [[likely]]
-      return mobilityFields(c, pvalue);
+      return mobilityFields(c, pvalue, ahead...);
    if (pvalue->protoDiscr == TS24501Msg_NAS5GProtoDiscr_sessMgmt5G) {
       auto& sm = pvalue->hdrData.u.sm;
-      return c.fields(group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
+      return c.fields(ahead...,
+                      group("hdrData", group("sm", value<SessionIdentity>("pduSessIdent", sm.pduSessIdent),
                                              integer<8>("procTransIdent", sm.procTransIdent))),
                       integer<8>("msgType", pvalue->msgType));
    }
+   if constexpr (sizeof...(ahead) != 0) L3_TRY(c.fields(ahead...));
    L3_TRY(c.push("hdrData"));
    return c.badChoice();
+}
+L3_INLINE static auto discriminator(TS24501Msg_PDU* pvalue) {
+   return value<ProtoDiscr>("protoDiscr", pvalue->protoDiscr);
 }
 
 // Octets of the security header ahead of the code, of the sequence number, and of the whole of it.
@@ -120,8 +125,10 @@ static int lookAhead(Decoder d, TS24501Msg_NAS5GSecProtMsgHdr& header) {
       checkMac(d, start + kMacStart, header.msgAuthCode);
       if (isCiphered(header.secHdrType)) L3_TRY(decipherRest(d, start + kCipherStart));
    }
-   return decodeHeader(d, plainHeader(d.ctxt()),
-                       [=](auto& coder) L3_INLINE_LAMBDA { return headerFields(coder, pvalue); });
+   return decodeHeader(d, plainHeader(d.ctxt()), [=](auto& coder) L3_INLINE_LAMBDA {
+      L3_TRY(coder.fields(discriminator(pvalue)));
+      return headerFields(coder, pvalue);
+   });
 }
 
 int NASDec_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
@@ -156,8 +163,9 @@ int NASEnc_TS24501Msg_PDU(RtxContext* pctxt, TS24501Msg_PDU* pvalue) {
                             header.secHdrType != TS24501Msg_NAS5GSecHdrType_noSec;
    // The code in the header is a placeholder yet.
    if (isProtected) L3_TRY(e.item("secHdr", NASEnc_TS24501Msg_NAS5GSecProtMsgHdr, &header));
-   L3_TRY(quorva::frame::encodeHeader(e, [=](auto& coder)
-                                               L3_INLINE_LAMBDA { return headerFields(coder, pvalue); }));
+   L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA {
+      return headerFields(coder, pvalue, discriminator(pvalue));
+   }));
    L3_TRY(encodeData(e, pvalue->data, kTS24501Msg_PDUMessages));
    if (isProtected)
       L3_TRY(protect(e, start + kMacStart, start + kCipherStart, start + kMacPosition,

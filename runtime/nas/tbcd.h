@@ -17,21 +17,29 @@ constexpr char tbcdToChar(unsigned nibble) {
    return "0123456789*#abc"[nibble];
 }
 
+/** Nibbles of all characters, or -1: a table, since no two digits running tell a processor their kinds. */
+struct TbcdNibbles {
+   int8_t of[256];
+};
+inline constexpr TbcdNibbles tbcdNibbles = [] {
+   TbcdNibbles nibbles{};
+   for (int8_t& nibble : nibbles.of) nibble = -1;
+   for (unsigned nibble = 0; nibble <= tbcdFiller; ++nibble)
+      nibbles.of[static_cast<uint8_t>(tbcdToChar(nibble))] = static_cast<int8_t>(nibble);
+   return nibbles;
+}();
+
 /** Nibble of a character, or -1. The code 0 gives the filler. */
 constexpr int tbcdFromChar(char ch) {
-   if (ch >= '0' && ch <= '9') return ch - '0';
-   if (ch >= 'a' && ch <= 'c') return 12 + (ch - 'a');
-   return ch == '*' ? 10 : ch == '#' ? 11 : ch == 0 ? tbcdFiller : -1;
+   return tbcdNibbles.of[static_cast<uint8_t>(ch)];
 }
 
 /**
- * The octet of the digits at `str[0]` and `str[1]`, or -1 if one of them is none. Behind a last digit alone
- * stands the filler, which its NUL gives.
+ * The octet of the digits at `str[0]` and `str[1]`, or a negative number if one of them is none. Behind a
+ * last digit alone stands the filler, which its NUL gives.
  */
 constexpr int tbcdPair(const char* str) {
-   const int low = tbcdFromChar(str[0]);
-   const int high = low < 0 ? -1 : tbcdFromChar(str[1]);
-   return high < 0 ? -1 : high << 4 | low;
+   return tbcdFromChar(str[1]) * 16 | tbcdFromChar(str[0]);
 }
 
 /** The three octets of a PLMN; false, and nothing written, if a character is no digit. A filler may stand for

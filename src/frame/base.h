@@ -285,6 +285,9 @@ L3_INLINE int unlessDropped(Coder& coder, int status) {
 struct LegalSet {
    uint64_t words[4];
    constexpr bool has(uint32_t value) const {
+      const uint64_t above = words[1] | words[2] | words[3];
+      if (__builtin_constant_p(above) && above == 0) // of most: no load
+         return value < 64 && (words[0] >> value & 1) != 0;
       return value < 256 && (words[value >> 6] >> (value & 63) & 1) != 0;
    }
 };

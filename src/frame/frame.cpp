@@ -84,11 +84,22 @@ int pushFirstName(RtxContext* ctxt, const char* name) {
 void popFirstName(RtxContext* ctxt) {
    hot::popElemName(ctxt);
 }
+// Each message passes these two, with no other name on the list.
 int pushOutermost(RtxContext* ctxt, const char* typeName) {
-   return hot::pushTypeName(ctxt, typeName);
+   RtxMemHeap* heap = ctxt->memHeap;
+   RtxDListNode* node = heap == nullptr ? nullptr : heap->spareNames;
+   if (node == nullptr) [[unlikely]]
+      return hot::pushTypeName(ctxt, typeName);
+   heap->spareNames = node->next;
+   *node = {const_cast<char*>(typeName), nullptr, nullptr};
+   ctxt->elemNames = {1, node, node};
+   return 0;
 }
 void popOutermost(RtxContext* ctxt) {
-   hot::popTypeName(ctxt);
+   RtxDListNode* node = ctxt->elemNames.tail;
+   node->next = ctxt->memHeap->spareNames;
+   ctxt->memHeap->spareNames = node;
+   ctxt->elemNames = {};
 }
 int pushFarIndex(RtxContext* ctxt, size_t index) {
    return rtxCtxtPushArrayElemName(ctxt, "elem", static_cast<uint32_t>(index));

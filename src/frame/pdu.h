@@ -67,10 +67,12 @@ struct MessageTable {
    const MessageIndex* index;
 
    const MessageRow* find(uint8_t disc, uint8_t type) const {
+      if (rows == nullptr) __builtin_unreachable();
       const unsigned place = index->byType[index->discs[disc]][type];
       return place == 0 ? nullptr : &rows[place - 1];
    }
    const MessageRow* select(uint32_t selector) const {
+      if (rows == nullptr) __builtin_unreachable();
       const unsigned place = selector > 255 ? 0 : index->bySelector[selector];
       return place == 0 ? nullptr : &rows[place - 1];
    }
