@@ -94,17 +94,6 @@ TEST(MobileStationClassmark3, EncoderDoesNotAskForTheGroupsAhead) {
    EXPECT_EQ(decoded.vAMOS_Level, 1);
 }
 
-TEST(MobileStationClassmark3, TailsTooLong) {
-   TestContext context;
-   TS24008IE_MobileStationClassmark3 record{};
-   const uint8_t tail[32] = {};
-   record.spareBits = {8 * 32 - 50, tail};
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record).substr(0, 2), "20");
-   record.spareBits.numbits += 1;
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MobileStationClassmark3, &record), "status -16");
-   EXPECT_EQ(context.used(), 34u) << "the octets stand";
-}
-
 TEST(MobileStationClassmark3, ContainersEndPassesOverWhatHasAFlagOrIsGuarded) {
    // Flags of 1 and their fields up to gsm850AssocRadioCap, so that the element ends ahead of zerobit.
    Bits bits;
@@ -144,16 +133,6 @@ TEST(Capabilities, AlignedElementsThatBeginInsideAnOctetPassTheirEnd) {
       ASSERT_EQ(rtxDecBits(context, &nibble, 4), 0);
       EXPECT_EQ(c.run(context), RTX_E_LENGTH_OVERRUN) << c.hex;
       EXPECT_EQ(context->bufBitsLeft, 8) << c.hex;
-   }
-}
-
-TEST(GERANIuModeCap, TailsTooLong) {
-   TestContext context;
-   TS24008IE_GERANIuModeCap record{};
-   for (const uint8_t numbits :
-        {uint8_t{15}, uint8_t{17}}) { // more than the length can say, and than the record has
-      record.spareBits.numbits = numbits;
-      EXPECT_EQ(encode(context, NASEnc_TS24008IE_GERANIuModeCap, &record), "status -16") << int{numbits};
    }
 }
 
@@ -244,18 +223,6 @@ TEST(AccessCapability, EndsOnAGroupWithItsContainerLeftOpen) {
    }
 }
 
-TEST(AccessCapability, LengthIsSevenBits) {
-   TestContext context;
-   TS24008IE_AccessCapability record{};
-   const uint8_t tail[16] = {};
-   record.spareBits = {127 - 15, tail};
-   context.encode();
-   ASSERT_EQ(NASEnc_TS24008IE_AccessCapability(context, &record), 0);
-   EXPECT_EQ(record.length, 127);
-   record.spareBits.numbits += 1;
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_AccessCapability, &record), "status -16");
-}
-
 // A radio access capability of one record with `contents` bits, and bits behind it in the element.
 Octets radioAccess(size_t contents, const std::string& behind) {
    Bits bits;
@@ -311,17 +278,6 @@ TEST(MSRadioAccessCapability, AtMostFiftyOctets) {
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record).substr(0, 2), "30");
    record.additionalRecs.n = 14;
    EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSRadioAccessCapability, &record), "status -16");
-}
-
-TEST(MSNetworkCapability, TailsOfTheEncoder) {
-   TestContext context;
-   TS24008IE_MSNetworkCapability record{};
-   const uint8_t tail[9] = {};
-   record.spareBits = {65, tail};
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSNetworkCapability, &record), "status -16");
-   // A tail that ends inside an octet is padded, and no failure.
-   record.spareBits = {3, tail};
-   EXPECT_EQ(encode(context, NASEnc_TS24008IE_MSNetworkCapability, &record), "01 00");
 }
 
 } // namespace

@@ -63,31 +63,6 @@ TEST(Header5GS, WhatTheEncoderProtects) {
    }
 }
 
-TEST(Header5GS, WhatTheEncoderRefuses) {
-   const auto encodeWith = [](auto change) {
-      Pdu5GS pdu;
-      EXPECT_EQ(pdu.decode("7E 00 5B 01"), 0);
-      change(pdu.record());
-      return pdu.encoded();
-   };
-   EXPECT_EQ(encodeWith([](auto&) {}), "7e 00 5b 01");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.t = 0; }), "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.t = 58; }), "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.u.obj_IdentityRequest5G = nullptr; }), "status -47");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.protoDiscr = TS24501Msg_NAS5GProtoDiscr_maxProtoDiscr; }),
-             "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.protoDiscr = 0; }), "status -4");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.hdrData.u.mm.spare1 = 16; }), "status -16");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.hdrData.u.mm.secHdrType = 5; }), "status -4");
-   EXPECT_EQ(encodeWith([](auto& pdu) {
-                pdu.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
-                pdu.hdrData.u.sm = {16, 0};
-             }),
-             "status -4");
-   // The message's type is not compared with what is encoded.
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.msgType = 0x99; }), "7e 00 99 01");
-}
-
 // The type of the security header can be asked for whether there is one or not.
 TEST(Header5GS, APlainMessageHasTheTypeOfNone) {
    const auto decoded = [](const char* name, const char* hex) {
@@ -109,14 +84,6 @@ TEST(Header5GS, APlainMessageHasTheTypeOfNone) {
    EXPECT_EQ(decoded("TS24301Msg_PDU", "075501"), "0 @3.0");
    EXPECT_EQ(decoded("TS24301Msg_PDU", "5201D9"), "0 @3.0");
    EXPECT_EQ(decoded("TS24301Msg_PDU", "02"), "-2 @1.0 names=PDU.pti.value level=2 errors=-2");
-}
-
-// A type that was decoded before is not looked at once its bit is clear.
-TEST(Payloads5GS, AnAbsentTypeCountsAsZero) {
-   Pdu5GS pdu;
-   ASSERT_EQ(pdu.decode("7E 00 41 79 0001 00 85 7B 0002 AABB"), 0);
-   pdu.record().data.u.obj_RegRequest5G->m.containerTypePresent = 0;
-   EXPECT_EQ(pdu.encoded(), "status -9");
 }
 
 // --- Open tails
