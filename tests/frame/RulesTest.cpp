@@ -146,16 +146,7 @@ TEST(Rules, Traces) {
    }
 }
 
-// No message clears the flag: it takes the optional elements of the context's next message too.
-TEST(Rules, NothingBehindAnOpenTail) {
-   Decoded record("TS24501Msg_SecModeDone", "7100023132");
-   EXPECT_EQ(record.encoded(), "7100023132");
-   EXPECT_EQ(encoded([&](RtxContext* c) {
-                rtxCtxtSetFlag(c, RTX_CTXT_RAW_TAIL);
-                return NASEnc_TS24501Msg_SecModeDone(c, static_cast<TS24501Msg_SecModeDone*>(record.get()));
-             }),
-             "0 @0.0 tail wrote ");
-   // And a tail must end with an octet.
+TEST(Rules, ATailMustEndWithAnOctet) {
    Decoded capability("TS24301IE_UENetworkCapability", "0A F0F0C04001001000 01 AA");
    EXPECT_EQ(encoded([&](RtxContext* c) {
                 c->bufBitsLeft = 4;

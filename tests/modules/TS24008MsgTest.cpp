@@ -106,20 +106,6 @@ TEST(TS24008Dispatch, MessagesThatTakeAnothersCodec) {
 
 // Single messages
 
-TEST(TS24008Messages, DetachAcceptHasItsElementFromTheNetworkAlone) {
-   for (const bool uplink : {false, true}) {
-      Pdu pdu;
-      if (uplink) rtxCtxtSetFlag(pdu.context(), RTX_CTXT_UPLINK);
-      ASSERT_EQ(pdu.decode("08 06"), 0);
-      EXPECT_EQ(pdu->data.u.obj_DetachAccept->m.forceToStandbyPresent, 0);
-      EXPECT_EQ(pdu.encode(), "08 06");
-      // A first octet that is an unknown element from the mobile station, and a value from the network.
-      ASSERT_EQ(pdu.decode("08 06 81"), 0);
-      EXPECT_EQ(pdu->data.u.obj_DetachAccept->m.forceToStandbyPresent, !uplink);
-      EXPECT_EQ(pdu.encode(), uplink ? "08 06" : "08 06 01");
-   }
-}
-
 // A message cut behind its mandatory part ends well, one cut within an element does not.
 TEST(TS24008Messages, CutAnywhere) {
    const Octets whole =

@@ -28,27 +28,4 @@ TEST(RadioMessages, ImmediateAssignmentGoesByItsFirstOctet) {
    EXPECT_EQ(NASEnc_TS44018Msg_ImmediateAssignment(context, &record), RTX_E_NOT_ALIGNED);
 }
 
-// The flag of an open tail that an earlier message left strips some messages of their optional elements.
-TEST(RadioMessages, StaleOpenTailStripsOptionalElements) {
-   const struct {
-      const char *type, *mandatory, *optional;
-      bool stripped;
-   } cases[] = {{"AssignmentCommand", "48 a1 bc 05", " 63 01", true},
-                {"ChannelModeModify", "48 a1 bc 21", " 6d 41", true},
-                {"HandoverCommand", "12 34 48 a1 bc 05 0a", " 63 21", true},
-                // The length of its mandatory element clears the flag.
-                {"DtmAssignmentCommand", "05 48 a1 bc 06 53 8c a1 aa 98 e8", " 11 21", false},
-                {"ChannelRelease", "00", " 83", false}};
-   for (const auto& c : cases) {
-      SCOPED_TRACE(c.type);
-      Message message(std::string("TS44018Msg_") + c.type);
-      const std::string all = std::string(c.mandatory) + c.optional;
-      ASSERT_EQ(message.decode(octets(all)), 0);
-      int status = 0;
-      EXPECT_EQ(spaced(message.encode(status)), all);
-      rtxCtxtSetFlag(message.context(), RTX_CTXT_RAW_TAIL);
-      EXPECT_EQ(spaced(message.encode(status)), c.stripped ? c.mandatory : all);
-   }
-}
-
 } // namespace
