@@ -4,6 +4,7 @@
 #include "tests/frame/frameTest.h"
 #include "tests/modules/messages.h"
 
+#include <bit>
 #include <regex>
 #include <set>
 
@@ -129,8 +130,14 @@ void change(RtxContext* context, const QuorvaType* type, void* record, const std
          std::memset(static_cast<uint8_t*>(const_cast<void*>(item.data)) + sizeof(void*), 0, sizeof(void*));
       } else {
          ASSERT_EQ(quorvaGet(context, type, record, path.c_str(), &item), 0);
-         *static_cast<uint8_t*>(const_cast<void*>(item.data)) =
-               static_cast<uint8_t>(std::stoul(step.substr(equals + 1), nullptr, 0));
+         // The number that lies there tells how many octets it has.
+         ASSERT_TRUE(item.number != 0 || item.kind == QUORVA_ENUM);
+         auto* at = static_cast<uint8_t*>(const_cast<void*>(item.data));
+         const size_t least = item.kind == QUORVA_ENUM ? 4 : 1;
+         if (std::endian::native == std::endian::big)
+            for (uint64_t number = *at, i = 1; i < least || (number != item.number && i < 8); ++i)
+               number = number << 8 | *++at;
+         *at = static_cast<uint8_t>(std::stoul(step.substr(equals + 1), nullptr, 0));
       }
    }
 }
