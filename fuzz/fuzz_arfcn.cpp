@@ -1,5 +1,6 @@
 // Lists of channel numbers from any octets, and any lists into octets. A list without faults comes back as
 // the same set from each format that takes it.
+#include "fuzz/fuzz.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
@@ -8,15 +9,11 @@
 
 #include <algorithm>
 #include <bitset>
-#include <cstdlib>
-#include <memory>
 #include <vector>
 
-namespace {
+using namespace quorva::fuzz;
 
-void need(bool condition) {
-   if (!condition) std::abort();
-}
+namespace {
 
 using List = std::vector<uint16_t>;
 using Set = std::bitset<1024>;
@@ -29,9 +26,7 @@ Set setOf(const List& list) {
 
 /** From and to blocks of their own size, for the sanitizers. */
 bool decode(RtxContext* ctx, unsigned format, const uint8_t* octets, size_t bits, List& list) {
-   const size_t size = (bits + 7) / 8;
-   const std::unique_ptr<uint8_t[]> own(new uint8_t[size]);
-   std::copy_n(octets, size, own.get());
+   const auto own = blockOf(octets, (bits + 7) / 8);
    uint16_t *arfcns = nullptr, count = 0;
    const int status = rtx3GPPDecARFCN(ctx, format, own.get(), static_cast<uint16_t>(bits), &arfcns, &count);
    need(status == 0 || status == RTX_E_BAD_VALUE);
@@ -68,8 +63,7 @@ void comesBack(RtxContext* ctx, unsigned format, const List& list) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 7 || size > 8200) return 0;
-   RtxContext ctx;
-   if (rtInitContext(&ctx) != 0) return 0;
+   Context ctx;
    rtxMemHeapSetFlags(&ctx, RTX_MH_RAW_ONLY); // each list in a block that the sanitizer knows
    const unsigned format = data[0] % 6, other = data[0] / 6 % 6;
    const size_t capacity = data[2], bits = std::min<size_t>((size - 7) * 8, UINT16_MAX) / (data[2] % 8 + 1);
@@ -91,6 +85,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       need((written + 7) / 8 <= capacity);
    rtxErrReset(&ctx);
    if (list.size() <= 1024) comesBack(&ctx, other, list);
-   rtFreeContext(&ctx);
    return 0;
 }

@@ -1,24 +1,21 @@
 // Captures: whole files, and frames of each link type, to the messages in them and their security; dumps in
 // text. The first octet chooses.
+#include "fuzz/fuzz.h"
 #include "tools/quorva/capture/captureFile.h"
 #include "tools/quorva/capture/carriers.h"
 #include "tools/quorva/dump.h"
 #include "tools/quorva/security.h"
 
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
 using namespace quorva;
+using quorva::fuzz::need;
 
 namespace {
 
 constexpr int kLinkTypes[] = {0, 1, 12, 108, 113, 147, 217, 228, 248, 252, 276};
 constexpr unsigned kFile = std::size(kLinkTypes), kText = kFile + 1, kChoices = kText + 1;
-
-void need(bool condition) {
-   if (!condition) std::abort();
-}
 
 tool::SecurityOptions options(bool keys) {
    tool::SecurityOptions security;

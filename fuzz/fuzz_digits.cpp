@@ -1,22 +1,15 @@
 // Decoders of digit strings. The first octets choose sizes; the room for the text is a block of its own, so
 // that a write past it is found.
+#include "fuzz/fuzz.h"
 #include "quorva/rtBCD.h"
 #include "quorva/rtPLMNidentity.h"
 #include "quorva/rtx3GPP.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxTBCD.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <string>
 
-namespace {
-
-void need(bool condition) {
-   if (!condition) std::abort();
-}
-
-} // namespace
+using namespace quorva::fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 4) return 0;
@@ -24,12 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    const size_t room = size_t{data[1]} * (data[2] & 1 ? 3 : 1);
    const uint8_t choice = data[2] >> 1, head = data[3];
    const size_t length = size - 4;
-   const std::unique_ptr<uint8_t[]> octets(new uint8_t[length]);
-   if (length != 0) std::memcpy(octets.get(), data + 4, length);
+   const auto octets = blockOf(data + 4, length);
    const std::unique_ptr<char[]> text(new char[room]);
-
-   RtxContext ctx;
-   if (rtInitContext(&ctx) != 0) return 0;
+   Context ctx;
    rtxCtxtSetBufPtr(&ctx, octets.get(), length);
    ctx.bufBitsLeft = choice & 0x40 ? 4 : 8;
    switch (choice % 8) {
@@ -66,14 +56,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::free(rtGetMNCFromPGWPLMNidentity(octets.get()));
       break;
    default: {
-      const std::unique_ptr<char[]> digits(new char[length + 1]);
-      if (length != 0) std::memcpy(digits.get(), octets.get(), length);
-      digits[length] = 0;
+      const std::string digits(reinterpret_cast<char*>(octets.get()), length);
       const std::unique_ptr<uint8_t[]> packed(new uint8_t[room]);
-      const int filled = rtStringToBCD(digits.get(), packed.get(), room, choice & 0x40);
+      const int filled = rtStringToBCD(digits.c_str(), packed.get(), room, choice & 0x40);
       need(filled < 0 ? room == 0 : static_cast<size_t>(filled) <= room);
    }
    }
-   rtFreeContext(&ctx);
    return 0;
 }

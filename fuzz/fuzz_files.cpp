@@ -1,18 +1,15 @@
 // Headers of charging files and captures, from any octets; a charging header is written and read again.
+#include "fuzz/fuzz.h"
 #include "quorva/rt3GPPTS32297.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxPcapFile.h"
 #include "quorva/rtxPrintToStream.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <vector>
 
-namespace {
+using namespace quorva::fuzz;
 
-void need(bool condition) {
-   if (!condition) std::abort();
-}
+namespace {
 
 int give(RtxContext* ctxt, std::vector<uint8_t>& octets) {
    return rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
@@ -83,14 +80,12 @@ int drop(void*, const char*, va_list) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-   RtxContext ctxt;
-   if (rtInitContext(&ctxt) != 0) return 0;
+   Context ctxt;
    rtxSetPrintStream(&ctxt, drop, nullptr);
    std::vector<uint8_t> octets(data, data + size);
    charging(&ctxt, octets);
    capture(&ctxt, octets);
    octets.push_back(0);
    texts(reinterpret_cast<const char*>(octets.data()));
-   rtFreeContext(&ctxt);
    return 0;
 }

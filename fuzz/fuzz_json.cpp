@@ -29,14 +29,9 @@ void* room(RtxContext* ctxt, const QuorvaType& type) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-   static RtxContext ctxt;
-   static const int ready = rtInitContext(&ctxt);
-   if (size < 2 || ready < 0) return 0;
-   rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
-   size_t count = 0;
-   const QuorvaType* types = quorvaTypes(&count);
-   const QuorvaType& type = types[(size_t{data[0]} << 8 | data[1]) % 0x8000 % count];
-   rtxCtxtClearFlag(&ctxt, RTX_CTXT_STANDARD);
+   static quorva::fuzz::ValueContext ctxt;
+   if (size < 2) return 0;
+   const QuorvaType& type = quorva::fuzz::typeNamed(data);
    if (data[0] >= 0x80) rtxCtxtSetFlag(&ctxt, RTX_CTXT_STANDARD);
    const std::vector<char> text(data + 2, data + size);
    QuorvaJsonFault fault;
@@ -48,15 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       void* again = room(&ctxt, type);
       if (quorvaFromJson(&ctxt, &type, again, first.data(), first.size(), &fault) != 0) abort();
       if (toJson(&ctxt, type, again) != first) abort();
-      if (type.encode != nullptr) {
-         std::vector<uint8_t> output(65536);
-         rtxCtxtSetBufPtr(&ctxt, output.data(), output.size());
-         (void)type.encode(&ctxt, again);
-      }
+      ctxt.encode(type, again);
    } else if (fault.offset > text.size() || fault.reason == nullptr || status > 0) {
       abort();
    }
-   rtxMemReset(&ctxt);
-   ctxt.flags &= ~RTX_CTXT_RAW_TAIL;
+   ctxt.reset();
    return 0;
 }

@@ -1,19 +1,16 @@
 // Object identifiers and ASN.1 times from any octets and texts; what was read is written, and read again.
+#include "fuzz/fuzz.h"
 #include "quorva/rtOID.h"
 #include "quorva/rtTime.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxMemHeap.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
-namespace {
+using namespace quorva::fuzz;
 
-void need(bool condition) {
-   if (!condition) std::abort();
-}
+namespace {
 
 void parseTexts(RtxContext* ctxt, const char* text, size_t size) {
    using Parser = int (*)(const char*, size_t, RtxOID*);
@@ -92,10 +89,7 @@ void times(RtxContext* ctxt, const char* text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 2 || size > 4096) return 0;
-   // One for all runs: making it would take most of the time.
-   static RtxContext ctxt;
-   static const bool ready = rtInitContext(&ctxt) == 0;
-   need(ready);
+   static Context ctxt;
    rtxMemReset(&ctxt);
    rtxCtxtClearFlag(&ctxt, RTX_CTXT_CANON_TIME_1);
    const uint8_t choice = data[0];

@@ -20,13 +20,9 @@ int sumItem(void* user, const QuorvaItem* item) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-   static RtxContext ctxt;
-   static const int ready = rtInitContext(&ctxt);
-   if (size < 2 || ready < 0) return 0;
-   rtxMemHeapSetFlags(&ctxt, RTX_MH_RAW_ONLY);
-   size_t count = 0;
-   const QuorvaType* types = quorvaTypes(&count);
-   const QuorvaType& type = types[(size_t{data[0] & 0x7Fu} << 8 | data[1]) % count];
+   static quorva::fuzz::ValueContext ctxt;
+   if (size < 2) return 0;
+   const QuorvaType& type = quorva::fuzz::typeNamed(data);
    const std::string lines(data + 2, data + size);
    // By the first bit a sample, which has more to lose than an empty value.
    void* value =
@@ -48,14 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       size_t sum = 0;
       const QuorvaVisitor visitor = {sumItem, sumItem, sumItem, &sum};
       if (quorvaVisit(&ctxt, &type, value, &visitor) != 0) abort();
-      if (type.encode != nullptr) {
-         std::vector<uint8_t> output(65536);
-         rtxErrReset(&ctxt);
-         rtxCtxtSetBufPtr(&ctxt, output.data(), output.size());
-         (void)type.encode(&ctxt, value);
-      }
+      ctxt.encode(type, value);
    }
-   rtxMemReset(&ctxt);
-   ctxt.flags &= ~RTX_CTXT_RAW_TAIL;
+   ctxt.reset();
    return 0;
 }

@@ -1,4 +1,5 @@
 // Any sequence of operations on any stack of streams. The octets steer the steps, and are the input as well.
+#include "fuzz/fuzz.h"
 #include "quorva/rtxBits.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxError.h"
@@ -8,11 +9,10 @@
 #include "quorva/TS24301Msg.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <vector>
+
+using namespace quorva::fuzz;
 
 namespace {
 
@@ -134,8 +134,7 @@ void step(RtxContext* pctxt, RtxMemBuf* copy, unsigned op, size_t count) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 4) return 0;
-   RtxContext ctxt;
-   if (rtInitContext(&ctxt) != 0) return 0;
+   Context ctxt;
    layers = 0;
    std::vector<uint8_t> octets(data + 4, data + size);
    octets.resize(octets.size() * (1 + data[2] % 8), 'A');
@@ -166,7 +165,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    }
    rtxStreamSetCapture(&ctxt, nullptr);
    rtxStreamClose(&ctxt);
-   rtxFreeContext(&ctxt);
    if (file != nullptr) fclose(file);
    return 0;
 }

@@ -1,5 +1,6 @@
 // Conversions of character strings and texts to values. Destinations are blocks of their own size, so that a
 // write past one is found; what was converted is converted back.
+#include "fuzz/fuzz.h"
 #include "quorva/rtxContext.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
@@ -7,22 +8,12 @@
 #include "quorva/rtxUTF8Value.h"
 
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
+using namespace quorva::fuzz;
+
 namespace {
-
-void need(bool condition) {
-   if (!condition) std::abort();
-}
-
-struct Context : RtxContext {
-   Context() { need(rtInitContext(this) == 0); }
-   ~Context() { rtFreeContext(this); }
-};
 
 using Convert = int (*)(const uint8_t*, size_t, uint8_t*, size_t);
 using Octets = std::vector<uint8_t>;
@@ -102,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    const size_t room = data[0];
    const Octets source(data + 2, data + size);
    const std::string text(source.begin(), source.end());
-   static Context ctxt; // for all runs: it is fit for use again after any failure
+   static Context ctxt;
    switch (data[1] % 8) {
    case 0: thereAndBack(rtxUTF8ToLatin1, rtxLatin1ToUTF8, source, room); break;
    case 1: thereAndBack(rtxUTF8ToUTF16LE, rtxUTF16LEToUTF8, source, room); break;
@@ -114,9 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       units(&ctxt, rtxUTF8ToUnicode32, text.c_str());
       break;
    case 6: {
-      const std::unique_ptr<char[]> block(new char[text.size()]);
-      memcpy(block.get(), text.data(), text.size());
-      values(&ctxt, block.get(), text.size());
+      const auto block = blockOf(text.data(), text.size());
+      values(&ctxt, reinterpret_cast<const char*>(block.get()), text.size());
       break;
    }
    default: strings(&ctxt, text.c_str(), room, data[1]); break;

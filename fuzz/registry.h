@@ -1,20 +1,17 @@
 // What the fuzz targets over decoders share.
 #pragma once
 
+#include "fuzz/fuzz.h"
 #include "quorva/modules.h"
 #include "quorva/registry.h"
 #include "quorva/rt3gppNasSec.h"
-#include "quorva/rtxContext.h"
 #include "quorva/rtxDiag.h"
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -43,12 +40,10 @@ struct Outcome {
 class Codec {
 public:
    Codec() {
-      if (rtInitContext(&ctxt_) != 0) abort();
       // Each allocation by itself: the sanitizer sees its bounds, and what nobody has set.
       rtxMemHeapSetFlags(&ctxt_, RTX_MH_RAW_ONLY);
       rtxSetPrintStream(&ctxt_, sumText, &text_);
    }
-   ~Codec() { rtFreeContext(&ctxt_); }
 
    // A context as after the last message was done with, prepared by the caller.
    template <class Function>
@@ -126,8 +121,31 @@ private:
       return value;
    }
 
-   RtxContext ctxt_;
+   Context ctxt_;
    size_t text_ = 0;
+};
+
+// The type that the first two octets name; their first bit is left to the target.
+inline const QuorvaType& typeNamed(const uint8_t* data) {
+   size_t count = 0;
+   const QuorvaType* types = quorvaTypes(&count);
+   return types[(size_t{data[0] & 0x7Fu} << 8 | data[1]) % count];
+}
+
+// A context for values that are made and encoded, as for all its runs.
+struct ValueContext : Context {
+   ValueContext() { rtxMemHeapSetFlags(this, RTX_MH_RAW_ONLY); }
+   void encode(const QuorvaType& type, void* value) {
+      if (type.encode == nullptr) return;
+      std::vector<uint8_t> output(65536);
+      rtxErrReset(this);
+      rtxCtxtSetBufPtr(this, output.data(), output.size());
+      (void)type.encode(this, value);
+   }
+   void reset() {
+      rtxMemReset(this);
+      flags &= ~(RTX_CTXT_RAW_TAIL | RTX_CTXT_STANDARD);
+   }
 };
 
 // A PDU: plain, and with a security state whose keys are set. The first octet chooses.

@@ -1,9 +1,5 @@
 // Texts and printers on any octets: hexadecimal text, UTF-8, dumps, bit strings, the bit trace.
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
-
+#include "fuzz/fuzz.h"
 #include "quorva/rtPrintToStream.h"
 #include "quorva/rtPrintToString.h"
 #include "quorva/rtxBits.h"
@@ -13,17 +9,17 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
 
-namespace {
+#include <vector>
 
-void check(bool holds) {
-   if (!holds) abort();
-}
+using namespace quorva::fuzz;
+
+namespace {
 
 void hexText(const char* text, size_t size) {
    const int count = rtxHexCharsToBinCount(text, size);
    std::vector<uint8_t> out(count > 0 ? static_cast<size_t>(count) : 0);
-   check(rtxHexCharsToBin(text, size, out.data(), out.size()) == count);
-   if (count > 0) check(rtxHexCharsToBin(text, size, out.data(), out.size() - 1) == RTX_E_TOO_SMALL);
+   need(rtxHexCharsToBin(text, size, out.data(), out.size()) == count);
+   if (count > 0) need(rtxHexCharsToBin(text, size, out.data(), out.size() - 1) == RTX_E_TOO_SMALL);
 }
 
 void utf8(const uint8_t* data, size_t size) {
@@ -31,12 +27,12 @@ void utf8(const uint8_t* data, size_t size) {
       size_t used = size;
       const int32_t codePoint = rtxUTF8DecodeChar(nullptr, data, &used);
       if (codePoint < 0) used = 1;
-      check(used >= 1 && used <= size);
+      need(used >= 1 && used <= size);
       uint8_t out[6];
       // Overlong forms come back shorter.
       if (codePoint >= 0) {
          const int nocts = rtxUTF8EncodeChar(static_cast<uint32_t>(codePoint), out, sizeof(out));
-         check(nocts >= 1 && static_cast<size_t>(nocts) <= used);
+         need(nocts >= 1 && static_cast<size_t>(nocts) <= used);
       }
       data += used;
       size -= used;
@@ -47,7 +43,7 @@ void dumps(RtxContext* pctxt, const uint8_t* data, size_t size, size_t groupSize
    rtxHexDumpToStreamEx(pctxt, data, size, groupSize);
    std::vector<char> room(size + 1);
    const int length = rtxHexDumpToStringEx(data, size, room.data(), 0, room.size(), groupSize);
-   check(length < static_cast<int>(room.size()) && memchr(room.data(), 0, room.size()));
+   need(length < static_cast<int>(room.size()) && memchr(room.data(), 0, room.size()));
 }
 
 void bitStrings(RtxContext* pctxt, const uint8_t* data, size_t size, uint32_t numbits) {
@@ -74,11 +70,11 @@ void texts(const uint8_t* data, size_t size, size_t room) {
    statuses |= rtPrintToStringBitStrNamedExt("n", numbits, data, size / 2, data + size / 2, ".", 1, &number,
                                              &name, b, room);
    statuses |= rtPrintToStringTBCDStr("n", size, data, b, room);
-   check(statuses == 0 || statuses == -1);
-   check(room == 0 || memchr(b, 0, room));
+   need(statuses == 0 || statuses == -1);
+   need(room == 0 || memchr(b, 0, room));
    rtBitStrToString(numbits, data, b, room);
    rtOctStrToString(numocts, data, b, room);
-   check(room == 0 || b[room - 1] == 0);
+   need(room == 0 || b[room - 1] == 0);
 }
 
 // Each octet steers one step of a codec.
@@ -111,8 +107,7 @@ void trace(RtxContext* pctxt, const uint8_t* data, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 2) return 0;
-   RtxContext ctxt;
-   if (rtInitContext(&ctxt) != 0) return 0;
+   Context ctxt;
    char text[512];
    RtxPrintToStringBuffer buffer = {text, sizeof(text), 0};
    rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &buffer);
@@ -123,6 +118,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    bitStrings(&ctxt, data + 1, size - 1, argument * 7u);
    texts(data + 1, size - 1, argument * size_t{argument} / 8);
    trace(&ctxt, data + 1, size - 1);
-   rtFreeContext(&ctxt);
    return 0;
 }

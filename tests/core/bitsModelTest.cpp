@@ -122,7 +122,7 @@ Octets writeThroughContext(RtxContext* c, Transport* transport, Model& model, ui
    model.octets.resize((model.pos + 7) / 8);
    if (transport != nullptr) {
       EXPECT_EQ(rtxStreamClose(c), 0);
-      return transport->data;
+      return transport->octets;
    }
    return Octets(c->bufData, c->bufData + model.octets.size());
 }
@@ -215,7 +215,7 @@ TEST(BitsModel, ReadsFromBufferAndStreams) {
       if (seed % 2 == 0) {
          c.use(octets);
       } else {
-         transport.data = octets;
+         transport.octets = octets;
          transport.chunk = 1 + reader.pick(seed % 4 == 1 ? 3 : 2000);
          attach(&c, transport, RTX_STREAM_READ);
          ASSERT_EQ(rtxStreamInitCtxtBuf(&c), 0);

@@ -72,7 +72,7 @@ TEST(Output, FlushKeepsThePartialOctet) {
    EXPECT_EQ(rtxEncBits(&c, 0xABCDE, 20), 0);
    EXPECT_TRUE(c.stream->flags & RTX_STREAM_CTXT_BUF);
    EXPECT_EQ(rtxStreamFlush(&c), 0);
-   EXPECT_EQ(c.data, (Octets{0xAB, 0xCD}));
+   EXPECT_EQ(c.octets, (Octets{0xAB, 0xCD}));
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), 20u);
    EXPECT_EQ(c.stream->bufBase, 2u);
    EXPECT_EQ(c.bufByteIndex, 0u);
@@ -86,7 +86,7 @@ TEST(Output, FlushKeepsThePartialOctet) {
    c.flags &= ~RTX_CTXT_BUFFER_MODE;
    EXPECT_EQ(rtxEncBit(&c, 1), 0);
    EXPECT_EQ(rtxStreamClose(&c), 0); // completes the octet
-   EXPECT_EQ(c.data, (Octets{0xAB, 0xCD, 0xEF, 0x80}));
+   EXPECT_EQ(c.octets, (Octets{0xAB, 0xCD, 0xEF, 0x80}));
    EXPECT_TRUE(c.closed);
    EXPECT_EQ(c.stream, nullptr);
    EXPECT_EQ(c.bufData, nullptr);
@@ -98,19 +98,19 @@ TEST(Output, LongRunsGoPastTheBuffer) {
    EXPECT_EQ(rtxEncUInt32(&c, 0xAABB, 2), 0);
    EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets.data(), 5000 * 8 - 3), 0);
    EXPECT_EQ(c.calls, 2); // the buffer, then 4999 octets at once
-   EXPECT_EQ(c.data.size(), 5001u);
+   EXPECT_EQ(c.octets.size(), 5001u);
    EXPECT_EQ(c.bufSize, 1024u);
    EXPECT_EQ(rtxEncBits(&c, octets.back() & 7u, 3), 0);
    for (size_t count : {1500u, 1900u}) // fills the buffer first, then goes past it
       EXPECT_EQ(rtxWriteBytes(&c, octets.data(), count), 0);
    EXPECT_EQ(c.lastChar, octets[1899]);
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), (5002u + 1500 + 1900) * 8);
-   EXPECT_EQ(rtxCtxtGetIOByteCount(&c), c.data.size());
+   EXPECT_EQ(rtxCtxtGetIOByteCount(&c), c.octets.size());
    EXPECT_EQ(rtxStreamClose(&c), 0);
    Octets expected{0xAA, 0xBB};
    for (ptrdiff_t count : {5000, 1500, 1900})
       expected.insert(expected.end(), octets.begin(), octets.begin() + count);
-   EXPECT_TRUE(c.data == expected);
+   EXPECT_TRUE(c.octets == expected);
 }
 
 TEST(Output, MarkKeepsTheBuffer) {
@@ -131,7 +131,7 @@ TEST(Output, MarkKeepsTheBuffer) {
    EXPECT_EQ(rtxResetToPos(&c, 0), RTX_E_BAD_ARGUMENT);
    EXPECT_EQ(rtxEncBits(&c, 0x22, 8), 0);
    EXPECT_EQ(rtxStreamClose(&c), 0);
-   EXPECT_EQ(c.data, (Octets{0x11, 0x22}));
+   EXPECT_EQ(c.octets, (Octets{0x11, 0x22}));
 }
 
 TEST(Output, UnbufferedAndMemoryStreams) {
@@ -155,7 +155,7 @@ TEST(Output, UnbufferedAndMemoryStreams) {
    EXPECT_EQ(stream->ioBytes, 7u);
    EXPECT_EQ(rtxEncBitsFromByteArray(&c, octets, 20), 0);
    EXPECT_EQ(stream->ioBytes, 9u);
-   EXPECT_EQ(c.data, (Octets{1, 2, 3}));
+   EXPECT_EQ(c.octets, (Octets{1, 2, 3}));
    EXPECT_NE(c.flags & RTX_CTXT_SYS_BUFFER, 0u); // outlives a reset of the heap
    rtxMemHeapSysFreePtr(&c, c.bufData);
    c.bufData = nullptr;
@@ -185,18 +185,18 @@ TEST(Input, GreedyLoadsAndPositions) {
    Octets target(3000);
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 2000), 0); // past the buffer
    EXPECT_EQ(c.calls, 2);
-   EXPECT_EQ(target[1999], c.data[2000]);
+   EXPECT_EQ(target[1999], c.octets[2000]);
    EXPECT_EQ(rtxCtxtGetBitOffset(&c), 2001u * 8);
    EXPECT_EQ(rtxSkipBytes(&c, 9), 0);
    EXPECT_EQ(rtxPeekByte(&c, &octet), 1);
-   EXPECT_EQ(octet, c.data[2010]);
+   EXPECT_EQ(octet, c.octets[2010]);
    EXPECT_EQ(rtxMoveBitCursor(&c, 3), 0);
    EXPECT_EQ(after(c, rtxMoveBitCursor(&c, 1000 * 8 + 2)), After(0, 3010u * 8 + 5)); // past what is loaded
    EXPECT_EQ(rtxMoveBitCursor(&c, -5), 0);
    uint8_t* data = nullptr;
    uint8_t allocated = 0;
    EXPECT_EQ(rtxReadBytesDynamic(&c, &data, 20, &allocated), 0);
-   EXPECT_EQ(data[19], c.data[3029]);
+   EXPECT_EQ(data[19], c.octets[3029]);
    size_t got = 0;
    EXPECT_EQ(rtxPeekBytes(&c, target.data(), 3000, 2000, &got), 0);
    EXPECT_EQ(got, 970u);
@@ -220,10 +220,10 @@ TEST(Input, LongReadsAllocateAndCapture) {
    uint8_t allocated = 0;
    EXPECT_EQ(rtxReadBytesDynamic(&c, &data, 1500, &allocated), 0);
    EXPECT_EQ(allocated, 1);
-   EXPECT_EQ(data[1499], transport.data[1499]);
+   EXPECT_EQ(data[1499], transport.octets[1499]);
    EXPECT_EQ(rtxReadBytes(&c, nullptr, 1500), 0); // passes over them
    EXPECT_EQ(rtxMemBufGetDataLen(&capture), 3000u);
-   EXPECT_EQ(std::memcmp(capture.bufferData, transport.data.data(), 3000), 0);
+   EXPECT_EQ(std::memcmp(capture.bufferData, transport.octets.data(), 3000), 0);
    EXPECT_EQ(rtxReadBytes(&c, nullptr, 1), RTX_E_END_OF_STREAM);
    rtxMemBufFree(&capture);
 }
@@ -243,10 +243,10 @@ TEST(Input, MarkInTheBufferSurvivesLongReads) {
    EXPECT_EQ(pos, 3500u);
    EXPECT_EQ(rtxResetToPos(&c, 5), 0); // back, the mark stays
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 1), 0);
-   EXPECT_EQ(target[0], c.data[15]);
+   EXPECT_EQ(target[0], c.octets[15]);
    EXPECT_EQ(rtxResetToPos(&c, 0), 0);
    EXPECT_EQ(rtxReadBytes(&c, target.data(), 5000), 0);
-   EXPECT_TRUE(std::equal(target.begin(), target.end(), c.data.begin() + 10));
+   EXPECT_TRUE(std::equal(target.begin(), target.end(), c.octets.begin() + 10));
 }
 
 TEST(Input, PositionsOfTheTransport) {
@@ -258,13 +258,13 @@ TEST(Input, PositionsOfTheTransport) {
    const int calls = c.calls;
    EXPECT_EQ(rtxResetToPos(&c, 2003), 0);
    EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0);
-   EXPECT_EQ(octet, c.data[2003]);
+   EXPECT_EQ(octet, c.octets[2003]);
    EXPECT_EQ(c.calls, calls);
    for (size_t pos : {7u, 5500u}) { // before the buffer, and behind it
       EXPECT_EQ(rtxResetToPos(&c, pos), 0);
       EXPECT_EQ(rtxCtxtGetBitOffset(&c), pos * 8);
       EXPECT_EQ(rtxReadBytes(&c, &octet, 1), 0);
-      EXPECT_EQ(octet, c.data[pos]);
+      EXPECT_EQ(octet, c.octets[pos]);
    }
    c.stream->flags &= static_cast<uint16_t>(~RTX_STREAM_CTXT_BUF);
    c.stream->setPos = nullptr;

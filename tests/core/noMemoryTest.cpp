@@ -100,6 +100,7 @@ TEST(NoMemory, StreamsGiveUpCleanly) {
       size_t pos;
       // The records of the streams are the test's; what the library allocates for them is to fail.
       RtxStream* output = attach(&c, out, RTX_STREAM_WRITE);
+      c.stream = nullptr;
       attach(&c, in, RTX_STREAM_READ);
       arm();
       steps.status(rtxReadBytes(&c, target.data(), 10));

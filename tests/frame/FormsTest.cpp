@@ -1,5 +1,6 @@
 // Short and full form over all types.
 #include "tests/frame/forms.h"
+#include "tests/support/typeVectors.h"
 #include "tests/support/vectors.h"
 
 #include <random>
@@ -44,13 +45,8 @@ TEST_P(Forms, LeaveTheSame) {
 
 // What the descriptions give as examples, and messages from elsewhere, whole and with bits turned.
 TEST_P(Forms, LeaveTheSameOfRealOctets) {
-   const struct {
-      const char *type, *octets, *place;
-   } described[] = {
-#include "tests/vectors.inc"
-   };
    std::vector<std::pair<const char*, std::vector<uint8_t>>> inputs;
-   for (const auto& vector : described) inputs.emplace_back(vector.type, octetsFromHex(vector.octets));
+   for (const auto& vector : kVectors) inputs.emplace_back(vector.type, octetsFromHex(vector.octets));
    for (const auto& [type, vector] : messageVectors(QUORVA_TEST_DATA "/vectors"))
       inputs.emplace_back(type, vector.octets);
    Pair pair(GetParam());

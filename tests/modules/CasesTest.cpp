@@ -1,20 +1,32 @@
 // Octets at the edges of types: tests/vectors/cases-*.txt, whose form the head of cases-ts24008.txt tells.
 
+#include "quorva/reflect.h"
 #include "tests/frame/frameTest.h"
 #include "tests/modules/messages.h"
 
+#include <bit>
 #include <regex>
+#include <set>
 
 using namespace quorva::test;
 
 namespace {
 
+// A record that is changed, and what it is encoded to.
+struct Change {
+   std::string place;
+   std::vector<std::string> steps;
+   std::string state;
+};
+
 struct Case {
    std::string place, type, hex, state;
    uint16_t release = 0; // of the protocol; 0 is the newest
-   bool nullKeys = false;
+   bool nullKeys = false, uplink = false;
    std::vector<std::string> fields;
    std::string again;
+   std::vector<Change> changes;
+   std::set<size_t> lengths;
 };
 
 // "[00 01]*3" stands for its octets thrice.
@@ -42,14 +54,26 @@ std::vector<Case> casesOf(const std::string& name) {
       std::istringstream words(line);
       std::string word;
       if (indent == 0) {
-         next.release = 0, next.nullKeys = false;
+         next.release = 0, next.nullKeys = next.uplink = false;
          for (words >> next.type; words >> word;) {
             if (word == "null")
                next.nullKeys = true;
+            else if (word == "uplink")
+               next.uplink = true;
             else
                next.release = static_cast<uint16_t>(std::stoul(word.substr(word.find('=') + 1)));
          }
-      } else if (const size_t arrow = line.find("=> "); arrow != std::string::npos) {
+      } else if (const size_t arrow = line.find("=> "); line.compare(indent, 4, "but ") == 0) {
+         Change change = {next.place, {}, unfolded(line.substr(arrow + 3))};
+         for (words >> word; words >> word && word != "=>";) change.steps.push_back(unfolded(word));
+         cases.at(cases.size() - 1).changes.push_back(change);
+      } else if (line.compare(indent, 8, "lengths ") == 0) {
+         cases.push_back(next);
+         cases.back().hex = cases.back().state = "";
+         for (words >> word; words >> word;)
+            for (size_t i = std::stoul(word); i <= std::stoul(word.substr(word.find('-') + 1)); ++i)
+               cases.back().lengths.insert(i);
+      } else if (arrow != std::string::npos) {
          next.hex = unfolded(line.substr(0, arrow));
          next.state = line.substr(arrow + 3);
          cases.push_back(next);
@@ -86,10 +110,62 @@ std::string valueAt(const Leaves& leaves, const std::string& path) {
    return names ? found : "-";
 }
 
+// One step of a change, of the form that the head of cases-ts24008.txt tells.
+void change(RtxContext* context, const QuorvaType* type, void* record, const std::string& step) {
+   SCOPED_TRACE(step);
+   const size_t equals = step.find('=');
+   if (step[0] == '-') {
+      EXPECT_EQ(quorvaRemove(context, type, record, step.c_str() + 1), 0);
+   } else if (equals == 0 || step[equals - 1] != ':') {
+      const std::string path = step.substr(0, equals);
+      EXPECT_EQ(quorvaSet(context, type, record, path.c_str(), step.c_str() + equals + 1), 0);
+   } else {
+      // Behind a count or a selector stands the pointer to what is counted or selected.
+      static const std::regex pointer(R"((elem|u)$)");
+      const std::string path = step.substr(0, equals - 1);
+      QuorvaItem item;
+      if (std::regex_search(path, pointer)) {
+         const std::string beside = std::regex_replace(path, pointer, path.back() == 'u' ? "t" : "n");
+         ASSERT_EQ(quorvaGet(context, type, record, beside.c_str(), &item), 0);
+         std::memset(static_cast<uint8_t*>(const_cast<void*>(item.data)) + sizeof(void*), 0, sizeof(void*));
+      } else {
+         ASSERT_EQ(quorvaGet(context, type, record, path.c_str(), &item), 0);
+         // The number that lies there tells how many octets it has.
+         ASSERT_TRUE(item.number != 0 || item.kind == QUORVA_ENUM);
+         auto* at = static_cast<uint8_t*>(const_cast<void*>(item.data));
+         const size_t least = item.kind == QUORVA_ENUM ? 4 : 1;
+         if (std::endian::native == std::endian::big)
+            for (uint64_t number = *at, i = 1; i < least || (number != item.number && i < 8); ++i)
+               number = number << 8 | *++at;
+         *at = static_cast<uint8_t>(std::stoul(step.substr(equals + 1), nullptr, 0));
+      }
+   }
+}
+
+// Other lengths fail ahead of the contents, with the name of the length on the stack; of counted octets
+// behind them.
+void checkLengths(const Case& c, const QuorvaType* type) {
+   const std::string name = c.type.substr(c.type.find('_') + 1);
+   const std::string contents = unfolded("[01]*256");
+   std::set<size_t> taken;
+   for (size_t length = 0; length < 256; ++length) {
+      std::vector<uint64_t> record(type->size / 8 + 1);
+      const auto octet = static_cast<uint8_t>(length);
+      const std::string state = decoded(hexFromOctets(&octet, 1) + contents, [&](RtxContext* context) {
+         return type->decode(context, record.data());
+      });
+      if (state != "-16 @1.0 names=" + name + ".length level=1" &&
+          state != "-16 @" + std::to_string(1 + length) + ".0 names=" + name)
+         taken.insert(length);
+   }
+   EXPECT_EQ(taken, c.lengths);
+}
+
 void check(const Case& c) {
    SCOPED_TRACE(c.place + ": " + c.type + " " + c.hex);
    const QuorvaType* type = quorvaFindType(c.type.c_str());
    ASSERT_NE(type, nullptr);
+   if (!c.lengths.empty()) return checkLengths(c, type);
    // Neither the record nor what the heap hands out next is clear.
    std::vector<uint64_t> record;
    const auto decode = [&](RtxContext* context) {
@@ -97,6 +173,7 @@ void check(const Case& c) {
       std::memset(block, 'x', 1024);
       rtxMemHeapFreePtr(context, block);
       context->protocolRelease = c.release;
+      if (c.uplink) rtxCtxtSetFlag(context, RTX_CTXT_UPLINK);
       if (c.nullKeys) SecurityState().apply(context);
       record.assign(type->size / 8 + 1, 0xA5A5A5A5A5A5A5A5);
       if (type->init != nullptr) type->init(record.data());
@@ -119,9 +196,32 @@ void check(const Case& c) {
       EXPECT_EQ(path + "=" + valueAt(leaves, path), field);
    }
    if (status < 0) return;
-   std::string output = encoded([&](RtxContext* other) { return type->encode(other, record.data()); }, 1024);
-   output.resize(output.find_last_not_of(' ') + 1);
-   EXPECT_EQ(output, c.again.empty() ? hexFromOctets(octetsOf(c.hex)).substr(0, 2 * used) : c.again);
+   const auto encodedNow = [&](bool behindTail) {
+      std::string output = encoded(
+            [&](RtxContext* other) {
+               std::vector<uint64_t> copy = record; // encoders write lengths into it
+               if (behindTail) rtxCtxtSetFlag(other, RTX_CTXT_RAW_TAIL);
+               return type->encode(other, copy.data());
+            },
+            2048);
+      output.resize(output.find_last_not_of(' ') + 1);
+      return output;
+   };
+   EXPECT_EQ(encodedNow(false),
+             c.again.empty() ? hexFromOctets(octetsOf(c.hex)).substr(0, 2 * used) : c.again);
+   for (const Change& each : c.changes) {
+      rtxErrReset(context);
+      context.decode(octetsOf(c.hex));
+      EXPECT_GE(decode(context), 0);
+      bool behindTail = false;
+      for (const std::string& step : each.steps) {
+         if (step == "tail")
+            behindTail = true;
+         else
+            change(context, type, record.data(), step);
+      }
+      EXPECT_EQ(encodedNow(behindTail), each.state) << each.place;
+   }
 }
 
 class Cases : public testing::TestWithParam<const char*> {};
@@ -133,6 +233,7 @@ TEST_P(Cases, EndInTheirStateAndEncodeBack) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Cases,
-                         testing::Values("eps", "5gs", "ts24008", "frame", "ts44018ie", "ts44018-messages"));
+                         testing::Values("eps", "5gs", "ts24008", "frame", "ts44018ie", "ts44018-messages",
+                                         "encoders"));
 
 } // namespace

@@ -2,6 +2,7 @@
 // its record is.
 
 #include "modules/records.h"
+#include "tests/support/typeVectors.h"
 #include "tests/support/vectors.h"
 
 #include <map>
@@ -56,13 +57,6 @@ Extent extentOf(const std::string& figure, const std::string& type) {
    }
    return extent;
 }
-
-struct TypeVector {
-   const char *type, *octets, *place;
-};
-constexpr TypeVector kVectors[] = {
-#include "tests/vectors.inc"
-};
 
 TEST(Figures, HaveAsManyOctetsAsSamplesAndVectors) {
    std::map<std::string, size_t> longest;

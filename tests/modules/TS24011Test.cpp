@@ -1,4 +1,4 @@
-// Elements, messages and PDUs of the short message control and relay protocols, TS 24.011.
+// A PDU of the short message control protocol, TS 24.011, without memory.
 
 #include "quorva/TS24011Msg.h"
 #include "tests/modules/codecs.h"
@@ -8,40 +8,6 @@
 using namespace quorva::test;
 
 namespace {
-
-TEST(SmsElements, AnAddressWithoutANumber) {
-   TestContext context;
-   TS24011IE_RPAddress record;
-   record.number = "123";
-   EXPECT_EQ(decode(context, "01 91", NASDec_TS24011IE_RPAddress, &record), 0);
-   EXPECT_STREQ(record.number, "");
-   // The ext bit comes out as 1 whatever it was.
-   EXPECT_EQ(decode(context, "02 11 21", NASDec_TS24011IE_RPAddress, &record), 0);
-   EXPECT_EQ(encode(context, NASEnc_TS24011IE_RPAddress, &record), "02 91 21");
-   // Too long a number is found behind the writing.
-   record.number = "123456789012345678901";
-   EXPECT_EQ(encode(context, NASEnc_TS24011IE_RPAddress, &record), "status -16");
-   EXPECT_EQ(context.used(), 13u);
-}
-
-// The transaction identifier stays a skip indicator, and is written back as one.
-TEST(ControlPdu, LeavesTheTransactionIdentifierAlone) {
-   Message message("TS24011Msg_CP_PDU");
-   ASSERT_EQ(message.decode(octets("D9 10 51")), 0);
-   auto& pdu = message.as<TS24011Msg_CP_PDU>();
-   EXPECT_EQ(pdu.l3HdrOpts.t, 1u);
-   EXPECT_EQ(pdu.l3HdrOpts.u.skipInd, 13);
-   pdu.l3HdrOpts.t = 2;
-   pdu.l3HdrOpts.u.transId = {1, 3};
-   int status = 0;
-   EXPECT_EQ(spaced(message.encode(status)), "b9 10 51");
-   pdu.data.t = 4;
-   message.encode(status);
-   EXPECT_EQ(status, RTX_E_BAD_CHOICE);
-   pdu.data.t = 0;
-   message.encode(status);
-   EXPECT_EQ(status, RTX_E_BAD_CHOICE);
-}
 
 TEST(ControlPdu, NoMemoryForTheRecord) {
    system_memory::reset();
@@ -62,18 +28,6 @@ TEST(ControlPdu, NoMemoryForTheRecord) {
    EXPECT_STREQ(static_cast<const char*>(context.elemNames.tail->data), "data");
    rtFreeContext(&context);
    system_memory::failHook = nullptr;
-}
-
-TEST(RelayPdu, EncoderRefusesOtherMessageTypes) {
-   Message message("TS24011Msg_RP_PDU");
-   ASSERT_EQ(message.decode(octets("06 02")), 0);
-   message.as<TS24011Msg_RP_PDU>().header.rpMsgType = 7;
-   int status = 0;
-   message.encode(status);
-   EXPECT_EQ(status, RTX_E_BAD_CHOICE);
-   message.as<TS24011Msg_RP_PDU>().header.rpMsgType = 8;
-   message.encode(status);
-   EXPECT_EQ(status, RTX_E_CONSTRAINT);
 }
 
 } // namespace

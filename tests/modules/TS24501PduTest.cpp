@@ -63,31 +63,6 @@ TEST(Header5GS, WhatTheEncoderProtects) {
    }
 }
 
-TEST(Header5GS, WhatTheEncoderRefuses) {
-   const auto encodeWith = [](auto change) {
-      Pdu5GS pdu;
-      EXPECT_EQ(pdu.decode("7E 00 5B 01"), 0);
-      change(pdu.record());
-      return pdu.encoded();
-   };
-   EXPECT_EQ(encodeWith([](auto&) {}), "7e 00 5b 01");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.t = 0; }), "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.t = 58; }), "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.data.u.obj_IdentityRequest5G = nullptr; }), "status -47");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.protoDiscr = TS24501Msg_NAS5GProtoDiscr_maxProtoDiscr; }),
-             "status -9");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.protoDiscr = 0; }), "status -4");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.hdrData.u.mm.spare1 = 16; }), "status -16");
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.hdrData.u.mm.secHdrType = 5; }), "status -4");
-   EXPECT_EQ(encodeWith([](auto& pdu) {
-                pdu.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
-                pdu.hdrData.u.sm = {16, 0};
-             }),
-             "status -4");
-   // The message's type is not compared with what is encoded.
-   EXPECT_EQ(encodeWith([](auto& pdu) { pdu.msgType = 0x99; }), "7e 00 99 01");
-}
-
 // The type of the security header can be asked for whether there is one or not.
 TEST(Header5GS, APlainMessageHasTheTypeOfNone) {
    const auto decoded = [](const char* name, const char* hex) {
@@ -109,51 +84,6 @@ TEST(Header5GS, APlainMessageHasTheTypeOfNone) {
    EXPECT_EQ(decoded("TS24301Msg_PDU", "075501"), "0 @3.0");
    EXPECT_EQ(decoded("TS24301Msg_PDU", "5201D9"), "0 @3.0");
    EXPECT_EQ(decoded("TS24301Msg_PDU", "02"), "-2 @1.0 names=PDU.pti.value level=2 errors=-2");
-}
-
-// A type that was decoded before is not looked at once its bit is clear.
-TEST(Payloads5GS, AnAbsentTypeCountsAsZero) {
-   Pdu5GS pdu;
-   ASSERT_EQ(pdu.decode("7E 00 41 79 0001 00 85 7B 0002 AABB"), 0);
-   pdu.record().data.u.obj_RegRequest5G->m.containerTypePresent = 0;
-   EXPECT_EQ(pdu.encoded(), "status -9");
-}
-
-// --- Open tails
-
-// A container without a length ends the message: no optional element is written behind it, and the flag stays
-// set. It strips the optional elements of the next message too, until the caller clears it.
-TEST(OpenTails5GS, StripOptionalElements) {
-   Pdu5GS pdu;
-   ASSERT_EQ(pdu.decode("7E 00 68 04 00 00112233445566778899AABBCCDDEEFF 0001 AABB"), 0);
-   auto* transport = pdu.record().data.u.obj_DLNASTrans5G;
-   transport->m.pduSessionIdPresent = 1;
-   transport->pduSessionId = 5;
-   transport->m.group1Present = transport->m.lowerBoundPresent = 1;
-   EXPECT_EQ(pdu.encoded(), "7e 00 68 04 00 00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff 00 01 aa bb");
-   EXPECT_NE(pdu.context()->flags & RTX_CTXT_RAW_TAIL, 0u);
-
-   // Of these messages only the mandatory part is written.
-   for (const char* hex : {"7E 00 42 01 01 5E 01 B6", "7E 00 54 D1", "7E 00 5E 71 0002 AABB",
-                           "7E 00 4C 10 0007 F4 0040F100C843 40 02 0004", "7E 00 41 79 0001 00 10 01 07",
-                           "7E 00 68 01 0005 2E0501D61A 1205"}) {
-      ASSERT_EQ(pdu.decode(hex), 0);
-      rtxCtxtClearFlag(pdu.context(), RTX_CTXT_RAW_TAIL);
-      EXPECT_EQ(pdu.encoded(), spaced(octets(hex)));
-      rtxCtxtSetFlag(pdu.context(), RTX_CTXT_RAW_TAIL);
-      const std::string stripped = pdu.encoded();
-      // An element with a length in the mandatory part closes what is open.
-      const bool closes = octets(hex)[2] == 0x4C || octets(hex)[2] == 0x41 || octets(hex)[2] == 0x42 ||
-                          octets(hex)[2] == 0x68;
-      EXPECT_EQ(stripped == spaced(octets(hex)), closes) << hex;
-      if (!closes) {
-         EXPECT_EQ(stripped, spaced(octets(hex)).substr(0, 8)) << hex;
-      }
-   }
-   // Other messages don't ask for the flag.
-   ASSERT_EQ(pdu.decode("7E 00 66 50 02 0004"), 0);
-   rtxCtxtSetFlag(pdu.context(), RTX_CTXT_RAW_TAIL);
-   EXPECT_EQ(pdu.encoded(), "7e 00 66 50 02 00 04");
 }
 
 } // namespace

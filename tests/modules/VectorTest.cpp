@@ -6,6 +6,7 @@
 #include "quorva/rtxError.h"
 #include "quorva/rtxMemHeap.h"
 #include "support/context.h"
+#include "support/typeVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -16,17 +17,9 @@
 namespace {
 
 using quorva::test::hexFromOctets;
+using quorva::test::kVectors;
 using quorva::test::octetsFromHex;
-
-struct TypeVector {
-   const char* type;
-   const char* octets;
-   const char* place;
-};
-
-constexpr TypeVector kVectors[] = {
-#include "tests/vectors.inc"
-};
+using quorva::test::TypeVector;
 
 // What is wrong with a vector; empty if nothing is.
 std::string faultOf(const TypeVector& vector) {

@@ -5,6 +5,7 @@
 #include "quorva/modules.h"
 #include "quorva/reflect.h"
 #include "support/context.h"
+#include "support/typeVectors.h"
 #include "support/vectors.h"
 
 #include <fstream>
@@ -14,15 +15,6 @@ using namespace quorva::test;
 using quorva_test::Capture;
 
 namespace {
-
-struct TypeVector {
-   const char* type;
-   const char* octets;
-   const char* place;
-};
-constexpr TypeVector kVectors[] = {
-#include "tests/vectors.inc"
-};
 
 std::string toJson(const QuorvaType& type, const void* value, const RtxContext* ctxt = nullptr) {
    size_t size = 0;
@@ -286,7 +278,6 @@ TEST(Json, TextsHoldWhatTheyMust) {
    }
 }
 
-// Wherever the room ends the text is cut there, and its whole length told.
 // The encoder goes by the first octet, as it must; what it finds behind the filters is nobody else's.
 TEST(Json, PacketFiltersHaveRoomForAsManyAsTheFirstOctetSays) {
    const QuorvaType& type = *quorvaFindType("TS24008IE_TFT");
@@ -304,6 +295,7 @@ TEST(Json, PacketFiltersHaveRoomForAsManyAsTheFirstOctetSays) {
    }
 }
 
+// Wherever the room ends the text is cut there, and its whole length told.
 TEST(Json, TextsAreCutWhereTheirRoomEnds) {
    const QuorvaType& type = *quorvaFindType("TS24301IE_UENetworkCapability");
    Capture capture;

@@ -354,7 +354,7 @@ TEST(Base64, WritesEachCallAsATextOfItsOwn) {
    for (const char* text : {"foobar", "f", "fo"})
       ASSERT_EQ(rtxStreamWrite(context, reinterpret_cast<const uint8_t*>(text), std::strlen(text)), 0);
    EXPECT_EQ(std::string(ground.octets.begin(), ground.octets.end()), "Zm9vYmFyZg==Zm8=");
-   EXPECT_EQ(ground.writes, 4); // four characters each
+   EXPECT_EQ(ground.calls, 4); // four characters each
    ground.failure = RTX_E_FILE_WRITE;
    EXPECT_EQ(rtxStreamWrite(context, numbered(3).data(), 3), RTX_E_FILE_WRITE);
 }

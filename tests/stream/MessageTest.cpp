@@ -239,7 +239,7 @@ TEST(MessageOnStream, WritesInOnePieceOrReportsThatItCouldNot) {
    ASSERT_EQ(attachDribble(context, ground, RTX_STREAM_WRITE), 0);
    void* sample = type.sample(context);
    ASSERT_EQ(type.encode(context, sample), 0);
-   EXPECT_EQ(ground.writes, 1);
+   EXPECT_EQ(ground.calls, 1);
    const Octets once = ground.octets;
    ground.failure = RTX_E_FILE_WRITE;
    EXPECT_EQ(type.encode(context, sample), RTX_E_FILE_WRITE);

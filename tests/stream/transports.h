@@ -7,11 +7,10 @@
 #define QUORVA_TESTS_STREAM_TRANSPORTS_H
 
 #include "quorva/rtxMemHeap.h"
-#include "quorva/rtxStream.h"
 #include "tests/support/context.h"
+#include "tests/support/transport.h"
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -46,13 +45,8 @@ struct TemporaryFile {
    FILE* file;
 };
 
-/** What a stream under test stands on; it outlives the stream. */
-struct Ground {
-   Octets octets;           ///< of a source, or what a sink has got
-   size_t pos = 0;          ///< in a source
-   size_t chunk = SIZE_MAX; ///< most octets of one read
-   int failure = 0;         ///< status of all operations, if not 0
-   int writes = 0;
+/** What a stream under test stands on. */
+struct Ground : Transport {
    std::unique_ptr<TemporaryFile> file;
    int descriptors[2] = {-1, -1};
    std::shared_ptr<void> more; ///< for a row's own needs
@@ -66,40 +60,8 @@ struct Ground {
    Ground& operator=(const Ground&) = delete;
 };
 
-/** A stream of the test's own, as others may add them: `chunk` octets a read, no positions, no marks. */
 inline int attachDribble(RtxContext* pctxt, Ground& ground, uint16_t flags) {
-   const int status = rtxStreamInit(pctxt);
-   if (status < 0) return status;
-   const auto of = [](RtxStream* stream) -> Ground& { return *static_cast<Ground*>(stream->extra); };
-   static const auto groundOf = of;
-   RtxStream* stream = pctxt->stream;
-   stream->extra = &ground;
-   stream->kind = 99;
-   stream->flags = flags;
-   stream->inputLimit = SIZE_MAX;
-   stream->read = [](RtxStream* self, uint8_t* target, size_t maxocts) -> ptrdiff_t {
-      Ground& from = groundOf(self);
-      if (from.failure != 0) return from.failure;
-      const size_t run = std::min({maxocts, from.chunk, from.octets.size() - from.pos});
-      if (run != 0) std::memcpy(target, from.octets.data() + from.pos, run);
-      from.pos += run;
-      return static_cast<ptrdiff_t>(run);
-   };
-   stream->skip = [](RtxStream* self, size_t numocts) {
-      Ground& from = groundOf(self);
-      if (numocts > from.octets.size() - from.pos) return RTX_E_END_OF_STREAM;
-      from.pos += numocts;
-      return 0;
-   };
-   stream->write = [](RtxStream* self, const uint8_t* octets, size_t numocts) {
-      Ground& to = groundOf(self);
-      ++to.writes;
-      if (to.failure != 0) return to.failure;
-      to.octets.insert(to.octets.end(), octets, octets + numocts);
-      return 0;
-   };
-   stream->close = [](RtxStream*) { return 0; };
-   return 0;
+   return attach(pctxt, ground, flags, false, 99) != nullptr ? 0 : RTX_E_NOMEM;
 }
 
 inline Octets hexText(const Octets& octets) {

@@ -199,6 +199,15 @@ inline const char* radioPdu(const Vector& vector) {
    return vector.direction == "ul" ? "TS44018Msg_UL_DCCH_PDU" : "TS44018Msg_DL_DCCH_PDU";
 }
 
+/** The PDU that decodes a malformed message. */
+inline const char* pduOf(const Vector& vector) {
+   const std::string& family = vector.fact("family");
+   if (family == "eps") return "TS24301Msg_PDU";
+   if (family == "5gs") return "TS24501Msg_PDU";
+   if (family == "l2-pseudo-length") return "TS44018Msg_L2_PSEUDO_LEN_PDU";
+   return (vector.octets[0] & 15) == 9 ? "TS24011Msg_CP_PDU" : "TS24008Msg_PDU";
+}
+
 /** All NAS, SMS and radio vectors of a folder, each with the name of the PDU that decodes it. */
 inline std::vector<std::pair<const char*, Vector>> messageVectors(const std::string& folder) {
    static const struct {

@@ -9,6 +9,7 @@
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxPrintToStream.h"
 #include "support/context.h"
+#include "support/typeVectors.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -74,20 +75,6 @@ void showAllWays(const char* typeName, const std::string& name, const Octets& oc
    for (const uint32_t mode : {0u, uint32_t{RTX_CTXT_STANDARD}})
       for (const bool traced : {false, true}) show(*type, octets, direction, mode, traced);
 }
-
-const char* pduOf(const Vector& vector) {
-   const std::string& family = vector.fact("family");
-   if (family == "eps") return "TS24301Msg_PDU";
-   if (family == "5gs") return "TS24501Msg_PDU";
-   if (family == "l2-pseudo-length") return "TS44018Msg_L2_PSEUDO_LEN_PDU";
-   return (vector.octets[0] & 15) == 9 ? "TS24011Msg_CP_PDU" : "TS24008Msg_PDU";
-}
-
-constexpr struct {
-   const char *type, *octets, *place;
-} kVectors[] = {
-#include "tests/vectors.inc"
-};
 
 void showAll(const std::string& folder) {
    size_t count = 0;

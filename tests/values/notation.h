@@ -45,7 +45,7 @@ inline std::string readBy(const Reader& reader, const std::string& text) {
       static_cast<Transport&>(s).chunk = chunk;
       value.clear();
       const int streamed = reader(&s, value);
-      const size_t unread = s.data.size() - s.pos + s.bufSize - s.bufByteIndex;
+      const size_t unread = s.octets.size() - s.pos + s.bufSize - s.bufByteIndex;
       EXPECT_EQ(outcome(s, streamed, value, text.substr(text.size() - unread)), result) << text << chunk;
    }
    return result;
@@ -67,7 +67,7 @@ inline std::string writtenBy(const Writer& writer) {
    Streamed s(RTX_STREAM_WRITE);
    EXPECT_EQ(writer(&s), 0);
    EXPECT_EQ(rtxStreamFlush(&s), 0);
-   EXPECT_EQ(std::string(s.data.begin(), s.data.end()), text);
+   EXPECT_EQ(std::string(s.octets.begin(), s.octets.end()), text);
    return text;
 }
 

@@ -1,8 +1,0 @@
-// PDU TS24011Msg_CP_PDU.
-
-#include "fuzz/registry.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-   static const QuorvaType* type = quorvaFindType("TS24011Msg_CP_PDU");
-   return quorva::fuzz::runPdu(*type, data, size);
-}
