@@ -29,7 +29,7 @@ int rtxEncQ825TBCDString(RtxContext* pctxt, const char* str) {
       if (pair < 0) return recordFailure(pctxt, RTX_E_BAD_CHAR);
       const uint8_t octet = static_cast<uint8_t>(pair);
       if (pctxt->bufBitsLeft == 8 && pctxt->stream == nullptr && pctxt->bufByteIndex < pctxt->bufSize)
-         pctxt->bufData[pctxt->bufByteIndex++] = octet;
+         pctxt->bufData[pctxt->bufByteIndex++] = pctxt->lastChar = octet;
       else if (const int stat = rtxWriteBytes(pctxt, &octet, 1); stat != RTX_OK)
          return recordFailure(pctxt, stat);
       str += str[1] != 0 ? 2 : 1;

@@ -132,8 +132,8 @@ int decodeWhole(RtxContext* pctxt, int (*decode)(void* argument), void* argument
       const Aside aside(pctxt);
       status = decode(argument);
    }
-   // A failed skip leaves the cursor beyond the message, in what is not its own.
-   if (pctxt->bufByteIndex > pctxt->bufSize) {
+   // A failed skip leaves the cursor beyond the message, in what is not its own; maybe by bits alone.
+   if (pctxt->bufByteIndex >= pctxt->bufSize) {
       pctxt->bufByteIndex = pctxt->bufSize;
       pctxt->bufBitsLeft = 8;
    }

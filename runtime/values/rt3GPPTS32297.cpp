@@ -123,7 +123,7 @@ public:
 
    // Takes a number, not a code; 99 is beyond the codes then.
    void release(uint32_t number, uint32_t version) {
-      if (number < 3) return keep(RTX_E_BAD_VALUE);
+      if (status_ == RTX_OK && number < 3) keep(RTX_E_BAD_VALUE);
       bits(number < firstExtended ? number - 3 : extendedCode, 3);
       bits(version < maxVersion ? version : maxVersion, 5);
    }
@@ -239,11 +239,10 @@ int rtDecTS32297Hdr(RtxContext* pctxt, RtTS32297Hdr* hdr) {
    }
    hdr->release = read.release;
    hdr->version = read.version;
-   if (reader.number(hdr->tsNumber)) hdr->dataRecordFormat = hdr->tsNumber >> 5;
-   if (extended) {
-      if (reader.number(hdr->releaseExtension)) hdr->releaseExtPresent = 1;
-   } else if (reader.status() == RTX_OK) {
-      hdr->releaseExtPresent = 0;
+   if (reader.number(hdr->tsNumber)) {
+      hdr->dataRecordFormat = hdr->tsNumber >> 5;
+      hdr->releaseExtPresent = extended;
+      if (extended) reader.number(hdr->releaseExtension);
    }
    return reader.status() == RTX_OK ? static_cast<int>(reader.position()) : reader.status();
 }

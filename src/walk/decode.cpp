@@ -917,7 +917,14 @@ int decodeType(RtxContext* ctxt, const Module& module, const Type& type, uint8_t
 int decode(RtxContext* ctxt, const Module& module, unsigned type, void* value, uint64_t parameter) {
    if (hot::streamActive(ctxt)) [[unlikely]]
       return stream::fromStream(ctxt, [=, &module] { return decode(ctxt, module, type, value, parameter); });
-   return decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter, kNoOuter);
+   const size_t before = ctxt->errList.count;
+   const int status =
+         decodeType(ctxt, module, module.types[type], static_cast<uint8_t*>(value), parameter, kNoOuter);
+   // Standard mode drops no status: what a message inside has reported, while no other waits for it.
+   if (ctxt->errList.count != before && status == 0 && isStandard(ctxt) && ctxt->elemNames.head == nullptr)
+         [[unlikely]]
+      return messageStatus(ctxt);
+   return status;
 }
 
 int decodeExactly(RtxContext* ctxt, const Module& module, unsigned type, void* value) {

@@ -117,8 +117,12 @@ private:
       if (row.kind == Kind::Store || row.kind == Kind::Constant || row.kind == Kind::Null) return 0;
       const bool hasName = (wire.flags & kUnnamedOnWire) == 0;
       if (hasName) L3_TRY(named(at.module.texts + wire.name));
+      // A length has its name for itself, not for what it is the length of.
+      const bool isLength = row.kind == Kind::Length;
+      if (isLength && row.width != 0) L3_TRY(fits(load(at.record + row.offset, row.width), wire.bits));
+      if (isLength && hasName) unnamed();
       L3_TRY(contents(at, row, wire));
-      if (hasName) unnamed();
+      if (!isLength && hasName) unnamed();
       return 0;
    }
 
@@ -154,8 +158,6 @@ private:
       case Kind::List: return list(at, row, wire);
       case Kind::Choice: return choice(at, row, wire);
       case Kind::Length:
-         L3_TRY(row.width == 0 ? 0 : fits(load(place, row.width), wire.bits));
-         [[fallthrough]];
       case Kind::Since:
       case Kind::Swap:
       case Kind::Span: return block(at, row.first, unsigned{row.first} + row.rows);
@@ -206,7 +208,15 @@ private:
       const uint64_t on = own ? load(at.record + row.count, 4) : at.value(wire.argument);
       const Row* arm = findArm(at.module, row, on);
       if (arm == nullptr || !hasBit(at.record, arm->presence)) return 0;
-      return field(at, static_cast<unsigned>(arm - at.module.rows));
+      // That of a message has the name of the union ahead, as with its encoder.
+      const Arm* arms = at.module.arms + row.first;
+      const bool ofMessages = Named && std::any_of(arms, arms + row.rows, [&](const Arm& each) {
+                                 return at.module.rows[each.row].kind == Kind::Message;
+                              });
+      if (ofMessages) L3_TRY(push("u"));
+      L3_TRY(field(at, static_cast<unsigned>(arm - at.module.rows)));
+      if (ofMessages) pop();
+      return 0;
    }
 
    int chain(const Place& at, const Row& chain) {

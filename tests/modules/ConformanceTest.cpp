@@ -155,6 +155,20 @@ TEST(Conformance, GroupBitsAreForTheDefaultModeAlone) {
    EXPECT_GT(tried, 60u);
 }
 
+// Nor is what a message reports that is inside another one, or inside a container that nobody is around.
+TEST(Conformance, WhatIsInsideReports) {
+   for (const auto& [type, hex] : {std::pair{"TS24301Msg_AttachComplete", "0008 0201D011 01020000"},
+                                   {"TS24301Msg_ESMMessageContainer", "0008 0201D011 01020000"},
+                                   {"TS24501Msg_N1SMPayloadContainer", "0008 2E0101D61A 000102"}}) {
+      TestContext context;
+      rtxCtxtSetFlag(context, RTX_CTXT_STANDARD);
+      Octets in = octets(hex);
+      void* value = rtxMemHeapAllocZ(context, quorvaFindType(type)->size);
+      EXPECT_EQ(decode(*static_cast<RtxContext*>(context), *quorvaFindType(type), in, value), RTX_E_BAD_IEI);
+      EXPECT_EQ(context->bufByteIndex, in.size()) << type;
+   }
+}
+
 // In standard mode no failure is dropped: an encoder that ran out of room never returns 0.
 TEST(Conformance, EncodersWithoutRoomSaySo) {
    size_t tried = 0;

@@ -149,3 +149,29 @@ TEST(Uninitialised, ElementsAreRefused) {
    }
    EXPECT_GT(refused * 5, tried * 4);
 }
+
+// In a message the union has a name, and what a length is around does not have that of the length.
+TEST(Uninitialised, PathsAreThoseOfTheEncoders) {
+   const struct {
+      const char *type, *field;
+   } rows[] = {
+         {"TS24008Msg_PDU", "data.obj_AuthenticationRequest.spare"},
+         {"TS24501IE_ATSSSContainer", "contents[0].contents.rules[0].selectionDesc.addlIndicator.spare"}};
+   for (const auto& row : rows) {
+      TestContext context;
+      const QuorvaType& type = *quorvaFindType(row.type);
+      void* record = type.sample(context);
+      QuorvaItem item;
+      ASSERT_EQ(quorvaGet(context, &type, record, row.field, &item), 0);
+      std::memset(const_cast<void*>(item.data), 0xFF, 1);
+      std::string told[2];
+      for (std::string& each : told) {
+         EXPECT_EQ(outcome(context, type, record).status, RTX_E_CONSTRAINT);
+         rtxErrAddElemNameParm(context);
+         each = context.parms().back();
+         rtxErrReset(context);
+         rtxCtxtSetFlag(context, RTX_CTXT_STANDARD);
+      }
+      EXPECT_EQ(told[0], told[1]);
+   }
+}

@@ -128,6 +128,9 @@ TEST(TbcdString, EncodesAndDecodes) {
       expect(rtxEncQ825TBCDString(ctx.encode(), digits), 0);
       EXPECT_EQ(ctx.written(), octets);
       const size_t count = std::string(octets).size() / 2;
+      if (count != 0) {
+         EXPECT_EQ(ctx->lastChar, octetsFromHex(octets).back());
+      }
       std::vector<char> text(2 * count + 1, '!');
       expect(rtxDecQ825TBCDString(ctx.decode(octetsFromHex(octets)), count, text.data(), text.size()), 0);
       EXPECT_STREQ(text.data(), digits);

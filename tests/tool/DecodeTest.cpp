@@ -203,21 +203,26 @@ TEST(Decode, ShowsWhatWasDecodedAheadOfTheFailure) {
 
 // Whatever the cut, what is shown is a beginning of the whole, apart from closing braces.
 TEST(Decode, EveryTruncationShowsItsOwnPart) {
-   const std::string whole = run("decode " + kAuthRequest).text;
-   for (size_t digits = 2; digits < kAuthRequest.size(); digits += 2) {
-      SCOPED_TRACE(digits);
-      const Result result = run("decode " + kAuthRequest.substr(0, digits));
-      EXPECT_EQ(result.code, 1);
-      const std::string mark = "decoded so far:\n";
-      const size_t at = result.text.find(mark);
-      ASSERT_NE(at, std::string::npos) << result.text;
-      std::string part = result.text.substr(at + mark.size());
-      while (part.ends_with("}\n")) {
-         part.resize(part.size() - 2);
-         part.erase(part.find_last_not_of(' ') + 1);
+   // The others fail in the look ahead and in the security header too, which the record does not show yet.
+   for (const std::string& message :
+        {kAuthRequest, std::string("7E01000000000A7E005B01"), std::string("17000000000A075501")}) {
+      std::string whole = run("decode " + message).text;
+      whole.erase(0, whole.find("PDU {"));
+      for (size_t digits = 2; digits < message.size(); digits += 2) {
+         SCOPED_TRACE(message.substr(0, digits));
+         const Result result = run("decode " + message.substr(0, digits));
+         EXPECT_EQ(result.code, 1);
+         const std::string mark = "decoded so far:\n";
+         const size_t at = result.text.find(mark);
+         ASSERT_NE(at, std::string::npos) << result.text;
+         std::string part = result.text.substr(at + mark.size());
+         while (part.ends_with("}\n")) {
+            part.resize(part.size() - 2);
+            part.erase(part.find_last_not_of(' ') + 1);
+         }
+         EXPECT_THAT(whole, StartsWith(part));
+         EXPECT_LT(part.size(), whole.size() - 20);
       }
-      EXPECT_THAT(whole, StartsWith(part));
-      EXPECT_LT(part.size(), whole.size() - 20);
    }
 }
 
@@ -238,6 +243,7 @@ TEST(Decode, RefusesWhatIsNoMessage) {
          {"decode " + empty, 1, "no message"},
          {"decode < /dev/null", 1, "no message"},
          {"decode --type NoSuchType 00", 1, "'NoSuchType' is no type"},
+         {"decode --type '' 00", 2, "'' is no type"},
          {"decode --eps --5gs 00", 2, "at most"},
          {"decode --eia2 0011 00", 2, "16 octets"},
          {"decode --eia2 xyz 00", 2, "'x' is no hexadecimal digit"},

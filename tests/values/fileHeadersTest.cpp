@@ -108,6 +108,9 @@ TEST(ChargingFile, FileHeaders) {
       EXPECT_EQ(size, rtEncTS32297FileHdr(ctxt.encode(vector.octets.size()), &hdr));
       EXPECT_EQ(hexFromOctets(vector.octets.data(), vector.octets.size()), ctxt.written());
       EXPECT_EQ(RTX_E_BUFFER_FULL, rtEncTS32297FileHdr(ctxt.encode(vector.octets.size() - 1), &hdr));
+      TestContext narrow;
+      hdr.lowRelease = 2; // no number, but nobody comes to it
+      EXPECT_EQ(RTX_E_BUFFER_FULL, rtEncTS32297FileHdr(narrow.encode(8), &hdr));
       freeBlocks(hdr);
       TestContext skipping;
       EXPECT_EQ(0, rtDecTS32297FileHdr(skipping.decode(vector.octets), nullptr));
@@ -183,7 +186,9 @@ TEST(ChargingFile, RecordHeaders) {
          const Octets start(vector.octets.begin(), vector.octets.begin() + static_cast<ptrdiff_t>(cut));
          TestContext cutCtxt, cutSkipping;
          const bool whole = cut == vector.octets.size();
+         hdr.releaseExtPresent = 0;
          EXPECT_EQ(whole ? size : RTX_E_END_OF_DATA, rtDecTS32297Hdr(cutCtxt.decode(start), &hdr));
+         EXPECT_EQ(cut >= 4 && size == 5, hdr.releaseExtPresent != 0) << cut;
          EXPECT_EQ(whole ? 0 : RTX_E_END_OF_DATA, rtDecTS32297Hdr(cutSkipping.decode(start), nullptr));
       }
    }

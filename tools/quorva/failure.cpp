@@ -97,7 +97,8 @@ Stop stopOf(const QuorvaType& type, const RtxContext* ctxt, int status, bool mac
       if (traced.size() > stop.path.size() && std::equal(stop.path.begin(), stop.path.end(), traced.begin()))
          stop.path = traced;
    }
-   // The look ahead into a 5GS message takes the name of the PDU off the stack.
+   // The look ahead into a 5GS message takes the name of the PDU off the stack, and leaves none if it fails.
+   if (stop.early && stop.path.empty()) stop.path = {root, "protoDiscr"};
    if (!stop.path.empty() && stop.path[0] != root &&
        !std::string_view(type.name).ends_with("_" + stop.path[0]))
       stop.path.insert(stop.path.begin(), root);

@@ -159,7 +159,9 @@ static void addProtocols(CLI::App& command, std::string& type, bool channels = t
       protocol->add_flag_callback(
             std::string("--") + each.name, [&type, name = each.type] { type = name; }, each.description);
    }
-   protocol->add_option("--type", type, "A type by its name, see: quorva types")->type_name("NAME");
+   protocol->add_option("--type", type, "A type by its name, see: quorva types")
+         ->type_name("NAME")
+         ->check([](const std::string& name) { return std::string(name.empty() ? "'' is no type" : ""); });
 }
 
 static void addSecurity(CLI::App& command, SecurityOptions& security) {

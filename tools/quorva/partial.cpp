@@ -54,7 +54,9 @@ std::string textUpTo(const std::string& text, const std::vector<std::string>& pa
       if (i + 1 < path.size() && path[i + 1].starts_with("elem[")) name += path[++i].substr(4);
       size_t line = first;
       while (line < last && !startsElement(lines[line], depth, name)) ++line;
-      cut = line; // the line itself, or the end of the block if it is not there
+      // The line itself, or the end of the block if it is not there; but a security header that is not there
+      // yet is ahead of all.
+      cut = line == last && name == "secHdr" ? first : line;
       if (line == last || !opensBlock(lines[line])) break;
       first = line + 1;
       last = blockEnd(lines, line, depth);
