@@ -196,7 +196,7 @@ QUORVA_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t siz
 
 /**
  * As rtxInitContextBuffer, and bits go to and from this buffer even if a stream is attached. The usual way
- * in: decoders get the message and its length. The octets of `data` are none of the stream's: its own
+ * in: decoders get the message and its length. This buffer is none of the stream's: its own
  * functions go past them (those of a memory stream, whose data the buffer is, work on them).
  */
 QUORVA_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size);

@@ -109,6 +109,10 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
 [[gnu::noinline]] static int setBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
    const int status = rtxInitContextBuffer(pctxt, data, size);
    if (status < 0) return status;
+   if (RtxStream* stream = pctxt->stream) { // which has no part in a new buffer either
+      stream->flags = static_cast<uint16_t>(stream->flags & ~(RTX_STREAM_CTXT_BUF | RTX_STREAM_BUF_MARK));
+      stream->ctxtBufSize = 0;
+   }
    pctxt->flags |= RTX_CTXT_BUFFER_MODE;
    pctxt->state = 0;
    return status;

@@ -180,8 +180,11 @@ int ensureBuffer(RtxContext* pctxt) {
 
 int fillInput(RtxContext* pctxt, size_t numocts) {
    if (const int status = ensureBuffer(pctxt); status < 0) return status;
-   if (!hasContextBuffer(pctxt->stream) && !pctxt->bufDynamic) // octets of the caller's, which stay
+   if (!hasContextBuffer(pctxt->stream) &&
+       !(pctxt->bufDynamic && hot::streamActive(pctxt))) // none of its own
       return fitsBuffer(pctxt, numocts) ? RTX_OK : recordFailure(pctxt, RTX_E_BUFFER_FULL);
+   // That of a buffer which was there when the stream came is not known to it.
+   pctxt->stream->ctxtBufSize = std::max(pctxt->stream->ctxtBufSize, pctxt->bufSize);
    if (const int status = catchUp(pctxt); status < 0) return status;
    RtxStream* stream = pctxt->stream;
    const size_t base = addSizes(stream->bufBase, pctxt->bufByteIndex);
