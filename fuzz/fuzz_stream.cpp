@@ -113,15 +113,26 @@ void step(RtxContext* pctxt, RtxMemBuf* copy, unsigned op, size_t count) {
    case 21: rtxEncBitsFromByteArray(pctxt, target, count * 3); break;
    case 22: rtxStreamFlush(pctxt); break;
    case 23: rtxStreamSetCapture(pctxt, count % 2 ? copy : nullptr); break;
-   case 24: rtxStreamMemoryGetBuffer(pctxt, &pos); break;
+   case 24:
+      if (op < 0x80) {
+         rtxStreamMemoryGetBuffer(pctxt, &pos);
+      } else { // a buffer of the caller's, or a new one
+         static std::vector<uint8_t> own;
+         std::vector<uint8_t> next(count % 64 + 1);
+         const bool given = count % 3 != 0;
+         if (rtxCtxtSetBufPtr(pctxt, given ? next.data() : nullptr, next.size()) >= 0 && given)
+            own.swap(next);
+      }
+      break;
    case 25: message(pctxt, count % 2 != 0); break;
    case 26: // a frame
       if (pctxt->stream != nullptr) pctxt->stream->inputLimit = rtxCtxtGetBitOffset(pctxt) / 8 + count;
       break;
    case 27:
+      if (op >= 0x80) rtxCtxtClearFlag(pctxt, RTX_CTXT_BUFFER_MODE);
       if (pctxt->stream != nullptr) pctxt->stream->inputLimit = SIZE_MAX;
       break;
-   case 28: rtxMarkPos(pctxt, &pos); break;
+   case 28: op < 0x80 ? rtxMarkPos(pctxt, &pos) : rtxResetToPos(pctxt, count); break;
    case 29: rtxStreamReadDirect(pctxt, target, count); break;
    case 30: rtxMemReset(pctxt); break; // between two messages
    default: layer(pctxt, static_cast<unsigned>(count));

@@ -186,16 +186,18 @@ QUORVA_API void rtxFreeRegexpCache(RtxContext* pctxt);
 /**
  * Gives the context a buffer and puts the cursor at its start. Null data over a stream without a context
  * buffer allocate nothing: `bufSize` is then 0, or that of the buffer that stays, since no octet may be
- * written beyond what is there.
+ * written beyond what is there. What a stream's context buffer has gathered is written out first; what it has
+ * loaded and nobody has read is gone.
  * @param data  The caller's octets, which must outlive their use. Null: a new buffer that may grow.
  * @param size  Number of octets; of a new buffer 0 stands for 1024.
- * @return 0, RTX_E_NOT_INIT for an invalid context, or RTX_E_NOMEM.
+ * @return 0, RTX_E_NOT_INIT for an invalid context, RTX_E_NOMEM, or what the stream failed with.
  */
 QUORVA_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size);
 
 /**
  * As rtxInitContextBuffer, and bits go to and from this buffer even if a stream is attached. The usual way
- * in: decoders get the message and its length.
+ * in: decoders get the message and its length. This buffer is none of the stream's: its own
+ * functions go past them (those of a memory stream, whose data the buffer is, work on them).
  */
 QUORVA_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size);
 
@@ -328,7 +330,8 @@ QUORVA_API void rtxMemFree(RtxContext* pctxt);
  * Forgets everything on the heap but keeps its blocks; the step between two messages. What goes is what goes
  * in rtxMemFree, but for the buffer: give the context another one if it has its own on the heap. In
  * particular a protected message after it needs rtx3gppSecInitialize and its keys again. Other contexts on
- * the same heap find their errors and security gone likewise; their own `bitFields` is theirs to clear.
+ * the same heap find their errors and security gone likewise; their own `bitFields` is theirs to clear, and
+ * so are names of theirs on the heap (array elements, copies): by rtxErrReset ahead of it.
  */
 QUORVA_API void rtxMemReset(RtxContext* pctxt);
 

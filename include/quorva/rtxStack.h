@@ -12,7 +12,7 @@ QUORVA_BEGIN_DECLS
 /** Pointers, the last one in the first one out. */
 typedef struct RtxStack {
    RtxContext* pctxt; /**< Context whose heap serves the nodes. */
-   RtxDList dlist;    /**< The pointers; the top is the tail. */
+   RtxDList dlist;    /**< The pointers; the top is the head. */
 } RtxStack;
 
 /** Makes an empty stack over the heap of a context. */

@@ -337,7 +337,7 @@ int rtxReadBytes(RtxContext* pctxt, uint8_t* target, size_t numocts) {
       }
       const ptrdiff_t got = rtxStreamRead(pctxt, target, numocts);
       if (got < 0 || static_cast<size_t>(got) < numocts) return shortRead(pctxt, got);
-      if (pctxt->bufData != nullptr && pctxt->bufByteIndex != 0)
+      if (pctxt->bufByteIndex != 0 && pctxt->bufByteIndex <= pctxt->bufSize)
          pctxt->lastChar = pctxt->bufData[pctxt->bufByteIndex - 1];
       return RTX_OK;
    }

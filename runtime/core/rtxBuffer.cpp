@@ -42,9 +42,35 @@ int writeThrough(RtxContext* pctxt, const uint8_t* octets, size_t numocts) {
 
 } // namespace quorva
 
+/**
+ * Another buffer takes the place of the stream's context buffer: what that has gathered is written out, what
+ * it has loaded has been read. A buffer of the caller's is none of the stream's, which would fill it beyond
+ * its end, or write out what the caller has in it.
+ */
+[[gnu::noinline]] static int leaveContextBuffer(RtxContext* pctxt, const uint8_t* data) {
+   RtxStream* stream = pctxt->stream;
+   if (stream->flags & RTX_STREAM_READ) {
+      stream->bufBase += pctxt->bufSize;
+   } else if (hot::streamActive(pctxt)) {
+      pctxt->bufByteIndex += !hot::octetAligned(pctxt);
+      pctxt->bufBitsLeft = 8;
+      const int status = rtxFlushOutputBuffer(pctxt);
+      if (status < 0) return status;
+   }
+   const unsigned gone = RTX_STREAM_BUF_MARK | (data != nullptr ? RTX_STREAM_CTXT_BUF : 0);
+   stream->flags = static_cast<uint16_t>(stream->flags & ~gone);
+   stream->ctxtBufSize = 0;
+   pctxt->bufMark = static_cast<size_t>(-1);
+   return RTX_OK;
+}
+
 int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
    if (rtxCheckContext(pctxt) != RTX_OK) // without a heap there is no place for a record
       return pctxt->memHeap != nullptr ? recordNewFailure(pctxt, RTX_E_NOT_INIT) : RTX_E_NOT_INIT;
+   if (pctxt->stream != nullptr && pctxt->bufData != nullptr && hasContextBuffer(pctxt->stream)) {
+      const int left = leaveContextBuffer(pctxt, data);
+      if (left < 0) return left;
+   }
    if (pctxt->bufData != nullptr && pctxt->bufDynamic && (pctxt->flags & RTX_CTXT_SYS_BUFFER)) {
       rtxMemHeapSysFreePtr(pctxt, pctxt->bufData);
       pctxt->bufData = nullptr;
@@ -62,8 +88,9 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
          if (pctxt->stream == nullptr) {
             pctxt->bufData = static_cast<uint8_t*>(rtxMemAllocArray2(pctxt, size, 1, 0));
          } else {
-            pctxt->bufData = static_cast<uint8_t*>(rtxMemHeapSysAlloc(pctxt, size));
+            pctxt->bufData = static_cast<uint8_t*>(rtxMemHeapSysAllocZ(pctxt, size)); // input is read from it
             pctxt->flags |= RTX_CTXT_SYS_BUFFER;
+            pctxt->stream->ctxtBufSize = pctxt->bufData != nullptr ? size : 0;
          }
          pctxt->bufSize = pctxt->bufData != nullptr ? size : 0;
          pctxt->bufDynamic = 1;
@@ -82,15 +109,19 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
 [[gnu::noinline]] static int setBuffer(RtxContext* pctxt, uint8_t* data, size_t size) {
    const int status = rtxInitContextBuffer(pctxt, data, size);
    if (status < 0) return status;
+   if (RtxStream* stream = pctxt->stream) { // which has no part in a new buffer either
+      stream->flags = static_cast<uint16_t>(stream->flags & ~(RTX_STREAM_CTXT_BUF | RTX_STREAM_BUF_MARK));
+      stream->ctxtBufSize = 0;
+   }
    pctxt->flags |= RTX_CTXT_BUFFER_MODE;
    pctxt->state = 0;
    return status;
 }
 
 int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* data, size_t size) {
-   // The octets of the caller in a context without a buffer of its own.
-   if (data != nullptr && pctxt->magic == RTX_CTXT_MAGIC && (pctxt->flags & RTX_CTXT_SYS_BUFFER) == 0)
-         [[likely]] {
+   // The octets of the caller in a context without a buffer of its own, or a stream that may have one.
+   if (data != nullptr && pctxt->magic == RTX_CTXT_MAGIC && (pctxt->flags & RTX_CTXT_SYS_BUFFER) == 0 &&
+       pctxt->stream == nullptr) [[likely]] {
       pctxt->bufData = data;
       pctxt->bufSize = size;
       pctxt->bufDynamic = 0;
@@ -157,8 +188,10 @@ int rtxIsOutputBufferFlushable(const RtxContext* pctxt) {
 }
 
 int rtxFlushOutputBuffer(RtxContext* pctxt) {
-   if (pctxt->bufByteIndex == 0) return RTX_OK;
-   const int status = writeThrough(pctxt, pctxt->bufData, pctxt->bufByteIndex);
+   // A cursor that was set beyond the end has no octets there.
+   const size_t numocts = std::min(pctxt->bufByteIndex, pctxt->bufSize);
+   if (numocts == 0) return RTX_OK;
+   const int status = writeThrough(pctxt, pctxt->bufData, numocts);
    if (status < 0) return status;
    if (!hot::octetAligned(pctxt) && pctxt->bufByteIndex < pctxt->bufSize)
       pctxt->bufData[0] = pctxt->bufData[pctxt->bufByteIndex];
@@ -195,7 +228,7 @@ int rtxCtxtSetBitOffset(RtxContext* pctxt, size_t offset) {
 
 int rtxCtxtMarkBitPos(RtxContext* pctxt, size_t* ppos) {
    const size_t base = hot::streamActive(pctxt) ? pctxt->stream->bufBase : 0;
-   if (addSizes(base, pctxt->bufByteIndex) >= static_cast<size_t>(-1) / 8) {
+   if (addSizes(base, pctxt->bufByteIndex) > static_cast<size_t>(-1) / 8) {
       *ppos = 0;
       return RTX_E_OVERFLOW;
    }
@@ -209,9 +242,11 @@ int rtxCtxtResetToBitPos(RtxContext* pctxt, size_t pos) {
 
 namespace {
 
-/** Is the context buffer the only place where the stream can be marked? */
+/** Does the context buffer hold the marks? It does where there are no positions, where these count characters
+ * of a text, and behind a mark that a layer above, which has given way, made there. */
 bool marksInBuffer(const RtxStream* stream) {
-   return coreBuffers(stream) && (stream->getPos == nullptr || stream->setPos == nullptr);
+   return coreBuffers(stream) && (stream->getPos == nullptr || stream->setPos == nullptr ||
+                                  (stream->flags & (RTX_STREAM_HEX_TEXT | RTX_STREAM_BUF_MARK)) != 0);
 }
 
 int refuse(RtxContext* pctxt, const char* what) {
@@ -256,8 +291,10 @@ int rtxResetToPos(RtxContext* pctxt, size_t pos) {
    }
    RtxStream* stream = pctxt->stream;
    if (!coreBuffers(stream)) return setStreamPos(pctxt, pos);
-   if (!marksInBuffer(stream)) {
-      if (stream->bufBase < pos && pos - stream->bufBase <= pctxt->bufSize) {
+   const bool text = (stream->flags & RTX_STREAM_HEX_TEXT) != 0;
+   const bool beforeBuffer = text && stream->setPos != nullptr && (stream->flags & RTX_STREAM_BUF_MARK) == 0;
+   if (!marksInBuffer(stream) || beforeBuffer) {
+      if (!text && stream->bufBase < pos && pos - stream->bufBase <= pctxt->bufSize) {
          pctxt->bufByteIndex = pos - stream->bufBase;
          return RTX_OK;
       }

@@ -103,7 +103,7 @@ inline bool nothingOpen(const RtxContext* pctxt) {
 /** Is a failure on record, and nothing else? Then it passes through a level that records it again. */
 inline bool isOnRecord(const RtxContext* pctxt, int status) {
    const RtxDListNode* only = pctxt->errList.head;
-   if (only == nullptr || only->next != nullptr || haveEnded(pctxt)) return false;
+   if (only == nullptr || haveEnded(pctxt) || only->next != nullptr) return false;
    const auto* info = static_cast<const RtxErrInfo*>(only->data);
    return info->status == status && status < 0 && info->fatal != 0 && status != RTX_E_OVERFLOW;
 }

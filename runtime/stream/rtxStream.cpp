@@ -98,7 +98,8 @@ ptrdiff_t readBuffered(RtxContext* pctxt, uint8_t* target, size_t minocts, size_
       total += taken;
       if (taken == 0 || !keeps || atLimit(pctxt)) break;
    }
-   if (pctxt->bufByteIndex != 0) pctxt->lastChar = pctxt->bufData[pctxt->bufByteIndex - 1];
+   if (pctxt->bufByteIndex != 0 && pctxt->bufByteIndex <= pctxt->bufSize)
+      pctxt->lastChar = pctxt->bufData[pctxt->bufByteIndex - 1];
    return static_cast<ptrdiff_t>(total);
 }
 

@@ -140,11 +140,12 @@ int layerFlush(RtxStream* stream) {
    if (!writable(stream) || stream->extra == nullptr) return RTX_E_BAD_ARGUMENT;
    Layer* layer = layerOf(stream);
    RtxContext* pctxt = layer->pctxt;
-   if (onTop(stream) && pctxt->bufData != nullptr && pctxt->bufByteIndex != 0) {
+   const size_t numocts = std::min(pctxt->bufByteIndex, pctxt->bufSize); // the cursor may be beyond
+   if (onTop(stream) && pctxt->bufData != nullptr && numocts != 0) {
       if (stream->write == nullptr) return RTX_E_NOT_INIT;
-      const int status = passDown(stream, pctxt->bufData, pctxt->bufByteIndex);
+      const int status = passDown(stream, pctxt->bufData, numocts);
       if (status < 0) return status;
-      stream->bufBase += pctxt->bufByteIndex;
+      stream->bufBase += numocts;
       // An octet that is not complete yet stays.
       if (pctxt->bufBitsLeft != 8 && pctxt->bufByteIndex < pctxt->bufSize)
          pctxt->bufData[0] = pctxt->bufData[pctxt->bufByteIndex];
@@ -167,10 +168,10 @@ int layerWrite(RtxStream* stream, const uint8_t* octets, size_t numocts) {
    // What has been gathered is on its way out: who hands it over clears the index.
    if (data != nullptr && octets == data) return passDown(stream, octets, numocts);
    if (!fitsBuffer(pctxt, numocts)) {
-      if (pctxt->bufByteIndex != 0) {
-         const int status = passDown(stream, data, pctxt->bufByteIndex);
+      if (const size_t gathered = std::min(pctxt->bufByteIndex, pctxt->bufSize); gathered != 0) {
+         const int status = passDown(stream, data, gathered);
          if (status < 0) return status;
-         stream->bufBase += pctxt->bufByteIndex;
+         stream->bufBase += gathered;
          pctxt->bufByteIndex = 0;
       }
       if (data == nullptr || numocts >= pctxt->bufSize) {

@@ -61,13 +61,14 @@ int dirbufSetPos(RtxStream* stream, size_t pos) {
    if (!isReader(stream)) return RTX_E_BAD_ARGUMENT;
    DirectBuf* layer = directOf(stream);
    RtxContext* pctxt = layer->pctxt;
-   if (pos >= stream->bufBase) {
+   const bool own = onTop(stream);
+   if (own && pos >= stream->bufBase) {
       pctxt->bufByteIndex = pos - stream->bufBase;
       return RTX_OK;
    }
    const int status = rtxiStreamSetPos(pctxt, layer->inner, pos);
    if (status < 0) return status;
-   pctxt->bufByteIndex = pctxt->bufSize = 0;
+   if (own) pctxt->bufByteIndex = pctxt->bufSize = 0;
    pctxt->bufMark = allOnes;
    stream->bufBase = layer->inner->kind == RTX_STREAM_KIND_MEMORY ? pos : layer->inner->bufBase;
    return RTX_OK;

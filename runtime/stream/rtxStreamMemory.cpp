@@ -93,6 +93,9 @@ int memSkip(RtxStream* stream, size_t numocts) {
 int growMemory(MemoryStream* memory, const Place& place, size_t numocts) {
    if (place.index <= place.size && numocts <= place.size - place.index) return RTX_OK;
    if (memory->attached) return RTX_E_BUFFER_FULL;
+   // A buffer that the caller has given the context meanwhile stays where it is.
+   if (!memory->stashed && place.data != nullptr && (memory->pctxt->flags & RTX_CTXT_SYS_BUFFER) == 0)
+      return RTX_E_BUFFER_FULL;
    const size_t size = addSizes(addSizes(numocts, place.index), 512);
    if (size > static_cast<size_t>(PTRDIFF_MAX)) return RTX_E_NOMEM;
    auto* data = static_cast<uint8_t*>(rtxMemHeapSysRealloc(memory->pctxt, place.data, size));
@@ -101,6 +104,10 @@ int growMemory(MemoryStream* memory, const Place& place, size_t numocts) {
    if (place.index > place.size) std::memset(data + place.size, 0, place.index - place.size);
    place.data = data;
    place.size = size;
+   if (!memory->stashed) { // it may be the first one
+      memory->pctxt->flags |= RTX_CTXT_SYS_BUFFER;
+      memory->pctxt->bufDynamic = 1;
+   }
    return RTX_OK;
 }
 
@@ -142,7 +149,8 @@ size_t position(RtxStream* stream) {
    if (!memory->stashed || !hasContextBuffer(stream)) return place.index;
    const size_t unread = octetsAtHand(memory->pctxt);
    if (stream->flags & RTX_STREAM_HEX_TEXT)
-      return hexTextBefore(place.index, unread, memory->half, [&](size_t at) { return place.data[at]; });
+      return hexTextBefore(std::min(place.index, place.size), unread, memory->half,
+                           [&](size_t at) { return place.data[at]; });
    return place.index - std::min(unread, place.index);
 }
 
@@ -243,6 +251,8 @@ void stashMemory(RtxStream* stream) {
    memory->index = pctxt->bufByteIndex;
    memory->size = pctxt->bufSize;
    memory->stashed = true;
+   // The caller may have given the context a buffer of his own meanwhile.
+   if (memory->data != nullptr) memory->attached = (pctxt->flags & RTX_CTXT_SYS_BUFFER) == 0;
    setCursor(pctxt, nullptr, 0);
    pctxt->flags &= ~RTX_CTXT_SYS_BUFFER;
 }

@@ -180,6 +180,11 @@ int ensureBuffer(RtxContext* pctxt) {
 
 int fillInput(RtxContext* pctxt, size_t numocts) {
    if (const int status = ensureBuffer(pctxt); status < 0) return status;
+   if (!hasContextBuffer(pctxt->stream) &&
+       !(pctxt->bufDynamic && hot::streamActive(pctxt))) // none of its own
+      return fitsBuffer(pctxt, numocts) ? RTX_OK : recordFailure(pctxt, RTX_E_BUFFER_FULL);
+   // That of a buffer which was there when the stream came is not known to it.
+   pctxt->stream->ctxtBufSize = std::max(pctxt->stream->ctxtBufSize, pctxt->bufSize);
    if (const int status = catchUp(pctxt); status < 0) return status;
    RtxStream* stream = pctxt->stream;
    const size_t base = addSizes(stream->bufBase, pctxt->bufByteIndex);
@@ -207,7 +212,7 @@ Layer* pushLayer(RtxContext* pctxt, size_t size) {
    RtxStream* inner = pctxt->stream;
    if (pctxt->flags & RTX_CTXT_BUFFER_MODE) { // the buffer is not the stream's any more
       pctxt->flags &= ~RTX_CTXT_BUFFER_MODE;
-      if (hasContextBuffer(inner)) dropBuffer(pctxt);
+      if (inner->kind != RTX_STREAM_KIND_MEMORY || memoryStashed(inner)) dropBuffer(pctxt);
       clearFlags(inner, RTX_STREAM_CTXT_BUF);
    }
    if (writable(inner) && hasContextBuffer(inner) && pctxt->bufData != nullptr &&
@@ -232,6 +237,7 @@ Layer* pushLayer(RtxContext* pctxt, size_t size) {
       pctxt->bufByteIndex = 0;
       stream->ctxtBufSize = inner->ctxtBufSize;
    }
+   clearFlags(inner, RTX_STREAM_BUF_MARK); // its octets have gone
    pctxt->bufMark = allOnes;
    pctxt->stream = stream;
    return layer;
@@ -243,16 +249,21 @@ void popLayer(RtxContext* pctxt, bool keepBuffer) {
    RtxStream* inner = layer->inner;
    const bool memory = inner->kind == RTX_STREAM_KIND_MEMORY;
    const bool own = hasContextBuffer(stream) && pctxt->bufData != nullptr;
+   const bool caller = !own && pctxt->bufData != nullptr; // whose buffer has taken the place of the layer's
    const bool unread = readable(stream) && (octetsAtHand(pctxt) != 0 || keepBuffer);
    if (own && (unread || buffersItself(inner))) {
       setFlags(inner, RTX_STREAM_CTXT_BUF);
       inner->ctxtBufSize = stream->ctxtBufSize;
       inner->inputLimit = stream->inputLimit;
       if (readable(stream)) inner->bufBase = stream->bufBase;
+      if (stream->flags & RTX_STREAM_BUF_MARK) { // which the octets outlive
+         setFlags(inner, RTX_STREAM_BUF_MARK);
+         inner->bufMarkBase = stream->bufMarkBase;
+      }
    } else {
-      if (readable(stream) && !memory) inner->bufBase = stream->bufBase + pctxt->bufByteIndex;
+      if (readable(stream) && !memory) inner->bufBase = stream->bufBase + (caller ? 0 : pctxt->bufByteIndex);
       if (own) dropBuffer(pctxt);
-      if (memory) unstashMemory(inner);
+      if (memory && !caller) unstashMemory(inner);
    }
    inner->ioBytes += stream->ioBytes;
    if (inner->capture == nullptr) inner->capture = stream->capture;

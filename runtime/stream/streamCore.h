@@ -99,9 +99,9 @@ inline bool buffersItself(const RtxStream* stream) {
    return stream->kind == RTX_STREAM_KIND_DIRECT_BUF || stream->kind == RTX_STREAM_KIND_CTXT_BUF;
 }
 
-/** Such a layer below another one, which has taken its buffer over, hands everything on. */
+/** Such a layer hands everything on when its buffer has gone: to another layer above it, or to the caller. */
 inline bool onTop(const RtxStream* stream) {
-   return static_cast<const Layer*>(stream->extra)->pctxt->stream == stream;
+   return static_cast<const Layer*>(stream->extra)->pctxt->stream == stream && hasContextBuffer(stream);
 }
 
 /** Skips in the stream below. */

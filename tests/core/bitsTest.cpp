@@ -103,7 +103,10 @@ TEST(PeekAndMove, MarksAndResets) {
    EXPECT_EQ(rtxMarkPos(&c, &pos), 0);
    EXPECT_EQ(pos, 1u);
    EXPECT_EQ(after(c, rtxResetToPos(&c, 3)), After(0, 25)); // bits are not part of it
-   c.bufByteIndex = SIZE_MAX / 2;
+   c.bufByteIndex = SIZE_MAX / 8;                           // the last one whose bits can be counted
+   EXPECT_EQ(rtxCtxtMarkBitPos(&c, &pos), 0);
+   EXPECT_EQ(pos, SIZE_MAX - 6);
+   ++c.bufByteIndex;
    EXPECT_EQ(rtxCtxtMarkBitPos(&c, &pos), RTX_E_OVERFLOW);
    EXPECT_EQ(pos, 0u);
    EXPECT_EQ(rtxErrGetErrorCnt(&c), 0u);

@@ -48,13 +48,15 @@ TEST(Reset, EmptiesACaptureOfTheCaller) {
 // By whatever the memory of the keys goes: nothing is computed with what took its place.
 TEST(Reset, EndsTheSecurityState) {
    const auto byHandle = +[](RtxContext* c) { rtxMemHeapReset(c); };
-   const auto bySub = +[](RtxContext* c) {
+   static constexpr auto bySub = [](RtxContext* c, void (*end)(RtxContext*)) {
       RtxContext sub;
       ASSERT_EQ(rtInitSubContext(&sub, c), 0);
-      rtxMemReset(&sub);
+      end(&sub);
       rtFreeContext(&sub);
    };
-   for (auto* end : {rtxMemReset, rtxMemFree, byHandle, bySub}) {
+   const auto resetBySub = +[](RtxContext* c) { bySub(c, rtxMemReset); };
+   const auto freedBySub = +[](RtxContext* c) { bySub(c, rtxMemFree); };
+   for (auto* end : {rtxMemReset, rtxMemFree, byHandle, resetBySub, freedBySub}) {
       Context c;
       const Octets key(16, 0x42);
       for (int round = 0; round < 2; ++round) { // and it can be had again
@@ -63,6 +65,7 @@ TEST(Reset, EndsTheSecurityState) {
          Octets octets = {1, 2, 3};
          uint32_t mac = 0;
          EXPECT_EQ(rtx3gppComputeMAC(&c, octets.data(), 3, &mac), 0);
+         rtxErrSetData(&c, RTX_E_NO_SECURITY, nullptr, 0); // whose record is not to be looked at any more
          end(&c);
          std::memset(rtxMemHeapAlloc(&c, 3000), 0xEE, 3000);
          EXPECT_EQ(rtx3gppComputeMAC(&c, octets.data(), 3, &mac), RTX_E_NO_SECURITY);

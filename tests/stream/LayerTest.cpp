@@ -59,6 +59,66 @@ TEST(Layers, ComeAndGoWithoutALoss) {
    }
 }
 
+// A position goes back to its octet, whatever the transport counts in.
+TEST(Transports, PositionsAreThoseOfOctets) {
+   for (const TransportRow& row : kTransports) {
+      SCOPED_TRACE(row.name);
+      for (const size_t before : {0u, 20u, 1500u}) {
+         Ground ground;
+         TestContext context;
+         ground.octets = numbered(3000);
+         ASSERT_EQ(row.attachReader(context, ground), 0);
+         rtxPeekByte(context, nullptr); // a text needs a buffer to be read by pieces
+         ASSERT_TRUE(before == 0 || next(context, before) == hexOf(0, before));
+         size_t pos;
+         if (rtxMarkPos(context, &pos) < 0) continue;
+         ASSERT_EQ(next(context, 40), hexOf(before, 40));
+         ASSERT_EQ(context.cleared(rtxResetToPos(context, pos)), 0);
+         EXPECT_EQ(next(context, 4), hexOf(before, 4)) << before;
+      }
+   }
+}
+
+// Behind rtxCtxtSetBufPtr the context's buffer is none of the stream's: nothing is loaded into it or written
+// out of it, and what was on its way out has gone.
+TEST(Transports, ABufferOfTheCallersIsLeftAlone) {
+   const Octets own(1200, 0xAA);
+   for (const TransportRow& row : kTransports) {
+      for (const bool reads : {true, false}) {
+         SCOPED_TRACE(std::string(row.name) + (reads ? ", read" : ", written"));
+         if (!reads && row.attachWriter == nullptr) continue;
+         Ground ground;
+         TestContext context;
+         if (reads) ground.octets = numbered(2500);
+         ASSERT_EQ(reads ? row.attachReader(context, ground) : row.attachWriter(context, ground), 0);
+         Octets octets = {1, 2}, buffer = own, target(100);
+         if (reads)
+            rtxPeekByte(context, nullptr); // so that the stream has its buffer
+         else
+            ASSERT_EQ(rtxWriteBytes(context, octets.data(), 2), 0);
+         ASSERT_EQ(rtxCtxtSetBufPtr(context, buffer.data(), 4), 0);
+         context->bufByteIndex = 3;
+         if (reads) {
+            rtxStreamLoadInputBuffer(context, 60);
+            rtxErrReset(context);
+            EXPECT_GE(rtxStreamRead(context, target.data(), 60), RTX_E_TOO_SMALL); // of a base64 text
+            rtxStreamSkip(context, 8);
+            rtxStreamDirectBufPreRead(context, 60);
+            EXPECT_EQ(rtxCtxtSetBufPtr(context, nullptr, 16), 0);
+            rtxStreamRead(context, target.data(), 60);
+         } else {
+            const int status = rtxStreamWrite(context, own.data(), 600);
+            octets.insert(octets.end(), own.begin(), own.begin() + 600);
+            if (context->stream->kind == RTX_STREAM_KIND_MEMORY)
+               EXPECT_EQ(status, RTX_E_BUFFER_FULL); // the buffer is its data
+            else
+               EXPECT_EQ(row.written(context, ground), octets);
+         }
+         EXPECT_EQ(buffer, own);
+      }
+   }
+}
+
 TEST(Buffered, PutsBackMarksAndGivesWay) {
    Ground ground;
    TestContext context;
