@@ -16,20 +16,11 @@ constexpr const char* kAppendix = "standard.";
 
 // Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
 // record as it was, counts and pointers included.
-bool mayStayUnset(const Type& type);
-
-bool mayStayUnset(const Field& field) {
-   if (field.type.type != nullptr && mayStayUnset(*field.type.type)) return true;
-   for (auto& inner : field.fields)
-      if (mayStayUnset(*inner)) return true;
-   return std::ranges::any_of(field.arms,
-                              [](auto& arm) { return arm.field != nullptr && mayStayUnset(*arm.field); });
-}
-
 bool mayStayUnset(const Type& type) {
    const Type& base = baseType(type);
-   if (base.custom && base.cls != Class::V) return true;
-   return std::ranges::any_of(base.fields, [](auto& field) { return mayStayUnset(*field); });
+   return (base.custom && base.cls != Class::V) || anyField(base.fields, [](const Field& field) {
+             return field.type.type != nullptr && mayStayUnset(*field.type.type);
+          });
 }
 
 // Where the fields at hand lie.
