@@ -4,6 +4,7 @@
 #include "compiler/walk.h"
 
 #include <algorithm>
+#include <map>
 
 namespace l3c {
 
@@ -140,8 +141,13 @@ private:
       step.entryInits = entry != nullptr && (storage.heap || mayStayUnset(*entry)) && hasInit(*entry);
    }
 
+   const std::vector<PresenceBit>& bitsOf(const Fields& level) const {
+      const auto [hit, fresh] = bits_.try_emplace(&level);
+      if (fresh) hit->second = presenceBits(level);
+      return hit->second;
+   }
    BitPlace bit(const Place& place, const Field* field, int group) const {
-      const auto bits = presenceBits(*place.level);
+      const auto& bits = bitsOf(*place.level);
       for (size_t i = 0; i < bits.size(); ++i)
          if (field != nullptr ? bits[i].field == field : bits[i].field == nullptr && bits[i].group == group)
             return {place.levelRecord, bits[i].name, numberOf(place, bits[i].name, i)};
@@ -150,7 +156,7 @@ private:
    // A standard form goes by the bits of the type itself.
    size_t numberOf(const Place& place, const std::string& name, size_t number) const {
       if (type_.original == nullptr || place.level != &type_.fields) return number;
-      const auto bits = presenceBits(type_.original->fields);
+      const auto& bits = bitsOf(type_.original->fields);
       const auto hit = std::ranges::find_if(bits, [&](auto& bit) { return bit.name == name; });
       return hit == bits.end() ? number : static_cast<size_t>(hit - bits.begin());
    }
@@ -417,6 +423,7 @@ private:
 
    const Type& type_;
    Program program_;
+   mutable std::map<const Fields*, std::vector<PresenceBit>> bits_; // of each record, once
 };
 
 // A path begins at the record of the type. An optional field that is absent counts as 0.
