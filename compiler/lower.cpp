@@ -67,8 +67,8 @@ public:
          if (type_.plain) step.names = &type_.rows;
          break;
       }
-      case TypeKind::Octets: octets(); break;
-      case TypeKind::Bits: bitString(); break;
+      case TypeKind::Octets:
+      case TypeKind::Bits: string(); break;
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
@@ -102,27 +102,20 @@ private:
       return step;
    }
 
-   void bitString() {
-      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Bits
-                                                     : type_.presized ? Op::SizedBits
-                                                                      : Op::RestBits));
+   void string() {
+      const bool bits = type_.kind == TypeKind::Bits;
+      Step& step = program_.steps.emplace_back(value(Op::Counted));
+      if (type_.count != 0)
+         step.op = bits ? Op::Bits : Op::Octets;
+      else if (bits)
+         step.op = type_.presized ? Op::SizedBits : Op::RestBits;
+      else if (type_.fill || type_.presized)
+         step.op = Op::Sized;
       step.count = type_.count;
-      step.storage = type_.storage;
-      step.preset = type_.presized;
-      step.opensTail = type_.opensTail;
-      step.last = true;
-   }
-
-   void octets() {
-      const bool sized = type_.fill || type_.presized;
-      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Octets
-                                                     : sized          ? Op::Sized
-                                                                      : Op::Counted));
-      step.count = type_.count;
-      step.bits = type_.cls == Class::LVE ? 16 : 8;
+      step.bits = bits ? 0 : type_.cls == Class::LVE ? 16 : 8;
       step.bounds = type_.bounds;
       step.storage = type_.storage;
-      step.rest = type_.fill;
+      step.rest = step.op == Op::Sized && type_.fill;
       step.preset = type_.presized;
       step.opensTail = type_.opensTail;
       step.last = true;
@@ -391,8 +384,8 @@ private:
       const std::string prefix = field.name.empty() ? place.record : step.member + ".";
       if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
       step.selector = field.selector;
-      step.patterns = field.selector == Selector::Pattern;
-      step.high = step.patterns && field.arms.front().pattern.find_first_of("LH") != std::string::npos;
+      step.high = field.selector == Selector::Pattern &&
+                  field.arms.front().pattern.find_first_of("LH") != std::string::npos;
       Place inner = place.inner();
       inner.record = prefix + "u.";
       inner.arm = true;

@@ -373,7 +373,7 @@ std::optional<uint64_t> Sample::bits(const std::vector<Step>& steps, const Field
 }
 
 std::optional<uint64_t> Sample::bits(const Step& step, const Field* stop, bool& found) const {
-   uint64_t sum = step.when == When::ByBit || step.when == When::ByBitIfMore ? 1 : 0;
+   uint64_t sum = step.isLed() ? 1 : 0;
    if (absent(step)) return sum;
    const auto plus = [&](std::optional<uint64_t> more) {
       return more ? std::optional<uint64_t>(sum + *more) : std::nullopt;

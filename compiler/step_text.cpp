@@ -280,7 +280,7 @@ $empty?    $place = "";
    if (!optional) return quit + kind(step);
    const std::string test =
          step.test.expr == nullptr ? "d.more()" : condition(step.test, "pvalue->", "d.restOctets()");
-   if (step.when == When::ByBit || step.when == When::ByBitIfMore) return quit + led(step, test);
+   if (step.isLed()) return quit + led(step, test);
    return quit + there(step, enc_ ? bit : test);
 }
 
@@ -513,7 +513,7 @@ std::string StepText::entry(const Step& step, const char* call) const {
 // `on`: the selector, if it is known already.
 std::string StepText::choice(const Step& step, const std::string& on) {
    const std::string t = "pvalue->" + (step.name.empty() ? step.place : step.member + ".") + "t";
-   if (step.patterns) return patterns(step, t);
+   if (step.hasPatterns()) return patterns(step, t);
    std::string arms;
    bool hasElse = false;
    for (const Step& inner : step.steps) {
