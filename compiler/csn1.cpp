@@ -58,8 +58,7 @@ private:
    }
 
    void one(const Step& step) {
-      const bool led = step.when == When::ByBit || step.when == When::ByBitIfMore;
-      if (led)
+      if (step.isLed())
          open(std::string("{ ") + (step.when == When::ByBitIfMore ? "null | " : "") +
               (step.high ? "L | H" : "0 | 1"));
       else if (step.when == When::IfTest)

@@ -416,7 +416,7 @@ nullptr)";
       if (step.high) row.wire.push_back("kHigh");
       if (step.quits) row.wire.push_back("kQuits");
       if (step.preset || step.sizes) row.wire.push_back("kPreset");
-      if (step.patterns) row.wire.push_back("kPatterns");
+      if (step.hasPatterns()) row.wire.push_back("kPatterns");
       if (step.inBits) row.wire.push_back("kInBits");
       if (step.name.empty()) row.wire.push_back("kUnnamedOnWire");
       row.argument = expression(step.argument);

@@ -102,15 +102,8 @@ public:
    std::string element(const Type& type) {
       const Program program = lower(type);
       const Width contents = widthOf(program.steps);
-      const unsigned length = lengthBits(type);
-      if (type.cls == Class::LV || type.cls == Class::LVE) {
-         figure_.bits("IEI", 8, false); // the standards count octets from it
-         figure_.bits("length" + range(type.bounds, ""), length, false);
-      } else if (length) {
-         figure_.bits("length" + range(type.bounds, ""), length, false);
-      } else if (contents.fixed() && contents.low == 4) {
-         figure_.bits("IEI", 4, false);
-      }
+      header(type);
+      if (type.cls == Class::V && contents.fixed() && contents.low == 4) figure_.bits("IEI", 4, false);
       if (type.cls == Class::LB) figure_.loosen();
       all(program.steps, false);
       return figure_.draw();
@@ -118,24 +111,26 @@ public:
 
    // A type without fields: octets, a number, a repetition.
    std::string plain(const Type& type) {
-      const unsigned length = lengthBits(type);
-      if (length >= 8) {
-         figure_.bits("IEI", 8, false);
-         figure_.bits("length" + range(octetsOf(type), ""), length, false);
-      }
+      header(type);
       const Width width = widthOf(type);
       if (type.kind == TypeKind::Octets && type.count)
          figure_.bits(type.name, type.count * 8, false);
       else if (type.kind == TypeKind::List)
          figure_.open({type.base.name + range(type.bounds, " times")}, false);
       else if (width.fixed())
-         figure_.bits(type.name + range(type.bounds, ""), width.low - length, false);
+         figure_.bits(type.name + range(type.bounds, ""), width.low - lengthBits(type), false);
       else
          figure_.open({type.name}, false);
       return figure_.draw();
    }
 
 private:
+   void header(const Type& type) {
+      // The standards count octets from the IEI.
+      if (type.cls == Class::LV || type.cls == Class::LVE) figure_.bits("IEI", 8, false);
+      figure_.bits("length" + range(octetsOf(type), ""), lengthBits(type), false);
+   }
+
    // Bounds of the length: those of a list are of its entries.
    static Bounds octetsOf(const Type& type) {
       if (type.kind != TypeKind::List) return type.bounds;
@@ -154,7 +149,7 @@ private:
 
    void one(const Step& step, bool outer) {
       const bool optional = outer || step.isOptional();
-      if (step.when == When::ByBit || step.when == When::ByBitIfMore) {
+      if (step.isLed()) {
          figure_.loosen();
          figure_.bits(step.name + " follows: 1, or 0", 1, outer);
       }

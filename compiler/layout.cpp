@@ -138,38 +138,31 @@ Bounds boundsOfBare(const Type& type) {
    return bounds;
 }
 
-namespace {
-
-// What the caller of a decoder hands over beside the target.
-std::string parameters(const Type& type) {
-   if (type.kind == TypeKind::Digits) return ", uint32_t numocts";
+// What the caller of a decoder hands over beside the target, each with this word ahead.
+static std::string parameters(const Type& type, const std::string& word) {
+   if (type.kind == TypeKind::Digits) return ", " + word + "numocts";
    std::string text;
-   for (auto& parameter : type.parameters) text += ", uint32_t " + cName(parameter);
+   for (auto& parameter : type.parameters) text += ", " + word + cName(parameter);
    return text;
 }
 
-} // namespace
-
 std::string decodeParameters(const Type& type) {
+   const std::string more = parameters(baseType(type), "uint32_t ");
    switch (passing(type)) {
-   case Passing::Array: return ", uint8_t* value" + parameters(baseType(type));
-   case Passing::Text: return ", char* value" + parameters(baseType(type));
-   case Passing::TextPointer: return ", const char** pvalue" + parameters(baseType(type));
+   case Passing::Array: return ", uint8_t* value" + more;
+   case Passing::Text: return ", char* value" + more;
+   case Passing::TextPointer: return ", const char** pvalue" + more;
    case Passing::Nothing: return "";
-   default: return ", " + recordName(type) + "* pvalue" + parameters(baseType(type));
+   default: return ", " + recordName(type) + "* pvalue" + more;
    }
 }
 
 std::string argumentNames(const Type& type, bool encode) {
-   const std::string parameters = encode ? encodeParameters(type) : decodeParameters(type);
-   std::string names;
-   for (size_t comma = parameters.find(','); comma != std::string::npos;) {
-      const size_t next = std::min(parameters.find(',', comma + 1), parameters.size());
-      const size_t word = parameters.find_last_of(" *", next - 1) + 1;
-      names += ", " + parameters.substr(word, next - word);
-      comma = next == parameters.size() ? std::string::npos : next;
-   }
-   return names;
+   const Passing how = passing(type);
+   if (how == Passing::Nothing) return "";
+   const bool decoded = how == Passing::Value || how == Passing::TextPointer;
+   return (how == Passing::Pointer || (decoded && !encode) ? ", pvalue" : ", value") +
+          (encode ? "" : parameters(baseType(type), ""));
 }
 
 namespace {
@@ -179,23 +172,10 @@ bool isMessage(const Type& type) {
    return kind == TypeKind::Pdu || kind == TypeKind::Message;
 }
 
-// All fields and arms below, those of types within too, until one fits.
-template <class Test>
-bool anyField(const Field& field, const Test& test) {
-   if (test(field) || (field.entry != nullptr && anyField(*field.entry, test))) return true;
-   return std::ranges::any_of(field.fields, [&](auto& inner) { return anyField(*inner, test); }) ||
-          std::ranges::any_of(field.arms,
-                              [&](auto& arm) { return arm.field != nullptr && anyField(*arm.field, test); });
-}
-template <class Test>
-bool anyField(const Type& type, const Test& test) {
-   return std::ranges::any_of(type.fields, [&](auto& field) { return anyField(*field, test); });
-}
-
 } // namespace
 
 bool quits(const Type& type) {
-   return anyField(type, [&](const Field& field) {
+   return anyField(type.fields, [&](const Field& field) {
       return (field.kind == Kind::Since && type.returns) ||
              (field.type.type != nullptr &&
               (field.type.type->cls == Class::V || field.type.type->cls == Class::LB) &&
@@ -238,7 +218,7 @@ bool hasShortForm(const Type& type) {
    case TypeKind::Alias:
    case TypeKind::List: return type.base.type == nullptr || hasShortForm(*type.base.type);
    case TypeKind::Record:
-      return type.cls != Class::L4 && !anyField(type, [](const Field& field) {
+      return type.cls != Class::L4 && !anyField(type.fields, [](const Field& field) {
                 if (field.kind == Kind::Bits || field.kind == Kind::Messages ||
                     (field.kind == Kind::Fill && field.bits == 16))
                    return true;
@@ -361,11 +341,6 @@ void appended(const std::vector<std::unique_ptr<Field>>& fields, std::vector<con
          if (arm.field->appended || arm.field->mayMiss) out.push_back(arm.field.get());
    }
 }
-bool runDeparts(const Field& field) {
-   if (field.type.type != nullptr && runBits(field) != 0 && departs(baseType(*field.type.type))) return true;
-   return std::ranges::any_of(field.fields, [](auto& inner) { return runDeparts(*inner); }) ||
-          std::ranges::any_of(field.arms, [](auto& arm) { return runDeparts(*arm.field); });
-}
 } // namespace
 
 std::vector<const Field*> appendedFields(const Type& type) {
@@ -380,7 +355,9 @@ std::string appendixBit(const Field& field) {
 
 bool departs(const Type& type) {
    if (type.standard) return !type.widens;
-   return std::ranges::any_of(type.fields, [](auto& field) { return runDeparts(*field); });
+   return anyField(type.fields, [](const Field& field) {
+      return field.type.type != nullptr && runBits(field) != 0 && departs(baseType(*field.type.type));
+   });
 }
 
 namespace {

@@ -4,6 +4,7 @@
 #include "compiler/walk.h"
 
 #include <algorithm>
+#include <map>
 
 namespace l3c {
 
@@ -16,20 +17,11 @@ constexpr const char* kAppendix = "standard.";
 
 // Is there a codec by hand behind a length in the type? One that finds its length used up returns with its
 // record as it was, counts and pointers included.
-bool mayStayUnset(const Type& type);
-
-bool mayStayUnset(const Field& field) {
-   if (field.type.type != nullptr && mayStayUnset(*field.type.type)) return true;
-   for (auto& inner : field.fields)
-      if (mayStayUnset(*inner)) return true;
-   return std::ranges::any_of(field.arms,
-                              [](auto& arm) { return arm.field != nullptr && mayStayUnset(*arm.field); });
-}
-
 bool mayStayUnset(const Type& type) {
    const Type& base = baseType(type);
-   if (base.custom && base.cls != Class::V) return true;
-   return std::ranges::any_of(base.fields, [](auto& field) { return mayStayUnset(*field); });
+   return (base.custom && base.cls != Class::V) || anyField(base.fields, [](const Field& field) {
+             return field.type.type != nullptr && mayStayUnset(*field.type.type);
+          });
 }
 
 // Where the fields at hand lie.
@@ -75,8 +67,8 @@ public:
          if (type_.plain) step.names = &type_.rows;
          break;
       }
-      case TypeKind::Octets: octets(); break;
-      case TypeKind::Bits: bitString(); break;
+      case TypeKind::Octets:
+      case TypeKind::Bits: string(); break;
       case TypeKind::List: {
          Step& step = program_.steps.emplace_back(value(Op::List));
          list(step, type_.base.type, type_.bits, type_.bounds, type_.storage, type_.entries);
@@ -110,27 +102,20 @@ private:
       return step;
    }
 
-   void bitString() {
-      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Bits
-                                                     : type_.presized ? Op::SizedBits
-                                                                      : Op::RestBits));
+   void string() {
+      const bool bits = type_.kind == TypeKind::Bits;
+      Step& step = program_.steps.emplace_back(value(Op::Counted));
+      if (type_.count != 0)
+         step.op = bits ? Op::Bits : Op::Octets;
+      else if (bits)
+         step.op = type_.presized ? Op::SizedBits : Op::RestBits;
+      else if (type_.fill || type_.presized)
+         step.op = Op::Sized;
       step.count = type_.count;
-      step.storage = type_.storage;
-      step.preset = type_.presized;
-      step.opensTail = type_.opensTail;
-      step.last = true;
-   }
-
-   void octets() {
-      const bool sized = type_.fill || type_.presized;
-      Step& step = program_.steps.emplace_back(value(type_.count != 0 ? Op::Octets
-                                                     : sized          ? Op::Sized
-                                                                      : Op::Counted));
-      step.count = type_.count;
-      step.bits = type_.cls == Class::LVE ? 16 : 8;
+      step.bits = bits ? 0 : type_.cls == Class::LVE ? 16 : 8;
       step.bounds = type_.bounds;
       step.storage = type_.storage;
-      step.rest = type_.fill;
+      step.rest = step.op == Op::Sized && type_.fill;
       step.preset = type_.presized;
       step.opensTail = type_.opensTail;
       step.last = true;
@@ -149,8 +134,13 @@ private:
       step.entryInits = entry != nullptr && (storage.heap || mayStayUnset(*entry)) && hasInit(*entry);
    }
 
+   const std::vector<PresenceBit>& bitsOf(const Fields& level) const {
+      const auto [hit, fresh] = bits_.try_emplace(&level);
+      if (fresh) hit->second = presenceBits(level);
+      return hit->second;
+   }
    BitPlace bit(const Place& place, const Field* field, int group) const {
-      const auto bits = presenceBits(*place.level);
+      const auto& bits = bitsOf(*place.level);
       for (size_t i = 0; i < bits.size(); ++i)
          if (field != nullptr ? bits[i].field == field : bits[i].field == nullptr && bits[i].group == group)
             return {place.levelRecord, bits[i].name, numberOf(place, bits[i].name, i)};
@@ -159,7 +149,7 @@ private:
    // A standard form goes by the bits of the type itself.
    size_t numberOf(const Place& place, const std::string& name, size_t number) const {
       if (type_.original == nullptr || place.level != &type_.fields) return number;
-      const auto bits = presenceBits(type_.original->fields);
+      const auto& bits = bitsOf(type_.original->fields);
       const auto hit = std::ranges::find_if(bits, [&](auto& bit) { return bit.name == name; });
       return hit == bits.end() ? number : static_cast<size_t>(hit - bits.begin());
    }
@@ -394,8 +384,8 @@ private:
       const std::string prefix = field.name.empty() ? place.record : step.member + ".";
       if (field.selector == Selector::Field) step.argument = term(field.argument.get(), place);
       step.selector = field.selector;
-      step.patterns = field.selector == Selector::Pattern;
-      step.high = step.patterns && field.arms.front().pattern.find_first_of("LH") != std::string::npos;
+      step.high = field.selector == Selector::Pattern &&
+                  field.arms.front().pattern.find_first_of("LH") != std::string::npos;
       Place inner = place.inner();
       inner.record = prefix + "u.";
       inner.arm = true;
@@ -426,6 +416,7 @@ private:
 
    const Type& type_;
    Program program_;
+   mutable std::map<const Fields*, std::vector<PresenceBit>> bits_; // of each record, once
 };
 
 // A path begins at the record of the type. An optional field that is absent counts as 0.

@@ -54,14 +54,11 @@ bool reaches(const Type& from, const Type& target, std::set<const Type*>& seen) 
    const Type& base = baseType(from);
    if (&base == &target) return true;
    if (!seen.insert(&base).second) return false;
-   bool found = false;
-   eachField(base.fields, [&](const Field& field) {
-      if (field.type.type != nullptr && reaches(*field.type.type, target, seen)) found = true;
-   });
-   if (base.base.type != nullptr) found |= reaches(*base.base.type, target, seen);
-   for (auto& row : base.table)
-      if (!found && row.record.type != nullptr) found |= reaches(*row.record.type, target, seen);
-   return found;
+   const auto to = [&](const TypeRef& ref) {
+      return ref.type != nullptr && reaches(*ref.type, target, seen);
+   };
+   return anyField(base.fields, [&](const Field& field) { return to(field.type); }) || to(base.base) ||
+          std::ranges::any_of(base.table, [&](const TableRow& row) { return to(row.record); });
 }
 
 // Bits of so many cells, TS 44.018, 9.1.54; as the run time has them.
@@ -376,7 +373,7 @@ std::optional<uint64_t> Sample::bits(const std::vector<Step>& steps, const Field
 }
 
 std::optional<uint64_t> Sample::bits(const Step& step, const Field* stop, bool& found) const {
-   uint64_t sum = step.when == When::ByBit || step.when == When::ByBitIfMore ? 1 : 0;
+   uint64_t sum = step.isLed() ? 1 : 0;
    if (absent(step)) return sum;
    const auto plus = [&](std::optional<uint64_t> more) {
       return more ? std::optional<uint64_t>(sum + *more) : std::nullopt;

@@ -10,44 +10,45 @@
 namespace l3c {
 
 Holes codecHoles(const Type& type, bool encode) {
-   Holes holes = {{"encode", encode},
-                  {"decode", !encode},
-                  {"record", recordName(type)},
-                  {"rows", tableArguments(type)},
-                  {"codec", encode ? encoderName(type) : decoderName(type)},
-                  {"parameters", encode ? encodeParameters(type) : decodeParameters(type)},
-                  {"arguments", argumentNames(type, encode)}};
-   struct Word {
-      const char *name, *encode, *decode;
-   };
-   for (const Word& word :
-        {Word{"c", "e", "d"}, Word{"code", "encode", "decode"}, Word{"Code", "Enc", "Dec"},
-         Word{"Coder", "Encoder", "Decoder"}, Word{"STREAM", "L3_TO_STREAM", "L3_FROM_STREAM"}})
-      holes.emplace_back(word.name, encode ? word.encode : word.decode);
+   static const Holes words[] = {
+         {{"c", "d"},
+          {"code", "decode"},
+          {"Code", "Dec"},
+          {"Coder", "Decoder"},
+          {"STREAM", "L3_FROM_STREAM"}},
+         {{"c", "e"}, {"code", "encode"}, {"Code", "Enc"}, {"Coder", "Encoder"}, {"STREAM", "L3_TO_STREAM"}}};
+   Holes holes = words[encode ? 1 : 0];
+   holes.emplace_back("encode", encode);
+   holes.emplace_back("decode", !encode);
+   holes.emplace_back("record", recordName(type));
+   holes.emplace_back("rows", tableArguments(type));
+   holes.emplace_back("codec", encode ? encoderName(type) : decoderName(type));
+   holes.emplace_back("parameters", encode ? encodeParameters(type) : decodeParameters(type));
+   holes.emplace_back("arguments", argumentNames(type, encode));
    return holes;
 }
 
 static std::string integerWord(const Step& step) {
-   std::string text = "integer<" + std::to_string(step.bits);
-   if (!step.bounds.empty())
-      text += ", " + std::to_string(step.bounds.low.value_or(0)) + ", " +
-              std::to_string(step.bounds.high.value_or(maxOf(step.bits)));
-   return text + ">";
+   return Writer().filled(step.bounds.empty() ? "integer<$bits>" : "integer<$bits, $low, $high>",
+                          {{"bits", step.bits},
+                           {"low", step.bounds.low.value_or(0)},
+                           {"high", step.bounds.high.value_or(maxOf(step.bits))}});
 }
 
 std::string runPart(const Step& step, const std::string& record) {
-   const std::string arguments = "(\"" + step.name + "\", " + record + step.member + ")";
+   const Writer w({{"name", step.name}, {"place", record + step.member}});
+   std::vector<std::string> parts;
    switch (step.op) {
-   case Op::Group: {
-      std::string text = "group(\"" + step.name + "\"";
-      for (auto& inner : step.steps) text += ", " + runPart(inner, record);
-      return text + ")";
-   }
-   case Op::Flag: return "flag" + arguments;
-   case Op::Integer: return integerWord(step) + arguments;
+   case Op::Flag: return w.filled(R"(flag("$name", $place))");
+   case Op::Integer: return w.filled(R"($integer("$name", $place))", {{"integer", integerWord(step)}});
+   case Op::Group:
+      for (auto& inner : step.steps) parts.push_back(runPart(inner, record));
+      return w.filled(R"(group("$name", $parts))", {{"parts", joined(parts, ", ")}});
    default:
-      return (passing(*step.type) == Passing::Value ? "value<quorva::type::" : "record<quorva::type::") +
-             recordName(baseType(*step.type)) + ">" + arguments;
+      return w.filled(passing(*step.type) == Passing::Value
+                            ? R"(value<quorva::type::$type>("$name", $place))"
+                            : R"(record<quorva::type::$type>("$name", $place))",
+                      {{"type", recordName(baseType(*step.type))}});
    }
 }
 
@@ -79,6 +80,10 @@ std::optional<std::string> StepText::ofStep(const Step& step, std::string_view n
    if (name == "bits") return std::to_string(step.bits);
    if (name == "uint") return uintType(step.bits);
    if (name == "number") return std::to_string(step.number);
+   if (name == "needs") return std::to_string(step.needs);
+   if (name == "zeros") return std::to_string(step.zeros);
+   if (name == "ahead") return std::to_string(step.ahead);
+   if (name == "high") return step.high ? "true" : "false";
    if (name == "count") return std::to_string(step.count);
    if (name == "capacity") return std::to_string(step.storage.capacity);
    if (name == "integer") return integerWord(step);
@@ -275,7 +280,7 @@ $empty?    $place = "";
    if (!optional) return quit + kind(step);
    const std::string test =
          step.test.expr == nullptr ? "d.more()" : condition(step.test, "pvalue->", "d.restOctets()");
-   if (step.when == When::ByBit || step.when == When::ByBitIfMore) return quit + led(step, test);
+   if (step.isLed()) return quit + led(step, test);
    return quit + there(step, enc_ ? bit : test);
 }
 
@@ -424,8 +429,7 @@ L3_TRY($c.item<$type>($name, $argument$parameter$second));
 $zeros? L3_TRY($c.zeros($zeros));
 )",
                {{"parameter", !enc_ && sized ? phrase(step, ", static_cast<uint32_t>($size)") : ""},
-                {"second", !enc_ && twice ? ", " + value(step.second) : ""},
-                {"zeros", step.zeros != 0 ? std::to_string(step.zeros) : ""}});
+                {"second", !enc_ && twice ? ", " + value(step.second) : ""}});
 }
 
 // The contents of another type, without its length.
@@ -433,12 +437,11 @@ std::string StepText::inside(const Step& step) {
    if (step.ahead != 0) {
       const Step& within = step.steps.front();
       const std::string selector = "pvalue->" + within.place + "t";
-      return text(
-            R"(
+      return text(step, R"(
 $decode? $selector = 1 + d.bitAhead($ahead);
 $choice
 )",
-            {{"selector", selector}, {"ahead", step.ahead}, {"choice", choice(within, selector)}});
+                  {{"selector", selector}, {"choice", choice(within, selector)}});
    }
    const Type& base = baseType(*step.type);
    const std::string start = variable("start"), var = variable("value");
@@ -510,7 +513,7 @@ std::string StepText::entry(const Step& step, const char* call) const {
 // `on`: the selector, if it is known already.
 std::string StepText::choice(const Step& step, const std::string& on) {
    const std::string t = "pvalue->" + (step.name.empty() ? step.place : step.member + ".") + "t";
-   if (step.patterns) return patterns(step, t);
+   if (step.hasPatterns()) return patterns(step, t);
    std::string arms;
    bool hasElse = false;
    for (const Step& inner : step.steps) {
@@ -565,20 +568,16 @@ std::string StepText::patterns(const Step& step, const std::string& selector) {
       const size_t bits = patternBits(pattern), spare = longest - pattern.size();
       for (size_t k = 0; k < size_t{1} << spare; ++k)
          found[(bits << spare) + k] = std::to_string((i + 1) << 4 | pattern.size());
-      arms += text(R"(
-case $number: {
+      arms += text(step, R"(
+case $i: {
    $encode? L3_TRY(e.pattern($bits, $size, $high));
    $step
    break;
 }
 )",
-                   {{"number", i + 1},
-                    {"bits", bits},
-                    {"size", pattern.size()},
-                    {"high", step.high ? "true" : "false"},
-                    {"step", one(step.steps[i])}});
+                   {{"i", i + 1}, {"bits", bits}, {"size", pattern.size()}, {"step", one(step.steps[i])}});
    }
-   return text(R"(
+   return text(step, R"(
 $decode? static constexpr ArmBits $table[] = {$found};
 $decode? L3_TRY(d.pattern<$high>($table, $t));
 switch ($t) {
@@ -586,11 +585,7 @@ switch ($t) {
    default: return kNotShort;
 }
 )",
-               {{"table", table},
-                {"found", joined(found, ", ")},
-                {"high", step.high ? "true" : "false"},
-                {"t", selector},
-                {"arms", arms}});
+               {{"table", table}, {"found", joined(found, ", ")}, {"t", selector}, {"arms", arms}});
 }
 
 // A group of fields that only releases from a certain one on know; its bit is set when all of it has
@@ -601,20 +596,17 @@ std::string StepText::since(const Step& step) {
    if (enc_) return block(presenceBit(step.present), sequence(step.steps));
    return text(step, R"(
 $first? bool groups = true;
-$needs? if (groups && d.more() && d.knows($release)) groups = d.fits(length, $bits);
-if (${groups}d.more() && d.knows($release)) {
+$needs? if (groups && d.more() && d.knows($number)) groups = d.fits(length, $needs);
+if (${groups}d.more() && d.knows($number)) {
    $steps
    $bit = 1;
-   $quit? if (d.atEnd()) return d.quit(length);
+   $returns? if (d.atEnd()) return d.quit(length);
 }
 )",
                {{"first", first},
-                {"needs", needs},
-                {"release", step.number},
-                {"bits", step.needs},
                 {"groups", needs ? "groups && " : ""},
                 {"steps", sequence(step.steps)},
-                {"quit", step.returns}});
+                {"returns", step.returns}});
 }
 
 std::string StepText::declareExt() {

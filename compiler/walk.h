@@ -4,6 +4,8 @@
 #include "compiler/diagnostics.h"
 #include "compiler/model.h"
 
+#include <algorithm>
+
 namespace l3c {
 
 // All fields below, arms and nested records too, each ahead of what it holds.
@@ -18,6 +20,17 @@ void eachField(Field& field, Visit& visit) {
 template <class Visit>
 void eachField(const std::vector<std::unique_ptr<Field>>& fields, Visit&& visit) {
    for (auto& field : fields) eachField(*field, visit);
+}
+
+// Does one of them pass the test?
+template <class Test>
+bool anyField(const std::vector<std::unique_ptr<Field>>& fields, const Test& test) {
+   return std::ranges::any_of(fields, [&](auto& field) {
+      return test(*field) || anyField(field->fields, test) ||
+             std::ranges::any_of(field->arms, [&](auto& arm) {
+                return test(*arm.field) || anyField(arm.field->fields, test);
+             });
+   });
 }
 
 // The type whose record or value an alias or a one-element message has; null in a circle or if unresolved.

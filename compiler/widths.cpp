@@ -51,16 +51,8 @@ Width contents(const Field& field) {
    case Kind::Choice: return plus(fixed(field.bits), widest(field.arms));
    case Kind::Null: return {};
    case Kind::Chain: return {1, 0, true};
-   case Kind::Sized:
-   case Kind::Fill:
-   case Kind::Tail:
-   case Kind::BitTail:
-   case Kind::SizedBits:
-   case Kind::FillBits:
-   case Kind::Each:
-   case Kind::Messages: break;
+   default: return anything();
    }
-   return anything();
 }
 
 Width compute(const Type& type) {
@@ -87,12 +79,8 @@ Width compute(const Type& type) {
       const uint64_t times = std::min(type.times->number, kMany);
       return {std::min(entry.low * times, kMany), std::min(entry.high * times, kMany), entry.open};
    }
-   case TypeKind::Digits:
-   case TypeKind::Text:
-   case TypeKind::Message:
-   case TypeKind::Pdu: break;
+   default: return anything();
    }
-   return anything();
 }
 
 } // namespace

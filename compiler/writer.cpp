@@ -69,8 +69,8 @@ std::string Writer::filled(std::string_view form, const Holes& holes, const Look
          append(hole.name);
          at += hole.length;
          if (at - hole.length == lead && line.substr(at, 2) == "? ") {
-            at = text.empty() ? line.size() : at + 2;
-            alone = text.empty();
+            alone = text.empty() || text == "0";
+            at = alone ? line.size() : at + 2;
             text.clear();
             continue;
          }

@@ -51,8 +51,8 @@ public:
    // The lines of a form with `$name` or `${name}` filled in. A line break right behind the form's begin does
    // not count, so that one may stand in a raw literal as it will in the file. Where several lines fill a
    // hole, each is indented as the line with the hole, with the star of a comment's line; a line that is a
-   // hole alone goes if nothing fills it. What stands behind `$name? ` on a line is there if something fills
-   // that hole. Lines of the preprocessor's are not indented. A name that no hole has is a fault of the
+   // hole alone goes if nothing fills it. What stands behind `$name? ` on a line is there if something but 0
+   // fills that hole. Lines of the preprocessor's are not indented. A name that no hole has is a fault of the
    // compiler's: std::logic_error.
    void fill(std::string_view form, const Holes& holes = {});
    void fillIf(bool holds, std::string_view form, const Holes& holes = {}) {

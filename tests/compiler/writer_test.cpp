@@ -52,6 +52,7 @@ int ${name}_$coder($arguments) {
    EXPECT_EQ(w.filled("$coder.length"), "d.length");
    const l3c::Lookup lengths = [](std::string_view name) { return std::to_string(name.size()); };
    EXPECT_EQ(w.lines("$coder.$length ? $at", {{"at", 7}}, lengths), "d.6 ? 7\n");
-   EXPECT_EQ(w.lines("$nothing? ", {{"nothing", ""}}), "");
+   EXPECT_EQ(w.lines("$nothing? a\n$nought? b\n$ten? c", {{"nothing", ""}, {"nought", 0}, {"ten", 10}}),
+             "c\n");
    EXPECT_THROW(w.fill("$code"), std::logic_error);
 }
