@@ -3,6 +3,7 @@
 #include "compiler/emit.h"
 #include "compiler/layout.h"
 #include "compiler/naming.h"
+#include "compiler/program.h"
 #include "compiler/walk.h"
 
 #include <algorithm>
@@ -17,33 +18,49 @@ bool hasDiscriminator(const Type& pdu) {
    return std::ranges::any_of(pdu.fields, [](auto& field) { return field->name == "protoDiscr"; });
 }
 
-// A field of a PDU whose arm no octet tells: the half octet ahead of the discriminator.
-bool isHeaderChoice(const Field& field) {
-   if (field.kind != Kind::Named || field.type.type == nullptr) return false;
-   const auto& fields = baseType(*field.type.type).fields;
-   return fields.size() == 1 && fields[0]->name.empty() && fields[0]->kind == Kind::Choice &&
-          fields[0]->selector == Selector::Record;
-}
+// What no octet of a PDU tells: the arm of the half octet ahead of the discriminator.
+struct HeaderChoice {
+   std::string name;
+   uint64_t otherwise = 1;                              // the arm of a message whose row doesn't say
+   std::vector<std::pair<uint64_t, std::string>> names; // of the arms
 
-// The arm of such a field that goes with a message.
-uint64_t headerArm(const Field& field, const TableRow& row) {
-   return row.header == field.name ? row.arm : field.sample.value_or(1);
-}
+   uint64_t arm(const TableRow& row) const { return row.header == name ? row.arm : otherwise; }
+   std::string armName(const TableRow& row) const {
+      const auto hit = std::ranges::find(names, arm(row), &std::pair<uint64_t, std::string>::first);
+      return hit == names.end() ? "" : hit->second;
+   }
+};
 
-const std::string& armName(const Field& field, uint64_t arm) {
-   static const std::string none;
-   for (auto& one : baseType(*field.type.type).fields[0]->arms)
-      if (!one.values.empty() && one.values.front().low == arm) return one.field->name;
-   return none;
+std::vector<HeaderChoice> headerChoices(const Type& pdu) {
+   std::vector<HeaderChoice> all;
+   for (auto& step : lower(pdu).steps) {
+      if (step.op != Op::Call) continue;
+      const Program inner = lower(baseType(*step.type));
+      if (inner.steps.size() != 1 || inner.steps[0].selector != Selector::Record) continue;
+      HeaderChoice& choice = all.emplace_back(HeaderChoice{step.name, step.sample.value_or(1), {}});
+      for (auto& arm : inner.steps[0].steps)
+         if (!arm.arm->values.empty()) choice.names.emplace_back(arm.arm->values.front().low, arm.name);
+   }
+   return all;
 }
 
 // The functions of one union of a PDU.
 class Setters {
 public:
-   Setters(const Type& pdu, const Field& messages, const std::vector<TableRow>& table, bool first)
-         : pdu_(pdu), table_(table), forms_({{"pdu", recordName(pdu)},
-                                             {"messages", cName(messages.name)},
-                                             {"_messages", first ? "" : "_" + cName(messages.name)}}) {}
+   Setters(const Type& pdu, const Step& messages, bool first)
+         : pdu_(pdu), table_(*messages.table), choices_(headerChoices(pdu)),
+           forms_({{"pdu", recordName(pdu)},
+                   {"messages", cName(messages.name)},
+                   {"_messages", first ? "" : "_" + cName(messages.name)}}) {}
+
+   static std::vector<Setters> of(const Type& pdu) {
+      std::vector<Setters> all;
+      for (auto& step : lower(pdu).steps)
+         if (step.op == Op::Pointers) all.emplace_back(pdu, step, all.empty());
+      return all;
+   }
+
+   const std::vector<TableRow>& rows() const { return table_; }
 
    std::string define() const {
       std::string all;
@@ -87,30 +104,30 @@ private:
    // An arm that the caller has chosen stays, unless it is that of another protocol of this PDU.
    std::string header(const TableRow& row) const {
       std::string all;
-      for (auto& field : pdu_.fields) {
-         if (!isHeaderChoice(*field)) continue;
-         const uint64_t arm = headerArm(*field, row);
+      for (auto& choice : choices_) {
+         const uint64_t arm = choice.arm(row);
          std::set<uint64_t> others;
-         for (auto& other : table_) others.insert(headerArm(*field, other));
+         for (auto& other : table_) others.insert(choice.arm(other));
          others.erase(arm);
          others.insert(0);
          std::vector<std::string> wrong;
          for (const uint64_t other : others)
             wrong.push_back(forms_.filled("pdu->$field.t == $other",
-                                          {{"field", cName(field->name)}, {"other", other}}));
+                                          {{"field", cName(choice.name)}, {"other", other}}));
          all += forms_.lines(R"(
 if ($wrong) {
    pdu->$field = {};
    pdu->$field.t = $arm;
 }
 )",
-                             {{"wrong", joined(wrong, " || ")}, {"field", cName(field->name)}, {"arm", arm}});
+                             {{"wrong", joined(wrong, " || ")}, {"field", cName(choice.name)}, {"arm", arm}});
       }
       return all;
    }
 
    const Type& pdu_;
    const std::vector<TableRow>& table_;
+   const std::vector<HeaderChoice> choices_;
    const Writer forms_;
 };
 
@@ -130,8 +147,13 @@ public:
          const std::string name = recordName(*type);
          if (type->kind == TypeKind::Record || type->kind == TypeKind::Pdu ||
              type->kind == TypeKind::Message) {
-            fields(type->fields, type.get(), name);
-            if (type->standard) standard(*type->standard, name);
+            const Program program = lower(*type);
+            steps(program.steps, name);
+            steps(program.optional, name);
+            if (!type->standard) continue;
+            const Program other = lower(*type->standard);
+            standard(other.steps, name);
+            standard(other.optional, name);
          }
       }
       return w_.text();
@@ -197,66 +219,67 @@ enum {
       return printName(row.member.starts_with("obj_") ? row.member.substr(4) : row.member);
    }
 
-   void fields(const std::vector<std::unique_ptr<Field>>& all, const Type* pdu, const std::string& place) {
+   void steps(const std::vector<Step>& all, const std::string& place) {
       bool first = true; // of the unions of messages: that of the PDU itself
-      for (auto& field : all) {
-         const std::string inner = field->name.empty() ? place : place + '_' + cName(field->name);
-         if (field->onlyOnWire()) fields(field->fields, nullptr, place);
-         if (field->kind == Kind::Group) fields(field->fields, nullptr, inner);
-         if (field->kind == Kind::Choice) choice(*field, inner);
-         if (field->kind == Kind::Messages && pdu != nullptr) {
+      for (auto& step : all) {
+         if (step.op == Op::Pointers) {
             std::vector<Row> rows;
-            const std::string prefix = first ? place : inner;
-            for (auto& row : tableOf(*pdu, *field))
+            const std::string prefix = first ? place : place + '_' + cName(step.name);
+            for (auto& row : *step.table)
                rows.push_back({prefix + "_t_" + printName(row.member), row.selector, title(row)});
-            block("Selectors `" + cName(field->name) + ".t` of " + place + ".", rows);
+            block("Selectors `" + cName(step.name) + ".t` of " + place + ".", rows);
             first = false;
+         } else if (step.op == Op::Choice || step.op == Op::Group) {
+            nest(step, step.name.empty() ? place : place + '_' + cName(step.name));
+         } else if (step.op != Op::Contents && step.op != Op::List) {
+            steps(step.steps, place);
          }
       }
    }
 
+   void nest(const Step& step, const std::string& place) {
+      if (step.op == Op::Group) steps(step.steps, place);
+      if (step.op == Op::Choice) choice(step, place);
+   }
+
    // Selectors, or values of the number that steers the choice where these have no names of their own.
-   void choice(const Field& field, const std::string& place) {
+   void choice(const Step& choice, const std::string& place) {
       std::string word = "t";
-      if (field.selector == Selector::Field) {
+      if (const Expr* by = choice.argument.expr) {
          word.clear();
-         if (field.argument && field.argument->op == Expr::Op::Name && !field.argument->path.empty()) {
-            const Field& steering = *field.argument->path.back();
+         if (by->op == Expr::Op::Name && !by->path.empty()) {
+            const Field& steering = *by->path.back();
             if (steering.kind == Kind::Uint && steering.bits > 1) word = cName(steering.name);
          }
       }
       std::map<std::string, int> uses;
-      for (auto& arm : field.arms) ++uses[arm.field->name];
+      for (auto& arm : choice.steps) ++uses[arm.name];
       std::vector<Row> rows;
-      for (auto& arm : field.arms) {
-         const bool one = arm.values.size() == 1 && arm.values[0].low == arm.values[0].high;
-         if (!word.empty() && one && uses[arm.field->name] == 1 && !arm.field->name.empty())
-            rows.push_back({place + '_' + word + '_' + printName(arm.field->name), arm.values[0].low,
-                            arm.field->kind == Kind::Null ? "Nothing but this."
-                                                          : "`u." + cName(arm.field->name) + "`."});
+      for (auto& arm : choice.steps) {
+         const auto& values = arm.arm->values;
+         const bool one = values.size() == 1 && values[0].low == values[0].high;
+         if (!word.empty() && one && uses[arm.name] == 1 && !arm.name.empty())
+            rows.push_back({place + '_' + word + '_' + printName(arm.name), values[0].low,
+                            arm.op == Op::Nothing ? "Nothing but this." : "`u." + cName(arm.name) + "`."});
       }
       block(word == "t" ? "Selectors `t` of " + place + "." : "Values of `" + word + "` for " + place + ".",
             rows);
-      for (auto& arm : field.arms) {
-         const std::string inner = place + '_' + cName(arm.field->name);
-         if (arm.field->kind == Kind::Group) fields(arm.field->fields, nullptr, inner);
-         if (arm.field->kind == Kind::Choice) choice(*arm.field, inner);
-      }
+      for (auto& arm : choice.steps) nest(arm, place + '_' + cName(arm.name));
    }
 
    // Arms that the standard form alone has.
-   void standard(const Type& type, const std::string& place) {
-      eachField(type.fields, [&](const Field& field) {
-         if (field.kind != Kind::Choice || field.selector == Selector::Field) return;
+   void standard(const std::vector<Step>& all, const std::string& place) {
+      for (auto& step : all) {
          std::vector<Row> rows;
-         for (auto& arm : field.arms)
-            if (arm.field->appended && arm.values.size() == 1)
-               rows.push_back({place + (field.name.empty() ? "" : '_' + cName(field.name)) + "_t_" +
-                                     printName(arm.field->name),
-                               arm.values[0].low,
-                               "With RTX_CTXT_STANDARD: `standard." + cName(arm.field->name) + "`."});
+         for (auto& arm : step.steps)
+            if (arm.appended && arm.arm != nullptr && step.selector != Selector::Field &&
+                arm.arm->values.size() == 1)
+               rows.push_back(
+                     {place + (step.name.empty() ? "" : '_' + cName(step.name)) + "_t_" + printName(arm.name),
+                      arm.arm->values[0].low, "With RTX_CTXT_STANDARD: `standard." + cName(arm.name) + "`."});
          block("Selectors `t` of " + place + " with RTX_CTXT_STANDARD alone.", rows);
-      });
+         standard(step.steps, place);
+      }
    }
 
    const Module& module_;
@@ -267,26 +290,19 @@ enum {
 } // namespace
 
 uint64_t headerArm(const Type& pdu, const TableRow& row) {
-   const auto field = std::ranges::find_if(pdu.fields, [](auto& each) { return isHeaderChoice(*each); });
-   return field == pdu.fields.end() ? 0 : headerArm(**field, row);
+   const auto choices = headerChoices(pdu);
+   return choices.empty() ? 0 : choices.front().arm(row);
 }
 
 std::string headerWords(const Type& pdu, const TableRow& row) {
    std::string text;
-   for (auto& field : pdu.fields)
-      if (isHeaderChoice(*field))
-         text += ", `" + cName(field->name) + "` to " + armName(*field, headerArm(*field, row));
+   for (auto& choice : headerChoices(pdu)) text += ", `" + cName(choice.name) + "` to " + choice.armName(row);
    return text;
 }
 
 std::string selectorFunctions(const Type& pdu) {
    std::string all;
-   bool first = true;
-   for (auto& field : pdu.fields) {
-      if (field->kind != Kind::Messages) continue;
-      all += Setters(pdu, *field, tableOf(pdu, *field), first).define();
-      first = false;
-   }
+   for (auto& setters : Setters::of(pdu)) all += setters.define();
    return all;
 }
 
@@ -294,18 +310,14 @@ void emitSelectorCalls(const Model& model, Outputs& out) {
    Writer w;
    w.line("// PDU, member, selector, and what makes a PDU hold a sample of it. Generated by l3c.");
    for (auto& module : model.modules)
-      for (auto& type : module->types)
+      for (auto& type : module->types) {
+         const auto unions = Setters::of(*type);
          for (auto& row : type->table) {
             std::vector<std::string> calls;
-            bool first = true;
-            for (auto& field : type->fields) {
-               if (field->kind != Kind::Messages) continue;
-               auto& table = tableOf(*type, *field);
-               for (auto& other : table)
+            for (auto& setters : unions)
+               for (auto& other : setters.rows())
                   if (other.selector == row.selector && other.msgType == row.msgType)
-                     calls.push_back(Setters(*type, *field, table, first).call(other));
-               first = false;
-            }
+                     calls.push_back(setters.call(other));
             w.fill(
                   R"({"$pdu", "$member", $selector, [](RtxContext* c, void* place) { auto* pdu = static_cast<$pdu*>(place); $calls }},)",
                   {{"pdu", recordName(*type)},
@@ -313,6 +325,7 @@ void emitSelectorCalls(const Model& model, Outputs& out) {
                    {"selector", row.selector},
                    {"calls", joined(calls, " ")}});
          }
+      }
    out["tests/selectors.inc"] = w.text();
 }
 

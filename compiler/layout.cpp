@@ -55,10 +55,6 @@ bool namesOuter(const Expr& e) {
    return e.parameter || (e.left && namesOuter(*e.left)) || (e.right && namesOuter(*e.right));
 }
 
-const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages) {
-   return !pdu.second.empty() && messages.name == pdu.second ? pdu.secondTable : pdu.table;
-}
-
 std::string countType(const Storage& storage, Entries entries) {
    if (isLed(entries)) return "uint64_t";
    if (storage.heap) return "uint32_t";

@@ -28,9 +28,6 @@ bool isLed(Entries entries);
 uint64_t patternBits(const std::string& pattern);
 // Does the value that the structure around hands in stand in it?
 bool namesOuter(const Expr& e);
-// The rows of a PDU that fill a field of `messages`.
-const std::vector<TableRow>& tableOf(const Type& pdu, const Field& messages);
-
 // Argument that hands `place`, an lvalue of the type, to a codec, printer or initialiser.
 std::string encodeArgument(const Type& type, const std::string& place);
 std::string pointerArgument(const Type& type, const std::string& place);

@@ -323,7 +323,7 @@ private:
       case Kind::Null: break;
       case Kind::Messages:
          step.op = Op::Pointers;
-         step.table = &tableOf(type_, field);
+         step.table = !type_.second.empty() && field.name == type_.second ? &type_.secondTable : &type_.table;
          break;
       case Kind::Frame:
       case Kind::Bare: {
