@@ -7,7 +7,6 @@
 #include "compiler/walk.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace l3c {
 std::string spelled(const Expr& expr) {
@@ -338,7 +337,8 @@ std::string ieiOf(const Step& step) {
 void elements(const std::vector<Step>& steps, bool groups, Table& table) {
    for (auto& step : steps) {
       if (step.op == Op::Swap) { // the upper half octet comes first
-         for (auto& half : std::ranges::reverse_view(step.steps)) elements({half}, groups, table);
+         for (auto half = step.steps.rbegin(); half != step.steps.rend(); ++half)
+            elements({*half}, groups, table);
       } else if (step.op == Op::Length || step.op == Op::Chain || step.op == Op::Since ||
                  step.op == Op::Span) {
          elements(step.steps, groups, table);
@@ -347,7 +347,7 @@ void elements(const std::vector<Step>& steps, bool groups, Table& table) {
       } else {
          table.push_back({ieiOf(step), step.name, isNamed(step) ? step.typeName : "",
                           step.ieiBits || step.isOptional() ? "O" : "M", formatOf(step), lengthOf(step)});
-         if (groups) table.back().push_back(step.groupNumber ? text(step.groupNumber) : "");
+         if (groups) table.back().push_back(step.groupNumber ? std::to_string(step.groupNumber) : "");
       }
    }
 }
