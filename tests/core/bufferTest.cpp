@@ -297,6 +297,15 @@ TEST(Input, LimitAndFailures) {
    EXPECT_EQ(rtxPeekBits(&c, &value, 0), RTX_E_UNSUPPORTED); // can't go back in a stream
 }
 
+TEST(Input, TheLimitHoldsPastTheBuffer) {
+   Streamed c(RTX_STREAM_READ, counted(6000));
+   Octets target(6000);
+   EXPECT_EQ(rtxReadBytes(&c, target.data(), 1), 0);
+   c.stream->inputLimit = 3000;
+   EXPECT_EQ(rtxReadBytes(&c, target.data(), 5000), RTX_E_END_OF_STREAM);
+   EXPECT_EQ(c.pos, 3000u); // what lies behind it is another's
+}
+
 TEST(Streams, NoneOrTheWrongWay) {
    Transport transport{counted(10)};
    Context c;
