@@ -83,6 +83,8 @@ void message(RtxContext* pctxt, bool encode) {
    NASEnc_TS24301IE_UENetworkCapability(pctxt, &capability);
 }
 
+std::vector<std::vector<uint8_t>> own; // buffers that the caller gave
+
 void step(RtxContext* pctxt, RtxMemBuf* copy, unsigned op, size_t count) {
    static uint8_t target[70000];
    size_t pos = 0;
@@ -116,12 +118,9 @@ void step(RtxContext* pctxt, RtxMemBuf* copy, unsigned op, size_t count) {
    case 24:
       if (op < 0x80) {
          rtxStreamMemoryGetBuffer(pctxt, &pos);
-      } else { // a buffer of the caller's, or a new one
-         static std::vector<uint8_t> own;
-         std::vector<uint8_t> next(count % 64 + 1);
-         const bool given = count % 3 != 0;
-         if (rtxCtxtSetBufPtr(pctxt, given ? next.data() : nullptr, next.size()) >= 0 && given)
-            own.swap(next);
+      } else {                             // a buffer of the caller's, or a new one
+         own.emplace_back(count % 64 + 1); // a memory stream may hold on to it
+         rtxCtxtSetBufPtr(pctxt, count % 3 != 0 ? own.back().data() : nullptr, own.back().size());
       }
       break;
    case 25: message(pctxt, count % 2 != 0); break;
@@ -145,6 +144,7 @@ void step(RtxContext* pctxt, RtxMemBuf* copy, unsigned op, size_t count) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
    if (size < 4) return 0;
+   own.clear();
    Context ctxt;
    layers = 0;
    std::vector<uint8_t> octets(data + 4, data + size);

@@ -1,6 +1,9 @@
 // Printers of ASN.1 values to the print stream; those of bit strings have a file of their own.
 #include "quorva/rtPrintToStream.h"
 
+#include <cstdlib>
+#include <cstring>
+
 #include "quorva/rtxMemHeap.h"
 #include "quorva/rtxUTF8.h"
 #include "runtime/text/escapeText.h"
@@ -90,8 +93,13 @@ int rtPrintToStreamOID64(RtxContext* pctxt, const char* name, const RtxOID64* va
 }
 
 int rtPrintToStreamOIDStr(RtxContext* pctxt, const char* name, const char* value) {
+   // Without a context there is no heap, but printing goes on.
    return text::oidStr(
          StreamSink(pctxt), name, value, pctxt,
-         [](void* owner, const char* arcs) { return rtxUTF8Strdup(static_cast<RtxContext*>(owner), arcs); },
-         [](void* owner, char* arcs) { rtxMemHeapFreePtr(static_cast<RtxContext*>(owner), arcs); });
+         [](void* owner, const char* arcs) {
+            return owner ? rtxUTF8Strdup(static_cast<RtxContext*>(owner), arcs) : strdup(arcs);
+         },
+         [](void* owner, char* arcs) {
+            owner ? rtxMemHeapFreePtr(static_cast<RtxContext*>(owner), arcs) : free(arcs);
+         });
 }

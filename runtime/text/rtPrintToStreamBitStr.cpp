@@ -1,4 +1,5 @@
 // Printers of bit strings to the print stream.
+#include <cstdlib>
 #include <cstring>
 
 #include "quorva/rtPrintToStream.h"
@@ -54,11 +55,12 @@ public:
    }
 
    int close() {
-      auto* copy = static_cast<char*>(rtxMemHeapAlloc(pctxt_, lineSize));
+      // Without a context the list is one of system memory.
+      auto* copy = static_cast<char*>(pctxt_ ? rtxMemHeapAlloc(pctxt_, lineSize) : malloc(lineSize));
       if (!copy) return RTX_E_NOMEM;
       memcpy(copy, line_, sizeof(line_));
       if (!rtxSListAppend(list_, copy)) {
-         rtxMemHeapFreePtr(pctxt_, copy);
+         pctxt_ ? rtxMemHeapFreePtr(pctxt_, copy) : free(copy);
          return RTX_E_NOMEM;
       }
       line_[0] = '\0';

@@ -82,8 +82,14 @@ TEST(PrintWays, LeaveTheSameOctetsOfEverySample) {
       if (types[i].sample == nullptr || types[i].print == nullptr) continue;
       Capture capture;
       const void* value = types[i].sample(&capture.ctxt);
-      compareWays(
-            &capture.ctxt, [&](RtxContext* ctxt) { types[i].print(ctxt, "value", value); }, types[i].name);
+      const Print print = [&](RtxContext* ctxt) { types[i].print(ctxt, "value", value); };
+      compareWays(&capture.ctxt, print, types[i].name);
+      // Without a context the text goes to the stream of the process.
+      std::string text;
+      rtxSetGlobalPrintStream(append, &text);
+      print(nullptr);
+      g_PrintStream = {nullptr, nullptr};
+      EXPECT_EQ(text, byCalls(&capture.ctxt, print)) << types[i].name;
    }
 }
 
