@@ -120,22 +120,21 @@ $c.part([&](Short$Coder& $c) -> int {
          for (unsigned bits = 0; i < steps.size() && isInRun(steps[i], bits);)
             parts.push_back(inRun(steps[i++], bits));
          if (!parts.empty()) {
-            words.push_back(steps_.phrase(step, parts.size() == 1 ? "      $at$c.fields($parts)" : R"(
-      $at$c.fields(
-         $parts))",
+            words.push_back(steps_.phrase(step, parts.size() == 1 ? "$at$c.fields($parts)" : R"(
+$at$c.fields(
+   $parts))",
                                           {{"at", at}, {"parts", joined(parts, ",\n")}}));
             continue;
          }
-         words.push_back(isItem(step)
-                               ? steps_.phrase(step, "      $at$c.item<$type>($argument)", {{"at", at}})
-                               : "      " + at + "   " +
-                                       part(step, steps_.countAhead(steps, i) + steps_.one(step)));
+         const std::string word = isItem(step) ? steps_.phrase(step, "$c.item<$type>($argument)")
+                                               : part(step, steps_.countAhead(steps, i) + steps_.one(step));
+         words.push_back(at + word);
          ++i;
       }
       return words.empty() ? ""
                            : steps_.text(R"(
 const bool done =
-$words;
+      $words;
 if (!done) [[unlikely]]
    return $c.rest();
 )",
@@ -187,12 +186,9 @@ if ($group$guard) {
                step, "if ($there && !e.optional<$ieiBits, $type>($iei, $argument)) return e.rest();", holes);
       if (step.op != Op::Choice)
          return steps_.text(step, "if ($there && !e.optional<$ieiBits>($iei)) return e.rest();", holes);
-      return steps_.phrase(step, R"(
-if ($there && 
-    !   )",
-                           holes) +
-             part(step, steps_.text(step, "L3_TRY(e.iei($iei));", holes) + steps_.kind(step)) +
-             ") return e.rest();\n";
+      const std::string iei = steps_.text(step, "L3_TRY(e.iei($iei));", holes);
+      return steps_.text(step, "if ($there && !$part) return e.rest();",
+                         {holes.front(), {"part", part(step, iei + steps_.kind(step))}});
    }
 
    std::string scan(const Program& program) {
@@ -209,7 +205,7 @@ if ($there &&
             if (steps[k].iei == step.iei) elements += decodeElement(steps[k], k);
          cases += steps_.text(R"(
 case $iei:
-$elements
+   $elements
    break;
 )",
                               {{"iei", hex(step.iei, 2)}, {"elements", elements}});
@@ -229,19 +225,18 @@ return d.finish();
    std::string decodeElement(const Step& step, size_t k) {
       const std::string mark = steps_.phrase(step, step.group ? "$group = 1, $bit = 1" : "$bit = 1",
                                              {{"group", presenceBit(step.group)}});
-      if (step.op == Op::Choice)
-         return steps_.text(step, "   L3_ELEMENT($k,", {{"k", k}}) + "            " +
-                part(step, steps_.kind(step)) +
-                steps_.text(step, ",\n              $mark)", {{"mark", mark}});
-      const char* item = step.op == Op::Nothing ? "nothing()"
-                         : !step.run            ? "item<$type>($argument)"
-                         : step.ieiBits == 4    ? "half($part)"
-                                                : "fields($part)";
-      return steps_.text(step, R"(
-   L3_ELEMENT($k, d.$item,
-              $mark)
+      const char* word = step.op == Op::Nothing ? "d.nothing()"
+                         : !step.run            ? "d.item<$type>($argument)"
+                         : step.ieiBits == 4    ? "d.half($part)"
+                                                : "d.fields($part)";
+      return steps_.text(
+            step, R"(
+L3_ELEMENT($k, $word,
+           $mark)
 )",
-                         {{"k", k}, {"item", steps_.phrase(step, item)}, {"mark", mark}});
+            {{"k", k},
+             {"word", step.op == Op::Choice ? part(step, steps_.kind(step)) : steps_.phrase(step, word)},
+             {"mark", mark}});
    }
 
    const Type& type_;
