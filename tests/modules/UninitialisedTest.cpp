@@ -156,6 +156,7 @@ TEST(Uninitialised, PathsAreThoseOfTheEncoders) {
       const char *type, *field;
    } rows[] = {
          {"TS24008Msg_PDU", "data.obj_AuthenticationRequest.spare"},
+         {"TS24501Msg_PDU_SM", "data.obj_EstablishRequest5G.maxPktFilters.spare"},
          {"TS24501IE_ATSSSContainer", "contents[0].contents.rules[0].selectionDesc.addlIndicator.spare"}};
    for (const auto& row : rows) {
       TestContext context;
