@@ -99,6 +99,7 @@ namespace quorva::walk {
 struct Module;
 extern const Module table_$module;
 int encode(RtxContext* ctxt, const Module& module, unsigned type, void* value);
+int encodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
 int decodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
 } // namespace quorva::walk
 namespace quorva::type {
@@ -171,6 +172,9 @@ int shortDecIn_$record(quorva::frame::ShortDecoder& d$decodeParameters);
    }
 )");
       w.fillIf(type.custom && type.kind == TypeKind::Message, R"(
+   static int encodeOptional(RtxContext* pctxt, void* value) {
+      return quorva::walk::encodeOptional(pctxt, $rows, value);
+   }
    static int decodeOptional(RtxContext* pctxt, void* value) {
       return quorva::walk::decodeOptional(pctxt, $rows, value);
    }

@@ -34,7 +34,7 @@ int NASDec_TS24008Msg_DetachAccept(RtxContext* pctxt, TS24008Msg_DetachAccept* p
       L3_TRY(d.item("forceToStandby", NASDec_TS24008IE_ForceToStandbyValue, &pvalue->forceToStandby));
       pvalue->m.forceToStandbyPresent = 1;
    }
-   return d.more() ? quorva::type::TS24008Msg_DetachAccept::decodeOptional(pctxt, pvalue) : d.ended();
+   return d.optional<quorva::type::TS24008Msg_DetachAccept>(pvalue);
 }
 
 // The 4 bits ahead of the discriminator are a transaction identifier, TS 24.007, 11.2.3.1.3.

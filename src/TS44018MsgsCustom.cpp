@@ -2,7 +2,6 @@
 // Encoders spell the names of types with hyphens, decoders with underscores; readers of a trace go by both.
 
 #include "src/frame/pdu.h"
-#include "src/frame/scan.h"
 #include "src/frame/security.h"
 #include "src/TS44018MsgsTypes.h"
 
@@ -14,42 +13,6 @@ extern const MessageTable kTS44018Msg_UL_SACCH_PDUMessages;
 extern const MessageTable kTS44018Msg_L2_PSEUDO_LEN_PDUMessages;
 extern const MessageTable kTS44018Msg_L2_PSEUDO_LEN_PDU_restOctetsMessages;
 extern const MessageTable kTS44018Msg_RR_Short_PD_PDUMessages;
-
-namespace {
-
-// The one optional element of a message, if it is there.
-template <class Function, class T>
-int encodeOptional(Encoder& e, bool present, const char* name, unsigned iei, Function encode, T* value) {
-   if (!present) return e.done();
-   L3_TRY(e.push(name));
-   L3_TRY(encIei(e.ctxt(), 8, iei));
-   if (const int status = encode(e.ctxt(), value); status < 0) return e.failed(status);
-   e.pop();
-   return e.done();
-}
-
-// The scan for it, to the end of the message; the rows know how the standards have it. `found` is told.
-template <class Message, class Record, class Function, class T, class Found>
-int decodeOptional(Decoder& d, Record* record, const char* name, unsigned iei, Format format, size_t octets,
-                   Function decode, T* value, Found found) {
-   if (d.standard()) [[unlikely]]
-      return Message::decodeOptional(d.ctxt(), record);
-   Scan scan(0, false);
-   while (scan.next(d)) {
-      if (scan.iei() != iei) {
-         L3_TRY(scan.unknown(d));
-      } else if (!scan.expects(0)) {
-         L3_TRY(scan.drop(d, format, octets));
-      } else {
-         L3_TRY(d.item(name, decode, value));
-         found();
-         scan.took(0);
-      }
-   }
-   return scan.finish(d);
-}
-
-} // namespace
 
 // Immediate assignment, TS 44.018, 9.1.18. One of the two descriptions stands on the wire: the first octet
 // tells which, and the encoder goes by it and not by the presence bits.
@@ -87,8 +50,7 @@ int NASEnc_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    Encoder e(pctxt);
    L3_TRY(e.begin("ImmediateAssignment"));
    L3_TRY(encodeHeader(e, [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
-   return encodeOptional(e, pvalue->m.startingTimePresent, "startingTime", 0x7C,
-                         NASEnc_TS44018IE_Starting_Time, &pvalue->startingTime);
+   return quorva::type::TS44018Msg_ImmediateAssignment::encodeOptional(pctxt, pvalue);
 }
 
 int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_ImmediateAssignment* pvalue) {
@@ -99,9 +61,7 @@ int NASDec_TS44018Msg_ImmediateAssignment(RtxContext* pctxt, TS44018Msg_Immediat
    // By the standards nothing may reach beyond what is around it, of which the short form knows nothing here.
    L3_TRY(decodeHeader(d, d.standard() ? nullptr : plainHeader(pctxt),
                        [=](auto& coder) L3_INLINE_LAMBDA { return assignment(coder, *pvalue); }));
-   return decodeOptional<quorva::type::TS44018Msg_ImmediateAssignment>(
-         d, pvalue, "startingTime", 0x7C, Format::TV, 2, NASDec_TS44018IE_Starting_Time,
-         &pvalue->startingTime, [pvalue] { pvalue->m.startingTimePresent = 1; });
+   return d.optional<quorva::type::TS44018Msg_ImmediateAssignment>(pvalue);
 }
 
 // Identities of paging requests of types 2 and 3, TS 44.018, 10.5.2.42: four octets, of a TMSI or a P-TMSI.
@@ -151,8 +111,7 @@ int NASEnc_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingReq
    Encoder e(pctxt);
    L3_TRY(e.begin("PagingRequestType2"));
    L3_TRY(encodePaging(e, pvalue));
-   return encodeOptional(e, pvalue->m.mobileIdentity3Present, "mobileIdentity3", 0x17,
-                         NASEnc_TS24008IE_MobileIdentity, &pvalue->mobileIdentity3);
+   return quorva::type::TS44018Msg_PagingRequestType2::encodeOptional(pctxt, pvalue);
 }
 
 int NASDec_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingRequestType2* pvalue) {
@@ -161,9 +120,7 @@ int NASDec_TS44018Msg_PagingRequestType2(RtxContext* pctxt, TS44018Msg_PagingReq
    L3_TRY(d.begin("PagingRequestType2"));
    pvalue->m = {};
    L3_TRY(decodePaging(d, pvalue));
-   return decodeOptional<quorva::type::TS44018Msg_PagingRequestType2>(
-         d, pvalue, "mobileIdentity3", 0x17, Format::TLV, 0, NASDec_TS24008IE_MobileIdentity,
-         &pvalue->mobileIdentity3, [pvalue] { pvalue->m.mobileIdentity3Present = 1; });
+   return d.optional<quorva::type::TS44018Msg_PagingRequestType2>(pvalue);
 }
 
 int NASEnc_TS44018Msg_PagingRequestType3(RtxContext* pctxt, TS44018Msg_PagingRequestType3* pvalue) {
@@ -183,7 +140,7 @@ int NASDec_TS44018Msg_PagingRequestType3(RtxContext* pctxt, TS44018Msg_PagingReq
    L3_TRY(decodePaging(d, pvalue));
    L3_TRY(decodeTmsi(d, "mobileIdentity3", pvalue->mobileIdentity3));
    L3_TRY(decodeTmsi(d, "mobileIdentity4", pvalue->mobileIdentity4));
-   return d.more() ? quorva::type::TS44018Msg_PagingRequestType3::decodeOptional(pctxt, pvalue) : d.ended();
+   return d.optional<quorva::type::TS44018Msg_PagingRequestType3>(pvalue);
 }
 
 // Enhanced measurement report, TS 44.018, 9.1.55. Its first list of reports goes to the end of the message,

@@ -160,6 +160,12 @@ public:
       return done(status);
    }
 
+   // The end of a message whose mandatory part is by hand: what is there still goes by its rows.
+   template <class Message>
+   L3_INLINE int optional(void* record) {
+      return more() ? Message::decodeOptional(ctxt_, record) : ended();
+   }
+
    template <size_t N>
    int octets(const char* name, uint8_t* data) {
       return decOctets(ctxt_, name, data, N);

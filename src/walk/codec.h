@@ -27,6 +27,7 @@ int decodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* reco
 int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);
 // The same from behind the mandatory part, where that is coded by hand.
 int decodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
+int encodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record);
 
 // The optional element of a message's row, with its IEI.
 int encodeElement(RtxContext* ctxt, const Module& module, unsigned type, void* record, unsigned row);

@@ -502,4 +502,8 @@ int encodeRest(RtxContext* ctxt, const Module& module, unsigned type, void* reco
    return Encoding(ctxt, module, module.types[type], static_cast<uint8_t*>(record)).messageRest(row);
 }
 
+int encodeOptional(RtxContext* ctxt, const Module& module, unsigned type, void* record) {
+   return encodeRest(ctxt, module, type, record, module.types[type].mandatory);
+}
+
 } // namespace quorva::walk
